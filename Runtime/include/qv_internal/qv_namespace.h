@@ -1,0 +1,58 @@
+// Private header: the name of the namespace, and the compiler attributes that every other header writes with.
+//
+// It stands below all headers of the library, so that the assertions (which include nothing else of ours) and
+// everything above them agree on both. Users include it through any public header and never directly.
+#pragma once
+
+// The namespace's name as a macro, for macros that must reach into it from any other namespace.
+#define QV_NAMESPACE Quorvane
+
+// Branch hints: a check that fails is the exception.
+#if defined(__GNUC__) || defined(__clang__)
+#define QV_INTERNAL_LIKELY(...) __builtin_expect(!!(__VA_ARGS__), 1)
+#define QV_INTERNAL_UNLIKELY(...) __builtin_expect(!!(__VA_ARGS__), 0)
+#else
+#define QV_INTERNAL_LIKELY(...) (!!(__VA_ARGS__))
+#define QV_INTERNAL_UNLIKELY(...) (!!(__VA_ARGS__))
+#endif
+
+// A function of reporting or recovery: kept out of line, and out of the way of the hot code.
+#if defined(__GNUC__) || defined(__clang__)
+#define QV_INTERNAL_COLD __attribute__((cold, noinline))
+#elif defined(_MSC_VER)
+#define QV_INTERNAL_COLD __declspec(noinline)
+#else
+#define QV_INTERNAL_COLD
+#endif
+
+// A printf-like function: 1-based positions of the format and of its first argument (0 for a va_list).
+// Member functions that are not static count `this` as position 1.
+#if defined(__GNUC__) || defined(__clang__)
+#define QV_INTERNAL_PRINTF(formatIndex, firstArgumentIndex)                                                            \
+    __attribute__((format(printf, formatIndex, firstArgumentIndex)))
+#else
+#define QV_INTERNAL_PRINTF(formatIndex, firstArgumentIndex)
+#endif
+
+// A returned view or reference must not outlive the marked argument (or the object, after a member's parameters).
+#if defined(__clang__)
+#define QV_INTERNAL_LIFETIMEBOUND [[clang::lifetimebound]]
+#else
+#define QV_INTERNAL_LIFETIMEBOUND
+#endif
+
+// A global that is initialised by the compiler, before any code runs; the build fails where it would not be.
+#if defined(__clang__)
+#define QV_INTERNAL_CONSTINIT [[clang::require_constant_initialization]]
+#elif defined(__GNUC__)
+#define QV_INTERNAL_CONSTINIT __constinit
+#else
+#define QV_INTERNAL_CONSTINIT
+#endif
+
+// A global that is never destroyed, so that it can be used from any destructor at exit.
+#if defined(__clang__)
+#define QV_INTERNAL_NO_DESTROY [[clang::no_destroy]]
+#else
+#define QV_INTERNAL_NO_DESTROY
+#endif

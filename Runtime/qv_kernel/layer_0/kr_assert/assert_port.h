@@ -1,0 +1,67 @@
+// What the assertions need of the platform: a trap that returns when resumed, and whether a debugger would catch it.
+#pragma once
+
+#if defined(_WIN32)
+#include <intrin.h>
+extern "C" __declspec(dllimport) int __stdcall IsDebuggerPresent(void);
+#else
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#endif
+
+namespace Quorvane::Assert::Internal
+{
+
+#if defined(_WIN32)
+
+inline void PortBreak()
+{
+    __debugbreak();
+}
+
+inline bool PortDebuggerAttached()
+{
+    return IsDebuggerPresent() != 0;
+}
+
+#else
+
+inline void PortBreak()
+{
+    // A raised signal, unlike a trapping instruction, continues after the call when it is resumed or handled.
+    raise(SIGTRAP);
+}
+
+#if defined(__linux__)
+
+// The kernel names the tracing process in the process' status; 0 means none.
+inline bool PortDebuggerAttached()
+{
+    static constexpr char kTracerField[] = "TracerPid:";
+    std::FILE *status = std::fopen("/proc/self/status", "r");
+    if (status == nullptr)
+        return false;
+    bool attached = false;
+    char line[256];
+    while (std::fgets(line, sizeof(line), status) != nullptr)
+    {
+        if (std::strncmp(line, kTracerField, sizeof(kTracerField) - 1) == 0)
+            attached = std::strtol(line + sizeof(kTracerField) - 1, nullptr, 10) != 0;
+    }
+    std::fclose(status);
+    return attached;
+}
+
+#else
+
+inline bool PortDebuggerAttached()
+{
+    return false;
+}
+
+#endif
+#endif
+
+} // namespace Quorvane::Assert::Internal
