@@ -1,0 +1,65 @@
+// Atomic integers: the one home of memory orders.
+//
+// Every modification is a sequentially consistent read-modify-write or store, so a full barrier between the threads
+// that take part. The few weaker accesses say why they may be weak, each in a sentence.
+#pragma once
+
+#include <type_traits>
+
+#include "qv_defs.h"
+
+namespace Quorvane
+{
+
+// An integer that any number of threads may read and modify at once.
+// The `Fetch...` family and `Swap` return the value before, the in-place family the value after.
+template <typename T>
+class TAtomic
+{
+    static_assert(std::is_integral<T>::value, "TAtomic holds integers");
+
+public:
+    constexpr TAtomic() : m_Value(0) {}
+    constexpr explicit TAtomic(T value) : m_Value(value) {}
+    TAtomic(const TAtomic &) = delete;
+    TAtomic &operator=(const TAtomic &) = delete;
+
+    // Acquire: what another thread wrote before it released the value read here is visible after the read.
+    T Load() const { return __atomic_load_n(&m_Value, __ATOMIC_ACQUIRE); }
+
+    // Full barrier.
+    void Store(T value) { __atomic_store_n(&m_Value, value, __ATOMIC_SEQ_CST); }
+
+    // Relaxed: for an object that no other thread has seen, or that no other thread can reach any more. Whatever
+    // hands the object to another thread orders this store as it orders the object's other fields.
+    void StoreUnshared(T value) { __atomic_store_n(&m_Value, value, __ATOMIC_RELAXED); }
+
+    T Swap(T value) { return __atomic_exchange_n(&m_Value, value, __ATOMIC_SEQ_CST); }
+
+    // Stores `newValue` when the value is `expected`. Returns whether it was stored.
+    bool SetValueIfEqualTo(T newValue, T expected)
+    {
+        return __atomic_compare_exchange_n(&m_Value, &expected, newValue, false, __ATOMIC_SEQ_CST, __ATOMIC_SEQ_CST);
+    }
+
+    T FetchInc() { return FetchAdd(1); }
+    T FetchDec() { return FetchSub(1); }
+    T FetchAdd(T value) { return __atomic_fetch_add(&m_Value, value, __ATOMIC_SEQ_CST); }
+    T FetchSub(T value) { return __atomic_fetch_sub(&m_Value, value, __ATOMIC_SEQ_CST); }
+    T FetchAnd(T value) { return __atomic_fetch_and(&m_Value, value, __ATOMIC_SEQ_CST); }
+    T FetchOr(T value) { return __atomic_fetch_or(&m_Value, value, __ATOMIC_SEQ_CST); }
+    T FetchXor(T value) { return __atomic_fetch_xor(&m_Value, value, __ATOMIC_SEQ_CST); }
+
+    T Inc() { return Add(1); }
+    T Dec() { return Sub(1); }
+    T Add(T value) { return __atomic_add_fetch(&m_Value, value, __ATOMIC_SEQ_CST); }
+    T Sub(T value) { return __atomic_sub_fetch(&m_Value, value, __ATOMIC_SEQ_CST); }
+    T And(T value) { return __atomic_and_fetch(&m_Value, value, __ATOMIC_SEQ_CST); }
+    T Or(T value) { return __atomic_or_fetch(&m_Value, value, __ATOMIC_SEQ_CST); }
+    T Xor(T value) { return __atomic_xor_fetch(&m_Value, value, __ATOMIC_SEQ_CST); }
+
+private:
+    volatile T m_Value;
+};
+
+} // namespace Quorvane

@@ -1,0 +1,101 @@
+// Tagged, aligned allocation, and the hook through which an embedder replaces it.
+//
+// Every allocation of the library comes through here, with its exact size, alignment, origin, tag and place in the
+// source, so that a replacement can account for it, refuse it, or serve it from a pool of its own. The default
+// allocator is the platform's.
+//
+// Any thread may allocate and free; a block may be freed by another thread than the one that allocated it.
+#pragma once
+
+#include "qv_defs.h"
+
+namespace Quorvane
+{
+
+namespace Mem
+{
+
+// What a block is for. The string module allocates `AllocType_Generic` only.
+enum EAllocType : u32
+{
+    AllocType_Generic = 0,
+    AllocType_Particle = 1,
+    AllocType_Scratch = 2,
+    AllocType_Debug = 3,
+};
+
+// How a block came to be. It is freed with the origin it was allocated with.
+enum EOrigin : u32
+{
+    Origin_Alloc = 0,        // a raw block
+    Origin_New = 0x80000000, // an object, through its class' allocation functions
+    _Origin_Mask = 0x80000000,
+};
+
+// An allocator: three functions, all non-null.
+//     m_Alloc    `alignment` 0 asks for the allocator's default, else it is a power of two. Null when refused.
+//     m_Realloc  Resizes a block of origin `Origin_Alloc`, keeping its contents up to the smaller size; `block` null
+//                allocates. Null when refused: the old block is then still valid.
+//     m_Free     `block` is not null.
+struct SAllocator
+{
+    void *(*m_Alloc)(u64 size, u32 alignment, EAllocType type, EOrigin origin, const char *tag, const char *file,
+                     u32 line, const char *function);
+    void *(*m_Realloc)(void *block, u64 newSize, u32 alignment, EAllocType type, const char *tag, const char *file,
+                       u32 line, const char *function);
+    void (*m_Free)(void *block, EAllocType type, EOrigin origin, const char *tag, const char *file, u32 line,
+                   const char *function);
+};
+
+// Installs an allocator; a value-initialised one restores the default. An allocator that lacks one of the functions is
+// reported and not installed.
+// Returns: the allocator before, callable, so that a replacement can forward to it.
+// Requires: every block is freed through the allocator installed at that time, so install one while no block is live
+// (or forward to the one before), and while no other thread allocates or frees.
+SAllocator SetAllocator(const SAllocator &allocator);
+
+// Allocates `size` bytes. `alignment` is 0 (the allocator's default) or a power of two.
+// Returns: the block, or null when memory is refused.
+void *_RawAlloc(u64 size, u32 alignment, EAllocType type, EOrigin origin, const char *tag, const char *file, u32 line,
+                const char *function);
+
+// Resizes a block of origin `Origin_Alloc`; a null block is allocated. The default allocator lets blocks of the
+// platform's own alignment grow in place where the platform can.
+// Returns: the block, perhaps moved, with its contents up to the smaller size; or null when memory is refused, and
+// `block` is then still valid.
+void *_RawRealloc(void *block, u64 newSize, u32 alignment, EAllocType type, const char *tag, const char *file, u32 line,
+                  const char *function);
+
+// Frees a block; null is ignored. Requires: `origin` is the one that it was allocated with.
+void _RawFree(void *block, EAllocType type, EOrigin origin, const char *tag, const char *file, u32 line,
+              const char *function);
+
+// Frees a block of origin `Origin_Alloc`; null is ignored.
+void Free(void *block, EAllocType type);
+
+// Figures of the default allocator, in a build with QV_MEM_TRACKING.
+struct SFigures
+{
+    u64 m_LiveBlocks;
+    u64 m_LiveBytes;
+};
+
+// Gives the figures of the live blocks that carry `tag` (compared as text; null for all tags).
+// Returns: false, with figures of 0, in a build without tracking.
+// Cost: linear in the number of live blocks; takes the tracker's lock.
+bool LiveFigures(const char *tag, SFigures &outFigures);
+
+namespace Internal
+{
+
+// The tag of everything that the string module allocates.
+constexpr char kDefaultTag[] = "Kernel|Mem|Default";
+
+} // namespace Internal
+
+} // namespace Mem
+
+} // namespace Quorvane
+
+// Private to the library: the accounting arguments of an allocation at this place.
+#define QV_INTERNAL_MEM_SITE QV_NAMESPACE::Mem::Internal::kDefaultTag, __FILE__, __LINE__, __func__

@@ -1,0 +1,284 @@
+// Non-owning views of elements in memory: contiguous, and strided.
+//
+// A view borrows: it is valid only while what it points into is neither freed nor moved. Views are plain values.
+// Element access is checked: after its report, an access outside the view answers a scratch element that belongs to
+// the thread, never somebody else's memory.
+#pragma once
+
+#include <cstddef>
+#include <iterator>
+#include <new>
+#include <type_traits>
+
+#include "kr_assert.h"
+#include "qv_defs.h"
+
+namespace Quorvane
+{
+
+namespace Internal
+{
+
+// True when a view of U may become a view of T: by adding const or volatile, not by changing the element type.
+template <typename U, typename T>
+constexpr bool IsQualificationConversion = std::is_convertible<U (*)[], T (*)[]>::value;
+
+// True when an array of U may become a view of T. Arrays of characters do not: a literal's terminator would count.
+template <typename U, typename T>
+constexpr bool IsViewableArray = IsQualificationConversion<U, T> && !std::is_same<std::remove_cv_t<U>, char>::value;
+
+// What an access outside a view or an array refers to after its report: a fresh element of the thread's own, valid
+// until the thread's next such access. Types that cannot be default-constructed see zeroed memory.
+template <typename T>
+T &ScratchElement()
+{
+    typedef std::remove_cv_t<T> Element;
+    if constexpr (std::is_default_constructible<Element>::value)
+    {
+        static thread_local Element scratch{};
+        scratch.~Element();
+        return *::new (static_cast<void *>(&scratch)) Element{};
+    }
+    else
+    {
+        static thread_local struct
+        {
+            alignas(Element) unsigned char m_Bytes[sizeof(Element)];
+        } scratch = {};
+        return *reinterpret_cast<Element *>(scratch.m_Bytes);
+    }
+}
+
+} // namespace Internal
+
+// `m_Count` elements from `m_Data`.
+template <typename T>
+class TMemoryView
+{
+public:
+    constexpr TMemoryView() : m_Data(nullptr), m_Count(0) {}
+    constexpr TMemoryView(T *data, u32 count) : m_Data(data), m_Count(count) {}
+    // From an array of known size (not of characters), or from a view whose elements differ by qualification alone.
+    template <typename U, std::size_t N, typename = std::enable_if_t<Internal::IsViewableArray<U, T>>>
+    constexpr TMemoryView(U (&array)[N]) : m_Data(array), m_Count(static_cast<u32>(N))
+    {
+        static_assert(N <= 0xFFFFFFFFu, "views count in 32 bits");
+    }
+    template <typename U, typename = std::enable_if_t<Internal::IsQualificationConversion<U, T>>>
+    constexpr TMemoryView(const TMemoryView<U> &other) : m_Data(other.Data()), m_Count(other.Count())
+    {
+    }
+
+    constexpr T *Data() const { return m_Data; }
+    constexpr T *DataEnd() const { return m_Data + m_Count; }
+    constexpr u32 Count() const { return m_Count; }
+    constexpr bool Empty() const { return m_Count == 0; }
+
+    // Element access. Reports "m_Data != null" and "index < m_Count".
+    T &operator[](u32 index) const
+    {
+        if (QV_INTERNAL_UNLIKELY(m_Data == nullptr || index >= m_Count))
+            return _Inaccessible(index);
+        return m_Data[index];
+    }
+    T &First() const { return (*this)[0]; }
+    T &Last() const { return (*this)[m_Count - 1]; }
+
+    // `count` elements from `start`.
+    // Requires: they lie in the view, else reports "start <= m_Count && count <= m_Count - start" and clamps.
+    TMemoryView Slice(u32 start, u32 count) const
+    {
+        QV_ASSERT(start <= m_Count && count <= m_Count - start);
+        return SliceIFP(start, count);
+    }
+    // The same, clamped to the view without a report.
+    constexpr TMemoryView SliceIFP(u32 start, u32 count) const
+    {
+        const u32 clampedStart = QVMin(start, m_Count);
+        return TMemoryView(m_Data + clampedStart, QVMin(count, m_Count - clampedStart));
+    }
+
+    constexpr T *Begin() const { return m_Data; }
+    constexpr T *End() const { return DataEnd(); }
+    constexpr T *begin() const { return Begin(); }
+    constexpr T *end() const { return End(); }
+
+    void _AssertAccessible(u32 index) const
+    {
+        QV_ASSERT(m_Data != null);
+        QV_ASSERT(index < m_Count);
+        static_cast<void>(index);
+    }
+
+private:
+    QV_INTERNAL_COLD T &_Inaccessible(u32 index) const
+    {
+        _AssertAccessible(index);
+        return Internal::ScratchElement<T>();
+    }
+
+    T *m_Data;
+    u32 m_Count;
+};
+
+// The untyped content of a strided view: element i lies i times `m_Stride` bytes behind `m_RawDataPtr`.
+struct SStridedMemoryViewRawStorage
+{
+    const u8 *m_RawDataPtr;
+    u32 m_Count;
+    u32 m_Stride;
+};
+
+// Storage and access of a strided view.
+template <typename T>
+class TStridedMemoryViewBase
+{
+public:
+    constexpr u32 Count() const { return m_Storage.m_Count; }
+    constexpr u32 Stride() const { return m_Storage.m_Stride; }
+    constexpr bool Empty() const { return m_Storage.m_Count == 0; }
+    T *Data() const { return _Element(0); }
+
+    // Element access. Reports "m_Storage.m_RawDataPtr != null" and "index < m_Storage.m_Count".
+    T &operator[](u32 index) const
+    {
+        if (QV_INTERNAL_UNLIKELY(m_Storage.m_RawDataPtr == nullptr || index >= m_Storage.m_Count))
+            return _Inaccessible(index);
+        return *_Element(index);
+    }
+    T &First() const { return (*this)[0]; }
+    T &Last() const { return (*this)[m_Storage.m_Count - 1]; }
+
+    void _AssertAccessible(u32 index) const
+    {
+        QV_ASSERT(m_Storage.m_RawDataPtr != null);
+        QV_ASSERT(index < m_Storage.m_Count);
+        static_cast<void>(index);
+    }
+
+protected:
+    constexpr explicit TStridedMemoryViewBase(const SStridedMemoryViewRawStorage &storage) : m_Storage(storage) {}
+
+    // Offsets are computed in 64 bits: a large view may span more than 4 GiB.
+    T *_Element(u64 index) const
+    {
+        return reinterpret_cast<T *>(const_cast<u8 *>(m_Storage.m_RawDataPtr + index * m_Storage.m_Stride));
+    }
+
+    SStridedMemoryViewRawStorage m_Storage;
+
+private:
+    QV_INTERNAL_COLD T &_Inaccessible(u32 index) const
+    {
+        _AssertAccessible(index);
+        return Internal::ScratchElement<T>();
+    }
+};
+
+// `count` elements, each `stride` bytes behind the one before; a field of every record of an array, say.
+template <typename T>
+class TStridedMemoryView : public TStridedMemoryViewBase<T>
+{
+    typedef TStridedMemoryViewBase<T> _Base;
+
+    static const u8 *_Raw(const volatile void *data) { return static_cast<const u8 *>(const_cast<const void *>(data)); }
+
+public:
+    // Steps through the elements; random access in the manner of a pointer.
+    class Iterator
+    {
+    public:
+        typedef std::random_access_iterator_tag iterator_category;
+        typedef std::remove_cv_t<T> value_type;
+        typedef std::ptrdiff_t difference_type;
+        typedef T *pointer;
+        typedef T &reference;
+
+        Iterator() : m_Address(nullptr), m_Stride(0) {}
+        Iterator(const u8 *address, u32 stride) : m_Address(address), m_Stride(stride) {}
+
+        T &operator*() const { return *reinterpret_cast<T *>(const_cast<u8 *>(m_Address)); }
+        T *operator->() const { return &**this; }
+        T &operator[](difference_type n) const { return *(*this + n); }
+
+        Iterator &operator++() { return *this += 1; }
+        Iterator &operator--() { return *this -= 1; }
+        Iterator operator++(int)
+        {
+            const Iterator before = *this;
+            ++*this;
+            return before;
+        }
+        Iterator operator--(int)
+        {
+            const Iterator before = *this;
+            --*this;
+            return before;
+        }
+        Iterator &operator+=(difference_type n)
+        {
+            m_Address += n * static_cast<difference_type>(m_Stride);
+            return *this;
+        }
+        Iterator &operator-=(difference_type n) { return *this += -n; }
+        friend Iterator operator+(Iterator it, difference_type n) { return it += n; }
+        friend Iterator operator+(difference_type n, Iterator it) { return it += n; }
+        friend Iterator operator-(Iterator it, difference_type n) { return it -= n; }
+        friend difference_type operator-(const Iterator &a, const Iterator &b)
+        {
+            return a.m_Stride == 0 ? 0 : (a.m_Address - b.m_Address) / static_cast<difference_type>(a.m_Stride);
+        }
+        friend bool operator==(const Iterator &a, const Iterator &b) { return a.m_Address == b.m_Address; }
+        friend bool operator!=(const Iterator &a, const Iterator &b) { return a.m_Address != b.m_Address; }
+        friend bool operator<(const Iterator &a, const Iterator &b) { return a.m_Address < b.m_Address; }
+        friend bool operator>(const Iterator &a, const Iterator &b) { return b < a; }
+        friend bool operator<=(const Iterator &a, const Iterator &b) { return !(b < a); }
+        friend bool operator>=(const Iterator &a, const Iterator &b) { return !(a < b); }
+
+    private:
+        const u8 *m_Address;
+        u32 m_Stride;
+    };
+
+    TStridedMemoryView() : _Base({nullptr, 0, static_cast<u32>(sizeof(T))}) {}
+    TStridedMemoryView(T *data, u32 count, u32 stride = sizeof(T)) : _Base({_Raw(data), count, stride}) {}
+    // From an array of known size (not of characters), or from a view whose elements differ by qualification alone.
+    template <typename U, std::size_t N, typename = std::enable_if_t<Internal::IsViewableArray<U, T>>>
+    TStridedMemoryView(U (&array)[N]) : TStridedMemoryView(TMemoryView<T>(array))
+    {
+    }
+    template <typename U, typename = std::enable_if_t<Internal::IsQualificationConversion<U, T>>>
+    TStridedMemoryView(const TMemoryView<U> &view) : TStridedMemoryView(view.Data(), view.Count())
+    {
+    }
+    template <typename U, typename = std::enable_if_t<Internal::IsQualificationConversion<U, T>>>
+    TStridedMemoryView(const TStridedMemoryView<U> &view) : _Base({_Raw(view.Data()), view.Count(), view.Stride()})
+    {
+    }
+
+    // `count` elements from `start`.
+    // Requires: they lie in the view, else reports "start <= m_Storage.m_Count && count <= m_Storage.m_Count - start"
+    // and clamps.
+    TStridedMemoryView Slice(u32 start, u32 count) const
+    {
+        QV_ASSERT(start <= m_Storage.m_Count && count <= m_Storage.m_Count - start);
+        return SliceIFP(start, count);
+    }
+    // The same, clamped to the view without a report.
+    TStridedMemoryView SliceIFP(u32 start, u32 count) const
+    {
+        const u32 clampedStart = QVMin(start, m_Storage.m_Count);
+        return TStridedMemoryView(_Base::_Element(clampedStart), QVMin(count, m_Storage.m_Count - clampedStart),
+                                  m_Storage.m_Stride);
+    }
+
+    Iterator Begin() const { return Iterator(m_Storage.m_RawDataPtr, m_Storage.m_Stride); }
+    Iterator End() const { return Iterator(_Raw(_Base::_Element(m_Storage.m_Count)), m_Storage.m_Stride); }
+    Iterator begin() const { return Begin(); }
+    Iterator end() const { return End(); }
+
+private:
+    using _Base::m_Storage;
+};
+
+} // namespace Quorvane

@@ -1,0 +1,224 @@
+// Intrusive, atomic reference counting: the counted bases and the pointer that counts.
+//
+//     class CTexture : public CRefCountedObject { ... };
+//     TRefPtr<CTexture> texture(new CTexture);    // null when memory is refused
+//     TRefPtr<CTexture> sameTexture = texture;    // one atomic increment
+//
+// An atomic count protects the object, not the pointer: pointers to one object may live on different threads, but no
+// thread may assign a pointer while another one copies it.
+//
+// Releasing a reference is a full barrier, and asking for the count reads it with acquire order: the one thread left
+// may write what the others have read.
+#pragma once
+
+#include <cstddef>
+#include <new>
+#include <type_traits>
+#include <utility>
+
+#include "kr_assert.h"
+#include "kr_atomic.h"
+#include "kr_mem.h"
+#include "qv_defs.h"
+
+namespace Quorvane
+{
+
+// The two counts. Both are 0 after construction; the creator adds the first strong reference.
+class CRefCountedObjectBase
+{
+public:
+    CRefCountedObjectBase(const CRefCountedObjectBase &) = delete;
+    CRefCountedObjectBase &operator=(const CRefCountedObjectBase &) = delete;
+    virtual ~CRefCountedObjectBase();
+
+    // The counts as they were a moment ago; 1 read by the holder of a reference means that it is the only one.
+    u32 RefCount() const { return m_RefCount.Load(); }
+    u32 WeakCount() const { return m_WeakCount.Load(); }
+
+    // Adds a strong reference. Reports "/!\ strong refcount overflow /!\" when the count no longer fits 31 bits.
+    void AddReference() const;
+    // Drops a strong reference, without deleting the object.
+    // Returns the new count. Reports "s32(nrc) >= 0", "/!\ strong refcount underflow /!\", when there was none.
+    u32 _InternalRemoveReference() const;
+
+    void AddWeakReference() const { m_WeakCount.Inc(); }
+    // Reports "s32(nrc) >= 0", "/!\ weak refcount underflow /!\", when there was none.
+    void RemoveWeakReference() const;
+
+    // Adds the first strong reference to an object that no other thread has seen yet: a plain store.
+    void _AddFirstReference() const { m_RefCount.StoreUnshared(1); }
+
+protected:
+    CRefCountedObjectBase() = default;
+
+    mutable TAtomic<u32> m_RefCount;
+    mutable TAtomic<u32> m_WeakCount;
+};
+
+// A counted object that is destroyed and freed with its last strong reference.
+// Its memory comes from the kernel's allocator with origin `Origin_New`; `new` gives null when memory is refused.
+class CRefCountedObject : public CRefCountedObjectBase
+{
+public:
+    ~CRefCountedObject() override;
+
+    // Drops a strong reference and deletes the object with the last one.
+    // A holder that finds itself alone deletes without a locked instruction.
+    void RemoveReference() const;
+
+    static void *operator new(std::size_t size) noexcept;
+    static void *operator new(std::size_t size, std::align_val_t alignment) noexcept;
+    static void operator delete(void *block) noexcept;
+    static void operator delete(void *block, std::align_val_t alignment) noexcept;
+
+    // Construction in a block that the caller got from the kernel's allocator with origin `Origin_New`.
+    static void *operator new(std::size_t, void *block) noexcept { return block; }
+    static void operator delete(void *, void *) noexcept {}
+
+protected:
+    CRefCountedObject() = default;
+
+    // Destroys `object`, the counted base of which is `counted`, and frees its block.
+    static void _DeleteObject(const CRefCountedObjectBase *counted, const CRefCountedObject *object);
+};
+
+namespace Internal
+{
+
+// The pointer member of the reference-counting pointers.
+template <typename T>
+struct TRefPtrMember
+{
+    T *m_Ptr;
+};
+
+// Selects the construction that takes over a reference which the caller has added.
+struct SAdoptReference
+{
+};
+
+} // namespace Internal
+
+// A reference-counting pointer; `_Weak` selects weak references, which are not offered yet.
+template <typename T, bool _Weak>
+class TBaseRefPtr;
+
+// A strong pointer: the object lives as long as one of them points at it.
+// Cost: one pointer; a copy is one atomic increment; a move counts nothing.
+template <typename T>
+class TBaseRefPtr<T, false> : protected Internal::TRefPtrMember<T>
+{
+    typedef Internal::TRefPtrMember<T> _P;
+
+public:
+    constexpr TBaseRefPtr() noexcept : _P{nullptr} {}
+    // Adds a reference when non-null.
+    TBaseRefPtr(T *pointer) noexcept : _P{pointer} { _Add(); }
+    TBaseRefPtr(T *pointer, Internal::SAdoptReference) noexcept : _P{pointer} {}
+    TBaseRefPtr(const TBaseRefPtr &other) noexcept : _P{other.m_Ptr} { _Add(); }
+    TBaseRefPtr(TBaseRefPtr &&other) noexcept : _P{std::exchange(other.m_Ptr, nullptr)} {}
+    template <typename U, typename = std::enable_if_t<std::is_convertible<U *, T *>::value>>
+    TBaseRefPtr(const TBaseRefPtr<U, false> &other) noexcept : TBaseRefPtr(other.Get())
+    {
+    }
+    ~TBaseRefPtr() { _Release(); }
+
+    // Takes the new reference before it releases the old one, so self-assignment is harmless.
+    TBaseRefPtr &operator=(const TBaseRefPtr &other) noexcept
+    {
+        TBaseRefPtr copy(other);
+        Swap(copy);
+        return *this;
+    }
+    TBaseRefPtr &operator=(TBaseRefPtr &&other) noexcept
+    {
+        TBaseRefPtr taken(std::move(other));
+        Swap(taken);
+        return *this;
+    }
+
+    T *Get() const noexcept { return _P::m_Ptr; }
+
+    // Report "_P::m_Ptr != null" for a null pointer.
+    T *operator->() const
+    {
+        QV_ASSERT(_P::m_Ptr != null);
+        return _P::m_Ptr;
+    }
+    T &operator*() const
+    {
+        QV_ASSERT(_P::m_Ptr != null);
+        return *_P::m_Ptr;
+    }
+
+    void Swap(TBaseRefPtr &other) noexcept { std::swap(_P::m_Ptr, other.m_Ptr); }
+
+    // Releases the reference and becomes null.
+    void Clear() noexcept { TBaseRefPtr released(std::move(*this)); }
+
+    friend bool operator==(const TBaseRefPtr &a, const TBaseRefPtr &b) noexcept { return a.m_Ptr == b.m_Ptr; }
+    friend bool operator!=(const TBaseRefPtr &a, const TBaseRefPtr &b) noexcept { return a.m_Ptr != b.m_Ptr; }
+    friend bool operator==(const TBaseRefPtr &a, const T *b) noexcept { return a.m_Ptr == b; }
+    friend bool operator!=(const TBaseRefPtr &a, const T *b) noexcept { return a.m_Ptr != b; }
+    friend bool operator==(const T *a, const TBaseRefPtr &b) noexcept { return a == b.m_Ptr; }
+    friend bool operator!=(const T *a, const TBaseRefPtr &b) noexcept { return a != b.m_Ptr; }
+    friend bool operator==(const TBaseRefPtr &a, std::nullptr_t) noexcept { return a.m_Ptr == nullptr; }
+    friend bool operator!=(const TBaseRefPtr &a, std::nullptr_t) noexcept { return a.m_Ptr != nullptr; }
+    friend bool operator==(std::nullptr_t, const TBaseRefPtr &b) noexcept { return b.m_Ptr == nullptr; }
+    friend bool operator!=(std::nullptr_t, const TBaseRefPtr &b) noexcept { return b.m_Ptr != nullptr; }
+
+private:
+    void _Add() const noexcept
+    {
+        if (_P::m_Ptr != nullptr)
+            _P::m_Ptr->AddReference();
+    }
+    void _Release() const noexcept
+    {
+        if (_P::m_Ptr != nullptr)
+            _P::m_Ptr->RemoveReference();
+    }
+};
+
+// The strong pointer by its usual name.
+template <typename T>
+using TRefPtr = TBaseRefPtr<T, false>;
+
+// A pointer's bytes may be moved: nothing refers to its address.
+template <typename T>
+struct TTypeTraits<TRefPtr<T>>
+{
+    static constexpr bool HasTrivialRelocate = true;
+};
+
+inline void CRefCountedObjectBase::AddReference() const
+{
+    const u32 nrc = m_RefCount.Inc();
+    QV_ASSERT_MESSAGE(s32(nrc) >= 0, "/!\\ strong refcount overflow /!\\");
+}
+
+inline u32 CRefCountedObjectBase::_InternalRemoveReference() const
+{
+    const u32 nrc = m_RefCount.Dec();
+    QV_ASSERT_MESSAGE(s32(nrc) >= 0, "/!\\ strong refcount underflow /!\\");
+    return nrc;
+}
+
+inline void CRefCountedObjectBase::RemoveWeakReference() const
+{
+    const u32 nrc = m_WeakCount.Dec();
+    QV_ASSERT_MESSAGE(s32(nrc) >= 0, "/!\\ weak refcount underflow /!\\");
+}
+
+inline void CRefCountedObject::RemoveReference() const
+{
+    // Alone: nobody else can add or drop a reference, so what the decrement would give is known.
+    if (RefCount() == 1)
+        m_RefCount.StoreUnshared(0);
+    else if (_InternalRemoveReference() != 0)
+        return;
+    _DeleteObject(this, this);
+}
+
+} // namespace Quorvane

@@ -1,0 +1,39 @@
+// Memory and deletion of reference-counted objects.
+#include "kr_refptr.h"
+
+namespace Quorvane
+{
+
+CRefCountedObjectBase::~CRefCountedObjectBase() = default;
+
+CRefCountedObject::~CRefCountedObject() = default;
+
+void *CRefCountedObject::operator new(std::size_t size) noexcept
+{
+    return Mem::_RawAlloc(size, 0, Mem::AllocType_Generic, Mem::Origin_New, QV_INTERNAL_MEM_SITE);
+}
+
+void *CRefCountedObject::operator new(std::size_t size, std::align_val_t alignment) noexcept
+{
+    return Mem::_RawAlloc(size, static_cast<u32>(alignment), Mem::AllocType_Generic, Mem::Origin_New,
+                          QV_INTERNAL_MEM_SITE);
+}
+
+void CRefCountedObject::operator delete(void *block) noexcept
+{
+    Mem::_RawFree(block, Mem::AllocType_Generic, Mem::Origin_New, QV_INTERNAL_MEM_SITE);
+}
+
+void CRefCountedObject::operator delete(void *block, std::align_val_t) noexcept
+{
+    CRefCountedObject::operator delete(block);
+}
+
+void CRefCountedObject::_DeleteObject(const CRefCountedObjectBase *counted, const CRefCountedObject *object)
+{
+    static_cast<void>(counted);
+    // Through the virtual destructor, which frees the block of the whole object whatever its class.
+    delete object;
+}
+
+} // namespace Quorvane
