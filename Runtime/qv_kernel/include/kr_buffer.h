@@ -1,0 +1,181 @@
+// Native string helpers: stateless functions on raw character buffers, which every string operation rests on.
+//
+// Two families exist. Plain functions take NUL-terminated text. `_16` functions take the characters of a string
+// container: 16-byte aligned, and zero from the terminator to the end of its 16-byte block, so that they may read
+// (the editing ones: write) whole blocks of 16 that hold a character or the terminator. Given length 0 they read
+// nothing. A `Case` in a name means that the function ignores case.
+//
+// Case is ASCII case, by a table that no locale changes, but for EqualCase and CompareCase, which follow the
+// platform's library. All functions are reentrant and may be used from any thread.
+#pragma once
+
+#include <cstdarg>
+#include <cstddef>
+#include <cstring>
+
+#if !defined(_WIN32)
+#include <strings.h>
+#endif
+
+#include "kr_assert.h"
+#include "qv_defs.h"
+
+namespace Quorvane
+{
+
+struct SNativeStringUtils
+{
+    // Rows of 256 bytes, indexed by a character taken as an unsigned byte:
+    //     row 0, at 0     1 for a lower-case letter, 2 for an upper-case one, else 0
+    //     row 1, at 256   what follows the backslash in the character's escape sequence, 0 where it has none
+    //     row 2, at 512   the character's upper-case form
+    //     row 3, at 768   the character's lower-case form
+    // Letters are the ASCII letters; every other byte is its own upper-case and lower-case form.
+    static const u8 kr_buffer_char_lookups[4 * 256];
+
+    // Length and formatting.
+
+    // The number of characters before the terminator; 0 for null. Texts beyond 32 bits give 0xFFFFFFFF, which every
+    // string operation refuses.
+    static u32 Length(const char *str);
+
+    // The same for the characters of a string container.
+    static u32 Length_16(const char *str);
+
+    // Formats into [buffer, bufferLast], of which `bufferLast` is the last byte, kept for the terminator.
+    // Returns: `buffer` when the result fits; else a block of origin `Origin_Alloc` from the kernel's allocator that
+    // the caller frees; null when formatting fails, memory is refused, or a pointer is null.
+    // `outLength` becomes the result's length, 0 with null.
+    static char *VAFormat(char *buffer, const char *bufferLast, u32 &outLength, const char *format, va_list args)
+        QV_INTERNAL_PRINTF(4, 0);
+
+    // Comparison of terminated text. Three-way results are negative, 0 or positive.
+    // Requires: two texts, else reports "data0 != null && data1 != null"; null then counts as a text before every
+    // other one.
+
+    static bool Equal(const char *data0, const char *data1);
+    static bool EqualCase(const char *data0, const char *data1);
+    static s32 Compare(const char *data0, const char *data1);
+    static s32 CompareCase(const char *data0, const char *data1);
+
+    // Comparison of the first `length` bytes of two containers' characters. Both containers' blocks must cover what
+    // decides the answer: the bytes up to the first difference, or all `length`; nothing behind the block that holds
+    // the first difference is read. Three-way results order bytes as unsigned, lower-cased ones where case is ignored.
+
+    static bool Equal_16(const void *a, const void *b, u32 length);
+    static bool EqualCase_16(const char *a, const char *b, u32 length);
+    static s32 Compare_16(const void *a, const void *b, u32 length);
+    static s32 CompareCase_16(const char *a, const char *b, u32 length);
+
+    // Edits of the first `length` characters of a container. What stands behind them stays as it is: the rest of the
+    // last block is written back unchanged.
+
+    static void Reverse_16(char *data, u32 length);
+    static void Uppercase_16(char *data, u32 length);
+    static void Lowercase_16(char *data, u32 length);
+    // Each `from` becomes `to`. Returns: the number of characters replaced.
+    static u32 Replace_16(char *data, u32 length, char from, char to);
+    // The same while copying from `src` to `dst`, two containers' characters; `dst` is zero behind its last character
+    // afterwards, to the end of the block.
+    static u32 Replace_16(char *dst, const char *src, u32 length, char from, char to);
+
+    // Prefix, suffix and substring tests of terminated text. A null or empty second argument is contained in every
+    // text, the null one (which counts as empty) included.
+
+    static bool StartsWith(const char *str, const char *prefix);
+    static bool StartsWithCase(const char *str, const char *prefix);
+    static bool EndsWith(const char *str, const char *suffix);
+    static bool EndsWithCase(const char *str, const char *suffix);
+    static bool Contains(const char *str, const char *needle);
+    static bool ContainsCase(const char *str, const char *needle);
+
+    // Wildcard match of the whole text: `*` stands for any run of characters, the empty one included, `?` for exactly
+    // one. With inhibitors, a backslash makes the next character of the pattern literal; a lone one at the end stands
+    // for itself; a literal letter still follows the case rule. Null matches nothing.
+    // Cost: at most pattern times text steps, constant memory.
+
+    static bool Match(const char *pattern, const char *str);
+    static bool MatchCase(const char *pattern, const char *str);
+    static bool MatchWithInhibitors(const char *pattern, const char *str);
+    static bool MatchCaseWithInhibitors(const char *pattern, const char *str);
+
+    // Escape sequences. Each of \a \b \t \n \v \f \r \" \' \\ becomes a backslash and a letter (or the character
+    // itself), every other character stays; Unescape turns exactly these sequences back and leaves any other backslash
+    // as it is, so it undoes Escape for every text.
+    // `dst` gets the result and a terminator: at most 2 * length + 1 bytes for Escape, length + 1 for Unescape.
+    // Unescape accepts dst == src.
+    // The bounded forms read at most `maxLength` characters of `src`.
+    // Returns: the characters written, the terminator not counted. Null arguments give 0.
+
+    static u32 Escape(const char *src, char *dst);
+    static u32 Escape(const char *src, char *dst, u32 maxLength);
+    static u32 Unescape(const char *src, char *dst);
+    static u32 Unescape(const char *src, char *dst, u32 maxLength);
+
+    // Blanks the comments of terminated text in place: // to before the end of the line, which a backslash before the
+    // line end continues, and /* */ (not nested; an unterminated one runs to the end). Nothing inside "..." and '...'
+    // literals, which have \ escapes and end at an unescaped newline, is a comment. Each character of a comment becomes a
+    // blank but for newlines and carriage returns, so lines and columns keep their place.
+    // Returns: the length, which does not change; 0 for null.
+    static u32 Uncomment(char *data);
+};
+
+// Inline bodies.
+
+namespace Internal
+{
+
+// The platform's comparisons without case, by the names that it gives them.
+inline s32 PlatformCompareCase(const char *a, const char *b)
+{
+#if defined(_WIN32)
+    return _stricmp(a, b);
+#else
+    return strcasecmp(a, b);
+#endif
+}
+
+inline s32 PlatformCompareCase(const char *a, const char *b, std::size_t maxLength)
+{
+#if defined(_WIN32)
+    return _strnicmp(a, b, maxLength);
+#else
+    return strncasecmp(a, b, maxLength);
+#endif
+}
+
+} // namespace Internal
+
+inline bool SNativeStringUtils::Equal(const char *data0, const char *data1)
+{
+    QV_ASSERT(data0 != null && data1 != null);
+    if (QV_INTERNAL_UNLIKELY(data0 == nullptr || data1 == nullptr))
+        return data0 == data1;
+    return std::strcmp(data0, data1) == 0;
+}
+
+inline s32 SNativeStringUtils::Compare(const char *data0, const char *data1)
+{
+    QV_ASSERT(data0 != null && data1 != null);
+    if (QV_INTERNAL_UNLIKELY(data0 == nullptr || data1 == nullptr))
+        return (data0 != nullptr) - (data1 != nullptr);
+    return std::strcmp(data0, data1);
+}
+
+inline bool SNativeStringUtils::EqualCase(const char *data0, const char *data1)
+{
+    QV_ASSERT(data0 != null && data1 != null);
+    if (QV_INTERNAL_UNLIKELY(data0 == nullptr || data1 == nullptr))
+        return data0 == data1;
+    return Internal::PlatformCompareCase(data0, data1) == 0;
+}
+
+inline s32 SNativeStringUtils::CompareCase(const char *data0, const char *data1)
+{
+    QV_ASSERT(data0 != null && data1 != null);
+    if (QV_INTERNAL_UNLIKELY(data0 == nullptr || data1 == nullptr))
+        return (data0 != nullptr) - (data1 != nullptr);
+    return Internal::PlatformCompareCase(data0, data1);
+}
+
+} // namespace Quorvane

@@ -1,0 +1,190 @@
+// The shared character block: creation, growth, and the one function that sets lengths.
+#include "kr_mem.h"
+#include "kr_mem_utils.h"
+#include "kr_simd.h"
+#include "kr_string.h"
+#include "string_sizes.h"
+
+#include <cstddef>
+#include <cstring>
+
+namespace Quorvane
+{
+
+namespace
+{
+
+// Texts up to this length are copied without calling the platform's copy.
+constexpr u32 kShortTextLength = 15;
+
+void CopyCharacters(char *target, const char *source, u32 length)
+{
+    if (length > kShortTextLength)
+        std::memcpy(target, source, length);
+    else
+        for (u32 i = 0; i < length; ++i)
+            target[i] = source[i];
+}
+
+// Zeroes the block that will hold the terminator: the tail that block-wise readers rely on.
+void ZeroLastBlock(char *characters, u32 length)
+{
+    SIMD::Float4::Zero().StoreAligned16(characters + Internal::LastBlockStart(length));
+}
+
+void *AllocObject(u64 size, u32 alignment)
+{
+    return Mem::_RawAlloc(size, alignment, Mem::AllocType_Generic, Mem::Origin_New, QV_INTERNAL_MEM_SITE);
+}
+
+void FreeObject(void *block)
+{
+    Mem::_RawFree(block, Mem::AllocType_Generic, Mem::Origin_New, QV_INTERNAL_MEM_SITE);
+}
+
+void *AllocBuffer(u64 size)
+{
+    return Mem::_RawAlloc(size, Internal::kCharacterBlockBytes, Mem::AllocType_Generic, Mem::Origin_Alloc,
+                          QV_INTERNAL_MEM_SITE);
+}
+
+void FreeBuffer(void *block)
+{
+    Mem::_RawFree(block, Mem::AllocType_Generic, Mem::Origin_Alloc, QV_INTERNAL_MEM_SITE);
+}
+
+} // namespace
+
+static_assert(sizeof(CStringContainer) <= Internal::kContainerHeaderBytes, "fixed characters follow the fields");
+
+CStringContainer::CStringContainer(u32 lengthAndFlags, u32 capacity, char *characters)
+    : m_Length(lengthAndFlags), m_Capacity(capacity), m_Characters(characters)
+{
+}
+
+CStringContainer::~CStringContainer()
+{
+    if (!SupportsDynamicResize())
+        return;
+    QV_INTERNAL_ASSERT_TEXT("*bufferLink != null", m_Characters != nullptr);
+    FreeBuffer(m_Characters);
+    m_Characters = nullptr;
+}
+
+PStringContainer CStringContainer::New(const char *str)
+{
+    return New(str, SNativeStringUtils::Length(str));
+}
+
+PStringContainer CStringContainer::New(const char *str, u32 len)
+{
+    if (len == 0 || len >= kLengthMask)
+        return PStringContainer();
+    const u64 characterBytes = Internal::PaddedBytes(len);
+    void *block = AllocObject(characterBytes + Internal::kContainerHeaderBytes, Internal::kCharacterBlockBytes);
+    if (block == nullptr)
+        return PStringContainer();
+    char *target = static_cast<char *>(block) + Internal::kContainerHeaderBytes;
+    CStringContainer *container = new (block) CStringContainer(len, static_cast<u32>(characterBytes), target);
+    QV_ASSERT(Mem::IsAligned<0x10>(target));
+    ZeroLastBlock(target, len);
+    if (str != nullptr)
+        CopyCharacters(target, str, len);
+    container->_AddFirstReference();
+    return PStringContainer(container, Internal::SAdoptReference());
+}
+
+PStringContainer CStringContainer::NewResizable(const char *str)
+{
+    return NewResizable(str, SNativeStringUtils::Length(str), 0);
+}
+
+PStringContainer CStringContainer::NewResizable(const char *str, u32 len, u32 capacity)
+{
+    const u32 stringLen = len;
+    const u32 capacityLen = capacity != 0 ? capacity : QVMax(len, Internal::kCharacterBlockBytes);
+    QV_ASSERT(capacityLen >= stringLen);
+    const u64 bufferBytes = Internal::PaddedBytes(QVMax(capacityLen, stringLen));
+    if (len >= kLengthMask || bufferBytes > 0xFFFFFFFFu)
+        return PStringContainer();
+    char *data = static_cast<char *>(AllocBuffer(bufferBytes));
+    void *block = AllocObject(Internal::kResizableObjectBytes, 0);
+    if (data == nullptr || block == nullptr)
+    {
+        FreeBuffer(data);
+        FreeObject(block);
+        return PStringContainer();
+    }
+    QV_ASSERT(Mem::IsAligned<0x10>(data));
+    ZeroLastBlock(data, len);
+    if (str != nullptr)
+        CopyCharacters(data, str, len);
+    CStringContainer *container =
+        new (block) CStringContainer(len | kResizableFlag, static_cast<u32>(bufferBytes), data);
+    container->_AddFirstReference();
+    return PStringContainer(container, Internal::SAdoptReference());
+}
+
+bool CStringContainer::DynamicResize(u32 newLength)
+{
+    QV_ASSERT(SupportsDynamicResize());
+    if (!SupportsDynamicResize() || newLength >= kLengthMask)
+        return false;
+    if (newLength < m_Capacity)
+        return true;
+    const u64 newCapacity = Internal::GrownBytes(newLength);
+    void *moved = Mem::_RawRealloc(m_Characters, newCapacity, Internal::kCharacterBlockBytes, Mem::AllocType_Generic,
+                                   QV_INTERNAL_MEM_SITE);
+    if (moved == nullptr)
+        return false;
+    m_Characters = static_cast<char *>(moved);
+    std::memset(m_Characters + m_Capacity, 0, static_cast<std::size_t>(newCapacity - m_Capacity));
+    m_Capacity = static_cast<u32>(newCapacity);
+    return true;
+}
+
+void CStringContainer::_InternalSetLength(u32 newLength)
+{
+    const u32 oldLength = Length();
+    char *data = m_Characters;
+    QV_ASSERT(newLength < kLengthMask);
+    if (newLength >= kLengthMask)
+        return;
+    const bool fits = newLength < m_Capacity && data != nullptr;
+    QV_INTERNAL_ASSERT_TEXT("data[newLength] == '\\0'", fits && data[newLength] == '\0');
+    if (!fits)
+        return;
+    // Up to the old terminator, which is zero already; of a longer text, to the end of its last block.
+    const u32 zeroEnd = newLength < oldLength ? oldLength : static_cast<u32>(Internal::PaddedBytes(newLength));
+    std::memset(data + newLength, 0, zeroEnd - newLength);
+    m_Length = newLength | (m_Length & kFlagsMask);
+}
+
+void CStringContainer::Clear()
+{
+    if (m_Characters == nullptr)
+        return;
+    m_Characters[0] = '\0';
+    _InternalSetLength(0);
+}
+
+void CStringContainer::Rebuild()
+{
+    char *data = m_Characters;
+    if (data == nullptr)
+        return;
+    const void *terminator = std::memchr(data, '\0', m_Capacity);
+    QV_INTERNAL_ASSERT_TEXT("data[newLength] == '\\0'", terminator != nullptr);
+    // Characters that fill all the room lose the last one to the terminator.
+    char *end = terminator != nullptr ? data + (static_cast<const char *>(terminator) - data) : data + m_Capacity - 1;
+    *end = '\0';
+    _InternalSetLength(static_cast<u32>(end - data));
+}
+
+u64 CStringContainer::MemoryFootprint() const
+{
+    const u64 characterBytes = SupportsDynamicResize() ? m_Capacity : Internal::PaddedBytes(Length());
+    return characterBytes + Internal::kContainerHeaderBytes;
+}
+
+} // namespace Quorvane

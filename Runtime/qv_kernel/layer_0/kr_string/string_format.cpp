@@ -1,0 +1,44 @@
+// printf-like formatting into strings.
+#include "kr_string.h"
+
+#include <cstdio>
+
+#include "kr_mem.h"
+#include "string_format_port.h"
+
+namespace Quorvane
+{
+
+CString CString::VAFormat(const char *format, va_list args)
+{
+    QV_ASSERT(format != null);
+    constexpr u32 kStackBytes = 512;
+    char buffer[kStackBytes];
+    buffer[0] = '\0';
+    u32 length = 0;
+    char *formatted = SNativeStringUtils::VAFormat(buffer, buffer + kStackBytes - 1, length, format, args);
+    if (formatted == nullptr)
+        return CString();
+    CString result(CStringContainer::New(formatted, length));
+    if (formatted != buffer)
+        Mem::_RawFree(formatted, Mem::AllocType_Generic, Mem::Origin_Alloc, QV_INTERNAL_MEM_SITE);
+    return result;
+}
+
+CString CString::Format(const char *format, ...)
+{
+    if (format == nullptr)
+        return CString();
+    constexpr u32 kStackBytes = 3200;
+    char buffer[kStackBytes];
+    buffer[0] = '\0';
+    va_list args;
+    va_start(args, format);
+    // One byte less than there is: a result is cut at 3198 characters.
+    const int length = Internal::PortFormatInCLocale(buffer, kStackBytes - 1, format, args);
+    va_end(args);
+    buffer[kStackBytes - 1] = '\0';
+    return length >= 0 ? CString(buffer) : CString();
+}
+
+} // namespace Quorvane

@@ -1,0 +1,114 @@
+// The string handle: construction, the private copy before a write, and clearing.
+#include "kr_string.h"
+
+namespace Quorvane
+{
+
+namespace
+{
+
+// What a writing access refers to after its report: the thread's own, so that threads do not meet there.
+char &ScratchCharacter()
+{
+    static thread_local char scratch;
+    scratch = '\0';
+    return scratch;
+}
+
+} // namespace
+
+QV_INTERNAL_CONSTINIT const char CString::kNoCharacter = '\0';
+
+QV_INTERNAL_CONSTINIT QV_INTERNAL_NO_DESTROY const CString CString::EmptyString;
+
+CString::CString(const char *str)
+{
+    if (str != nullptr && *str != '\0')
+        m_Container = CStringContainer::New(str);
+}
+
+CString::CString(const char *source, u32 sourceLen)
+{
+    // A count of 0 is answered first: not even one character may be read then.
+    if (sourceLen == 0)
+        return;
+    const bool hasText = source != nullptr && *source != '\0';
+    QV_INTERNAL_ASSERT_TEXT("sourceLen == 0", hasText);
+    if (hasText)
+        m_Container = CStringContainer::New(source, sourceLen);
+}
+
+ureg CString::MemoryFootprint() const
+{
+    const CStringContainer *container = m_Container.Get();
+    return sizeof(*this) + (container != nullptr ? static_cast<ureg>(container->MemoryFootprint()) : 0);
+}
+
+void CString::_MakeUnique()
+{
+    const CStringContainer *container = m_Container.Get();
+    if (CStringContainer::SafeData(container) == nullptr || container->RefCount() < 2)
+        return;
+    m_Container = CStringContainer::New(container->Data(), container->Length());
+}
+
+char *CString::RawDataForWriting()
+{
+    _MakeUnique();
+    CStringContainer *container = m_Container.Get();
+    return container != nullptr ? container->Data() : nullptr;
+}
+
+TMemoryView<char> CString::ViewForWriting()
+{
+    char *data = RawDataForWriting();
+    return data != nullptr ? TMemoryView<char>(data, Length()) : TMemoryView<char>();
+}
+
+void CString::RebuildAfterRawModification()
+{
+    if (m_Container != null)
+        m_Container->Rebuild();
+}
+
+char &CString::AtForWriting(u32 index)
+{
+    const bool readable = &At(index) != &kNoCharacter;
+    return readable ? _CharacterForWriting(index) : ScratchCharacter();
+}
+
+char &CString::FirstForWriting()
+{
+    const bool readable = &First() != &kNoCharacter;
+    return readable ? _CharacterForWriting(0) : ScratchCharacter();
+}
+
+char &CString::LastForWriting()
+{
+    const bool readable = &Last() != &kNoCharacter;
+    return readable ? _CharacterForWriting(Length() - 1) : ScratchCharacter();
+}
+
+char &CString::_CharacterForWriting(u32 index)
+{
+    char *data = RawDataForWriting();
+    QV_INTERNAL_ASSERT_TEXT("_P::m_Ptr != null", data != nullptr);
+    return data != nullptr ? data[index] : ScratchCharacter();
+}
+
+void CString::Clear()
+{
+    if (Empty())
+        return;
+    if (m_Container->RefCount() != 1)
+    {
+        m_Container.Clear();
+        return;
+    }
+    char *data = m_Container->Data();
+    QV_ASSERT(data != null);
+    *data = '\0';
+    m_Container->UnsafeSetLength(0);
+}
+
+} // namespace Quorvane
