@@ -1,0 +1,62 @@
+# Install rules: headers, library, CMake package, pkg-config file, licence and visualisers.
+# The installed tree may be moved as a whole: nothing in it holds an absolute path.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(QV_INSTALL_INCLUDEDIR "${CMAKE_INSTALL_INCLUDEDIR}/quorvane")
+set(QV_INSTALL_CMAKEDIR "${CMAKE_INSTALL_LIBDIR}/cmake/Quorvane")
+set(QV_INSTALL_PKGCONFIGDIR "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+
+# Both folders of public headers become one, so that users write #include "kr_string.h".
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/Runtime/include/" "${PROJECT_SOURCE_DIR}/Runtime/qv_kernel/include/"
+    DESTINATION "${QV_INSTALL_INCLUDEDIR}"
+    FILES_MATCHING PATTERN "*.h")
+target_include_directories(qv_kernel PUBLIC "$<INSTALL_INTERFACE:${QV_INSTALL_INCLUDEDIR}>")
+
+install(TARGETS qv_kernel EXPORT QuorvaneTargets
+    ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+    RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+install(EXPORT QuorvaneTargets NAMESPACE Quorvane:: DESTINATION "${QV_INSTALL_CMAKEDIR}")
+
+# While the major version is 0, each minor version may break the interface.
+if(PROJECT_VERSION_MAJOR EQUAL 0)
+    set(QV_COMPATIBILITY SameMinorVersion)
+else()
+    set(QV_COMPATIBILITY SameMajorVersion)
+endif()
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/QuorvaneConfigVersion.cmake"
+    COMPATIBILITY ${QV_COMPATIBILITY})
+configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/QuorvaneConfig.cmake.in"
+    "${PROJECT_BINARY_DIR}/QuorvaneConfig.cmake"
+    INSTALL_DESTINATION "${QV_INSTALL_CMAKEDIR}"
+    NO_SET_AND_CHECK_MACRO)
+install(FILES "${PROJECT_BINARY_DIR}/QuorvaneConfig.cmake" "${PROJECT_BINARY_DIR}/QuorvaneConfigVersion.cmake"
+    DESTINATION "${QV_INSTALL_CMAKEDIR}")
+
+# The prefix in terms of the place of the .pc file itself, so that pkg-config follows a moved tree. Absolute folders
+# (a distribution's choice) are taken as they are.
+set(QV_PC_PREFIX "${CMAKE_INSTALL_PREFIX}")
+if(NOT IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
+    file(RELATIVE_PATH QV_PC_UP "/prefix/${QV_INSTALL_PKGCONFIGDIR}" "/prefix")
+    string(REGEX REPLACE "/$" "" QV_PC_UP "${QV_PC_UP}")
+    set(QV_PC_PREFIX "\${pcfiledir}/${QV_PC_UP}")
+endif()
+foreach(folder LIBDIR INCLUDEDIR)
+    if(IS_ABSOLUTE "${CMAKE_INSTALL_${folder}}")
+        set(QV_PC_${folder} "${CMAKE_INSTALL_${folder}}")
+    else()
+        set(QV_PC_${folder} "\${prefix}/${CMAKE_INSTALL_${folder}}")
+    endif()
+endforeach()
+set(QV_PC_DEFINITIONS "")
+if(NOT QV_ASSERTS)
+    set(QV_PC_DEFINITIONS " -DQV_ASSERTS=0")
+endif()
+configure_file("${PROJECT_SOURCE_DIR}/cmake/quorvane.pc.in" "${PROJECT_BINARY_DIR}/quorvane.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/quorvane.pc" DESTINATION "${QV_INSTALL_PKGCONFIGDIR}")
+
+install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${CMAKE_INSTALL_DATADIR}/licenses/quorvane")
+if(EXISTS "${PROJECT_SOURCE_DIR}/debug")
+    install(DIRECTORY "${PROJECT_SOURCE_DIR}/debug/" DESTINATION "${CMAKE_INSTALL_DATADIR}/quorvane")
+endif()
