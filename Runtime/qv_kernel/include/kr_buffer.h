@@ -89,6 +89,16 @@ struct SNativeStringUtils
     static bool Contains(const char *str, const char *needle);
     static bool ContainsCase(const char *str, const char *needle);
 
+    // The first occurrence of `needle` in the first `length` characters of `data`, neither of which needs a terminator;
+    // null when there is none. An empty needle is found at once.
+    // Cost: linear for a given needle; FindCase: linear in both.
+
+    static const char *Find(const char *data, u32 length, const char *needle, u32 needleLength);
+    static const char *FindCase(const char *data, u32 length, const char *needle, u32 needleLength);
+
+    // True when the first `length` characters are equal but for case. Neither text needs a terminator.
+    static bool EqualCase(const char *data0, const char *data1, u32 length);
+
     // Wildcard match of the whole text: `*` stands for any run of characters, the empty one included, `?` for exactly
     // one. With inhibitors, a backslash makes the next character of the pattern literal; a lone one at the end stands
     // for itself; a literal letter still follows the case rule. Null matches nothing.

@@ -1,0 +1,167 @@
+// Private header: the search for a substring without regard to case, in linear time and constant memory.
+//
+// It is the two-way method. The needle is cut in two so that its local period at the cut is the needle's own period.
+// Comparing the right part from left to right and only then the left part from right to left, a mismatch on the right
+// at the d-th character behind the cut allows a shift by d, and one on the left a shift by the period. When the left
+// part repeats one period later, that period is known, and what a shift by it leaves matched is not compared again;
+// otherwise the period is long, and a lower bound of it serves as well.
+//
+// The counting of comparisons is a policy, decided when the search is compiled. Only tests count.
+#pragma once
+
+#include <cstddef>
+
+#include "buffer_text.h"
+
+namespace Quorvane::Internal
+{
+
+// The counting policy of the library; it compiles to nothing.
+struct SComparisonsUncounted
+{
+    void Count() const {}
+};
+
+// Where a needle is cut, and the period of the part behind the cut.
+struct SNeedleCut
+{
+    std::size_t m_Position;
+    std::size_t m_Period;
+};
+
+template <typename TComparisons>
+class TCaseIgnoringSearch
+{
+public:
+    // Requires: 1 <= needleLength. Borrows the needle and `comparisons`.
+    // Cost: at most 9 comparisons for each character of the needle.
+    TCaseIgnoringSearch(const char *needle, std::size_t needleLength, TComparisons &comparisons)
+        : m_Needle(needle), m_Length(needleLength), m_Comparisons(comparisons)
+    {
+        const SNeedleCut ascending = _MaximalSuffix(false);
+        const SNeedleCut descending = _MaximalSuffix(true);
+        m_Cut = ascending.m_Position > descending.m_Position ? ascending : descending;
+        const bool repeats = _LeftPartRepeats();
+        m_Shift = repeats ? m_Cut.m_Period : QVMax(m_Cut.m_Position, m_Length - m_Cut.m_Position) + 1;
+        m_KnownBehindShift = repeats ? m_Length - m_Cut.m_Period : 0;
+    }
+
+    // Returns: the first occurrence of the needle, or null.
+    // Cost: at most 3 comparisons for each character of the text.
+    const char *FindIn(const char *text, std::size_t textLength) const
+    {
+        const std::size_t places = textLength < m_Length ? 0 : textLength - m_Length + 1;
+        std::size_t known = 0; // characters of the needle's start that are known to match
+        std::size_t at = _NextCandidate(text, 0, places);
+        while (at < places)
+        {
+            const std::size_t rightEnd = _RightPartMatch(text + at, known);
+            const bool rightMatches = rightEnd == m_Length;
+            if (rightMatches && _LeftPartMatches(text + at, known))
+                return text + at;
+            at += rightMatches ? m_Shift : rightEnd - m_Cut.m_Position + 1;
+            known = rightMatches ? m_KnownBehindShift : 0;
+            if (known == 0)
+                at = _NextCandidate(text, at, places);
+        }
+        return nullptr;
+    }
+
+private:
+    bool _Same(char a, char b) const
+    {
+        m_Comparisons.Count();
+        return LowerCaseOf(a) == LowerCaseOf(b);
+    }
+
+    // True when `a` comes before `b` in the order or in its reverse.
+    bool _Before(char a, char b, bool reverse) const
+    {
+        m_Comparisons.Count();
+        return reverse ? LowerCaseOf(b) < LowerCaseOf(a) : LowerCaseOf(a) < LowerCaseOf(b);
+    }
+
+    // The last of all suffixes of the needle in dictionary order, or in that of the reversed alphabet.
+    SNeedleCut _MaximalSuffix(bool reverse) const
+    {
+        SNeedleCut best = {0, 1};
+        std::size_t rival = 1;
+        std::size_t same = 0; // characters in which the rival agrees with the best
+        while (rival + same < m_Length)
+        {
+            const char ofRival = m_Needle[rival + same];
+            const char ofBest = m_Needle[best.m_Position + same];
+            if (_Same(ofRival, ofBest))
+            {
+                // A whole period agrees: the next rival begins behind it.
+                ++same;
+                if (same == best.m_Period)
+                {
+                    rival += same;
+                    same = 0;
+                }
+            }
+            else if (_Before(ofRival, ofBest, reverse))
+            {
+                // None of the suffixes passed over can win, and the best so far has no shorter period than this.
+                rival += same + 1;
+                same = 0;
+                best.m_Period = rival - best.m_Position;
+            }
+            else
+            {
+                best = {rival, 1};
+                ++rival;
+                same = 0;
+            }
+        }
+        return best;
+    }
+
+    // Whether the part before the cut stands in the needle once more, one period later: then that period is the whole
+    // needle's.
+    bool _LeftPartRepeats() const
+    {
+        for (std::size_t i = 0; i < m_Cut.m_Position; ++i)
+            if (!_Same(m_Needle[i], m_Needle[i + m_Cut.m_Period]))
+                return false;
+        return true;
+    }
+
+    // The next place where the first character of the right part matches. All shifts up to there would be by one; this
+    // is the loop in which ordinary searches spend their time.
+    std::size_t _NextCandidate(const char *text, std::size_t at, std::size_t places) const
+    {
+        const char first = m_Needle[m_Cut.m_Position];
+        while (at < places && !_Same(first, text[m_Cut.m_Position + at]))
+            ++at;
+        return at;
+    }
+
+    // Where the needle's part behind the cut first differs from the text; the needle's length when it does not.
+    std::size_t _RightPartMatch(const char *text, std::size_t known) const
+    {
+        std::size_t i = QVMax(m_Cut.m_Position, known);
+        while (i < m_Length && _Same(m_Needle[i], text[i]))
+            ++i;
+        return i;
+    }
+
+    bool _LeftPartMatches(const char *text, std::size_t known) const
+    {
+        std::size_t i = m_Cut.m_Position;
+        while (i > known && _Same(m_Needle[i - 1], text[i - 1]))
+            --i;
+        return i <= known;
+    }
+
+    const char *m_Needle;
+    std::size_t m_Length;
+    TComparisons &m_Comparisons;
+    SNeedleCut m_Cut;
+    // After a match of the right part: how far the needle moves, and how many of its characters match there already.
+    std::size_t m_Shift;
+    std::size_t m_KnownBehindShift;
+};
+
+} // namespace Quorvane::Internal
