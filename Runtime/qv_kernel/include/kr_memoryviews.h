@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstring>
 #include <iterator>
 #include <new>
 #include <type_traits>
@@ -44,7 +45,8 @@ T &ScratchElement()
         static thread_local struct
         {
             alignas(Element) unsigned char m_Bytes[sizeof(Element)];
-        } scratch = {};
+        } scratch;
+        std::memset(scratch.m_Bytes, 0, sizeof(scratch.m_Bytes));
         return *reinterpret_cast<Element *>(scratch.m_Bytes);
     }
 }

@@ -1,0 +1,42 @@
+// The monitor of the arrays' memory movements.
+#include "kr_containers_array.h"
+
+#include "kr_atomic.h"
+
+namespace Quorvane
+{
+
+namespace
+{
+
+// Each is exact by itself; between the two updates of a movement a reader may see one without the other.
+QV_INTERNAL_CONSTINIT TAtomic<u64> g_MovementCount;
+QV_INTERNAL_CONSTINIT TAtomic<s64> g_NetBytes;
+
+} // namespace
+
+QV_INTERNAL_CONSTINIT bool g_KRContainersConfig_MonitorTArrays = false;
+
+void CContainersMonitorTArrays::RegisterNewMemoryMovement(s64 bytes)
+{
+    g_MovementCount.Inc();
+    g_NetBytes.Add(bytes);
+}
+
+u64 CContainersMonitorTArrays::MovementCount()
+{
+    return g_MovementCount.Load();
+}
+
+s64 CContainersMonitorTArrays::NetBytes()
+{
+    return g_NetBytes.Load();
+}
+
+void CContainersMonitorTArrays::Reset()
+{
+    g_MovementCount.Store(0);
+    g_NetBytes.Store(0);
+}
+
+} // namespace Quorvane
