@@ -16,6 +16,10 @@
 // What users meet sooner or later:
 // - emptiness is judged by the first character: a text that begins with a terminator is empty whatever its length;
 // - `Prepend` to an empty handle takes the whole text up to its terminator, whatever count was given;
+// - `Escape`, `Unescape` and the substring `Replace` end at the first embedded terminator;
+// - `Reverse` writes a shared block: every string that shares it sees the reversal;
+// - with embedded terminators, order is no strict weak order, and equality is not transitive between the string, the
+//   view and the buffer forms;
 // - `Format` leaves the process in the "C" locale.
 #pragma once
 
@@ -25,9 +29,12 @@
 
 #include "kr_assert.h"
 #include "kr_buffer.h"
+#include "kr_containers_array.h"
+#include "kr_containers_internals.h"
 #include "kr_memoryviews.h"
 #include "kr_refptr.h"
 #include "qv_defs.h"
+#include "qv_guid.h"
 
 namespace Quorvane
 {
@@ -36,6 +43,22 @@ class CString;
 class CStringContainer;
 
 typedef TRefPtr<CStringContainer> PStringContainer;
+
+// Whether an operation tells upper from lower case. Every non-zero value ignores case.
+enum ECaseSensitivity : u32
+{
+    CaseSensitive = 0,
+    CaseInsensitive = 1,
+};
+
+// The casing of a text, or one to bring it to. Letters are the ASCII letters.
+enum ECasingType : u32
+{
+    CasingType_Unspecified = 0, // no letter at all
+    CasingType_Lowercase = 1,
+    CasingType_Uppercase = 2,
+    CasingType_Mixed = 3,
+};
 
 // The shared, reference-counted block of characters behind a string.
 //
@@ -155,6 +178,55 @@ public:
 
     // A string with a copy of the characters. Fails: an empty string when memory is refused.
     CString ToString() const;
+
+    // Nothing below reads outside the view, needs a terminator, copies or allocates. Views that result borrow from the
+    // same characters. A null text counts as empty.
+
+    // The characters from `start`, or `count` of them; both clamped to the view.
+    CStringView Slice(u32 start) const;
+    CStringView Slice(u32 start, u32 count) const;
+
+    // Equality. As for strings, a terminator ends the comparison where both have one, and ignoring case follows the
+    // platform's library.
+    bool Compare(const char *other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+    bool Compare(const CStringView &other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+
+    // True when no character differs from its upper-case (lower-case) form.
+    bool IsUpper() const;
+    bool IsLower() const;
+    // Unspecified without a letter.
+    ECasingType AnalyzeCasing() const;
+
+    // Prefix, suffix and substring tests; case is ASCII case. An empty argument is contained in everything.
+    bool StartsWith(const CStringView &other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+    bool StartsWith(const char *other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+    bool EndsWith(const CStringView &other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+    bool EndsWith(const char *other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+    bool Contains(const CStringView &other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+    bool Contains(const char *other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+
+    // The view without the given character, or any character of the set, at both ends, the start or the end. A null or
+    // empty set strips nothing.
+    CStringView Strip(char character) const;
+    CStringView Strip(const char *set) const;
+    CStringView StripLeft(char character) const;
+    CStringView StripLeft(const char *set) const;
+    CStringView StripRight(char character) const;
+    CStringView StripRight(const char *set) const;
+
+    // The index of the first character at or after `start`, or of the last one, that is the given character or one of
+    // the set; CGuid::INVALID when there is none. A null or empty set finds nothing.
+    CGuid FindFirstOf(char character) const { return FindNextOf(character, 0); }
+    CGuid FindFirstOf(const char *set) const { return FindNextOf(set, 0); }
+    CGuid FindNextOf(char character, u32 start) const;
+    CGuid FindNextOf(const char *set, u32 start) const;
+    CGuid FindLastOf(char character) const;
+
+    // Equality of all characters, embedded terminators included.
+    bool operator==(const char *other) const;
+    bool operator==(const CStringView &other) const;
+    bool operator!=(const char *other) const { return !(*this == other); }
+    bool operator!=(const CStringView &other) const { return !(*this == other); }
 
 private:
     const char *m_Data;
@@ -277,6 +349,209 @@ public:
     CString &AppendSlash();
     CString SlashAppended() const;
 
+    // Casing. Works on the stored length, so characters behind an embedded terminator change too. A shared container is
+    // copied first. Returns: this string.
+    // Fails: an empty string; conversions report "_P::m_Ptr != null".
+
+    CString &ToUppercase();
+    CString &ToLowercase();
+    CString Uppercase() const;
+    CString Lowercase() const;
+
+    // To upper or lower case; every other casing changes no character, but still makes the container this string's own.
+    CString &ConformTo(ECasingType casing);
+    CString ConformedTo(ECasingType casing) const;
+
+    // True when no character differs from its upper-case (lower-case) form; true for an empty string.
+    bool IsUpper() const;
+    bool IsLower() const;
+    // Unspecified for an empty string, or one without a letter.
+    ECasingType AnalyzeCasing() const;
+
+    // Escape sequences (the syntax is that of SNativeStringUtils::Escape). Both end at the first embedded terminator.
+    // Returns: this string.
+
+    // Gives a new container of the fixed form. Allocates: once, for twice the length. Fails: the string is unchanged.
+    CString &Escape();
+    // In place, in a private copy when the container is shared. Reports "m_Container->RefCount() == 1" when the copy
+    // cannot be had. Fails: an empty string.
+    CString &Unescape();
+    CString Escaped() const;
+    CString Unescaped() const;
+
+    // Takes the string as a line that ends at `column`, and appends the tabs and spaces that move its end `width`
+    // columns further, with tab stops every `tabWidth` columns. Gives a new container of the fixed form.
+    // Requires: a tab width, else reports "tabWidth != 0" and changes nothing.
+    // Returns: the number of characters appended. Fails: 0, with the string unchanged.
+    u32 Ident(u32 column, u32 width, u32 tabWidth);
+
+    // Reversal. Beware: `Reverse` reverses the characters where they are, so every string that shares them sees it.
+    // `Reversed` never touches this string. Fails (Reversed): an empty string.
+    CString &Reverse();
+    CString Reversed() const;
+
+    // A new string in which every occurrence of the pattern is replaced, left to right and without overlap; replaced
+    // text is not searched again. Ends at the first embedded terminator. A null or empty pattern gives a copy of the
+    // handle.
+    // Cost: linear in the longer of source and result.
+    // Fails: an empty string; where the result is longer than the source, replacements may stop early instead.
+    CString Replace(const CStringView &pattern, const CStringView &replacement) const;
+    CString Replace(const CStringView &pattern, const char *replacement) const;
+    CString Replace(const char *pattern, const CStringView &replacement) const;
+    CString Replace(const char *pattern, const char *replacement) const;
+
+    // A new string in which one character is replaced by another, up to the stored length.
+    // Requires: two characters, else reports "searchFor != '\0' && replaceWith != '\0'" and goes on.
+    // Fails: an empty string.
+    CString Replace(char searchFor, char replaceWith) const;
+
+    // Removes characters of the set from both ends, the start or the end. A null or empty set strips nothing; a string
+    // of nothing else is emptied. Nothing to strip leaves a shared container shared. Returns: this string.
+    // Fails: an empty string; StripRight reports "data != null".
+    CString &Strip(const char *chars);
+    CString &StripLeft(const char *chars);
+    CString &StripRight(const char *chars);
+
+    // Blanks comments (the syntax is that of SNativeStringUtils::Uncomment); the length stays. Returns: this string.
+    // Requires: no embedded terminator, else reports "SNativeStringUtils::Length_16(Data()) == Length()".
+    // Fails: an empty string.
+    CString &Uncomment();
+
+    // Equality: `Compare` answers yes or no, it does not order. Ignoring case, buffers and views follow the platform's
+    // library, strings ASCII. With buffers and views, a terminator ends the comparison where both have one.
+    // Report "m_Container->Data() != null" or "srcA != null && srcB != null" for a container without characters.
+    bool Compare(const char *other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+    bool Compare(const CStringView &other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+    bool Compare(const CString &other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+
+    // Order by bytes (unsigned, lower-cased ones where case is ignored); a string that starts another one is before it.
+    // A string without a container is before every string with one, be that empty.
+    bool LessThan(const CString &other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+
+    bool operator==(const char *other) const { return Compare(other, CaseSensitive); }
+    bool operator==(const CString &other) const { return Compare(other, CaseSensitive); }
+    bool operator!=(const char *other) const { return !(*this == other); }
+    bool operator!=(const CString &other) const { return !(*this == other); }
+    // A null buffer orders with a string without a container.
+    bool operator>(const char *other) const;
+    bool operator<(const char *other) const;
+    bool operator>(const CString &other) const;
+    bool operator<(const CString &other) const;
+    bool operator<=(const CString &other) const { return !(*this > other); }
+    bool operator>=(const CString &other) const { return !(*this < other); }
+    bool operator<=(const char *other) const { return !(*this > other); }
+    bool operator>=(const char *other) const { return !(*this < other); }
+
+    // Search. The index of what was found, or CGuid::INVALID.
+
+    // The first character at or after `start` that is `character`, or the last one; up to the stored length.
+    CGuid FindFirstOf(char character) const { return FindNextOf(character, 0); }
+    CGuid FindNextOf(char character, u32 start) const;
+    CGuid FindLastOf(char character) const;
+
+    // The first place at or after `start` where the whole of `str` stands; up to the first terminator. Beware: despite
+    // the name this finds a substring, where a view finds one of a set. An empty `str` is found at `start`.
+    CGuid FindFirstOf(const char *str) const { return FindNextOf(str, 0); }
+    CGuid FindNextOf(const char *str, u32 start) const;
+
+    // Prefix, suffix and substring tests; case is ASCII case. A null or empty argument is contained in everything.
+    bool StartsWith(const char *other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+    bool StartsWith(const CString &other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+    bool StartsWith(const CStringView &other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+    bool EndsWith(const char *other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+    bool EndsWith(const CString &other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+    bool EndsWith(const CStringView &other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+    bool Contains(const char *other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+    bool Contains(const CString &other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+    bool Contains(const CStringView &other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+
+    // True when the string holds only characters of the set, up to its terminator. A null or empty set asks for plain
+    // emptiness.
+    bool Empty(const char *blanks) const;
+
+    // Extraction: a new string with the characters from `first` up to, not including, `last`. Equal indices give an
+    // empty string. Fails: an empty string.
+
+    // Requires: `first` within the string and `last` not beyond it, else reports "first < size && last <= size" and
+    // gives an empty string.
+    CString Extract(u32 first, u32 last) const;
+    // From a buffer. Requires: text up to `last`, else reports "from != null && last > first &&
+    // SNativeStringUtils::Length(from) >= QVMax(first, last)"; a null buffer or `last` before `first` then gives an
+    // empty string, every other count is trusted. Looks no further than `last`.
+    static CString Extract(const char *from, u32 first, u32 last);
+
+    // Splitting. The pieces are the runs between separators: none is ever empty. Views borrow from this string's
+    // characters; strings have characters of their own.
+    // Returns: whether every piece was stored; the pieces before one that could not be stay in the array. A piece whose
+    // memory is refused is stored as an empty string.
+
+    // At every `separator` up to the stored length. Clears the output first.
+    bool Split(char separator, TArray<CStringView> &outPieces) const;
+    bool Split(char separator, TArray<CString> &outPieces) const;
+
+    // The same while holding a reference of its own, so that other handles may let go of the characters meanwhile; no
+    // thread may assign this handle, though. Views need a handle that keeps the characters alive afterwards.
+    bool Split_ThreadSafe(char separator, TArray<CStringView> &outPieces) const;
+    bool Split_ThreadSafe(char separator, TArray<CString> &outPieces) const;
+
+    // At every character for which `isSeparator`, anything that can be called with a char and answers a bool, is true.
+    // It may be asked more than once for a character. Appends to the output, which is not cleared.
+    template <typename Predicate, typename = std::enable_if_t<std::is_invocable_r<bool, Predicate &, char>::value>>
+    bool Split(Predicate &&isSeparator, TArray<CString> &outPieces) const;
+
+    // Wildcard match of the whole string (the syntax is that of SNativeStringUtils::Match and MatchWithInhibitors). An
+    // empty string matches null and patterns of nothing but stars; an empty pattern string matches an empty string
+    // only.
+    // Requires: a pattern for a string that is not empty, else reports "pattern != null" and matches nothing.
+    bool Match(const char *pattern, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+    bool Match(const CString &pattern, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+    bool MatchWithInhibitors(const char *pattern, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+    bool MatchWithInhibitors(const CString &pattern, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+
+    // Fuzzy matching: a weight from 0 to 1 by edit distance, for look-ups that forgive typing errors. Case matters,
+    // bytes are compared as they are, and emptiness goes by length. Reads only; may run on shared strings from several
+    // threads.
+
+    // An entry of a ranked list.
+    struct SFuzzyMatchListElement
+    {
+        SFuzzyMatchListElement(u32 indexInStringList, float matchWeight)
+            : m_IndexInStringList(indexInStringList), m_MatchWeight(matchWeight)
+        {
+        }
+
+        u32 m_IndexInStringList;
+        float m_MatchWeight;
+    };
+
+    // 1 for equal texts, 0 when one of them is empty. Not symmetric for texts of one length: see the .cpp.
+    // Cost: lengths multiplied, by 64. Allocates: a block of 4 bytes per character of the longer text when that has 256
+    // characters or more. Fails: 0.
+    float FuzzyMatch(const CString &other) const;
+
+    // The weight of every entry, in order.
+    // Requires: as many results as entries, else reports "outMatchResults.Count() == stringList.Count()" and writes as
+    // many as both have.
+    void FuzzyMatchList(const TStridedMemoryView<const CString> &stringList,
+                        const TMemoryView<float> &outMatchResults) const;
+
+    // The entries with a weight of `tolerance` or more, best first. Clears the output first. The order of equal weights
+    // is that of QuickSort. Fails: entries that cannot be stored are left out.
+    void FuzzyMatchList_Ordered(const TStridedMemoryView<const CString> &stringList,
+                                TArray<SFuzzyMatchListElement> &outOrderedMatchResults, float tolerance) const;
+
+    // The best `maxCount` entries with a weight of `tolerance` or more, best first, equal weights by rising index (an
+    // order of its own: FuzzyMatchList_Ordered leaves them as its sort does). Keeps no more than `maxCount` elements,
+    // and does not look at the characters of an entry whose length alone rules it out.
+    // Returns: false, with an empty output, when memory is refused.
+    bool FuzzyMatchList_Top(const TStridedMemoryView<const CString> &stringList,
+                            TArray<SFuzzyMatchListElement> &outBest, float tolerance, u32 maxCount) const;
+
+    // The indices of this string's characters that a best alignment with `other` matches, rising: what to highlight.
+    // Cost: lengths multiplied, in time and in bits of memory.
+    // Returns: false, with an empty output, when memory is refused.
+    bool FuzzyMatchPositions(const CString &other, TArray<u32> &outPositions) const;
+
     CString &operator+=(const CString &other) { return Append(other); }
     CString &operator+=(const CStringView &other) { return Append(other); }
     CString &operator+=(const char *other) { return Append(other); }
@@ -290,6 +565,8 @@ private:
 
     void _MakeUnique();
     char &_CharacterForWriting(u32 index);
+
+    s32 _OrderWith(const CString &other) const;
 
     CString &_Concatenate(const char *other, u32 length);
     CString &_Prepend(const char *other, u32 length);
@@ -307,6 +584,58 @@ template <>
 struct TTypeTraits<CString>
 {
     static constexpr bool HasTrivialRelocate = true;
+};
+
+// The order of ranked fuzzy matches: a higher weight is "less", so that it comes first. The index takes no part.
+template <>
+struct TSortDefaultCompare<CString::SFuzzyMatchListElement *>
+{
+    static bool Less(const CString::SFuzzyMatchListElement &a, const CString::SFuzzyMatchListElement &b)
+    {
+        return a.m_MatchWeight > b.m_MatchWeight;
+    }
+    static bool Equal(const CString::SFuzzyMatchListElement &a, const CString::SFuzzyMatchListElement &b)
+    {
+        return a.m_MatchWeight == b.m_MatchWeight;
+    }
+};
+
+template <>
+struct TSortDefaultCompare<TArray<CString::SFuzzyMatchListElement>::Iterator>
+    : TSortDefaultCompare<CString::SFuzzyMatchListElement *>
+{
+};
+
+// Splits strings at any of a set of characters: configured once, used for many strings.
+//
+// Its rules differ from CString::Split on purpose: the piece between two adjacent separators, and before a leading one,
+// is kept, as an empty string; there is none behind a trailing separator. The text ends at its first terminator.
+//
+// Several threads may split with one splitter as long as none configures it.
+class CStringBatchSplitter
+{
+public:
+    // No separator yet: a string gives one piece.
+    CStringBatchSplitter();
+
+    void AddSplitChar(char character);
+    // Every character of a terminated text (null: none), or of a string by its stored length.
+    void AddSplitChars(const char *characters);
+    void AddSplitChars(const CString &characters);
+
+    // Requires: not the terminator, else reports "c != '\0'".
+    void RemoveSplitChar(char c);
+    void RemoveSplitChars(const char *characters);
+    void RemoveSplitChars(const CString &characters);
+
+    // Clears the output and stores the pieces. A piece that cannot be stored is lost, and splitting goes on.
+    // Requires: a string with a container, else reports "_P::m_Ptr != null".
+    void Split(const CString &str, TArray<CString> &outPieces);
+    // The same while holding a reference of its own.
+    void Split_ThreadSafe(const CString &str, TArray<CString> &outPieces);
+
+private:
+    u8 m_SplitTable[256]; // by character as an unsigned byte: 1 for a separator; entry 0, the terminator, is one always
 };
 
 // Concatenation and path joining into a new string, as Append and AppendSlashAnd do it.
@@ -327,6 +656,84 @@ CString operator/(const char *a, const CString &b);
 CString operator/(CString &&a, const CString &b);
 CString operator/(CString &&a, const CStringView &b);
 CString operator/(CString &&a, const char *b);
+
+// Equality of a string and a view: of all characters, embedded terminators included. A string whose first character is
+// the terminator equals the empty view.
+bool operator==(const CString &a, const CStringView &b);
+inline bool operator==(const CStringView &a, const CString &b)
+{
+    return b == a;
+}
+inline bool operator!=(const CString &a, const CStringView &b)
+{
+    return !(a == b);
+}
+inline bool operator!=(const CStringView &a, const CString &b)
+{
+    return !(b == a);
+}
+
+// Order of a string and a view, by bytes. A view of null orders with a string without a container.
+bool operator<(const CString &a, const CStringView &b);
+bool operator>(const CString &a, const CStringView &b);
+inline bool operator<=(const CString &a, const CStringView &b)
+{
+    return !(a > b);
+}
+inline bool operator>=(const CString &a, const CStringView &b)
+{
+    return !(a < b);
+}
+inline bool operator<(const CStringView &a, const CString &b)
+{
+    return b > a;
+}
+inline bool operator>(const CStringView &a, const CString &b)
+{
+    return b < a;
+}
+inline bool operator<=(const CStringView &a, const CString &b)
+{
+    return b >= a;
+}
+inline bool operator>=(const CStringView &a, const CString &b)
+{
+    return b <= a;
+}
+
+// The same comparisons with the buffer on the left. None of them builds a string.
+inline bool operator==(const char *a, const CString &b)
+{
+    return b == a;
+}
+inline bool operator!=(const char *a, const CString &b)
+{
+    return b != a;
+}
+inline bool operator<(const char *a, const CString &b)
+{
+    return b > a;
+}
+inline bool operator>(const char *a, const CString &b)
+{
+    return b < a;
+}
+inline bool operator<=(const char *a, const CString &b)
+{
+    return b >= a;
+}
+inline bool operator>=(const char *a, const CString &b)
+{
+    return b <= a;
+}
+inline bool operator==(const char *a, const CStringView &b)
+{
+    return b == a;
+}
+inline bool operator!=(const char *a, const CStringView &b)
+{
+    return b != a;
+}
 
 // Inline bodies.
 
@@ -355,6 +762,26 @@ inline const char &CString::Last() const
     QV_INTERNAL_ASSERT_TEXT("!Empty()", !empty);
     const u32 length = Length();
     return QV_INTERNAL_LIKELY(!empty && length != 0) ? Data()[length - 1] : kNoCharacter;
+}
+
+template <typename Predicate, typename>
+bool CString::Split(Predicate &&isSeparator, TArray<CString> &outPieces) const
+{
+    if (Empty())
+        return true;
+    // Nothing below looks at this handle again: it may lie in the array, which moves its elements when it grows.
+    const char *cur = Data();
+    const char *const end = cur + Length();
+    while (cur < end)
+    {
+        const char *const first = cur;
+        while (cur < end && !isSeparator(*cur))
+            ++cur;
+        if (cur != first && !outPieces.PushBack(Extract(first, 0, static_cast<u32>(cur - first))).Valid())
+            return false;
+        ++cur;
+    }
+    return true;
 }
 
 inline CStringView::CStringView(const CString &string) : CStringView(string.Data(), string.Length()) {}

@@ -14,9 +14,10 @@ CString CString::VAFormat(const char *format, va_list args)
     QV_ASSERT(format != null);
     constexpr u32 kStackBytes = 512;
     char buffer[kStackBytes];
-    buffer[0] = '\0';
+    char *const bufferLast = buffer + kStackBytes - 1;
+    *bufferLast = '\0';
     u32 length = 0;
-    char *formatted = SNativeStringUtils::VAFormat(buffer, buffer + kStackBytes - 1, length, format, args);
+    char *formatted = SNativeStringUtils::VAFormat(buffer, bufferLast, length, format, args);
     if (formatted == nullptr)
         return CString();
     CString result(CStringContainer::New(formatted, length));

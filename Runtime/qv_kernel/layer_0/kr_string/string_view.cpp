@@ -1,8 +1,56 @@
-// The non-owning view: what it needs a string for.
+// The non-owning view: slicing, comparison, search and stripping within (pointer, length).
 #include "kr_string.h"
+
+#include <cstring>
+
+#include "character_set.h"
 
 namespace Quorvane
 {
+
+namespace
+{
+
+// A view of null has no characters to look at, whatever its length says.
+u32 ReadableLength(const CStringView &view)
+{
+    return view.Data() != nullptr ? view.Length() : 0;
+}
+
+// The number of characters before the first terminator in the view.
+u32 LengthToTerminator(const CStringView &view)
+{
+    const u32 length = ReadableLength(view);
+    const void *terminator = length != 0 ? std::memchr(view.Data(), '\0', length) : nullptr;
+    return terminator != nullptr ? static_cast<u32>(static_cast<const char *>(terminator) - view.Data()) : length;
+}
+
+bool EqualBytes(const char *a, const char *b, u32 length)
+{
+    return length == 0 || std::memcmp(a, b, length) == 0;
+}
+
+bool EqualText(const char *a, const char *b, u32 length, ECaseSensitivity caseSensitivity)
+{
+    return caseSensitivity != CaseSensitive ? SNativeStringUtils::EqualCase(a, b, length) : EqualBytes(a, b, length);
+}
+
+CStringView StrippedLeft(const CStringView &view, const Internal::CCharacterSet &set)
+{
+    return view.Slice(Internal::CountLeading(view.Data(), ReadableLength(view), set));
+}
+
+CStringView StrippedRight(const CStringView &view, const Internal::CCharacterSet &set)
+{
+    return view.Slice(0, Internal::LengthWithoutTrailing(view.Data(), ReadableLength(view), set));
+}
+
+CStringView ViewOf(const char *text)
+{
+    return CStringView::FromNullTerminatedString(text);
+}
+
+} // namespace
 
 CStringView CStringView::FromNullTerminatedString(const char *str)
 {
@@ -13,6 +61,153 @@ CString CStringView::ToString() const
 {
     // Not through the counted constructor, which judges emptiness by the first character.
     return m_Data != nullptr ? CString(CStringContainer::New(m_Data, m_Length)) : CString();
+}
+
+CStringView CStringView::Slice(u32 start) const
+{
+    return Slice(start, m_Length);
+}
+
+CStringView CStringView::Slice(u32 start, u32 count) const
+{
+    const u32 clampedStart = QVMin(start, m_Length);
+    const char *data = m_Data != nullptr ? m_Data + clampedStart : nullptr;
+    return CStringView(data, QVMin(count, m_Length - clampedStart));
+}
+
+bool CStringView::Compare(const char *other, ECaseSensitivity caseSensitivity) const
+{
+    // Null counts as empty, which a view that begins with a terminator equals too.
+    if (other == nullptr)
+        other = "";
+    // The other text has at least as many characters when these are equal, so its end can be looked at.
+    const u32 length = LengthToTerminator(*this);
+    const bool equal =
+        length == 0 || (caseSensitivity != CaseSensitive ? Internal::PlatformCompareCase(m_Data, other, length) == 0
+                                                         : std::strncmp(m_Data, other, length) == 0);
+    return equal && other[length] == '\0';
+}
+
+bool CStringView::Compare(const CStringView &other, ECaseSensitivity caseSensitivity) const
+{
+    if (m_Length != other.m_Length)
+        return false;
+    if (m_Data == nullptr || other.m_Data == nullptr)
+        return m_Length == 0 || m_Data == other.m_Data;
+    return caseSensitivity != CaseSensitive ? Internal::PlatformCompareCase(m_Data, other.m_Data, m_Length) == 0
+                                            : std::strncmp(m_Data, other.m_Data, m_Length) == 0;
+}
+
+bool CStringView::operator==(const char *other) const
+{
+    return LengthToTerminator(*this) == m_Length && Compare(other, CaseSensitive);
+}
+
+bool CStringView::operator==(const CStringView &other) const
+{
+    if (m_Length != other.m_Length)
+        return false;
+    if (m_Data == nullptr || other.m_Data == nullptr)
+        return m_Length == 0 || m_Data == other.m_Data;
+    return EqualBytes(m_Data, other.m_Data, m_Length);
+}
+
+bool CStringView::StartsWith(const CStringView &other, ECaseSensitivity caseSensitivity) const
+{
+    const u32 otherLength = ReadableLength(other);
+    return otherLength <= ReadableLength(*this) && EqualText(m_Data, other.m_Data, otherLength, caseSensitivity);
+}
+
+bool CStringView::EndsWith(const CStringView &other, ECaseSensitivity caseSensitivity) const
+{
+    const u32 length = ReadableLength(*this);
+    const u32 otherLength = ReadableLength(other);
+    return otherLength <= length &&
+           EqualText(m_Data + (length - otherLength), other.m_Data, otherLength, caseSensitivity);
+}
+
+bool CStringView::Contains(const CStringView &other, ECaseSensitivity caseSensitivity) const
+{
+    const u32 length = ReadableLength(*this);
+    const u32 otherLength = ReadableLength(other);
+    if (otherLength == 0)
+        return true;
+    const char *found = caseSensitivity != CaseSensitive
+                            ? SNativeStringUtils::FindCase(m_Data, length, other.m_Data, otherLength)
+                            : SNativeStringUtils::Find(m_Data, length, other.m_Data, otherLength);
+    return found != nullptr;
+}
+
+bool CStringView::StartsWith(const char *other, ECaseSensitivity caseSensitivity) const
+{
+    return StartsWith(ViewOf(other), caseSensitivity);
+}
+
+bool CStringView::EndsWith(const char *other, ECaseSensitivity caseSensitivity) const
+{
+    return EndsWith(ViewOf(other), caseSensitivity);
+}
+
+bool CStringView::Contains(const char *other, ECaseSensitivity caseSensitivity) const
+{
+    return Contains(ViewOf(other), caseSensitivity);
+}
+
+CStringView CStringView::Strip(char character) const
+{
+    return StripLeft(character).StripRight(character);
+}
+
+CStringView CStringView::Strip(const char *set) const
+{
+    return StripLeft(set).StripRight(set);
+}
+
+CStringView CStringView::StripLeft(char character) const
+{
+    return StrippedLeft(*this, Internal::CCharacterSet(character));
+}
+
+CStringView CStringView::StripLeft(const char *set) const
+{
+    return StrippedLeft(*this, Internal::CCharacterSet(set));
+}
+
+CStringView CStringView::StripRight(char character) const
+{
+    return StrippedRight(*this, Internal::CCharacterSet(character));
+}
+
+CStringView CStringView::StripRight(const char *set) const
+{
+    return StrippedRight(*this, Internal::CCharacterSet(set));
+}
+
+CGuid CStringView::FindNextOf(char character, u32 start) const
+{
+    const u32 length = ReadableLength(*this);
+    if (start >= length)
+        return CGuid::INVALID;
+    const void *found = std::memchr(m_Data + start, character, length - start);
+    return found != nullptr ? CGuid(static_cast<u32>(static_cast<const char *>(found) - m_Data)) : CGuid::INVALID;
+}
+
+CGuid CStringView::FindNextOf(const char *set, u32 start) const
+{
+    const Internal::CCharacterSet characters(set);
+    const u32 length = ReadableLength(*this);
+    for (u32 i = start; i < length; ++i)
+        if (characters.Contains(m_Data[i]))
+            return CGuid(i);
+    return CGuid::INVALID;
+}
+
+CGuid CStringView::FindLastOf(char character) const
+{
+    for (u32 i = ReadableLength(*this); i != 0; --i)
+        if (m_Data[i - 1] == character)
+            return CGuid(i - 1);
+    return CGuid::INVALID;
 }
 
 } // namespace Quorvane

@@ -1,0 +1,46 @@
+// A set of characters, for stripping and searching: one bit per byte value.
+#pragma once
+
+#include "qv_defs.h"
+
+namespace Quorvane::Internal
+{
+
+class CCharacterSet
+{
+public:
+    // The characters of a terminated text; null is the empty set. The terminator is never in it.
+    explicit CCharacterSet(const char *characters)
+    {
+        for (; characters != nullptr && *characters != '\0'; ++characters)
+            m_Words[_Word(*characters)] |= _Bit(*characters);
+    }
+    explicit CCharacterSet(char character) { m_Words[_Word(character)] |= _Bit(character); }
+
+    bool Contains(char character) const { return (m_Words[_Word(character)] & _Bit(character)) != 0; }
+
+private:
+    static u32 _Word(char character) { return static_cast<u8>(character) >> 6; }
+    static u64 _Bit(char character) { return 1ull << (static_cast<u8>(character) & 63); }
+
+    u64 m_Words[4] = {0, 0, 0, 0};
+};
+
+// The index of the first character that is not in the set, or `length`.
+inline u32 CountLeading(const char *data, u32 length, const CCharacterSet &set)
+{
+    u32 count = 0;
+    while (count < length && set.Contains(data[count]))
+        ++count;
+    return count;
+}
+
+// The length without the characters at the end that are in the set.
+inline u32 LengthWithoutTrailing(const char *data, u32 length, const CCharacterSet &set)
+{
+    while (length != 0 && set.Contains(data[length - 1]))
+        --length;
+    return length;
+}
+
+} // namespace Quorvane::Internal

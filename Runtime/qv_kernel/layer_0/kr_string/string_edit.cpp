@@ -1,0 +1,119 @@
+// Edits that keep or shorten a string: reversing, replacing characters, stripping, blanking comments.
+#include "kr_string.h"
+
+#include <cstring>
+
+#include "character_set.h"
+#include "kr_mem_utils.h"
+
+namespace Quorvane
+{
+
+namespace
+{
+
+bool IsNullOrEmpty(const char *text)
+{
+    return text == nullptr || *text == '\0';
+}
+
+} // namespace
+
+CString &CString::Reverse()
+{
+    CStringContainer *container = m_Container.Get();
+    if (CStringContainer::SafeLength(container) == 0)
+        return *this;
+    char *data = container->Data();
+    QV_ASSERT(data != null);
+    QV_INTERNAL_ASSERT_ALIGNED_16(data);
+    if (data != nullptr)
+        SNativeStringUtils::Reverse_16(data, container->Length());
+    return *this;
+}
+
+CString CString::Reversed() const
+{
+    if (Data() == nullptr)
+        return CString();
+    CString result(CStringContainer::New(Data(), Length()));
+    result.Reverse();
+    return result;
+}
+
+CString CString::Replace(char searchFor, char replaceWith) const
+{
+    QV_ASSERT(searchFor != '\0' && replaceWith != '\0');
+    if (Data() == nullptr)
+        return CString();
+    CString result(CStringContainer::New(null, Length()));
+    CStringContainer *container = result.m_Container.Get();
+    if (container != nullptr)
+        SNativeStringUtils::Replace_16(container->Data(), Data(), container->Length(), searchFor, replaceWith);
+    return result;
+}
+
+CString &CString::Strip(const char *chars)
+{
+    if (IsNullOrEmpty(chars) || Data() == nullptr)
+        return *this;
+    // Both ends are found before either is stripped: the set may lie in the string itself.
+    const Internal::CCharacterSet set(chars);
+    const u32 length = Length();
+    const u32 end = Internal::LengthWithoutTrailing(Data(), length, set);
+    const u32 begin = Internal::CountLeading(Data(), end, set);
+    const u32 newLength = end - begin;
+    if (newLength == length)
+        return *this;
+    char *data = RawDataForWriting();
+    if (QV_VERIFY(data != null))
+        return *this;
+    Mem::Copy_Overlapped(data, data + begin, newLength);
+    data[newLength] = '\0';
+    m_Container->UnsafeSetLength(newLength);
+    return *this;
+}
+
+CString &CString::StripLeft(const char *chars)
+{
+    if (IsNullOrEmpty(chars) || Data() == nullptr)
+        return *this;
+    const u32 length = Length();
+    const u32 stripped = Internal::CountLeading(Data(), length, Internal::CCharacterSet(chars));
+    if (stripped == length)
+        Clear();
+    if (stripped == length || stripped == 0)
+        return *this;
+    char *data = RawDataForWriting();
+    if (data == nullptr)
+        return *this;
+    const u32 newLength = length - stripped;
+    Mem::Copy_Overlapped(data, data + stripped, static_cast<u64>(newLength) + 1);
+    m_Container->UnsafeSetLength(newLength);
+    return *this;
+}
+
+CString &CString::StripRight(const char *chars)
+{
+    if (IsNullOrEmpty(chars) || Data() == nullptr)
+        return *this;
+    const u32 length = Length();
+    const u32 newLength = Internal::LengthWithoutTrailing(Data(), length, Internal::CCharacterSet(chars));
+    if (newLength == length)
+        return *this;
+    char *data = RawDataForWriting();
+    if (QV_VERIFY(data != null))
+        return *this;
+    data[newLength] = '\0';
+    m_Container->UnsafeSetLength(newLength);
+    return *this;
+}
+
+CString &CString::Uncomment()
+{
+    SNativeStringUtils::Uncomment(RawDataForWriting());
+    QV_ASSERT(SNativeStringUtils::Length_16(Data()) == Length());
+    return *this;
+}
+
+} // namespace Quorvane

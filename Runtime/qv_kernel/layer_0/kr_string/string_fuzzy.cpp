@@ -1,0 +1,298 @@
+// Fuzzy matching: the weight of two strings, of a query against a list, and the ranked lists.
+//
+// The weight is (total - distance + 1) / total, where total is the sum of the lengths and the distance that of
+// fuzzy_distance.h. Its boundary makes the weight depend, for texts of one length, on which of them is this string:
+// "ab" gives "xa" 0.75, "xa" gives "ab" 0.5.
+#include "kr_string.h"
+
+#include <algorithm>
+
+#include "fuzzy_distance.h"
+#include "fuzzy_lanes.h"
+#include "kr_mem.h"
+
+namespace Quorvane
+{
+
+namespace
+{
+
+using namespace Internal;
+
+// Longer texts than this take a heap block for the row of counters; shorter ones the stack.
+constexpr u32 kStackCells = 256;
+
+// The storage that a comparison of texts up to `longerLength` may use: on the stack, or a block of one counter of 32
+// bits for each cell of the recurrence's row.
+class CFuzzyRow
+{
+public:
+    explicit CFuzzyRow(u32 longerLength) : m_Block(nullptr), m_Row(m_Stack)
+    {
+        if (longerLength < kStackCells)
+            return;
+        const u64 bytes = (static_cast<u64>(longerLength) + 1) * sizeof(u32);
+        m_Block = Mem::_RawAlloc(bytes, 0, Mem::AllocType_Generic, Mem::Origin_Alloc, QV_INTERNAL_MEM_SITE);
+        m_Row = static_cast<FuzzyCarry *>(m_Block);
+    }
+    ~CFuzzyRow() { Mem::_RawFree(m_Block, Mem::AllocType_Generic, Mem::Origin_Alloc, QV_INTERNAL_MEM_SITE); }
+    CFuzzyRow(const CFuzzyRow &) = delete;
+    CFuzzyRow &operator=(const CFuzzyRow &) = delete;
+
+    // Null when memory is refused.
+    FuzzyCarry *Carries() const { return m_Row; }
+
+private:
+    void *m_Block;
+    FuzzyCarry *m_Row;
+    FuzzyCarry m_Stack[kStackCells];
+};
+
+// The weight of two strings of which one is empty.
+float WeightOfEmpty(u32 length, u32 otherLength)
+{
+    return length == otherLength ? 1.0f : 0.0f;
+}
+
+// The distance of rows to columns, both not empty, with masks made for this one comparison.
+u32 DistanceOnce(const CStringView &rows, const CStringView &columns, FuzzyCarry *carries)
+{
+    SFuzzyMasks masks;
+    if (rows.Length() <= kStripRows)
+    {
+        masks.ClearFor(columns.Data(), columns.Length());
+        masks.ClearFor(rows.Data(), rows.Length());
+        masks.Add(rows.Data(), rows.Length());
+        return DistanceOfStrip(masks, rows.Length(), FuzzyBits_Rows, columns.Data(), columns.Length());
+    }
+    const auto masksOfStrip = [&](u32 strip) -> const SFuzzyMasks &
+    {
+        const u32 start = strip * kStripRows;
+        masks.Clear();
+        masks.Add(rows.Data() + start, QVMin(rows.Length() - start, kStripRows));
+        return masks;
+    };
+    return DistanceOfStrips(masksOfStrip, rows.Length(), FuzzyBits_Rows, columns.Data(), columns.Length(), carries);
+}
+
+// A query that is scored against many texts: its masks are built once.
+class CFuzzyQuery
+{
+public:
+    // Texts scored at a time.
+    static constexpr u32 kBatch = 64;
+
+    explicit CFuzzyQuery(const CString &query) : m_Query(query)
+    {
+        const u32 length = m_Query.Length();
+        for (u32 strip = 0; strip < kMaxStrips && strip * kStripRows < length; ++strip)
+        {
+            const u32 start = strip * kStripRows;
+            m_Masks[strip].Clear();
+            m_Masks[strip].Add(m_Query.Data() + start, QVMin(length - start, kStripRows));
+        }
+        if (_FitsLanes(m_Lanes16))
+            m_Lanes16.SetQuery(m_Masks[0], length);
+        else if (_FitsLanes(m_Lanes32))
+            m_Lanes32.SetQuery(m_Masks[0], length);
+    }
+
+    // The weights of at most `kBatch` strings.
+    void Weigh(const CString *const *strings, u32 count, float *outWeights) const
+    {
+        if (_FitsLanes(m_Lanes16))
+            _WeighInLanes(m_Lanes16, strings, count, outWeights);
+        else if (_FitsLanes(m_Lanes32))
+            _WeighInLanes(m_Lanes32, strings, count, outWeights);
+        else
+            for (u32 i = 0; i < count; ++i)
+                outWeights[i] = _Weigh(*strings[i]);
+    }
+
+private:
+    static constexpr u32 kMaxStrips = 4;
+
+    template <typename Lanes>
+    bool _FitsLanes(const Lanes &) const
+    {
+        return m_Query.Length() != 0 && m_Query.Length() <= Lanes::kMaxQuery;
+    }
+
+    float _Weigh(const CString &string) const
+    {
+        const CStringView text(string);
+        const u32 length = m_Query.Length();
+        if (length == 0 || text.Length() == 0)
+            return WeightOfEmpty(length, text.Length());
+        const CFuzzyRow row(QVMax(length, text.Length()));
+        if (row.Carries() == nullptr)
+            return 0.0f;
+        return FuzzyWeight(length + text.Length(), _Distance(text, row.Carries()));
+    }
+
+    u32 _Distance(const CStringView &text, FuzzyCarry *carries) const
+    {
+        const u32 length = m_Query.Length();
+        const EFuzzyBits bits = length < text.Length() ? FuzzyBits_Rows : FuzzyBits_Columns;
+        if (length <= kStripRows)
+            return DistanceOfStrip(m_Masks[0], length, bits, text.Data(), text.Length());
+        if (length > kMaxStrips * kStripRows)
+            return bits == FuzzyBits_Rows ? DistanceOnce(m_Query, text, carries) : DistanceOnce(text, m_Query, carries);
+        const auto masksOfStrip = [this](u32 strip) -> const SFuzzyMasks & { return m_Masks[strip]; };
+        return DistanceOfStrips(masksOfStrip, length, bits, text.Data(), text.Length(), carries);
+    }
+
+    template <typename Lanes>
+    void _WeighInLanes(const Lanes &lanes, const CString *const *strings, u32 count, float *outWeights) const
+    {
+        SFuzzyLaneText texts[Lanes::kCount];
+        u32 indices[Lanes::kCount];
+        u32 used = 0;
+        for (u32 i = 0; i < count; ++i)
+        {
+            const u32 length = strings[i]->Length();
+            if (length == 0 || length > kMaxLaneText)
+            {
+                outWeights[i] = _Weigh(*strings[i]);
+                continue;
+            }
+            texts[used] = SFuzzyLaneText{strings[i]->Data(), length};
+            indices[used++] = i;
+            if (used == Lanes::kCount)
+                _ScoreLanes(lanes, texts, indices, std::exchange(used, 0u), outWeights);
+        }
+        _ScoreLanes(lanes, texts, indices, used, outWeights);
+    }
+
+    template <typename Lanes>
+    void _ScoreLanes(const Lanes &lanes, SFuzzyLaneText (&texts)[Lanes::kCount], const u32 (&indices)[Lanes::kCount],
+                     u32 used, float *outWeights) const
+    {
+        if (used == 0)
+            return;
+        for (u32 lane = used; lane < Lanes::kCount; ++lane)
+            texts[lane] = SFuzzyLaneText{nullptr, 0};
+        u32 distances[Lanes::kCount];
+        lanes.Distances(texts, distances);
+        for (u32 lane = 0; lane < used; ++lane)
+            outWeights[indices[lane]] = FuzzyWeight(m_Query.Length() + texts[lane].m_Length, distances[lane]);
+    }
+
+    CStringView m_Query;
+    SFuzzyMasks m_Masks[kMaxStrips];
+    TFuzzyLanes<u16> m_Lanes16;
+    TFuzzyLanes<u32> m_Lanes32;
+};
+
+// Weighs the entries of a list in order, those that `wants(entry)` lets pass, and hands (index, weight) to `take`.
+template <typename Wants, typename Take>
+void WeighList(const CString &query, const TStridedMemoryView<const CString> &list, u32 count, const Wants &wants,
+               const Take &take)
+{
+    const CFuzzyQuery scorer(query);
+    const CString *strings[CFuzzyQuery::kBatch];
+    u32 indices[CFuzzyQuery::kBatch];
+    float weights[CFuzzyQuery::kBatch];
+    for (u32 next = 0; next < count;)
+    {
+        u32 batch = 0;
+        for (; next < count && batch < CFuzzyQuery::kBatch; ++next)
+        {
+            const CString &entry = list[next];
+            strings[batch] = &entry;
+            indices[batch] = next;
+            batch += wants(entry) ? 1 : 0;
+        }
+        scorer.Weigh(strings, batch, weights);
+        for (u32 i = 0; i < batch; ++i)
+            take(indices[i], weights[i]);
+    }
+}
+
+bool WantsAll(const CString &)
+{
+    return true;
+}
+
+} // namespace
+
+float CString::FuzzyMatch(const CString &other) const
+{
+    const CStringView a(*this);
+    const CStringView b(other);
+    if (a.Length() == 0 || b.Length() == 0)
+        return WeightOfEmpty(a.Length(), b.Length());
+    const bool thisIsRows = a.Length() < b.Length();
+    const CFuzzyRow row(QVMax(a.Length(), b.Length()));
+    if (row.Carries() == nullptr)
+        return 0.0f;
+    const u32 distance = thisIsRows ? DistanceOnce(a, b, row.Carries()) : DistanceOnce(b, a, row.Carries());
+    return FuzzyWeight(a.Length() + b.Length(), distance);
+}
+
+void CString::FuzzyMatchList(const TStridedMemoryView<const CString> &stringList,
+                             const TMemoryView<float> &outMatchResults) const
+{
+    QV_ASSERT(outMatchResults.Count() == stringList.Count());
+    const u32 count = QVMin(outMatchResults.Count(), stringList.Count());
+    WeighList(*this, stringList, count, WantsAll, [&](u32 index, float weight) { outMatchResults[index] = weight; });
+}
+
+void CString::FuzzyMatchList_Ordered(const TStridedMemoryView<const CString> &stringList,
+                                     TArray<SFuzzyMatchListElement> &outOrderedMatchResults, float tolerance) const
+{
+    outOrderedMatchResults.Clear();
+    WeighList(*this, stringList, stringList.Count(), WantsAll,
+              [&](u32 index, float weight)
+              {
+                  if (weight >= tolerance)
+                      outOrderedMatchResults.PushBack(SFuzzyMatchListElement(index, weight));
+              });
+    if (!outOrderedMatchResults.Empty())
+        QuickSort(outOrderedMatchResults.Begin(), outOrderedMatchResults.End());
+}
+
+bool CString::FuzzyMatchList_Top(const TStridedMemoryView<const CString> &stringList,
+                                 TArray<SFuzzyMatchListElement> &outBest, float tolerance, u32 maxCount) const
+{
+    outBest.Clear();
+    const u32 limit = QVMin(maxCount, stringList.Count());
+    if (limit == 0)
+        return true;
+    if (!outBest.Reserve(limit))
+        return false;
+    // A heap whose first element is the worst one kept.
+    const auto better = [](const SFuzzyMatchListElement &a, const SFuzzyMatchListElement &b)
+    {
+        return a.m_MatchWeight > b.m_MatchWeight ||
+               (a.m_MatchWeight == b.m_MatchWeight && a.m_IndexInStringList < b.m_IndexInStringList);
+    };
+    // Entries come by rising index, so one of the worst weight kept is worse than that.
+    const auto qualifies = [&](float weight)
+    { return weight >= tolerance && (outBest.Count() < limit || weight > outBest.First().m_MatchWeight); };
+    const u32 length = Length();
+    const auto wants = [&](const CString &entry)
+    {
+        // The distance is at least the difference of the lengths plus 1.
+        const u32 entryLength = entry.Length();
+        const u32 difference = QVMax(length, entryLength) - QVMin(length, entryLength);
+        return length == 0 || entryLength == 0 || qualifies(FuzzyWeight(length + entryLength, difference + 1));
+    };
+    WeighList(*this, stringList, stringList.Count(), wants,
+              [&](u32 index, float weight)
+              {
+                  if (!qualifies(weight))
+                      return;
+                  if (outBest.Count() == limit)
+                  {
+                      std::pop_heap(outBest.begin(), outBest.end(), better);
+                      outBest.PopBack();
+                  }
+                  outBest.PushBack(SFuzzyMatchListElement(index, weight));
+                  std::push_heap(outBest.begin(), outBest.end(), better);
+              });
+    std::sort_heap(outBest.begin(), outBest.end(), better);
+    return true;
+}
+
+} // namespace Quorvane

@@ -1,0 +1,54 @@
+// Wildcard matching: the empty strings are decided here, everything else by the native matchers.
+#include "kr_string.h"
+
+namespace Quorvane
+{
+
+namespace
+{
+
+typedef bool (*FMatcher)(const char *pattern, const char *str);
+
+// What an empty string matches: null, and nothing but stars.
+bool MatchesEmpty(const char *pattern)
+{
+    while (pattern != nullptr && *pattern == '*')
+        ++pattern;
+    return pattern == nullptr || *pattern == '\0';
+}
+
+bool MatchWith(FMatcher matcher, const CString &string, const char *pattern)
+{
+    if (string.Empty())
+        return MatchesEmpty(pattern);
+    QV_ASSERT(pattern != null);
+    return matcher(pattern, string.Data());
+}
+
+} // namespace
+
+bool CString::Match(const char *pattern, ECaseSensitivity caseSensitivity) const
+{
+    const bool ignoresCase = caseSensitivity != CaseSensitive;
+    return MatchWith(ignoresCase ? &SNativeStringUtils::MatchCase : &SNativeStringUtils::Match, *this, pattern);
+}
+
+bool CString::Match(const CString &pattern, ECaseSensitivity caseSensitivity) const
+{
+    return pattern.Empty() ? Empty() : Match(pattern.Data(), caseSensitivity);
+}
+
+bool CString::MatchWithInhibitors(const char *pattern, ECaseSensitivity caseSensitivity) const
+{
+    const bool ignoresCase = caseSensitivity != CaseSensitive;
+    return MatchWith(ignoresCase ? &SNativeStringUtils::MatchCaseWithInhibitors
+                                 : &SNativeStringUtils::MatchWithInhibitors,
+                     *this, pattern);
+}
+
+bool CString::MatchWithInhibitors(const CString &pattern, ECaseSensitivity caseSensitivity) const
+{
+    return pattern.Empty() ? Empty() : MatchWithInhibitors(pattern.Data(), caseSensitivity);
+}
+
+} // namespace Quorvane

@@ -1,0 +1,134 @@
+// Search and extraction: questions about a string, and ranges copied out of it.
+#include "kr_string.h"
+
+#include <cstring>
+
+#include "character_set.h"
+
+namespace Quorvane
+{
+
+namespace
+{
+
+bool IsNullOrEmpty(const char *text)
+{
+    return text == nullptr || *text == '\0';
+}
+
+CGuid IndexOf(const char *found, const char *data)
+{
+    return found != nullptr ? CGuid(checked_numcast<u32>(found - data)) : CGuid::INVALID;
+}
+
+} // namespace
+
+CGuid CString::FindNextOf(char character, u32 start) const
+{
+    const u32 length = Length();
+    if (start >= length)
+        return CGuid::INVALID;
+    const char *data = Data();
+    QV_ASSERT(data != null);
+    return CStringView(data, length).FindNextOf(character, start);
+}
+
+CGuid CString::FindNextOf(const char *str, u32 start) const
+{
+    if (str == nullptr || start >= Length())
+        return CGuid::INVALID;
+    const char *data = Data();
+    QV_INTERNAL_ASSERT_TEXT("m_Container != null && m_Container->Data() != null", data != nullptr);
+    return data != nullptr ? IndexOf(std::strstr(data + start, str), data) : CGuid::INVALID;
+}
+
+CGuid CString::FindLastOf(char character) const
+{
+    const u32 length = Length();
+    if (length == 0)
+        return CGuid::INVALID;
+    const char *data = Data();
+    QV_ASSERT(data != null);
+    return CStringView(data, length).FindLastOf(character);
+}
+
+bool CString::StartsWith(const char *other, ECaseSensitivity caseSensitivity) const
+{
+    return CStringView(*this).StartsWith(other, caseSensitivity);
+}
+
+bool CString::StartsWith(const CString &other, ECaseSensitivity caseSensitivity) const
+{
+    return CStringView(*this).StartsWith(CStringView(other), caseSensitivity);
+}
+
+bool CString::StartsWith(const CStringView &other, ECaseSensitivity caseSensitivity) const
+{
+    return CStringView(*this).StartsWith(other, caseSensitivity);
+}
+
+bool CString::EndsWith(const char *other, ECaseSensitivity caseSensitivity) const
+{
+    return CStringView(*this).EndsWith(other, caseSensitivity);
+}
+
+bool CString::EndsWith(const CString &other, ECaseSensitivity caseSensitivity) const
+{
+    return CStringView(*this).EndsWith(CStringView(other), caseSensitivity);
+}
+
+bool CString::EndsWith(const CStringView &other, ECaseSensitivity caseSensitivity) const
+{
+    return CStringView(*this).EndsWith(other, caseSensitivity);
+}
+
+bool CString::Contains(const char *other, ECaseSensitivity caseSensitivity) const
+{
+    return CStringView(*this).Contains(other, caseSensitivity);
+}
+
+bool CString::Contains(const CString &other, ECaseSensitivity caseSensitivity) const
+{
+    return CStringView(*this).Contains(CStringView(other), caseSensitivity);
+}
+
+bool CString::Contains(const CStringView &other, ECaseSensitivity caseSensitivity) const
+{
+    return CStringView(*this).Contains(other, caseSensitivity);
+}
+
+bool CString::Empty(const char *blanks) const
+{
+    if (Empty())
+        return true;
+    if (IsNullOrEmpty(blanks))
+        return false;
+    // The terminator is in no set, so it ends the walk.
+    const Internal::CCharacterSet set(blanks);
+    const char *cur = Data();
+    while (set.Contains(*cur))
+        ++cur;
+    return *cur == '\0';
+}
+
+CString CString::Extract(u32 first, u32 last) const
+{
+    const u32 size = Length();
+    if (QV_VERIFY(first < size && last <= size))
+        return CString();
+    return Extract(Data(), first, last);
+}
+
+CString CString::Extract(const char *from, u32 first, u32 last)
+{
+    if (first == last)
+        return CString();
+    const bool isRange = from != nullptr && last > first;
+    QV_INTERNAL_ASSERT_TEXT("from != null && last > first && SNativeStringUtils::Length(from) >= QVMax(first, last)",
+                            isRange && std::memchr(from, '\0', last) == nullptr);
+    if (!isRange)
+        return CString();
+    return CString(CStringContainer::New(from + first, last - first));
+}
+
+} // namespace Quorvane
