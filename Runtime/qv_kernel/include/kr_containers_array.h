@@ -62,7 +62,6 @@ public:
 template <u32 _Alignment, u32 _InitialSize, u32 _GrowConstant, u32 _GrowMultiplier, u32 _GrowDivider>
 struct TArrayStaticController
 {
-    static_assert((_Alignment & (_Alignment - 1)) == 0, "alignments are powers of two, or 0");
     static_assert(_GrowMultiplier < 0x80000000u, "the capacity is computed in 64 bits");
 
     static constexpr u32 Alignment() { return _Alignment; }
@@ -93,6 +92,7 @@ class TArray_BaseContainerImpl
 {
     static_assert(std::is_object<T>::value && !std::is_const<T>::value && !std::is_volatile<T>::value,
                   "elements are plain objects");
+    static_assert((Controller::Alignment() & (Controller::Alignment() - 1)) == 0, "alignments are powers of two, or 0");
     static_assert(sizeof(T) < 0x80000000u, "the bytes of 2^32 elements are computed in 64 bits, signed");
 
 public:
@@ -455,7 +455,8 @@ class TArray : public TArray_Base<T, TArray_BaseContainerImpl<T, Controller, TTy
 public:
     using BaseImpl::_Count;
 
-    TArray() = default;
+    // Written out: defaulted, it would make the array an aggregate.
+    TArray() noexcept {}
     TArray(TArray &&other) noexcept = default;
     TArray(const TArray &) = delete;
     TArray &operator=(const TArray &) = delete;
@@ -525,11 +526,12 @@ public:
 
     void Swap(TArray &other) noexcept { _Base::_SwapBuffers(other); }
 
-private:
+protected:
     using _Base::m_Count;
     using _Base::m_Data;
     using _Base::m_MaxCount;
 
+private:
     static constexpr u32 kNotOwn = 0xFFFFFFFF;
 
     CGuid _Append(T &&element);
@@ -628,9 +630,10 @@ void TArray_BaseContainerImpl<T, Controller, HasTrivialRelocate>::_ReportRefused
 template <typename T, typename Controller>
 CGuid TArray<T, Controller>::PushBack(T &&element)
 {
-    QV_ASSERT(ureg(&element + 1) <= ureg(BaseImpl::_Data()) ||
-              ureg(&element) >= ureg(BaseImpl::_Data() + BaseImpl::_Count()));
     const u32 own = _IndexOfOwn(element);
+    QV_INTERNAL_ASSERT_TEXT("ureg(&element + 1) <= ureg(BaseImpl::_Data()) || "
+                            "ureg(&element) >= ureg(BaseImpl::_Data() + BaseImpl::_Count())",
+                            own == kNotOwn);
     if (QV_INTERNAL_LIKELY(own == kNotOwn))
         return _Append(std::move(element));
     // Growing may move the element away from where `element` refers to, but not from its index.
@@ -666,9 +669,10 @@ CGuid TArray<T, Controller>::Insert(u32 index, T &&element)
     QV_ASSERT(index <= _Count());
     if (index > m_Count)
         return CGuid::INVALID;
-    QV_ASSERT(ureg(&element + 1) <= ureg(BaseImpl::_Data()) ||
-              ureg(&element) >= ureg(BaseImpl::_Data() + BaseImpl::_Count()));
     const u32 own = _IndexOfOwn(element);
+    QV_INTERNAL_ASSERT_TEXT("ureg(&element + 1) <= ureg(BaseImpl::_Data()) || "
+                            "ureg(&element) >= ureg(BaseImpl::_Data() + BaseImpl::_Count())",
+                            own == kNotOwn);
     if (!_Base::_MakeRoomForOne())
         return CGuid::INVALID;
 
@@ -724,7 +728,8 @@ bool TArray<T, Controller>::CopyFrom(const TMemoryView<const T> &source)
     return true;
 }
 
-// The index of an element of this array; kNotOwn for any other object.
+// The index of an element of this array; kNotOwn for any other object. By addresses: pointers may not leave their array
+// even to be compared.
 template <typename T, typename Controller>
 u32 TArray<T, Controller>::_IndexOfOwn(const T &element) const
 {

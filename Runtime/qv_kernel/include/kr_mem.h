@@ -54,13 +54,15 @@ struct SAllocator
 // (or forward to the one before), and while no other thread allocates or frees.
 SAllocator SetAllocator(const SAllocator &allocator);
 
-// Allocates `size` bytes. `alignment` is 0 (the allocator's default) or a power of two.
+// Allocates `size` bytes.
+// Requires: an alignment of 0 (the allocator's default) or a power of two, else reports it and refuses.
 // Returns: the block, or null when memory is refused.
 void *_RawAlloc(u64 size, u32 alignment, EAllocType type, EOrigin origin, const char *tag, const char *file, u32 line,
                 const char *function);
 
 // Resizes a block of origin `Origin_Alloc`; a null block is allocated. The default allocator lets blocks of the
 // platform's own alignment grow in place where the platform can.
+// Requires: an alignment as above, else reports it and refuses.
 // Returns: the block, perhaps moved, with its contents up to the smaller size; or null when memory is refused, and
 // `block` is then still valid.
 void *_RawRealloc(void *block, u64 newSize, u32 alignment, EAllocType type, const char *tag, const char *file, u32 line,

@@ -735,9 +735,9 @@ inline bool operator!=(const char *a, const CStringView &b)
     return b != a;
 }
 
-// Inline bodies.
+// Inline bodies. Where the declaration has an attribute of lifetime, the compiler wants it here again.
 
-inline const char &CString::At(u32 index) const
+inline const char &CString::At(u32 index) const QV_INTERNAL_LIFETIMEBOUND
 {
     const CStringContainer *container = m_Container.Get();
     QV_INTERNAL_ASSERT_TEXT("_P::m_Ptr != null", container != nullptr);
@@ -749,14 +749,14 @@ inline const char &CString::At(u32 index) const
     return container->Data()[index];
 }
 
-inline const char &CString::First() const
+inline const char &CString::First() const QV_INTERNAL_LIFETIMEBOUND
 {
     const bool empty = Empty();
     QV_INTERNAL_ASSERT_TEXT("!Empty()", !empty);
     return QV_INTERNAL_LIKELY(!empty) ? *Data() : kNoCharacter;
 }
 
-inline const char &CString::Last() const
+inline const char &CString::Last() const QV_INTERNAL_LIFETIMEBOUND
 {
     const bool empty = Empty();
     QV_INTERNAL_ASSERT_TEXT("!Empty()", !empty);
@@ -784,8 +784,14 @@ bool CString::Split(Predicate &&isSeparator, TArray<CString> &outPieces) const
     return true;
 }
 
-inline CStringView::CStringView(const CString &string) : CStringView(string.Data(), string.Length()) {}
+inline CStringView::CStringView(const CString &string QV_INTERNAL_LIFETIMEBOUND)
+    : CStringView(string.Data(), string.Length())
+{
+}
 
-inline CStringView::CStringView(CString &&string) : CStringView(string.Data(), string.Length()) {}
+inline CStringView::CStringView(CString &&string QV_INTERNAL_LIFETIMEBOUND)
+    : CStringView(string.Data(), string.Length())
+{
+}
 
 } // namespace Quorvane

@@ -27,6 +27,9 @@ const char *SNativeStringUtils::FindCase(const char *data, u32 length, const cha
 {
     if (needleLength == 0)
         return data;
+    // Preparing the search would read the whole needle.
+    if (needleLength > length)
+        return nullptr;
     Internal::SComparisonsUncounted comparisons;
     const Internal::TCaseIgnoringSearch<Internal::SComparisonsUncounted> search(needle, needleLength, comparisons);
     return search.FindIn(data, length);

@@ -12,6 +12,9 @@ namespace Quorvane
 namespace
 {
 
+// No string can have a length from here on, so such results are refused before they are formatted.
+constexpr int kRefusedLength = 0x3FFFFFFF;
+
 // Formats a result of `length` characters that did not fit into a block of exactly its size.
 QV_INTERNAL_PRINTF(2, 0)
 char *FormatToBlock(u32 length, const char *format, va_list args)
@@ -41,7 +44,7 @@ char *SNativeStringUtils::VAFormat(char *buffer, const char *bufferLast, u32 &ou
     va_copy(argsAgain, args);
     const int length = std::vsnprintf(buffer, room + 1, format, args);
     char *result = nullptr;
-    if (length >= 0)
+    if (length >= 0 && length < kRefusedLength)
         result = static_cast<std::size_t>(length) <= room ? buffer
                                                           : FormatToBlock(static_cast<u32>(length), format, argsAgain);
     va_end(argsAgain);

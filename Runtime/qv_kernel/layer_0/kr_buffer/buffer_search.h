@@ -2,9 +2,13 @@
 //
 // It is the two-way method. The needle is cut in two so that its local period at the cut is the needle's own period.
 // Comparing the right part from left to right and only then the left part from right to left, a mismatch on the right
-// at the d-th character behind the cut allows a shift by d, and one on the left a shift by the period. When the left
-// part repeats one period later, that period is known, and what a shift by it leaves matched is not compared again;
-// otherwise the period is long, and a lower bound of it serves as well.
+// at the d-th character behind the cut allows a shift by d, and one on the left a shift by the period. The period is
+// known when the left part, which is no longer than it, stands in the needle once more one period later; otherwise it
+// is long, and a lower bound serves as well.
+//
+// The cost is linear: a mismatch on the right costs what it shifts. One on the left costs up to the needle's length;
+// either its shift is half of that, or the left part is sure to match after it, so that a mismatch on the right comes
+// next, if any, and the two shifts together are as long.
 //
 // The counting of comparisons is a policy, decided when the search is compiled. Only tests count.
 #pragma once
@@ -41,28 +45,25 @@ public:
         const SNeedleCut ascending = _MaximalSuffix(false);
         const SNeedleCut descending = _MaximalSuffix(true);
         m_Cut = ascending.m_Position > descending.m_Position ? ascending : descending;
-        const bool repeats = _LeftPartRepeats();
-        m_Shift = repeats ? m_Cut.m_Period : QVMax(m_Cut.m_Position, m_Length - m_Cut.m_Position) + 1;
-        m_KnownBehindShift = repeats ? m_Length - m_Cut.m_Period : 0;
+        m_Shift = _LeftPartRepeats() ? m_Cut.m_Period : QVMax(m_Cut.m_Position, m_Length - m_Cut.m_Position) + 1;
     }
 
     // Returns: the first occurrence of the needle, or null.
-    // Cost: at most 3 comparisons for each character of the text.
+    // Cost: at most 4 comparisons for each character of the text, and 1 for each of the needle.
     const char *FindIn(const char *text, std::size_t textLength) const
     {
         const std::size_t places = textLength < m_Length ? 0 : textLength - m_Length + 1;
-        std::size_t known = 0; // characters of the needle's start that are known to match
         std::size_t at = _NextCandidate(text, 0, places);
         while (at < places)
         {
-            const std::size_t rightEnd = _RightPartMatch(text + at, known);
-            const bool rightMatches = rightEnd == m_Length;
-            if (rightMatches && _LeftPartMatches(text + at, known))
+            const std::size_t rightEnd = _RightPartMatch(text + at);
+            if (rightEnd < m_Length)
+                at += rightEnd - m_Cut.m_Position + 1;
+            else if (_LeftPartMatches(text + at))
                 return text + at;
-            at += rightMatches ? m_Shift : rightEnd - m_Cut.m_Position + 1;
-            known = rightMatches ? m_KnownBehindShift : 0;
-            if (known == 0)
-                at = _NextCandidate(text, at, places);
+            else
+                at += m_Shift;
+            at = _NextCandidate(text, at, places);
         }
         return nullptr;
     }
@@ -139,29 +140,27 @@ private:
     }
 
     // Where the needle's part behind the cut first differs from the text; the needle's length when it does not.
-    std::size_t _RightPartMatch(const char *text, std::size_t known) const
+    std::size_t _RightPartMatch(const char *text) const
     {
-        std::size_t i = QVMax(m_Cut.m_Position, known);
+        std::size_t i = m_Cut.m_Position;
         while (i < m_Length && _Same(m_Needle[i], text[i]))
             ++i;
         return i;
     }
 
-    bool _LeftPartMatches(const char *text, std::size_t known) const
+    bool _LeftPartMatches(const char *text) const
     {
         std::size_t i = m_Cut.m_Position;
-        while (i > known && _Same(m_Needle[i - 1], text[i - 1]))
+        while (i > 0 && _Same(m_Needle[i - 1], text[i - 1]))
             --i;
-        return i <= known;
+        return i == 0;
     }
 
     const char *m_Needle;
     std::size_t m_Length;
     TComparisons &m_Comparisons;
     SNeedleCut m_Cut;
-    // After a match of the right part: how far the needle moves, and how many of its characters match there already.
-    std::size_t m_Shift;
-    std::size_t m_KnownBehindShift;
+    std::size_t m_Shift; // when the right part matches and the left one does not
 };
 
 } // namespace Quorvane::Internal

@@ -97,16 +97,17 @@ public:
             m_Lanes32.SetQuery(m_Masks[0], length);
     }
 
-    // The weights of at most `kBatch` strings.
-    void Weigh(const CString *const *strings, u32 count, float *outWeights) const
+    // The weights of at most `kBatch` strings. False when memory was refused for one of them, which then weighs 0.
+    bool Weigh(const CString *const *strings, u32 count, float *outWeights) const
     {
         if (_FitsLanes(m_Lanes16))
-            _WeighInLanes(m_Lanes16, strings, count, outWeights);
-        else if (_FitsLanes(m_Lanes32))
-            _WeighInLanes(m_Lanes32, strings, count, outWeights);
-        else
-            for (u32 i = 0; i < count; ++i)
-                outWeights[i] = _Weigh(*strings[i]);
+            return _WeighInLanes(m_Lanes16, strings, count, outWeights);
+        if (_FitsLanes(m_Lanes32))
+            return _WeighInLanes(m_Lanes32, strings, count, outWeights);
+        bool granted = true;
+        for (u32 i = 0; i < count; ++i)
+            granted = _Weigh(*strings[i], outWeights[i]) && granted;
+        return granted;
     }
 
 private:
@@ -118,16 +119,19 @@ private:
         return m_Query.Length() != 0 && m_Query.Length() <= Lanes::kMaxQuery;
     }
 
-    float _Weigh(const CString &string) const
+    bool _Weigh(const CString &string, float &outWeight) const
     {
         const CStringView text(string);
         const u32 length = m_Query.Length();
+        outWeight = WeightOfEmpty(length, text.Length());
         if (length == 0 || text.Length() == 0)
-            return WeightOfEmpty(length, text.Length());
+            return true;
+        outWeight = 0.0f;
         const CFuzzyRow row(QVMax(length, text.Length()));
         if (row.Carries() == nullptr)
-            return 0.0f;
-        return FuzzyWeight(length + text.Length(), _Distance(text, row.Carries()));
+            return false;
+        outWeight = FuzzyWeight(length + text.Length(), _Distance(text, row.Carries()));
+        return true;
     }
 
     u32 _Distance(const CStringView &text, FuzzyCarry *carries) const
@@ -143,17 +147,18 @@ private:
     }
 
     template <typename Lanes>
-    void _WeighInLanes(const Lanes &lanes, const CString *const *strings, u32 count, float *outWeights) const
+    bool _WeighInLanes(const Lanes &lanes, const CString *const *strings, u32 count, float *outWeights) const
     {
         SFuzzyLaneText texts[Lanes::kCount];
         u32 indices[Lanes::kCount];
         u32 used = 0;
+        bool granted = true;
         for (u32 i = 0; i < count; ++i)
         {
             const u32 length = strings[i]->Length();
             if (length == 0 || length > kMaxLaneText)
             {
-                outWeights[i] = _Weigh(*strings[i]);
+                granted = _Weigh(*strings[i], outWeights[i]) && granted;
                 continue;
             }
             texts[used] = SFuzzyLaneText{strings[i]->Data(), length};
@@ -162,6 +167,7 @@ private:
                 _ScoreLanes(lanes, texts, indices, std::exchange(used, 0u), outWeights);
         }
         _ScoreLanes(lanes, texts, indices, used, outWeights);
+        return granted;
     }
 
     template <typename Lanes>
@@ -185,14 +191,16 @@ private:
 };
 
 // Weighs the entries of a list in order, those that `wants(entry)` lets pass, and hands (index, weight) to `take`.
+// False when memory was refused for an entry; it weighs 0 then.
 template <typename Wants, typename Take>
-void WeighList(const CString &query, const TStridedMemoryView<const CString> &list, u32 count, const Wants &wants,
+bool WeighList(const CString &query, const TStridedMemoryView<const CString> &list, u32 count, const Wants &wants,
                const Take &take)
 {
     const CFuzzyQuery scorer(query);
     const CString *strings[CFuzzyQuery::kBatch];
     u32 indices[CFuzzyQuery::kBatch];
     float weights[CFuzzyQuery::kBatch];
+    bool granted = true;
     for (u32 next = 0; next < count;)
     {
         u32 batch = 0;
@@ -203,10 +211,11 @@ void WeighList(const CString &query, const TStridedMemoryView<const CString> &li
             indices[batch] = next;
             batch += wants(entry) ? 1 : 0;
         }
-        scorer.Weigh(strings, batch, weights);
+        granted = scorer.Weigh(strings, batch, weights) && granted;
         for (u32 i = 0; i < batch; ++i)
             take(indices[i], weights[i]);
     }
+    return granted;
 }
 
 bool WantsAll(const CString &)
@@ -278,19 +287,24 @@ bool CString::FuzzyMatchList_Top(const TStridedMemoryView<const CString> &string
         const u32 difference = QVMax(length, entryLength) - QVMin(length, entryLength);
         return length == 0 || entryLength == 0 || qualifies(FuzzyWeight(length + entryLength, difference + 1));
     };
-    WeighList(*this, stringList, stringList.Count(), wants,
-              [&](u32 index, float weight)
-              {
-                  if (!qualifies(weight))
-                      return;
-                  if (outBest.Count() == limit)
-                  {
-                      std::pop_heap(outBest.begin(), outBest.end(), better);
-                      outBest.PopBack();
-                  }
-                  outBest.PushBack(SFuzzyMatchListElement(index, weight));
-                  std::push_heap(outBest.begin(), outBest.end(), better);
-              });
+    const auto take = [&](u32 index, float weight)
+    {
+        if (!qualifies(weight))
+            return;
+        if (outBest.Count() == limit)
+        {
+            std::pop_heap(outBest.begin(), outBest.end(), better);
+            outBest.PopBack();
+        }
+        outBest.PushBack(SFuzzyMatchListElement(index, weight));
+        std::push_heap(outBest.begin(), outBest.end(), better);
+    };
+    if (!WeighList(*this, stringList, stringList.Count(), wants, take))
+    {
+        // An entry without its weight may have been among the best.
+        outBest.Clear();
+        return false;
+    }
     std::sort_heap(outBest.begin(), outBest.end(), better);
     return true;
 }
