@@ -9,7 +9,7 @@
 
 #include "kr_string.h"
 
-namespace AssetCatalogue
+namespace AssetFinder
 {
 
 class CNamePool
@@ -24,4 +24,4 @@ private:
     std::unordered_map<std::string_view, Quorvane::CString> m_Names;
 };
 
-} // namespace AssetCatalogue
+} // namespace AssetFinder

@@ -5,7 +5,7 @@
 
 #include "kr_string.h"
 
-namespace AssetCatalogue
+namespace AssetFinder
 {
 
 class CProgressBar
@@ -30,4 +30,4 @@ private:
     std::chrono::steady_clock::time_point m_NextDraw;
 };
 
-} // namespace AssetCatalogue
+} // namespace AssetFinder

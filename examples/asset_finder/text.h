@@ -3,7 +3,7 @@
 
 #include "kr_string.h"
 
-namespace AssetCatalogue
+namespace AssetFinder
 {
 
 // printf into a string, any length. CString::Format would cut at 3198 characters; a path may have 4095.
@@ -21,4 +21,4 @@ Quorvane::CString Printable(Quorvane::CString text);
 // True for names that cannot be joined into a path: joining takes a backslash for a caller's mistake and reports it.
 bool HoldsBackslash(const Quorvane::CString &name);
 
-} // namespace AssetCatalogue
+} // namespace AssetFinder

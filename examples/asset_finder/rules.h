@@ -13,7 +13,7 @@
 
 #include "kr_string.h"
 
-namespace AssetCatalogue
+namespace AssetFinder
 {
 
 // The part of a name that a test looks at.
@@ -79,4 +79,4 @@ Quorvane::CString ReadRulesFile(SRulesFile &file);
 // What a rules file may hold, for people.
 const char *RulesHelp();
 
-} // namespace AssetCatalogue
+} // namespace AssetFinder

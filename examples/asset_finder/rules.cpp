@@ -15,7 +15,7 @@
 
 using namespace Quorvane;
 
-namespace AssetCatalogue
+namespace AssetFinder
 {
 
 namespace
@@ -324,4 +324,4 @@ them, \" \' \\ \a \b \t \n \v \f \r are escape sequences. A line with a mistake 
 reported and left out.)";
 }
 
-} // namespace AssetCatalogue
+} // namespace AssetFinder

@@ -8,7 +8,7 @@
 
 using namespace Quorvane;
 
-namespace AssetCatalogue
+namespace AssetFinder
 {
 
 namespace
@@ -59,4 +59,4 @@ void CProgressBar::_Draw(const CString &line)
     m_DrawnLength = line.Length();
 }
 
-} // namespace AssetCatalogue
+} // namespace AssetFinder

@@ -3,7 +3,7 @@
 
 using namespace Quorvane;
 
-namespace AssetCatalogue
+namespace AssetFinder
 {
 
 CString CNamePool::Share(std::string_view name)
@@ -17,4 +17,4 @@ CString CNamePool::Share(std::string_view name)
     return made;
 }
 
-} // namespace AssetCatalogue
+} // namespace AssetFinder

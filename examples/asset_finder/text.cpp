@@ -6,7 +6,7 @@
 
 using namespace Quorvane;
 
-namespace AssetCatalogue
+namespace AssetFinder
 {
 
 CString Text(const char *format, ...)
@@ -53,4 +53,4 @@ bool HoldsBackslash(const CString &name)
     return std::strchr(Terminated(name), '\\') != nullptr;
 }
 
-} // namespace AssetCatalogue
+} // namespace AssetFinder

@@ -5,7 +5,7 @@
 
 using namespace Quorvane;
 
-namespace AssetCatalogue
+namespace AssetFinder
 {
 
 namespace
@@ -55,4 +55,4 @@ SSharing MeasureSharing(const SCatalogue &catalogue)
     return meter.Result();
 }
 
-} // namespace AssetCatalogue
+} // namespace AssetFinder

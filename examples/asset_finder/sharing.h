@@ -3,7 +3,7 @@
 
 #include "catalogue.h"
 
-namespace AssetCatalogue
+namespace AssetFinder
 {
 
 struct SSharing
@@ -16,4 +16,4 @@ struct SSharing
 
 SSharing MeasureSharing(const SCatalogue &catalogue);
 
-} // namespace AssetCatalogue
+} // namespace AssetFinder

@@ -6,7 +6,7 @@
 
 using namespace Quorvane;
 
-namespace AssetCatalogue
+namespace AssetFinder
 {
 
 namespace
@@ -32,6 +32,11 @@ CString ContentLines(const SCatalogue &catalogue)
            Line("unreadable", catalogue.m_UnreadableFolders, "folders, skipped") +
            Line("backslashes", catalogue.m_BackslashNames, "names with a backslash, skipped") +
            Line("longest path", catalogue.m_LongestPath.Length(), Printable(catalogue.m_LongestPath));
+}
+
+CString PatternLines(const SPatterns &patterns, const SCatalogue &catalogue)
+{
+    return patterns.Empty() ? CString() : Line("left out", catalogue.m_LeftOut, "files, by the patterns");
 }
 
 CString RulesLines(const SRulesFile &rules, const SCatalogue &catalogue)
@@ -60,11 +65,12 @@ CString SharingLines(const SSharing &sharing)
 
 } // namespace
 
-CString FormatReport(const CString &root, const SCatalogue &catalogue, const SRulesFile *rules, double seconds)
+CString FormatReport(const CString &source, const SCatalogue &catalogue, const SPatterns &patterns,
+                     const SRulesFile *rules, double seconds)
 {
-    return Printable(root) + "\n" + ContentLines(catalogue) +
+    return Printable(source) + "\n" + ContentLines(catalogue) + PatternLines(patterns, catalogue) +
            (rules != nullptr ? RulesLines(*rules, catalogue) : CString()) + SharingLines(MeasureSharing(catalogue)) +
-           Line("time", Text("%.3f s", seconds), "for the walk and every file's path joined");
+           Line("time", Text("%.3f s", seconds), "to catalogue, every file's path joined once");
 }
 
-} // namespace AssetCatalogue
+} // namespace AssetFinder

@@ -1,5 +1,5 @@
 // The walk over a folder.
-#include "catalogue.h"
+#include "folder_source.h"
 
 #include <algorithm>
 #include <cstring>
@@ -9,15 +9,13 @@
 #include <unordered_set>
 #include <utility>
 
-#include "kr_string_std.h"
-#include "name_pool.h"
 #include "text.h"
 
 using namespace Quorvane;
 
 namespace fs = std::filesystem;
 
-namespace AssetCatalogue
+namespace AssetFinder
 {
 
 namespace
@@ -52,10 +50,20 @@ bool IsBefore(const SItem &a, const SItem &b)
     return std::strcmp(Terminated(a.m_Name), Terminated(b.m_Name)) < 0;
 }
 
+// Joining with nothing takes the slashes off the end; of the topmost folder nothing would be left.
+CString WithoutSlashes(const CString &folder)
+{
+    const CString stripped = folder / "";
+    return stripped.Empty() ? CString("/") : stripped;
+}
+
 class CWalker
 {
 public:
-    CWalker(const SWalkOptions &options, CWalkObserver &observer) : m_Options(options), m_Observer(observer) {}
+    CWalker(const SWalkOptions &options, const SFilters &filters, CCatalogueObserver &observer)
+        : m_Options(options), m_Observer(observer), m_Builder(filters, observer)
+    {
+    }
 
     SCatalogue Run();
 
@@ -63,16 +71,11 @@ private:
     void _VisitFolder(const CString &path);
     std::error_code _ReadItems(const CString &path);
     void _KeepItems(const CString &folder);
-    void _KeepFile(const CString &folder, const CString &name);
-    CString _CatalogueName(const CString &name);
-    void _SkipBackslashName(const CString &folder, const CString &name);
-    void _NoteLength(const CString &path);
     bool _IsFirstVisit(const CString &path);
 
     const SWalkOptions &m_Options;
-    CWalkObserver &m_Observer;
-    SCatalogue m_Catalogue;
-    CNamePool m_Names;
+    CCatalogueObserver &m_Observer;
+    CCatalogueBuilder m_Builder;
     std::vector<CString> m_Pending; // folders yet to be visited, the next one last
     std::vector<SItem> m_Items;     // of the folder being visited
     std::unordered_set<std::string> m_Visited;
@@ -81,8 +84,7 @@ private:
 // A list instead of recursion: folders may be nested deeper than the stack.
 SCatalogue CWalker::Run()
 {
-    // Joining with nothing takes the slashes off the end.
-    m_Pending.push_back(m_Options.m_Root / "");
+    m_Pending.push_back(WithoutSlashes(m_Options.m_Root));
     for (u64 done = 1; !m_Pending.empty(); ++done)
     {
         const CString path = std::move(m_Pending.back());
@@ -90,7 +92,7 @@ SCatalogue CWalker::Run()
         _VisitFolder(path);
         m_Observer.OnProgress(done, done + m_Pending.size());
     }
-    return std::move(m_Catalogue);
+    return std::move(m_Builder.Catalogue());
 }
 
 void CWalker::_VisitFolder(const CString &path)
@@ -100,12 +102,11 @@ void CWalker::_VisitFolder(const CString &path)
     const std::error_code error = _ReadItems(path);
     if (error)
     {
-        ++m_Catalogue.m_UnreadableFolders;
+        ++m_Builder.Catalogue().m_UnreadableFolders;
         m_Observer.OnSkipped(path, error.message().c_str());
         return;
     }
-    m_Catalogue.m_Folders.push_back(path);
-    _NoteLength(path);
+    m_Builder.AddFolder(path);
     _KeepItems(path);
 }
 
@@ -123,68 +124,51 @@ std::error_code CWalker::_ReadItems(const CString &path)
     std::error_code error;
     fs::directory_iterator it(Terminated(path), error);
     for (; !error && it != fs::directory_iterator(); it.increment(error))
-        m_Items.push_back({m_Names.Share(it->path().filename().native()), KindOf(*it, m_Options.m_FollowLinks)});
+        m_Items.push_back({m_Builder.ShareName(it->path().filename().native()), KindOf(*it, m_Options.m_FollowLinks)});
     std::sort(m_Items.begin(), m_Items.end(), &IsBefore);
     return error;
 }
 
 void CWalker::_KeepItems(const CString &folder)
 {
+    SCatalogue &catalogue = m_Builder.Catalogue();
     const std::size_t firstFolder = m_Pending.size();
     for (const SItem &item : m_Items)
     {
+        // The path of such a name is for people only: appended, not joined.
         if (HoldsBackslash(item.m_Name))
-            _SkipBackslashName(folder, item.m_Name);
+            m_Builder.SkipBackslash(folder.SlashAppended() + item.m_Name);
         else if (item.m_Kind == ItemKind_File)
-            _KeepFile(folder, item.m_Name);
+            m_Builder.AddFile(folder, item.m_Name);
         else if (item.m_Kind == ItemKind_Folder)
             m_Pending.push_back(folder / item.m_Name);
         else
-            ++(item.m_Kind == ItemKind_Link ? m_Catalogue.m_Links : m_Catalogue.m_Others);
+            ++(item.m_Kind == ItemKind_Link ? catalogue.m_Links : catalogue.m_Others);
     }
     // The list is worked off from its end.
     std::reverse(m_Pending.begin() + static_cast<std::ptrdiff_t>(firstFolder), m_Pending.end());
 }
 
-void CWalker::_KeepFile(const CString &folder, const CString &name)
-{
-    if (!m_Options.m_Rules.Keeps(name))
-    {
-        ++m_Catalogue.m_Excluded;
-        return;
-    }
-    m_Catalogue.m_Files.push_back({folder, _CatalogueName(name)});
-    _NoteLength(m_Catalogue.m_Files.back().Path());
-}
-
-// A name that the rules change is shared with all that are equal to it, as every name is.
-CString CWalker::_CatalogueName(const CString &name)
-{
-    const CString renamed = m_Options.m_Rules.Renamed(name);
-    const CString recased = m_Options.m_Rules.Recased(renamed);
-    m_Catalogue.m_Renamed += renamed.Data() != name.Data() ? 1 : 0;
-    m_Catalogue.m_Recased += recased.Data() != renamed.Data() ? 1 : 0;
-    return recased.Data() != name.Data() ? m_Names.Share(ToStdStringView(recased)) : name;
-}
-
-// The path of such a name is for people only: appended, not joined.
-void CWalker::_SkipBackslashName(const CString &folder, const CString &name)
-{
-    ++m_Catalogue.m_BackslashNames;
-    m_Observer.OnSkipped(folder.SlashAppended() + name, "a backslash in the name");
-}
-
-void CWalker::_NoteLength(const CString &path)
-{
-    if (path.Length() > m_Catalogue.m_LongestPath.Length())
-        m_Catalogue.m_LongestPath = path;
-}
-
 } // namespace
 
-SCatalogue Walk(const SWalkOptions &options, CWalkObserver &observer)
+CString ObjectionToFolder(const CString &folder)
 {
-    return CWalker(options, observer).Run();
+    if (HoldsBackslash(folder))
+        return "paths with a backslash are not supported";
+    std::error_code error;
+    const fs::file_status status = fs::status(Terminated(folder), error);
+    if (status.type() == fs::file_type::not_found)
+        return "no such folder";
+    if (!error && !fs::is_directory(status))
+        return "is not a folder";
+    if (!error)
+        static_cast<void>(fs::directory_iterator(Terminated(folder), error));
+    return error ? error.message().c_str() : "";
 }
 
-} // namespace AssetCatalogue
+SCatalogue CatalogueFolder(const SWalkOptions &options, const SFilters &filters, CCatalogueObserver &observer)
+{
+    return CWalker(options, filters, observer).Run();
+}
+
+} // namespace AssetFinder
