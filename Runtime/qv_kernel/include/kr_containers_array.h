@@ -93,7 +93,9 @@ class TArray_BaseContainerImpl
     static_assert(std::is_object<T>::value && !std::is_const<T>::value && !std::is_volatile<T>::value,
                   "elements are plain objects");
     static_assert((Controller::Alignment() & (Controller::Alignment() - 1)) == 0, "alignments are powers of two, or 0");
-    static_assert(sizeof(T) < 0x80000000u, "the bytes of 2^32 elements are computed in 64 bits, signed");
+
+    static constexpr u64 kElementBytes = sizeof(T);
+    static_assert(kElementBytes < 0x80000000u, "the bytes of 2^32 elements are computed in 64 bits, signed");
 
 public:
     T *_Data() { return m_Data; }
@@ -572,14 +574,14 @@ bool TArray_BaseContainerImpl<T, Controller, HasTrivialRelocate>::_ReallocBuffer
     if (newMaxCount < m_Count)
         return false;
     if (g_KRContainersConfig_MonitorTArrays)
-        CContainersMonitorTArrays::RegisterNewMemoryMovement((s64(newMaxCount) - s64(m_MaxCount)) * s64(sizeof(T)));
+        CContainersMonitorTArrays::RegisterNewMemoryMovement((s64(newMaxCount) - s64(m_MaxCount)) * s64(kElementBytes));
     if (newMaxCount == 0)
     {
         _FreeBuffer();
         return true;
     }
 
-    const u64 bytes = u64(newMaxCount) * sizeof(T);
+    const u64 bytes = newMaxCount * kElementBytes;
     T *data = nullptr;
     if constexpr (HasTrivialRelocate)
         data = static_cast<T *>(

@@ -129,6 +129,8 @@ void CStringBatchSplitter::Split(const CString &str, TArray<CString> &outPieces)
     outPieces.Clear();
     const char *cur = str.Data();
     QV_INTERNAL_ASSERT_TEXT("_P::m_Ptr != null", cur != nullptr);
+    if (cur == nullptr)
+        return;
     // The stored end stops the scan too: a table without the terminator must not send it off the block.
     const char *const end = cur + str.Length();
     while (cur < end && *cur != '\0')
