@@ -1,0 +1,56 @@
+#!/bin/sh
+# Checks one source of misuse: it must not compile, and for the right reason.
+#
+#   check.sh <source> <compiler> <project folder>
+#
+# The source must compile when QV_COMPILE_FAIL_CONTROL is defined and fail to compile when it is not. Comments in it say
+# more:
+#   // EXPECT: <regex>    the compiler's output must match; several such lines are alternatives
+#   // FLAGS: <flags>     further flags for both compilations
+#   // ONLY: <word>       only for compilers whose --version output has that word; skipped elsewhere
+set -u
+source=$1
+compiler=$2
+root=$3
+
+# The text after "// <word>: ", one line for each such comment.
+comments()
+{
+    sed -n "s,^// $1: *,,p" "$source"
+}
+
+fail()
+{
+    printf '%s: %s\n' "$source" "$1"
+    [ $# -lt 2 ] || printf '%s\n' "$2"
+    exit 1
+}
+
+only=$(comments ONLY)
+if [ -n "$only" ] && ! "$compiler" --version | grep -q -e "$only"; then
+    printf 'skipped: only for %s\n' "$only"
+    exit 77
+fi
+
+# Compiles with the given further flags; prints what the compiler says.
+compile()
+{
+    # The flags of the source are words.
+    # shellcheck disable=SC2046
+    "$compiler" -std=c++17 -Wall -Wextra "-I$root/Runtime/include" "-I$root/Runtime/qv_kernel/include" \
+        $(comments FLAGS) "$@" -c -o /dev/null "$source" 2>&1
+}
+
+patterns=$(comments EXPECT)
+[ -n "$patterns" ] || fail 'has no "// EXPECT: <regex>" line'
+
+if ! output=$(compile -DQV_COMPILE_FAIL_CONTROL); then
+    fail 'the control does not compile:' "$output"
+fi
+if output=$(compile); then
+    fail 'compiles, but must not'
+fi
+# grep takes each line of its pattern argument as an alternative.
+if ! printf '%s\n' "$output" | grep -q -E -e "$patterns"; then
+    fail 'fails to compile for another reason than expected:' "$output"
+fi

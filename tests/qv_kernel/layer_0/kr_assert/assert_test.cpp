@@ -1,0 +1,369 @@
+#include "kr_assert.h"
+
+#include <sys/ptrace.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "assert_recorder.h"
+#include "child_process.h"
+#include "kr_mem.h"
+#include "kr_refptr.h"
+
+namespace QuorvaneTest
+{
+
+namespace
+{
+
+using namespace Quorvane;
+
+// Hides from the compiler that a text is null, which its format warnings would otherwise find.
+const char *NullText()
+{
+    static const char *volatile text = nullptr;
+    return text;
+}
+
+int g_CallsOfA = 0;
+int g_CallsOfB = 0;
+
+int HandlerA(const char *, const char *, int, const char *, const char *, const char *)
+{
+    ++g_CallsOfA;
+    return 21;
+}
+
+int HandlerB(const char *, const char *, int, const char *, const char *, const char *)
+{
+    ++g_CallsOfB;
+    return 22;
+}
+
+// Installs a handler for the time of a test.
+class CHandlerScope
+{
+public:
+    explicit CHandlerScope(Assert::FHandler handler) : m_Before(Assert::SetHandler(handler)) {}
+    ~CHandlerScope() { Assert::SetHandler(m_Before); }
+    CHandlerScope(const CHandlerScope &) = delete;
+    CHandlerScope &operator=(const CHandlerScope &) = delete;
+
+    Assert::FHandler Before() const { return m_Before; }
+
+private:
+    Assert::FHandler m_Before;
+};
+
+int Report()
+{
+    return Assert::EvalAssert("some_file.cpp", "void Some::Function()", 12, "a < LIMIT", "a < 3", "a is too large");
+}
+
+// What a handler sees when it asserts itself, in every way there is.
+struct SNested
+{
+    int m_Calls = 0;
+    int m_EvalAnswer = -1;
+    int m_EvalFormatAnswer = -1;
+    bool m_VerifyBreaks = true;
+    bool m_VerifyFlag = false;
+    bool m_VerifyMacro = false;
+};
+
+SNested g_Nested;
+
+int NestingHandler(const char *, const char *, int, const char *, const char *, const char *)
+{
+    ++g_Nested.m_Calls;
+    g_Nested.m_EvalAnswer = Report();
+    g_Nested.m_EvalFormatAnswer = Assert::EvalAssertFormat("f", "g", 1, "e", "e", "%d", 1);
+    g_Nested.m_VerifyBreaks = Assert::VerifyAssertFalse_Breaks(g_Nested.m_VerifyFlag, "f", "g", 1, "e", "e", "m");
+    g_Nested.m_VerifyMacro = QV_VERIFY(g_Nested.m_Calls == 0);
+    QV_ASSERT(g_Nested.m_Calls == 0);
+    return 0;
+}
+
+class CCounted : public CRefCountedObject
+{
+};
+
+bool g_HandlerGotMemory = false;
+
+int AllocatingHandler(const char *, const char *, int, const char *, const char *, const char *)
+{
+    void *block = Mem::_RawAlloc(64, 16, Mem::AllocType_Generic, Mem::Origin_Alloc, "tag", __FILE__, __LINE__, "f");
+    const TRefPtr<CCounted> object(new CCounted);
+    g_HandlerGotMemory = block != null && object != null && object->RefCount() == 1;
+    Mem::Free(block, Mem::AllocType_Generic);
+    return 2;
+}
+
+size_t CountOf(const std::string &text, const std::string &part)
+{
+    size_t count = 0;
+    for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + part.size()))
+        ++count;
+    return count;
+}
+
+} // namespace
+
+TEST(AssertionHandler, EvalAssertHandsAllTextsToTheHandler)
+{
+    const CAssertRecorder recorder;
+    EXPECT_EQ(Assert::EvalAssert("file", "function", 12, "expression", "expanded", "message"), 2);
+    ASSERT_EQ(recorder.Count(), 1u);
+    EXPECT_EQ(recorder.Last().m_File, "file");
+    EXPECT_EQ(recorder.Last().m_Function, "function");
+    EXPECT_EQ(recorder.Last().m_Line, 12);
+    EXPECT_EQ(recorder.Last().m_Expression, "expression");
+    EXPECT_EQ(recorder.Last().m_ExpandedExpression, "expanded");
+    EXPECT_EQ(recorder.Last().m_Message, "message");
+}
+
+TEST(AssertionHandler, EvalAssertReturnsTheAnswerWhateverItIs)
+{
+    CAssertRecorder recorder;
+    for (const int answer : {0, 1, 2, 3, -1, 1000})
+    {
+        recorder.SetAnswer(answer);
+        EXPECT_EQ(Report(), answer);
+        EXPECT_EQ(Assert::EvalAssertFormat("f", "g", 1, "e", "e", "%d", answer), answer);
+    }
+    EXPECT_EQ(recorder.Count(), 12u);
+}
+
+TEST(AssertionHandler, EvalAssertTakesItsMessageAsItIs)
+{
+    const CAssertRecorder recorder;
+    Assert::EvalAssert("file", "function", 1, "e", "e", "100%s");
+    EXPECT_EQ(recorder.Last().m_Message, "100%s");
+}
+
+TEST(AssertionHandler, EvalAssertFormatHandsOverTheFormattedMessage)
+{
+    const CAssertRecorder recorder;
+    Assert::EvalAssertFormat("file", "function", 12, "expression", "expanded", "%s: %d of %llu, %.2f", "x", -1, 2ull,
+                             0.5);
+    ASSERT_EQ(recorder.Count(), 1u);
+    EXPECT_EQ(recorder.Last().m_File, "file");
+    EXPECT_EQ(recorder.Last().m_Function, "function");
+    EXPECT_EQ(recorder.Last().m_Line, 12);
+    EXPECT_EQ(recorder.Last().m_Expression, "expression");
+    EXPECT_EQ(recorder.Last().m_ExpandedExpression, "expanded");
+    EXPECT_EQ(recorder.Last().m_Message, "x: -1 of 2, 0.50");
+}
+
+TEST(AssertionHandler, FormattedMessagesAreCutAt4095Characters)
+{
+    const CAssertRecorder recorder;
+    const std::string fits(4095, 'a');
+    const std::string tooLong(5000, 'b');
+    Assert::EvalAssertFormat("f", "g", 1, "e", "e", "%s", fits.c_str());
+    EXPECT_EQ(recorder.Last().m_Message, fits);
+    Assert::EvalAssertFormat("f", "g", 1, "e", "e", "%s", tooLong.c_str());
+    EXPECT_EQ(recorder.Last().m_Message, std::string(4095, 'b'));
+}
+
+TEST(AssertionHandler, NullTextsReachTheHandlerAsEmptyOnes)
+{
+    const CAssertRecorder recorder;
+    bool ignored = false;
+    EXPECT_EQ(Assert::EvalAssert(nullptr, nullptr, 7, nullptr, nullptr, nullptr), 2);
+    EXPECT_EQ(Assert::EvalAssertFormat(nullptr, nullptr, 7, nullptr, nullptr, NullText(), 0), 2);
+    EXPECT_FALSE(Assert::VerifyAssertFalse_Breaks(ignored, nullptr, nullptr, 7, nullptr, nullptr, nullptr));
+    ASSERT_EQ(recorder.Count(), 3u);
+    for (const SReport &report : recorder.Reports())
+    {
+        EXPECT_EQ(report.m_File, "");
+        EXPECT_EQ(report.m_Function, "");
+        EXPECT_EQ(report.m_Line, 7);
+        EXPECT_EQ(report.m_Expression, "");
+        EXPECT_EQ(report.m_ExpandedExpression, "");
+        EXPECT_EQ(report.m_Message, "");
+    }
+}
+
+TEST(AssertionHandler, VerifyAssertFalseReportsAndBreaksForAnswer0Only)
+{
+    CAssertRecorder recorder;
+    for (const int answer : {0, 2, 3, -1})
+    {
+        recorder.Clear();
+        recorder.SetAnswer(answer);
+        bool ignored = false;
+        EXPECT_EQ(
+            Assert::VerifyAssertFalse_Breaks(ignored, "file", "function", 12, "expression", "expanded", "message"),
+            answer == 0);
+        EXPECT_FALSE(ignored);
+        ASSERT_EQ(recorder.Count(), 1u);
+        EXPECT_EQ(recorder.Last().m_File, "file");
+        EXPECT_EQ(recorder.Last().m_Function, "function");
+        EXPECT_EQ(recorder.Last().m_Line, 12);
+        EXPECT_EQ(recorder.Last().m_Expression, "expression");
+        EXPECT_EQ(recorder.Last().m_ExpandedExpression, "expanded");
+        EXPECT_EQ(recorder.Last().m_Message, "message");
+    }
+}
+
+TEST(AssertionHandler, VerifyAssertFalseSetsTheFlagForAnswer1)
+{
+    const CAssertRecorder recorder(1);
+    bool ignored = false;
+    EXPECT_FALSE(Assert::VerifyAssertFalse_Breaks(ignored, "f", "g", 1, "e", "e", "m"));
+    EXPECT_TRUE(ignored);
+    EXPECT_EQ(recorder.Count(), 1u);
+}
+
+TEST(AssertionHandler, VerifyAssertFalseWithItsFlagSetReportsNothing)
+{
+    const CAssertRecorder recorder(0);
+    bool ignored = true;
+    EXPECT_FALSE(Assert::VerifyAssertFalse_Breaks(ignored, "f", "g", 1, "e", "e", "m"));
+    EXPECT_TRUE(ignored);
+    EXPECT_EQ(recorder.Count(), 0u);
+}
+
+TEST(AssertionHandler, SetHandlerReturnsTheOneBefore)
+{
+    const CHandlerScope scope(&HandlerA);
+    EXPECT_EQ(Assert::SetHandler(&HandlerB), &HandlerA);
+    EXPECT_EQ(Assert::SetHandler(&HandlerA), &HandlerB);
+}
+
+TEST(AssertionHandler, OnlyTheInstalledHandlerIsCalled)
+{
+    const CHandlerScope scope(&HandlerA);
+    g_CallsOfA = 0;
+    g_CallsOfB = 0;
+    EXPECT_EQ(Report(), 21);
+    Assert::SetHandler(&HandlerB);
+    EXPECT_EQ(Report(), 22);
+    EXPECT_EQ(Report(), 22);
+    EXPECT_EQ(g_CallsOfA, 1);
+    EXPECT_EQ(g_CallsOfB, 2);
+}
+
+TEST(AssertionHandler, SetHandlerWithNullRestoresTheDefault)
+{
+    const CHandlerScope scope(nullptr);
+    EXPECT_EQ(Assert::SetHandler(&HandlerA), scope.Before());
+    EXPECT_EQ(Assert::SetHandler(nullptr), &HandlerA);
+    const Assert::FHandler standard = Assert::SetHandler(&HandlerA);
+    EXPECT_NE(standard, nullptr);
+    EXPECT_NE(standard, &HandlerA);
+}
+
+// A handler in front of another one passes on what it does not decide.
+TEST(AssertionHandler, TheHandlerBeforeCanBeCalledAndPutBack)
+{
+    const SChildResult child = RunInChild(
+        []
+        {
+            const Assert::FHandler standard = Assert::SetHandler(&HandlerA);
+            const int direct = standard("direct.cpp", "f", 1, "e", "e", "called directly");
+            Assert::SetHandler(standard);
+            const int reported = Assert::EvalAssert("back.cpp", "f", 1, "e", "e", "called after it was put back");
+            return direct == 2 && reported == 2 ? 0 : 1;
+        });
+    EXPECT_EQ(child.m_ExitCode, 0);
+    EXPECT_EQ(CountOf(child.m_Stderr, "called directly"), 1u) << child.m_Stderr;
+    EXPECT_EQ(CountOf(child.m_Stderr, "called after it was put back"), 1u) << child.m_Stderr;
+}
+
+TEST(AssertionHandler, AReportInsideTheHandlerIsAnswered2WithoutACall)
+{
+    const CHandlerScope scope(&NestingHandler);
+    g_Nested = SNested();
+    EXPECT_EQ(Report(), 0);
+    EXPECT_EQ(g_Nested.m_Calls, 1);
+    EXPECT_EQ(g_Nested.m_EvalAnswer, 2);
+    EXPECT_EQ(g_Nested.m_EvalFormatAnswer, 2);
+    EXPECT_FALSE(g_Nested.m_VerifyBreaks);
+    EXPECT_FALSE(g_Nested.m_VerifyFlag);
+    EXPECT_TRUE(g_Nested.m_VerifyMacro);
+}
+
+TEST(AssertionHandler, TheNextReportAfterANestedOneReachesTheHandlerAgain)
+{
+    const CHandlerScope scope(&NestingHandler);
+    g_Nested = SNested();
+    Report();
+    Report();
+    EXPECT_EQ(g_Nested.m_Calls, 2);
+}
+
+TEST(AssertionHandler, AHandlerMayUseTheLibrary)
+{
+    const CHandlerScope scope(&AllocatingHandler);
+    g_HandlerGotMemory = false;
+    EXPECT_EQ(Report(), 2);
+    EXPECT_TRUE(g_HandlerGotMemory);
+}
+
+TEST(AssertionHandler, AHandlerMayInstallAnother)
+{
+    const CHandlerScope scope([](const char *, const char *, int, const char *, const char *, const char *)
+                              { return Assert::SetHandler(&HandlerB) != nullptr ? 5 : 6; });
+    EXPECT_EQ(Report(), 5);
+    EXPECT_EQ(Report(), 22);
+}
+
+TEST(AssertionHandler, TheDefaultHandlerWritesOneReportToStderrAndAnswers2)
+{
+    const SChildResult child = RunInChild(
+        []
+        {
+            Assert::SetHandler(nullptr);
+            return Report() == 2 ? 0 : 1;
+        });
+    EXPECT_EQ(child.m_ExitCode, 0);
+    // The form is free; all that finds the place must be in it, once.
+    EXPECT_EQ(CountOf(child.m_Stderr, "some_file.cpp"), 1u) << child.m_Stderr;
+    EXPECT_EQ(CountOf(child.m_Stderr, "void Some::Function()"), 1u) << child.m_Stderr;
+    EXPECT_EQ(CountOf(child.m_Stderr, "12"), 1u) << child.m_Stderr;
+    EXPECT_EQ(CountOf(child.m_Stderr, "a < LIMIT"), 1u) << child.m_Stderr;
+    EXPECT_EQ(CountOf(child.m_Stderr, "a is too large"), 1u) << child.m_Stderr;
+}
+
+TEST(AssertionHandler, TheDefaultHandlerDoesNotBreakWithoutADebugger)
+{
+    const SChildResult child = RunInChild(
+        []
+        {
+            Assert::SetHandler(nullptr);
+            QV_ASSERT(1 > 2);
+            return QV_VERIFY(1 > 2) ? 9 : 0;
+        });
+    EXPECT_EQ(child.m_Signal, 0);
+    EXPECT_EQ(child.m_ExitCode, 9);
+}
+
+#if defined(__linux__)
+
+TEST(AssertionHandler, TheDefaultHandlerAnswers0UnderADebugger)
+{
+    constexpr int kNotTraceable = 77;
+    const SChildResult child = RunInChild(
+        []() -> int
+        {
+            Assert::SetHandler(nullptr);
+            // From here on the parent counts as this process' debugger.
+            if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0)
+                _exit(kNotTraceable);
+            // At once: a leak checker at exit would want to trace the process itself.
+            _exit(Report());
+        });
+    if (child.m_ExitCode == kNotTraceable)
+        GTEST_SKIP() << "this machine allows no tracing";
+    EXPECT_EQ(child.m_ExitCode, 0);
+    EXPECT_EQ(CountOf(child.m_Stderr, "a is too large"), 1u) << child.m_Stderr;
+}
+
+#endif
+
+} // namespace QuorvaneTest

@@ -1,0 +1,276 @@
+// Search in counted text, and comparison of counted text without case.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "edit_model.h"
+#include "every_locale.h"
+#include "every_text.h"
+#include "guarded_text.h"
+#include "kr_buffer.h"
+
+namespace
+{
+
+using namespace Quorvane;
+using namespace QuorvaneTest;
+
+u32 LengthOf(const std::string &text)
+{
+    return static_cast<u32>(text.size());
+}
+
+// Where the needle was found, or the model's word for nowhere.
+size_t Found(const std::string &text, const char *found)
+{
+    return found != nullptr ? static_cast<size_t>(found - text.data()) : std::string::npos;
+}
+
+size_t Find(const std::string &text, const std::string &needle)
+{
+    return Found(text, SNativeStringUtils::Find(text.data(), LengthOf(text), needle.data(), LengthOf(needle)));
+}
+
+size_t FindCase(const std::string &text, const std::string &needle)
+{
+    return Found(text, SNativeStringUtils::FindCase(text.data(), LengthOf(text), needle.data(), LengthOf(needle)));
+}
+
+constexpr size_t kNowhere = std::string::npos;
+constexpr size_t kLongest = kSanitized ? 4 : 5;
+
+TEST(BufferFind, FindAnswersTheFirstOccurrence)
+{
+    EXPECT_EQ(Find("abcabc", "abc"), 0u);
+    EXPECT_EQ(Find("abcabc", "bc"), 1u);
+    EXPECT_EQ(Find("abcabc", "ca"), 2u);
+    EXPECT_EQ(Find("abcabd", "abd"), 3u);
+    EXPECT_EQ(Find("abc", "c"), 2u);
+    EXPECT_EQ(Find("abc", "abc"), 0u);
+    EXPECT_EQ(Find("abc", "d"), kNowhere);
+    EXPECT_EQ(Find("abc", "BC"), kNowhere);
+}
+
+TEST(BufferFind, FindCaseAnswersTheFirstOccurrenceInAnyCase)
+{
+    EXPECT_EQ(FindCase("xaBcAbc", "ABC"), 1u);
+    EXPECT_EQ(FindCase("xABcAbc", "abc"), 1u);
+    EXPECT_EQ(FindCase("abc", "C"), 2u);
+    EXPECT_EQ(FindCase("abc", "ABC"), 0u);
+    EXPECT_EQ(FindCase("abc", "D"), kNowhere);
+}
+
+TEST(BufferFind, AnEmptyNeedleIsFoundAtOnce)
+{
+    const char text[] = "abc";
+    EXPECT_EQ(static_cast<const void *>(SNativeStringUtils::Find(text, 3, "", 0)), static_cast<const void *>(text));
+    EXPECT_EQ(static_cast<const void *>(SNativeStringUtils::Find(text, 0, nullptr, 0)),
+              static_cast<const void *>(text));
+    EXPECT_EQ(static_cast<const void *>(SNativeStringUtils::FindCase(text, 3, "", 0)), static_cast<const void *>(text));
+    EXPECT_EQ(static_cast<const void *>(SNativeStringUtils::FindCase(text, 0, nullptr, 0)),
+              static_cast<const void *>(text));
+}
+
+TEST(BufferFind, NothingIsFoundInATextShorterThanTheNeedle)
+{
+    EXPECT_EQ(Find("ab", "abc"), kNowhere);
+    EXPECT_EQ(FindCase("ab", "abc"), kNowhere);
+    EXPECT_EQ(Find("", "a"), kNowhere);
+    EXPECT_EQ(FindCase("", "a"), kNowhere);
+    EXPECT_EQ(SNativeStringUtils::Find(nullptr, 0, "a", 1), nullptr);
+    EXPECT_EQ(SNativeStringUtils::FindCase(nullptr, 0, "a", 1), nullptr);
+    EXPECT_EQ(SNativeStringUtils::Find("abc", 3, "abc", 0xFFFFFFFFu), nullptr);
+    EXPECT_EQ(SNativeStringUtils::FindCase("abc", 3, "abc", 0xFFFFFFFFu), nullptr);
+}
+
+TEST(BufferFind, WhatLiesBehindTheCountIsNeitherTextNorNeedle)
+{
+    EXPECT_EQ(SNativeStringUtils::Find("abc", 2, "bc", 2), nullptr);
+    EXPECT_EQ(SNativeStringUtils::FindCase("abc", 2, "bc", 2), nullptr);
+    const char text[] = "abc";
+    EXPECT_EQ(static_cast<const void *>(SNativeStringUtils::Find(text, 3, "bx", 1)),
+              static_cast<const void *>(text + 1));
+    EXPECT_EQ(static_cast<const void *>(SNativeStringUtils::FindCase(text, 3, "Bx", 1)),
+              static_cast<const void *>(text + 1));
+}
+
+TEST(BufferFind, TerminatorsAreCharactersLikeOthers)
+{
+    const std::string text("a\0b\0c", 5);
+    for (const auto find : {&Find, &FindCase})
+    {
+        EXPECT_EQ(find(text, std::string("\0c", 2)), 3u);
+        EXPECT_EQ(find(text, std::string("\0", 1)), 1u);
+        EXPECT_EQ(find(text, "c"), 4u);
+        EXPECT_EQ(find(text, std::string("\0x", 2)), kNowhere);
+    }
+}
+
+TEST(BufferFind, CaseIsThatOfTheAsciiLettersInEveryLocale)
+{
+    InEveryLocale(
+        [](const char *locale)
+        {
+            SCOPED_TRACE(locale);
+            for (int a = 0; a < 256; ++a)
+            {
+                for (int b = 0; b < 256; ++b)
+                {
+                    const std::string text = std::string("\x01\x02") + static_cast<char>(a);
+                    const std::string needle(1, static_cast<char>(b));
+                    const bool equal = ModelLower(static_cast<char>(a)) == ModelLower(static_cast<char>(b));
+                    if (a <= 2 || b <= 2)
+                        continue;
+                    ASSERT_EQ(FindCase(text, needle), equal ? 2u : kNowhere) << a << " and " << b;
+                    ASSERT_EQ(SNativeStringUtils::EqualCase(text.data() + 2, needle.data(), 1), equal)
+                        << a << " and " << b;
+                }
+            }
+        });
+}
+
+TEST(BufferFind, ANeedleIsFoundInEveryPlaceAndOnlyWhole)
+{
+    for (const size_t needleLength : {1u, 2u, 3u, 15u, 16u, 17u, 31u})
+    {
+        const std::string needle(needleLength, 'n');
+        const std::string otherCase(needleLength, 'N');
+        for (size_t length = needleLength; length <= 70; ++length)
+        {
+            for (size_t place = 0; place + needleLength <= length; ++place)
+            {
+                std::string text(length, '.');
+                text.replace(place, needleLength, needle);
+                ASSERT_EQ(Find(text, needle), place);
+                ASSERT_EQ(FindCase(text, otherCase), place);
+                ASSERT_EQ(Find(text, needle + '!'), kNowhere);
+                // All but its last character.
+                text[place + needleLength - 1] = '.';
+                ASSERT_EQ(Find(text, needle), kNowhere);
+                ASSERT_EQ(FindCase(text, otherCase), kNowhere);
+            }
+        }
+    }
+}
+
+TEST(BufferFind, NeitherTextNorNeedleIsReadBehindItsEnd)
+{
+    for (size_t length = 0; length <= 66; ++length)
+    {
+        const std::string text = std::string(length, 'a');
+        const CGuardedText guarded(text.data(), length);
+        for (const size_t needleLength : {1u, 2u, 15u, 16u, 17u, 33u})
+        {
+            // A needle that begins as the text ends, and one that is there.
+            const std::string missing = std::string(needleLength - 1, 'a') + 'b';
+            const std::string there(needleLength, 'a');
+            const CGuardedText guardedMissing(missing.data(), needleLength);
+            const CGuardedText guardedThere(there.data(), needleLength);
+            const u32 count = static_cast<u32>(length);
+            const u32 needleCount = static_cast<u32>(needleLength);
+            ASSERT_EQ(SNativeStringUtils::Find(guarded.Get(), count, guardedMissing.Get(), needleCount), nullptr);
+            ASSERT_EQ(SNativeStringUtils::FindCase(guarded.Get(), count, guardedMissing.Get(), needleCount), nullptr);
+            const bool fits = needleLength <= length;
+            ASSERT_EQ(SNativeStringUtils::Find(guarded.Get(), count, guardedThere.Get(), needleCount),
+                      fits ? guarded.Get() : nullptr);
+            ASSERT_EQ(SNativeStringUtils::FindCase(guarded.Get(), count, guardedThere.Get(), needleCount),
+                      fits ? guarded.Get() : nullptr);
+        }
+    }
+}
+
+TEST(BufferFind, ANeedleThatRecursInPartIsFound)
+{
+    EXPECT_EQ(Find("aabaabaaab", "aabaaab"), 3u);
+    EXPECT_EQ(FindCase("aabaabaaab", "AABAAAB"), 3u);
+    EXPECT_EQ(Find("aabaabaabaab", "aabaaab"), kNowhere);
+    EXPECT_EQ(FindCase("aabaabaabaab", "AABAAAB"), kNowhere);
+}
+
+// In text times needle steps this would not come to an end.
+TEST(BufferFind, TheCostIsLinearForANeedleThatRecursInPart)
+{
+    constexpr size_t kCount = 1000000;
+    const std::string text(kCount, 'a');
+    const std::string needle = std::string(kCount / 2, 'a') + 'b';
+    EXPECT_EQ(Find(text, needle), kNowhere);
+    EXPECT_EQ(FindCase(text, needle), kNowhere);
+    EXPECT_EQ(Find(text + 'b', needle), kCount / 2);
+    EXPECT_EQ(FindCase(text + 'B', needle), kCount / 2);
+}
+
+TEST(BufferFind, EveryPeriodicNeedleIsFoundAsTheModelSays)
+{
+    const std::vector<std::string> needles = EveryText("ab", 7);
+    for (const std::string &text : EveryText("ab", 10))
+    {
+        const std::string upper = ModelUppercase(text);
+        for (const std::string &needle : needles)
+        {
+            const size_t expected = text.find(needle);
+            if (Find(text, needle) != expected || FindCase(upper, needle) != expected)
+            {
+                FAIL() << ::testing::PrintToString(needle) << " in " << ::testing::PrintToString(text);
+            }
+        }
+    }
+}
+
+TEST(BufferFind, EveryShortNeedleIsFoundInEveryShortTextAsTheModelSays)
+{
+    const std::vector<std::string> texts = EveryText("aAb\x80", kLongest);
+    std::vector<std::string> lowered;
+    for (const std::string &text : texts)
+        lowered.push_back(ModelLowercase(text));
+    for (size_t i = 0; i < texts.size(); ++i)
+    {
+        for (size_t j = 0; j < texts.size(); ++j)
+        {
+            const bool right = Find(texts[i], texts[j]) == texts[i].find(texts[j]) &&
+                               FindCase(texts[i], texts[j]) == lowered[i].find(lowered[j]);
+            if (!right)
+            {
+                FAIL() << ::testing::PrintToString(texts[j]) << " in " << ::testing::PrintToString(texts[i]);
+            }
+        }
+    }
+}
+
+TEST(BufferFind, EqualCaseComparesCountedTexts)
+{
+    EXPECT_TRUE(SNativeStringUtils::EqualCase("aBcx", "AbCy", 3));
+    EXPECT_FALSE(SNativeStringUtils::EqualCase("aBcx", "AbCy", 4));
+    EXPECT_FALSE(SNativeStringUtils::EqualCase("aBd", "AbC", 3));
+    EXPECT_TRUE(SNativeStringUtils::EqualCase("a", "b", 0));
+    EXPECT_TRUE(SNativeStringUtils::EqualCase(nullptr, nullptr, 0));
+}
+
+TEST(BufferFind, EqualCaseGoesBeyondTerminators)
+{
+    EXPECT_TRUE(SNativeStringUtils::EqualCase("a\0B", "A\0b", 3));
+    EXPECT_FALSE(SNativeStringUtils::EqualCase("a\0B", "A\0c", 3));
+}
+
+TEST(BufferFind, EqualCaseSeesADifferenceInEveryPlaceAndNothingBehindTheEnd)
+{
+    for (size_t length = 1; length <= 50; ++length)
+    {
+        const std::string text(length, 'q');
+        const std::string otherCase(length, 'Q');
+        const CGuardedText a(text.data(), length);
+        const CGuardedText b(otherCase.data(), length);
+        const u32 count = static_cast<u32>(length);
+        ASSERT_TRUE(SNativeStringUtils::EqualCase(a.Get(), b.Get(), count));
+        for (size_t place = 0; place < length; ++place)
+        {
+            b.Get()[place] = 'r';
+            ASSERT_FALSE(SNativeStringUtils::EqualCase(a.Get(), b.Get(), count));
+            ASSERT_TRUE(SNativeStringUtils::EqualCase(a.Get(), b.Get(), static_cast<u32>(place)));
+            b.Get()[place] = 'Q';
+        }
+    }
+}
+
+} // namespace

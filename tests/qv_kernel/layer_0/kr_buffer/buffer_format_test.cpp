@@ -1,0 +1,182 @@
+#include <cstdarg>
+#include <cstring>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "assert_recorder.h"
+#include "kr_buffer.h"
+#include "kr_mem.h"
+#include "test_allocator.h"
+
+namespace QuorvaneTest
+{
+
+namespace
+{
+
+using namespace Quorvane;
+
+char *Format(char *buffer, const char *bufferLast, u32 &outLength, const char *format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    char *const result = SNativeStringUtils::VAFormat(buffer, bufferLast, outLength, format, args);
+    va_end(args);
+    return result;
+}
+
+// A buffer between canaries.
+struct SBuffer
+{
+    static constexpr u32 kBytes = 16;
+
+    SBuffer() { std::memset(m_Bytes, '#', sizeof(m_Bytes)); }
+
+    char *First() { return m_Bytes + 8; }
+    char *Last() { return m_Bytes + 8 + kBytes - 1; }
+    bool CanariesAreIntact() const
+    {
+        const std::string canary(8, '#');
+        return std::memcmp(m_Bytes, canary.c_str(), 8) == 0 &&
+               std::memcmp(m_Bytes + 8 + kBytes, canary.c_str(), 8) == 0;
+    }
+
+    char m_Bytes[8 + kBytes + 8];
+};
+
+class BufferFormat : public ::testing::Test
+{
+protected:
+    CTestAllocator m_Allocator;
+    SBuffer m_Buffer;
+    u32 m_Length = 77;
+};
+
+} // namespace
+
+TEST_F(BufferFormat, AResultThatFitsIsWrittenToTheBuffer)
+{
+    char *const result = Format(m_Buffer.First(), m_Buffer.Last(), m_Length, "%s=%d", "key", -5);
+    EXPECT_EQ(result, m_Buffer.First());
+    EXPECT_STREQ(result, "key=-5");
+    EXPECT_EQ(m_Length, 6u);
+    EXPECT_EQ(m_Allocator.RequestCount(), 0u);
+    EXPECT_TRUE(m_Buffer.CanariesAreIntact());
+}
+
+TEST_F(BufferFormat, AnEmptyResultFits)
+{
+    EXPECT_EQ(Format(m_Buffer.First(), m_Buffer.Last(), m_Length, "%s", ""), m_Buffer.First());
+    EXPECT_EQ(m_Length, 0u);
+    EXPECT_EQ(*m_Buffer.First(), '\0');
+}
+
+TEST_F(BufferFormat, AResultThatFitsExactlyIsWrittenToTheBuffer)
+{
+    char *const result = Format(m_Buffer.First(), m_Buffer.Last(), m_Length, "%s", "123456789012345");
+    EXPECT_EQ(result, m_Buffer.First());
+    EXPECT_STREQ(result, "123456789012345");
+    EXPECT_EQ(m_Length, 15u);
+    EXPECT_EQ(*m_Buffer.Last(), '\0');
+    EXPECT_EQ(m_Allocator.RequestCount(), 0u);
+    EXPECT_TRUE(m_Buffer.CanariesAreIntact());
+}
+
+TEST_F(BufferFormat, AResultOneCharacterTooLongGetsABlockOfExactlyItsSize)
+{
+    char *const result = Format(m_Buffer.First(), m_Buffer.Last(), m_Length, "%s%d", "12345678901234", 56);
+    ASSERT_NE(result, nullptr);
+    EXPECT_NE(result, m_Buffer.First());
+    EXPECT_STREQ(result, "1234567890123456");
+    EXPECT_EQ(m_Length, 16u);
+    EXPECT_TRUE(m_Buffer.CanariesAreIntact());
+
+    ASSERT_EQ(m_Allocator.Calls().size(), 1u);
+    const SAllocatorCall call = m_Allocator.Calls()[0];
+    EXPECT_EQ(call.m_Kind, SAllocatorCall::Kind_Alloc);
+    EXPECT_EQ(call.m_Size, 17u);
+    EXPECT_EQ(call.m_Type, Mem::AllocType_Generic);
+    EXPECT_EQ(call.m_Origin, Mem::Origin_Alloc);
+    EXPECT_EQ(call.m_Tag, "Kernel|Mem|Default");
+    EXPECT_NE(call.m_File, "");
+    EXPECT_NE(call.m_Line, 0u);
+    EXPECT_NE(call.m_Function, "");
+    Mem::Free(result, Mem::AllocType_Generic);
+}
+
+TEST_F(BufferFormat, ALongResultIsComplete)
+{
+    const std::string text(100000, 'y');
+    char *const result = Format(m_Buffer.First(), m_Buffer.Last(), m_Length, "<%s|%d|%s>", text.c_str(), 42, "end");
+    ASSERT_NE(result, nullptr);
+    EXPECT_EQ(result, "<" + text + "|42|end>");
+    EXPECT_EQ(m_Length, text.size() + 9);
+    Mem::Free(result, Mem::AllocType_Generic);
+}
+
+TEST_F(BufferFormat, ABufferOfOneByteHoldsTheEmptyResultOnly)
+{
+    char only = '#';
+    EXPECT_EQ(Format(&only, &only, m_Length, "%s", ""), &only);
+    EXPECT_EQ(only, '\0');
+    EXPECT_EQ(m_Length, 0u);
+    char *const result = Format(&only, &only, m_Length, "%s", "x");
+    ASSERT_NE(result, nullptr);
+    EXPECT_NE(result, &only);
+    EXPECT_STREQ(result, "x");
+    EXPECT_EQ(m_Length, 1u);
+    Mem::Free(result, Mem::AllocType_Generic);
+}
+
+TEST_F(BufferFormat, TheResultIsNotAFormatAgain)
+{
+    EXPECT_STREQ(Format(m_Buffer.First(), m_Buffer.Last(), m_Length, "%s%%", "%d%s"), "%d%s%");
+}
+
+TEST_F(BufferFormat, RefusedMemoryGivesNull)
+{
+    m_Allocator.RefuseNth(1);
+    EXPECT_EQ(Format(m_Buffer.First(), m_Buffer.Last(), m_Length, "%s", "longer than the buffer"), nullptr);
+    EXPECT_EQ(m_Length, 0u);
+    EXPECT_TRUE(m_Allocator.HasRefused());
+    EXPECT_TRUE(m_Buffer.CanariesAreIntact());
+}
+
+TEST_F(BufferFormat, AFormattingThatFailsGivesNull)
+{
+    // No text in the "C" locale has this character.
+    static const wchar_t kUnknown[] = {0x12345, 0};
+    EXPECT_EQ(Format(m_Buffer.First(), m_Buffer.Last(), m_Length, "%ls", kUnknown), nullptr);
+    EXPECT_EQ(m_Length, 0u);
+    EXPECT_EQ(m_Allocator.RequestCount(), 0u);
+}
+
+TEST_F(BufferFormat, AResultBeyondTheRangeOfIntGivesNull)
+{
+    EXPECT_EQ(Format(m_Buffer.First(), m_Buffer.Last(), m_Length, "%99999999999d", 1), nullptr);
+    EXPECT_EQ(m_Length, 0u);
+}
+
+TEST_F(BufferFormat, NullArgumentsGiveNull)
+{
+    const CAssertRecorder recorder;
+    EXPECT_EQ(Format(nullptr, m_Buffer.Last(), m_Length, "%d", 1), nullptr);
+    EXPECT_EQ(m_Length, 0u);
+    m_Length = 77;
+    EXPECT_EQ(Format(m_Buffer.First(), nullptr, m_Length, "%d", 1), nullptr);
+    EXPECT_EQ(m_Length, 0u);
+    m_Length = 77;
+    EXPECT_EQ(Format(m_Buffer.First(), m_Buffer.Last(), m_Length, nullptr), nullptr);
+    EXPECT_EQ(m_Length, 0u);
+    EXPECT_EQ(m_Allocator.RequestCount(), 0u);
+}
+
+TEST_F(BufferFormat, ABufferThatEndsBeforeItStartsGivesNull)
+{
+    EXPECT_EQ(Format(m_Buffer.First(), m_Buffer.First() - 1, m_Length, "%d", 1), nullptr);
+    EXPECT_EQ(m_Length, 0u);
+    EXPECT_TRUE(m_Buffer.CanariesAreIntact());
+}
+
+} // namespace QuorvaneTest

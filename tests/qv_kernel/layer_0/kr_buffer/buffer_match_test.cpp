@@ -1,0 +1,479 @@
+#include "kr_buffer/buffer_match.h"
+
+#include <algorithm>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "every_locale.h"
+#include "every_text.h"
+#include "guarded_text.h"
+#include "kr_buffer.h"
+#include "wildcard_model.h"
+
+namespace QuorvaneTest
+{
+
+namespace
+{
+
+using Quorvane::SNativeStringUtils;
+using Quorvane::u64;
+namespace Internal = Quorvane::Internal;
+
+// Counts steps for the matcher.
+struct SStepCounter
+{
+    u64 m_Steps = 0;
+
+    void Count() { ++m_Steps; }
+};
+
+// One of the four matchers: as the interface has it, as counted, and what the model needs to know.
+struct SMatcher
+{
+    const char *m_Name;
+    bool (*m_Match)(const char *pattern, const char *str);
+    bool (*m_Counted)(const char *pattern, const char *text, SStepCounter &steps);
+    bool m_IgnoresCase;
+    bool m_HasInhibitors;
+};
+
+template <typename TCase, typename TInhibitors>
+bool Counted(const char *pattern, const char *text, SStepCounter &steps)
+{
+    return Internal::MatchWildcards<TCase, TInhibitors>(pattern, text, steps);
+}
+
+const SMatcher kMatch = {"Match", SNativeStringUtils::Match, Counted<Internal::SCaseMatters, Internal::SNoInhibitors>,
+                         false, false};
+const SMatcher kMatchCase = {"MatchCase", SNativeStringUtils::MatchCase,
+                             Counted<Internal::SCaseIgnored, Internal::SNoInhibitors>, true, false};
+const SMatcher kMatchWithInhibitors = {"MatchWithInhibitors", SNativeStringUtils::MatchWithInhibitors,
+                                       Counted<Internal::SCaseMatters, Internal::SBackslashInhibits>, false, true};
+const SMatcher kMatchCaseWithInhibitors = {"MatchCaseWithInhibitors", SNativeStringUtils::MatchCaseWithInhibitors,
+                                           Counted<Internal::SCaseIgnored, Internal::SBackslashInhibits>, true, true};
+const SMatcher kMatchers[] = {kMatch, kMatchCase, kMatchWithInhibitors, kMatchCaseWithInhibitors};
+
+// The promised bound, each text counted with its terminator.
+u64 MostSteps(const std::string &pattern, const std::string &text)
+{
+    return static_cast<u64>(pattern.size() + 1) * (text.size() + 1);
+}
+
+u64 StepsOf(const SMatcher &matcher, const std::string &pattern, const std::string &text)
+{
+    SStepCounter steps;
+    matcher.m_Counted(pattern.c_str(), text.c_str(), steps);
+    return steps.m_Steps;
+}
+
+// Whether matcher and model agree, in the answer and within the bound; tells of it when they do not.
+bool Agrees(const SMatcher &matcher, const std::string &pattern, const std::string &text)
+{
+    const bool expected = WildcardModelMatches(pattern, text, matcher.m_IgnoresCase, matcher.m_HasInhibitors);
+    if (matcher.m_Match(pattern.c_str(), text.c_str()) != expected)
+    {
+        ADD_FAILURE() << matcher.m_Name << "(\"" << pattern << "\", \"" << text << "\") is not " << expected;
+        return false;
+    }
+    const u64 steps = StepsOf(matcher, pattern, text);
+    if (steps > MostSteps(pattern, text))
+    {
+        ADD_FAILURE() << matcher.m_Name << "(\"" << pattern << "\", \"" << text << "\") took " << steps << " steps";
+        return false;
+    }
+    return true;
+}
+
+void ExpectAgreement(const SMatcher &matcher, const std::vector<std::string> &patterns,
+                     const std::vector<std::string> &texts)
+{
+    for (const std::string &pattern : patterns)
+        for (const std::string &text : texts)
+            if (!Agrees(matcher, pattern, text))
+                return;
+}
+
+std::string Repeated(const std::string &part, size_t count)
+{
+    std::string result;
+    for (size_t i = 0; i < count; ++i)
+        result += part;
+    return result;
+}
+
+// What holds for all four.
+
+TEST(BufferMatch, PlainPatternMatchesItselfOnly)
+{
+    for (const SMatcher &matcher : kMatchers)
+    {
+        EXPECT_TRUE(matcher.m_Match("model.obj", "model.obj")) << matcher.m_Name;
+        EXPECT_FALSE(matcher.m_Match("model.obj", "model_obj")) << matcher.m_Name;
+        EXPECT_FALSE(matcher.m_Match("model.obj", "model.objx")) << matcher.m_Name;
+        EXPECT_FALSE(matcher.m_Match("model.obj", "xmodel.obj")) << matcher.m_Name;
+        EXPECT_FALSE(matcher.m_Match("model.obj", "model.ob")) << matcher.m_Name;
+        EXPECT_FALSE(matcher.m_Match("model.obj", "")) << matcher.m_Name;
+    }
+}
+
+TEST(BufferMatch, StarStandsForAnyRun)
+{
+    for (const SMatcher &matcher : kMatchers)
+    {
+        EXPECT_TRUE(matcher.m_Match("*.obj", "a.obj")) << matcher.m_Name;
+        EXPECT_TRUE(matcher.m_Match("*.obj", "textures/a.obj.obj")) << matcher.m_Name;
+        EXPECT_TRUE(matcher.m_Match("tex*/*.png", "textures/wall/stone.png")) << matcher.m_Name;
+        EXPECT_TRUE(matcher.m_Match("a*b*c", "abbcbbc")) << matcher.m_Name;
+        EXPECT_FALSE(matcher.m_Match("*.obj", "a.objx")) << matcher.m_Name;
+        EXPECT_FALSE(matcher.m_Match("a*b*c", "acb")) << matcher.m_Name;
+        EXPECT_FALSE(matcher.m_Match("*ab", "aba")) << matcher.m_Name;
+    }
+}
+
+TEST(BufferMatch, StarStandsForTheEmptyRun)
+{
+    for (const SMatcher &matcher : kMatchers)
+    {
+        EXPECT_TRUE(matcher.m_Match("*ab", "ab")) << matcher.m_Name;
+        EXPECT_TRUE(matcher.m_Match("a*b", "ab")) << matcher.m_Name;
+        EXPECT_TRUE(matcher.m_Match("ab*", "ab")) << matcher.m_Name;
+        EXPECT_TRUE(matcher.m_Match("**a***b**", "ab")) << matcher.m_Name;
+    }
+}
+
+TEST(BufferMatch, QuestionMarkStandsForExactlyOneCharacter)
+{
+    for (const SMatcher &matcher : kMatchers)
+    {
+        EXPECT_TRUE(matcher.m_Match("?", "x")) << matcher.m_Name;
+        EXPECT_TRUE(matcher.m_Match("a?c", "abc")) << matcher.m_Name;
+        EXPECT_TRUE(matcher.m_Match("???", "abc")) << matcher.m_Name;
+        EXPECT_FALSE(matcher.m_Match("?", "")) << matcher.m_Name;
+        EXPECT_FALSE(matcher.m_Match("?", "xy")) << matcher.m_Name;
+        EXPECT_FALSE(matcher.m_Match("a?c", "ac")) << matcher.m_Name;
+        EXPECT_FALSE(matcher.m_Match("abc?", "abc")) << matcher.m_Name;
+    }
+}
+
+TEST(BufferMatch, StarsAndQuestionMarksTogetherStandForAtLeastAsMany)
+{
+    for (const SMatcher &matcher : kMatchers)
+    {
+        EXPECT_FALSE(matcher.m_Match("*?*?*", "x")) << matcher.m_Name;
+        EXPECT_TRUE(matcher.m_Match("*?*?*", "xy")) << matcher.m_Name;
+        EXPECT_TRUE(matcher.m_Match("*?*?*", "xyz")) << matcher.m_Name;
+        EXPECT_TRUE(matcher.m_Match("*?b", "abb")) << matcher.m_Name;
+        EXPECT_FALSE(matcher.m_Match("*?b", "b")) << matcher.m_Name;
+    }
+}
+
+TEST(BufferMatch, EmptyTextIsMatchedByStarsAlone)
+{
+    for (const SMatcher &matcher : kMatchers)
+    {
+        EXPECT_TRUE(matcher.m_Match("", "")) << matcher.m_Name;
+        EXPECT_TRUE(matcher.m_Match("*", "")) << matcher.m_Name;
+        EXPECT_TRUE(matcher.m_Match("***", "")) << matcher.m_Name;
+        EXPECT_FALSE(matcher.m_Match("a*", "")) << matcher.m_Name;
+        EXPECT_FALSE(matcher.m_Match("*?", "")) << matcher.m_Name;
+    }
+}
+
+TEST(BufferMatch, EmptyPatternMatchesTheEmptyTextOnly)
+{
+    for (const SMatcher &matcher : kMatchers)
+        EXPECT_FALSE(matcher.m_Match("", "a")) << matcher.m_Name;
+}
+
+TEST(BufferMatch, NullMatchesNothing)
+{
+    for (const SMatcher &matcher : kMatchers)
+    {
+        EXPECT_FALSE(matcher.m_Match(nullptr, "")) << matcher.m_Name;
+        EXPECT_FALSE(matcher.m_Match(nullptr, "a")) << matcher.m_Name;
+        EXPECT_FALSE(matcher.m_Match("", nullptr)) << matcher.m_Name;
+        EXPECT_FALSE(matcher.m_Match("*", nullptr)) << matcher.m_Name;
+        EXPECT_FALSE(matcher.m_Match(nullptr, nullptr)) << matcher.m_Name;
+    }
+}
+
+TEST(BufferMatch, WildcardsInTheTextMeanNothing)
+{
+    for (const SMatcher &matcher : kMatchers)
+    {
+        EXPECT_FALSE(matcher.m_Match("abc", "*")) << matcher.m_Name;
+        EXPECT_FALSE(matcher.m_Match("abc", "a?c")) << matcher.m_Name;
+        EXPECT_TRUE(matcher.m_Match("a*c", "a*c")) << matcher.m_Name;
+        EXPECT_TRUE(matcher.m_Match("?", "*")) << matcher.m_Name;
+    }
+}
+
+TEST(BufferMatch, TextsEndAtTheFirstTerminator)
+{
+    for (const SMatcher &matcher : kMatchers)
+    {
+        EXPECT_TRUE(matcher.m_Match("ab\0x", "ab\0y")) << matcher.m_Name;
+        EXPECT_FALSE(matcher.m_Match("*y", "ab\0y")) << matcher.m_Name;
+    }
+}
+
+// Case.
+
+TEST(BufferMatch, MatchTellsUpperFromLowerCase)
+{
+    EXPECT_FALSE(SNativeStringUtils::Match("abc", "aBc"));
+    EXPECT_FALSE(SNativeStringUtils::Match("*B?", "abc"));
+    EXPECT_FALSE(SNativeStringUtils::MatchWithInhibitors("abc", "aBc"));
+    EXPECT_FALSE(SNativeStringUtils::MatchWithInhibitors("*B?", "abc"));
+}
+
+TEST(BufferMatch, MatchCaseIgnoresCase)
+{
+    EXPECT_TRUE(SNativeStringUtils::MatchCase("abc", "aBC"));
+    EXPECT_TRUE(SNativeStringUtils::MatchCase("*.OBJ", "Model.obj"));
+    EXPECT_TRUE(SNativeStringUtils::MatchCaseWithInhibitors("abc", "aBC"));
+    EXPECT_TRUE(SNativeStringUtils::MatchCaseWithInhibitors("*.obj", "MODEL.OBJ"));
+}
+
+// Two characters are the same when equal, or when one is the upper-case form of the other as ASCII has it.
+TEST(BufferMatch, EachCharacterMatchesItselfAndItsOtherCaseOnly)
+{
+    for (int a = 1; a < 256; ++a)
+    {
+        for (int b = 1; b < 256; ++b)
+        {
+            if (a == '*' || a == '?')
+                continue;
+            const char pattern[] = {static_cast<char>(a), 0};
+            const char text[] = {static_cast<char>(b), 0};
+            const int lower = std::max(a, b);
+            const bool sameLetter = lower - std::min(a, b) == 'a' - 'A' && lower >= 'a' && lower <= 'z';
+            ASSERT_EQ(SNativeStringUtils::Match(pattern, text), a == b) << a << " " << b;
+            ASSERT_EQ(SNativeStringUtils::MatchWithInhibitors(pattern, text), a == b) << a << " " << b;
+            ASSERT_EQ(SNativeStringUtils::MatchCase(pattern, text), a == b || sameLetter) << a << " " << b;
+            ASSERT_EQ(SNativeStringUtils::MatchCaseWithInhibitors(pattern, text), a == b || sameLetter)
+                << a << " " << b;
+        }
+    }
+}
+
+TEST(BufferMatch, EachCharacterIsOneForTheWildcards)
+{
+    for (const SMatcher &matcher : kMatchers)
+    {
+        for (int c = 1; c < 256; ++c)
+        {
+            const char text[] = {'a', static_cast<char>(c), 'b', 0};
+            ASSERT_TRUE(matcher.m_Match("a?b", text)) << matcher.m_Name << " " << c;
+            ASSERT_TRUE(matcher.m_Match("a*b", text)) << matcher.m_Name << " " << c;
+            ASSERT_FALSE(matcher.m_Match("a??b", text)) << matcher.m_Name << " " << c;
+        }
+    }
+}
+
+TEST(BufferMatch, NoLocaleChangesCase)
+{
+    InEveryLocale(
+        [](const char *locale)
+        {
+            EXPECT_TRUE(SNativeStringUtils::MatchCase("iI?*", "IixI")) << locale;
+            EXPECT_TRUE(SNativeStringUtils::MatchCaseWithInhibitors("\\iI?*", "IixI")) << locale;
+            EXPECT_FALSE(SNativeStringUtils::MatchCase("\xC4*", "\xE4")) << locale;
+            EXPECT_FALSE(SNativeStringUtils::MatchCase("i", "\xFD")) << locale;
+            EXPECT_FALSE(SNativeStringUtils::MatchCase("\xDD", "i")) << locale;
+        });
+}
+
+// Inhibitors.
+
+TEST(BufferMatch, InhibitedWildcardsAreLiteral)
+{
+    EXPECT_TRUE(SNativeStringUtils::MatchWithInhibitors("a\\*c", "a*c"));
+    EXPECT_FALSE(SNativeStringUtils::MatchWithInhibitors("a\\*c", "abc"));
+    EXPECT_TRUE(SNativeStringUtils::MatchWithInhibitors("a\\?c", "a?c"));
+    EXPECT_FALSE(SNativeStringUtils::MatchWithInhibitors("a\\?c", "abc"));
+    EXPECT_TRUE(SNativeStringUtils::MatchWithInhibitors("*\\*", "abc*"));
+    EXPECT_FALSE(SNativeStringUtils::MatchWithInhibitors("*\\*", "abc"));
+    EXPECT_TRUE(SNativeStringUtils::MatchCaseWithInhibitors("A\\*c", "a*C"));
+    EXPECT_FALSE(SNativeStringUtils::MatchCaseWithInhibitors("A\\*c", "abC"));
+}
+
+TEST(BufferMatch, InhibitedBackslashIsLiteral)
+{
+    EXPECT_TRUE(SNativeStringUtils::MatchWithInhibitors("a\\\\b", "a\\b"));
+    EXPECT_FALSE(SNativeStringUtils::MatchWithInhibitors("a\\\\b", "a\\\\b"));
+    // The star behind it is one again.
+    EXPECT_TRUE(SNativeStringUtils::MatchWithInhibitors("a\\\\*", "a\\bcd"));
+    EXPECT_FALSE(SNativeStringUtils::MatchWithInhibitors("a\\\\*", "abcd"));
+    EXPECT_TRUE(SNativeStringUtils::MatchCaseWithInhibitors("A\\\\*", "a\\bcd"));
+}
+
+TEST(BufferMatch, InhibitedOrdinaryCharacterStandsForItself)
+{
+    EXPECT_TRUE(SNativeStringUtils::MatchWithInhibitors("\\a\\.c", "a.c"));
+    EXPECT_FALSE(SNativeStringUtils::MatchWithInhibitors("\\a\\.c", "\\a\\.c"));
+}
+
+TEST(BufferMatch, InhibitedLetterFollowsTheCaseRule)
+{
+    EXPECT_FALSE(SNativeStringUtils::MatchWithInhibitors("\\a", "A"));
+    EXPECT_TRUE(SNativeStringUtils::MatchCaseWithInhibitors("\\a", "A"));
+    EXPECT_TRUE(SNativeStringUtils::MatchCaseWithInhibitors("*\\A", "xya"));
+}
+
+TEST(BufferMatch, LoneBackslashAtTheEndStandsForItself)
+{
+    for (const SMatcher &matcher : {kMatchWithInhibitors, kMatchCaseWithInhibitors})
+    {
+        EXPECT_TRUE(matcher.m_Match("\\", "\\")) << matcher.m_Name;
+        EXPECT_TRUE(matcher.m_Match("a*\\", "abc\\")) << matcher.m_Name;
+        EXPECT_TRUE(matcher.m_Match("\\\\\\", "\\\\")) << matcher.m_Name;
+        EXPECT_FALSE(matcher.m_Match("\\", "")) << matcher.m_Name;
+        EXPECT_FALSE(matcher.m_Match("a\\", "a")) << matcher.m_Name;
+        EXPECT_FALSE(matcher.m_Match("a\\", "ab")) << matcher.m_Name;
+        // Even where more characters lie behind the terminator.
+        EXPECT_TRUE(matcher.m_Match("\\\0*", "\\\0x")) << matcher.m_Name;
+    }
+}
+
+TEST(BufferMatch, WithoutInhibitorsBackslashIsOrdinary)
+{
+    for (const SMatcher &matcher : {kMatch, kMatchCase})
+    {
+        EXPECT_TRUE(matcher.m_Match("a\\*", "a\\bcd")) << matcher.m_Name;
+        EXPECT_FALSE(matcher.m_Match("a\\*", "a*")) << matcher.m_Name;
+        EXPECT_TRUE(matcher.m_Match("\\\\", "\\\\")) << matcher.m_Name;
+        EXPECT_FALSE(matcher.m_Match("\\\\", "\\")) << matcher.m_Name;
+        EXPECT_TRUE(matcher.m_Match("\\", "\\")) << matcher.m_Name;
+    }
+}
+
+// Against the model.
+
+TEST(BufferMatch, EveryShortPatternAgreesWithTheModel)
+{
+    const std::vector<std::string> texts = EveryText("ab", 5);
+    ExpectAgreement(kMatch, EveryText("ab*?", 5), texts);
+    ExpectAgreement(kMatchWithInhibitors, EveryText("ab*?", 5), texts);
+}
+
+TEST(BufferMatch, EveryShortPatternAgreesWithTheModelWithoutCase)
+{
+    const std::vector<std::string> texts = EveryText("Ab", 5);
+    ExpectAgreement(kMatchCase, EveryText("aB*?", 5), texts);
+    ExpectAgreement(kMatchCaseWithInhibitors, EveryText("aB*?", 5), texts);
+}
+
+TEST(BufferMatch, EveryShortPatternOfSpecialCharactersAgreesWithTheModel)
+{
+    const std::vector<std::string> patterns = EveryText("a*?\\", 5);
+    ExpectAgreement(kMatchWithInhibitors, patterns, EveryText("a*?\\", kSanitized ? 3 : 4));
+    ExpectAgreement(kMatch, patterns, EveryText("a*?\\", 3));
+    ExpectAgreement(kMatchCaseWithInhibitors, patterns, EveryText("A*\\", 4));
+    ExpectAgreement(kMatchCase, patterns, EveryText("A*\\", 4));
+}
+
+TEST(BufferMatch, LongerPatternsAgreeWithTheModel)
+{
+    std::mt19937 random(20);
+    const std::string patternAlphabet = "aaAb***?\\";
+    const std::string textAlphabet = "aaAb*\\";
+    for (int round = 0; round < (kSanitized ? 2000 : 20000); ++round)
+    {
+        std::string pattern(random() % 24, ' ');
+        std::string text(random() % 60, ' ');
+        for (char &character : pattern)
+            character = patternAlphabet[random() % patternAlphabet.size()];
+        for (char &character : text)
+            character = textAlphabet[random() % textAlphabet.size()];
+        for (const SMatcher &matcher : kMatchers)
+            ASSERT_TRUE(Agrees(matcher, pattern, text));
+    }
+}
+
+// Cost.
+
+TEST(BufferMatch, StepsAreCharactersLookedAtAndStarsSkipped)
+{
+    for (const SMatcher &matcher : kMatchers)
+    {
+        EXPECT_EQ(StepsOf(matcher, "", ""), 0u) << matcher.m_Name;
+        EXPECT_EQ(StepsOf(matcher, "abc", "abc"), 3u) << matcher.m_Name;
+        EXPECT_EQ(StepsOf(matcher, "abc", "abd"), 3u) << matcher.m_Name;
+        EXPECT_EQ(StepsOf(matcher, "xbc", "abc"), 1u) << matcher.m_Name;
+        // One star, and three characters.
+        EXPECT_EQ(StepsOf(matcher, "*c", "abc"), 4u) << matcher.m_Name;
+        // The text is never looked at for a star at the end.
+        EXPECT_EQ(StepsOf(matcher, "***", "abc"), 3u) << matcher.m_Name;
+    }
+}
+
+// Trying every run for every star would take longer than the universe has existed.
+TEST(BufferMatch, ManyStarsStayWithinTheBound)
+{
+    const std::string text(2000, 'a');
+    const std::string patterns[] = {
+        Repeated("a*", 100) + "b",         Repeated("*a", 100) + "*b",
+        Repeated("*a?", 100) + "b*",       Repeated("?*", 100) + "b",
+        Repeated("*", 200) + "b",          Repeated("*aaaaab", 50),
+        "*" + std::string(500, 'a') + "b", Repeated("*" + std::string(50, 'a'), 10) + "b",
+    };
+    for (const SMatcher &matcher : kMatchers)
+    {
+        for (const std::string &pattern : patterns)
+        {
+            EXPECT_FALSE(matcher.m_Match(pattern.c_str(), text.c_str())) << matcher.m_Name << " " << pattern;
+            EXPECT_LE(StepsOf(matcher, pattern, text), MostSteps(pattern, text)) << matcher.m_Name << " " << pattern;
+        }
+    }
+}
+
+// The worst case is real: the bound is no more than a small factor above it.
+TEST(BufferMatch, HardestPatternTakesAGoodPartOfTheBound)
+{
+    const std::string text(2000, 'a');
+    const std::string pattern = "*" + std::string(1000, 'a') + "b";
+    EXPECT_GT(StepsOf(kMatch, pattern, text), MostSteps(pattern, text) / 4);
+}
+
+// A matcher that called itself for each star, or for each character, would need more stack than there is.
+TEST(BufferMatch, LongTextsNeedNoStack)
+{
+    const std::string text(400000, 'a');
+    const std::string pattern = Repeated("*a", 400000);
+    for (const SMatcher &matcher : kMatchers)
+    {
+        EXPECT_TRUE(matcher.m_Match(pattern.c_str(), text.c_str())) << matcher.m_Name;
+        EXPECT_FALSE(matcher.m_Match((pattern + "a").c_str(), text.c_str())) << matcher.m_Name;
+    }
+}
+
+// Both texts end at a protected page.
+TEST(BufferMatch, NothingBehindTheTerminatorsIsRead)
+{
+    const char *const patterns[] = {"", "*", "abc", "a*c", "*?", "*x", "abc\\", "abcd", "a?c", "*\\"};
+    const char *const texts[] = {"", "a", "abc", "abcabc", "abc\\"};
+    for (const SMatcher &matcher : kMatchers)
+    {
+        for (const char *pattern : patterns)
+        {
+            for (const char *text : texts)
+            {
+                const CGuardedText guardedPattern(pattern);
+                const CGuardedText guardedText(text);
+                const bool expected =
+                    WildcardModelMatches(pattern, text, matcher.m_IgnoresCase, matcher.m_HasInhibitors);
+                EXPECT_EQ(matcher.m_Match(guardedPattern.Get(), guardedText.Get()), expected)
+                    << matcher.m_Name << " " << pattern << " " << text;
+            }
+        }
+    }
+}
+
+} // namespace
+
+} // namespace QuorvaneTest

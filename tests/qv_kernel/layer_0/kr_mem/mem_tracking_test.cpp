@@ -1,0 +1,308 @@
+// Figures and misuse reports of the default allocator. Whether it tracks is a matter of how the library was built, so
+// the tests ask it.
+#include <csignal>
+#include <cstdlib>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "assert_recorder.h"
+#include "child_process.h"
+#include "kr_mem.h"
+
+namespace QuorvaneTest
+{
+
+namespace
+{
+
+using namespace Quorvane;
+
+const char kTag[] = "Test|Tracking";
+const char kOtherTag[] = "Test|Tracking|Other";
+const char kAllocFile[] = "made_here.cpp";
+const char kReallocFile[] = "resized_here.cpp";
+const char kFreeFile[] = "freed_here.cpp";
+
+bool IsTracking()
+{
+    Mem::SFigures figures;
+    return Mem::LiveFigures(nullptr, figures);
+}
+
+Mem::SFigures Figures(const char *tag)
+{
+    Mem::SFigures figures = {};
+    Mem::LiveFigures(tag, figures);
+    return figures;
+}
+
+void *Alloc(u64 size, const char *tag = kTag, Mem::EOrigin origin = Mem::Origin_Alloc)
+{
+    return Mem::_RawAlloc(size, 0, Mem::AllocType_Generic, origin, tag, kAllocFile, 1234, "Make");
+}
+
+void *Realloc(void *block, u64 size, u32 alignment = 0)
+{
+    return Mem::_RawRealloc(block, size, alignment, Mem::AllocType_Generic, kTag, kReallocFile, 2345, "Resize");
+}
+
+void Free(void *block, Mem::EOrigin origin = Mem::Origin_Alloc)
+{
+    Mem::_RawFree(block, Mem::AllocType_Generic, origin, kTag, kFreeFile, 3456, "Drop");
+}
+
+bool Mentions(const std::string &text, const std::string &part)
+{
+    return text.find(part) != std::string::npos;
+}
+
+// For the tests that need a tracking build.
+class MemTracking : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        if (!IsTracking())
+            GTEST_SKIP() << "the library was built without tracking";
+    }
+};
+
+} // namespace
+
+TEST(MemTrackingOff, WithoutTrackingThereAreNoFigures)
+{
+    if (IsTracking())
+        GTEST_SKIP() << "the library was built with tracking";
+    void *const block = Alloc(100);
+    for (const char *const tag : {static_cast<const char *>(nullptr), kTag})
+    {
+        Mem::SFigures figures = {5, 6};
+        EXPECT_FALSE(Mem::LiveFigures(tag, figures));
+        EXPECT_EQ(figures.m_LiveBlocks, 0u);
+        EXPECT_EQ(figures.m_LiveBytes, 0u);
+    }
+    Free(block);
+}
+
+TEST_F(MemTracking, FiguresCountLiveBlocksAndTheirBytesByTag)
+{
+    void *const a = Alloc(100);
+    void *const b = Alloc(20, kTag, Mem::Origin_New);
+    void *const c = Alloc(3, kOtherTag);
+    EXPECT_EQ(Figures(kTag).m_LiveBlocks, 2u);
+    EXPECT_EQ(Figures(kTag).m_LiveBytes, 120u);
+    EXPECT_EQ(Figures(kOtherTag).m_LiveBlocks, 1u);
+    EXPECT_EQ(Figures(kOtherTag).m_LiveBytes, 3u);
+    Free(a);
+    EXPECT_EQ(Figures(kTag).m_LiveBlocks, 1u);
+    EXPECT_EQ(Figures(kTag).m_LiveBytes, 20u);
+    Free(b, Mem::Origin_New);
+    Free(c);
+    EXPECT_EQ(Figures(kTag).m_LiveBlocks, 0u);
+    EXPECT_EQ(Figures(kTag).m_LiveBytes, 0u);
+    EXPECT_EQ(Figures(kOtherTag).m_LiveBlocks, 0u);
+}
+
+TEST_F(MemTracking, NullAsksForAllTags)
+{
+    const Mem::SFigures before = Figures(nullptr);
+    void *const a = Alloc(100);
+    void *const b = Alloc(20, kOtherTag);
+    EXPECT_EQ(Figures(nullptr).m_LiveBlocks, before.m_LiveBlocks + 2);
+    EXPECT_EQ(Figures(nullptr).m_LiveBytes, before.m_LiveBytes + 120);
+    Free(a);
+    Free(b);
+    EXPECT_EQ(Figures(nullptr).m_LiveBlocks, before.m_LiveBlocks);
+    EXPECT_EQ(Figures(nullptr).m_LiveBytes, before.m_LiveBytes);
+}
+
+TEST_F(MemTracking, TagsAreComparedAsText)
+{
+    const std::string sameText(kTag);
+    void *const block = Alloc(100);
+    EXPECT_EQ(Figures(sameText.c_str()).m_LiveBlocks, 1u);
+    Free(block);
+}
+
+TEST_F(MemTracking, ABlockMayHaveNoTag)
+{
+    const Mem::SFigures before = Figures(nullptr);
+    void *const block = Alloc(100, nullptr);
+    EXPECT_EQ(Figures(nullptr).m_LiveBlocks, before.m_LiveBlocks + 1);
+    EXPECT_EQ(Figures(kTag).m_LiveBlocks, 0u);
+    Free(block);
+}
+
+TEST_F(MemTracking, ReallocationChangesTheBytesOfItsBlock)
+{
+    for (const u32 alignment : {0u, 64u})
+    {
+        void *block = Realloc(nullptr, 10, alignment);
+        EXPECT_EQ(Figures(kTag).m_LiveBlocks, 1u);
+        EXPECT_EQ(Figures(kTag).m_LiveBytes, 10u);
+        block = Realloc(block, 100000, alignment);
+        EXPECT_EQ(Figures(kTag).m_LiveBlocks, 1u);
+        EXPECT_EQ(Figures(kTag).m_LiveBytes, 100000u);
+        block = Realloc(block, 7, alignment);
+        EXPECT_EQ(Figures(kTag).m_LiveBytes, 7u);
+        Free(block);
+        EXPECT_EQ(Figures(kTag).m_LiveBlocks, 0u);
+    }
+}
+
+TEST_F(MemTracking, WhatIsRefusedIsNotCounted)
+{
+    void *const block = Alloc(10);
+    EXPECT_EQ(Alloc(~u64(0)), nullptr);
+    EXPECT_EQ(Realloc(block, ~u64(0)), nullptr);
+    EXPECT_EQ(Figures(kTag).m_LiveBlocks, 1u);
+    EXPECT_EQ(Figures(kTag).m_LiveBytes, 10u);
+    Free(block);
+}
+
+TEST_F(MemTracking, GoodManyBlocksAreToldApart)
+{
+    constexpr int kCount = 5000;
+    static void *blocks[kCount];
+    for (int i = 0; i < kCount; ++i)
+        blocks[i] = Alloc(8);
+    EXPECT_EQ(Figures(kTag).m_LiveBlocks, 5000u);
+    const CAssertRecorder recorder;
+    for (int i = 0; i < kCount; ++i)
+        Free(blocks[(i * 7) % kCount]);
+    EXPECT_EQ(recorder.Count(), 0u);
+    EXPECT_EQ(Figures(kTag).m_LiveBlocks, 0u);
+}
+
+TEST_F(MemTracking, AFreeWithAnotherOriginIsReportedAndFrees)
+{
+    const CAssertRecorder recorder;
+    for (const Mem::EOrigin origin : {Mem::Origin_Alloc, Mem::Origin_New})
+    {
+        void *const block = Alloc(321, kTag, origin);
+        Free(block, origin == Mem::Origin_Alloc ? Mem::Origin_New : Mem::Origin_Alloc);
+        EXPECT_EQ(Figures(kTag).m_LiveBlocks, 0u);
+    }
+    ASSERT_EQ(recorder.Count(), 2u);
+    for (const SReport &report : recorder.Reports())
+    {
+        // The place of the fault, and what is known of the block.
+        EXPECT_EQ(report.m_File, kFreeFile);
+        EXPECT_EQ(report.m_Line, 3456);
+        EXPECT_EQ(report.m_Function, "Drop");
+        EXPECT_TRUE(Mentions(report.m_Message, "origin")) << report.m_Message;
+        EXPECT_TRUE(Mentions(report.m_Message, "321")) << report.m_Message;
+        EXPECT_TRUE(Mentions(report.m_Message, kTag)) << report.m_Message;
+        EXPECT_TRUE(Mentions(report.m_Message, kAllocFile)) << report.m_Message;
+        EXPECT_TRUE(Mentions(report.m_Message, "1234")) << report.m_Message;
+    }
+}
+
+TEST_F(MemTracking, ABlockFreedTwiceIsReportedOnceAndNotFreedAgain)
+{
+    const CAssertRecorder recorder;
+    void *const block = Alloc(321);
+    Free(block);
+    EXPECT_EQ(recorder.Count(), 0u);
+    Free(block);
+    ASSERT_EQ(recorder.Count(), 1u);
+    EXPECT_EQ(recorder.Last().m_File, kFreeFile);
+    EXPECT_EQ(recorder.Last().m_Line, 3456);
+    EXPECT_TRUE(Mentions(recorder.Last().m_Message, "twice")) << recorder.Last().m_Message;
+    EXPECT_TRUE(Mentions(recorder.Last().m_Message, kTag)) << recorder.Last().m_Message;
+    EXPECT_EQ(Figures(kTag).m_LiveBlocks, 0u);
+}
+
+TEST_F(MemTracking, ABlockResizedAfterItWasFreedIsReportedAndRefused)
+{
+    const CAssertRecorder recorder;
+    void *const block = Alloc(321);
+    Free(block);
+    EXPECT_EQ(Realloc(block, 400), nullptr);
+    ASSERT_EQ(recorder.Count(), 1u);
+    EXPECT_EQ(recorder.Last().m_File, kReallocFile);
+    EXPECT_EQ(Figures(kTag).m_LiveBlocks, 0u);
+}
+
+TEST_F(MemTracking, AForeignBlockIsReportedAndLeftAlone)
+{
+    const CAssertRecorder recorder;
+    int foreign = 5;
+    Free(&foreign);
+    EXPECT_EQ(recorder.Count(), 1u);
+    EXPECT_EQ(recorder.Last().m_File, kFreeFile);
+    EXPECT_EQ(foreign, 5);
+}
+
+TEST_F(MemTracking, ResizingAnObjectIsReportedAndRefused)
+{
+    const CAssertRecorder recorder;
+    void *const object = Alloc(16, kTag, Mem::Origin_New);
+    EXPECT_EQ(Realloc(object, 32), nullptr);
+    ASSERT_EQ(recorder.Count(), 1u);
+    EXPECT_EQ(recorder.Last().m_File, kReallocFile);
+    EXPECT_EQ(Figures(kTag).m_LiveBytes, 16u);
+    Free(object, Mem::Origin_New);
+    EXPECT_EQ(recorder.Count(), 1u);
+}
+
+// A handler may allocate, so no report is made under the tracker's lock.
+TEST_F(MemTracking, AHandlerOfItsReportsMayAllocate)
+{
+    const Assert::FHandler before = Assert::SetHandler(
+        [](const char *, const char *, int, const char *, const char *, const char *)
+        {
+            Free(Alloc(8));
+            return 2;
+        });
+    void *const block = Alloc(16);
+    Free(block, Mem::Origin_New);
+    Free(block);
+    Assert::SetHandler(before);
+    EXPECT_EQ(Figures(kTag).m_LiveBlocks, 0u);
+}
+
+TEST_F(MemTracking, Answer0ToItsReportsBreaks)
+{
+    const SChildResult child = RunInChild(
+        []
+        {
+            const CAssertRecorder recorder(0);
+            Free(Alloc(16), Mem::Origin_New);
+            return 0;
+        });
+    EXPECT_EQ(child.m_Signal, SIGTRAP);
+}
+
+TEST_F(MemTracking, BlocksStillLiveAtExitAreReportedAsLeaked)
+{
+    const SChildResult child = RunInChild(
+        []
+        {
+            Assert::SetHandler(nullptr);
+            return Alloc(54321) != nullptr && Alloc(65432, kOtherTag) != nullptr ? 0 : 1;
+        });
+    EXPECT_EQ(child.m_ExitCode, 0);
+    EXPECT_TRUE(Mentions(child.m_Stderr, "leaked")) << child.m_Stderr;
+    EXPECT_TRUE(Mentions(child.m_Stderr, "54321")) << child.m_Stderr;
+    EXPECT_TRUE(Mentions(child.m_Stderr, "65432")) << child.m_Stderr;
+    EXPECT_TRUE(Mentions(child.m_Stderr, kOtherTag)) << child.m_Stderr;
+    EXPECT_TRUE(Mentions(child.m_Stderr, kAllocFile)) << child.m_Stderr;
+}
+
+TEST_F(MemTracking, WhatIsFreedDuringExitIsNoLeak)
+{
+    const SChildResult child = RunInChild(
+        []
+        {
+            static void *s_Block = Alloc(54321);
+            Assert::SetHandler(nullptr);
+            std::atexit([] { Free(s_Block); });
+            return 0;
+        });
+    EXPECT_EQ(child.m_ExitCode, 0);
+    EXPECT_FALSE(Mentions(child.m_Stderr, "54321")) << child.m_Stderr;
+}
+
+} // namespace QuorvaneTest

@@ -1,0 +1,1282 @@
+// Concatenation and path joining: every promise by itself, and every small case against a naive model, crossed with
+// who shares the string, how it is stored and how the argument is given.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "kr_string.h"
+#include "odd_allocators.h"
+#include "refusal_sweep.h"
+#include "string_checks.h"
+#include "string_model.h"
+
+namespace
+{
+
+using namespace Quorvane;
+using namespace QuorvaneTest;
+
+// ---- The exhaustive tests ------------------------------------------------------------------------------------------
+
+enum EVerb
+{
+    Verb_Append,
+    Verb_Prepend,
+    Verb_Join,
+};
+
+constexpr EVerb kVerbs[] = {Verb_Append, Verb_Prepend, Verb_Join};
+const char *const kVerbNames[] = {"append", "prepend", "join"};
+
+// How the argument is given.
+enum EForm
+{
+    Form_Counted,
+    Form_View,
+    Form_Handle,
+    Form_Terminated,
+};
+
+const char *const kFormNames[] = {"pointer and count", "view", "handle", "terminated text"};
+
+enum EStorage
+{
+    Storage_None,  // no container; for the empty text only
+    Storage_Fixed, // fixed; for the empty text one that was cleared
+    Storage_Tight, // resizable, with as little room as there can be
+    Storage_Roomy, // resizable, with room for everything
+};
+
+constexpr EStorage kStorages[] = {Storage_None, Storage_Fixed, Storage_Tight, Storage_Roomy};
+const char *const kStorageNames[] = {"no container", "fixed", "resizable without room", "resizable with room"};
+
+constexpr u32 kRoomyCapacity = 299;
+
+PStringContainer NewContainer(const std::string &text, EStorage storage)
+{
+    const u32 length = static_cast<u32>(text.size());
+    switch (storage)
+    {
+    case Storage_None:
+        return PStringContainer();
+    case Storage_Fixed:
+    {
+        PStringContainer container = CStringContainer::New(text.empty() ? "x" : text.c_str());
+        if (text.empty())
+            container->Clear();
+        return container;
+    }
+    case Storage_Tight:
+        return CStringContainer::NewResizable(text.c_str(), length, std::max(length, 1u));
+    case Storage_Roomy:
+        return CStringContainer::NewResizable(text.c_str(), length, kRoomyCapacity);
+    }
+    return PStringContainer();
+}
+
+// A string to edit, and the handle that shares its container, if any.
+struct SSubject
+{
+    SSubject(const std::string &text, EStorage storage, bool shared)
+        : m_Text(text),
+          m_String(NewContainer(text, storage)),
+          m_Container(ContainerOf(m_String)),
+          m_Data(m_String.Data()),
+          m_Capacity(m_Container != nullptr ? CapacityOf(*m_Container) : 0),
+          m_EditableInPlace(!shared && (storage == Storage_Tight || storage == Storage_Roomy))
+    {
+        if (shared)
+            m_Other = m_String;
+    }
+
+    std::string m_Text;
+    CString m_String;
+    CString m_Other;
+    const CStringContainer *m_Container;
+    const char *m_Data;
+    u32 m_Capacity;
+    bool m_EditableInPlace;
+};
+
+// What an edit must leave behind.
+struct SExpectation
+{
+    std::string m_Text;
+    bool m_SameContainer;
+    bool m_Resizable;
+    // The sizes of the requests for memory.
+    std::vector<u64> m_Requests;
+};
+
+u64 BufferBytes(size_t length)
+{
+    return (std::max<u64>(length, 16) + 16) / 16 * 16;
+}
+
+u64 FixedBytes(size_t length)
+{
+    return (length + 16) / 16 * 16 + 32;
+}
+
+// In place: no request when the characters and the terminator fit, else one reallocation with headroom.
+SExpectation InPlace(const SSubject &subject, const std::string &text, size_t room)
+{
+    if (room + 1 <= subject.m_Capacity)
+        return SExpectation{text, true, true, {}};
+    return SExpectation{text, true, true, {(room + 256 + 15) / 16 * 16}};
+}
+
+SExpectation InNewContainer(const std::string &text)
+{
+    return SExpectation{text, false, true, {BufferBytes(text.size()), 40}};
+}
+
+SExpectation Unchanged(const SSubject &subject)
+{
+    const bool resizable = subject.m_Container != nullptr && subject.m_Container->SupportsDynamicResize();
+    return SExpectation{subject.m_Text, true, resizable, {}};
+}
+
+SExpectation ExpectedOfAppend(const SSubject &subject, const std::string &piece)
+{
+    const std::string text = ModelAppend(subject.m_Text, piece);
+    if (piece.empty())
+        return Unchanged(subject);
+    return subject.m_EditableInPlace ? InPlace(subject, text, text.size()) : InNewContainer(text);
+}
+
+SExpectation ExpectedOfPrepend(const SSubject &subject, const std::string &piece)
+{
+    const std::string text = ModelPrepend(subject.m_Text, piece);
+    if (piece.empty())
+        return Unchanged(subject);
+    if (subject.m_EditableInPlace)
+        return InPlace(subject, text, text.size());
+    // An empty string becomes a fixed copy of what is prepended.
+    return subject.m_Text.empty() ? SExpectation{text, false, false, {FixedBytes(text.size())}} : InNewContainer(text);
+}
+
+// `pieceOffset` is where the piece begins within the string, or SIZE_MAX when it lies elsewhere. A right side that
+// begins within the part of the left one that stays, or reaches into it, is not joined in place.
+SExpectation ExpectedOfJoin(const SSubject &subject, const std::string &piece, size_t pieceOffset)
+{
+    const std::string text = ModelJoinPath(subject.m_Text, piece);
+    const size_t kept = subject.m_Text.find_last_not_of('/') + 1;
+    const size_t trimmed = std::min(piece.find_first_not_of('/'), piece.size());
+    bool aliased = false;
+    if (pieceOffset != SIZE_MAX && !piece.empty())
+    {
+        const size_t begin = pieceOffset + trimmed;
+        aliased = begin > 0 ? begin < kept : piece.size() > trimmed;
+    }
+    return subject.m_EditableInPlace && !aliased ? InPlace(subject, text, std::max(subject.m_Text.size(), text.size()))
+                                                 : InNewContainer(text);
+}
+
+SExpectation Expected(EVerb verb, const SSubject &subject, const std::string &piece, size_t pieceOffset)
+{
+    switch (verb)
+    {
+    case Verb_Append:
+        return ExpectedOfAppend(subject, piece);
+    case Verb_Prepend:
+        return ExpectedOfPrepend(subject, piece);
+    case Verb_Join:
+        return ExpectedOfJoin(subject, piece, pieceOffset);
+    }
+    return SExpectation();
+}
+
+template <typename... Arguments>
+void Run(EVerb verb, CString &string, const Arguments &...arguments)
+{
+    const CString *result = nullptr;
+    switch (verb)
+    {
+    case Verb_Append:
+        result = &string.Append(arguments...);
+        break;
+    case Verb_Prepend:
+        result = &string.Prepend(arguments...);
+        break;
+    case Verb_Join:
+        result = &string.AppendSlashAnd(arguments...);
+        break;
+    }
+    EXPECT_EQ(result, &string);
+}
+
+// `data` may lie in the string itself; a handle is given by `handle`.
+void RunForm(EVerb verb, EForm form, CString &string, const char *data, u32 length, const CString &handle)
+{
+    switch (form)
+    {
+    case Form_Counted:
+        Run(verb, string, data, length);
+        break;
+    case Form_View:
+        Run(verb, string, CStringView(data, length));
+        break;
+    case Form_Handle:
+        Run(verb, string, handle);
+        break;
+    case Form_Terminated:
+        Run(verb, string, data);
+        break;
+    }
+}
+
+void CheckResult(const SSubject &subject, bool shared, const SExpectation &expectation, CTestAllocator &allocator)
+{
+    const CStringContainer *container = ContainerOf(subject.m_String);
+    ExpectText(subject.m_String, expectation.m_Text);
+    EXPECT_EQ(container == subject.m_Container, expectation.m_SameContainer);
+    if (container != nullptr)
+    {
+        EXPECT_EQ(container->SupportsDynamicResize(), expectation.m_Resizable);
+    }
+
+    std::vector<u64> sizes;
+    for (const SAllocatorCall &call : allocator.Requests())
+        sizes.push_back(call.m_Size);
+    EXPECT_EQ(sizes, expectation.m_Requests);
+    if (expectation.m_SameContainer && expectation.m_Requests.empty())
+    {
+        EXPECT_EQ(subject.m_String.Data(), subject.m_Data);
+    }
+
+    // Whoever shared the container still has it and its text; it is shared no longer when the string got its own.
+    if (container != nullptr)
+    {
+        EXPECT_EQ(container->RefCount(), shared && expectation.m_SameContainer ? 2u : 1u);
+    }
+    if (!shared)
+        return;
+    ExpectText(subject.m_Other, subject.m_Text);
+    EXPECT_EQ(ContainerOf(subject.m_Other), subject.m_Container);
+    if (subject.m_Container != nullptr && !expectation.m_SameContainer)
+    {
+        EXPECT_EQ(subject.m_Container->RefCount(), 1u);
+    }
+}
+
+std::string Describe(EVerb verb, EForm form, EStorage storage, bool shared, const std::string &text,
+                     const std::string &piece)
+{
+    return std::string(kVerbNames[verb]) + " \"" + piece + "\" as " + kFormNames[form] + " to \"" + text + "\", " +
+           kStorageNames[storage] + (shared ? ", shared" : "");
+}
+
+// Calls `check(storage, shared)` for every way in which a string of this text can be held.
+template <typename Check>
+void ForEachHolding(const std::string &text, const Check &check)
+{
+    for (const EStorage storage : kStorages)
+        for (const bool shared : {false, true})
+            if (storage != Storage_None || (text.empty() && !shared))
+                check(storage, shared);
+}
+
+// Every piece [first, last) of the string itself, in every form that can give it.
+void CheckOwnPieces(EVerb verb, const std::string &text, CTestAllocator &allocator)
+{
+    const size_t length = text.size();
+    ForEachHolding(text,
+                   [&](EStorage storage, bool shared)
+                   {
+                       for (size_t first = 0; first <= length; ++first)
+                           for (size_t last = first; last <= length; ++last)
+                               for (const EForm form : {Form_Counted, Form_View, Form_Handle, Form_Terminated})
+                               {
+                                   if ((form == Form_Handle && (first != 0 || last != length)) ||
+                                       (form == Form_Terminated && last != length))
+                                       continue;
+                                   const std::string piece = text.substr(first, last - first);
+                                   SSubject subject(text, storage, shared);
+                                   const SExpectation expectation = Expected(verb, subject, piece, first);
+                                   const char *data = subject.m_Data != nullptr ? subject.m_Data + first : nullptr;
+                                   allocator.ForgetCalls();
+                                   RunForm(verb, form, subject.m_String, data, static_cast<u32>(piece.size()),
+                                           subject.m_String);
+                                   CheckResult(subject, shared, expectation, allocator);
+                                   ASSERT_FALSE(::testing::Test::HasFailure())
+                                       << Describe(verb, form, storage, shared, text, piece) << " [" << first << ", "
+                                       << last << ") of itself";
+                               }
+                   });
+}
+
+// A text from elsewhere, in every form.
+void CheckForeignPiece(EVerb verb, const std::string &text, const std::string &piece, CTestAllocator &allocator)
+{
+    ForEachHolding(text,
+                   [&](EStorage storage, bool shared)
+                   {
+                       for (const EForm form : {Form_Counted, Form_View, Form_Handle, Form_Terminated})
+                       {
+                           SSubject subject(text, storage, shared);
+                           const CString handle(piece.c_str());
+                           const SExpectation expectation = Expected(verb, subject, piece, SIZE_MAX);
+                           allocator.ForgetCalls();
+                           RunForm(verb, form, subject.m_String, piece.c_str(), static_cast<u32>(piece.size()), handle);
+                           CheckResult(subject, shared, expectation, allocator);
+                           ASSERT_FALSE(::testing::Test::HasFailure())
+                               << Describe(verb, form, storage, shared, text, piece);
+                       }
+                   });
+}
+
+// Null, in every form, with and without a count.
+void CheckNull(EVerb verb, const std::string &text, CTestAllocator &allocator)
+{
+    ForEachHolding(text,
+                   [&](EStorage storage, bool shared)
+                   {
+                       for (const EForm form : {Form_Counted, Form_View, Form_Handle, Form_Terminated})
+                           for (const u32 count : {0u, 3u})
+                           {
+                               SSubject subject(text, storage, shared);
+                               const SExpectation expectation = Expected(verb, subject, "", SIZE_MAX);
+                               allocator.ForgetCalls();
+                               RunForm(verb, form, subject.m_String, nullptr, count, CString());
+                               CheckResult(subject, shared, expectation, allocator);
+                               ASSERT_FALSE(::testing::Test::HasFailure())
+                                   << Describe(verb, form, storage, shared, text, "null");
+                           }
+                   });
+}
+
+// All texts over an alphabet, up to a length.
+std::vector<std::string> AllTexts(const std::string &alphabet, size_t maxLength)
+{
+    std::vector<std::string> texts = {""};
+    for (size_t begin = 0, length = 1; length <= maxLength; ++length)
+    {
+        const size_t end = texts.size();
+        for (; begin < end; ++begin)
+            for (const char character : alphabet)
+                texts.push_back(texts[begin] + character);
+    }
+    return texts;
+}
+
+// The lengths around which a buffer of one block is full, behind the small ones.
+const size_t kLengths[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 12, 15, 16};
+const std::string kLetters = "abcdefghijklmnopqrstuvwxyz";
+
+class StringConcatenationExhaustive : public ::testing::TestWithParam<EVerb>
+{
+};
+
+TEST_P(StringConcatenationExhaustive, EveryPieceOfTheStringItself)
+{
+    CAssertRecorder recorder;
+    for (const size_t length : kLengths)
+    {
+        CTestAllocator allocator;
+        CheckOwnPieces(GetParam(), kLetters.substr(0, length), allocator);
+        if (HasFatalFailure())
+            return;
+    }
+    ExpectReports(recorder, {});
+}
+
+TEST_P(StringConcatenationExhaustive, EveryKindOfForeignText)
+{
+    CAssertRecorder recorder;
+    const std::string pieces[] = {"",
+                                  "x",
+                                  "xy",
+                                  "XYZ",
+                                  "/",
+                                  "/x",
+                                  "x/",
+                                  "0123456789ABCDE",
+                                  "0123456789ABCDEF",
+                                  kLetters + kLetters,
+                                  std::string(400, 'y')};
+    for (const size_t length : kLengths)
+        for (const std::string &piece : pieces)
+        {
+            CTestAllocator allocator;
+            CheckForeignPiece(GetParam(), kLetters.substr(0, length), piece, allocator);
+            if (HasFatalFailure())
+                return;
+        }
+    ExpectReports(recorder, {});
+}
+
+TEST_P(StringConcatenationExhaustive, NullAsIfEmpty)
+{
+    CAssertRecorder recorder;
+    for (const size_t length : kLengths)
+    {
+        CTestAllocator allocator;
+        CheckNull(GetParam(), kLetters.substr(0, length), allocator);
+        if (HasFatalFailure())
+            return;
+    }
+    ExpectReports(recorder, {});
+}
+
+INSTANTIATE_TEST_SUITE_P(Verbs, StringConcatenationExhaustive, ::testing::ValuesIn(kVerbs),
+                         [](const ::testing::TestParamInfo<EVerb> &verb) { return kVerbNames[verb.param]; });
+
+TEST(StringPathJoinExhaustive, EveryPairOfTextsOfLettersAndSlashes)
+{
+    CAssertRecorder recorder;
+    const std::vector<std::string> texts = AllTexts("a/", 5);
+    ASSERT_EQ(texts.size(), 63u);
+    for (const std::string &left : texts)
+    {
+        CTestAllocator allocator;
+        for (const std::string &right : texts)
+        {
+            CheckForeignPiece(Verb_Join, left, right, allocator);
+            if (HasFatalFailure())
+                return;
+        }
+    }
+    ExpectReports(recorder, {});
+}
+
+TEST(StringPathJoinExhaustive, EveryPieceOfTextsOfLettersAndSlashes)
+{
+    CAssertRecorder recorder;
+    for (const std::string &text : AllTexts("a/", 6))
+    {
+        CTestAllocator allocator;
+        CheckOwnPieces(Verb_Join, text, allocator);
+        CheckNull(Verb_Join, text, allocator);
+        if (HasFatalFailure())
+            return;
+    }
+    ExpectReports(recorder, {});
+}
+
+TEST(StringPathJoinExhaustive, EveryPieceOfTextsThatFillABlock)
+{
+    CAssertRecorder recorder;
+    for (const std::string &tail : AllTexts("a/", 4))
+        for (const size_t length : {13u, 15u, 16u})
+        {
+            CTestAllocator allocator;
+            CheckOwnPieces(Verb_Join, kLetters.substr(0, length - tail.size()) + tail, allocator);
+            if (HasFatalFailure())
+                return;
+        }
+    ExpectReports(recorder, {});
+}
+
+// ---- Appending and prepending, promise by promise --------------------------------------------------------------------
+
+CString Resizable(const char *text, u32 capacity = 0)
+{
+    return CString(CStringContainer::NewResizable(text, static_cast<u32>(std::strlen(text)), capacity));
+}
+
+TEST(StringAppend, ToItselfDoublesTheTextAlsoWhenTheBlockMoves)
+{
+    CTestAllocator allocator;
+    CString string = Resizable("ab");
+    std::string expected = "ab";
+    for (int i = 0; i < 10; ++i)
+    {
+        string.Append(string);
+        expected += expected;
+        ExpectText(string, expected);
+    }
+}
+
+TEST(StringAppend, OfAPieceOfItselfIsRightAfterGrowth)
+{
+    CTestAllocator allocator;
+    CString string = Resizable("0123456789abcde", 15);
+    string.Append(string.Data() + 3, 2);
+    ExpectText(string, "0123456789abcde34");
+}
+
+TEST(StringAppend, OfNothingLeavesStringAndContainerUntouched)
+{
+    CAssertRecorder recorder;
+    CTestAllocator allocator;
+    CString string("abc");
+    const CString other = string;
+    const CString empty;
+    allocator.ForgetCalls();
+    string.Append(nullptr).Append("").Append("xyz", 0).Append("", 3).Append(nullptr, 3).Append(empty).Append('\0');
+    string.Append(CStringView()).Append(CStringView("xyz", 0)).Append(CStringView(nullptr, 3));
+    string.Prepend(nullptr).Prepend("").Prepend("xyz", 0).Prepend("", 3).Prepend(nullptr, 3).Prepend(empty);
+    string.Prepend(CStringView()).Prepend(CStringView("xyz", 0)).Prepend(CStringView(nullptr, 3)).Prepend('\0');
+    EXPECT_EQ(string.Data(), other.Data());
+    EXPECT_TRUE(allocator.Calls().empty());
+    ExpectReports(recorder, {});
+}
+
+TEST(StringAppend, OfAHandleThatIsEmptyByItsFirstCharacterDoesNothing)
+{
+    CString odd("xbc");
+    *odd.RawDataForWriting() = '\0';
+    CString string("abc");
+    string.Append(odd).Prepend(odd);
+    ExpectText(string, "abc");
+}
+
+TEST(StringAppend, KeepsEmbeddedTerminators)
+{
+    const CString piece("x\0y", 3);
+    CString string("a\0b", 3);
+    string.Append(piece);
+    EXPECT_EQ(TextOf(string), std::string("a\0bx\0y", 6));
+    string.Prepend(CStringView("\0z", 2));
+    EXPECT_EQ(TextOf(string), std::string("\0za\0bx\0y", 8));
+    ExpectWellFormed(*ContainerOf(string));
+}
+
+TEST(StringAppend, ToAnEmptyResizableStringKeepsItsBuffer)
+{
+    CTestAllocator allocator;
+    CString string = Resizable("abcdef", 100);
+    string.Clear();
+    const CStringContainer *container = ContainerOf(string);
+    allocator.ForgetCalls();
+    string.Append("xyz");
+    ExpectText(string, "xyz");
+    EXPECT_EQ(ContainerOf(string), container);
+    EXPECT_TRUE(allocator.Calls().empty());
+}
+
+TEST(StringAppend, AfterTheFirstAppendsGrowInPlace)
+{
+    CTestAllocator allocator;
+    CString string("abc");
+    string.Append("d");
+    const CStringContainer *container = ContainerOf(string);
+    EXPECT_TRUE(container->SupportsDynamicResize());
+    allocator.ForgetCalls();
+    for (int i = 0; i < 200; ++i)
+        string.Append('x');
+    EXPECT_EQ(ContainerOf(string), container);
+    // One growth, with headroom for all the rest.
+    EXPECT_EQ(allocator.Requests().size(), 1u);
+    ExpectText(string, "abcd" + std::string(200, 'x'));
+}
+
+TEST(StringAppend, CountsBeyondTheTextAreReportedAndTakenAllTheSame)
+{
+    // Room for as many characters as the count says, a terminator among them.
+    const char text[8] = "xy";
+    {
+        CAssertRecorder recorder;
+        CString string("ab");
+        string.Append(text, 4);
+        ExpectReports(recorder, {"otherLength <= SNativeStringUtils::Length(other)"});
+        EXPECT_EQ(TextOf(string), std::string("abxy\0\0", 6));
+        ExpectWellFormed(*ContainerOf(string));
+    }
+    {
+        CAssertRecorder recorder;
+        CString string("ab");
+        string.Prepend(text, 4);
+        ExpectReports(recorder, {"otherLength <= SNativeStringUtils::Length(other)"});
+        EXPECT_EQ(TextOf(string), std::string("xy\0\0ab", 6));
+        ExpectWellFormed(*ContainerOf(string));
+    }
+}
+
+TEST(StringAppend, CountsUpToTheTextAreNotReported)
+{
+    CAssertRecorder recorder;
+    CString string("ab");
+    string.Append("xy", 1).Append("xy", 2).Prepend("xy", 1).Prepend("xy", 2);
+    ExpectText(string, "xyxabxxy");
+    ExpectReports(recorder, {});
+}
+
+TEST(StringAppend, CountedTextIsNotReadBeyondItsCount)
+{
+    CAssertRecorder recorder;
+    // No terminator behind: the address sanitizer notices a scan that goes on.
+    std::vector<char> text = {'x', 'y', 'z'};
+    CString string("ab");
+    string.Append(text.data(), 3).Prepend(text.data(), 3);
+    ExpectText(string, "xyzabxyz");
+    CString path("ab");
+    path.AppendSlashAnd(text.data(), 3);
+    ExpectText(path, "ab/xyz");
+    const std::vector<char> slashes = {'/', '/', '/'};
+    path.AppendSlashAnd(slashes.data(), 3);
+    ExpectText(path, "ab/xyz");
+    ExpectReports(recorder, {});
+}
+
+TEST(StringPrepend, CountedToAStringWithoutAContainerTakesTheWholeText)
+{
+    CAssertRecorder recorder;
+    CString string;
+    string.Prepend("xyz", 1);
+    ExpectText(string, "xyz");
+    EXPECT_FALSE(ContainerOf(string)->SupportsDynamicResize());
+    ExpectReports(recorder, {});
+}
+
+TEST(StringPrepend, CountedToAnEmptyStringThatIsSharedOrFixedTakesTheWholeText)
+{
+    CString fixed("abc");
+    fixed.Clear();
+    fixed.Prepend("xyz", 1);
+    ExpectText(fixed, "xyz");
+    CString shared = Resizable("");
+    const CString other = shared;
+    shared.Prepend("xyz", 1);
+    ExpectText(shared, "xyz");
+    ExpectText(other, "");
+}
+
+TEST(StringPrepend, CountedToAnOnlyHeldResizableEmptyStringTakesTheCount)
+{
+    CString string = Resizable("");
+    const CStringContainer *container = ContainerOf(string);
+    string.Prepend("xyz", 1);
+    ExpectText(string, "x");
+    EXPECT_EQ(ContainerOf(string), container);
+}
+
+TEST(StringPrepend, CountedToAStringWithTextTakesTheCount)
+{
+    CString string("a");
+    string.Prepend("xyz", 1);
+    ExpectText(string, "xa");
+}
+
+TEST(StringPrepend, OfAHandleToAnEmptyStringEndsAtAnEmbeddedTerminator)
+{
+    CString string;
+    string.Prepend(CString("x\0y", 3));
+    ExpectText(string, "x");
+}
+
+TEST(StringPrepend, OfViewsAndCharactersToAnEmptyStringTakesThemAsTheyAre)
+{
+    CString fromView;
+    fromView.Prepend(CStringView("xyz", 1));
+    ExpectText(fromView, "x");
+    CString fromCharacter;
+    fromCharacter.Prepend('x');
+    ExpectText(fromCharacter, "x");
+}
+
+TEST(StringPrepend, ToItselfDoublesTheTextAlsoWhenTheBlockMoves)
+{
+    CTestAllocator allocator;
+    CString string = Resizable("ab");
+    std::string expected = "ab";
+    for (int i = 0; i < 10; ++i)
+    {
+        string.Prepend(string);
+        expected += expected;
+        ExpectText(string, expected);
+    }
+}
+
+// What stands behind a terminator at the front of a text is still the string's own.
+TEST(StringAppend, OfAPieceBehindALeadingTerminatorOfItself)
+{
+    CTestAllocator allocator;
+    for (const bool shared : {false, true})
+        for (const bool resizable : {false, true})
+        {
+            SCOPED_TRACE(::testing::Message() << "shared " << shared << ", resizable " << resizable);
+            CString string(resizable ? CStringContainer::NewResizable("\0bcd", 4, 0)
+                                     : CStringContainer::New("\0bcd", 4));
+            const CString other = shared ? string : CString();
+            string.Append(string.Data() + 2, 2);
+            // Empty by its first character, the string is replaced, unless it may be edited in place.
+            const bool inPlace = !shared && resizable;
+            EXPECT_EQ(TextOf(string), inPlace ? std::string("\0bcdcd", 6) : "cd");
+            ExpectWellFormed(*ContainerOf(string));
+            EXPECT_EQ(TextOf(other), shared ? std::string("\0bcd", 4) : "");
+        }
+}
+
+TEST(StringAppend, RefusedLeavesAStringThatNeedsANewContainerEmpty)
+{
+    struct SState
+    {
+        CString m_String;
+        CString m_Other;
+    };
+    const auto shared = []
+    {
+        const CString string = Resizable("abc", 100);
+        return SState{string, string};
+    };
+    const auto fixed = [] { return SState{CString("abc"), CString("abc")}; };
+    const auto checkText = [](const std::string &text)
+    {
+        return [text](const SState &state, const SRefusal &refusal, const CAssertRecorder &recorder)
+        {
+            ExpectText(state.m_String, refusal.m_Refused ? "" : text);
+            EXPECT_EQ(ContainerOf(state.m_String) == nullptr, refusal.m_Refused);
+            ExpectText(state.m_Other, "abc");
+            EXPECT_EQ(ContainerOf(state.m_Other)->RefCount(), 1u);
+            ExpectReports(recorder, {});
+        };
+    };
+    const auto append = [](SState &state) { state.m_String.Append("de"); };
+    const auto prepend = [](SState &state) { state.m_String.Prepend("de"); };
+    const auto appendItself = [](SState &state) { state.m_String.Append(state.m_String); };
+    const auto prependItself = [](SState &state) { state.m_String.Prepend(state.m_String); };
+    SweepRefusals(shared, append, checkText("abcde"));
+    SweepRefusals(shared, prepend, checkText("deabc"));
+    SweepRefusals(shared, appendItself, checkText("abcabc"));
+    SweepRefusals(shared, prependItself, checkText("abcabc"));
+    SweepRefusals(fixed, append, checkText("abcde"));
+    SweepRefusals(fixed, prepend, checkText("deabc"));
+    SweepRefusals(fixed, appendItself, checkText("abcabc"));
+    SweepRefusals(fixed, prependItself, checkText("abcabc"));
+}
+
+TEST(StringAppend, RefusedOnAnEmptyStringLeavesItEmpty)
+{
+    const auto prepare = [] { return CString(); };
+    const auto check = [](const CString &string, const SRefusal &refusal, const CAssertRecorder &recorder)
+    {
+        ExpectText(string, refusal.m_Refused ? "" : "x");
+        EXPECT_EQ(ContainerOf(string) == nullptr, refusal.m_Refused);
+        ExpectReports(recorder, {});
+    };
+    SweepRefusals(
+        prepare, [](CString &string) { string.Append("x"); }, check);
+    SweepRefusals(
+        prepare, [](CString &string) { string.Append('x'); }, check);
+    SweepRefusals(
+        prepare, [](CString &string) { string.Append(CStringView("xy", 1)); }, check);
+    SweepRefusals(
+        prepare, [](CString &string) { string.Prepend("x"); }, check);
+    SweepRefusals(
+        prepare, [](CString &string) { string.Prepend('x'); }, check);
+    SweepRefusals(
+        prepare, [](CString &string) { string.Prepend(CStringView("xy", 1)); }, check);
+}
+
+TEST(StringAppend, RefusedGrowthFallsBackToANewContainer)
+{
+    const auto prepare = [] { return Resizable("0123456789abcde", 15); };
+    const auto checkText = [](const std::string &text)
+    {
+        return [text](const CString &string, const SRefusal &refusal, const CAssertRecorder &recorder)
+        {
+            // The growth alone refused: a new container. All refused: nothing is left.
+            const bool lost = refusal.m_Refused && refusal.m_AndAllAfter;
+            ExpectText(string, lost ? "" : text);
+            EXPECT_EQ(ContainerOf(string) == nullptr, lost);
+            if (!lost)
+            {
+                const u64 grown = (text.size() + 256 + 15) / 16 * 16;
+                EXPECT_EQ(CapacityOf(*ContainerOf(string)), refusal.m_Refused ? BufferBytes(text.size()) : grown);
+            }
+            ExpectReports(recorder, {});
+        };
+    };
+    SweepRefusals(
+        prepare, [](CString &string) { string.Append("fg"); }, checkText("0123456789abcdefg"));
+    SweepRefusals(
+        prepare, [](CString &string) { string.Prepend("fg"); }, checkText("fg0123456789abcde"));
+    SweepRefusals(
+        prepare, [](CString &string) { string.Append(string.Data() + 4, 3); }, checkText("0123456789abcde456"));
+    SweepRefusals(
+        prepare, [](CString &string) { string.Prepend(string.Data() + 4, 3); }, checkText("4560123456789abcde"));
+}
+
+TEST(StringAppend, RefusedGrowthAndARefusedNewContainerLeaveItEmpty)
+{
+    for (const bool append : {true, false})
+    {
+        CTestAllocator allocator;
+        CString string = Resizable("0123456789abcde", 15);
+        // The growth, then the buffer of the new container.
+        allocator.RefuseFromNth(1);
+        if (append)
+            string.Append("fg");
+        else
+            string.Prepend("fg");
+        EXPECT_EQ(string.Data(), nullptr);
+        EXPECT_EQ(allocator.LiveBlocks(), 0u);
+    }
+}
+
+// ---- Path joining, promise by promise --------------------------------------------------------------------------------
+
+TEST(StringPathJoin, TableOfResults)
+{
+    const struct
+    {
+        const char *m_Left;
+        const char *m_Right;
+        const char *m_Result;
+    } rows[] = {
+        {"dir", "file", "dir/file"},
+        {"dir/", "/file", "dir/file"},
+        {"a//", "//b", "a/b"},
+        {"dir", "", "dir"},
+        {"dir/", "", "dir"},
+        {"dir", "/", "dir"},
+        {"", "file", "file"},
+        {"", "/file", "/file"},
+        {"", "/", "/"},
+        {"/", "file", "/file"},
+        {"///", "", "/"},
+        {"", "", ""},
+        {"a//b/", "c", "a//b/c"},
+    };
+    CAssertRecorder recorder;
+    for (const auto &row : rows)
+    {
+        SCOPED_TRACE(::testing::Message() << '"' << row.m_Left << "\" and \"" << row.m_Right << '"');
+        EXPECT_EQ(ModelJoinPath(row.m_Left, row.m_Right), row.m_Result);
+        CString fixed(row.m_Left);
+        ExpectText(fixed.AppendSlashAnd(row.m_Right), row.m_Result);
+        CString resizable = Resizable(row.m_Left, 100);
+        ExpectText(resizable.AppendSlashAnd(row.m_Right), row.m_Result);
+        CString byHandle(row.m_Left);
+        ExpectText(byHandle.AppendSlashAnd(CString(row.m_Right)), row.m_Result);
+    }
+    ExpectReports(recorder, {});
+}
+
+TEST(StringPathJoin, OnlyTheSeamIsNormalised)
+{
+    CString path("//a//b//");
+    path.AppendSlashAnd("//c//d//");
+    ExpectText(path, "//a//b/c//d//");
+}
+
+TEST(StringPathJoin, WithNothingStillTrimsTheLeftSide)
+{
+    const CString empty;
+    CString byText("dir//");
+    ExpectText(byText.AppendSlashAnd(""), "dir");
+    CString byNull("dir//");
+    ExpectText(byNull.AppendSlashAnd(nullptr), "dir");
+    CString byCount("dir//");
+    ExpectText(byCount.AppendSlashAnd("file", 0), "dir");
+    CString byNullAndCount("dir//");
+    ExpectText(byNullAndCount.AppendSlashAnd(nullptr, 4), "dir");
+    CString byHandle("dir//");
+    ExpectText(byHandle.AppendSlashAnd(empty), "dir");
+    CString byView("dir//");
+    ExpectText(byView.AppendSlashAnd(CStringView()), "dir");
+}
+
+TEST(StringPathJoin, AHandleThatIsEmptyByItsFirstCharacterIsNothing)
+{
+    CString odd("xbc");
+    *odd.RawDataForWriting() = '\0';
+    CString path("dir/");
+    ExpectText(path.AppendSlashAnd(odd), "dir");
+}
+
+TEST(StringPathJoin, TheSkipOfLeadingSlashesStopsAtTheCount)
+{
+    CString path("a");
+    ExpectText(path.AppendSlashAnd("///x", 2), "a");
+    ExpectText(path.AppendSlashAnd("///x", 3), "a");
+    ExpectText(path.AppendSlashAnd("///x", 4), "a/x");
+    CString empty;
+    ExpectText(empty.AppendSlashAnd("///x", 2), "/");
+}
+
+TEST(StringPathJoin, ShorteningKeepsAResizableContainerAndItsRoom)
+{
+    CTestAllocator allocator;
+    CString path = Resizable("dir///", 100);
+    const CStringContainer *container = ContainerOf(path);
+    const u32 capacity = CapacityOf(*container);
+    allocator.ForgetCalls();
+    ExpectText(path.AppendSlashAnd(""), "dir");
+    EXPECT_EQ(ContainerOf(path), container);
+    EXPECT_EQ(CapacityOf(*container), capacity);
+    EXPECT_TRUE(allocator.Calls().empty());
+}
+
+TEST(StringPathJoin, LengthOfTheResultMayEqualThatOfTheLeftSide)
+{
+    CString path = Resizable("a//", 100);
+    ExpectText(path.AppendSlashAnd("b"), "a/b");
+}
+
+// The room behind the text is nobody's, yet a caller who wrote there may join it: its place overlaps where it goes.
+TEST(StringPathJoin, ARightSideFromTheRoomBehindTheTextMayOverlapItsNewPlace)
+{
+    CAssertRecorder recorder;
+    CTestAllocator allocator;
+    CString path = Resizable("a/", 100);
+    char *data = path.RawDataForWriting();
+    std::memcpy(data + 3, "bcd", 3);
+    ExpectText(path.AppendSlashAnd(CStringView(data + 3, 3)), "a/bcd");
+    EXPECT_EQ(path.Data(), data);
+    ExpectReports(recorder, {});
+}
+
+TEST(StringPathJoin, BackslashesAreReportedAndKept)
+{
+    {
+        CAssertRecorder recorder;
+        CString path("a\\b");
+        ExpectText(path.AppendSlashAnd("c"), "a\\b/c");
+        ExpectReports(recorder, {"aLen == 0 || !_ContainsBackSlash(a, length)"});
+    }
+    {
+        CAssertRecorder recorder;
+        CString path("a");
+        ExpectText(path.AppendSlashAnd("b\\"), "a/b\\");
+        ExpectReports(recorder, {"bLen == 0 || !_ContainsBackSlash(b, length)"});
+    }
+    {
+        CAssertRecorder recorder;
+        CString path("\\");
+        ExpectText(path.AppendSlashAnd("\\"), "\\/\\");
+        ExpectReports(recorder,
+                      {"aLen == 0 || !_ContainsBackSlash(a, length)", "bLen == 0 || !_ContainsBackSlash(b, length)"});
+    }
+}
+
+TEST(StringPathJoin, BackslashesBehindTheCountOrATerminatorAreNotSeen)
+{
+    CAssertRecorder recorder;
+    CString path("a");
+    ExpectText(path.AppendSlashAnd("b\\c", 1), "a/b");
+    CString odd("a\0\\", 3);
+    odd.AppendSlashAnd("b\0\\", 3);
+    EXPECT_EQ(TextOf(odd), std::string("a\0\\/b\0\\", 7));
+    ExpectReports(recorder, {});
+}
+
+// A writer that overwrote the terminator and did not rebuild breaks the join's promise, and is told so.
+TEST(StringPathJoin, ReportsALostTerminator)
+{
+    CAssertRecorder recorder;
+    CString path = Resizable("a//", 100);
+    path.RawDataForWriting()[3] = 'x';
+    path.AppendSlashAnd("b");
+    ExpectReports(recorder, {"*writeTo == 0"});
+    EXPECT_EQ(TextOf(path), "a/b");
+}
+
+TEST(StringPathJoin, RefusedReportsAndLeavesTheStringUnchanged)
+{
+    struct SState
+    {
+        CString m_String;
+        CString m_Other;
+        const CStringContainer *m_Container;
+    };
+    const auto shared = []
+    {
+        const CString string = Resizable("dir/", 100);
+        return SState{string, string, ContainerOf(string)};
+    };
+    const auto fixed = []
+    {
+        const CString string("dir/");
+        return SState{string, CString(), ContainerOf(string)};
+    };
+    const auto checkText = [](const std::string &text)
+    {
+        return [text](const SState &state, const SRefusal &refusal, const CAssertRecorder &recorder)
+        {
+            ExpectText(state.m_String, refusal.m_Refused ? "dir/" : text);
+            EXPECT_EQ(ContainerOf(state.m_String) == state.m_Container, refusal.m_Refused);
+            if (!state.m_Other.Empty())
+                ExpectText(state.m_Other, "dir/");
+            if (refusal.m_Refused)
+                ExpectReports(recorder, {"newContainer != null"});
+            else
+                ExpectReports(recorder, {});
+        };
+    };
+    const auto join = [](SState &state) { state.m_String.AppendSlashAnd("file"); };
+    const auto joinNothing = [](SState &state) { state.m_String.AppendSlashAnd(""); };
+    const auto joinItself = [](SState &state) { state.m_String.AppendSlashAnd(state.m_String); };
+    SweepRefusals(shared, join, checkText("dir/file"));
+    SweepRefusals(shared, joinNothing, checkText("dir"));
+    SweepRefusals(shared, joinItself, checkText("dir/dir/"));
+    SweepRefusals(fixed, join, checkText("dir/file"));
+    SweepRefusals(fixed, joinNothing, checkText("dir"));
+    SweepRefusals(fixed, joinItself, checkText("dir/dir/"));
+}
+
+TEST(StringPathJoin, RefusedOnAnEmptyStringReportsAndLeavesItEmpty)
+{
+    SweepRefusals([] { return CString(); }, [](CString &string) { string.AppendSlashAnd("file"); },
+                  [](const CString &string, const SRefusal &refusal, const CAssertRecorder &recorder)
+                  {
+                      ExpectText(string, refusal.m_Refused ? "" : "file");
+                      if (refusal.m_Refused)
+                          ExpectReports(recorder, {"newContainer != null"});
+                      else
+                          ExpectReports(recorder, {});
+                  });
+}
+
+TEST(StringPathJoin, RefusedGrowthFallsBackToANewContainer)
+{
+    const auto prepare = [] { return Resizable("0123456789abcd/", 15); };
+    const auto checkText = [](const std::string &text)
+    {
+        return [text](const CString &string, const SRefusal &refusal, const CAssertRecorder &recorder)
+        {
+            const bool failed = refusal.m_Refused && refusal.m_AndAllAfter;
+            ExpectText(string, failed ? "0123456789abcd/" : text);
+            if (failed)
+                ExpectReports(recorder, {"newContainer != null"});
+            else
+                ExpectReports(recorder, {});
+        };
+    };
+    SweepRefusals(
+        prepare, [](CString &string) { string.AppendSlashAnd("file"); }, checkText("0123456789abcd/file"));
+    // The right side begins in the kept left one: a new container from the start, so one refusal is enough.
+    SweepRefusals(
+        prepare, [](CString &string) { string.AppendSlashAnd(string.Data() + 4, 3); },
+        [](const CString &string, const SRefusal &refusal, const CAssertRecorder &)
+        { ExpectText(string, refusal.m_Refused ? "0123456789abcd/" : "0123456789abcd/456"); });
+}
+
+// ---- AppendSlash -------------------------------------------------------------------------------------------------------
+
+TEST(StringAppendSlash, EndsTheStringWithASlashUnlessItIsEmptyOrHasOne)
+{
+    CAssertRecorder recorder;
+    CString empty;
+    ExpectText(empty.AppendSlash(), "");
+    CString root("/");
+    ExpectText(root.AppendSlash(), "/");
+    CString ended("a/");
+    ExpectText(ended.AppendSlash(), "a/");
+    CString name("a");
+    ExpectText(name.AppendSlash(), "a/");
+    CString cleared = Resizable("a");
+    cleared.Clear();
+    ExpectText(cleared.AppendSlash(), "");
+    ExpectReports(recorder, {});
+}
+
+TEST(StringAppendSlash, LeavesWhatNeedsNoSlashUntouched)
+{
+    CTestAllocator allocator;
+    CString string("a/");
+    const CString other = string;
+    allocator.ForgetCalls();
+    string.AppendSlash();
+    EXPECT_EQ(string.Data(), other.Data());
+    EXPECT_TRUE(allocator.Calls().empty());
+}
+
+TEST(StringAppendSlash, LeavesTheOtherHandleAlone)
+{
+    CString string("a");
+    const CString other = string;
+    ExpectText(string.AppendSlash(), "a/");
+    ExpectText(other, "a");
+}
+
+TEST(StringAppendSlash, RefusedLeavesTheStringEmpty)
+{
+    SweepRefusals([] { return CString("dir"); }, [](CString &string) { string.AppendSlash(); },
+                  [](const CString &string, const SRefusal &refusal, const CAssertRecorder &recorder)
+                  {
+                      ExpectText(string, refusal.m_Refused ? "" : "dir/");
+                      ExpectReports(recorder, {});
+                  });
+}
+
+TEST(StringAppendSlash, SlashAppendedLeavesTheSourceUnchanged)
+{
+    CTestAllocator allocator;
+    const CString source("a");
+    const CString result = source.SlashAppended();
+    ExpectText(result, "a/");
+    ExpectText(source, "a");
+    EXPECT_EQ(ContainerOf(source)->RefCount(), 1u);
+}
+
+TEST(StringAppendSlash, SlashAppendedOfWhatNeedsNoneSharesTheSource)
+{
+    CTestAllocator allocator;
+    const CString source("a/");
+    allocator.ForgetCalls();
+    const CString result = source.SlashAppended();
+    EXPECT_EQ(result.Data(), source.Data());
+    EXPECT_EQ(ContainerOf(source)->RefCount(), 2u);
+    EXPECT_TRUE(allocator.Calls().empty());
+    EXPECT_EQ(CString().SlashAppended().Data(), nullptr);
+}
+
+TEST(StringAppendSlash, SlashAppendedRefusedIsEmptyAndLeavesTheSourceUnchanged)
+{
+    struct SState
+    {
+        CString m_Source;
+        CString m_Result;
+    };
+    SweepRefusals(
+        [] {
+            return SState{CString("dir"), CString("before")};
+        },
+        [](SState &state) { state.m_Result = state.m_Source.SlashAppended(); },
+        [](const SState &state, const SRefusal &refusal, const CAssertRecorder &recorder)
+        {
+            ExpectText(state.m_Result, refusal.m_Refused ? "" : "dir/");
+            ExpectText(state.m_Source, "dir");
+            ExpectReports(recorder, {});
+        });
+}
+
+// ---- The longest texts -------------------------------------------------------------------------------------------------
+
+// A resizable string of a length, of which only the first and the last character are written: neither a slash.
+CString HugeString(u32 length)
+{
+    const PStringContainer container = CStringContainer::NewResizable(nullptr, length, 0);
+    if (container == null)
+        return CString();
+    container->Data()[0] = 'a';
+    container->Data()[length - 1] = 'z';
+    return CString(container);
+}
+
+TEST(StringHuge, AppendUpToTheLongestLengthIsGranted)
+{
+    if (!CHugeAllocator::Supported())
+        GTEST_SKIP() << "no address space to pretend with";
+    CAssertRecorder recorder;
+    CHugeAllocator allocator;
+    CString string = HugeString(0x3FFFFFF0u);
+    ASSERT_EQ(string.Length(), 0x3FFFFFF0u);
+    const u64 requests = allocator.RequestCount();
+    string.Append("0123456789abcd");
+    EXPECT_EQ(string.Length(), 0x3FFFFFFEu);
+    EXPECT_EQ(CStringView(string.Data() + 0x3FFFFFEFu, 15)[14], 'd');
+    // The buffer of 2^30 bytes has just that room.
+    EXPECT_EQ(allocator.RequestCount(), requests);
+    ExpectWellFormed(*ContainerOf(string));
+    ExpectReports(recorder, {});
+}
+
+TEST(StringHuge, GrowthToTheLongestLengthIsGranted)
+{
+    if (!CHugeAllocator::Supported())
+        GTEST_SKIP() << "no address space to pretend with";
+    CAssertRecorder recorder;
+    CHugeAllocator allocator;
+    CString string = HugeString(0x3FFFFF0Fu);
+    string.Append(CString(std::string(0xEF, 'x').c_str()));
+    EXPECT_EQ(string.Length(), 0x3FFFFFFEu);
+    EXPECT_EQ(CapacityOf(*ContainerOf(string)), 0x40000100u);
+    EXPECT_EQ(string.Last(), 'x');
+    ExpectWellFormed(*ContainerOf(string));
+    ExpectReports(recorder, {});
+}
+
+TEST(StringHuge, AppendAndPrependBeyondTheLongestLengthAreRefusedMemory)
+{
+    if (!CHugeAllocator::Supported())
+        GTEST_SKIP() << "no address space to pretend with";
+    for (const bool shared : {false, true})
+        for (const bool append : {false, true})
+        {
+            SCOPED_TRACE(::testing::Message() << "shared " << shared << ", append " << append);
+            CAssertRecorder recorder;
+            CHugeAllocator allocator;
+            CString string = HugeString(0x3FFFFFF0u);
+            const CString other = shared ? string : CString();
+            const u64 requests = allocator.RequestCount();
+            if (append)
+                string.Append("0123456789abcde");
+            else
+                string.Prepend("0123456789abcde");
+            EXPECT_EQ(string.Data(), nullptr);
+            EXPECT_EQ(other.Length(), shared ? 0x3FFFFFF0u : 0u);
+            EXPECT_EQ(allocator.RequestCount(), requests);
+            ExpectReports(recorder, {});
+        }
+}
+
+TEST(StringHuge, AppendToItselfBeyondTheLongestLengthIsRefusedMemory)
+{
+    if (!CHugeAllocator::Supported())
+        GTEST_SKIP() << "no address space to pretend with";
+    CAssertRecorder recorder;
+    CHugeAllocator allocator;
+    CString string = HugeString(0x20000000u);
+    const u64 requests = allocator.RequestCount();
+    string.Append(string);
+    EXPECT_EQ(string.Data(), nullptr);
+    EXPECT_EQ(allocator.RequestCount(), requests);
+    ExpectReports(recorder, {});
+}
+
+TEST(StringHuge, JoinBeyondTheLongestLengthReportsAndLeavesTheStringUnchanged)
+{
+    if (!CHugeAllocator::Supported())
+        GTEST_SKIP() << "no address space to pretend with";
+    for (const bool shared : {false, true})
+    {
+        SCOPED_TRACE(shared);
+        CAssertRecorder recorder;
+        CHugeAllocator allocator;
+        CString string = HugeString(0x3FFFFFF0u);
+        const CString other = shared ? string : CString();
+        const CStringContainer *container = ContainerOf(string);
+        const u64 requests = allocator.RequestCount();
+        string.AppendSlashAnd("0123456789abcd");
+        EXPECT_EQ(ContainerOf(string), container);
+        EXPECT_EQ(string.Length(), 0x3FFFFFF0u);
+        EXPECT_EQ(allocator.RequestCount(), requests);
+        ExpectReports(recorder, {"newContainer != null"});
+    }
+}
+
+TEST(StringHuge, JoinUpToTheLongestLengthIsGranted)
+{
+    if (!CHugeAllocator::Supported())
+        GTEST_SKIP() << "no address space to pretend with";
+    CAssertRecorder recorder;
+    CHugeAllocator allocator;
+    CString string = HugeString(0x3FFFFFF0u);
+    string.AppendSlashAnd("0123456789abc");
+    EXPECT_EQ(string.Length(), 0x3FFFFFFEu);
+    EXPECT_EQ(TextOf(CStringView(string.Data() + 0x3FFFFFEFu, 15)), "z/0123456789abc");
+    ExpectReports(recorder, {});
+}
+
+TEST(StringHuge, CountsThatWrapAreRefusedMemory)
+{
+    CAssertRecorder recorder;
+    CTestAllocator allocator;
+    const CString source("abc");
+    // A view of such a length is refused before a character of it is read.
+    for (const u32 length : {0x3FFFFFFFu, 0x40000000u, 0xFFFFFFFDu, 0xFFFFFFFFu})
+    {
+        SCOPED_TRACE(length);
+        const CStringView view("xyz", length);
+        CString appended = source;
+        const u64 requests = allocator.RequestCount();
+        EXPECT_EQ(appended.Append(view).Data(), nullptr);
+        CString prepended = source;
+        EXPECT_EQ(prepended.Prepend(view).Data(), nullptr);
+        EXPECT_EQ(CString().Append(view).Data(), nullptr);
+        EXPECT_EQ(CString().Prepend(view).Data(), nullptr);
+        EXPECT_EQ(view.ToString().Data(), nullptr);
+        EXPECT_EQ(allocator.RequestCount(), requests);
+    }
+    ExpectText(source, "abc");
+    ExpectReports(recorder, {});
+}
+
+} // namespace

@@ -1,0 +1,583 @@
+// Replacing a substring: what is found, what comes of it, and what is left of it when memory is refused.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "edge_allocators.h"
+#include "edit_model.h"
+#include "every_text.h"
+#include "kr_string.h"
+#include "refusal_sweep.h"
+#include "string_checks.h"
+#include "text_pieces.h"
+
+namespace
+{
+
+using namespace Quorvane;
+using namespace QuorvaneTest;
+
+const std::string kLetters = "aAb\x80";
+const size_t kLongest = kSanitized ? 4 : 5;
+
+// Bytes of a fixed container of this length.
+u64 FixedBytes(u64 length)
+{
+    return (length + 16) / 16 * 16 + 32;
+}
+
+// What is found.
+
+TEST(StringReplace, EveryOccurrenceIsReplaced)
+{
+    ExpectText(CString("abc").Replace("b", "xyz"), "axyzc");
+    ExpectText(CString("one two one").Replace("one", "three"), "three two three");
+    ExpectText(CString("one two one").Replace("one", "1"), "1 two 1");
+    ExpectText(CString("one two one").Replace("one", "uno"), "uno two uno");
+    ExpectText(CString("one two one").Replace(" ", ""), "onetwoone");
+}
+
+TEST(StringReplace, OccurrencesAreTakenLeftToRightWithoutOverlap)
+{
+    ExpectText(CString("aaa").Replace("aa", "b"), "ba");
+    ExpectText(CString("aaa").Replace("aa", "bc"), "bca");
+    ExpectText(CString("aaa").Replace("aa", "bcd"), "bcda");
+    ExpectText(CString("aaaaa").Replace("aa", "x"), "xxa");
+    ExpectText(CString("ababa").Replace("aba", "X"), "Xba");
+}
+
+TEST(StringReplace, InsertedTextIsNotSearchedAgain)
+{
+    ExpectText(CString("abc").Replace("b", "bbb"), "abbbc");
+    ExpectText(CString("ab").Replace("a", "aa"), "aab");
+    ExpectText(CString("aab").Replace("ab", "b"), "ab");
+    ExpectText(CString("abab").Replace("ab", "ba"), "baba");
+    // What the replacement forms with the text behind it is none, either.
+    ExpectText(CString("xab").Replace("x", "ab"), "abab");
+    ExpectText(CString("aabb").Replace("ab", ""), "ab");
+}
+
+TEST(StringReplace, CaseAndAllBytesAreToldApart)
+{
+    ExpectText(CString("aAa").Replace("A", "xy"), "axya");
+    ExpectText(CString("\xE9\x69").Replace("\xE9", "\xC9\xC9"), "\xC9\xC9\x69");
+    ExpectText(CString("aBc").Replace("ABC", "x"), "aBc");
+}
+
+TEST(StringReplace, TheWholeTextMayBeThePattern)
+{
+    ExpectText(CString("abc").Replace("abc", "x"), "x");
+    ExpectText(CString("abc").Replace("abc", "xyz"), "xyz");
+    ExpectText(CString("abc").Replace("abc", "wxyz"), "wxyz");
+    ExpectText(CString("abcabc").Replace("abc", ""), "");
+    EXPECT_EQ(CString("abc").Replace("abc", "").Data(), nullptr);
+}
+
+TEST(StringReplace, APatternLongerThanTheStringGivesACopy)
+{
+    for (const char *replacement : {"", "wxyz", "abcdefgh"})
+        ExpectText(CString("abc").Replace("abcd", replacement), "abc");
+}
+
+TEST(StringReplace, APatternThatIsNotThereGivesACopyInANewContainer)
+{
+    const CString source = Resizable("abc");
+    for (const char *replacement : {"", "y", "yz"})
+    {
+        const CString result = source.Replace("x", replacement);
+        ExpectText(result, "abc");
+        EXPECT_NE(ContainerOf(result), ContainerOf(source));
+        EXPECT_FALSE(ContainerOf(result)->SupportsDynamicResize());
+        EXPECT_EQ(ContainerOf(source)->RefCount(), 1u);
+    }
+}
+
+TEST(StringReplace, AnEmptyOrNullPatternGivesAnotherHandleOfTheSameContainer)
+{
+    CTestAllocator allocator;
+    const CString source("abc");
+    const u64 requests = allocator.RequestCount();
+    const char *null = nullptr;
+    for (const CString &result :
+         {source.Replace("", "x"), source.Replace(null, "x"), source.Replace(CStringView(), "x"),
+          source.Replace(CStringView("abc", 0), CStringView("x", 1)), source.Replace(CString(), CString())})
+        EXPECT_EQ(ContainerOf(result), ContainerOf(source));
+    EXPECT_EQ(allocator.RequestCount(), requests);
+}
+
+TEST(StringReplace, ANullReplacementIsAnEmptyOne)
+{
+    const char *null = nullptr;
+    ExpectText(CString("abc").Replace("b", null), "ac");
+    ExpectText(CString("abc").Replace("b", CStringView()), "ac");
+    ExpectText(CString("abc").Replace("b", CStringView(nullptr, 3)), "ac");
+    ExpectText(CString("abc").Replace(CString("b"), CString()), "ac");
+}
+
+TEST(StringReplace, ANullPatternWithALengthFindsNothing)
+{
+    ExpectText(CString("abc").Replace(CStringView(nullptr, 3), "x"), "abc");
+}
+
+TEST(StringReplace, AStringWithoutAContainerGivesAnEmptyOne)
+{
+    CTestAllocator allocator;
+    CAssertRecorder recorder;
+    EXPECT_EQ(CString().Replace("a", "b").Data(), nullptr);
+    EXPECT_EQ(CString().Replace("", "b").Data(), nullptr);
+    EXPECT_EQ(allocator.RequestCount(), 0u);
+    ExpectReports(recorder, {});
+}
+
+TEST(StringReplace, AnEmptyTextGivesAnotherHandleOfTheSameContainer)
+{
+    CTestAllocator allocator;
+    for (const CString &source : {Resizable(""), Fixed(std::string("\0aa", 3))})
+    {
+        const u64 requests = allocator.RequestCount();
+        EXPECT_EQ(ContainerOf(source.Replace("a", "bc")), ContainerOf(source));
+        EXPECT_EQ(allocator.RequestCount(), requests);
+    }
+}
+
+TEST(StringReplace, AContainerWithoutCharactersGivesAnotherHandle)
+{
+    CAssertRecorder recorder;
+    CBrokenString broken;
+    EXPECT_EQ(ContainerOf(broken.Get().Replace("a", "b")), ContainerOf(broken.Get()));
+    ExpectReports(recorder, {});
+}
+
+// Terminators.
+
+TEST(StringReplace, TheTextEndsAtItsFirstTerminator)
+{
+    const CString source = Fixed(std::string("ab\0ab", 5));
+    ExpectText(source.Replace("b", "xyz"), "axyz");
+    ExpectText(source.Replace("b", "x"), "ax");
+    ExpectText(source.Replace("ab", "x"), "x");
+    ExpectText(source.Replace("q", "x"), "ab");
+    EXPECT_EQ(TextOf(source), std::string("ab\0ab", 5));
+}
+
+TEST(StringReplace, APatternWithATerminatorIsNotInTheText)
+{
+    const CString source = Fixed(std::string("ab\0c", 4));
+    for (const CStringView &pattern : {CStringView("b\0", 2), CStringView("\0", 1), CStringView("b\0c", 3)})
+    {
+        for (const char *replacement : {"", "xy", "wxyz"})
+            ExpectText(source.Replace(pattern, replacement), "ab");
+    }
+}
+
+TEST(StringReplace, ATerminatorInTheReplacementEndsTheResult)
+{
+    const CStringView one("\0", 1);
+    const CStringView three("x\0y", 3);
+    ExpectText(CString("abc").Replace("b", one), "a");
+    ExpectText(CString("abbc").Replace("bb", one), "a");
+    ExpectText(CString("abc").Replace("b", three), "ax");
+    ExpectText(CString("abcabc").Replace("abc", three), "x");
+    EXPECT_EQ(CString("abc").Replace("a", one).Data(), nullptr);
+}
+
+// Arguments.
+
+TEST(StringReplace, TakesAnyMixOfLiteralHandleAndView)
+{
+    const CString source("a-b");
+    const CString dash("-");
+    const CString plus("++");
+    const CStringView dashView("-#", 1);
+    const CStringView plusView("+++", 2);
+    for (const CString &result :
+         {source.Replace("-", "++"), source.Replace("-", plus), source.Replace("-", plusView),
+          source.Replace(dash, "++"), source.Replace(dash, plus), source.Replace(dash, plusView),
+          source.Replace(dashView, "++"), source.Replace(dashView, plus), source.Replace(dashView, plusView)})
+        ExpectText(result, "a++b");
+}
+
+TEST(StringReplace, PatternAndReplacementMayBePiecesOfTheStringItself)
+{
+    const CString source("abcab");
+    const CStringView all(source);
+    ExpectText(source.Replace(all.Slice(0, 2), all.Slice(2)), "cabccab");
+    ExpectText(source.Replace(all.Slice(0, 1), all.Slice(1, 1)), "bbcbb");
+    ExpectText(source.Replace(all, all), "abcab");
+    ExpectText(source.Replace(source, source), "abcab");
+    ExpectText(source.Replace(source.Data() + 3, source.Data()), "abcabcabcab");
+    ExpectText(source, "abcab");
+}
+
+TEST(StringReplace, TheResultMayBeAssignedToItsSource)
+{
+    CString string("a-b-c");
+    string = string.Replace("-", "--");
+    ExpectText(string, "a--b--c");
+    string = string.Replace("--", CStringView(string).Slice(0, 1));
+    ExpectText(string, "aabac");
+}
+
+TEST(StringReplace, TheSourceIsLeftAlone)
+{
+    const CString source("a-b");
+    const CString other = source;
+    const CString result = source.Replace("-", "+");
+    ExpectText(source, "a-b");
+    EXPECT_EQ(ContainerOf(source), ContainerOf(other));
+    EXPECT_EQ(ContainerOf(source)->RefCount(), 2u);
+    EXPECT_EQ(ContainerOf(result)->RefCount(), 1u);
+}
+
+// Cost.
+
+TEST(StringReplace, TheResultIsAllocatedOnceInItsOwnSize)
+{
+    CTestAllocator allocator;
+    const CString source("a-b-c-d-e-f-g-h-i-j");
+    for (const char *replacement : {"", "+", "++", "++++++++++++++++++++"})
+    {
+        allocator.ForgetCalls();
+        allocator.RefuseNth(0);
+        const CString result = source.Replace("-", replacement);
+        EXPECT_EQ(allocator.RequestCount(), 1u);
+        EXPECT_EQ(allocator.Requests().back().m_Size, FixedBytes(10 + 9 * std::strlen(replacement)));
+        EXPECT_EQ(allocator.Requests().back().m_Origin, Mem::Origin_New);
+        ExpectText(result, ModelReplaced(TextOf(source), "-", replacement));
+    }
+}
+
+// In quadratic time none of these would come to an end.
+TEST(StringReplace, TwoHundredThousandReplacementsTakeOneAllocation)
+{
+    constexpr size_t kCount = 200000;
+    CTestAllocator allocator;
+    const CString source = Fixed(std::string(kCount, 'a'));
+    for (const std::string &replacement : {std::string("bc"), std::string("b"), std::string("aaa"), std::string()})
+    {
+        allocator.RefuseNth(0);
+        const CString result = source.Replace("a", ViewOf(replacement));
+        // Nothing at all needs no memory.
+        EXPECT_EQ(allocator.RequestCount(), replacement.empty() ? 0u : 1u);
+        EXPECT_TRUE(TextOf(result) == ModelReplaced(std::string(kCount, 'a'), "a", replacement));
+    }
+    const CString shrunk = source.Replace("aa", "b");
+    EXPECT_TRUE(TextOf(shrunk) == std::string(kCount / 2, 'b'));
+}
+
+TEST(StringReplace, TheResultHasAZeroTailAtEveryLength)
+{
+    CTestAllocator allocator;
+    for (size_t length = 1; length <= 70; ++length)
+    {
+        const std::string text = std::string(length - 1, 'x') + '-';
+        const CString source = Fixed(text);
+        for (const char *replacement : {"", "+", "++", "+++++++++++++++++"})
+            ExpectText(source.Replace("-", replacement), ModelReplaced(text, "-", replacement));
+    }
+}
+
+// Against the model. Occurrences are found once for all replacements.
+
+void ReplaceInEveryShortText(const std::function<bool(size_t, size_t)> &takes)
+{
+    const std::vector<std::string> patterns = EveryText(kLetters, 3);
+    for (const std::string &text : EveryText(kLetters, kLongest))
+    {
+        const CString source = Fixed(text);
+        for (const std::string &pattern : patterns)
+        {
+            if (pattern.empty())
+                continue;
+            const std::vector<size_t> occurrences = ModelOccurrences(text, pattern);
+            for (const std::string &replacement : patterns)
+            {
+                if (!takes(pattern.size(), replacement.size()))
+                    continue;
+                const CString result = source.Replace(ViewOf(pattern), ViewOf(replacement));
+                const std::string expected = ModelReplacedAt(text, occurrences, pattern.size(), replacement);
+                const bool right =
+                    result.Length() == expected.size() &&
+                    (expected.empty() || std::memcmp(result.Data(), expected.c_str(), expected.size() + 1) == 0);
+                if (!right)
+                {
+                    FAIL() << ::testing::PrintToString(pattern) << " by " << ::testing::PrintToString(replacement)
+                           << " in " << ::testing::PrintToString(text) << " gave "
+                           << ::testing::PrintToString(TextOf(result));
+                }
+            }
+        }
+    }
+}
+
+TEST(StringReplace, EveryShortPatternInEveryShortTextByALongerOne)
+{
+    ReplaceInEveryShortText([](size_t pattern, size_t replacement) { return replacement > pattern; });
+}
+
+TEST(StringReplace, EveryShortPatternInEveryShortTextByOneOfTheSameLength)
+{
+    ReplaceInEveryShortText([](size_t pattern, size_t replacement) { return replacement == pattern; });
+}
+
+TEST(StringReplace, EveryShortPatternInEveryShortTextByAShorterOne)
+{
+    ReplaceInEveryShortText([](size_t pattern, size_t replacement) { return replacement < pattern; });
+}
+
+TEST(StringReplace, NothingOutsideTextPatternAndReplacementIsTouchedAtTheEndOfMemory)
+{
+    CPageEndAllocator allocator;
+    for (size_t length = 1; length <= 36; ++length)
+    {
+        for (const size_t patternLength : {1u, 2u, 15u, 16u, 17u})
+        {
+            const CTextAtPageEnd pattern(std::string(patternLength, 'p'));
+            const std::string text = std::string(length, 'x') + std::string(2 * patternLength, 'p') + "xp";
+            const CString source = Fixed(text);
+            for (const size_t replacementLength : {0u, 1u, 2u, 16u, 33u})
+            {
+                const CTextAtPageEnd replacement(std::string(replacementLength, 'r'));
+                const CString result = source.Replace(pattern.View(), replacement.View());
+                ASSERT_EQ(TextOf(result), ModelReplaced(text, TextOf(pattern.View()), TextOf(replacement.View())));
+                ExpectWellFormed(result);
+            }
+        }
+    }
+}
+
+// Refused memory.
+
+struct SReplacing
+{
+    CString m_Source;
+    CString m_Result;
+};
+
+SReplacing Replacing(const char *text)
+{
+    return SReplacing{CString(text), CString("before")};
+}
+
+TEST(StringReplace, GrowingRefusedOnceStillGivesTheFullResultAndRefusedForGoodAnEmptyOne)
+{
+    SweepRefusals([] { return Replacing("a-b-c"); },
+                  [](SReplacing &state) { state.m_Result = state.m_Source.Replace("-", "+++"); },
+                  [](const SReplacing &state, const SRefusal &refusal, const CAssertRecorder &recorder)
+                  {
+                      ExpectText(state.m_Source, "a-b-c");
+                      ExpectText(state.m_Result, refusal.m_Refused && refusal.m_AndAllAfter ? "" : "a+++b+++c");
+                      ExpectReports(recorder, {});
+                  });
+}
+
+TEST(StringReplace, SameLengthAndShrinkingRefusedGiveAnEmptyString)
+{
+    for (const char *replacement : {"+-", "+", ""})
+    {
+        SweepRefusals([] { return Replacing("a--b--c"); },
+                      [&](SReplacing &state) { state.m_Result = state.m_Source.Replace("--", replacement); },
+                      [&](const SReplacing &state, const SRefusal &refusal, const CAssertRecorder &recorder)
+                      {
+                          ExpectText(state.m_Source, "a--b--c");
+                          ExpectText(state.m_Result,
+                                     refusal.m_Refused ? "" : ModelReplaced("a--b--c", "--", replacement));
+                          ExpectReports(recorder, {});
+                      });
+    }
+}
+
+TEST(StringReplace, RefusedMemoryLeavesNothingWhereNothingWasFoundEither)
+{
+    for (const char *replacement : {"", "y", "yz"})
+    {
+        SweepRefusals([] { return Replacing("abc"); },
+                      [&](SReplacing &state) { state.m_Result = state.m_Source.Replace("x", replacement); },
+                      [&](const SReplacing &state, const SRefusal &refusal, const CAssertRecorder &recorder)
+                      {
+                          ExpectText(state.m_Source, "abc");
+                          const bool recovers = !refusal.m_AndAllAfter && std::strlen(replacement) > 1;
+                          ExpectText(state.m_Result, refusal.m_Refused && !recovers ? "" : "abc");
+                          ExpectReports(recorder, {});
+                      });
+    }
+}
+
+TEST(StringReplace, ATerminatorInTheReplacementRefusedItsShorterCopyGivesAnEmptyString)
+{
+    // The shorter copy is one more request, and not the growing road's business.
+    SweepRefusals([] { return Replacing("ab"); },
+                  [](SReplacing &state) { state.m_Result = state.m_Source.Replace("b", CStringView("\0", 1)); },
+                  [](const SReplacing &state, const SRefusal &refusal, const CAssertRecorder &)
+                  { ExpectText(state.m_Result, refusal.m_Refused ? "" : "a"); });
+}
+
+// The requests refused, by number.
+CChoosyAllocator::FRefuses Refusing(std::set<u64> numbers)
+{
+    return [numbers](u64 nth, u64) { return numbers.count(nth) != 0; };
+}
+
+TEST(StringReplace, GrowingMatchByMatchTakesAWorkBufferThenOneBufferForEachMatch)
+{
+    CTestAllocator allocator;
+    const CString source("a-b-c");
+    allocator.ForgetCalls();
+    std::vector<u64> sizes;
+    {
+        const CChoosyAllocator choosy(Refusing({1}));
+        const CString result = source.Replace("-", "+++");
+        ExpectText(result, "a+++b+++c");
+        sizes = choosy.Sizes();
+    }
+    // The one that was refused; text and terminator; two more characters each time; the result.
+    EXPECT_EQ(sizes, (std::vector<u64>{FixedBytes(9), 6, 8, 10, FixedBytes(9)}));
+    const std::vector<SAllocatorCall> requests = allocator.Requests();
+    ASSERT_EQ(requests.size(), 4u);
+    for (size_t i = 0; i < 3; ++i)
+    {
+        EXPECT_EQ(requests[i].m_Origin, Mem::Origin_Alloc);
+        EXPECT_EQ(requests[i].m_Type, Mem::AllocType_Generic);
+        EXPECT_EQ(requests[i].m_Tag, "Kernel|Mem|Default");
+    }
+    EXPECT_EQ(requests[3].m_Origin, Mem::Origin_New);
+}
+
+TEST(StringReplace, GrowingKeepsTheReplacementsMadeBeforeABufferIsRefused)
+{
+    CTestAllocator allocator;
+    const CString source("a-b-c-d");
+    const std::vector<std::string> kept = {"a-b-c-d", "a+++b-c-d", "a+++b+++c-d", "a+++b+++c+++d"};
+    for (u64 made = 0; made < kept.size(); ++made)
+    {
+        // Requests 1 and 2 are the result and the work buffer, then comes one for each match.
+        const CChoosyAllocator choosy(Refusing({1, 3 + made}));
+        CString result = source.Replace("-", "+++");
+        if (made < 3)
+        {
+            ExpectText(result, kept[made]);
+        }
+        else
+        {
+            // Here it is the result that is refused, once more.
+            ExpectText(result, "");
+        }
+    }
+}
+
+TEST(StringReplace, GrowingRefusedItsWorkBufferGivesAnEmptyString)
+{
+    const CString source("a-b");
+    const CChoosyAllocator choosy(Refusing({1, 2}));
+    ExpectText(source.Replace("-", "+++"), "");
+    EXPECT_EQ(choosy.Sizes(), (std::vector<u64>{FixedBytes(5), 4}));
+}
+
+TEST(StringReplace, GrowingMatchByMatchEndsAtATerminatorInTheReplacement)
+{
+    const CString source("abcb");
+    const CChoosyAllocator choosy(Refusing({1}));
+    ExpectText(source.Replace("b", CStringView("x\0y", 3)), "ax");
+}
+
+TEST(StringReplace, GrowingMatchByMatchGivesWhatTheShortRoadGivesUpToTheRefusedMatch)
+{
+    CTestAllocator allocator;
+    const std::vector<std::string> pieces = EveryText("ab", 3);
+    for (const std::string &text : EveryText("ab", 5))
+    {
+        if (text.empty())
+            continue;
+        const CString source = Fixed(text);
+        for (const std::string &pattern : pieces)
+        {
+            if (pattern.empty())
+                continue;
+            const std::vector<size_t> occurrences = ModelOccurrences(text, pattern);
+            for (const std::string &replacement : pieces)
+            {
+                if (replacement.size() <= pattern.size())
+                    continue;
+                for (size_t made = 0; made <= occurrences.size(); ++made)
+                {
+                    // With all of them made, the request refused is one that never comes.
+                    const bool all = made == occurrences.size();
+                    const CChoosyAllocator choosy(Refusing({1, all ? 1000 : 3 + made}));
+                    const std::vector<size_t> replaced(occurrences.begin(),
+                                                       occurrences.begin() + static_cast<std::ptrdiff_t>(made));
+                    ASSERT_EQ(TextOf(source.Replace(ViewOf(pattern), ViewOf(replacement))),
+                              ModelReplacedAt(text, replaced, pattern.size(), replacement));
+                }
+            }
+        }
+    }
+}
+
+TEST(StringReplace, GrowingMatchByMatchTouchesNothingOutsideItsBuffersAtTheEndOfMemory)
+{
+    CPageEndAllocator allocator;
+    for (size_t length = 0; length <= 20; ++length)
+    {
+        const std::string text = "-" + std::string(length, 'x') + "--";
+        const CString source = Fixed(text);
+        for (const std::string &replacement : {std::string("++"), std::string(17, '+')})
+        {
+            const CChoosyAllocator choosy(Refusing({1}));
+            ASSERT_EQ(TextOf(source.Replace("-", ViewOf(replacement))), ModelReplaced(text, "-", replacement));
+        }
+    }
+}
+
+// Sizes.
+
+bool RefusesLargeBlocks(u64, u64 size)
+{
+    return size > 1 << 20;
+}
+
+TEST(StringReplace, AResultBeyond32BitsIsCutToTheReplacementsThatFitAndAsksForThatUnwrapped)
+{
+    const CString source("bbb");
+    // Never read: memory for it is refused first.
+    const CStringView half("x", 0x20000000u);
+    const CChoosyAllocator choosy(RefusesLargeBlocks);
+    ExpectText(source.Replace("b", half), "bbb");
+    // One replacement fits, two do not; then text and terminator, the same one replacement, and what is left.
+    EXPECT_EQ(choosy.Sizes(), (std::vector<u64>{FixedBytes(0x20000002u), 4, 0x20000003u, FixedBytes(3)}));
+}
+
+TEST(StringReplace, AReplacementThatNoStringCanHoldLeavesTheText)
+{
+    CAssertRecorder recorder;
+    const CString source("bbb");
+    for (const u32 length : {0x3FFFFFFDu, 0x3FFFFFFEu, 0x3FFFFFFFu, 0x40000000u, 0xFFFFFFFFu})
+    {
+        const CChoosyAllocator choosy(RefusesLargeBlocks);
+        ExpectText(source.Replace("b", CStringView("x", length)), "bbb");
+        for (const u64 size : choosy.Sizes())
+            EXPECT_LT(size, 100u);
+    }
+    ExpectReports(recorder, {});
+}
+
+TEST(StringReplace, AReplacementThatGivesTheLongestStringIsAskedFor)
+{
+    const CString source("bbb");
+    const CChoosyAllocator choosy(RefusesLargeBlocks);
+    ExpectText(source.Replace("b", CStringView("x", 0x3FFFFFFCu)), "bbb");
+    ASSERT_FALSE(choosy.Sizes().empty());
+    EXPECT_EQ(choosy.Sizes().front(), FixedBytes(0x3FFFFFFEu));
+}
+
+TEST(StringReplace, APatternLongerThanAnyStringIsNotFound)
+{
+    const CString source("bbb");
+    for (const u32 length : {4u, 0x3FFFFFFFu, 0xFFFFFFFFu})
+        ExpectText(source.Replace(CStringView("b", length), "x"), "bbb");
+}
+
+} // namespace

@@ -1,0 +1,701 @@
+// Search and extraction: where a character or a text stands in a string, and ranges copied out of it.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "edge_allocators.h"
+#include "every_text.h"
+#include "kr_string.h"
+#include "refusal_sweep.h"
+#include "search_model.h"
+#include "string_checks.h"
+#include "text_pieces.h"
+
+namespace
+{
+
+using namespace Quorvane;
+using namespace QuorvaneTest;
+
+const char *const kExtractOfStringCheck = "first < size && last <= size";
+const char *const kExtractOfBufferCheck =
+    "from != null && last > first && SNativeStringUtils::Length(from) >= QVMax(first, last)";
+const char *const kDataCheck = "data != null";
+const char *const kContainerDataCheck = "m_Container != null && m_Container->Data() != null";
+
+// The index, or -1 for none.
+long long At(const CGuid &guid)
+{
+    return guid.Valid() ? static_cast<long long>(guid.Get()) : -1;
+}
+
+long long AtOf(size_t place)
+{
+    return place != std::string::npos ? static_cast<long long>(place) : -1;
+}
+
+// The strings that hold nothing: never assigned, and emptied with their container kept.
+std::vector<CString> EmptyStrings()
+{
+    CString emptied = Resizable("abc");
+    emptied.Clear();
+    EXPECT_NE(emptied.Data(), nullptr);
+    return {CString(), CString(""), emptied};
+}
+
+// Finding a character.
+
+TEST(StringSearch, FindNextOfACharacterAnswersTheFirstIndexAtOrAfterStart)
+{
+    const CString string("abcabc");
+    EXPECT_EQ(At(string.FindNextOf('b', 0)), 1);
+    EXPECT_EQ(At(string.FindNextOf('b', 1)), 1);
+    EXPECT_EQ(At(string.FindNextOf('b', 2)), 4);
+    EXPECT_EQ(At(string.FindNextOf('b', 4)), 4);
+    EXPECT_EQ(At(string.FindNextOf('b', 5)), -1);
+    EXPECT_EQ(At(string.FindNextOf('x', 0)), -1);
+}
+
+TEST(StringSearch, FindNextOfACharacterThatIsNotThereIsInvalid)
+{
+    EXPECT_EQ(CString("abc").FindNextOf('x', 0), CGuid::INVALID);
+    EXPECT_FALSE(CString("abc").FindNextOf('B', 0).Valid());
+}
+
+TEST(StringSearch, FindNextOfACharacterFromTheLengthOrBeyondIsInvalid)
+{
+    const CString string("aaaaa");
+    for (const u32 start : {5u, 6u, 16u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu})
+        EXPECT_EQ(string.FindNextOf('a', start), CGuid::INVALID) << start;
+}
+
+TEST(StringSearch, FindingInAnEmptyStringIsInvalidAndReportsNothing)
+{
+    const CAssertRecorder recorder;
+    for (const CString &string : EmptyStrings())
+    {
+        for (const char character : {'a', '\0'})
+        {
+            EXPECT_EQ(string.FindNextOf(character, 0), CGuid::INVALID);
+            EXPECT_EQ(string.FindFirstOf(character), CGuid::INVALID);
+            EXPECT_EQ(string.FindLastOf(character), CGuid::INVALID);
+        }
+        for (const char *text : {"a", ""})
+        {
+            EXPECT_EQ(string.FindNextOf(text, 0), CGuid::INVALID);
+            EXPECT_EQ(string.FindFirstOf(text), CGuid::INVALID);
+        }
+    }
+    EXPECT_EQ(recorder.Count(), 0u);
+}
+
+TEST(StringSearch, FindingACharacterIsBoundedByTheStoredLength)
+{
+    // Not the terminator behind the text, which is not part of it.
+    EXPECT_EQ(At(CString("abc").FindNextOf('\0', 0)), -1);
+    EXPECT_EQ(At(CString("abc").FindLastOf('\0')), -1);
+
+    // Characters behind an embedded terminator, and the embedded terminator, are.
+    const CString string = Fixed(std::string("a\0b\0c", 5));
+    EXPECT_EQ(At(string.FindNextOf('c', 0)), 4);
+    EXPECT_EQ(At(string.FindNextOf('\0', 0)), 1);
+    EXPECT_EQ(At(string.FindNextOf('\0', 2)), 3);
+    EXPECT_EQ(At(string.FindLastOf('\0')), 3);
+    EXPECT_EQ(At(string.FindLastOf('a')), 0);
+
+    // A text that begins with a terminator has characters all the same.
+    const CString leading = Fixed(std::string("\0ab", 3));
+    EXPECT_EQ(At(leading.FindNextOf('b', 0)), 2);
+    EXPECT_EQ(At(leading.FindLastOf('\0')), 0);
+}
+
+TEST(StringSearch, FindingACharacterDoesNotSeeWhatLiesBehindTheLength)
+{
+    // The room of a resizable string that was made shorter.
+    CString string = Resizable("abcxyz");
+    ContainerOf(string)->Data()[3] = '\0';
+    ContainerOf(string)->UnsafeSetLength(3);
+    for (const char hidden : {'x', 'y', 'z'})
+    {
+        EXPECT_EQ(At(string.FindNextOf(hidden, 0)), -1);
+        EXPECT_EQ(At(string.FindLastOf(hidden)), -1);
+    }
+}
+
+TEST(StringSearch, FindLastOfAnswersTheLastIndex)
+{
+    EXPECT_EQ(At(CString("abcabc").FindLastOf('b')), 4);
+    EXPECT_EQ(At(CString("abcabc").FindLastOf('c')), 5);
+    EXPECT_EQ(At(CString("abcabc").FindLastOf('x')), -1);
+}
+
+TEST(StringSearch, FindLastOfTheFirstCharacterIsZero)
+{
+    const CGuid found = CString("abc").FindLastOf('a');
+    EXPECT_TRUE(found.Valid());
+    EXPECT_EQ(found, 0u);
+}
+
+TEST(StringSearch, FindFirstOfIsFindNextOfFromTheBeginning)
+{
+    const CString string("xabab");
+    EXPECT_EQ(At(string.FindFirstOf('a')), 1);
+    EXPECT_EQ(At(string.FindFirstOf('z')), -1);
+    EXPECT_EQ(At(string.FindFirstOf("ab")), 1);
+    EXPECT_EQ(At(string.FindFirstOf("ba")), 2);
+    // The whole text, not any one of its characters.
+    EXPECT_EQ(At(string.FindFirstOf("bx")), -1);
+    EXPECT_EQ(At(string.FindFirstOf("")), 0);
+    EXPECT_EQ(At(string.FindFirstOf(static_cast<const char *>(nullptr))), -1);
+}
+
+TEST(StringSearch, FindingTellsAllBytesApart)
+{
+    std::string text;
+    for (int byte = 255; byte > 0; --byte)
+        text += static_cast<char>(byte);
+    const CString string = Fixed(text);
+    for (int byte = 1; byte < 256; ++byte)
+    {
+        const char character = static_cast<char>(byte);
+        const char needle[] = {character, '\0'};
+        EXPECT_EQ(At(string.FindNextOf(character, 0)), 255 - byte);
+        EXPECT_EQ(At(string.FindLastOf(character)), 255 - byte);
+        EXPECT_EQ(At(string.FindNextOf(needle, 0)), 255 - byte);
+    }
+}
+
+TEST(StringSearch, EveryPlaceFromEveryStartIsFound)
+{
+    for (size_t length = 1; length <= 65; ++length)
+        for (size_t place = 0; place < length; ++place)
+        {
+            std::string text(length, '.');
+            text[place] = '\xE9';
+            const CString string = Fixed(text);
+            EXPECT_EQ(At(string.FindLastOf('\xE9')), AtOf(place));
+            for (size_t start = 0; start <= length; ++start)
+                ASSERT_EQ(At(string.FindNextOf('\xE9', static_cast<u32>(start))), AtOf(text.find('\xE9', start)))
+                    << place << " of " << length << " from " << start;
+        }
+}
+
+// Finding a text.
+
+TEST(StringSearch, FindNextOfATextAnswersWhereTheWholeOfItBegins)
+{
+    const CString string("one two one");
+    EXPECT_EQ(At(string.FindNextOf("one", 0)), 0);
+    EXPECT_EQ(At(string.FindNextOf("two", 0)), 4);
+    EXPECT_EQ(At(string.FindNextOf("one two one", 0)), 0);
+    EXPECT_EQ(At(string.FindNextOf("one two one!", 0)), -1);
+    EXPECT_EQ(At(string.FindNextOf("eon", 0)), -1);
+    EXPECT_EQ(At(string.FindNextOf("ONE", 0)), -1);
+}
+
+TEST(StringSearch, ATextThatStraddlesStartIsNotFoundAndOneThatBeginsThereIs)
+{
+    const CString string("xabxab");
+    EXPECT_EQ(At(string.FindNextOf("ab", 1)), 1);
+    EXPECT_EQ(At(string.FindNextOf("ab", 2)), 4);
+    EXPECT_EQ(At(string.FindNextOf("ab", 4)), 4);
+    EXPECT_EQ(At(string.FindNextOf("ab", 5)), -1);
+}
+
+TEST(StringSearch, AnEmptyTextIsFoundAtStart)
+{
+    const CString string("abc");
+    for (const u32 start : {0u, 1u, 2u})
+        EXPECT_EQ(At(string.FindNextOf("", start)), start);
+    EXPECT_EQ(At(string.FindNextOf("", 3)), -1);
+
+    // Where a terminator stands, too.
+    const CString embedded = Fixed(std::string("a\0b", 3));
+    EXPECT_EQ(At(embedded.FindNextOf("", 1)), 1);
+}
+
+TEST(StringSearch, FindNextOfATextFromTheLengthOrBeyondIsInvalid)
+{
+    const CString string("aaa");
+    for (const u32 start : {3u, 4u, 100u, 0xFFFFFFFFu})
+    {
+        EXPECT_EQ(string.FindNextOf("a", start), CGuid::INVALID) << start;
+        EXPECT_EQ(string.FindNextOf("", start), CGuid::INVALID) << start;
+    }
+}
+
+TEST(StringSearch, FindNextOfNullIsInvalidAndReportsNothing)
+{
+    const CAssertRecorder recorder;
+    EXPECT_EQ(CString("abc").FindNextOf(nullptr, 0), CGuid::INVALID);
+    EXPECT_EQ(CString().FindNextOf(nullptr, 0), CGuid::INVALID);
+    EXPECT_EQ(recorder.Count(), 0u);
+}
+
+TEST(StringSearch, ASearchForATextStopsAtTheFirstTerminatorFromStart)
+{
+    const CString string = Fixed(std::string("ab\0cd", 5));
+    EXPECT_EQ(At(string.FindNextOf("cd", 0)), -1);
+    EXPECT_EQ(At(string.FindNextOf("cd", 2)), -1);
+    EXPECT_EQ(At(string.FindNextOf("cd", 3)), 3);
+    EXPECT_EQ(At(string.FindNextOf("b", 0)), 1);
+}
+
+TEST(StringSearch, EveryShortTextIsFoundInEveryOther)
+{
+    const std::vector<std::string> texts = EveryText("aA\xE9", kSanitized ? 4 : 5);
+    const std::vector<std::string> needles = EveryText("aA\xE9", 3);
+    for (const std::string &text : texts)
+    {
+        const CString string(text.c_str());
+        for (const std::string &needle : needles)
+            for (size_t start = 0; start <= text.size(); ++start)
+                ASSERT_EQ(At(string.FindNextOf(needle.c_str(), static_cast<u32>(start))),
+                          start < text.size() ? AtOf(text.find(needle, start)) : -1)
+                    << needle << " in " << text << " from " << start;
+    }
+}
+
+// A container without characters, as no operation makes one.
+
+TEST(StringSearch, FindingInAContainerWithoutCharactersReportsAndIsInvalid)
+{
+    CBrokenString broken;
+    CAssertRecorder recorder;
+    EXPECT_EQ(broken.Get().FindNextOf('a', 0), CGuid::INVALID);
+    ExpectReports(recorder, {kDataCheck});
+
+    recorder.Clear();
+    EXPECT_EQ(broken.Get().FindLastOf('a'), CGuid::INVALID);
+    ExpectReports(recorder, {kDataCheck});
+
+    recorder.Clear();
+    EXPECT_EQ(broken.Get().FindNextOf("a", 0), CGuid::INVALID);
+    ExpectReports(recorder, {kContainerDataCheck});
+}
+
+TEST(StringSearch, AContainerWithoutCharactersIsBlank)
+{
+    CBrokenString broken;
+    const CAssertRecorder recorder;
+    EXPECT_TRUE(broken.Get().Empty(" "));
+    EXPECT_TRUE(broken.Get().Empty(nullptr));
+    EXPECT_EQ(recorder.Count(), 0u);
+}
+
+// Prefix, suffix and substring tests.
+
+// All three forms of the argument give the same answer.
+#define EXPECT_ALL_FORMS(string, verb, part, sensitivity, expected)                                                    \
+    do                                                                                                                 \
+    {                                                                                                                  \
+        ASSERT_EQ((string).verb((part).c_str(), sensitivity), expected) << (part) << " in " << TextOf(string);         \
+        ASSERT_EQ((string).verb(Fixed(part), sensitivity), expected) << (part) << " in " << TextOf(string);            \
+        ASSERT_EQ((string).verb(ViewOf(part), sensitivity), expected) << (part) << " in " << TextOf(string);           \
+    } while (false)
+
+TEST(StringSearch, EveryPrefixSuffixAndPartIsToldInAllForms)
+{
+    const std::vector<std::string> texts = EveryText("aA\xE9", kSanitized ? 3 : 4);
+    const std::vector<std::string> parts = EveryText("aA\xE9", 3);
+    for (const std::string &text : texts)
+    {
+        const CString string(text.c_str());
+        for (const std::string &part : parts)
+            for (const ECaseSensitivity sensitivity : {CaseSensitive, CaseInsensitive})
+            {
+                const bool ignoreCase = sensitivity == CaseInsensitive;
+                EXPECT_ALL_FORMS(string, StartsWith, part, sensitivity, SearchModelStartsWith(text, part, ignoreCase));
+                EXPECT_ALL_FORMS(string, EndsWith, part, sensitivity, SearchModelEndsWith(text, part, ignoreCase));
+                EXPECT_ALL_FORMS(string, Contains, part, sensitivity,
+                                 SearchModelFind(text, part, ignoreCase) != std::string::npos);
+            }
+    }
+}
+
+TEST(StringSearch, PartsAreCaseSensitiveUnlessAskedOtherwise)
+{
+    const CString string("Hello");
+    EXPECT_TRUE(string.StartsWith("He"));
+    EXPECT_FALSE(string.StartsWith("he"));
+    EXPECT_TRUE(string.EndsWith("lo"));
+    EXPECT_FALSE(string.EndsWith("LO"));
+    EXPECT_TRUE(string.Contains("ell"));
+    EXPECT_FALSE(string.Contains("ELL"));
+    // Every value but zero ignores case.
+    for (const u32 value : {1u, 2u, 0x80000000u, 0xFFFFFFFFu})
+    {
+        const ECaseSensitivity sensitivity = static_cast<ECaseSensitivity>(value);
+        EXPECT_TRUE(string.StartsWith("hE", sensitivity));
+        EXPECT_TRUE(string.EndsWith("LO", sensitivity));
+        EXPECT_TRUE(string.Contains("ELL", sensitivity));
+    }
+}
+
+TEST(StringSearch, CaseIsTheCaseOfAsciiLetters)
+{
+    const CString string("\xE9[@");
+    EXPECT_FALSE(string.StartsWith("\xC9", CaseInsensitive));
+    EXPECT_FALSE(string.Contains("{", CaseInsensitive));
+    EXPECT_FALSE(string.EndsWith("`", CaseInsensitive));
+}
+
+TEST(StringSearch, EmptyAndNullPartsAreContainedInEverything)
+{
+    const CAssertRecorder recorder;
+    std::vector<CString> strings = EmptyStrings();
+    strings.push_back(CString("abc"));
+    const char *const null = nullptr;
+    for (const CString &string : strings)
+        for (const ECaseSensitivity sensitivity : {CaseSensitive, CaseInsensitive})
+        {
+            EXPECT_TRUE(string.StartsWith(null, sensitivity));
+            EXPECT_TRUE(string.StartsWith("", sensitivity));
+            EXPECT_TRUE(string.StartsWith(CString(), sensitivity));
+            EXPECT_TRUE(string.StartsWith(CStringView(), sensitivity));
+            EXPECT_TRUE(string.EndsWith(null, sensitivity));
+            EXPECT_TRUE(string.EndsWith("", sensitivity));
+            EXPECT_TRUE(string.EndsWith(CString(), sensitivity));
+            EXPECT_TRUE(string.EndsWith(CStringView(), sensitivity));
+            EXPECT_TRUE(string.Contains(null, sensitivity));
+            EXPECT_TRUE(string.Contains("", sensitivity));
+            EXPECT_TRUE(string.Contains(CString(), sensitivity));
+            EXPECT_TRUE(string.Contains(CStringView(), sensitivity));
+        }
+    EXPECT_EQ(recorder.Count(), 0u);
+}
+
+TEST(StringSearch, NothingElseIsContainedInAnEmptyString)
+{
+    for (const CString &string : EmptyStrings())
+    {
+        EXPECT_FALSE(string.StartsWith("a"));
+        EXPECT_FALSE(string.EndsWith(CString("a")));
+        EXPECT_FALSE(string.Contains(CStringView("a", 1)));
+    }
+}
+
+TEST(StringSearch, PartsMayHoldTerminators)
+{
+    const CString string = Fixed(std::string("a\0bc", 4));
+    EXPECT_TRUE(string.StartsWith(ViewOf(std::string("a\0b", 3))));
+    EXPECT_FALSE(string.StartsWith(ViewOf(std::string("a\0c", 3))));
+    EXPECT_TRUE(string.EndsWith("bc"));
+    EXPECT_TRUE(string.EndsWith(Fixed(std::string("a\0bc", 4))));
+    EXPECT_TRUE(string.Contains(Fixed(std::string("a\0b", 3))));
+    EXPECT_FALSE(string.Contains(Fixed(std::string("a\0c", 3))));
+}
+
+// Blank strings.
+
+TEST(StringSearch, EmptyWithASetAsksForNothingButCharactersOfTheSet)
+{
+    EXPECT_TRUE(CString(" ").Empty(" "));
+    EXPECT_FALSE(CString(" x ").Empty(" "));
+    EXPECT_TRUE(CString(" \t \t").Empty("\t "));
+    EXPECT_FALSE(CString(" \t\n").Empty("\t "));
+    EXPECT_TRUE(CString("aaaa").Empty("a"));
+    EXPECT_FALSE(CString("aaaa").Empty("A"));
+    EXPECT_FALSE(CString("x   ").Empty(" "));
+    EXPECT_FALSE(CString("   x").Empty(" "));
+    // A long one whose last character alone is none of the set.
+    EXPECT_FALSE(CString((std::string(1000, ' ') + "x").c_str()).Empty(" "));
+    EXPECT_TRUE(CString(std::string(1000, ' ').c_str()).Empty(" "));
+}
+
+TEST(StringSearch, EmptyWithANullOrEmptySetIsPlainEmptiness)
+{
+    for (const char *set : {static_cast<const char *>(nullptr), ""})
+    {
+        EXPECT_FALSE(CString(" ").Empty(set));
+        EXPECT_FALSE(CString("x").Empty(set));
+        EXPECT_TRUE(CString().Empty(set));
+        EXPECT_TRUE(Fixed(std::string("\0x", 2)).Empty(set));
+    }
+}
+
+TEST(StringSearch, AnEmptyStringIsBlankForEverySet)
+{
+    for (const CString &string : EmptyStrings())
+        for (const char *set : {"", " ", "abc"})
+            EXPECT_TRUE(string.Empty(set));
+    EXPECT_TRUE(Fixed(std::string("\0x", 2)).Empty(" "));
+}
+
+TEST(StringSearch, EmptyWithASetStopsAtTheFirstTerminator)
+{
+    EXPECT_TRUE(Fixed(std::string("  \0x", 4)).Empty(" "));
+    EXPECT_FALSE(Fixed(std::string(" x\0 ", 4)).Empty(" "));
+}
+
+TEST(StringSearch, EmptyWithASetTellsAllBytesApart)
+{
+    for (int member = 1; member < 256; ++member)
+    {
+        const char set[] = {static_cast<char>(member), '\0'};
+        for (int byte = 1; byte < 256; ++byte)
+            ASSERT_EQ(Fixed(std::string(1, static_cast<char>(byte))).Empty(set), byte == member);
+    }
+}
+
+TEST(StringSearch, EveryShortTextIsBlankAsItsCharactersSay)
+{
+    for (const std::string &text : EveryText("ab\xE9", 4))
+        for (const std::string &set : EveryText("ab\xE9", 2))
+        {
+            const bool blank = set.empty() ? text.empty() : text.find_first_not_of(set) == std::string::npos;
+            ASSERT_EQ(CString(text.c_str()).Empty(set.c_str()), blank) << text << " of " << set;
+        }
+}
+
+// Extraction from a string.
+
+TEST(StringExtract, ARangeIncludesFirstAndExcludesLast)
+{
+    const CString string("hello");
+    ExpectText(string.Extract(1, 3), "el");
+    ExpectText(string.Extract(0, 5), "hello");
+    ExpectText(string.Extract(4, 5), "o");
+    ExpectText(string.Extract(0, 1), "h");
+}
+
+TEST(StringExtract, EveryRangeOfATextIsCopied)
+{
+    std::string text;
+    for (char character = '\x21'; text.size() < 50; ++character)
+        text += character;
+    const CString string(text.c_str());
+    for (u32 first = 0; first < 50; ++first)
+        for (u32 last = first + 1; last <= 50; ++last)
+            ExpectText(string.Extract(first, last), text.substr(first, last - first));
+}
+
+TEST(StringExtract, EqualIndicesWithinTheStringGiveAnEmptyStringWithoutAReport)
+{
+    const CAssertRecorder recorder;
+    for (const u32 index : {0u, 2u, 4u})
+        EXPECT_EQ(CString("hello").Extract(index, index).Data(), nullptr);
+    EXPECT_EQ(recorder.Count(), 0u);
+}
+
+TEST(StringExtract, AnEmptyRangeAtTheVeryEndReportsAndGivesAnEmptyString)
+{
+    const CAssertRecorder recorder;
+    EXPECT_EQ(CString("hello").Extract(5, 5).Data(), nullptr);
+    ExpectReports(recorder, {kExtractOfStringCheck});
+}
+
+TEST(StringExtract, ARangeBeyondTheStringReportsAndGivesAnEmptyString)
+{
+    const CString string("hello");
+    const u32 ranges[][2] = {{0, 6}, {4, 6}, {5, 6}, {6, 6}, {6, 7}, {5, 0}, {0, 0xFFFFFFFF}, {0xFFFFFFFF, 0xFFFFFFFF}};
+    for (const auto &range : ranges)
+    {
+        const CAssertRecorder recorder;
+        EXPECT_EQ(string.Extract(range[0], range[1]).Data(), nullptr) << range[0] << " to " << range[1];
+        ExpectReports(recorder, {kExtractOfStringCheck});
+    }
+}
+
+TEST(StringExtract, ARangeOfAnEmptyStringReportsAndGivesAnEmptyString)
+{
+    for (const CString &string : EmptyStrings())
+    {
+        const CAssertRecorder recorder;
+        EXPECT_EQ(string.Extract(0, 0).Data(), nullptr);
+        EXPECT_EQ(string.Extract(0, 1).Data(), nullptr);
+        ExpectReports(recorder, {kExtractOfStringCheck, kExtractOfStringCheck});
+    }
+}
+
+TEST(StringExtract, ARangeTheWrongWayRoundReportsAndGivesAnEmptyString)
+{
+    const CAssertRecorder recorder;
+    EXPECT_EQ(CString("hello").Extract(3, 1).Data(), nullptr);
+    EXPECT_EQ(CString("hello").Extract(4, 0).Data(), nullptr);
+    ExpectReports(recorder, {kExtractOfBufferCheck, kExtractOfBufferCheck});
+}
+
+TEST(StringExtract, TheResultSharesNothingWithTheSource)
+{
+    CString string("hello");
+    const CString whole = string.Extract(0, 5);
+    EXPECT_NE(whole.Data(), string.Data());
+    EXPECT_EQ(ContainerOf(whole)->RefCount(), 1u);
+    EXPECT_FALSE(ContainerOf(whole)->SupportsDynamicResize());
+    string.RawDataForWriting()[0] = 'j';
+    EXPECT_EQ(TextOf(whole), "hello");
+    EXPECT_EQ(ContainerOf(string)->RefCount(), 1u);
+}
+
+TEST(StringExtract, TheSourceStaysAsItWas)
+{
+    const CString string = Resizable("hello");
+    const char *const data = string.Data();
+    const CString copy = string;
+    EXPECT_EQ(TextOf(string.Extract(1, 2)), "e");
+    EXPECT_EQ(string.Data(), data);
+    EXPECT_EQ(ContainerOf(string)->RefCount(), 2u);
+    ExpectText(string, "hello");
+}
+
+TEST(StringExtract, AStringWithTerminatorsIsExtractedByItsStoredLengthAndReported)
+{
+    const CString string = Fixed(std::string("ab\0cd", 5));
+    CAssertRecorder recorder;
+    ExpectCharacters(string.Extract(0, 5), std::string("ab\0cd", 5));
+    ExpectCharacters(string.Extract(3, 5), "cd");
+    ExpectReports(recorder, {kExtractOfBufferCheck, kExtractOfBufferCheck});
+
+    recorder.Clear();
+    ExpectCharacters(string.Extract(0, 2), "ab");
+    EXPECT_EQ(recorder.Count(), 0u);
+}
+
+// Extraction from a buffer.
+
+TEST(StringExtract, ABufferIsExtractedFromFirstToBeforeLast)
+{
+    const CAssertRecorder recorder;
+    ExpectText(CString::Extract("hello", 1, 3), "el");
+    ExpectText(CString::Extract("hello", 0, 5), "hello");
+    ExpectText(CString::Extract("hello", 4, 5), "o");
+    EXPECT_EQ(recorder.Count(), 0u);
+}
+
+TEST(StringExtract, EqualIndicesOfABufferAssertNothing)
+{
+    const CAssertRecorder recorder;
+    for (const u32 index : {0u, 3u, 5u, 6u, 0xFFFFFFFFu})
+    {
+        EXPECT_EQ(CString::Extract("hello", index, index).Data(), nullptr);
+        EXPECT_EQ(CString::Extract(nullptr, index, index).Data(), nullptr);
+    }
+    EXPECT_EQ(recorder.Count(), 0u);
+}
+
+TEST(StringExtract, ANullBufferReportsAndGivesAnEmptyString)
+{
+    const CAssertRecorder recorder;
+    EXPECT_EQ(CString::Extract(nullptr, 0, 1).Data(), nullptr);
+    EXPECT_EQ(CString::Extract(nullptr, 3, 1).Data(), nullptr);
+    ExpectReports(recorder, {kExtractOfBufferCheck, kExtractOfBufferCheck});
+}
+
+TEST(StringExtract, ABufferRangeTheWrongWayRoundReportsAndGivesAnEmptyString)
+{
+    const CAssertRecorder recorder;
+    EXPECT_EQ(CString::Extract("hello", 3, 1).Data(), nullptr);
+    EXPECT_EQ(CString::Extract("hello", 0xFFFFFFFF, 0).Data(), nullptr);
+    ExpectReports(recorder, {kExtractOfBufferCheck, kExtractOfBufferCheck});
+}
+
+TEST(StringExtract, ABufferWithATerminatorBeforeLastReportsAndIsExtractedAllTheSame)
+{
+    const char buffer[] = "ab\0cd";
+    CAssertRecorder recorder;
+    ExpectCharacters(CString::Extract(buffer, 0, 5), std::string("ab\0cd", 5));
+    ExpectCharacters(CString::Extract(buffer, 3, 5), "cd");
+    ExpectCharacters(CString::Extract(buffer, 2, 3), std::string(1, '\0'));
+    ExpectReports(recorder, {kExtractOfBufferCheck, kExtractOfBufferCheck, kExtractOfBufferCheck});
+
+    recorder.Clear();
+    ExpectText(CString::Extract(buffer, 0, 2), "ab");
+    EXPECT_EQ(recorder.Count(), 0u);
+}
+
+TEST(StringExtract, ABufferIsLookedAtNoFurtherThanLast)
+{
+    // No terminator in all the memory that may be read.
+    const std::string text = "hello world";
+    const CTextAtPageEnd atEnd(text);
+    const CAssertRecorder recorder;
+    const u32 length = LengthOf(text);
+    for (u32 first = 0; first < length; ++first)
+        for (u32 last = first + 1; last <= length; ++last)
+            ExpectText(CString::Extract(atEnd.Data(), first, last), text.substr(first, last - first));
+    EXPECT_EQ(recorder.Count(), 0u);
+}
+
+TEST(StringExtract, AnExtractTakesOneBlockOfTheFixedForm)
+{
+    CTestAllocator allocator;
+    {
+        const CString piece = CString::Extract("0123456789abcdefgh", 1, 17);
+        const std::vector<SAllocatorCall> requests = allocator.Requests();
+        ASSERT_EQ(requests.size(), 1u);
+        EXPECT_EQ(requests[0].m_Size, 64u);
+        EXPECT_EQ(requests[0].m_Origin, Mem::Origin_New);
+        EXPECT_EQ(requests[0].m_Tag, "Kernel|Mem|Default");
+        EXPECT_EQ(TextOf(piece), "123456789abcdefg");
+    }
+    EXPECT_EQ(allocator.LiveBlocks(), 0u);
+}
+
+TEST(StringExtract, RefusedMemoryGivesAnEmptyStringWithoutAReport)
+{
+    for (const bool ofString : {false, true})
+        SweepRefusals([] { return std::make_pair(CString("hello"), CString()); },
+                      [ofString](std::pair<CString, CString> &state) {
+                          state.second =
+                              ofString ? state.first.Extract(1, 4) : CString::Extract(state.first.Data(), 1, 4);
+                      },
+                      [](std::pair<CString, CString> &state, const SRefusal &refusal, const CAssertRecorder &recorder)
+                      {
+                          if (refusal.m_Refused)
+                              EXPECT_EQ(state.second.Data(), nullptr);
+                          else
+                              ExpectText(state.second, "ell");
+                          ExpectText(state.first, "hello");
+                          EXPECT_EQ(recorder.Count(), 0u);
+                      });
+}
+
+// What all of them have in common.
+
+TEST(StringSearch, SearchingNeitherAllocatesNorChangesAnything)
+{
+    CTestAllocator allocator;
+    {
+        const CString string("one two one");
+        const CString part("two");
+        const CString copy = string;
+        allocator.ForgetCalls();
+        EXPECT_EQ(At(string.FindFirstOf('t')), 4);
+        EXPECT_EQ(At(string.FindFirstOf("two")), 4);
+        EXPECT_EQ(At(string.FindNextOf('o', 1)), 6);
+        EXPECT_EQ(At(string.FindNextOf("one", 1)), 8);
+        EXPECT_EQ(At(string.FindLastOf('o')), 8);
+        EXPECT_FALSE(string.StartsWith(part));
+        EXPECT_FALSE(string.EndsWith(part, CaseInsensitive));
+        EXPECT_TRUE(string.Contains(part, CaseInsensitive));
+        EXPECT_FALSE(string.Empty(" "));
+        EXPECT_TRUE(allocator.Calls().empty());
+        EXPECT_EQ(string.Data(), copy.Data());
+        ExpectText(string, "one two one");
+    }
+}
+
+TEST(StringSearch, NothingOutsideTheBlockIsRead)
+{
+    CPageEndAllocator allocator;
+    for (u32 length = 1; length <= 48; ++length)
+    {
+        const std::string text(length, 'a');
+        const CString string(text.c_str());
+        EXPECT_EQ(At(string.FindNextOf('b', 0)), -1);
+        EXPECT_EQ(At(string.FindNextOf('a', length - 1)), length - 1);
+        EXPECT_EQ(At(string.FindNextOf("ab", 0)), -1);
+        EXPECT_EQ(At(string.FindNextOf(text.c_str(), 0)), 0);
+        EXPECT_EQ(At(string.FindLastOf('b')), -1);
+        EXPECT_TRUE(string.Empty("ab"));
+        EXPECT_TRUE(string.EndsWith("a", CaseInsensitive));
+        EXPECT_FALSE(string.Contains("A"));
+        ExpectText(string.Extract(length - 1, length), "a");
+        ExpectText(string.Extract(0, length), text);
+    }
+}
+
+} // namespace

@@ -1,0 +1,39 @@
+// Every text over an alphabet, up to a length: for tests that leave no short case out.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace QuorvaneTest
+{
+
+// Sanitized code is several times slower, so bounds are one lower there.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kSanitized = true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || __has_feature(memory_sanitizer)
+constexpr bool kSanitized = true;
+#else
+constexpr bool kSanitized = false;
+#endif
+#else
+constexpr bool kSanitized = false;
+#endif
+
+// Sorted by length; the empty text comes first.
+inline std::vector<std::string> EveryText(const std::string &alphabet, size_t maxLength)
+{
+    std::vector<std::string> texts = {""};
+    size_t begin = 0;
+    for (size_t length = 1; length <= maxLength; ++length)
+    {
+        const size_t end = texts.size();
+        for (; begin < end; ++begin)
+            for (char character : alphabet)
+                texts.push_back(texts[begin] + character);
+    }
+    return texts;
+}
+
+} // namespace QuorvaneTest

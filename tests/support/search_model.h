@@ -1,0 +1,43 @@
+// What prefix, suffix and substring tests mean: every place is tried, every character compared.
+#pragma once
+
+#include <string>
+
+namespace QuorvaneTest
+{
+
+inline char SearchFold(char character, bool ignoreCase)
+{
+    return ignoreCase && character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
+}
+
+inline bool SearchModelIsAt(const std::string &text, size_t at, const std::string &part, bool ignoreCase)
+{
+    if (at + part.size() > text.size())
+        return false;
+    for (size_t i = 0; i < part.size(); ++i)
+        if (SearchFold(text[at + i], ignoreCase) != SearchFold(part[i], ignoreCase))
+            return false;
+    return true;
+}
+
+inline bool SearchModelStartsWith(const std::string &text, const std::string &part, bool ignoreCase)
+{
+    return SearchModelIsAt(text, 0, part, ignoreCase);
+}
+
+inline bool SearchModelEndsWith(const std::string &text, const std::string &part, bool ignoreCase)
+{
+    return part.size() <= text.size() && SearchModelIsAt(text, text.size() - part.size(), part, ignoreCase);
+}
+
+// The first place of `part`, or std::string::npos.
+inline size_t SearchModelFind(const std::string &text, const std::string &part, bool ignoreCase)
+{
+    for (size_t at = 0; at <= text.size(); ++at)
+        if (SearchModelIsAt(text, at, part, ignoreCase))
+            return at;
+    return std::string::npos;
+}
+
+} // namespace QuorvaneTest
