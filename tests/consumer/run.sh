@@ -1,0 +1,116 @@
+#!/bin/sh
+# Installs the library as a packager would and uses it as its users would: through find_package, through pkg-config, and
+# as a subproject. The library is C++17; each way of using it is tried from C++17, 20 and 23.
+#
+#   run.sh <project folder> <scratch folder> <compiler>
+set -eu
+root=$1
+scratch=$2
+compiler=$3
+
+consumers=$root/tests/consumer
+log=$scratch/log
+rm -rf "$scratch"
+mkdir -p "$scratch"
+
+fail()
+{
+    printf 'FAILED: %s\n' "$*"
+    exit 1
+}
+
+# Runs a command quietly; shows what it said when it fails.
+quietly()
+{
+    "$@" >"$log" 2>&1 || {
+        cat "$log"
+        fail "$*"
+    }
+}
+
+configure()
+{
+    quietly cmake -G Ninja -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_BUILD_TYPE=Release "$@"
+}
+
+# Runs the consumers in a folder.
+#   run_consumers <folder> <expected QV_ASSERTS> <expected number>
+run_consumers()
+{
+    count=0
+    for program in "$1"/consumer_*; do
+        [ -x "$program" ] || fail "$1 has no consumers"
+        output=$("$program") || fail "$program answers $?: $output"
+        case $output in
+            "ab/c, C++ 20"[0-9][0-9]??", QV_ASSERTS $2") ;;
+            *) fail "$program prints: $output" ;;
+        esac
+        printf '%s: %s\n' "${program#"$scratch"/}" "$output"
+        count=$((count + 1))
+    done
+    [ $count -eq "$3" ] || fail "$1 has $count consumers, expected $3"
+}
+
+# Builds and installs the library, with everything else off and no test tool to be found, then moves the result.
+#   install_library <name> <further options...>
+install_library()
+{
+    name=$1
+    shift
+    configure -S "$root" -B "$scratch/build-$name" -DQV_BUILD_TESTS=OFF -DQV_BUILD_EXAMPLES=OFF \
+        -DQV_BUILD_BENCHMARKS=OFF -DCMAKE_DISABLE_FIND_PACKAGE_GTest=ON -DCMAKE_DISABLE_FIND_PACKAGE_CLI11=ON \
+        -DCMAKE_DISABLE_FIND_PACKAGE_benchmark=ON -DCMAKE_DISABLE_FIND_PACKAGE_Threads=ON "$@"
+    quietly cmake --build "$scratch/build-$name"
+    quietly cmake --install "$scratch/build-$name" --prefix "$scratch/first-$name"
+    mkdir -p "$scratch/moved"
+    mv "$scratch/first-$name" "$scratch/moved/$name"
+    if grep -r -I -l -F -e "$scratch/first-$name" -e "$root/" "$scratch/moved/$name" >"$log"; then
+        fail "installed files hold absolute paths: $(cat "$log")"
+    fi
+}
+
+# Uses an installed library both ways.
+#   use_installed <name> <expected QV_ASSERTS>
+use_installed()
+{
+    prefix=$scratch/moved/$1
+    configure -S "$consumers/find_package" -B "$scratch/find_package-$1" -DCMAKE_PREFIX_PATH="$prefix"
+    quietly cmake --build "$scratch/find_package-$1"
+    run_consumers "$scratch/find_package-$1" "$2" 3
+
+    if command -v pkg-config >/dev/null 2>&1; then
+        pc=$(find "$prefix" -name quorvane.pc)
+        library=$(dirname "$(dirname "$pc")")
+        mkdir -p "$scratch/pkg_config-$1"
+        quietly env PKG_CONFIG_PATH="$(dirname "$pc")" \
+            sh "$consumers/pkg_config/build.sh" "$compiler" "$scratch/pkg_config-$1"
+        (
+            export LD_LIBRARY_PATH="$library"
+            run_consumers "$scratch/pkg_config-$1" "$2" 4
+        )
+    else
+        printf 'skipped: pkg-config is missing\n'
+    fi
+}
+
+# The static library with the defaults.
+install_library static
+[ -f "$(find "$scratch/moved/static" -name libqv_kernel.a)" ] || fail 'no libqv_kernel.a is installed'
+for file in include/quorvane/kr_string.h include/quorvane/qv_internal/qv_namespace.h share/licenses/quorvane/LICENSE; do
+    [ -f "$scratch/moved/static/$file" ] || fail "$file is not installed"
+done
+use_installed static 1
+
+# A shared library without assertions: the definition must reach users both ways.
+install_library shared -DBUILD_SHARED_LIBS=ON -DQV_ASSERTS=OFF
+[ -n "$(find "$scratch/moved/shared" -name 'libqv_kernel.so.*')" ] || fail 'no shared library is installed'
+use_installed shared 0
+
+# The sources as a subproject; with FetchContent it is enough to see that it configures alike.
+configure -S "$consumers/add_subdirectory" -B "$scratch/add_subdirectory" -DQUORVANE_SOURCE_DIR="$root"
+quietly cmake --build "$scratch/add_subdirectory"
+run_consumers "$scratch/add_subdirectory" 1 3
+configure -S "$consumers/add_subdirectory" -B "$scratch/fetch_content" -DQUORVANE_SOURCE_DIR="$root" \
+    -DUSE_FETCH_CONTENT=ON
+
+printf 'all consumers work\n'

@@ -1,0 +1,312 @@
+// Edits that grow, cut, share and let go of two strings, whose arguments may be pieces of these strings themselves.
+#include <utility>
+
+#include "edit_model.h"
+#include "fuzz_support.h"
+#include "string_model.h"
+
+namespace
+{
+
+using namespace QuorvaneFuzz;
+using namespace QuorvaneTest;
+
+constexpr u32 kMaxSteps = 48;
+// Longer strings are cleared, since appending a string to itself doubles it.
+constexpr u32 kMaxLength = 3000;
+
+enum EVerb
+{
+    Verb_Append,
+    Verb_Prepend,
+    Verb_Join,
+    Verb_Count,
+};
+
+// How an argument is given.
+enum EForm
+{
+    Form_Counted,
+    Form_View,
+    Form_Terminated,
+    Form_Count,
+};
+
+void Apply(CString &string, EVerb verb, EForm form, const char *data, u32 count)
+{
+    const CStringView view(data, count);
+    switch (verb)
+    {
+    case Verb_Append:
+        form == Form_Counted ? string.Append(data, count)
+        : form == Form_View  ? string.Append(view)
+                             : string.Append(data);
+        break;
+    case Verb_Prepend:
+        form == Form_Counted ? string.Prepend(data, count)
+        : form == Form_View  ? string.Prepend(view)
+                             : string.Prepend(data);
+        break;
+    default:
+        form == Form_Counted ? string.AppendSlashAnd(data, count)
+        : form == Form_View  ? string.AppendSlashAnd(view)
+                             : string.AppendSlashAnd(data);
+        break;
+    }
+}
+
+void Apply(CString &string, EVerb verb, const CString &other)
+{
+    verb == Verb_Append    ? string.Append(other)
+    : verb == Verb_Prepend ? string.Prepend(other)
+                           : string.AppendSlashAnd(other);
+}
+
+std::string Expected(EVerb verb, const std::string &left, const std::string &right)
+{
+    return verb == Verb_Append    ? ModelAppend(left, right)
+           : verb == Verb_Prepend ? ModelPrepend(left, right)
+                                  : ModelJoinPath(left, right);
+}
+
+class CSession
+{
+public:
+    CSession(CInput &input, CWatch &watch) : m_Input(input), m_Watch(watch) {}
+
+    void Step()
+    {
+        m_Watch.BeginStep();
+        const u8 choice = m_Input.Byte();
+        m_Edited = choice & 1;
+        if (m_Strings[m_Edited].Length() > kMaxLength)
+            m_Strings[m_Edited] = CString(), m_Texts[m_Edited].clear();
+        switch ((choice >> 1) % 12)
+        {
+        case 0:
+        case 1:
+            return _AddText();
+        case 2:
+        case 3:
+            return _AddPiece();
+        case 4:
+            return _AddHandle();
+        case 5:
+            return _AddCharacter();
+        case 6:
+            return _Let(NewString(m_Input.Text(), m_Input.Byte()));
+        case 7:
+            return _Share();
+        case 8:
+            return _CutRaw();
+        case 9:
+            return _AddSlash();
+        case 10:
+            return _Operators();
+        default:
+            m_Strings[m_Edited].Clear();
+            return _Expect(HoldsTerminator(m_Texts[m_Edited].substr(0, 1)) ? m_Texts[m_Edited] : std::string());
+        }
+    }
+
+private:
+    EVerb _Verb() { return static_cast<EVerb>(m_Input.Below(Verb_Count)); }
+    EForm _Form() { return static_cast<EForm>(m_Input.Below(Form_Count)); }
+
+    void _AddText()
+    {
+        const EVerb verb = _Verb();
+        const EForm form = _Form();
+        const CExactText argument(m_Input.Text());
+        _Add(verb, form, argument.Data(), m_Input.Below(argument.Length() + 1), argument.Length());
+    }
+
+    // A piece of either string: of the edited one itself, or of one that may share its characters.
+    void _AddPiece()
+    {
+        const EVerb verb = _Verb();
+        const EForm form = _Form();
+        const CString &source = m_Strings[m_Input.Flag() ? 1 : 0];
+        if (source.Data() == nullptr)
+            return;
+        const u32 offset = m_Input.Below(source.Length() + 1);
+        const u32 left = source.Length() - offset;
+        _Add(verb, form, source.Data() + offset, m_Input.Below(left + 1), left);
+    }
+
+    // `available` characters stand before the terminator behind the text.
+    void _Add(EVerb verb, EForm form, const char *data, u32 count, u32 available)
+    {
+        CString &string = m_Strings[m_Edited];
+        // The one way in which a count is not heeded.
+        const bool takesAll = verb == Verb_Prepend && form == Form_Counted && count != 0 && string.Empty() &&
+                              !IsUniqueAndResizable(string);
+        const std::string argument(data, form == Form_Terminated || takesAll ? available : count);
+        Apply(string, verb, form, data, count);
+        _ExpectSum(verb, argument);
+    }
+
+    void _AddHandle()
+    {
+        const EVerb verb = _Verb();
+        const u32 other = m_Input.Flag() ? 1 : 0;
+        const std::string argument = m_Texts[other];
+        Apply(m_Strings[m_Edited], verb, m_Strings[other]);
+        _ExpectSum(verb, argument);
+    }
+
+    void _AddCharacter()
+    {
+        const bool atFront = m_Input.Flag();
+        const char character = static_cast<char>(m_Input.Byte());
+        CString &string = m_Strings[m_Edited];
+        atFront ? string.Prepend(character) : string.Append(character);
+        _ExpectSum(atFront ? Verb_Prepend : Verb_Append, std::string(character != '\0' ? 1 : 0, character));
+    }
+
+    void _AddSlash()
+    {
+        const CString added = m_Strings[m_Edited].SlashAppended();
+        m_Strings[m_Edited].AppendSlash();
+        const std::string &text = m_Texts[m_Edited];
+        const bool needsNone = text.empty() || text[0] == '\0' || text.back() == '/';
+        const std::string expected = needsNone ? text : text + '/';
+        QV_FUZZ_CHECK(TextOf(added) == expected || m_Watch.HasRefused());
+        _Expect(expected);
+    }
+
+    void _Operators()
+    {
+        const EVerb verb = m_Input.Flag() ? Verb_Append : Verb_Join;
+        const CString &a = m_Strings[0];
+        const CString &b = m_Strings[1];
+        CString sums[4];
+        if (verb == Verb_Append)
+            sums[0] = a + b, sums[1] = a + CStringView(b), sums[2] = CStringView(a) + b, sums[3] = CString(a) + b;
+        else
+            sums[0] = a / b, sums[1] = a / CStringView(b), sums[2] = CStringView(a) / b, sums[3] = CString(a) / b;
+        for (const CString &sum : sums)
+        {
+            QV_FUZZ_CHECK(IsWellFormed(sum));
+            QV_FUZZ_CHECK(m_Watch.HasRefused() || !_IsPlain(m_Texts[0] + m_Texts[1]) ||
+                          TextOf(sum) == Expected(verb, m_Texts[0], m_Texts[1]));
+        }
+        _Check();
+    }
+
+    void _Share()
+    {
+        CString &edited = m_Strings[m_Edited];
+        CString &other = m_Strings[1 - m_Edited];
+        switch (m_Input.Below(4))
+        {
+        case 0:
+            edited = other;
+            m_Texts[m_Edited] = m_Texts[1 - m_Edited];
+            break;
+        case 1:
+            edited = std::move(other);
+            m_Texts[m_Edited] = std::exchange(m_Texts[1 - m_Edited], std::string());
+            break;
+        case 2:
+            std::swap(edited, other);
+            std::swap(m_Texts[0], m_Texts[1]);
+            break;
+        default:
+        {
+            const CString &itself = edited;
+            edited = itself;
+            break;
+        }
+        }
+        _Check();
+    }
+
+    // Writes a terminator into the characters by hand.
+    void _CutRaw()
+    {
+        CString &string = m_Strings[m_Edited];
+        const u32 length = string.Length();
+        const u32 at = m_Input.Below(length + 1);
+        char *data = string.RawDataForWriting();
+        std::string expected;
+        if (data != nullptr)
+        {
+            data[at] = '\0';
+            expected = ModelToTerminator(m_Texts[m_Edited].substr(0, at));
+        }
+        string.RebuildAfterRawModification();
+        _Expect(expected);
+    }
+
+    void _Let(CString string)
+    {
+        m_Strings[m_Edited] = std::move(string);
+        m_Texts[m_Edited] = TextOf(m_Strings[m_Edited]);
+        _Check();
+    }
+
+    // Texts with terminators have rules of their own, and joins report backslashes.
+    static bool _IsPlain(const std::string &text) { return !HoldsTerminator(text); }
+    static bool _MayReport(const std::string &text) { return text.find('\\') != std::string::npos; }
+
+    void _ExpectSum(EVerb verb, const std::string &argument)
+    {
+        const std::string before = m_Texts[m_Edited];
+        if (!_IsPlain(before + argument))
+            m_Texts[m_Edited] = TextOf(m_Strings[m_Edited]);
+        else if (m_Watch.HasRefused())
+            _ExpectOneOf(Expected(verb, before, argument));
+        else
+        {
+            QV_FUZZ_CHECK(!m_Watch.HasReported() || _MayReport(before + argument));
+            m_Texts[m_Edited] = Expected(verb, before, argument);
+        }
+        _Check();
+    }
+
+    void _Expect(const std::string &expected)
+    {
+        if (m_Watch.HasRefused())
+            _ExpectOneOf(expected);
+        else
+            m_Texts[m_Edited] = expected;
+        _Check();
+    }
+
+    // What an edit may leave behind whose memory was refused.
+    void _ExpectOneOf(const std::string &expected)
+    {
+        const std::string text = TextOf(m_Strings[m_Edited]);
+        QV_FUZZ_CHECK(text.empty() || text == expected || text == m_Texts[m_Edited]);
+        m_Texts[m_Edited] = text;
+    }
+
+    void _Check()
+    {
+        for (u32 i = 0; i < 2; ++i)
+        {
+            QV_FUZZ_CHECK(IsWellFormed(m_Strings[i]));
+            QV_FUZZ_CHECK(TextOf(m_Strings[i]) == m_Texts[i]);
+        }
+    }
+
+    CInput &m_Input;
+    CWatch &m_Watch;
+    u32 m_Edited = 0;
+    CString m_Strings[2];
+    std::string m_Texts[2];
+};
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    CInput input(data, size);
+    CWatch watch(input);
+    input.ChooseLetters("ab/");
+    CSession session(input, watch);
+    for (u32 i = 0; i < kMaxSteps && !input.AtEnd(); ++i)
+        session.Step();
+    return 0;
+}

@@ -1,0 +1,34 @@
+#!/bin/sh
+# Rule: the library's objects hold no code that runs before main or registers anything for after it.
+# Reason: strings are used in constructors and destructors of static objects of other files, whose order is nobody's to
+# choose; what the compiler has initialised is ready for all of them.
+#
+# Checked on clang++'s objects: g++ knows no way to leave out the empty string's exit handler. They are not optimised: what
+# only the optimiser turns into a constant does not count.
+. "$(dirname "$0")/common.inc"
+
+# Not CXX, which may well be g++.
+compiler=
+for candidate in clang++ clang++-14 clang++-15 clang++-16 clang++-17 clang++-18 clang++-19; do
+    if command -v "$candidate" >/dev/null 2>&1; then
+        compiler=$candidate
+        break
+    fi
+done
+[ -n "$compiler" ] || skip 'clang++ is missing'
+command -v readelf >/dev/null 2>&1 || skip 'readelf is missing'
+
+(cd "$root" && find Runtime/qv_kernel/layer_0 -name '*.cpp' -print | sort) >"$scratch/sources"
+while IFS= read -r source; do
+    if ! "$compiler" -std=c++17 -O0 -fno-exceptions \
+        -Wglobal-constructors -Wexit-time-destructors \
+        "-I$root/Runtime/include" "-I$root/Runtime/qv_kernel/include" \
+        -c "$root/$source" -o "$scratch/object.o" 2>"$scratch/errors"; then
+        breach "$source: does not compile: $(grep -m 1 error "$scratch/errors")"
+        continue
+    fi
+    sections=$(readelf -S -W "$scratch/object.o" | grep -E -o '\.(init_array|fini_array|ctors|dtors|preinit_array)\b' | sort -u | tr '\n' ' ')
+    [ -z "$sections" ] || breach "$source: has sections $sections"
+    sed -n "s,^$root/,,; /-Wglobal-constructors\|-Wexit-time-destructors/p" "$scratch/errors" >>"$breaches"
+done <"$scratch/sources"
+verdict

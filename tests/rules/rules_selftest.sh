@@ -1,0 +1,149 @@
+#!/bin/sh
+# Proves the rules: each holds for a small tree that keeps it, and bites on a sample that breaks it.
+# Reason: a rule that never fails cannot be told from one that does not look.
+. "$(dirname "$0")/common.inc"
+
+todo=$(printf 'TO%s' DO)
+good=$scratch/good
+bad=$scratch/bad
+
+# Writes stdin to a file of the given tree.
+put()
+{
+    mkdir -p "$(dirname "$1")"
+    cat >"$1"
+}
+
+# The tree that keeps every rule.
+mkdir -p "$good/build"
+cp "$root/.clang-format" "$good/" 2>/dev/null
+for header in include/qv_defs qv_kernel/include/kr_assert qv_kernel/include/kr_mem qv_kernel/include/kr_string; do
+    printf '#pragma once\n\n#define QV_SAMPLE_%s 1\n' "$(basename "$header" | tr '[:lower:]' '[:upper:]')" |
+        put "$good/Runtime/$header.h"
+    printf 'int Test();\n' | put "$good/tests/${header}_test.cpp"
+done
+put "$good/Runtime/qv_kernel/layer_0/kr_string/string.cpp" <<'END'
+#include "kr_string.h"
+
+#include "string_private.h"
+
+#include "kr_mem.h"
+
+const char g_Constant[] = "initialised by the compiler";
+END
+printf '#pragma once\n' | put "$good/Runtime/qv_kernel/layer_0/kr_string/string_private.h"
+printf '#pragma once\n' | put "$good/Runtime/qv_kernel/layer_0/kr_mem/mem_private.h"
+printf 'int Test();\n' | put "$good/tests/qv_kernel/layer_0/kr_string/string_test.cpp"
+printf '#!/bin/sh\necho "$#"\n' | put "$good/run.sh"
+printf 'int main();\n' | put "$good/examples/first_example/main.cpp"
+# shellcheck disable=SC2016
+printf 'A sample. %s(2030): gone by then.\n\n```cpp\nint main();\n```\n' "$todo" | put "$good/README.md"
+
+# Lists every test file of a tree as built.
+list_as_built()
+{
+    (cd "$1" && find tests -name '*_test.cpp' -print) | while IFS= read -r file; do
+        printf '  "file": "%s/%s"\n' "$1" "$file"
+    done >"$1/build/compile_commands.json"
+}
+
+# Runs a rule on a tree; its output goes to $scratch/output.
+run_rule()
+{
+    sh "$rules/$1.sh" "$2" "$2/build" >"$scratch/output" 2>&1
+}
+
+list_as_built "$good"
+skipped=' '
+proven=$scratch/proven
+: >"$proven"
+for script in "$rules"/*.sh; do
+    name=$(basename "$script" .sh)
+    [ "$name" != "$rule" ] || continue
+    run_rule "$name" "$good"
+    case $? in
+        0) ;;
+        77) skipped="$skipped$name " ;;
+        *) breach "$name: does not hold for the good tree: $(tail -n 1 "$scratch/output")" ;;
+    esac
+done
+
+# bites <rule> <file>: the rule must name the file once its content is replaced by stdin.
+bites()
+{
+    rm -rf "$bad"
+    cp -R "$good" "$bad"
+    put "$bad/$2"
+    printf '%s\n' "$1" >>"$proven"
+    [ "$1" = mirror ] || list_as_built "$bad"
+    case $skipped in
+        *" $1 "*) return ;;
+    esac
+    run_rule "$1" "$bad"
+    code=$?
+    if [ $code -ne 1 ]; then
+        breach "$1: answers $code for a bad $2"
+    elif ! grep -q -F "$2" "$scratch/output"; then
+        breach "$1: does not name the bad $2: $(tail -n 1 "$scratch/output")"
+    fi
+}
+
+defs=Runtime/include/qv_defs.h
+string=Runtime/qv_kernel/include/kr_string.h
+source=Runtime/qv_kernel/layer_0/kr_string/string.cpp
+
+printf '// caf\303\251\n' | bites ascii $defs
+printf 'carriage return\r\n' | bites ascii README.md
+printf 'binary\001\n' | bites ascii $source
+
+printf '// %s: later\n' "$todo" | bites todo $source
+printf '// %s(reason) and %s\n' "$todo" "$todo" | bites todo $source
+printf '// %s()\n' "$todo" | bites todo $source
+
+printf '#define MAX 1\n' | bites macro_prefix $defs
+printf '#define null 0\n' | bites macro_prefix $string
+printf '#define QV_lower 1\n' | bites macro_prefix $string
+printf '#if 0\n#  define max(a, b) a\n#endif\n' | bites macro_prefix $string
+printf '#undef assert\n' | bites macro_prefix $string
+printf '#def\\\nine HIDDEN 1\n' | bites macro_prefix $string
+
+printf '#include "kr_string.h"\n' | bites layering $defs
+printf '#include <kr_string.h>\n' | bites layering Runtime/qv_kernel/include/kr_mem.h
+printf '#include "kr_mem.h"\n' | bites layering Runtime/qv_kernel/include/kr_mem.h
+printf '#include "mem_private.h"\n' | bites layering $source
+printf '#include "../kr_mem/mem_private.h"\n' | bites layering $source
+printf '#include "kr_string.h"\n' | bites layering Runtime/qv_kernel/layer_0/kr_mem/mem_private.h
+printf '#include "string_private.h"\n' | bites layering $string
+printf '#include "kr_unknown.h"\n' | bites layering $source
+printf '#pragma once\n' | bites layering Runtime/include/qv_unranked.h
+printf '#include "kr_mem.h"\n' | bites layering Runtime/qv_kernel/layer_0/kr_unranked/a.cpp
+
+printf '#pragma once\n' | bites mirror Runtime/include/qv_new.h
+printf 'int a;\n' | bites mirror Runtime/qv_kernel/layer_0/kr_mem/mem.cpp
+printf 'int a;\n' | bites mirror tests/qv_kernel/layer_0/kr_string/unbuilt_test.cpp
+
+printf 'struct S { S(); } s;\n' | bites no_dynamic_init $source
+printf 'struct S { ~S(); };\nS s;\n' | bites no_dynamic_init $source
+printf 'int f();\nint n = f();\n' | bites no_dynamic_init $source
+printf 'struct S { ~S(); };\nS &f()\n{ static S s;\nreturn s; }\n' | bites no_dynamic_init $source
+
+printf 'int   f( );\n' | bites format $source
+printf 'if x; then\n' | bites shell run.sh
+printf '#!/bin/bash\n' | bites shell run.sh
+printf '#!/bin/bash\n' | bites shell tool
+
+# shellcheck disable=SC2016
+printf '```cpp\nint other();\n```\n' | bites readme_example README.md
+# shellcheck disable=SC2016
+printf '```cpp\nint other();\n```\n' | bites readme_example docs/page.md
+
+for script in "$rules"/*.sh; do
+    name=$(basename "$script" .sh)
+    [ "$name" = "$rule" ] || grep -q -x "$name" "$proven" || breach "$name: has no bad sample in this script"
+done
+
+case $skipped in
+    ' ') ;;
+    *) printf '%s: not proven here, for want of tools:%s\n' "$rule" "$skipped" ;;
+esac
+verdict
