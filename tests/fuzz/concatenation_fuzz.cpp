@@ -94,7 +94,7 @@ public:
         case 5:
             return _AddCharacter();
         case 6:
-            return _Let(NewString(m_Input.Text(), m_Input.Byte()));
+            return _BeginAnew();
         case 7:
             return _Share();
         case 8:
@@ -239,9 +239,10 @@ private:
         _Expect(expected);
     }
 
-    void _Let(CString string)
+    void _BeginAnew()
     {
-        m_Strings[m_Edited] = std::move(string);
+        const u32 capacity = m_Input.Byte();
+        m_Strings[m_Edited] = NewString(m_Input.Text(), capacity);
         m_Texts[m_Edited] = TextOf(m_Strings[m_Edited]);
         _Check();
     }

@@ -373,8 +373,8 @@ public:
 
     // Gives a new container of the fixed form. Allocates: once, for twice the length. Fails: the string is unchanged.
     CString &Escape();
-    // In place, in a private copy when the container is shared. Reports "m_Container->RefCount() == 1" when the copy
-    // cannot be had. Fails: an empty string.
+    // In place, in a private copy when the container is shared. Fails: an empty string, after the reports
+    // "_P::m_Ptr != null" and "m_Container->RefCount() == 1".
     CString &Unescape();
     CString Escaped() const;
     CString Unescaped() const;
@@ -407,7 +407,7 @@ public:
 
     // Removes characters of the set from both ends, the start or the end. A null or empty set strips nothing; a string
     // of nothing else is emptied. Nothing to strip leaves a shared container shared. Returns: this string.
-    // Fails: an empty string; StripRight reports "data != null".
+    // Fails: an empty string; Strip and StripRight report "data != null".
     CString &Strip(const char *chars);
     CString &StripLeft(const char *chars);
     CString &StripRight(const char *chars);

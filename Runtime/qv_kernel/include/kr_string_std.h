@@ -34,6 +34,8 @@ inline std::string_view ToStdStringView(const CString &string QV_INTERNAL_LIFETI
 {
     return ToStdStringView(CStringView(string));
 }
+// A literal would become a temporary string, and the view would outlive it.
+std::string_view ToStdStringView(const char *) = delete;
 
 // The standard's view as ours. Views of more than 32 bits are cut. Borrows.
 inline CStringView FromStdStringView(std::string_view view)
@@ -73,7 +75,7 @@ inline std::string_view ComparableText(const char *text)
 } // namespace Internal
 
 // A hash of strings, views, the standard's views and buffers: equal for equal characters, and equal to what std::hash
-// gives the standard's view of them.
+// gives the standard's view of them (of the empty view, for a text that begins with a terminator).
 struct SStringHash
 {
     typedef void is_transparent;

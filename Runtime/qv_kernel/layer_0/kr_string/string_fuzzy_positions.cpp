@@ -31,7 +31,7 @@ public:
         : m_Rows(rows),
           m_Columns(columns),
           m_Cells(static_cast<u64>(rows.Length()) * columns.Length()),
-          m_Block(Mem::_RawAlloc(_RowBytes() + m_Cells / 4 + 1, 0, Mem::AllocType_Generic, Mem::Origin_Alloc,
+          m_Block(Mem::_RawAlloc(_RowBytes() + m_Cells / 4 + 1, alignof(u32), Mem::AllocType_Generic, Mem::Origin_Alloc,
                                  QV_INTERNAL_MEM_SITE))
     {
     }
