@@ -1,3 +1,4 @@
+#include <clocale>
 #include <cstdarg>
 #include <cstring>
 #include <string>
@@ -146,6 +147,7 @@ TEST_F(BufferFormat, RefusedMemoryGivesNull)
 TEST_F(BufferFormat, AFormattingThatFailsGivesNull)
 {
     // No text in the "C" locale has this character.
+    std::setlocale(LC_ALL, "C");
     static const wchar_t kUnknown[] = {0x12345, 0};
     EXPECT_EQ(Format(m_Buffer.First(), m_Buffer.Last(), m_Length, "%ls", kUnknown), nullptr);
     EXPECT_EQ(m_Length, 0u);

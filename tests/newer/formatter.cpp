@@ -1,0 +1,29 @@
+// The standard's formatting of strings and views, for standard libraries that have it. 0 is success.
+#include <string>
+
+#include "kr_string_std.h"
+
+#if !defined(__cpp_lib_format)
+
+// The script that builds this takes it as "cannot be tested here".
+int main()
+{
+    return 77;
+}
+
+#else
+
+using namespace Quorvane;
+
+int main()
+{
+    const CString string("abc");
+    const CStringView view = CStringView(string).Slice(1);
+    bool right = std::format("{}|{}", string, view) == "abc|bc";
+    right = right && std::format("{:>5}|{:*<4}|{:.2}", string, view, string) == "  abc|bc**|ab";
+    right = right && std::format("{}", CString()).empty() && std::format("{}", CStringView()).empty();
+    right = right && std::format("{}", CString("a\0b", 3)) == std::string("a\0b", 3);
+    return right ? 0 : 1;
+}
+
+#endif
