@@ -147,15 +147,15 @@ TEST(AssertionHandler, EvalAssertTakesItsMessageAsItIs)
 TEST(AssertionHandler, EvalAssertFormatHandsOverTheFormattedMessage)
 {
     const CAssertRecorder recorder;
-    Assert::EvalAssertFormat("file", "function", 12, "expression", "expanded", "%s: %d of %llu, %.2f", "x", -1, 2ull,
-                             0.5);
+    Assert::EvalAssertFormat("file", "function", 12, "expression", "expanded", "%s: %d of %llu, %c", "x", -1, 2ull,
+                             'y');
     ASSERT_EQ(recorder.Count(), 1u);
     EXPECT_EQ(recorder.Last().m_File, "file");
     EXPECT_EQ(recorder.Last().m_Function, "function");
     EXPECT_EQ(recorder.Last().m_Line, 12);
     EXPECT_EQ(recorder.Last().m_Expression, "expression");
     EXPECT_EQ(recorder.Last().m_ExpandedExpression, "expanded");
-    EXPECT_EQ(recorder.Last().m_Message, "x: -1 of 2, 0.50");
+    EXPECT_EQ(recorder.Last().m_Message, "x: -1 of 2, y");
 }
 
 TEST(AssertionHandler, FormattedMessagesAreCutAt4095Characters)
