@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "null_text.h"
 #include "string_sizes.h"
 
 namespace Quorvane
@@ -10,11 +11,6 @@ namespace Quorvane
 
 namespace
 {
-
-bool IsNullOrEmpty(const char *text)
-{
-    return text == nullptr || *text == '\0';
-}
 
 // The order of two containers' characters, as far as the first `lengthA` + 1 bytes tell: the terminator takes part.
 // A longer text may hold terminators where the shorter one ends; nothing is read behind the shorter one's last block.
@@ -41,11 +37,11 @@ s32 OrderOfBytes(const char *a, u32 lengthA, const char *b, u32 lengthB)
 bool CString::Compare(const char *other, ECaseSensitivity caseSensitivity) const
 {
     if (m_Container == null)
-        return IsNullOrEmpty(other);
+        return Internal::IsNullOrEmpty(other);
     const char *data = Data();
     QV_INTERNAL_ASSERT_TEXT("m_Container->Data() != null", data != nullptr);
     if (other == nullptr || data == nullptr)
-        return IsNullOrEmpty(data) && IsNullOrEmpty(other);
+        return Internal::IsNullOrEmpty(data) && Internal::IsNullOrEmpty(other);
     if (caseSensitivity != CaseSensitive)
         return SNativeStringUtils::EqualCase(data, other);
     return data == other || SNativeStringUtils::Equal(data, other);
@@ -58,7 +54,7 @@ bool CString::Compare(const CStringView &other, ECaseSensitivity caseSensitivity
     const char *data = Data();
     QV_INTERNAL_ASSERT_TEXT("m_Container->Data() != null", data != nullptr);
     if (other.Empty())
-        return IsNullOrEmpty(data);
+        return Internal::IsNullOrEmpty(data);
     const u32 length = Length();
     if (length != other.Length() || data == nullptr || other.Data() == nullptr)
         return false;

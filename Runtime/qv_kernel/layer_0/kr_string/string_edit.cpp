@@ -5,19 +5,10 @@
 
 #include "character_set.h"
 #include "kr_mem_utils.h"
+#include "null_text.h"
 
 namespace Quorvane
 {
-
-namespace
-{
-
-bool IsNullOrEmpty(const char *text)
-{
-    return text == nullptr || *text == '\0';
-}
-
-} // namespace
 
 CString &CString::Reverse()
 {
@@ -55,7 +46,7 @@ CString CString::Replace(char searchFor, char replaceWith) const
 
 CString &CString::Strip(const char *chars)
 {
-    if (IsNullOrEmpty(chars) || Data() == nullptr)
+    if (Internal::IsNullOrEmpty(chars) || Data() == nullptr)
         return *this;
     // Both ends are found before either is stripped: the set may lie in the string itself.
     const Internal::CCharacterSet set(chars);
@@ -76,7 +67,7 @@ CString &CString::Strip(const char *chars)
 
 CString &CString::StripLeft(const char *chars)
 {
-    if (IsNullOrEmpty(chars) || Data() == nullptr)
+    if (Internal::IsNullOrEmpty(chars) || Data() == nullptr)
         return *this;
     const u32 length = Length();
     const u32 stripped = Internal::CountLeading(Data(), length, Internal::CCharacterSet(chars));
@@ -95,7 +86,7 @@ CString &CString::StripLeft(const char *chars)
 
 CString &CString::StripRight(const char *chars)
 {
-    if (IsNullOrEmpty(chars) || Data() == nullptr)
+    if (Internal::IsNullOrEmpty(chars) || Data() == nullptr)
         return *this;
     const u32 length = Length();
     const u32 newLength = Internal::LengthWithoutTrailing(Data(), length, Internal::CCharacterSet(chars));

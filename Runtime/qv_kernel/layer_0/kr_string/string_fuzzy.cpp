@@ -9,7 +9,7 @@
 
 #include "fuzzy_distance.h"
 #include "fuzzy_lanes.h"
-#include "kr_mem.h"
+#include "raw_block.h"
 
 namespace Quorvane
 {
@@ -27,23 +27,19 @@ constexpr u32 kStackCells = 256;
 class CFuzzyRow
 {
 public:
-    explicit CFuzzyRow(u32 longerLength) : m_Block(nullptr), m_Row(m_Stack)
+    explicit CFuzzyRow(u32 longerLength)
+        : m_Block(longerLength < kStackCells ? CRawBlock() : CRawBlock(_BytesOfRow(longerLength))),
+          m_Row(longerLength < kStackCells ? m_Stack : static_cast<FuzzyCarry *>(m_Block.Data()))
     {
-        if (longerLength < kStackCells)
-            return;
-        const u64 bytes = (static_cast<u64>(longerLength) + 1) * sizeof(u32);
-        m_Block = Mem::_RawAlloc(bytes, 0, Mem::AllocType_Generic, Mem::Origin_Alloc, QV_INTERNAL_MEM_SITE);
-        m_Row = static_cast<FuzzyCarry *>(m_Block);
     }
-    ~CFuzzyRow() { Mem::_RawFree(m_Block, Mem::AllocType_Generic, Mem::Origin_Alloc, QV_INTERNAL_MEM_SITE); }
-    CFuzzyRow(const CFuzzyRow &) = delete;
-    CFuzzyRow &operator=(const CFuzzyRow &) = delete;
 
     // Null when memory is refused.
     FuzzyCarry *Carries() const { return m_Row; }
 
 private:
-    void *m_Block;
+    static u64 _BytesOfRow(u32 longerLength) { return (static_cast<u64>(longerLength) + 1) * sizeof(u32); }
+
+    CRawBlock m_Block;
     FuzzyCarry *m_Row;
     FuzzyCarry m_Stack[kStackCells];
 };

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "kr_mem.h"
+#include "raw_block.h"
 
 namespace Quorvane
 {
@@ -31,20 +31,16 @@ public:
         : m_Rows(rows),
           m_Columns(columns),
           m_Cells(static_cast<u64>(rows.Length()) * columns.Length()),
-          m_Block(Mem::_RawAlloc(_RowBytes() + m_Cells / 4 + 1, alignof(u32), Mem::AllocType_Generic, Mem::Origin_Alloc,
-                                 QV_INTERNAL_MEM_SITE))
+          m_Block(_RowBytes() + m_Cells / 4 + 1, alignof(u32))
     {
     }
-    ~CAlignment() { Mem::_RawFree(m_Block, Mem::AllocType_Generic, Mem::Origin_Alloc, QV_INTERNAL_MEM_SITE); }
-    CAlignment(const CAlignment &) = delete;
-    CAlignment &operator=(const CAlignment &) = delete;
 
     // False when memory was refused.
-    bool IsReady() const { return m_Block != nullptr; }
+    bool IsReady() const { return m_Block.Data() != nullptr; }
 
     void Compute()
     {
-        u32 *const row = static_cast<u32 *>(m_Block);
+        u32 *const row = static_cast<u32 *>(m_Block.Data());
         for (u32 j = 0; j <= m_Columns.Length(); ++j)
             row[j] = j + 1;
         std::memset(_Steps(), 0, static_cast<std::size_t>(m_Cells / 4 + 1));
@@ -70,7 +66,7 @@ public:
 
 private:
     u64 _RowBytes() const { return (static_cast<u64>(m_Columns.Length()) + 1) * sizeof(u32); }
-    u8 *_Steps() const { return static_cast<u8 *>(m_Block) + _RowBytes(); }
+    u8 *_Steps() const { return static_cast<u8 *>(m_Block.Data()) + _RowBytes(); }
 
     EStep _StepAt(u32 i, u32 j) const
     {
@@ -106,7 +102,7 @@ private:
     CStringView m_Rows;
     CStringView m_Columns;
     u64 m_Cells;
-    void *m_Block;
+    Internal::CRawBlock m_Block;
 };
 
 } // namespace

@@ -5,8 +5,8 @@
 // memory ran out are kept.
 #include "kr_string.h"
 
-#include "kr_mem.h"
 #include "kr_mem_utils.h"
+#include "raw_block.h"
 #include "string_sizes.h"
 
 namespace Quorvane
@@ -66,53 +66,39 @@ void WriteReplaced(char *writeTo, const SReplacing &replacing, u32 count)
     Write(writeTo, from, static_cast<u64>(replacing.m_Text.Data() + replacing.m_Text.Length() - from));
 }
 
-// A raw block that is freed with its holder.
-class CWorkBuffer
+char *CharactersOf(const Internal::CRawBlock &block)
 {
-public:
-    explicit CWorkBuffer(u64 size)
-        : m_Data(static_cast<char *>(
-              Mem::_RawAlloc(size, 0, Mem::AllocType_Generic, Mem::Origin_Alloc, QV_INTERNAL_MEM_SITE)))
-    {
-    }
-    ~CWorkBuffer() { Mem::_RawFree(m_Data, Mem::AllocType_Generic, Mem::Origin_Alloc, QV_INTERNAL_MEM_SITE); }
-    CWorkBuffer(const CWorkBuffer &) = delete;
-    CWorkBuffer &operator=(const CWorkBuffer &) = delete;
-
-    char *Data() const { return m_Data; }
-    void Swap(CWorkBuffer &other) { std::swap(m_Data, other.m_Data); }
-
-private:
-    char *m_Data;
-};
+    return static_cast<char *>(block.Data());
+}
 
 // Replaces one occurrence after the other, each into a new buffer, and stops where memory is refused.
 CString ReplaceMatchByMatch(const SReplacing &replacing, u32 count)
 {
     u64 length = replacing.m_Text.Length();
-    CWorkBuffer work(length + 1);
+    Internal::CRawBlock work(length + 1);
     if (work.Data() == nullptr)
         return CString();
-    *Write(work.Data(), replacing.m_Text.Data(), length) = '\0';
+    *Write(CharactersOf(work), replacing.m_Text.Data(), length) = '\0';
     const u32 patternLength = replacing.m_Pattern.Length();
     const u32 growth = replacing.m_Replacement.Length() - patternLength;
     u64 searchFrom = 0;
     for (; count != 0; --count)
     {
-        const char *found = SNativeStringUtils::Find(work.Data() + searchFrom, static_cast<u32>(length - searchFrom),
-                                                     replacing.m_Pattern.Data(), patternLength);
-        CWorkBuffer grown(length + growth + 1);
+        const char *found =
+            SNativeStringUtils::Find(CharactersOf(work) + searchFrom, static_cast<u32>(length - searchFrom),
+                                     replacing.m_Pattern.Data(), patternLength);
+        Internal::CRawBlock grown(length + growth + 1);
         if (grown.Data() == nullptr)
             break;
-        const u64 before = static_cast<u64>(found - work.Data());
-        char *writeTo = Write(grown.Data(), work.Data(), before);
+        const u64 before = static_cast<u64>(found - CharactersOf(work));
+        char *writeTo = Write(CharactersOf(grown), CharactersOf(work), before);
         writeTo = Write(writeTo, replacing.m_Replacement.Data(), replacing.m_Replacement.Length());
         Write(writeTo, found + patternLength, length + 1 - before - patternLength);
         work.Swap(grown);
         length += growth;
         searchFrom = before + replacing.m_Replacement.Length();
     }
-    return CString(work.Data());
+    return CString(CharactersOf(work));
 }
 
 } // namespace

@@ -4,17 +4,13 @@
 #include <cstring>
 
 #include "character_set.h"
+#include "null_text.h"
 
 namespace Quorvane
 {
 
 namespace
 {
-
-bool IsNullOrEmpty(const char *text)
-{
-    return text == nullptr || *text == '\0';
-}
 
 CGuid IndexOf(const char *found, const char *data)
 {
@@ -101,7 +97,7 @@ bool CString::Empty(const char *blanks) const
 {
     if (Empty())
         return true;
-    if (IsNullOrEmpty(blanks))
+    if (Internal::IsNullOrEmpty(blanks))
         return false;
     // The terminator is in no set, so it ends the walk.
     const Internal::CCharacterSet set(blanks);
