@@ -96,6 +96,9 @@ struct SNativeStringUtils
     static const char *Find(const char *data, u32 length, const char *needle, u32 needleLength);
     static const char *FindCase(const char *data, u32 length, const char *needle, u32 needleLength);
 
+    // The last of the first `length` characters that is `character`; null when there is none. Cost: linear.
+    static const char *FindLast(const char *data, u32 length, char character);
+
     // True when the first `length` characters are equal but for case. Neither text needs a terminator.
     static bool EqualCase(const char *data0, const char *data1, u32 length);
 

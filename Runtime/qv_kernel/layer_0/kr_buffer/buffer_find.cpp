@@ -35,4 +35,9 @@ const char *SNativeStringUtils::FindCase(const char *data, u32 length, const cha
     return search.FindIn(data, length);
 }
 
+const char *SNativeStringUtils::FindLast(const char *data, u32 length, char character)
+{
+    return length != 0 ? Internal::PortFindLast(data, length, character) : nullptr;
+}
+
 } // namespace Quorvane

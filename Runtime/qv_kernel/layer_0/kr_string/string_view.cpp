@@ -35,6 +35,12 @@ bool EqualText(const char *a, const char *b, u32 length, ECaseSensitivity caseSe
     return caseSensitivity != CaseSensitive ? SNativeStringUtils::EqualCase(a, b, length) : EqualBytes(a, b, length);
 }
 
+// The index of what was found in the characters from `data` on.
+CGuid IndexOf(const char *found, const char *data)
+{
+    return found != nullptr ? CGuid(static_cast<u32>(found - data)) : CGuid::INVALID;
+}
+
 CStringView StrippedLeft(const CStringView &view, const Internal::CCharacterSet &set)
 {
     return view.Slice(Internal::CountLeading(view.Data(), ReadableLength(view), set));
@@ -188,8 +194,7 @@ CGuid CStringView::FindNextOf(char character, u32 start) const
     const u32 length = ReadableLength(*this);
     if (start >= length)
         return CGuid::INVALID;
-    const void *found = std::memchr(m_Data + start, character, length - start);
-    return found != nullptr ? CGuid(static_cast<u32>(static_cast<const char *>(found) - m_Data)) : CGuid::INVALID;
+    return IndexOf(static_cast<const char *>(std::memchr(m_Data + start, character, length - start)), m_Data);
 }
 
 CGuid CStringView::FindNextOf(const char *set, u32 start) const
@@ -204,10 +209,7 @@ CGuid CStringView::FindNextOf(const char *set, u32 start) const
 
 CGuid CStringView::FindLastOf(char character) const
 {
-    for (u32 i = ReadableLength(*this); i != 0; --i)
-        if (m_Data[i - 1] == character)
-            return CGuid(i - 1);
-    return CGuid::INVALID;
+    return IndexOf(SNativeStringUtils::FindLast(m_Data, ReadableLength(*this), character), m_Data);
 }
 
 } // namespace Quorvane

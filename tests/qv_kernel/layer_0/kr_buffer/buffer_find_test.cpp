@@ -273,4 +273,31 @@ TEST(BufferFind, EqualCaseSeesADifferenceInEveryPlaceAndNothingBehindTheEnd)
     }
 }
 
+TEST(BufferFind, FindLastAnswersTheLastOccurrenceInEveryPlace)
+{
+    for (u32 length = 0; length <= 80; ++length)
+    {
+        const std::string text(length, 'a');
+        EXPECT_EQ(SNativeStringUtils::FindLast(text.data(), length, 'x'), nullptr);
+        for (u32 place = 0; place < length; ++place)
+        {
+            std::string marked = "x" + text.substr(1);
+            marked[place] = 'x';
+            EXPECT_EQ(Found(marked, SNativeStringUtils::FindLast(marked.data(), length, 'x')), place);
+        }
+    }
+}
+
+TEST(BufferFind, FindLastFindsTerminatorsAndHighBytesAndNothingBehindTheEnd)
+{
+    const std::string text("a\0b\xFF"
+                           "c\0",
+                           6);
+    EXPECT_EQ(Found(text, SNativeStringUtils::FindLast(text.data(), 6, '\0')), 5u);
+    EXPECT_EQ(Found(text, SNativeStringUtils::FindLast(text.data(), 5, '\0')), 1u);
+    EXPECT_EQ(Found(text, SNativeStringUtils::FindLast(text.data(), 6, '\xFF')), 3u);
+    EXPECT_EQ(Found(text, SNativeStringUtils::FindLast(text.data(), 4, 'c')), kNowhere);
+    EXPECT_EQ(SNativeStringUtils::FindLast(nullptr, 0, 'a'), nullptr);
+}
+
 } // namespace
