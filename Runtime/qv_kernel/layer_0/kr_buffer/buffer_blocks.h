@@ -55,6 +55,8 @@
 
 #include "qv_defs.h"
 
+#include "kr_simd/simd_wide.h"
+
 #if defined(__SSE2__) || defined(_M_X64) || (defined(_M_IX86_FP) && _M_IX86_FP >= 2)
 #define QV_BUFFER_HAS_SSE2 1
 #include <emmintrin.h>
@@ -68,11 +70,6 @@
 #include <arm_neon.h>
 #else
 #define QV_BUFFER_HAS_NEON 0
-#endif
-
-// Defined as 1 for a whole build, it makes the portable form the library's: for testing only.
-#if !defined(QV_BUFFER_FORCE_PORTABLE)
-#define QV_BUFFER_FORCE_PORTABLE 0
 #endif
 
 namespace Quorvane::Internal
@@ -407,9 +404,9 @@ private:
 
 #endif // QV_BUFFER_HAS_NEON
 
-#if QV_BUFFER_HAS_SSE2 && !QV_BUFFER_FORCE_PORTABLE
+#if QV_BUFFER_HAS_SSE2 && QV_SIMD_LEVEL >= 1
 using SBlock = SBlockSse2;
-#elif QV_BUFFER_HAS_NEON && !QV_BUFFER_FORCE_PORTABLE
+#elif QV_BUFFER_HAS_NEON && QV_SIMD_LEVEL >= 1
 using SBlock = SBlockNeon;
 #else
 using SBlock = SBlockPortable;

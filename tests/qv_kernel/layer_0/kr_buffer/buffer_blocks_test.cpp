@@ -313,7 +313,7 @@ TYPED_TEST(BufferBlocks, CountersDoNotWrapAroundByteByByte)
 
 TEST(BufferBlocks, TheMachinesOwnFormIsTheLibrarys)
 {
-#if QV_BUFFER_FORCE_PORTABLE
+#if QV_SIMD_LEVEL == 0
     EXPECT_TRUE((std::is_same<Internal::SBlock, Internal::SBlockPortable>::value));
 #elif defined(__SSE2__)
     EXPECT_TRUE((std::is_same<Internal::SBlock, Internal::SBlockSse2>::value));
