@@ -12,6 +12,61 @@ namespace Quorvane
 namespace Mem
 {
 
+namespace Internal
+{
+
+// Up to this many bytes are copied without a call.
+constexpr u64 kShortCopyBytes = 64;
+
+// Copies a value of type T at the front and one at the back; together they cover N to 2 N bytes, N being its size.
+// All is read before anything is written.
+template <typename T>
+inline void CopyFrontAndBack(unsigned char *dst, const unsigned char *src, u64 byteCount)
+{
+    T front;
+    T back;
+    std::memcpy(&front, src, sizeof(T));
+    std::memcpy(&back, src + byteCount - sizeof(T), sizeof(T));
+    std::memcpy(dst, &front, sizeof(T));
+    std::memcpy(dst + byteCount - sizeof(T), &back, sizeof(T));
+}
+
+template <u32 N>
+struct TBytes
+{
+    unsigned char m_Bytes[N];
+};
+
+// Requires: `byteCount` of 1 to kShortCopyBytes. The ranges may overlap.
+inline void CopyShort(void *dstBytes, const void *srcBytes, u64 byteCount)
+{
+    unsigned char *dst = static_cast<unsigned char *>(dstBytes);
+    const unsigned char *src = static_cast<const unsigned char *>(srcBytes);
+    if (byteCount > 32)
+        CopyFrontAndBack<TBytes<32>>(dst, src, byteCount);
+    else if (byteCount >= 16)
+        CopyFrontAndBack<TBytes<16>>(dst, src, byteCount);
+    else if (byteCount >= 8)
+        CopyFrontAndBack<u64>(dst, src, byteCount);
+    else if (byteCount >= 4)
+        CopyFrontAndBack<u32>(dst, src, byteCount);
+    else if (byteCount >= 2)
+        CopyFrontAndBack<u16>(dst, src, byteCount);
+    else
+        *dst = *src;
+}
+
+// Copies bytes between ranges that are known not to overlap.
+inline void CopyDistinct(void *dst, const void *src, u64 byteCount)
+{
+    if (byteCount > kShortCopyBytes)
+        std::memcpy(dst, src, static_cast<std::size_t>(byteCount));
+    else if (byteCount != 0)
+        CopyShort(dst, src, byteCount);
+}
+
+} // namespace Internal
+
 // True when the two byte ranges share a byte. Empty ranges overlap nothing.
 inline bool Overlaps(const void *dst, u64 dstBytes, const void *src, u64 srcBytes)
 {
@@ -37,8 +92,8 @@ inline void Copy(void *dst, const void *src, u64 byteCount)
     QV_INTERNAL_ASSERT_TEXT("!Mem::Overlaps(dst, byteCount, src, byteCount)", !overlaps);
     if (QV_INTERNAL_UNLIKELY(overlaps))
         Copy_Overlapped(dst, src, byteCount);
-    else if (byteCount != 0)
-        std::memcpy(dst, src, static_cast<std::size_t>(byteCount));
+    else
+        Internal::CopyDistinct(dst, src, byteCount);
 }
 
 // True when the address is a multiple of N, a power of two. Null is aligned.

@@ -24,6 +24,7 @@
 #pragma once
 
 #include <cstdarg>
+#include <cstring>
 #include <type_traits>
 #include <utility>
 
@@ -41,6 +42,11 @@ namespace Quorvane
 
 class CString;
 class CStringContainer;
+
+namespace Internal
+{
+struct SContainerEdits; // the edits that grow a container in place
+}
 
 typedef TRefPtr<CStringContainer> PStringContainer;
 
@@ -102,7 +108,11 @@ public:
     // Requires: the resizable form, else reports "SupportsDynamicResize()" and returns false.
     // Returns: whether the room is there. Fails: false, with the container as it was.
     // Invalidates: pointers to the characters, when it grows.
-    bool DynamicResize(u32 newLength);
+    bool DynamicResize(u32 newLength)
+    {
+        const bool fits = SupportsDynamicResize() && newLength < m_Capacity && newLength < kLengthMask;
+        return QV_INTERNAL_LIKELY(fits) ? true : _Reallocate(newLength);
+    }
 
     // Sets the length after the caller wrote the characters and the terminator. Zeroes what a shorter length leaves
     // behind, and the last block of a longer one.
@@ -119,6 +129,14 @@ public:
     // Bytes held: characters, rounded up to 16, plus 32 bytes.
     u64 MemoryFootprint() const;
 
+    // Drops a strong reference, and destroys the container with the last one: what the counted base does, without the
+    // virtual calls, since nothing derives from this class.
+    void RemoveReference() const
+    {
+        if (RefCount() == 1 || _InternalRemoveReference() == 0)
+            _Destroy(const_cast<CStringContainer *>(this));
+    }
+
     // The same of a container that may be null: null, and 0.
     static const char *SafeData(const CStringContainer *container)
     {
@@ -128,13 +146,28 @@ public:
 
 private:
     friend class CString;
+    friend struct Internal::SContainerEdits;
 
     static constexpr u32 kResizableFlag = 0x80000000;
     static constexpr u32 kFlagsMask = 0xC0000000;
+    static constexpr u32 kBlockBytes = 16;
 
     CStringContainer(u32 lengthAndFlags, u32 capacity, char *characters);
 
+    static void _Destroy(CStringContainer *container);
+    void _FreeBuffer();
+
+    bool _Reallocate(u32 newLength);
+
     void _InternalSetLength(u32 newLength);
+
+    // Sets a longer length, for which there is room, before the characters are written: what must be zero behind them
+    // is zero then.
+    void _LengthenTo(u32 newLength);
+
+    // Appends a character, not the terminator, where the holder of the only reference has room for it.
+    // Returns: false, with nothing done, where it has not.
+    bool _AppendWithinRoom(char character);
 
     // Layout. The fields before this one take 16 bytes; together they take the 32 before a fixed form's characters.
     u32 m_Length;       // bits 0 to 29: the length; bit 30: reserved, kept by every update; bit 31: resizable
@@ -246,7 +279,10 @@ public:
     constexpr CString() = default;
 
     // A copy of `str`; null and empty text allocate nothing. Fails: an empty string.
-    CString(const char *str);
+    CString(const char *str)
+        : m_Container(str != nullptr && *str != '\0' ? CStringContainer::New(str) : PStringContainer())
+    {
+    }
 
     // A copy of the first `sourceLen` characters of `source`, which are trusted to be there.
     // Requires: text, or a length of 0, else reports "sourceLen == 0" and stays empty. Fails: an empty string.
@@ -324,7 +360,12 @@ public:
     // Requires: `otherLength` characters before the terminator, else reports
     // "otherLength <= SNativeStringUtils::Length(other)" and takes that many all the same.
     CString &Append(const char *other, u32 otherLength);
-    CString &Append(char character);
+    CString &Append(char character)
+    {
+        CStringContainer *container = m_Container.Get();
+        const bool appended = container != nullptr && character != '\0' && container->_AppendWithinRoom(character);
+        return QV_INTERNAL_LIKELY(appended) ? *this : _AppendCharacter(character);
+    }
 
     // The same at the front. Beware: prepending to an empty string takes the whole text up to its terminator, whatever
     // `otherLength` says, unless the string is not shared and of the resizable form. Views and characters are taken
@@ -568,6 +609,7 @@ private:
 
     s32 _OrderWith(const CString &other) const;
 
+    CString &_AppendCharacter(char character);
     CString &_Concatenate(const char *other, u32 length);
     CString &_Prepend(const char *other, u32 length);
     CString &_ConcatenatePath(const char *b, u32 bLen);
@@ -736,6 +778,42 @@ inline bool operator!=(const char *a, const CStringView &b)
 }
 
 // Inline bodies. Where the declaration has an attribute of lifetime, the compiler wants it here again.
+
+inline void CStringContainer::_LengthenTo(u32 newLength)
+{
+    const u32 length = Length();
+    const u32 lastBlock = newLength & ~(kBlockBytes - 1);
+    // The block of the old terminator is zero behind it already.
+    if (lastBlock > length)
+        std::memset(m_Characters + lastBlock, 0, kBlockBytes);
+    m_Length += newLength - length;
+}
+
+inline bool CStringContainer::_AppendWithinRoom(char character)
+{
+    if (RefCount() != 1)
+        return false;
+    // One comparison for the form and for the longest length; with the reserved bit set it takes the longer road.
+    const u32 word = m_Length;
+    const u32 length = word - kResizableFlag;
+    if (length >= kLengthMask - 1 || length + 1 >= m_Capacity)
+        return false;
+    char *const end = m_Characters + length;
+    *end = character;
+    // Behind the terminator all is zero to the end of its block; one that begins a block brings its own.
+    if ((length + 1) % kBlockBytes == 0)
+        std::memset(end + 1, 0, kBlockBytes);
+    m_Length = word + 1;
+    return true;
+}
+
+inline CString::CString(const char *source, u32 sourceLen)
+    : m_Container(sourceLen != 0 && source != nullptr && *source != '\0' ? CStringContainer::New(source, sourceLen)
+                                                                         : PStringContainer())
+{
+    // A count of 0 is answered first: not even one character may be read then.
+    QV_INTERNAL_ASSERT_TEXT("sourceLen == 0", sourceLen == 0 || (source != nullptr && *source != '\0'));
+}
 
 inline const char &CString::At(u32 index) const QV_INTERNAL_LIFETIMEBOUND
 {

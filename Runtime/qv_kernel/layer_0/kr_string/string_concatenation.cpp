@@ -7,6 +7,7 @@
 
 #include <cstring>
 
+#include "kr_buffer/buffer_blocks.h"
 #include "kr_mem_utils.h"
 #include "string_sizes.h"
 
@@ -19,18 +20,44 @@ namespace
 constexpr char kSlash = '/';
 constexpr char kBackSlash = '\\';
 
+// Scans up to this many characters without a call.
+constexpr u32 kShortScan = 64;
+
+// Whether a character stands within the first `length`. A short scan goes block by block; the last block overlaps the
+// one before.
+bool Holds(const char *str, u32 length, char character)
+{
+    using Internal::SBlock;
+    if (length > kShortScan)
+        return std::memchr(str, character, length) != nullptr;
+    if (length < SBlock::kBytes)
+    {
+        for (u32 i = 0; i < length; ++i)
+            if (str[i] == character)
+                return true;
+        return false;
+    }
+    const SBlock wanted = SBlock::Fill(static_cast<u8>(character));
+    SBlock found = SBlock::EqualBytes(SBlock::Bounded(str + length - SBlock::kBytes, SBlock::kBytes), wanted);
+    for (u32 at = 0; at + SBlock::kBytes < length; at += SBlock::kBytes)
+        found = found | SBlock::EqualBytes(SBlock::Bounded(str + at, SBlock::kBytes), wanted);
+    return found.Any();
+}
+
 // True when a terminator stands within the first `length` characters, so that the count goes beyond the text.
 // The text is not looked at beyond the count.
 bool EndsWithin(const char *str, u32 length)
 {
-    return std::memchr(str, '\0', length) != nullptr;
+    return Holds(str, length, '\0');
 }
 
 // True when a backslash stands within the first `length` characters, and before any terminator there.
 bool _ContainsBackSlash(const char *str, u32 length)
 {
-    const void *found = length != 0 ? std::memchr(str, kBackSlash, length) : nullptr;
-    return found != nullptr && !EndsWithin(str, static_cast<u32>(static_cast<const char *>(found) - str));
+    if (!Holds(str, length, kBackSlash))
+        return false;
+    const void *found = std::memchr(str, kBackSlash, length);
+    return !EndsWithin(str, static_cast<u32>(static_cast<const char *>(found) - str));
 }
 
 // True when the argument lies in the string's characters, so that it moves when they do.
@@ -39,58 +66,6 @@ bool IsAliased(const char *data, u32 dataLength, const char *other, u32 length)
     const ureg dataAddress = reinterpret_cast<ureg>(data);
     const ureg otherAddress = reinterpret_cast<ureg>(other);
     return dataAddress < otherAddress ? otherAddress - dataAddress < dataLength : dataAddress - otherAddress < length;
-}
-
-// Makes room for `length` characters more. Returns: the new length, or kRefusedLength when there is no room.
-u32 GrowBy(CStringContainer &container, u32 length)
-{
-    const u32 newLength = Internal::CheckedSum(container.Length(), length);
-    return container.DynamicResize(newLength) ? newLength : Internal::kRefusedLength;
-}
-
-// Terminates the text behind its new end and makes that its length.
-void EndAt(CStringContainer &container, u32 newLength)
-{
-    container.Data()[newLength] = '\0';
-    container.UnsafeSetLength(newLength);
-}
-
-// Returns false, with the container as it was, when it cannot grow.
-bool AppendInPlace(CStringContainer &container, const char *other, u32 length)
-{
-    const u32 oldLength = container.Length();
-    const bool aliased = IsAliased(container.Data(), oldLength, other, length);
-    const sreg offset = aliased ? other - container.Data() : 0;
-    const u32 newLength = GrowBy(container, length);
-    if (newLength == Internal::kRefusedLength)
-        return false;
-    char *data = container.Data();
-    if (aliased)
-        Mem::Copy_Overlapped(data + oldLength, data + offset, length);
-    else
-        Mem::Copy(data + oldLength, other, length);
-    EndAt(container, newLength);
-    return true;
-}
-
-// Returns false, with the container as it was, when it cannot grow.
-bool PrependInPlace(CStringContainer &container, const char *other, u32 length)
-{
-    const u32 oldLength = container.Length();
-    const bool aliased = IsAliased(container.Data(), oldLength, other, length);
-    const sreg offset = aliased ? other - container.Data() : 0;
-    const u32 newLength = GrowBy(container, length);
-    if (newLength == Internal::kRefusedLength)
-        return false;
-    char *data = container.Data();
-    Mem::Copy_Overlapped(data + length, data, oldLength);
-    // An aliased argument has just moved with the characters.
-    if (aliased)
-        Mem::Copy_Overlapped(data, data + offset + length, length);
-    else
-        Mem::Copy(data, other, length);
-    EndAt(container, newLength);
-    return true;
 }
 
 // A new resizable container with the two texts in a row; null when memory is refused.
@@ -108,20 +83,6 @@ PStringContainer NewJoined(const char *first, u32 firstLength, const char *secon
     return container;
 }
 
-// What a path join writes, in order: the kept left side, a slash or none, the trimmed right side.
-struct SPathPieces
-{
-    u32 m_LeftLength;
-    bool m_Slash;
-    const char *m_Right;
-    u32 m_RightLength;
-
-    u32 Length() const
-    {
-        return Internal::CheckedLength(static_cast<u64>(m_LeftLength) + (m_Slash ? 1 : 0) + m_RightLength);
-    }
-};
-
 u32 LengthWithoutTrailingSlashes(const char *str, u32 length)
 {
     while (length != 0 && str[length - 1] == kSlash)
@@ -137,30 +98,6 @@ u32 CountLeadingSlashes(const char *str, u32 length)
     return count;
 }
 
-SPathPieces CutPath(const char *a, u32 aLen, const char *b, u32 bLen)
-{
-    const u32 aKeep = LengthWithoutTrailingSlashes(a, aLen);
-    const bool aWasRoot = aLen != 0 && aKeep == 0;
-    const u32 bSkip = CountLeadingSlashes(b, bLen);
-    const bool bRooted = bSkip != 0;
-    const u32 bKeep = bLen - bSkip;
-    const bool slash = aKeep != 0 ? bKeep != 0 : bRooted || aWasRoot;
-    return SPathPieces{aKeep, slash, b + bSkip, bKeep};
-}
-
-// Writes the slash and the right side behind the left one, which stands at `writeToBegin`. Returns the end.
-char *WriteBehindLeft(char *writeToBegin, const SPathPieces &pieces)
-{
-    char *writeTo = writeToBegin + pieces.m_LeftLength;
-    if (pieces.m_Slash)
-        *writeTo++ = kSlash;
-    if (Mem::Overlaps(writeTo, pieces.m_RightLength, pieces.m_Right, pieces.m_RightLength))
-        Mem::Copy_Overlapped(writeTo, pieces.m_Right, pieces.m_RightLength);
-    else
-        Mem::Copy(writeTo, pieces.m_Right, pieces.m_RightLength);
-    return writeTo + pieces.m_RightLength;
-}
-
 // What both ways of joining promise of the characters they wrote.
 void CheckJoined(const char *writeToBegin, const char *writeTo, u32 newLen)
 {
@@ -169,37 +106,173 @@ void CheckJoined(const char *writeToBegin, const char *writeTo, u32 newLen)
     static_cast<void>(writeToBegin), static_cast<void>(writeTo), static_cast<void>(newLen);
 }
 
-// Returns false, with the container as it was, when it cannot grow.
-bool JoinPathInPlace(CStringContainer &container, const SPathPieces &pieces)
+// What a path join writes, in order: the kept left side, a slash or none, the trimmed right side.
+struct SPathPieces
+{
+    u32 m_LeftLength;
+    bool m_Slash;
+    const char *m_Right;
+    u32 m_RightLength;
+
+    SPathPieces(const char *a, u32 aLen, const char *b, u32 bLen);
+
+    u32 Length() const
+    {
+        return Internal::CheckedLength(static_cast<u64>(m_LeftLength) + (m_Slash ? 1 : 0) + m_RightLength);
+    }
+
+    // Writes the slash and the right side behind the left one, which stands at `writeToBegin`. Returns the end.
+    char *WriteBehindLeft(char *writeToBegin) const;
+};
+
+SPathPieces::SPathPieces(const char *a, u32 aLen, const char *b, u32 bLen)
+{
+    const u32 bSkip = CountLeadingSlashes(b, bLen);
+    m_LeftLength = LengthWithoutTrailingSlashes(a, aLen);
+    m_Right = b + bSkip;
+    m_RightLength = bLen - bSkip;
+    const bool aWasRoot = aLen != 0 && m_LeftLength == 0;
+    const bool bRooted = bSkip != 0;
+    m_Slash = m_LeftLength != 0 ? m_RightLength != 0 : bRooted || aWasRoot;
+}
+
+char *SPathPieces::WriteBehindLeft(char *writeToBegin) const
+{
+    char *writeTo = writeToBegin + m_LeftLength;
+    if (m_Slash)
+        *writeTo++ = kSlash;
+    if (Mem::Overlaps(writeTo, m_RightLength, m_Right, m_RightLength))
+        Mem::Copy_Overlapped(writeTo, m_Right, m_RightLength);
+    else
+        Mem::Copy(writeTo, m_Right, m_RightLength);
+    return writeTo + m_RightLength;
+}
+
+SPathPieces CutPath(const char *a, u32 aLen, const char *b, u32 bLen)
+{
+    QV_ASSERT(aLen == 0 || a != null);
+    QV_ASSERT(bLen == 0 || b != null);
+    QV_INTERNAL_ASSERT_TEXT("aLen == 0 || !_ContainsBackSlash(a, length)", aLen == 0 || !_ContainsBackSlash(a, aLen));
+    QV_INTERNAL_ASSERT_TEXT("bLen == 0 || !_ContainsBackSlash(b, length)", bLen == 0 || !_ContainsBackSlash(b, bLen));
+    return SPathPieces(a, aLen, b, bLen);
+}
+
+// A new resizable container with the joined path; null, after a report, when memory is refused.
+PStringContainer NewJoinedPath(const char *a, const SPathPieces &pieces)
+{
+    const u32 newLen = pieces.Length();
+    PStringContainer newContainer = CStringContainer::NewResizable(null, newLen, 0);
+    if (QV_VERIFY(newContainer != null))
+        return newContainer;
+    char *writeToBegin = newContainer->Data();
+    QV_INTERNAL_ASSERT_TEXT("writeTo != null", writeToBegin != nullptr);
+    Mem::Copy(writeToBegin, a, pieces.m_LeftLength);
+    CheckJoined(writeToBegin, pieces.WriteBehindLeft(writeToBegin), newLen);
+    return newContainer;
+}
+
+} // namespace
+
+// Edits of a container by the holder of its only reference. Each returns false, with the container as it was, when it
+// cannot grow.
+//
+// What must be zero behind the new end is zeroed before the characters are written, since reading back a block that was
+// just written in pieces stalls; only an argument that lies in the container's own room comes first.
+struct Internal::SContainerEdits
+{
+    // Terminates the text behind its new end and makes that its length.
+    static void EndAt(CStringContainer &container, u32 newLength)
+    {
+        container.Data()[newLength] = '\0';
+        container.UnsafeSetLength(newLength);
+    }
+
+    static bool IsInRoom(const CStringContainer &container, const char *other, u32 length)
+    {
+        return Mem::Overlaps(container.Data(), container.m_Capacity, other, length);
+    }
+
+    // The common case of Append, in a straight line: nobody shares the container, and nothing has to move.
+    // Returns false, with nothing done, in every other case.
+    static bool AppendWithinRoom(CStringContainer &container, const char *other, u32 length)
+    {
+        if (container.RefCount() != 1 || !container.SupportsDynamicResize())
+            return false;
+        const u32 oldLength = container.Length();
+        const u32 newLength = Internal::CheckedSum(oldLength, length);
+        if (newLength == kRefusedLength || newLength >= container.m_Capacity || IsInRoom(container, other, length))
+            return false;
+        container._LengthenTo(newLength);
+        Mem::Internal::CopyDistinct(container.m_Characters + oldLength, other, length);
+        return true;
+    }
+
+    static bool Append(CStringContainer &container, const char *other, u32 length);
+    static bool Prepend(CStringContainer &container, const char *other, u32 length);
+    static bool JoinPath(CStringContainer &container, const SPathPieces &pieces);
+};
+
+bool Internal::SContainerEdits::Append(CStringContainer &container, const char *other, u32 length)
+{
+    const u32 oldLength = container.Length();
+    const u32 newLength = Internal::CheckedSum(oldLength, length);
+    const bool inRoom = IsInRoom(container, other, length);
+    const bool aliased = inRoom && IsAliased(container.Data(), oldLength, other, length);
+    const sreg offset = aliased ? other - container.Data() : 0;
+    if (!container.DynamicResize(newLength))
+        return false;
+    char *data = container.Data();
+    if (!inRoom)
+        container._LengthenTo(newLength);
+    if (aliased)
+        Mem::Copy_Overlapped(data + oldLength, data + offset, length);
+    else
+        Mem::Copy(data + oldLength, other, length);
+    if (inRoom)
+        EndAt(container, newLength);
+    return true;
+}
+
+bool Internal::SContainerEdits::Prepend(CStringContainer &container, const char *other, u32 length)
+{
+    const u32 oldLength = container.Length();
+    const u32 newLength = Internal::CheckedSum(oldLength, length);
+    const bool inRoom = IsInRoom(container, other, length);
+    const bool aliased = inRoom && IsAliased(container.Data(), oldLength, other, length);
+    const sreg offset = aliased ? other - container.Data() : 0;
+    if (!container.DynamicResize(newLength))
+        return false;
+    char *data = container.Data();
+    if (!inRoom)
+        container._LengthenTo(newLength);
+    Mem::Copy_Overlapped(data + length, data, oldLength);
+    // An aliased argument has just moved with the characters.
+    if (aliased)
+        Mem::Copy_Overlapped(data, data + offset + length, length);
+    else
+        Mem::Copy(data, other, length);
+    if (inRoom)
+        EndAt(container, newLength);
+    return true;
+}
+
+bool Internal::SContainerEdits::JoinPath(CStringContainer &container, const SPathPieces &pieces)
 {
     const u32 aLen = container.Length();
     const u32 newLen = pieces.Length();
+    const bool inRoom = IsInRoom(container, pieces.m_Right, pieces.m_RightLength);
     if (!container.DynamicResize(QVMax(aLen, newLen)))
         return false;
     char *writeToBegin = container.Data();
     QV_INTERNAL_ASSERT_TEXT("writeTo != null", writeToBegin != nullptr);
-    const char *writeTo = WriteBehindLeft(writeToBegin, pieces);
-    if (newLen != aLen)
+    if (newLen > aLen && !inRoom)
+        container._LengthenTo(newLen);
+    const char *writeTo = pieces.WriteBehindLeft(writeToBegin);
+    if (newLen != container.Length())
         EndAt(container, newLen);
     CheckJoined(writeToBegin, writeTo, newLen);
     return true;
 }
-
-// A new resizable container with the joined path; null when memory is refused.
-PStringContainer NewJoinedPath(const char *a, const SPathPieces &pieces)
-{
-    const u32 newLen = pieces.Length();
-    PStringContainer container = CStringContainer::NewResizable(null, newLen, 0);
-    if (container == null)
-        return container;
-    char *writeToBegin = container->Data();
-    QV_INTERNAL_ASSERT_TEXT("writeTo != null", writeToBegin != nullptr);
-    Mem::Copy(writeToBegin, a, pieces.m_LeftLength);
-    CheckJoined(writeToBegin, WriteBehindLeft(writeToBegin, pieces), newLen);
-    return container;
-}
-
-} // namespace
 
 bool CString::_IsUniqueAndResizable() const
 {
@@ -209,6 +282,9 @@ bool CString::_IsUniqueAndResizable() const
 
 CString &CString::_Concatenate(const char *other, u32 length)
 {
+    CStringContainer *container = m_Container.Get();
+    if (container != nullptr && Internal::SContainerEdits::AppendWithinRoom(*container, other, length))
+        return *this;
     const bool uniqueAndResizable = _IsUniqueAndResizable();
     if (!uniqueAndResizable && Empty())
     {
@@ -216,7 +292,7 @@ CString &CString::_Concatenate(const char *other, u32 length)
         return *this;
     }
     QV_ASSERT(CStringContainer::SafeData(m_Container.Get()) != null);
-    if (!uniqueAndResizable || !AppendInPlace(*m_Container, other, length))
+    if (!uniqueAndResizable || !Internal::SContainerEdits::Append(*m_Container, other, length))
         m_Container = NewJoined(Data(), Length(), other, length);
     return *this;
 }
@@ -231,7 +307,7 @@ CString &CString::_Prepend(const char *other, u32 length)
         return *this;
     }
     QV_ASSERT(CStringContainer::SafeData(m_Container.Get()) != null);
-    if (!uniqueAndResizable || !PrependInPlace(*m_Container, other, length))
+    if (!uniqueAndResizable || !Internal::SContainerEdits::Prepend(*m_Container, other, length))
         m_Container = NewJoined(other, length, Data(), Length());
     return *this;
 }
@@ -239,18 +315,13 @@ CString &CString::_Prepend(const char *other, u32 length)
 CString &CString::_ConcatenatePath(const char *b, u32 bLen)
 {
     const char *a = Data();
-    const u32 aLen = Length();
-    QV_ASSERT(aLen == 0 || a != null);
-    QV_ASSERT(bLen == 0 || b != null);
-    QV_INTERNAL_ASSERT_TEXT("aLen == 0 || !_ContainsBackSlash(a, length)", aLen == 0 || !_ContainsBackSlash(a, aLen));
-    QV_INTERNAL_ASSERT_TEXT("bLen == 0 || !_ContainsBackSlash(b, length)", bLen == 0 || !_ContainsBackSlash(b, bLen));
-    const SPathPieces pieces = CutPath(a, aLen, b, bLen);
+    const SPathPieces pieces = CutPath(a, Length(), b, bLen);
     const bool inPlace =
         _IsUniqueAndResizable() && !IsAliased(a, pieces.m_LeftLength, pieces.m_Right, pieces.m_RightLength);
-    if (!inPlace || !JoinPathInPlace(*m_Container, pieces))
+    if (!inPlace || !Internal::SContainerEdits::JoinPath(*m_Container, pieces))
     {
         PStringContainer newContainer = NewJoinedPath(a, pieces);
-        if (QV_VERIFY(newContainer != null))
+        if (newContainer == null)
             return *this;
         m_Container = std::move(newContainer);
     }
@@ -283,7 +354,7 @@ CString &CString::Append(const char *other, u32 otherLength)
     return _Concatenate(other, otherLength);
 }
 
-CString &CString::Append(char character)
+CString &CString::_AppendCharacter(char character)
 {
     return character == '\0' ? *this : _Concatenate(&character, 1);
 }
@@ -356,21 +427,54 @@ CString CString::SlashAppended() const
     return result;
 }
 
-// The operators build on the left side: a copy of the handle, or the temporary that it is.
+// The operators. With a temporary on the left they edit it in place; otherwise the left side is shared, so that an edit
+// of a copy of it would come to a new container: they make that one without the copy.
+
+namespace
+{
+
+CStringView ViewOf(const CString &string)
+{
+    return string.Empty() ? CStringView() : CStringView(string);
+}
+
+CString Joined(const CString &a, const CStringView &b)
+{
+    if (b.Empty() || b.Data() == nullptr)
+        return a;
+    return a.Empty() ? CString(CStringContainer::NewResizable(b.Data(), b.Length(), 0))
+                     : CString(NewJoined(a.Data(), a.Length(), b.Data(), b.Length()));
+}
+
+// Null when memory is refused. A view of nothing joins as the empty text does.
+CString JoinedPath(const CStringView &a, const CStringView &b)
+{
+    const bool nothing = b.Empty() || b.Data() == nullptr;
+    return CString(
+        NewJoinedPath(a.Data(), CutPath(a.Data(), a.Length(), nothing ? "" : b.Data(), nothing ? 0 : b.Length())));
+}
+
+CString JoinedPath(const CString &a, const CStringView &b)
+{
+    CString path = JoinedPath(CStringView(a), b);
+    return path.Data() != nullptr ? path : a;
+}
+
+} // namespace
 
 CString operator+(const CString &a, const CString &b)
 {
-    return CString(a) + b;
+    return Joined(a, ViewOf(b));
 }
 
 CString operator+(const CString &a, const CStringView &b)
 {
-    return CString(a) + b;
+    return Joined(a, b);
 }
 
 CString operator+(const CString &a, const char *b)
 {
-    return CString(a) + b;
+    return Joined(a, CStringView::FromNullTerminatedString(b));
 }
 
 CString operator+(const CStringView &a, const CString &b)
@@ -400,17 +504,17 @@ CString operator+(CString &&a, const char *b)
 
 CString operator/(const CString &a, const CString &b)
 {
-    return CString(a) / b;
+    return JoinedPath(a, ViewOf(b));
 }
 
 CString operator/(const CString &a, const CStringView &b)
 {
-    return CString(a) / b;
+    return JoinedPath(a, b);
 }
 
 CString operator/(const CString &a, const char *b)
 {
-    return CString(a) / b;
+    return JoinedPath(a, CStringView::FromNullTerminatedString(b));
 }
 
 CString operator/(const CStringView &a, const CString &b)

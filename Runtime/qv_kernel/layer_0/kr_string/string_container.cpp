@@ -1,12 +1,14 @@
 // The shared character block: creation, growth, and the one function that sets lengths.
-#include "kr_mem.h"
-#include "kr_mem_utils.h"
-#include "kr_simd.h"
 #include "kr_string.h"
-#include "string_sizes.h"
 
 #include <cstddef>
 #include <cstring>
+
+#include "kr_buffer/buffer_blocks.h"
+#include "kr_mem.h"
+#include "kr_mem_utils.h"
+#include "kr_simd.h"
+#include "string_sizes.h"
 
 namespace Quorvane
 {
@@ -14,22 +16,18 @@ namespace Quorvane
 namespace
 {
 
-// Texts up to this length are copied without calling the platform's copy.
-constexpr u32 kShortTextLength = 15;
-
-void CopyCharacters(char *target, const char *source, u32 length)
-{
-    if (length > kShortTextLength)
-        std::memcpy(target, source, length);
-    else
-        for (u32 i = 0; i < length; ++i)
-            target[i] = source[i];
-}
-
 // Zeroes the block that will hold the terminator: the tail that block-wise readers rely on.
 void ZeroLastBlock(char *characters, u32 length)
 {
     SIMD::Float4::Zero().StoreAligned16(characters + Internal::LastBlockStart(length));
+}
+
+// Zeroes what stands behind the terminator's place, it included, to the end of its block.
+void ZeroTail(char *characters, u32 length)
+{
+    using Internal::SBlock;
+    char *const lastBlock = characters + Internal::LastBlockStart(length);
+    (SBlock::Padded(lastBlock) & SBlock::FirstBytes(length - Internal::LastBlockStart(length))).StorePadded(lastBlock);
 }
 
 void *AllocObject(u64 size, u32 alignment)
@@ -64,11 +62,23 @@ CStringContainer::CStringContainer(u32 lengthAndFlags, u32 capacity, char *chara
 
 CStringContainer::~CStringContainer()
 {
+    _FreeBuffer();
+}
+
+void CStringContainer::_FreeBuffer()
+{
     if (!SupportsDynamicResize())
         return;
     QV_INTERNAL_ASSERT_TEXT("*bufferLink != null", m_Characters != nullptr);
     FreeBuffer(m_Characters);
     m_Characters = nullptr;
+}
+
+void CStringContainer::_Destroy(CStringContainer *container)
+{
+    // Nothing but the buffer outlives the object: its destructors would do no more than this, several calls later.
+    container->_FreeBuffer();
+    FreeObject(container);
 }
 
 PStringContainer CStringContainer::New(const char *str)
@@ -89,7 +99,7 @@ PStringContainer CStringContainer::New(const char *str, u32 len)
     QV_ASSERT(Mem::IsAligned<0x10>(target));
     ZeroLastBlock(target, len);
     if (str != nullptr)
-        CopyCharacters(target, str, len);
+        Mem::Internal::CopyDistinct(target, str, len);
     container->_AddFirstReference();
     return PStringContainer(container, Internal::SAdoptReference());
 }
@@ -118,20 +128,18 @@ PStringContainer CStringContainer::NewResizable(const char *str, u32 len, u32 ca
     QV_ASSERT(Mem::IsAligned<0x10>(data));
     ZeroLastBlock(data, len);
     if (str != nullptr)
-        CopyCharacters(data, str, len);
+        Mem::Internal::CopyDistinct(data, str, len);
     CStringContainer *container =
         new (block) CStringContainer(len | kResizableFlag, static_cast<u32>(bufferBytes), data);
     container->_AddFirstReference();
     return PStringContainer(container, Internal::SAdoptReference());
 }
 
-bool CStringContainer::DynamicResize(u32 newLength)
+bool CStringContainer::_Reallocate(u32 newLength)
 {
     QV_ASSERT(SupportsDynamicResize());
     if (!SupportsDynamicResize() || newLength >= kLengthMask)
         return false;
-    if (newLength < m_Capacity)
-        return true;
     const u64 newCapacity = Internal::GrownBytes(newLength);
     void *moved = Mem::_RawRealloc(m_Characters, newCapacity, Internal::kCharacterBlockBytes, Mem::AllocType_Generic,
                                    QV_INTERNAL_MEM_SITE);
@@ -155,8 +163,10 @@ void CStringContainer::_InternalSetLength(u32 newLength)
     if (!fits)
         return;
     // Up to the old terminator, which is zero already; of a longer text, to the end of its last block.
-    const u32 zeroEnd = newLength < oldLength ? oldLength : static_cast<u32>(Internal::PaddedBytes(newLength));
-    std::memset(data + newLength, 0, zeroEnd - newLength);
+    if (newLength < oldLength)
+        std::memset(data + newLength, 0, oldLength - newLength);
+    else
+        ZeroTail(data, newLength);
     m_Length = newLength | (m_Length & kFlagsMask);
 }
 

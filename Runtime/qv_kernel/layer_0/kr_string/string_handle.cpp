@@ -21,23 +21,6 @@ QV_INTERNAL_CONSTINIT const char CString::kNoCharacter = '\0';
 
 QV_INTERNAL_CONSTINIT QV_INTERNAL_NO_DESTROY const CString CString::EmptyString;
 
-CString::CString(const char *str)
-{
-    if (str != nullptr && *str != '\0')
-        m_Container = CStringContainer::New(str);
-}
-
-CString::CString(const char *source, u32 sourceLen)
-{
-    // A count of 0 is answered first: not even one character may be read then.
-    if (sourceLen == 0)
-        return;
-    const bool hasText = source != nullptr && *source != '\0';
-    QV_INTERNAL_ASSERT_TEXT("sourceLen == 0", hasText);
-    if (hasText)
-        m_Container = CStringContainer::New(source, sourceLen);
-}
-
 ureg CString::MemoryFootprint() const
 {
     const CStringContainer *container = m_Container.Get();

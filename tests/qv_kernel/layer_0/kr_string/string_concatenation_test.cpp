@@ -565,6 +565,34 @@ TEST(StringAppend, AfterTheFirstAppendsGrowInPlace)
     ExpectText(string, "abcd" + std::string(200, 'x'));
 }
 
+TEST(StringAppend, CharacterByCharacterTheTailStaysZeroAcrossBlocksAndGrowth)
+{
+    CString string;
+    std::string expected;
+    for (u32 i = 0; i < 700; ++i)
+    {
+        const char character = static_cast<char>('a' + i % 26);
+        string.Append(character);
+        expected += character;
+        ExpectText(string, expected);
+    }
+    // Over what a longer text left behind.
+    string.Clear();
+    string.Append("0123456789abcdef0123456789abcde").RawDataForWriting()[20] = '\0';
+    string.RebuildAfterRawModification();
+    ExpectText(string.Append('x'), "0123456789abcdef0123x");
+}
+
+TEST(StringAppend, OfACharacterLeavesTheOtherHandleAlone)
+{
+    CString string("ab");
+    string.Append('c');
+    const CString other = string;
+    string.Append('d');
+    ExpectText(string, "abcd");
+    ExpectText(other, "abc");
+}
+
 TEST(StringAppend, CountsBeyondTheTextAreReportedAndTakenAllTheSame)
 {
     // Room for as many characters as the count says, a terminator among them.

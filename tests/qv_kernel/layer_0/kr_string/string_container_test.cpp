@@ -342,6 +342,17 @@ TEST(StringContainer, ResizableBlocksAreFreedEachWithItsOrigin)
     EXPECT_EQ(calls[1].m_Tag, "Kernel|Mem|Default");
 }
 
+TEST(StringContainer, IsDestroyedThroughAPointerToItsCountedBaseAsWell)
+{
+    const CTestAllocator allocator;
+    {
+        const TRefPtr<CRefCountedObject> fixed = CStringContainer::New("text");
+        const TRefPtr<CRefCountedObject> resizable = CStringContainer::NewResizable("text");
+        EXPECT_EQ(allocator.LiveBlocks(), 3u);
+    }
+    EXPECT_EQ(allocator.LiveBlocks(), 0u);
+}
+
 TEST(StringContainer, DestructorReportsAMissingBuffer)
 {
     CAssertRecorder recorder;
