@@ -168,6 +168,7 @@ private:
     // Appends a character, not the terminator, where the holder of the only reference has room for it.
     // Returns: false, with nothing done, where it has not.
     bool _AppendWithinRoom(char character);
+    bool _BeginBlock(u32 newLength);
 
     // Layout. The fields before this one take 16 bytes; together they take the 32 before a fixed form's characters.
     u32 m_Length;       // bits 0 to 29: the length; bit 30: reserved, kept by every update; bit 31: resizable
@@ -789,6 +790,15 @@ inline void CStringContainer::_LengthenTo(u32 newLength)
     m_Length += newLength - length;
 }
 
+inline bool CStringContainer::_BeginBlock(u32 newLength)
+{
+    if (newLength >= m_Capacity)
+        return false;
+    std::memset(m_Characters + newLength, 0, kBlockBytes);
+    return true;
+}
+
+// As few instructions as there can be: programs build text in this loop.
 inline bool CStringContainer::_AppendWithinRoom(char character)
 {
     if (RefCount() != 1)
@@ -796,13 +806,13 @@ inline bool CStringContainer::_AppendWithinRoom(char character)
     // One comparison for the form and for the longest length; with the reserved bit set it takes the longer road.
     const u32 word = m_Length;
     const u32 length = word - kResizableFlag;
-    if (length >= kLengthMask - 1 || length + 1 >= m_Capacity)
+    if (length >= kLengthMask - 1)
         return false;
-    char *const end = m_Characters + length;
-    *end = character;
-    // Behind the terminator all is zero to the end of its block; one that begins a block brings its own.
-    if ((length + 1) % kBlockBytes == 0)
-        std::memset(end + 1, 0, kBlockBytes);
+    // The block of the old terminator is ours to its end, and zero behind it: only a new block is a question.
+    const bool beginsBlock = (length + 1) % kBlockBytes == 0;
+    if (QV_INTERNAL_UNLIKELY(beginsBlock) && !_BeginBlock(length + 1))
+        return false;
+    m_Characters[length] = character;
     m_Length = word + 1;
     return true;
 }
