@@ -23,20 +23,45 @@ constexpr char kBackSlash = '\\';
 // Scans up to this many characters without a call.
 constexpr u32 kShortScan = 64;
 
-// Whether a character stands within the first `length`. A short scan goes block by block; the last block overlaps the
-// one before.
+// A value of type T from any address.
+template <typename T>
+T Load(const char *str)
+{
+    T value;
+    std::memcpy(&value, str, sizeof(T));
+    return value;
+}
+
+// Whether one of the bytes is `byte`: subtracting 1 from each borrows into the top bit of those that are 0 after the
+// exclusive or (S. E. Anderson, Bit Twiddling Hacks: "Determine if a word has a zero byte").
+bool HoldsByte(u64 bytes, u8 byte)
+{
+    constexpr u64 kOnes = 0x0101010101010101u;
+    const u64 difference = bytes ^ kOnes * byte;
+    return ((difference - kOnes) & ~difference & kOnes << 7) != 0;
+}
+
+// Whether a character stands within the first `length`, fewer than a block. The front and the back are looked at
+// together; they overlap in the middle.
+bool HoldsShort(const char *str, u32 length, char character)
+{
+    const u8 byte = static_cast<u8>(character);
+    if (length >= sizeof(u64))
+        return HoldsByte(Load<u64>(str), byte) || HoldsByte(Load<u64>(str + length - sizeof(u64)), byte);
+    if (length >= sizeof(u32))
+        return HoldsByte(Load<u32>(str) | static_cast<u64>(Load<u32>(str + length - sizeof(u32))) << 32, byte);
+    return length != 0 && (str[0] == character || str[length / 2] == character || str[length - 1] == character);
+}
+
+// Whether a character stands within the first `length`. A short scan goes block by block; the last one overlaps the one
+// before.
 bool Holds(const char *str, u32 length, char character)
 {
     using Internal::SBlock;
+    if (length < SBlock::kBytes)
+        return HoldsShort(str, length, character);
     if (length > kShortScan)
         return std::memchr(str, character, length) != nullptr;
-    if (length < SBlock::kBytes)
-    {
-        for (u32 i = 0; i < length; ++i)
-            if (str[i] == character)
-                return true;
-        return false;
-    }
     const SBlock wanted = SBlock::Fill(static_cast<u8>(character));
     SBlock found = SBlock::EqualBytes(SBlock::Bounded(str + length - SBlock::kBytes, SBlock::kBytes), wanted);
     for (u32 at = 0; at + SBlock::kBytes < length; at += SBlock::kBytes)
@@ -457,7 +482,9 @@ CString JoinedPath(const CStringView &a, const CStringView &b)
 CString JoinedPath(const CString &a, const CStringView &b)
 {
     CString path = JoinedPath(CStringView(a), b);
-    return path.Data() != nullptr ? path : a;
+    if (path.Data() == nullptr)
+        return a;
+    return path;
 }
 
 } // namespace
