@@ -1,0 +1,189 @@
+// Edits of a text as a whole: reversing, replacing a character, stripping, escaping.
+#include <algorithm>
+#include <cstring>
+#include <string>
+
+#include "support/limits.h"
+#include "support/row.h"
+#include "support/texts.h"
+
+namespace Bench
+{
+
+namespace
+{
+
+using namespace Quorvane;
+
+const char kBlanks[] = " \t\n\v\f\r";
+
+void AddReversal(size_t size)
+{
+    const std::string from = Words(size);
+    CRow row("reverse", size);
+    row.Add("ours",
+            [text = CString(from.c_str(), static_cast<u32>(size))]() mutable -> const CString &
+            { return text.Reverse(); });
+    row.Add("std::reverse",
+            [text = from]() mutable -> const std::string &
+            {
+                std::reverse(text.begin(), text.end());
+                return text;
+            });
+#if QV_BENCH_BOOST
+    row.Add(
+        "boost::reverse", [text = boost::container::string(from.data(), size)]() mutable -> const auto & {
+            boost::range::reverse(text);
+            return text;
+        });
+#endif
+#if QV_BENCH_QT
+    row.Add(
+        "QByteArray+std::reverse", [text = QByteArray(from.data(), static_cast<int>(size))]() mutable -> const auto & {
+            std::reverse(text.begin(), text.end());
+            return text;
+        });
+#endif
+    row.Limit("copy", CopyLimit(size));
+}
+
+void AddCharacterReplacement(size_t size)
+{
+    const std::string from = Words(size);
+    CRow row("replace_char", size);
+    row.Add("ours", [text = CString(from.c_str(), static_cast<u32>(size))] { return text.Replace('e', '_'); });
+    row.Add("std::replace",
+            [from]
+            {
+                std::string copy = from;
+                std::replace(copy.begin(), copy.end(), 'e', '_');
+                return copy;
+            });
+#if QV_BENCH_BOOST
+    row.Add("boost::range::replace",
+            [text = boost::container::string(from.data(), size)]
+            {
+                boost::container::string copy = text;
+                boost::range::replace(copy, 'e', '_');
+                return copy;
+            });
+#endif
+#if QV_BENCH_QT
+    row.Add("QByteArray",
+            [text = QByteArray(from.data(), static_cast<int>(size))]
+            {
+                QByteArray copy = text;
+                copy.replace('e', '_');
+                return copy;
+            });
+#endif
+    row.Limit("malloc+copy", MallocAndCopyLimit(size + 1));
+}
+
+std::string Stripped(const std::string &text)
+{
+    const size_t first = text.find_first_not_of(kBlanks);
+    return first == std::string::npos ? std::string() : text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+// From characters to a text without the blanks around it.
+void AddStripping()
+{
+    const std::string from = " \t  texture = stone_wall_04.png \r\n";
+    CRow row("strip", from.size());
+    row.Add("ours", [from] { return CString(from.data(), static_cast<u32>(from.size())).Strip(kBlanks); });
+    row.Add("std::string", [from] { return Stripped(from); });
+#if QV_BENCH_ABSL
+    row.Add("absl::Strip", [from] { return std::string(absl::StripAsciiWhitespace(from)); });
+#endif
+#if QV_BENCH_BOOST
+    row.Add("boost::trim", [from] { return boost::trim_copy(from, std::locale::classic()); });
+#endif
+#if QV_BENCH_QT
+    row.Add("QByteArray", [text = QByteArray(from.data(), static_cast<int>(from.size()))] { return text.trimmed(); });
+#endif
+    row.Limit("malloc+copy", MallocAndCopyLimit(from.size() + 1));
+
+    CRow view("strip_view", from.size());
+    view.Add("ours", [text = CString(from.c_str())] { return CStringView(text).Strip(kBlanks).ToString(); });
+    view.Add("std::string", [from] { return Stripped(from); });
+#if QV_BENCH_ABSL
+    view.Add("absl::Strip", [from] { return std::string(absl::StripAsciiWhitespace(from)); });
+#endif
+#if QV_BENCH_BOOST
+    view.Add("boost::trim", [from] { return boost::trim_copy(from, std::locale::classic()); });
+#endif
+#if QV_BENCH_QT
+    view.Add("QByteArray", [text = QByteArray(from.data(), static_cast<int>(from.size()))] { return text.trimmed(); });
+#endif
+    view.Limit("malloc+copy", MallocAndCopyLimit(from.size() + 1));
+}
+
+// The letter of a character's escape sequence, or 0.
+char EscapeLetter(char c)
+{
+    switch (c)
+    {
+    case '\a':
+        return 'a';
+    case '\b':
+        return 'b';
+    case '\t':
+        return 't';
+    case '\n':
+        return 'n';
+    case '\v':
+        return 'v';
+    case '\f':
+        return 'f';
+    case '\r':
+        return 'r';
+    case '"':
+    case '\'':
+    case '\\':
+        return c;
+    default:
+        return 0;
+    }
+}
+
+std::string Escaped(const std::string &text)
+{
+    std::string escaped;
+    escaped.reserve(text.size() + text.size() / 8);
+    for (const char c : text)
+    {
+        const char letter = EscapeLetter(c);
+        if (letter != 0)
+            escaped += '\\';
+        escaped += letter != 0 ? letter : c;
+    }
+    return escaped;
+}
+
+void AddEscaping(size_t size)
+{
+    const std::string from = HeaderText(size);
+    CRow row("escape", size);
+    row.Add("ours", [text = CString(from.c_str(), static_cast<u32>(size))] { return text.Escaped(); });
+    row.Add("std::string", [from] { return Escaped(from); });
+#if QV_BENCH_ABSL
+    row.Add("absl::CEscape", [from] { return absl::CEscape(from); });
+#endif
+    row.Limit("malloc+copy", MallocAndCopyLimit(Escaped(from).size() + 1));
+}
+
+} // namespace
+
+void RegisterRows()
+{
+    for (const size_t size : {64, 4096, 65536})
+    {
+        AddReversal(size);
+        AddCharacterReplacement(size);
+    }
+    AddStripping();
+    AddEscaping(65536);
+}
+
+} // namespace Bench

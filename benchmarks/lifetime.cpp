@@ -1,0 +1,191 @@
+// Making a text, sharing it, and letting go of it: by size, from two threads, and in memory.
+#include <cstring>
+#include <string>
+
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
+
+#include "support/limits.h"
+#include "support/row.h"
+#include "support/texts.h"
+
+namespace Bench
+{
+
+namespace
+{
+
+using namespace Quorvane;
+
+typedef std::shared_ptr<const std::string> SharedText;
+
+#if QV_BENCH_BOOST
+// A counted text as people write it with boost.
+struct SCountedText : boost::intrusive_ref_counter<SCountedText, boost::thread_safe_counter>
+{
+    explicit SCountedText(const std::string &characters) : m_Characters(characters) {}
+
+    std::string m_Characters;
+};
+
+typedef boost::intrusive_ptr<const SCountedText> CountedText;
+
+uint64_t Fingerprint(const CountedText &text)
+{
+    return Bench::Fingerprint(text->m_Characters);
+}
+#endif
+
+void AddCreation(size_t size)
+{
+    const std::string from = Words(size);
+    const auto text = [from] { return from.data(); };
+    CRow row("create_destroy", size);
+    row.Add("ours", [text, size] { return CString(text(), static_cast<u32>(size)); });
+    row.Add("std::string", [text, size] { return std::string(text(), size); });
+    row.Add("std::shared_ptr", [text, size] { return SharedText(std::make_shared<const std::string>(text(), size)); });
+#if QV_BENCH_ABSL
+    row.Add("absl::Cord", [text, size] { return absl::Cord(absl::string_view(text(), size)); });
+#endif
+#if QV_BENCH_BOOST
+    row.Add("boost::string", [text, size] { return boost::container::string(text(), size); });
+#endif
+#if QV_BENCH_QT
+    row.Add("QByteArray", [text, size] { return QByteArray(text(), static_cast<int>(size)); });
+#endif
+    row.Limit("malloc+copy", MallocAndCopyLimit(size + 1));
+}
+
+void AddSharing(size_t size)
+{
+    const std::string from = Words(size);
+    CRow row("copy_destroy", size);
+    row.Add("ours", [text = CString(from.c_str())] { return CString(text); });
+    row.Add("std::string", [from] { return std::string(from); });
+    row.Add("std::shared_ptr", [text = std::make_shared<const std::string>(from)] { return SharedText(text); });
+#if QV_BENCH_ABSL
+    row.Add("absl::Cord", [text = absl::Cord(from)] { return absl::Cord(text); });
+#endif
+#if QV_BENCH_BOOST
+    row.Add("boost::string",
+            [text = boost::container::string(from.data(), from.size())] { return boost::container::string(text); });
+    row.Add("boost::intrusive_ptr", [text = CountedText(new SCountedText(from))] { return CountedText(text); });
+#endif
+#if QV_BENCH_QT
+    row.Add("QByteArray", [text = QByteArray::fromStdString(from)] { return QByteArray(text); });
+#endif
+    row.Limit("atomic_pair", AtomicPairLimit());
+}
+
+// Handles of one text, copied and dropped by two threads: the row's size is the number of threads.
+void AddThreads()
+{
+    const std::string from = Words(24);
+    CRow row("copy_destroy_threads", 2);
+    row.AddThreads("ours", 2, [text = CString(from.c_str())] { return CString(text); });
+    row.AddThreads("std::shared_ptr", 2,
+                   [text = std::make_shared<const std::string>(from)] { return SharedText(text); });
+#if QV_BENCH_BOOST
+    row.AddThreads("boost::intrusive_ptr", 2,
+                   [text = CountedText(new SCountedText(from))] { return CountedText(text); });
+#endif
+#if QV_BENCH_QT
+    row.AddThreads("QByteArray", 2, [text = QByteArray::fromStdString(from)] { return QByteArray(text); });
+#endif
+}
+
+// A thousand texts that live at once, as most texts do: a cache of the last few blocks does not do.
+void AddCreationOfMany()
+{
+    constexpr size_t kCount = 1000;
+    const std::string from = Words(24);
+    CRow row("create_destroy_many", kCount);
+    const auto add = [&row](const char *who, auto make)
+    {
+        row.Add(who,
+                [make]
+                {
+                    std::vector<decltype(make())> texts;
+                    texts.reserve(kCount);
+                    for (size_t i = 0; i < kCount; ++i)
+                        texts.push_back(make());
+                    return texts;
+                });
+    };
+    const auto text = [from] { return from.data(); };
+    add("ours", [text] { return CString(text(), 24); });
+    add("std::string", [text] { return std::string(text(), 24); });
+#if QV_BENCH_ABSL
+    add("absl::Cord", [text] { return absl::Cord(absl::string_view(text(), 24)); });
+#endif
+#if QV_BENCH_BOOST
+    add("boost::string", [text] { return boost::container::string(text(), 24); });
+#endif
+#if QV_BENCH_QT
+    add("QByteArray", [text] { return QByteArray(text(), 24); });
+#endif
+    row.Limit("malloc+copy", MallocAndCopyManyLimit(std::vector<size_t>(kCount, 24)));
+}
+
+#if defined(__GLIBC__) && __GLIBC_PREREQ(2, 33)
+size_t BytesInUse()
+{
+    const struct mallinfo2 info = mallinfo2();
+    return info.uordblks + info.hblkhd;
+}
+
+// What the platform's allocator has handed out for that many texts and their handles.
+void AddMemory(size_t count)
+{
+    std::vector<std::string> from;
+    CRandom random;
+    for (size_t i = 0; i < count; ++i)
+        from.push_back(random.Name(24));
+    CRow row("memory_24", count);
+    const auto add = [&row, &from](const char *who, auto make)
+    {
+        row.AddBytes(who,
+                     [from, make]
+                     {
+                         const size_t before = BytesInUse();
+                         std::vector<decltype(make(from[0]))> texts;
+                         texts.reserve(from.size());
+                         for (const std::string &text : from)
+                             texts.push_back(make(text));
+                         return static_cast<double>(BytesInUse() - before);
+                     });
+    };
+    add("ours", [](const std::string &text) { return CString(text.c_str()); });
+    add("std::string", [](const std::string &text) { return text; });
+    add("std::shared_ptr", [](const std::string &text) { return std::make_shared<const std::string>(text); });
+#if QV_BENCH_ABSL
+    add("absl::Cord", [](const std::string &text) { return absl::Cord(text); });
+#endif
+#if QV_BENCH_BOOST
+    add("boost::string", [](const std::string &text) { return boost::container::string(text.data(), text.size()); });
+    add("boost::intrusive_ptr", [](const std::string &text) { return CountedText(new SCountedText(text)); });
+#endif
+#if QV_BENCH_QT
+    add("QByteArray", [](const std::string &text) { return QByteArray(text.data(), static_cast<int>(text.size())); });
+#endif
+    row.AddBytes("limit:characters", [count] { return static_cast<double>(count * 24); });
+}
+#else
+void AddMemory(size_t) {}
+#endif
+
+} // namespace
+
+void RegisterRows()
+{
+    for (const size_t size : {8, 15, 24, 64, 1024})
+        AddCreation(size);
+    for (const size_t size : {24, 64, 256, 1024})
+        AddSharing(size);
+    AddThreads();
+    AddCreationOfMany();
+    AddMemory(100000);
+}
+
+} // namespace Bench

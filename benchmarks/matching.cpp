@@ -1,0 +1,132 @@
+// Wildcards: one pattern over many paths, and patterns that lead simple matchers astray.
+#include <cstring>
+#include <memory>
+#include <regex>
+#include <string>
+#include <string_view>
+
+#include <fnmatch.h>
+
+#include "support/limits.h"
+#include "support/row.h"
+#include "support/texts.h"
+
+namespace Bench
+{
+
+namespace
+{
+
+using namespace Quorvane;
+
+// The textbook's way: a mismatch goes back to the last star.
+bool MatchesPlain(std::string_view pattern, std::string_view text)
+{
+    constexpr size_t kNone = static_cast<size_t>(-1);
+    size_t p = 0;
+    size_t t = 0;
+    size_t star = kNone;
+    size_t mark = 0;
+    while (t < text.size())
+    {
+        if (p < pattern.size() && pattern[p] == '*')
+        {
+            star = p++;
+            mark = t;
+        }
+        else if (p < pattern.size() && (pattern[p] == '?' || pattern[p] == text[t]))
+        {
+            ++p;
+            ++t;
+        }
+        else if (star != kNone)
+        {
+            p = star + 1;
+            t = ++mark;
+        }
+        else
+            return false;
+    }
+    while (p < pattern.size() && pattern[p] == '*')
+        ++p;
+    return p == pattern.size();
+}
+
+// The regular expression that means what a wildcard pattern means.
+std::string AsExpression(const char *pattern)
+{
+    std::string expression;
+    for (; *pattern != '\0'; ++pattern)
+    {
+        if (*pattern == '*')
+            expression += "(?:.|\\n)*";
+        else if (*pattern == '?')
+            expression += "(?:.|\\n)";
+        else if (std::strchr("\\.+()[]{}^$|", *pattern) != nullptr)
+            expression += std::string("\\") + *pattern;
+        else
+            expression += *pattern;
+    }
+    return expression;
+}
+
+template <typename Texts, typename Matches>
+auto CountMatches(std::shared_ptr<Texts> texts, Matches matches)
+{
+    return [texts, matches]
+    {
+        size_t count = 0;
+        for (const auto &text : *texts)
+            count += matches(text) ? 1 : 0;
+        return count;
+    };
+}
+
+// How many of the texts match. The regular expressions are compiled once, outside the time.
+void AddMatch(const char *name, size_t size, const char *pattern, const std::vector<std::string> &texts,
+              bool isForBacktracking)
+{
+    const auto strings = std::make_shared<std::vector<std::string>>(texts);
+    const auto ours = std::make_shared<std::vector<CString>>();
+    size_t total = 0;
+    for (const std::string &text : texts)
+    {
+        ours->emplace_back(text.c_str());
+        total += text.size();
+    }
+    CRow row(name, size);
+    row.Add("ours", CountMatches(ours, [pattern](const CString &text) { return text.Match(pattern); }));
+    row.Add("textbook", CountMatches(strings, [view = std::string_view(pattern)](const std::string &text)
+                                     { return MatchesPlain(view, text); }));
+    if (isForBacktracking)
+    {
+        row.Add("fnmatch", CountMatches(strings, [pattern](const std::string &text)
+                                        { return fnmatch(pattern, text.c_str(), FNM_NOESCAPE) == 0; }));
+        row.Add("std::regex",
+                CountMatches(strings, [expression = std::regex(AsExpression(pattern), std::regex::optimize)](
+                                          const std::string &text) { return std::regex_match(text, expression); }));
+    }
+#if QV_BENCH_RE2
+    row.Add("re2::FullMatch",
+            CountMatches(strings, [expression = std::make_shared<re2::RE2>(AsExpression(pattern))](
+                                      const std::string &text) { return re2::RE2::FullMatch(text, *expression); }));
+#endif
+    row.Limit("read", ReadLimit(total));
+}
+
+} // namespace
+
+void RegisterRows()
+{
+    const std::vector<std::string> paths = Paths(100000);
+    AddMatch("match_paths", paths.size(), "*lib*/*.so.?", paths, true);
+    AddMatch("match_hard", 24, "*a*a*a*a*b", {std::string(24, 'a')}, true);
+    AddMatch("match_hard", 64, "*a*a*a*a*b", {std::string(64, 'a')}, false);
+    AddMatch("match_hard", 4096, "*a*a*a*a*b", {std::string(4096, 'a')}, false);
+    std::string pairs;
+    for (int i = 0; i < 2048; ++i)
+        pairs += "ab";
+    AddMatch("match_hard_words", 4096, "*aba*abb*c", {pairs}, false);
+}
+
+} // namespace Bench

@@ -1,0 +1,241 @@
+// Cutting a text into pieces: by a character, by a set of characters, by a predicate; into views and into strings. The
+// text is 1 MiB of headers, without empty lines where empty pieces would make a difference.
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "support/limits.h"
+#include "support/row.h"
+#include "support/texts.h"
+
+namespace Bench
+{
+
+namespace
+{
+
+using namespace Quorvane;
+
+const char kSet[] = " \t\n,;()";
+
+bool IsSeparator(char c)
+{
+    return c == ' ' || c == '\t' || c == '\n' || c == ',' || c == ';' || c == '(' || c == ')';
+}
+
+// Text of the given size without two line feeds in a row, or one at either end.
+std::string Lines(size_t size)
+{
+    std::string text = HeaderText(2 * size);
+    text.erase(std::unique(text.begin(), text.end(), [](char a, char b) { return a == '\n' && b == '\n'; }),
+               text.end());
+    text.resize(size);
+    text.front() = text.back() = 'x';
+    return text;
+}
+
+// The standard library's way: `find` gives the end of the piece that starts at an index.
+template <typename Piece, typename Find>
+std::vector<Piece> SplitWith(const std::string &text, bool keepsEmpty, Find find)
+{
+    std::vector<Piece> pieces;
+    for (size_t from = 0; from <= text.size();)
+    {
+        const size_t end = std::min(find(from), text.size());
+        if (keepsEmpty || end != from)
+            pieces.emplace_back(text.data() + from, end - from);
+        from = end + 1;
+    }
+    return pieces;
+}
+
+template <typename Piece>
+std::vector<Piece> SplitAtCharacter(const std::string &text)
+{
+    return SplitWith<Piece>(text, false, [&text](size_t from) { return text.find('\n', from); });
+}
+
+std::vector<std::string> SplitAtSet(const std::string &text)
+{
+    return SplitWith<std::string>(text, true, [&text](size_t from) { return text.find_first_of(kSet, from); });
+}
+
+std::vector<std::string> SplitAtPredicate(const std::string &text)
+{
+    return SplitWith<std::string>(
+        text, false,
+        [&text](size_t from)
+        { return size_t(std::find_if(text.begin() + std::ptrdiff_t(from), text.end(), IsSeparator) - text.begin()); });
+}
+
+std::vector<size_t> Sizes(const std::vector<std::string> &pieces)
+{
+    std::vector<size_t> sizes;
+    for (const std::string &piece : pieces)
+        sizes.push_back(piece.size());
+    return sizes;
+}
+
+void AddViews(size_t size)
+{
+    const std::string text = Lines(size);
+    CRow row("split_char_views", size);
+    row.Add("ours",
+            [ours = CString(text.c_str())]
+            {
+                TArray<CStringView> pieces;
+                ours.Split('\n', pieces);
+                return pieces;
+            });
+    row.Add("std::string_view", [text] { return SplitAtCharacter<std::string_view>(text); });
+#if QV_BENCH_ABSL
+    row.Add("absl::StrSplit",
+            [text] { return std::vector<absl::string_view>(absl::StrSplit(text, '\n', absl::SkipEmpty())); });
+#endif
+#if QV_BENCH_BOOST
+    row.Add("boost::split",
+            [text]
+            {
+                std::vector<boost::iterator_range<std::string::const_iterator>> ranges;
+                boost::split(
+                    ranges, text, [](char c) { return c == '\n'; }, boost::token_compress_on);
+                std::vector<std::string_view> pieces;
+                pieces.reserve(ranges.size());
+                for (const auto &range : ranges)
+                    pieces.emplace_back(&*range.begin(), range.size());
+                return pieces;
+            });
+#endif
+    row.Limit("read", ReadLimit(size));
+}
+
+void AddStrings(size_t size)
+{
+    const std::string text = Lines(size);
+    CRow row("split_char", size);
+    row.Add("ours",
+            [ours = CString(text.c_str())]
+            {
+                TArray<CString> pieces;
+                ours.Split('\n', pieces);
+                return pieces;
+            });
+    row.Add("std::string", [text] { return SplitAtCharacter<std::string>(text); });
+#if QV_BENCH_ABSL
+    row.Add("absl::StrSplit",
+            [text] { return std::vector<std::string>(absl::StrSplit(text, '\n', absl::SkipEmpty())); });
+#endif
+#if QV_BENCH_BOOST
+    row.Add("boost::split",
+            [text]
+            {
+                std::vector<std::string> pieces;
+                boost::split(
+                    pieces, text, [](char c) { return c == '\n'; }, boost::token_compress_on);
+                return pieces;
+            });
+#endif
+#if QV_BENCH_QT
+    row.Add("QByteArray", [bytes = QByteArray::fromStdString(text)] { return bytes.split('\n'); });
+#endif
+    row.Limit("malloc+copy", MallocAndCopyManyLimit(Sizes(SplitAtCharacter<std::string>(text))));
+}
+
+// Empty pieces are kept.
+void AddSet(size_t size)
+{
+    const std::string text = Lines(size);
+    CStringBatchSplitter splitter;
+    splitter.AddSplitChars(kSet);
+    CRow row("split_set", size);
+    row.Add("ours",
+            [ours = CString(text.c_str()), splitter]() mutable
+            {
+                TArray<CString> pieces;
+                splitter.Split(ours, pieces);
+                return pieces;
+            });
+    row.Add("std::string", [text] { return SplitAtSet(text); });
+#if QV_BENCH_ABSL
+    row.Add("absl::StrSplit", [text] { return std::vector<std::string>(absl::StrSplit(text, absl::ByAnyChar(kSet))); });
+#endif
+#if QV_BENCH_BOOST
+    row.Add("boost::split",
+            [text]
+            {
+                std::vector<std::string> pieces;
+                boost::split(pieces, text, boost::is_any_of(kSet));
+                return pieces;
+            });
+    row.Add("boost::tokenizer",
+            [text]
+            {
+                const boost::char_separator<char> separator(kSet, "", boost::keep_empty_tokens);
+                const boost::tokenizer<boost::char_separator<char>> tokens(text, separator);
+                return std::vector<std::string>(tokens.begin(), tokens.end());
+            });
+#endif
+#if QV_BENCH_RE2
+    row.Add("re2::FindAndConsume",
+            [text, pattern = std::make_shared<re2::RE2>("([^ \\t\\n,;()]*)(?:[ \\t\\n,;()]|\\z)")]
+            {
+                std::vector<std::string> pieces;
+                re2::StringPiece rest(text);
+                std::string piece;
+                while (!rest.empty() && re2::RE2::Consume(&rest, *pattern, &piece))
+                    pieces.push_back(piece);
+                return pieces;
+            });
+#endif
+    row.Limit("malloc+copy", MallocAndCopyManyLimit(Sizes(SplitAtSet(text))));
+}
+
+// Empty pieces are dropped.
+void AddPredicate(size_t size)
+{
+    const std::string text = Lines(size);
+    CRow row("split_predicate", size);
+    row.Add("ours",
+            [ours = CString(text.c_str())]
+            {
+                TArray<CString> pieces;
+                ours.Split(IsSeparator, pieces);
+                return pieces;
+            });
+    row.Add("std::find_if", [text] { return SplitAtPredicate(text); });
+#if QV_BENCH_ABSL
+    row.Add("absl::StrSplit", [text]
+            { return std::vector<std::string>(absl::StrSplit(text, absl::ByAnyChar(kSet), absl::SkipEmpty())); });
+#endif
+#if QV_BENCH_BOOST
+    row.Add("boost::split",
+            [text]
+            {
+                std::vector<std::string> pieces;
+                boost::split(pieces, text, IsSeparator, boost::token_compress_on);
+                return pieces;
+            });
+    row.Add("boost::tokenizer",
+            [text]
+            {
+                const boost::char_separator<char> separator(kSet);
+                const boost::tokenizer<boost::char_separator<char>> tokens(text, separator);
+                return std::vector<std::string>(tokens.begin(), tokens.end());
+            });
+#endif
+    row.Limit("malloc+copy", MallocAndCopyManyLimit(Sizes(SplitAtPredicate(text))));
+}
+
+} // namespace
+
+void RegisterRows()
+{
+    constexpr size_t kSize = 1048576;
+    AddViews(kSize);
+    AddStrings(kSize);
+    AddSet(kSize);
+    AddPredicate(kSize);
+}
+
+} // namespace Bench

@@ -1,0 +1,81 @@
+// What the machine allows: the least that an operation could cost, measured beside it in the same program.
+//
+// A limit is a body for CRow::Limit. Buffers have an address that 64 divides, and are touched before they are timed.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+namespace Bench
+{
+
+// Memory for a limit to work on.
+std::shared_ptr<char> MakeBuffer(size_t bytes);
+
+// Reads bytes with the widest vectors that the machine has (32 bytes at most), and folds them.
+uint64_t ReadWide(const char *data, size_t bytes);
+
+// Reading every byte once.
+inline auto ReadLimit(size_t bytes)
+{
+    return [buffer = MakeBuffer(bytes), bytes] { return ReadWide(buffer.get(), bytes); };
+}
+
+// Reading every byte once and writing it elsewhere.
+inline auto CopyLimit(size_t bytes)
+{
+    return [from = MakeBuffer(bytes), to = MakeBuffer(bytes), bytes]
+    {
+        std::memcpy(to.get(), from.get(), bytes);
+        return to.get();
+    };
+}
+
+// What a new text of the size costs: memory, a copy, and giving the memory back.
+inline auto MallocAndCopyLimit(size_t bytes)
+{
+    return [from = MakeBuffer(bytes), bytes]
+    {
+        const std::unique_ptr<char, decltype(&std::free)> block(static_cast<char *>(std::malloc(bytes)), &std::free);
+        std::memcpy(block.get(), from.get(), bytes);
+        return *block;
+    };
+}
+
+// The same for many texts that are all held at once.
+inline auto MallocAndCopyManyLimit(std::vector<size_t> sizes)
+{
+    size_t total = 0;
+    for (const size_t size : sizes)
+        total += size;
+    return [from = MakeBuffer(total), sizes = std::move(sizes)]
+    {
+        std::vector<char *> blocks(sizes.size());
+        const char *next = from.get();
+        for (size_t i = 0; i < sizes.size(); ++i)
+        {
+            blocks[i] = static_cast<char *>(std::malloc(sizes[i] + 1));
+            std::memcpy(blocks[i], next, sizes[i]);
+            next += sizes[i];
+        }
+        for (char *const block : blocks)
+            std::free(block);
+        return blocks.size();
+    };
+}
+
+// What a shared handle costs: counting up and down again.
+inline auto AtomicPairLimit()
+{
+    return [count = std::make_shared<std::atomic<int>>(1)]
+    {
+        count->fetch_add(1, std::memory_order_relaxed);
+        return count->fetch_sub(1, std::memory_order_acq_rel);
+    };
+}
+
+} // namespace Bench

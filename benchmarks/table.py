@@ -1,0 +1,221 @@
+#!/usr/bin/env python3
+"""Puts what the benchmark programs measured into one table.
+
+    table.py [--markdown] [--goals FILE] RESULT.json...
+
+Benchmarks are named <row>/<size>/<who>. Of the repetitions of each the smallest counts. `ours` is compared with the
+fastest peer; `limit:<what>` is what the machine allows. benchmarks/README.md explains the columns.
+"""
+import argparse
+import json
+import os
+import sys
+
+OURS = "ours"
+LIMIT = "limit:"
+BASELINE = "baseline"
+UNITS = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
+# Sizes this far apart (and a little) make a pair of the growth table.
+GROWTH_STEPS = (10, 100)
+MISSING = "-"
+
+
+class Figures:
+    """The smallest figure of each (row, size, who), in nanoseconds or bytes."""
+
+    def __init__(self):
+        self.smallest = {}
+        self.rows = []
+        self.in_bytes = set()
+
+    def add(self, entry):
+        if entry.get("run_type", "iteration") != "iteration" or entry.get("error_occurred"):
+            return
+        # Names may go on with what Google Benchmark adds: "/iterations:1", "/real_time", "/threads:2".
+        row, size, who = entry["name"].split("/")[:3]
+        key = (row, int(size))
+        if key not in self.rows and who != BASELINE:
+            self.rows.append(key)
+        value = self._value(entry)
+        if "bytes" in entry:
+            self.in_bytes.add(key)
+        known = self.smallest.setdefault((row, int(size)), {})
+        known[who] = min(value, known.get(who, value))
+
+    @staticmethod
+    def _value(entry):
+        if "bytes" in entry:
+            return entry["bytes"]
+        clock = "real_time" if "/real_time" in entry["name"] else "cpu_time"
+        return entry[clock] * UNITS[entry.get("time_unit", "ns")]
+
+    def of(self, key):
+        return self.smallest.get(key, {})
+
+    def peers(self, key, names=()):
+        """The peers, or those named, limits among them only when named."""
+        return {
+            who: value
+            for who, value in self.of(key).items()
+            if who not in (OURS, BASELINE) and (who in names if names else not who.startswith(LIMIT))
+        }
+
+    def best_peer(self, key, names=()):
+        """(name, value), or None where no peer was there."""
+        peers = self.peers(key, names)
+        return min(peers.items(), key=lambda item: item[1]) if peers else None
+
+    def limit(self, key):
+        return next(((who, value) for who, value in self.of(key).items() if who.startswith(LIMIT)), None)
+
+    def ours(self, key):
+        return self.of(key).get(OURS)
+
+
+class Goals:
+    """What benchmarks/goals.txt asks for."""
+
+    def __init__(self, lines=()):
+        self.ratios = []
+        self.growths = {}
+        for line in lines:
+            words = line.split("#")[0].split()
+            if not words:
+                continue
+            if words[0] == "growth":
+                self.growths[words[1]] = float(words[2])
+            else:
+                peers = tuple(words[3].split(",")) if len(words) > 3 else ()
+                self.ratios.append((words[0], words[1], float(words[2]), peers))
+
+    def of(self, key):
+        return [(goal, peers) for row, size, goal, peers in self.ratios if row == key[0] and size in ("*", str(key[1]))]
+
+
+def load(paths):
+    figures = Figures()
+    for path in paths:
+        with open(path, encoding="utf-8") as stream:
+            for entry in json.load(stream)["benchmarks"]:
+                figures.add(entry)
+    return figures
+
+
+def show(value, in_bytes=False):
+    """A figure with its unit, three digits."""
+    if value is None:
+        return MISSING
+    if in_bytes:
+        return "%.3g MB" % (value / 1e6)
+    for unit in ("ns", "us", "ms"):
+        if value < 999.5:
+            return "%.3g %s" % (value, unit)
+        value /= 1000
+    return "%.3g s" % value
+
+
+def show_ratio(ratio):
+    return MISSING if ratio is None else "%.2f" % ratio
+
+
+def divide(value, other):
+    return None if value is None or not other else value / other
+
+
+def verdict(figures, key, goals):
+    """("<= 0.6, ...", "yes") of all goals of a row that can be judged: `no` when one is missed."""
+    wanted = []
+    held = []
+    for goal, names in goals.of(key):
+        note = "" if not names else " of " + (names[0] if len(names) == 1 else "sharers")
+        wanted.append("<= %g%s" % (goal, note))
+        best = figures.best_peer(key, names)
+        ratio = divide(figures.ours(key), best[1] if best else None)
+        if ratio is not None:
+            held.append(ratio <= goal + 0.005)
+    answer = "" if not wanted else "?" if not held else "yes" if all(held) else "no"
+    return ", ".join(wanted), answer
+
+
+def main_table(figures, goals):
+    lines = [["row", "size", "ours", "best peer", "its name", "ratio", "limit", "what limits", "share", "goal", "met"]]
+    for key in figures.rows:
+        in_bytes = key in figures.in_bytes
+        ours = figures.ours(key)
+        best = figures.best_peer(key)
+        limit = figures.limit(key)
+        share = divide(limit[1] if limit else None, ours)
+        goal, met = verdict(figures, key, goals)
+        lines.append([
+            key[0], str(key[1]), show(ours, in_bytes),
+            show(best[1], in_bytes) if best else MISSING, best[0] if best else MISSING,
+            show_ratio(divide(ours, best[1] if best else None)),
+            show(limit[1], in_bytes) if limit else MISSING, limit[0][len(LIMIT):] if limit else MISSING,
+            MISSING if share is None else "%.0f %%" % (100 * share), goal, met])
+    return lines
+
+
+def growth_pairs(figures):
+    """(row, size, step, the key of the larger size) wherever ours was measured at both."""
+    for row, size in figures.rows:
+        for step in GROWTH_STEPS:
+            for other in figures.rows:
+                if other[0] == row and figures.ours((row, size)) and figures.ours(other) and \
+                        0.9 <= other[1] / (size * step or 1) <= 1.1:
+                    yield row, size, step, other
+
+
+def growth_table(figures, goals):
+    lines = [["row", "from", "to", "ours grows", "best peer grows", "goal", "met"]]
+    for row, size, step, larger in growth_pairs(figures):
+        grows = divide(figures.ours(larger), figures.ours((row, size)))
+        peers = figures.best_peer((row, size)), figures.best_peer(larger)
+        peer_grows = divide(peers[1][1], peers[0][1]) if all(peers) else None
+        goal = goals.growths.get(row) if step == 10 else None
+        lines.append([
+            row, str(size), str(larger[1]), "%.1f" % grows, MISSING if peer_grows is None else "%.1f" % peer_grows,
+            "" if goal is None else "<= %g" % goal, "" if goal is None else "yes" if grows <= goal + 0.05 else "no"])
+    return lines
+
+
+def as_text(lines):
+    widths = [max(len(line[i]) for line in lines) for i in range(len(lines[0]))]
+    return "\n".join("  ".join(cell.ljust(width) for cell, width in zip(line, widths)).rstrip() for line in lines)
+
+
+def as_markdown(lines):
+    rows = ["| " + " | ".join(line) + " |" for line in lines]
+    rows.insert(1, "|" + "---|" * len(lines[0]))
+    return "\n".join(rows)
+
+
+def tally(lines):
+    met = sum(line[-1] == "yes" for line in lines[1:])
+    missed = sum(line[-1] == "no" for line in lines[1:])
+    return met, missed
+
+
+def main(arguments):
+    parser = argparse.ArgumentParser(description="Puts what the benchmark programs measured into one table.")
+    parser.add_argument("--markdown", action="store_true", help="as Markdown")
+    parser.add_argument("--goals", default=os.path.join(os.path.dirname(os.path.abspath(__file__)), "goals.txt"))
+    parser.add_argument("results", nargs="+", help="JSON that the programs wrote")
+    options = parser.parse_args(arguments)
+
+    figures = load(options.results)
+    with open(options.goals, encoding="utf-8") as stream:
+        goals = Goals(stream)
+    layout = as_markdown if options.markdown else as_text
+    table = main_table(figures, goals)
+    growth = growth_table(figures, goals)
+    print(layout(table))
+    if len(growth) > 1:
+        print("\nCost at 10 and 100 times the size:\n")
+        print(layout(growth))
+    met, missed = (sum(pair) for pair in zip(tally(table), tally(growth)))
+    print("\n%d goals met, %d missed" % (met, missed))
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))
