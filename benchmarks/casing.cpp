@@ -16,18 +16,37 @@ namespace
 
 using namespace Quorvane;
 
-template <typename Text>
-void ToUpper(Text &text)
+void ToUpper(std::string &text)
 {
     std::transform(text.begin(), text.end(), text.begin(),
                    [](char c) { return static_cast<char>(std::toupper(static_cast<unsigned char>(c))); });
 }
 
-template <typename Text>
-void ToLower(Text &text)
+void ToLower(std::string &text)
 {
     std::transform(text.begin(), text.end(), text.begin(),
                    [](char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); });
+}
+
+// The same for ASCII alone, which compilers know how to vectorise.
+char AsciiUpper(char c)
+{
+    return static_cast<char>(c >= 'a' && c <= 'z' ? c - 32 : c);
+}
+
+char AsciiLower(char c)
+{
+    return static_cast<char>(c >= 'A' && c <= 'Z' ? c + 32 : c);
+}
+
+void ToAsciiUpper(std::string &text)
+{
+    std::transform(text.begin(), text.end(), text.begin(), [](char c) { return AsciiUpper(c); });
+}
+
+void ToAsciiLower(std::string &text)
+{
+    std::transform(text.begin(), text.end(), text.begin(), [](char c) { return AsciiLower(c); });
 }
 
 // Calls `raise` and `lower` in turns on a text of its own.
@@ -52,7 +71,8 @@ void AddInPlace(size_t size)
     row.Add("ours", InTurns(
                         CString(from.data(), static_cast<u32>(size)), [](CString &text) { text.ToUppercase(); },
                         [](CString &text) { text.ToLowercase(); }));
-    row.Add("std::toupper", InTurns(from, ToUpper<std::string>, ToLower<std::string>));
+    row.Add("std::toupper", InTurns(from, ToUpper, ToLower));
+    row.Add("std::transform", InTurns(from, ToAsciiUpper, ToAsciiLower));
 #if QV_BENCH_ABSL
     row.Add("absl::AsciiStrToUpper", InTurns(
                                          from, [](std::string &text) { absl::AsciiStrToUpper(&text); },
@@ -82,6 +102,13 @@ void AddCopy(size_t size)
             {
                 std::string copy = from;
                 ToUpper(copy);
+                return copy;
+            });
+    row.Add("std::transform",
+            [from]
+            {
+                std::string copy = from;
+                ToAsciiUpper(copy);
                 return copy;
             });
 #if QV_BENCH_ABSL

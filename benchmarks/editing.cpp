@@ -52,6 +52,13 @@ void AddCharacterReplacement(size_t size)
     const std::string from = Words(size);
     CRow row("replace_char", size);
     row.Add("ours", [text = CString(from.c_str(), static_cast<u32>(size))] { return text.Replace('e', '_'); });
+    row.Add("std::transform",
+            [from]
+            {
+                std::string copy = from;
+                std::transform(copy.begin(), copy.end(), copy.begin(), [](char c) { return c == 'e' ? '_' : c; });
+                return copy;
+            });
     row.Add("std::replace",
             [from]
             {

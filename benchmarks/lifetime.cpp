@@ -93,6 +93,7 @@ void AddThreads()
 #if QV_BENCH_QT
     row.AddThreads("QByteArray", 2, [text = QByteArray::fromStdString(from)] { return QByteArray(text); });
 #endif
+    row.LimitThreads("atomic_pair", 2, AtomicPairLimit());
 }
 
 // A thousand texts that live at once, as most texts do: a cache of the last few blocks does not do.

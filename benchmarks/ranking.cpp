@@ -71,88 +71,152 @@ private:
 
 // ---- The textbook's bit-parallel form ------------------------------------------------------------------------------
 
-// The distances of one text, 64 characters of it to a word, to others.
+// The masks of a text: for each character a bit for every place where it stands.
+class CMasks
+{
+public:
+    explicit CMasks(std::string_view text) : m_Words((text.size() + 63) / 64), m_Masks(256 * m_Words)
+    {
+        for (size_t i = 0; i < text.size(); ++i)
+            m_Masks[Index(text[i]) + i / 64] |= uint64_t(1) << (i % 64);
+    }
+
+    size_t Words() const { return m_Words; }
+    const uint64_t *Of(char c) const { return &m_Masks[Index(c)]; }
+
+private:
+    size_t Index(char c) const { return static_cast<unsigned char>(c) * m_Words; }
+
+    size_t m_Words;
+    std::vector<uint64_t> m_Masks;
+};
+
+// The masks of a text of at most 64 characters, in memory that is used over and over.
+class CShortMasks
+{
+public:
+    explicit CShortMasks(std::string_view text) : m_Text(text)
+    {
+        uint64_t bit = 1;
+        for (const char c : text)
+        {
+            s_Masks[static_cast<unsigned char>(c)] |= bit;
+            bit <<= 1;
+        }
+    }
+
+    CShortMasks(const CShortMasks &) = delete;
+
+    ~CShortMasks()
+    {
+        for (const char c : m_Text)
+            s_Masks[static_cast<unsigned char>(c)] = 0;
+    }
+
+    const uint64_t *Of(char c) const { return &s_Masks[static_cast<unsigned char>(c)]; }
+
+private:
+    static inline uint64_t s_Masks[256];
+
+    std::string_view m_Text;
+};
+
+// One column of 64 rows: where the distance rises from row to row, and where it falls; and what goes from a block of
+// rows to the next one, as 0 or 1.
+struct SColumn
+{
+    uint64_t m_Up;
+    uint64_t m_Down;
+};
+
+struct SCarry
+{
+    uint64_t m_Plus;
+    uint64_t m_Minus;
+};
+
+inline SCarry Step(uint64_t mask, SColumn &column, SCarry in)
+{
+    const uint64_t vertical = mask | column.m_Down;
+    const uint64_t equal = mask | in.m_Minus;
+    const uint64_t horizontal = (((equal & column.m_Up) + column.m_Up) ^ column.m_Up) | equal;
+    uint64_t plus = column.m_Down | ~(horizontal | column.m_Up);
+    uint64_t minus = column.m_Up & horizontal;
+    const SCarry out = {plus >> 63, minus >> 63};
+    plus = (plus << 1) | in.m_Plus;
+    minus = (minus << 1) | in.m_Minus;
+    column.m_Up = minus | ~(vertical | plus);
+    column.m_Down = plus & vertical;
+    return out;
+}
+
+// What the distance rises by over the rows of a column, of which the first `rows` count.
+size_t Rise(const SColumn &column, size_t rows)
+{
+    const uint64_t counted = rows < 64 ? (uint64_t(1) << rows) - 1 : ~uint64_t(0);
+    return static_cast<size_t>(__builtin_popcountll(column.m_Up & counted)) -
+           static_cast<size_t>(__builtin_popcountll(column.m_Down & counted));
+}
+
+// The distance of the text whose masks are given, with at most 64 characters, to another. The shorter text's first step
+// is free.
+template <typename Masks>
+size_t DistanceInWord(const Masks &masks, size_t length, std::string_view other)
+{
+    const bool hasFreeRow = length < other.size();
+    SColumn column = {hasFreeRow ? ~uint64_t(1) : ~uint64_t(0), 0};
+    SCarry in = {hasFreeRow ? uint64_t(1) : uint64_t(0), 0};
+    for (const char c : other)
+    {
+        Step(*masks.Of(c), column, in);
+        in.m_Plus = 1;
+    }
+    return other.size() - (hasFreeRow ? 0 : 1) + Rise(column, length);
+}
+
+// The same for texts of any length, column by column through all blocks of rows.
+size_t DistanceInWords(const CMasks &masks, size_t length, std::string_view other)
+{
+    const bool hasFreeRow = length < other.size();
+    std::vector<SColumn> columns(masks.Words(), SColumn{~uint64_t(0), 0});
+    if (hasFreeRow)
+        columns[0].m_Up = ~uint64_t(1);
+    SCarry first = {hasFreeRow ? uint64_t(1) : uint64_t(0), 0};
+    for (const char c : other)
+    {
+        SCarry in = first;
+        const uint64_t *mask = masks.Of(c);
+        for (SColumn &column : columns)
+            in = Step(*mask++, column, in);
+        first.m_Plus = 1;
+    }
+    size_t distance = other.size() - (hasFreeRow ? 0 : 1);
+    for (size_t word = 0; word < columns.size(); ++word)
+        distance += Rise(columns[word], length - word * 64);
+    return distance;
+}
+
+float WeighPair(std::string_view query, std::string_view other)
+{
+    const size_t distance = query.size() <= 64 ? DistanceInWord(CShortMasks(query), query.size(), other)
+                                               : DistanceInWords(CMasks(query), query.size(), other);
+    return Weight(query.size() + other.size(), distance);
+}
+
+// Weighs many texts against one of at most 64 characters.
 class CBitParallel
 {
 public:
-    explicit CBitParallel(std::string_view query)
-        : m_Query(query), m_Words((query.size() + 63) / 64), m_Masks(256 * m_Words), m_Ups(m_Words), m_Downs(m_Words)
-    {
-        for (size_t i = 0; i < query.size(); ++i)
-            m_Masks[_Row(query[i]) + i / 64] |= uint64_t(1) << (i % 64);
-    }
+    explicit CBitParallel(std::string_view query) : m_Length(query.size()), m_Masks(query) {}
 
-    float operator()(std::string_view other)
+    float operator()(std::string_view other) const
     {
-        return Weight(m_Query.size() + other.size(), m_Words == 1 ? _DistanceInWord(other) : _Distance(other));
+        return Weight(m_Length + other.size(), DistanceInWord(m_Masks, m_Length, other));
     }
 
 private:
-    // The shorter text is the one along the rows, whose first step is free.
-    bool _HasRows(std::string_view other) const { return m_Query.size() < other.size(); }
-
-    size_t _Row(char c) const { return static_cast<unsigned char>(c) * m_Words; }
-
-    // One column of at most 64 rows: the vertical differences, and the horizontal one that comes in and goes out.
-    static int _Step(uint64_t mask, uint64_t &up, uint64_t &down, int in, uint64_t last)
-    {
-        const uint64_t carryDown = in < 0 ? 1 : 0;
-        const uint64_t vertical = mask | down;
-        const uint64_t equal = mask | carryDown;
-        const uint64_t horizontal = (((equal & up) + up) ^ up) | equal;
-        uint64_t plus = down | ~(horizontal | up);
-        uint64_t minus = up & horizontal;
-        const int out = (plus & last) != 0 ? 1 : (minus & last) != 0 ? -1 : 0;
-        plus = (plus << 1) | (in > 0 ? 1 : 0);
-        minus = (minus << 1) | carryDown;
-        up = minus | ~(vertical | plus);
-        down = plus & vertical;
-        return out;
-    }
-
-    size_t _DistanceInWord(std::string_view other) const
-    {
-        const bool hasRows = _HasRows(other);
-        const uint64_t last = uint64_t(1) << (m_Query.size() - 1);
-        uint64_t up = hasRows ? ~uint64_t(1) : ~uint64_t(0);
-        uint64_t down = 0;
-        size_t distance = m_Query.size() - (hasRows ? 1 : 0);
-        int in = hasRows ? 1 : 0;
-        for (const char c : other)
-        {
-            distance += static_cast<size_t>(_Step(m_Masks[_Row(c)], up, down, in, last));
-            in = 1;
-        }
-        return distance;
-    }
-
-    size_t _Distance(std::string_view other)
-    {
-        const bool hasRows = _HasRows(other);
-        std::fill(m_Ups.begin(), m_Ups.end(), ~uint64_t(0));
-        std::fill(m_Downs.begin(), m_Downs.end(), 0);
-        m_Ups[0] = hasRows ? ~uint64_t(1) : ~uint64_t(0);
-        const uint64_t last = uint64_t(1) << ((m_Query.size() - 1) % 64);
-        size_t distance = m_Query.size() - (hasRows ? 1 : 0);
-        int first = hasRows ? 1 : 0;
-        for (const char c : other)
-        {
-            const uint64_t *const masks = &m_Masks[_Row(c)];
-            int in = first;
-            for (size_t word = 0; word + 1 < m_Words; ++word)
-                in = _Step(masks[word], m_Ups[word], m_Downs[word], in, uint64_t(1) << 63);
-            distance +=
-                static_cast<size_t>(_Step(masks[m_Words - 1], m_Ups[m_Words - 1], m_Downs[m_Words - 1], in, last));
-            first = 1;
-        }
-        return distance;
-    }
-
-    std::string_view m_Query;
-    size_t m_Words;
-    std::vector<uint64_t> m_Masks;
-    std::vector<uint64_t> m_Ups;
-    std::vector<uint64_t> m_Downs;
+    size_t m_Length;
+    CMasks m_Masks;
 };
 
 // ---- The rows ------------------------------------------------------------------------------------------------------
@@ -180,7 +244,7 @@ void AddPair(size_t length)
     CRow row("fuzzy_pair", length);
     row.Add("ours",
             [a = CString(pair.m_Query.c_str()), b = CString(pair.m_Other.c_str())] { return a.FuzzyMatch(b) * 1e6f; });
-    row.Add("bit-parallel", [pair] { return CBitParallel(pair.m_Query)(pair.m_Other) * 1e6f; });
+    row.Add("bit-parallel", [pair] { return WeighPair(pair.m_Query, pair.m_Other) * 1e6f; });
     row.Add("recurrence", [pair, plain = CPlain()]() mutable { return plain(pair.m_Query, pair.m_Other) * 1e6f; });
     row.Limit("read", ReadLimit(2 * length));
 }

@@ -3,6 +3,7 @@
 // A limit is a body for CRow::Limit. Buffers have an address that 64 divides, and are touched before they are timed.
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
 #include <cstdlib>
@@ -46,12 +47,13 @@ inline auto MallocAndCopyLimit(size_t bytes)
     };
 }
 
-// The same for many texts that are all held at once.
+// The same for many texts that are all held at once; empty ones need no memory.
 inline auto MallocAndCopyManyLimit(std::vector<size_t> sizes)
 {
     size_t total = 0;
     for (const size_t size : sizes)
         total += size;
+    sizes.erase(std::remove(sizes.begin(), sizes.end(), size_t(0)), sizes.end());
     return [from = MakeBuffer(total), sizes = std::move(sizes)]
     {
         std::vector<char *> blocks(sizes.size());
@@ -74,7 +76,7 @@ inline auto AtomicPairLimit()
     return [count = std::make_shared<std::atomic<int>>(1)]
     {
         count->fetch_add(1, std::memory_order_relaxed);
-        return count->fetch_sub(1, std::memory_order_acq_rel);
+        return count->fetch_sub(1, std::memory_order_acq_rel) == 1;
     };
 }
 

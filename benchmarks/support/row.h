@@ -95,6 +95,13 @@ public:
         return Other((std::string("limit:") + what).c_str(), std::move(body));
     }
 
+    template <typename Body>
+    CRow &LimitThreads(const char *what, int threads, Body body)
+    {
+        _Register((std::string("limit:") + what).c_str(), _Loop(std::move(body)))->Threads(threads)->UseRealTime();
+        return *this;
+    }
+
     // A figure that is not a time: "bytes" in the table.
     template <typename Measure>
     CRow &AddBytes(const char *who, Measure measure)
