@@ -139,10 +139,10 @@ size_t BytesInUse()
 // What the platform's allocator has handed out for that many texts and their handles.
 void AddMemory(size_t count)
 {
-    std::vector<std::string> from;
+    const auto from = std::make_shared<std::vector<std::string>>();
     CRandom random;
     for (size_t i = 0; i < count; ++i)
-        from.push_back(random.Name(24));
+        from->push_back(random.Name(24));
     CRow row("memory_24", count);
     const auto add = [&row, &from](const char *who, auto make)
     {
@@ -150,9 +150,9 @@ void AddMemory(size_t count)
                      [from, make]
                      {
                          const size_t before = BytesInUse();
-                         std::vector<decltype(make(from[0]))> texts;
-                         texts.reserve(from.size());
-                         for (const std::string &text : from)
+                         std::vector<decltype(make(from->front()))> texts;
+                         texts.reserve(from->size());
+                         for (const std::string &text : *from)
                              texts.push_back(make(text));
                          return static_cast<double>(BytesInUse() - before);
                      });

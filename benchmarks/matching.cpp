@@ -52,16 +52,17 @@ bool MatchesPlain(std::string_view pattern, std::string_view text)
     return p == pattern.size();
 }
 
-// The regular expression that means what a wildcard pattern means.
-std::string AsExpression(const char *pattern)
+// The regular expression that means what a wildcard pattern means, for a library whose dots match line feeds or not.
+std::string AsExpression(const char *pattern, bool isForDots)
 {
+    const std::string any = isForDots ? "." : "(?:.|\\n)";
     std::string expression;
     for (; *pattern != '\0'; ++pattern)
     {
         if (*pattern == '*')
-            expression += "(?:.|\\n)*";
+            expression += any + "*";
         else if (*pattern == '?')
-            expression += "(?:.|\\n)";
+            expression += any;
         else if (std::strchr("\\.+()[]{}^$|", *pattern) != nullptr)
             expression += std::string("\\") + *pattern;
         else
@@ -69,6 +70,17 @@ std::string AsExpression(const char *pattern)
     }
     return expression;
 }
+
+#if QV_BENCH_RE2
+std::shared_ptr<re2::RE2> Compile(const std::string &expression)
+{
+    re2::RE2::Options options;
+    options.set_encoding(re2::RE2::Options::EncodingLatin1);
+    options.set_dot_nl(true);
+    options.set_never_capture(true);
+    return std::make_shared<re2::RE2>(expression, options);
+}
+#endif
 
 template <typename Texts, typename Matches>
 auto CountMatches(std::shared_ptr<Texts> texts, Matches matches)
@@ -103,13 +115,13 @@ void AddMatch(const char *name, size_t size, const char *pattern, const std::vec
         row.Add("fnmatch", CountMatches(strings, [pattern](const std::string &text)
                                         { return fnmatch(pattern, text.c_str(), FNM_NOESCAPE) == 0; }));
         row.Add("std::regex",
-                CountMatches(strings, [expression = std::regex(AsExpression(pattern), std::regex::optimize)](
+                CountMatches(strings, [expression = std::regex(AsExpression(pattern, false), std::regex::optimize)](
                                           const std::string &text) { return std::regex_match(text, expression); }));
     }
 #if QV_BENCH_RE2
     row.Add("re2::FullMatch",
-            CountMatches(strings, [expression = std::make_shared<re2::RE2>(AsExpression(pattern))](
-                                      const std::string &text) { return re2::RE2::FullMatch(text, *expression); }));
+            CountMatches(strings, [expression = Compile(AsExpression(pattern, true))](const std::string &text)
+                         { return re2::RE2::FullMatch(text, *expression); }));
 #endif
     row.Limit("read", ReadLimit(total));
 }

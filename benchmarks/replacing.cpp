@@ -27,17 +27,34 @@ std::string Haystack(size_t size)
     return text;
 }
 
-std::string Replaced(const std::string &text, const std::string &replacement)
+// Copies the text piece by piece; `find` gives the next place of the needle at or after one, or null.
+template <typename Find>
+std::string ReplaceWith(const std::string &text, const std::string &replacement, Find find)
 {
     std::string result;
     result.reserve(text.size());
-    size_t from = 0;
-    for (size_t at; (at = text.find(kNeedle, from)) != std::string::npos; from = at + kNeedle.size())
+    const char *from = text.data();
+    for (const char *at; (at = find(from)) != nullptr; from = at + kNeedle.size())
     {
-        result.append(text, from, at - from);
+        result.append(from, at);
         result += replacement;
     }
-    return result.append(text, from);
+    return result.append(from, text.data() + text.size());
+}
+
+std::string Replaced(const std::string &text, const std::string &replacement)
+{
+    const auto find = [&text](const char *from) -> const char *
+    {
+        const size_t at = text.find(kNeedle, static_cast<size_t>(from - text.data()));
+        return at != std::string::npos ? text.data() + at : nullptr;
+    };
+    return ReplaceWith(text, replacement, find);
+}
+
+std::string ReplacedByStrstr(const std::string &text, const std::string &replacement)
+{
+    return ReplaceWith(text, replacement, [](const char *from) { return std::strstr(from, kNeedle.c_str()); });
 }
 
 void AddReplacement(const char *name, size_t size, const std::string &by)
@@ -46,6 +63,7 @@ void AddReplacement(const char *name, size_t size, const std::string &by)
     CRow row(name, size);
     row.Add("ours", [ours = CString(text.c_str()), by] { return ours.Replace(kNeedle.c_str(), by.c_str()); });
     row.Add("std::string", [text, by] { return Replaced(text, by); });
+    row.Add("strstr", [text, by] { return ReplacedByStrstr(text, by); });
 #if QV_BENCH_ABSL
     row.Add("absl::StrReplaceAll", [text, by] { return absl::StrReplaceAll(text, {{kNeedle, by}}); });
 #endif
