@@ -1,8 +1,12 @@
 // Tagged, aligned allocation, and the hook through which an embedder replaces it.
 //
 // Every allocation of the library comes through here, with its exact size, alignment, origin, tag and place in the
-// source, so that a replacement can account for it, refuse it, or serve it from a pool of its own. The default
-// allocator is the platform's.
+// source, so that a replacement can account for it, refuse it, or serve it from a pool of its own.
+//
+// The default allocator takes large blocks from the platform, and small ones, up to 2 KiB, from slabs of its own: each
+// thread caches free ones, up to 1 MiB of them, and gives them back when it ends. A block that grows step by step gets
+// room to do so in place. With the CMake option QV_MEM_CACHE off, under sanitizers and valgrind, and where the system
+// grants no range of addresses, every block is the platform's.
 //
 // Any thread may allocate and free; a block may be freed by another thread than the one that allocated it.
 #pragma once
@@ -60,8 +64,9 @@ SAllocator SetAllocator(const SAllocator &allocator);
 void *_RawAlloc(u64 size, u32 alignment, EAllocType type, EOrigin origin, const char *tag, const char *file, u32 line,
                 const char *function);
 
-// Resizes a block of origin `Origin_Alloc`; a null block is allocated. The default allocator lets blocks of the
-// platform's own alignment grow in place where the platform can.
+// Resizes a block of origin `Origin_Alloc`; a null block is allocated. The default allocator keeps half as much again
+// behind a block that grows by less than its size, gives room back when less than half is needed, and lets the platform
+// resize its own blocks in place where it can.
 // Requires: an alignment as above, else reports it and refuses.
 // Returns: the block, perhaps moved, with its contents up to the smaller size; or null when memory is refused, and
 // `block` is then still valid.

@@ -2,6 +2,8 @@
 #include "kr_mem.h"
 
 #include "kr_assert.h"
+#include "mem_cache.h"
+#include "mem_config.h"
 #include "mem_default.h"
 
 namespace Quorvane::Mem
@@ -15,12 +17,26 @@ constexpr SAllocator kDefaultAllocator = {&Internal::DefaultAlloc, &Internal::De
 // Plain: it is exchanged only while no other thread allocates or frees.
 QV_INTERNAL_CONSTINIT SAllocator g_Allocator = kDefaultAllocator;
 
+// The default's own functions, given back by whoever replaced them, are the default again.
+bool IsDefault(const SAllocator &allocator)
+{
+    return allocator.m_Alloc == kDefaultAllocator.m_Alloc && allocator.m_Realloc == kDefaultAllocator.m_Realloc &&
+           allocator.m_Free == kDefaultAllocator.m_Free;
+}
+
 bool IsPowerOfTwoOrZero(u32 alignment)
 {
     return (alignment & (alignment - 1)) == 0;
 }
 
 } // namespace
+
+namespace Internal
+{
+
+QV_INTERNAL_CONSTINIT bool g_ShortWay = kCachesSmallBlocks;
+
+} // namespace Internal
 
 SAllocator SetAllocator(const SAllocator &allocator)
 {
@@ -30,6 +46,7 @@ SAllocator SetAllocator(const SAllocator &allocator)
     if (QV_VERIFY(none || all))
         return before;
     g_Allocator = none ? kDefaultAllocator : allocator;
+    Internal::g_ShortWay = Internal::kCachesSmallBlocks && IsDefault(g_Allocator);
     return before;
 }
 
@@ -38,6 +55,8 @@ void *_RawAlloc(u64 size, u32 alignment, EAllocType type, EOrigin origin, const 
 {
     if (QV_VERIFY(IsPowerOfTwoOrZero(alignment)))
         return nullptr;
+    if (Internal::g_ShortWay && alignment <= Internal::kSmallStep)
+        return Internal::AllocShort(size);
     return g_Allocator.m_Alloc(size, alignment, type, origin, tag, file, line, function);
 }
 
@@ -52,7 +71,11 @@ void *_RawRealloc(void *block, u64 newSize, u32 alignment, EAllocType type, cons
 void _RawFree(void *block, EAllocType type, EOrigin origin, const char *tag, const char *file, u32 line,
               const char *function)
 {
-    if (block != nullptr)
+    if (block == nullptr)
+        return;
+    if (Internal::g_ShortWay)
+        Internal::FreeShort(block);
+    else
         g_Allocator.m_Free(block, type, origin, tag, file, line, function);
 }
 

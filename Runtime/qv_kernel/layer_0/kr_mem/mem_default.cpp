@@ -1,6 +1,9 @@
-// The default allocator: the platform's own, without bookkeeping.
+// The default allocator, without bookkeeping: small blocks are our own, the others the platform's, and a block that
+// grows again and again gets room to do so.
 #include "mem_default.h"
 
+#include "mem_cache.h"
+#include "mem_config.h"
 #include "mem_port.h"
 
 #if !defined(QV_MEM_TRACKING) || !QV_MEM_TRACKING
@@ -11,19 +14,94 @@ namespace Quorvane::Mem
 namespace Internal
 {
 
+namespace
+{
+
+void *AllocOfAlignment(u64 size, u32 alignment)
+{
+    if (kCachesSmallBlocks && alignment <= kSmallStep)
+        return AllocShort(size);
+    return PortAlloc(size, alignment);
+}
+
+// The bytes that may be used of a block.
+u64 RoomOf(void *block)
+{
+    return IsSmallBlock(block) ? ClassBytes(ClassOfSmallBlock(block)) : PortUsableSize(block);
+}
+
+bool IsAlignedTo(const void *block, u32 alignment)
+{
+    return alignment == 0 || (reinterpret_cast<ureg>(block) & (alignment - 1)) == 0;
+}
+
+void *Move(void *block, u64 room, u64 newSize, u32 alignment)
+{
+    void *const moved = AllocOfAlignment(newSize, alignment);
+    if (moved == nullptr)
+        return nullptr;
+    std::memcpy(moved, block, static_cast<std::size_t>(QVMin(room, newSize)));
+    FreeShort(block);
+    return moved;
+}
+
+// The platform's blocks of its own alignment are resized by it, which may spare the copy.
+void *MoveOrResize(void *block, u64 room, u64 newSize, u32 alignment)
+{
+    if (IsSmallBlock(block) || alignment > kPlatformAlignment)
+        return Move(block, room, newSize, alignment);
+    return PortRealloc(block, newSize, alignment);
+}
+
+// A block that more than doubles is on its way to a size that its owner knows; one that grows by less will do so again.
+u64 RoomyBytes(u64 room, u64 newSize)
+{
+    const u64 roomy = newSize + newSize / 2;
+    return newSize < 2 * room && PortSizeFits(roomy) ? roomy : newSize;
+}
+
+void *Grow(void *block, u64 room, u64 newSize, u32 alignment)
+{
+    const u64 roomy = RoomyBytes(room, newSize);
+    void *grown = MoveOrResize(block, room, roomy, alignment);
+    if (grown == nullptr && roomy != newSize)
+        grown = MoveOrResize(block, room, newSize, alignment);
+    return grown;
+}
+
+// Gives room back. Where that takes memory which is refused, the block stays as it is.
+void *Shrink(void *block, u64 room, u64 newSize, u32 alignment)
+{
+    void *const shrunk = MoveOrResize(block, room, newSize, alignment);
+    return shrunk != nullptr ? shrunk : block;
+}
+
+} // namespace
+
 void *DefaultAlloc(u64 size, u32 alignment, EAllocType, EOrigin, const char *, const char *, u32, const char *)
 {
-    return PortAlloc(size, alignment);
+    return AllocOfAlignment(size, alignment);
 }
 
 void *DefaultRealloc(void *block, u64 newSize, u32 alignment, EAllocType, const char *, const char *, u32, const char *)
 {
-    return PortRealloc(block, newSize, alignment);
+    if (block == nullptr)
+        return AllocOfAlignment(newSize, alignment);
+    if (!PortSizeFits(newSize))
+        return nullptr;
+    if (!MayKeepRoom())
+        return PortRealloc(block, newSize, alignment);
+    const u64 room = RoomOf(block);
+    if (newSize > room)
+        return Grow(block, room, newSize, alignment);
+    if (!IsAlignedTo(block, alignment))
+        return Move(block, room, newSize, alignment);
+    return newSize >= room / 2 ? block : Shrink(block, room, newSize, alignment);
 }
 
 void DefaultFree(void *block, EAllocType, EOrigin, const char *, const char *, u32, const char *)
 {
-    PortFree(block);
+    FreeShort(block);
 }
 
 } // namespace Internal

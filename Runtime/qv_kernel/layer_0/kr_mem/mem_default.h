@@ -1,5 +1,5 @@
-// The default allocator, as the hook sees it. mem_default.cpp gives the platform's blocks as they are; a build with
-// QV_MEM_TRACKING gives them through the tracker of mem_tracking.cpp.
+// The default allocator, as the hook sees it. mem_default.cpp gives small blocks from the threads' caches and others from
+// the platform; a build with QV_MEM_TRACKING gives the platform's blocks through the tracker of mem_tracking.cpp.
 #pragma once
 
 #include "kr_mem.h"

@@ -1,3 +1,4 @@
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cstdint>
@@ -8,7 +9,11 @@
 
 #include <gtest/gtest.h>
 
+#include "child_process.h"
 #include "kr_mem.h"
+#include "kr_mem/mem_cache.h"
+#include "kr_mem/mem_config.h"
+#include "kr_mem/mem_port.h"
 
 namespace QuorvaneTest
 {
@@ -214,6 +219,90 @@ TEST(MemDefault, ARefusedReallocationLeavesTheOldBlockValid)
     }
 }
 
+// Classes of small blocks, the step to the platform's, and sizes well within each.
+TEST(MemDefault, ReallocationKeepsContentsOverEveryStep)
+{
+    for (u64 oldSize = 1; oldSize <= 2200; oldSize += 45)
+        for (u64 newSize = 1; newSize <= 2600; newSize += 45)
+        {
+            u8 *const block = Alloc(oldSize, 16);
+            ASSERT_NE(block, nullptr);
+            Fill(block, oldSize);
+            u8 *const moved = Realloc(block, newSize, 16);
+            ASSERT_NE(moved, nullptr);
+            EXPECT_TRUE(IsAligned(moved, 16));
+            EXPECT_TRUE(HoldsPattern(moved, oldSize < newSize ? oldSize : newSize)) << oldSize << " to " << newSize;
+            Fill(moved, newSize);
+            EXPECT_TRUE(HoldsPattern(moved, newSize));
+            Free(moved);
+        }
+}
+
+namespace
+{
+
+// A text that grows by `step` characters at a time, in a buffer that asks for 256 more than it needs.
+struct SGrowth
+{
+    u64 m_Moves;
+    u64 m_BytesCopied;
+};
+
+SGrowth GrowTo(u64 length, u64 step, u32 alignment)
+{
+    SGrowth growth = {0, 0};
+    u64 capacity = 16;
+    u8 *block = Alloc(capacity, alignment);
+    for (u64 cur = 0; cur < length; cur += step)
+    {
+        if (cur + step < capacity)
+            continue;
+        const u64 grown = (cur + step + 256 + 15) / 16 * 16;
+        u8 *const moved = Realloc(block, grown, alignment);
+        if (moved != block)
+            growth = {growth.m_Moves + 1, growth.m_BytesCopied + capacity};
+        block = moved;
+        capacity = grown;
+    }
+    Free(block);
+    return growth;
+}
+
+} // namespace
+
+TEST(MemDefault, AGrowingBlockIsCopiedAFewTimesHoweverLong)
+{
+    if (!Mem::Internal::MayKeepRoom())
+        GTEST_SKIP() << "blocks are of exact sizes here";
+    for (const u32 alignment : {0u, 16u, 64u})
+        for (const u64 length : {4096u, 40000u, 400000u, 6500000u})
+            for (const u64 step : {1u, 16u})
+            {
+                const SGrowth growth = GrowTo(length, step, alignment);
+                EXPECT_LE(growth.m_BytesCopied, 4 * length) << length << " by " << step;
+                EXPECT_LE(growth.m_Moves, 40u) << length << " by " << step;
+            }
+}
+
+TEST(MemDefault, ABlockThatShrinksBelowHalfGivesRoomBack)
+{
+    if (!Mem::Internal::MayKeepRoom())
+        GTEST_SKIP() << "blocks are of exact sizes here";
+    for (const u64 size : {200u, 2000u, 100000u})
+    {
+        u8 *const block = Alloc(size, 16);
+        Fill(block, size);
+        u8 *const shrunk = Realloc(block, size / 4, 16);
+        ASSERT_NE(shrunk, nullptr);
+        EXPECT_TRUE(HoldsPattern(shrunk, size / 4));
+        const u64 room = Mem::Internal::IsSmallBlock(shrunk)
+                             ? Mem::Internal::ClassBytes(Mem::Internal::ClassOfSmallBlock(shrunk))
+                             : Mem::Internal::PortUsableSize(shrunk);
+        EXPECT_LE(room, size / 4 + 32);
+        Free(shrunk);
+    }
+}
+
 #if defined(__linux__)
 
 namespace
@@ -270,6 +359,33 @@ TEST(MemDefault, ReallocationCopiesNoMoreThanThePlatformDoes)
     }
 }
 
+#if !defined(QV_INTERNAL_SANITIZED)
+
+TEST(MemDefault, AGrowthThatHasNoRoomToSpareGetsWhatItAskedFor)
+{
+    constexpr u64 kMiB = 1u << 20;
+    const SChildResult child = RunInChild(
+        []
+        {
+            u8 *const block = Alloc(200 * kMiB, 16);
+            std::FILE *const file = std::fopen("/proc/self/statm", "r");
+            long long pages = 0;
+            if (block == nullptr || file == nullptr || std::fscanf(file, "%lld", &pages) != 1)
+                return 1;
+            std::fclose(file);
+            // Enough for what is asked for, not for half as much again.
+            const rlim_t most = static_cast<rlim_t>(pages * sysconf(_SC_PAGESIZE)) + 80 * kMiB;
+            const rlimit limit = {most, most};
+            if (setrlimit(RLIMIT_AS, &limit) != 0)
+                return 2;
+            block[0] = 7;
+            u8 *const grown = Realloc(block, 250 * kMiB, 16);
+            return grown != nullptr && grown[0] == 7 && Realloc(grown, 400 * kMiB, 16) == nullptr ? 0 : 3;
+        });
+    EXPECT_EQ(child.m_ExitCode, 0);
+}
+
+#endif
 #endif
 
 } // namespace QuorvaneTest

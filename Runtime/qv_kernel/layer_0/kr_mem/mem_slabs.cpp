@@ -1,0 +1,220 @@
+// Slabs of small blocks: who serves which class, and whose memory is given back.
+#include "mem_slabs.h"
+
+#include "mem_port.h"
+
+namespace Quorvane::Mem::Internal
+{
+
+namespace
+{
+
+constexpr u32 BlocksPerSlab(u32 sizeClass)
+{
+    return static_cast<u32>(kSlabBytes / ClassBytes(sizeClass));
+}
+
+char *MemoryOf(SSlab *slab)
+{
+    SChunk *const chunk = ChunkOf(slab);
+    const ureg index = static_cast<ureg>(slab - chunk->m_Slabs);
+    return reinterpret_cast<char *>(chunk) + index * kSlabBytes;
+}
+
+bool HasBlocks(const SSlab &slab, u32 sizeClass)
+{
+    return slab.m_Free != nullptr || slab.m_Cut < BlocksPerSlab(sizeClass);
+}
+
+void Push(SSlab *&list, SSlab *slab)
+{
+    slab->m_Next = list;
+    list = slab;
+}
+
+SSlab *Pop(SSlab *&list)
+{
+    SSlab *const slab = list;
+    list = slab->m_Next;
+    return slab;
+}
+
+} // namespace
+
+bool CSlabHeap::Reserve()
+{
+    void *const range = PortReserve(kSmallRangeBytes, kChunkBytes);
+    if (range == nullptr)
+        return false;
+    m_Base = reinterpret_cast<ureg>(range);
+    m_NextSlab = m_Base;
+    m_CommittedEnd = m_Base;
+    return true;
+}
+
+void CSlabHeap::Unreserve()
+{
+    PortUnreserve(reinterpret_cast<void *>(m_Base), kSmallRangeBytes);
+}
+
+u32 CSlabHeap::Take(u32 sizeClass, u32 count, SFreeBlock *&outFirst)
+{
+    const std::lock_guard<std::mutex> guard(m_Lock);
+    SFreeBlock **link = &outFirst;
+    u32 taken = 0;
+    while (taken < count)
+    {
+        SSlab *const slab = _SlabFor(sizeClass);
+        if (slab == nullptr)
+            break;
+        taken += _Cut(slab, sizeClass, count - taken, link);
+        if (!HasBlocks(*slab, sizeClass))
+            _UnlinkFromClass(slab, sizeClass);
+    }
+    *link = nullptr;
+    m_Figures.m_LiveBlocks += taken;
+    return taken;
+}
+
+SFreeBlock *CSlabHeap::Give(SFreeBlock *first, u32 count)
+{
+    const std::lock_guard<std::mutex> guard(m_Lock);
+    m_Figures.m_LiveBlocks -= count;
+    for (; count != 0; --count)
+    {
+        SFreeBlock *const next = first->m_Next;
+        _GiveOne(first);
+        first = next;
+    }
+    return first;
+}
+
+SSlabFigures CSlabHeap::Figures()
+{
+    const std::lock_guard<std::mutex> guard(m_Lock);
+    return m_Figures;
+}
+
+// Appends up to `count` blocks of a slab to the list that ends in `link`; first those that came back, then fresh ones.
+u32 CSlabHeap::_Cut(SSlab *slab, u32 sizeClass, u32 count, SFreeBlock **&link)
+{
+    u32 cut = 0;
+    for (; cut < count && slab->m_Free != nullptr; ++cut)
+    {
+        *link = slab->m_Free;
+        link = &slab->m_Free->m_Next;
+        slab->m_Free = slab->m_Free->m_Next;
+    }
+    const ureg bytes = static_cast<ureg>(ClassBytes(sizeClass));
+    char *memory = MemoryOf(slab) + slab->m_Cut * bytes;
+    const u32 fresh = QVMin(count - cut, BlocksPerSlab(sizeClass) - slab->m_Cut);
+    for (u32 i = 0; i < fresh; ++i, memory += bytes)
+    {
+        SFreeBlock *const block = ::new (memory) SFreeBlock{nullptr};
+        *link = block;
+        link = &block->m_Next;
+    }
+    slab->m_Cut += fresh;
+    slab->m_Live += cut + fresh;
+    return cut + fresh;
+}
+
+// A slab of the class that has blocks to take; null when memory is refused.
+SSlab *CSlabHeap::_SlabFor(u32 sizeClass)
+{
+    if (m_WithRoom[sizeClass] != nullptr)
+        return m_WithRoom[sizeClass];
+    SSlab *const slab = _UnusedSlab();
+    if (slab == nullptr)
+        return nullptr;
+    *slab = SSlab{};
+    ChunkOf(slab)->m_Classes[slab - ChunkOf(slab)->m_Slabs] = static_cast<u8>(sizeClass);
+    ++m_Figures.m_UsedSlabs;
+    _LinkToClass(slab, sizeClass);
+    return slab;
+}
+
+// A slab that serves no class: best one that still has its memory.
+SSlab *CSlabHeap::_UnusedSlab()
+{
+    if (m_Idle != nullptr)
+    {
+        --m_Figures.m_IdleSlabs;
+        return Pop(m_Idle);
+    }
+    if (m_Returned != nullptr)
+    {
+        --m_Figures.m_ReturnedSlabs;
+        return Pop(m_Returned);
+    }
+    if (m_NextSlab == m_CommittedEnd && !_CommitChunk())
+        return nullptr;
+    const void *const memory = reinterpret_cast<const void *>(m_NextSlab);
+    m_NextSlab += kSlabBytes;
+    return &ChunkOf(memory)->m_Slabs[SlabIndexOf(memory)];
+}
+
+bool CSlabHeap::_CommitChunk()
+{
+    if (m_CommittedEnd - m_Base == kSmallRangeBytes)
+        return false;
+    void *const memory = reinterpret_cast<void *>(m_CommittedEnd);
+    if (!PortCommit(memory, kChunkBytes))
+        return false;
+    ::new (memory) SChunk{};
+    m_CommittedEnd += kChunkBytes;
+    m_NextSlab += kSlabBytes;
+    return true;
+}
+
+void CSlabHeap::_GiveOne(SFreeBlock *block)
+{
+    SChunk *const chunk = ChunkOf(block);
+    const u32 index = SlabIndexOf(block);
+    const u32 sizeClass = chunk->m_Classes[index];
+    SSlab *const slab = &chunk->m_Slabs[index];
+    const bool hadBlocks = HasBlocks(*slab, sizeClass);
+    block->m_Next = slab->m_Free;
+    slab->m_Free = block;
+    --slab->m_Live;
+    if (!hadBlocks)
+        _LinkToClass(slab, sizeClass);
+    if (slab->m_Live != 0)
+        return;
+    _UnlinkFromClass(slab, sizeClass);
+    _Retire(slab);
+}
+
+void CSlabHeap::_LinkToClass(SSlab *slab, u32 sizeClass)
+{
+    SSlab *&first = m_WithRoom[sizeClass];
+    slab->m_Previous = nullptr;
+    slab->m_Next = first;
+    if (first != nullptr)
+        first->m_Previous = slab;
+    first = slab;
+}
+
+void CSlabHeap::_UnlinkFromClass(SSlab *slab, u32 sizeClass)
+{
+    SSlab *&linkToIt = slab->m_Previous != nullptr ? slab->m_Previous->m_Next : m_WithRoom[sizeClass];
+    linkToIt = slab->m_Next;
+    if (slab->m_Next != nullptr)
+        slab->m_Next->m_Previous = slab->m_Previous;
+}
+
+// Takes a slab out of service, all blocks of which are back.
+void CSlabHeap::_Retire(SSlab *slab)
+{
+    --m_Figures.m_UsedSlabs;
+    if (m_Figures.m_IdleSlabs < kMaxIdleSlabs)
+    {
+        ++m_Figures.m_IdleSlabs;
+        return Push(m_Idle, slab);
+    }
+    PortForget(MemoryOf(slab), kSlabBytes);
+    ++m_Figures.m_ReturnedSlabs;
+    Push(m_Returned, slab);
+}
+
+} // namespace Quorvane::Mem::Internal

@@ -1,0 +1,199 @@
+#include "kr_mem/mem_slabs.h"
+
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <cstring>
+#include <set>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "child_process.h"
+#include "kr_mem/mem_config.h"
+
+namespace QuorvaneTest
+{
+
+namespace
+{
+
+using namespace Quorvane;
+using namespace Quorvane::Mem::Internal;
+
+// A heap of its own, beside the one of the default allocator.
+class MemSlabs : public ::testing::Test
+{
+protected:
+    void SetUp() override { ASSERT_TRUE(m_Heap.Reserve()); }
+    void TearDown() override { m_Heap.Unreserve(); }
+
+    std::vector<char *> Take(u32 sizeClass, u32 count)
+    {
+        SFreeBlock *first = nullptr;
+        const u32 taken = m_Heap.Take(sizeClass, count, first);
+        std::vector<char *> blocks;
+        for (; first != nullptr; first = first->m_Next)
+            blocks.push_back(reinterpret_cast<char *>(first));
+        EXPECT_EQ(blocks.size(), taken);
+        return blocks;
+    }
+
+    void Give(const std::vector<char *> &blocks)
+    {
+        SFreeBlock *first = nullptr;
+        for (char *const block : blocks)
+            first = ::new (block) SFreeBlock{first};
+        EXPECT_EQ(m_Heap.Give(first, static_cast<u32>(blocks.size())), nullptr);
+    }
+
+    CSlabHeap m_Heap;
+};
+
+u32 BlocksPerSlab(u32 sizeClass)
+{
+    return static_cast<u32>(kSlabBytes / ClassBytes(sizeClass));
+}
+
+} // namespace
+
+TEST_F(MemSlabs, BlocksOfEveryClassAreAlignedDisjointAndKnowTheirClass)
+{
+    std::vector<std::pair<char *, u64>> all;
+    for (u32 sizeClass = 1; sizeClass < kSmallClassCount; ++sizeClass)
+        for (char *const block : Take(sizeClass, BlocksPerSlab(sizeClass) + 1))
+        {
+            EXPECT_EQ(reinterpret_cast<ureg>(block) % kSmallStep, 0u);
+            EXPECT_EQ(ClassOfSmallBlock(block), sizeClass);
+            EXPECT_LT(reinterpret_cast<ureg>(block) - m_Heap.Base(), kSmallRangeBytes);
+            all.emplace_back(block, ClassBytes(sizeClass));
+        }
+    std::sort(all.begin(), all.end());
+    for (size_t i = 1; i < all.size(); ++i)
+        ASSERT_LE(all[i - 1].first + all[i - 1].second, all[i].first);
+}
+
+TEST_F(MemSlabs, ASlabHoldsNothingButBlocks)
+{
+    const std::vector<char *> blocks = Take(SmallClass(64), 1024);
+    ASSERT_EQ(blocks.size(), 1024u);
+    for (size_t i = 0; i < blocks.size(); ++i)
+        ASSERT_EQ(blocks[i], blocks[0] + 64 * i);
+    EXPECT_EQ(m_Heap.Figures().m_UsedSlabs, 1u);
+}
+
+TEST_F(MemSlabs, BlocksThatCameBackAreTakenBeforeFreshOnes)
+{
+    const std::vector<char *> blocks = Take(4, 10);
+    Give(blocks);
+    Take(4, 1);
+    const std::vector<char *> kept = Take(4, 100);
+    Give(std::vector<char *>(kept.begin(), kept.begin() + 50));
+    const std::vector<char *> again = Take(4, 50);
+    EXPECT_EQ(std::set<char *>(again.begin(), again.end()), std::set<char *>(kept.begin(), kept.begin() + 50));
+}
+
+TEST_F(MemSlabs, GivingTheFirstOfAListLeavesTheRest)
+{
+    SFreeBlock *first = nullptr;
+    ASSERT_EQ(m_Heap.Take(1, 3, first), 3u);
+    SFreeBlock *const third = first->m_Next->m_Next;
+    EXPECT_EQ(m_Heap.Give(first, 2), third);
+    EXPECT_EQ(third->m_Next, nullptr);
+    EXPECT_EQ(m_Heap.Figures().m_LiveBlocks, 1u);
+}
+
+TEST_F(MemSlabs, AListOfSeveralClassesGoesBackToEach)
+{
+    std::vector<char *> blocks = Take(1, 5);
+    for (char *const block : Take(128, 5))
+        blocks.push_back(block);
+    Give(blocks);
+    EXPECT_EQ(m_Heap.Figures().m_LiveBlocks, 0u);
+    EXPECT_EQ(m_Heap.Figures().m_UsedSlabs, 0u);
+}
+
+TEST_F(MemSlabs, ASlabWhoseBlocksAreAllBackServesAnyClass)
+{
+    const std::vector<char *> small = Take(1, 100);
+    Give(small);
+    EXPECT_EQ(m_Heap.Figures().m_IdleSlabs, 1u);
+    const std::vector<char *> large = Take(128, 1);
+    EXPECT_EQ(large[0], small[0]);
+    EXPECT_EQ(ClassOfSmallBlock(large[0]), 128u);
+    EXPECT_EQ(m_Heap.Figures().m_IdleSlabs, 0u);
+}
+
+TEST_F(MemSlabs, AFullSlabThatGetsABlockBackServesItAgain)
+{
+    const std::vector<char *> blocks = Take(128, 3 * BlocksPerSlab(128));
+    EXPECT_EQ(m_Heap.Figures().m_UsedSlabs, 3u);
+    Give({blocks[1]});
+    EXPECT_EQ(Take(128, 1), std::vector<char *>{blocks[1]});
+    EXPECT_EQ(m_Heap.Figures().m_UsedSlabs, 3u);
+}
+
+TEST_F(MemSlabs, IdleSlabsBeyondTheReserveGiveTheirMemoryBack)
+{
+    const u32 count = (kMaxIdleSlabs + 3) * BlocksPerSlab(1);
+    const std::vector<char *> blocks = Take(1, count);
+    ASSERT_EQ(blocks.size(), count);
+    for (char *const block : blocks)
+        std::memset(block, 0xCD, kSmallStep);
+    Give(blocks);
+    EXPECT_EQ(m_Heap.Figures().m_UsedSlabs, 0u);
+    EXPECT_EQ(m_Heap.Figures().m_IdleSlabs, kMaxIdleSlabs);
+    EXPECT_EQ(m_Heap.Figures().m_ReturnedSlabs, 3u);
+    // What was given back reads as zero when it is used again.
+    const std::vector<char *> again = Take(1, count);
+    ASSERT_EQ(again.size(), count);
+    EXPECT_EQ(std::set<char *>(again.begin(), again.end()).size(), count);
+    EXPECT_EQ(std::count_if(again.begin(), again.end(), [](const char *block) { return block[8] == 0; }),
+              3 * BlocksPerSlab(1));
+    EXPECT_EQ(m_Heap.Figures().m_ReturnedSlabs, 0u);
+}
+
+TEST_F(MemSlabs, AChunkThatIsUsedUpIsFollowedByAnother)
+{
+    const u32 count = 2 * kSlabsPerChunk;
+    std::set<SChunk *> chunks;
+    for (u32 i = 0; i < count; ++i)
+        for (char *const block : Take(1 + i % 128, BlocksPerSlab(1 + i % 128)))
+            chunks.insert(ChunkOf(block));
+    EXPECT_EQ(m_Heap.Figures().m_UsedSlabs, count);
+    EXPECT_EQ(chunks.size(), 3u);
+}
+
+// The sanitizers need more addresses than these limits leave.
+#if !defined(QV_INTERNAL_SANITIZED)
+
+TEST(MemSlabsRefused, WithoutAddressesThereIsNoHeap)
+{
+    const SChildResult child = RunInChild(
+        []
+        {
+            const rlimit limit = {256u << 20, 256u << 20};
+            CSlabHeap heap;
+            return setrlimit(RLIMIT_AS, &limit) == 0 && !heap.Reserve() ? 0 : 1;
+        });
+    EXPECT_EQ(child.m_ExitCode, 0);
+}
+
+TEST(MemSlabsRefused, WithoutMemoryNothingIsTaken)
+{
+    const SChildResult child = RunInChild(
+        []
+        {
+            CSlabHeap heap;
+            const rlimit limit = {0, 0};
+            if (!heap.Reserve() || setrlimit(RLIMIT_DATA, &limit) != 0)
+                return 1;
+            SFreeBlock *first = nullptr;
+            return heap.Take(4, 10, first) == 0 && first == nullptr && heap.Figures().m_UsedSlabs == 0 ? 0 : 2;
+        });
+    EXPECT_EQ(child.m_ExitCode, 0);
+}
+
+#endif
+
+} // namespace QuorvaneTest
