@@ -8,6 +8,7 @@
 #include "kr_buffer.h"
 #include "kr_buffer/buffer_blocks.h"
 #include "kr_buffer/buffer_kernels.h"
+#include "kr_buffer/buffer_wide.h"
 
 namespace QuorvaneTest
 {
@@ -16,8 +17,10 @@ namespace QuorvaneTest
 template <typename Block>
 struct TFormOf
 {
-    using CExact = Quorvane::Internal::TExactBytes<Block>;
-    using CLowerCase = Quorvane::Internal::TLowerCaseBytes<Block>;
+    using CExact = Quorvane::Internal::SExactBytes;
+    using CLowerCase = Quorvane::Internal::SLowerCaseBytes;
+
+    static bool IsAvailable() { return true; }
 
     static const Quorvane::u8 *Bytes(const char *data) { return reinterpret_cast<const Quorvane::u8 *>(data); }
     static Quorvane::u8 *Bytes(char *data) { return reinterpret_cast<Quorvane::u8 *>(data); }
@@ -51,6 +54,14 @@ struct TFormOf
     {
         Quorvane::Internal::FlipCase<Block>(Bytes(data), length, 'A', 'Z');
     }
+    static void Uppercase(char *dst, const char *src, Quorvane::u32 length)
+    {
+        Quorvane::Internal::FlipCaseIntoCopy<Block>(Bytes(dst), Bytes(src), length, 'a', 'z');
+    }
+    static void Lowercase(char *dst, const char *src, Quorvane::u32 length)
+    {
+        Quorvane::Internal::FlipCaseIntoCopy<Block>(Bytes(dst), Bytes(src), length, 'A', 'Z');
+    }
     static Quorvane::u32 Replace(char *data, Quorvane::u32 length, char from, char to)
     {
         return Quorvane::Internal::ReplaceInPlace<Block>(Bytes(data), length, Byte(from), Byte(to));
@@ -65,6 +76,8 @@ struct TFormOf
 struct SPublicForm
 {
     using Utils = Quorvane::SNativeStringUtils;
+
+    static bool IsAvailable() { return true; }
 
     static bool Equal(const char *a, const char *b, Quorvane::u32 length) { return Utils::Equal_16(a, b, length); }
     static bool EqualCase(const char *a, const char *b, Quorvane::u32 length)
@@ -82,6 +95,8 @@ struct SPublicForm
     static void Reverse(char *data, Quorvane::u32 length) { Utils::Reverse_16(data, length); }
     static void Uppercase(char *data, Quorvane::u32 length) { Utils::Uppercase_16(data, length); }
     static void Lowercase(char *data, Quorvane::u32 length) { Utils::Lowercase_16(data, length); }
+    static void Uppercase(char *dst, const char *src, Quorvane::u32 length) { Utils::Uppercase_16(dst, src, length); }
+    static void Lowercase(char *dst, const char *src, Quorvane::u32 length) { Utils::Lowercase_16(dst, src, length); }
     static Quorvane::u32 Replace(char *data, Quorvane::u32 length, char from, char to)
     {
         return Utils::Replace_16(data, length, from, to);
@@ -89,6 +104,56 @@ struct SPublicForm
     static Quorvane::u32 Replace(char *dst, const char *src, Quorvane::u32 length, char from, char to)
     {
         return Utils::Replace_16(dst, src, length, from, to);
+    }
+};
+
+// The kernels of 32-byte blocks at every length, also where the library would not use them, and what has no wide kernel
+// as the library offers it.
+struct SWideForm : SPublicForm
+{
+    using CBytes = TFormOf<Quorvane::Internal::SBlock>;
+
+    static bool IsAvailable() { return Quorvane::Internal::HasWideInstructions(); }
+
+    static bool EqualCase(const char *a, const char *b, Quorvane::u32 length)
+    {
+        return FirstDifferenceCase(a, b, length) == length;
+    }
+    static void Reverse(char *data, Quorvane::u32 length)
+    {
+        Quorvane::Internal::Wide::ReverseBytes(CBytes::Bytes(data), length);
+    }
+    static void Uppercase(char *data, Quorvane::u32 length)
+    {
+        Quorvane::Internal::Wide::FlipCase(CBytes::Bytes(data), length, 'a', 'z');
+    }
+    static void Lowercase(char *data, Quorvane::u32 length)
+    {
+        Quorvane::Internal::Wide::FlipCase(CBytes::Bytes(data), length, 'A', 'Z');
+    }
+    static void Uppercase(char *dst, const char *src, Quorvane::u32 length)
+    {
+        Quorvane::Internal::Wide::FlipCaseIntoCopy(CBytes::Bytes(dst), CBytes::Bytes(src), length, 'a', 'z');
+    }
+    static void Lowercase(char *dst, const char *src, Quorvane::u32 length)
+    {
+        Quorvane::Internal::Wide::FlipCaseIntoCopy(CBytes::Bytes(dst), CBytes::Bytes(src), length, 'A', 'Z');
+    }
+    static Quorvane::u32 Replace(char *data, Quorvane::u32 length, char from, char to)
+    {
+        return Quorvane::Internal::Wide::ReplaceInPlace(CBytes::Bytes(data), length, CBytes::Byte(from),
+                                                        CBytes::Byte(to));
+    }
+    static Quorvane::u32 Replace(char *dst, const char *src, Quorvane::u32 length, char from, char to)
+    {
+        return Quorvane::Internal::Wide::ReplaceIntoCopy(CBytes::Bytes(dst), CBytes::Bytes(src), length,
+                                                         CBytes::Byte(from), CBytes::Byte(to));
+    }
+
+private:
+    static Quorvane::u32 FirstDifferenceCase(const char *a, const char *b, Quorvane::u32 length)
+    {
+        return Quorvane::Internal::Wide::FirstDifferenceCase(CBytes::Bytes(a), CBytes::Bytes(b), length);
     }
 };
 
@@ -102,10 +167,10 @@ using SBlockOfMachine = Quorvane::Internal::SBlockNeon;
 
 #if QV_BUFFER_HAS_SSE2 || QV_BUFFER_HAS_NEON
 using CBlockForms = ::testing::Types<SBlockPortable, SBlockOfMachine>;
-using CHelperForms = ::testing::Types<SPublicForm, TFormOf<SBlockPortable>, TFormOf<SBlockOfMachine>>;
+using CHelperForms = ::testing::Types<SPublicForm, SWideForm, TFormOf<SBlockPortable>, TFormOf<SBlockOfMachine>>;
 #else
 using CBlockForms = ::testing::Types<SBlockPortable>;
-using CHelperForms = ::testing::Types<SPublicForm, TFormOf<SBlockPortable>>;
+using CHelperForms = ::testing::Types<SPublicForm, SWideForm, TFormOf<SBlockPortable>>;
 #endif
 
 // What a form is called in the tests' names.
@@ -116,6 +181,12 @@ template <>
 struct TFormName<SPublicForm>
 {
     static constexpr const char *kName = "Public";
+};
+
+template <>
+struct TFormName<SWideForm>
+{
+    static constexpr const char *kName = "Wide";
 };
 
 template <>

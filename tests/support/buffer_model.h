@@ -89,7 +89,7 @@ inline std::string MixedText(size_t length, size_t start = 0)
 class CCanaryText
 {
 public:
-    static constexpr size_t kMost = 112;
+    static constexpr size_t kMost = 176;
 
     // The text, then `behind` to the end of the terminator's block, then canaries.
     explicit CCanaryText(const std::string &text, char behind = '\0', size_t offset = 0) : m_Offset(offset)

@@ -58,12 +58,15 @@ struct SNativeStringUtils
     static s32 Compare(const char *data0, const char *data1);
     static s32 CompareCase(const char *data0, const char *data1);
 
-    // Comparison of the first `length` bytes of two containers' characters. Both containers' blocks must cover what
-    // decides the answer: the bytes up to the first difference, or all `length`; nothing behind the block that holds
-    // the first difference is read. Three-way results order bytes as unsigned, lower-cased ones where case is ignored.
+    // Equality of the first `length` bytes of two containers' characters, both of which have as many.
 
     static bool Equal_16(const void *a, const void *b, u32 length);
     static bool EqualCase_16(const char *a, const char *b, u32 length);
+
+    // Order of the first `length` bytes of two containers' characters. Both containers' blocks must cover what decides
+    // the answer: the bytes up to the first difference, or all `length`; nothing behind the block that holds the first
+    // difference is read. Three-way results order bytes as unsigned, lower-cased ones where case is ignored.
+
     static s32 Compare_16(const void *a, const void *b, u32 length);
     static s32 CompareCase_16(const char *a, const char *b, u32 length);
 
@@ -73,10 +76,13 @@ struct SNativeStringUtils
     static void Reverse_16(char *data, u32 length);
     static void Uppercase_16(char *data, u32 length);
     static void Lowercase_16(char *data, u32 length);
+    // The same while copying from `src` to `dst`, two containers' characters; `dst` is zero behind its last character
+    // afterwards, to the end of the terminator's block.
+    static void Uppercase_16(char *dst, const char *src, u32 length);
+    static void Lowercase_16(char *dst, const char *src, u32 length);
     // Each `from` becomes `to`. Returns: the number of characters replaced.
     static u32 Replace_16(char *data, u32 length, char from, char to);
-    // The same while copying from `src` to `dst`, two containers' characters; `dst` is zero behind its last character
-    // afterwards, to the end of the block.
+    // The same while copying, as above.
     static u32 Replace_16(char *dst, const char *src, u32 length, char from, char to);
 
     // Prefix, suffix and substring tests of terminated text. A null or empty second argument is contained in every

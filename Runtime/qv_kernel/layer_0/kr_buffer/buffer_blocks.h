@@ -6,14 +6,19 @@
 // tests run every form that the machine has.
 //
 // Nothing here reads or writes a byte that it may not. There are two loads:
-//     Padded(p)       a whole block of a string container's characters, which are zero-filled to the end of the block
+//     Padded(p)       a whole block: of a string container's characters, which are zero-filled to the end of the block,
+//                     or of any other memory that has as many bytes, at any alignment
 //     Bounded(p, n)   the first n bytes of any other memory, and zero behind them
 // and two stores, StorePadded and StoreBounded, for the same two kinds of memory. A container's blocks are 16-byte
 // aligned; the padded forms do not insist on it, so that an allocator that breaks its promise costs a report where
 // alignment is checked, and no crash here.
 //
 // A mask is a block whose bytes are 0xFF where something holds and 0 where it does not. Byte 0 is the one at the lowest
-// address, on machines of either byte order.
+// address, on machines of either byte order. Bits() gives a mask as an integer with one bit for each byte, byte i at bit
+// i * kBitsPerByte.
+//
+// Kernels finish a text with blocks of the type CTail, which is no wider than a container's own blocks: here each form
+// itself. buffer_blocks_wide.h has the form of 32 bytes.
 //
 // To run the NEON form's tests on another machine, with a cross compiler and an emulator of programs: see
 // tests/cross/neon.sh.
@@ -92,6 +97,8 @@ inline u32 TrailingZeroBits(u64 value)
 struct SBlockPortable
 {
     static constexpr u32 kBytes = 16;
+    static constexpr u32 kBitsPerByte = 1;
+    using CTail = SBlockPortable;
 
     // Counts the bytes that masks mark.
     struct SCounter
@@ -181,6 +188,15 @@ struct SBlockPortable
     // For masks: whether any byte is marked, and the index of the first one that is, or kBytes.
     bool Any() const { return (m_Words[0] | m_Words[1]) != 0; }
     u32 First() const { return _FirstNonZero(); }
+    u64 Bits() const
+    {
+        u8 bytes[kBytes];
+        StorePadded(bytes);
+        u64 bits = 0;
+        for (u32 i = 0; i < kBytes; ++i)
+            bits |= static_cast<u64>(bytes[i] & 1) << i;
+        return bits;
+    }
 
 private:
     static constexpr u64 kLowBits = 0x0101010101010101u;
@@ -231,6 +247,8 @@ private:
 struct SBlockSse2
 {
     static constexpr u32 kBytes = 16;
+    static constexpr u32 kBitsPerByte = 1;
+    using CTail = SBlockSse2;
 
     struct SCounter
     {
@@ -314,6 +332,7 @@ struct SBlockSse2
     }
     bool Any() const { return _TopBits() != 0; }
     u32 First() const { return TrailingZeroBits(_TopBits() | kBehindTopBits); }
+    u64 Bits() const { return _TopBits(); }
 
 private:
     static constexpr u32 kAllTopBits = 0xFFFF;
@@ -332,6 +351,8 @@ private:
 struct SBlockNeon
 {
     static constexpr u32 kBytes = 16;
+    static constexpr u32 kBitsPerByte = 4;
+    using CTail = SBlockNeon;
 
     struct SCounter
     {
@@ -392,6 +413,7 @@ struct SBlockNeon
     }
     bool Any() const { return _Nibbles() != 0; }
     u32 First() const { return _FirstNibble(_Nibbles()); }
+    u64 Bits() const { return _Nibbles() & 0x1111111111111111u; }
 
 private:
     // A mask with 4 bits for each byte.

@@ -2,6 +2,7 @@
 #include "kr_buffer.h"
 
 #include "buffer_kernels.h"
+#include "buffer_wide.h"
 
 namespace Quorvane
 {
@@ -9,8 +10,7 @@ namespace Quorvane
 namespace
 {
 
-using CExact = Internal::TExactBytes<Internal::SBlock>;
-using CLowerCase = Internal::TLowerCaseBytes<Internal::SBlock>;
+using Internal::SBlock;
 
 const u8 *Bytes(const void *data)
 {
@@ -21,22 +21,30 @@ const u8 *Bytes(const void *data)
 
 bool SNativeStringUtils::Equal_16(const void *a, const void *b, u32 length)
 {
-    return Internal::FirstDifference<Internal::SBlock, CExact>(Bytes(a), Bytes(b), length) == length;
+    // From a few blocks on, the platform's routine is as wide as the machine.
+    constexpr u32 kMostForBlocks = 16;
+    if (length > kMostForBlocks)
+        return std::memcmp(a, b, length) == 0;
+    return Internal::FirstDifference<SBlock, Internal::SExactBytes>(Bytes(a), Bytes(b), length) == length;
 }
 
 bool SNativeStringUtils::EqualCase_16(const char *a, const char *b, u32 length)
 {
-    return Internal::FirstDifference<Internal::SBlock, CLowerCase>(Bytes(a), Bytes(b), length) == length;
+    if (Internal::WideIsWorthwhile(length))
+        return Internal::Wide::FirstDifferenceCase(Bytes(a), Bytes(b), length) == length;
+    return Internal::FirstDifference<SBlock, Internal::SLowerCaseBytes>(Bytes(a), Bytes(b), length) == length;
 }
+
+// Ordering must not read behind the block of the first difference: no wide blocks here.
 
 s32 SNativeStringUtils::Compare_16(const void *a, const void *b, u32 length)
 {
-    return Internal::CompareBytes<Internal::SBlock, CExact>(Bytes(a), Bytes(b), length);
+    return Internal::CompareBytes<SBlock, Internal::SExactBytes>(Bytes(a), Bytes(b), length);
 }
 
 s32 SNativeStringUtils::CompareCase_16(const char *a, const char *b, u32 length)
 {
-    return Internal::CompareBytes<Internal::SBlock, CLowerCase>(Bytes(a), Bytes(b), length);
+    return Internal::CompareBytes<SBlock, Internal::SLowerCaseBytes>(Bytes(a), Bytes(b), length);
 }
 
 } // namespace Quorvane

@@ -2,6 +2,7 @@
 #include "kr_buffer.h"
 
 #include "buffer_kernels.h"
+#include "buffer_wide.h"
 
 namespace Quorvane
 {
@@ -19,32 +20,70 @@ const u8 *Bytes(const char *data)
     return reinterpret_cast<const u8 *>(data);
 }
 
+// Texts of a few blocks stay with the blocks that need no question.
+
+void FlipLetters(char *data, u32 length, char first, char last)
+{
+    if (Internal::WideIsWorthwhile(length))
+        Internal::Wide::FlipCase(Bytes(data), length, first, last);
+    else
+        Internal::FlipCase<Internal::SBlock>(Bytes(data), length, first, last);
+}
+
+void FlipLettersIntoCopy(char *dst, const char *src, u32 length, char first, char last)
+{
+    if (Internal::WideIsWorthwhile(length))
+        Internal::Wide::FlipCaseIntoCopy(Bytes(dst), Bytes(src), length, first, last);
+    else
+        Internal::FlipCaseIntoCopy<Internal::SBlock>(Bytes(dst), Bytes(src), length, first, last);
+}
+
 } // namespace
 
 void SNativeStringUtils::Reverse_16(char *data, u32 length)
 {
-    Internal::ReverseBytes<Internal::SBlock>(Bytes(data), length);
+    if (Internal::WideIsWorthwhile(length))
+        Internal::Wide::ReverseBytes(Bytes(data), length);
+    else
+        Internal::ReverseBytes<Internal::SBlock>(Bytes(data), length);
 }
 
 void SNativeStringUtils::Uppercase_16(char *data, u32 length)
 {
-    Internal::FlipCase<Internal::SBlock>(Bytes(data), length, 'a', 'z');
+    FlipLetters(data, length, 'a', 'z');
 }
 
 void SNativeStringUtils::Lowercase_16(char *data, u32 length)
 {
-    Internal::FlipCase<Internal::SBlock>(Bytes(data), length, 'A', 'Z');
+    FlipLetters(data, length, 'A', 'Z');
+}
+
+void SNativeStringUtils::Uppercase_16(char *dst, const char *src, u32 length)
+{
+    FlipLettersIntoCopy(dst, src, length, 'a', 'z');
+}
+
+void SNativeStringUtils::Lowercase_16(char *dst, const char *src, u32 length)
+{
+    FlipLettersIntoCopy(dst, src, length, 'A', 'Z');
 }
 
 u32 SNativeStringUtils::Replace_16(char *data, u32 length, char from, char to)
 {
-    return Internal::ReplaceInPlace<Internal::SBlock>(Bytes(data), length, static_cast<u8>(from), static_cast<u8>(to));
+    const u8 fromByte = static_cast<u8>(from);
+    const u8 toByte = static_cast<u8>(to);
+    return Internal::WideIsWorthwhile(length)
+               ? Internal::Wide::ReplaceInPlace(Bytes(data), length, fromByte, toByte)
+               : Internal::ReplaceInPlace<Internal::SBlock>(Bytes(data), length, fromByte, toByte);
 }
 
 u32 SNativeStringUtils::Replace_16(char *dst, const char *src, u32 length, char from, char to)
 {
-    return Internal::ReplaceIntoCopy<Internal::SBlock>(Bytes(dst), Bytes(src), length, static_cast<u8>(from),
-                                                       static_cast<u8>(to));
+    const u8 fromByte = static_cast<u8>(from);
+    const u8 toByte = static_cast<u8>(to);
+    return Internal::WideIsWorthwhile(length)
+               ? Internal::Wide::ReplaceIntoCopy(Bytes(dst), Bytes(src), length, fromByte, toByte)
+               : Internal::ReplaceIntoCopy<Internal::SBlock>(Bytes(dst), Bytes(src), length, fromByte, toByte);
 }
 
 } // namespace Quorvane

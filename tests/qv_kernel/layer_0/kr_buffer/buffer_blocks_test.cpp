@@ -298,6 +298,10 @@ TYPED_TEST(BufferBlocks, MasksTellWhetherWhereAndHowMany)
         counter.Add(mask);
         ASSERT_EQ(mask.Any(), marked != 0) << marked;
         ASSERT_EQ(mask.First(), first) << marked;
+        u64 bits = 0;
+        for (u32 i = 0; i < 16; ++i)
+            bits |= u64(marked >> i & 1) << i * TypeParam::kBitsPerByte;
+        ASSERT_EQ(mask.Bits(), bits) << marked;
         ASSERT_EQ(counter.Total(), count) << marked;
     }
 }

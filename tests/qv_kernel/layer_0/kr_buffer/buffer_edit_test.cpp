@@ -20,9 +20,18 @@ namespace
 template <typename Form>
 class BufferEdit : public ::testing::Test
 {
+protected:
+    void SetUp() override
+    {
+        if (!Form::IsAvailable())
+            GTEST_SKIP() << "this machine has no wide instructions";
+    }
 };
 
 TYPED_TEST_SUITE(BufferEdit, CHelperForms, SFormNames);
+
+// Past four of the widest blocks.
+constexpr u32 kMostLength = 130;
 
 u32 LengthOf(const std::string &text)
 {
@@ -49,7 +58,7 @@ void ExpectEdited(const std::string &text, char behind, size_t offset, const std
 template <typename Edit, typename Model>
 void ExpectEditedAtEveryLength(const Edit &edit, const Model &model)
 {
-    for (size_t length = 0; length <= 80; ++length)
+    for (size_t length = 0; length <= kMostLength; ++length)
     {
         const std::string text = MixedText(length, length);
         for (const char behind : {'\0', 'a', 'A', '\xE1'})
@@ -65,7 +74,7 @@ template <typename Edit, typename Model>
 void ExpectEditedBetweenProtectedPages(const Edit &edit, const Model &model)
 {
     const CGuardedPage page;
-    for (size_t length = 0; length <= 80; ++length)
+    for (size_t length = 0; length <= kMostLength; ++length)
     {
         const std::string text = MixedText(length, length);
         const size_t bytes = BlockBytes(length + 1);
@@ -82,6 +91,20 @@ void ExpectEditedBetweenProtectedPages(const Edit &edit, const Model &model)
             ASSERT_EQ(std::string(data == page.Begin() ? data + bytes : page.Begin(), rest), std::string(rest, '\xCD'));
         }
     }
+}
+
+// Casing in place, as a function that is not overloaded.
+
+template <typename Form>
+void InPlaceUppercase(char *data, u32 length)
+{
+    Form::Uppercase(data, length);
+}
+
+template <typename Form>
+void InPlaceLowercase(char *data, u32 length)
+{
+    Form::Lowercase(data, length);
 }
 
 // All 256 characters, from `first` on.
@@ -105,14 +128,14 @@ TYPED_TEST(BufferEdit, CasingTurnsLettersAndNothingElse)
     const std::string text = "The Quick-Brown FOX @[`{ 0123 \xC1\xE1\xDA\xFA end";
     const std::string upper = "THE QUICK-BROWN FOX @[`{ 0123 \xC1\xE1\xDA\xFA END";
     const std::string lower = "the quick-brown fox @[`{ 0123 \xC1\xE1\xDA\xFA end";
-    ExpectEdited(text, '\0', 0, upper, TypeParam::Uppercase);
-    ExpectEdited(text, '\0', 0, lower, TypeParam::Lowercase);
+    ExpectEdited(text, '\0', 0, upper, InPlaceUppercase<TypeParam>);
+    ExpectEdited(text, '\0', 0, lower, InPlaceLowercase<TypeParam>);
 }
 
 TYPED_TEST(BufferEdit, CasingGoesOnBehindEmbeddedTerminators)
 {
-    ExpectEdited(std::string("a\0b\0C", 5), '\0', 0, std::string("A\0B\0C", 5), TypeParam::Uppercase);
-    ExpectEdited(std::string("A\0b\0C", 5), '\0', 0, std::string("a\0b\0c", 5), TypeParam::Lowercase);
+    ExpectEdited(std::string("a\0b\0C", 5), '\0', 0, std::string("A\0B\0C", 5), InPlaceUppercase<TypeParam>);
+    ExpectEdited(std::string("A\0b\0C", 5), '\0', 0, std::string("a\0b\0c", 5), InPlaceLowercase<TypeParam>);
 }
 
 TYPED_TEST(BufferEdit, CasingOfEveryCharacterInEveryPlace)
@@ -133,14 +156,71 @@ TYPED_TEST(BufferEdit, CasingOfEveryCharacterInEveryPlace)
 
 TYPED_TEST(BufferEdit, CasingAtEveryLengthLeavesWhatStandsAround)
 {
-    ExpectEditedAtEveryLength(TypeParam::Uppercase, [](const std::string &text) { return ModelUpper(text); });
-    ExpectEditedAtEveryLength(TypeParam::Lowercase, [](const std::string &text) { return ModelLower(text); });
+    ExpectEditedAtEveryLength(InPlaceUppercase<TypeParam>, [](const std::string &text) { return ModelUpper(text); });
+    ExpectEditedAtEveryLength(InPlaceLowercase<TypeParam>, [](const std::string &text) { return ModelLower(text); });
 }
 
 TYPED_TEST(BufferEdit, CasingStaysBetweenProtectedPages)
 {
-    ExpectEditedBetweenProtectedPages(TypeParam::Uppercase, [](const std::string &text) { return ModelUpper(text); });
-    ExpectEditedBetweenProtectedPages(TypeParam::Lowercase, [](const std::string &text) { return ModelLower(text); });
+    ExpectEditedBetweenProtectedPages(InPlaceUppercase<TypeParam>,
+                                      [](const std::string &text) { return ModelUpper(text); });
+    ExpectEditedBetweenProtectedPages(InPlaceLowercase<TypeParam>,
+                                      [](const std::string &text) { return ModelLower(text); });
+}
+
+// Casing while copying.
+
+namespace
+{
+
+// Copies into garbage, with `behind` standing behind the source, and expects zeros behind the copy.
+template <typename Copy>
+void ExpectCasedCopy(const std::string &text, char behind, const std::string &expected, const Copy &copy)
+{
+    CCanaryText source(text, behind);
+    const std::string sourceBefore = source.Everything();
+    CCanaryText target(std::string(text.size(), '\xCD'), '\xCD');
+    copy(target.Data(), source.Data(), LengthOf(text));
+    ASSERT_EQ(target.Everything(), CCanaryText(expected).Everything()) << text.size();
+    ASSERT_EQ(source.Everything(), sourceBefore);
+}
+
+} // namespace
+
+TYPED_TEST(BufferEdit, CasingIntoCopyAtEveryLengthZeroesTheTailAlone)
+{
+    const auto upper = [](char *dst, const char *src, u32 length) { TypeParam::Uppercase(dst, src, length); };
+    const auto lower = [](char *dst, const char *src, u32 length) { TypeParam::Lowercase(dst, src, length); };
+    for (size_t length = 0; length <= kMostLength; ++length)
+    {
+        const std::string text = MixedText(length, length);
+        for (const char behind : {'\0', 'a', 'A', '\xE1'})
+        {
+            ASSERT_NO_FATAL_FAILURE(ExpectCasedCopy(text, behind, ModelUpper(text), upper));
+            ASSERT_NO_FATAL_FAILURE(ExpectCasedCopy(text, behind, ModelLower(text), lower));
+        }
+    }
+}
+
+TYPED_TEST(BufferEdit, CasingIntoCopyStaysBetweenProtectedPages)
+{
+    const CGuardedPage sourcePage;
+    const CGuardedPage targetPage;
+    for (size_t length = 0; length <= kMostLength; ++length)
+    {
+        const std::string text = MixedText(length);
+        const size_t bytes = BlockBytes(length + 1);
+        for (const bool atEnd : {true, false})
+        {
+            char *const source = atEnd ? sourcePage.Last(bytes) : sourcePage.Begin();
+            char *const target = atEnd ? targetPage.Last(bytes) : targetPage.Begin();
+            std::memset(source, 0, bytes);
+            std::memcpy(source, text.data(), length);
+            targetPage.Fill();
+            TypeParam::Uppercase(target, source, LengthOf(text));
+            ASSERT_EQ(std::string(target, bytes), ModelUpper(text) + std::string(bytes - length, '\0'));
+        }
+    }
 }
 
 // Reversal.
@@ -155,7 +235,7 @@ TYPED_TEST(BufferEdit, ReverseTurnsTheTextAround)
 
 TYPED_TEST(BufferEdit, ReverseOfDistinctCharactersAtEveryLength)
 {
-    for (size_t length = 0; length <= 80; ++length)
+    for (size_t length = 0; length <= kMostLength; ++length)
     {
         const std::string text = AllCharacters(0xE0).substr(0, length);
         ASSERT_NO_FATAL_FAILURE(ExpectEdited(text, '\0', 0, Reversed(text), TypeParam::Reverse));
@@ -199,7 +279,7 @@ TYPED_TEST(BufferEdit, ReplaceInPlaceOfTerminatorsLeavesTheTail)
 
 TYPED_TEST(BufferEdit, ReplaceInPlaceFindsOneHitInEveryPlace)
 {
-    for (u32 length = 1; length <= 80; ++length)
+    for (u32 length = 1; length <= kMostLength; ++length)
     {
         for (u32 place = 0; place < length; ++place)
         {
@@ -216,7 +296,7 @@ TYPED_TEST(BufferEdit, ReplaceInPlaceFindsOneHitInEveryPlace)
 
 TYPED_TEST(BufferEdit, ReplaceInPlaceDoesNotSeeWhatStandsBehind)
 {
-    for (u32 length = 0; length <= 80; ++length)
+    for (u32 length = 0; length <= kMostLength; ++length)
     {
         const std::string text(length, 'x');
         CCanaryText actual(text, 'a');
@@ -295,7 +375,7 @@ TYPED_TEST(BufferEdit, ReplaceIntoCopyAtEveryLengthZeroesTheTailAlone)
 {
     for (const auto &pair : kReplacements)
     {
-        for (size_t length = 0; length <= 80; ++length)
+        for (size_t length = 0; length <= kMostLength; ++length)
         {
             for (const char behind : {'\0', pair[0], 'x'})
                 ASSERT_NO_FATAL_FAILURE(ExpectCopied<TypeParam>(MixedText(length, length), behind, pair[0], pair[1]));
@@ -305,7 +385,7 @@ TYPED_TEST(BufferEdit, ReplaceIntoCopyAtEveryLengthZeroesTheTailAlone)
 
 TYPED_TEST(BufferEdit, ReplaceIntoCopyFindsOneHitInEveryPlace)
 {
-    for (size_t length = 1; length <= 80; ++length)
+    for (size_t length = 1; length <= kMostLength; ++length)
     {
         for (size_t place = 0; place < length; ++place)
         {
@@ -326,7 +406,7 @@ TYPED_TEST(BufferEdit, ReplaceIntoCopyWritesTheTerminatorsOwnBlock)
 
 TYPED_TEST(BufferEdit, ReplaceIntoItselfWorksInPlace)
 {
-    for (size_t length = 0; length <= 80; ++length)
+    for (size_t length = 0; length <= kMostLength; ++length)
     {
         const std::string text = MixedText(length);
         size_t count = 0;
@@ -341,7 +421,7 @@ TYPED_TEST(BufferEdit, ReplaceIntoCopyStaysBetweenProtectedPages)
 {
     const CGuardedPage sourcePage;
     const CGuardedPage targetPage;
-    for (size_t length = 0; length <= 80; ++length)
+    for (size_t length = 0; length <= kMostLength; ++length)
     {
         const std::string text = MixedText(length);
         const size_t bytes = BlockBytes(length + 1);
@@ -367,6 +447,8 @@ TYPED_TEST(BufferEdit, NothingIsDoneForLengthZero)
     TypeParam::Reverse(nullptr, 0);
     TypeParam::Uppercase(nullptr, 0);
     TypeParam::Lowercase(nullptr, 0);
+    TypeParam::Uppercase(nullptr, nullptr, 0);
+    TypeParam::Lowercase(nullptr, nullptr, 0);
     EXPECT_EQ(TypeParam::Replace(nullptr, 0, 'a', 'b'), 0u);
     EXPECT_EQ(TypeParam::Replace(nullptr, nullptr, 0, 'a', 'b'), 0u);
 

@@ -26,12 +26,12 @@ template <typename Block>
 std::vector<std::pair<size_t, u32>> StepsOf(u32 length, size_t most)
 {
     std::vector<std::pair<size_t, u32>> steps;
-    const auto full = [&](size_t at)
+    const auto full = [&](size_t at, auto)
     {
         steps.emplace_back(at, 16);
         return steps.size() < most;
     };
-    const auto last = [&](size_t at, u32 count)
+    const auto last = [&](size_t at, u32 count, auto)
     {
         steps.emplace_back(at, count);
         return steps.size() < most;
@@ -75,12 +75,12 @@ TYPED_TEST(BufferWalk, ReachesTheEndOfTheLongestText)
     size_t lastFull = 0;
     size_t lastAt = 0;
     u32 lastCount = 0;
-    const auto full = [&](size_t at)
+    const auto full = [&](size_t at, auto)
     {
         lastFull = at;
         return true;
     };
-    const auto last = [&](size_t at, u32 count)
+    const auto last = [&](size_t at, u32 count, auto)
     {
         lastAt = at;
         lastCount = count;

@@ -1,0 +1,70 @@
+// The kernels once more, with blocks of 32 bytes.
+#include "buffer_wide.h"
+
+#include "buffer_blocks_wide.h"
+
+#if QV_SIMD_HAS_WIDE
+
+QV_SIMD_WIDE_BEGIN
+
+namespace Quorvane::Internal::Wide
+{
+
+// Names of its own for the templates, which are compiled for wide instructions here.
+namespace Kernels
+{
+
+#include "buffer_kernels.inc"
+
+} // namespace Kernels
+
+u32 FirstDifferenceCase(const u8 *a, const u8 *b, u32 length)
+{
+    return Kernels::FirstDifferenceInCounted<SBlockAvx2, Kernels::SLowerCaseBytes>(a, b, length);
+}
+
+void FlipCase(u8 *data, u32 length, char first, char last)
+{
+    Kernels::FlipCase<SBlockAvx2>(data, length, first, last);
+}
+
+void FlipCaseIntoCopy(u8 *dst, const u8 *src, u32 length, char first, char last)
+{
+    Kernels::FlipCaseIntoCopy<SBlockAvx2>(dst, src, length, first, last);
+}
+
+u32 ReplaceInPlace(u8 *data, u32 length, u8 from, u8 to)
+{
+    return Kernels::ReplaceInPlace<SBlockAvx2>(data, length, from, to);
+}
+
+u32 ReplaceIntoCopy(u8 *dst, const u8 *src, u32 length, u8 from, u8 to)
+{
+    return Kernels::ReplaceIntoCopy<SBlockAvx2>(dst, src, length, from, to);
+}
+
+void ReverseBytes(u8 *data, u32 length)
+{
+    Kernels::ReverseBytes<SBlockAvx2>(data, length);
+}
+
+bool AnyBetweenAscii(const u8 *text, u32 length, char first, char last)
+{
+    return Kernels::AnyBetweenAscii<SBlockAvx2>(text, length, first, last);
+}
+
+SPairFound FindPair(const u8 *text, u32 length, const u8 *needle, u32 needleLength)
+{
+    return Kernels::TPairSearch<SBlockAvx2, Kernels::SExactBytes>(text, length, needle, needleLength).Find();
+}
+
+SPairFound FindPairCase(const u8 *text, u32 length, const u8 *needle, u32 needleLength)
+{
+    return Kernels::TPairSearch<SBlockAvx2, Kernels::SLowerCaseBytes>(text, length, needle, needleLength).Find();
+}
+
+} // namespace Quorvane::Internal::Wide
+
+QV_SIMD_WIDE_END
+
+#endif

@@ -1,0 +1,239 @@
+// The wide kernels that no typed test covers, and the library with and without them: the same answers.
+#include "kr_buffer/buffer_wide.h"
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "buffer_model.h"
+#include "guarded_page.h"
+#include "kr_string.h"
+
+using namespace Quorvane;
+using namespace QuorvaneTest;
+
+namespace
+{
+
+// Past four of the widest blocks.
+constexpr u32 kMostLength = 130;
+
+const u8 *Bytes(const char *text)
+{
+    return reinterpret_cast<const u8 *>(text);
+}
+
+u32 LengthOf(const std::string &text)
+{
+    return static_cast<u32>(text.size());
+}
+
+class BufferWide : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        if (!Internal::HasWideInstructions())
+            GTEST_SKIP() << "this machine has no wide instructions";
+    }
+    void TearDown() override { Internal::AllowWideInstructions(true); }
+};
+
+// What `ask` answers without and with wide instructions must be the same; gives that answer.
+template <typename Ask>
+auto AnswerOfBoth(const Ask &ask)
+{
+    Internal::AllowWideInstructions(false);
+    const auto narrow = ask();
+    Internal::AllowWideInstructions(true);
+    const auto wide = ask();
+    EXPECT_EQ(narrow, wide);
+    return wide;
+}
+
+std::string TextOf(const CString &string)
+{
+    return std::string(string.Data(), string.Length());
+}
+
+} // namespace
+
+TEST_F(BufferWide, FirstDifferenceIsFoundInEveryPlaceAtTheEndOfMemory)
+{
+    const CGuardedPage pageA;
+    const CGuardedPage pageB;
+    for (u32 length = 0; length <= kMostLength; ++length)
+    {
+        const std::string text = MixedText(length);
+        char *const a = pageA.Last(length);
+        char *const b = pageB.Last(length);
+        std::memcpy(a, text.data(), length);
+        std::memcpy(b, ModelUpper(text).data(), length);
+        ASSERT_EQ(Internal::Wide::FirstDifferenceCase(Bytes(a), Bytes(b), length), length);
+        for (u32 place = 0; place < length; ++place)
+        {
+            const char kept = b[place];
+            b[place] = static_cast<char>(kept ^ 0x80);
+            ASSERT_EQ(Internal::Wide::FirstDifferenceCase(Bytes(a), Bytes(b), length), place) << length;
+            b[place] = kept;
+        }
+    }
+}
+
+TEST_F(BufferWide, FirstDifferenceOfEveryPairOfBytes)
+{
+    for (u32 i = 0; i < 256; ++i)
+    {
+        std::string a(64, static_cast<char>(i));
+        for (u32 j = 0; j < 256; ++j)
+        {
+            std::string b(64, static_cast<char>(i));
+            b[45] = static_cast<char>(j);
+            const bool same = ModelLower(a[45]) == ModelLower(b[45]);
+            ASSERT_EQ(Internal::Wide::FirstDifferenceCase(Bytes(a.data()), Bytes(b.data()), 64), same ? 64u : 45u);
+        }
+    }
+}
+
+TEST_F(BufferWide, LettersAreFoundInEveryPlaceAtTheEndOfMemory)
+{
+    const CGuardedPage page;
+    const char notLetters[] = {'@', '[', '`', '{', '\0', '\x7F', '\xC1', '\xE1'};
+    for (u32 length = 0; length <= kMostLength; ++length)
+    {
+        char *const text = page.Last(length);
+        for (u32 i = 0; i < length; ++i)
+            text[i] = notLetters[i % sizeof(notLetters)];
+        ASSERT_FALSE(Internal::Wide::AnyBetweenAscii(Bytes(text), length, 'a', 'z')) << length;
+        ASSERT_FALSE(Internal::Wide::AnyBetweenAscii(Bytes(text), length, 'A', 'Z')) << length;
+        for (u32 place = 0; place < length; ++place)
+        {
+            const char kept = text[place];
+            text[place] = place % 2 == 0 ? 'a' : 'z';
+            ASSERT_TRUE(Internal::Wide::AnyBetweenAscii(Bytes(text), length, 'a', 'z')) << length << ", " << place;
+            ASSERT_FALSE(Internal::Wide::AnyBetweenAscii(Bytes(text), length, 'A', 'Z')) << length << ", " << place;
+            text[place] = kept;
+        }
+    }
+}
+
+TEST_F(BufferWide, ReplaceCountsMoreHitsThanAByteHolds)
+{
+    std::vector<char> text(70032, 'a');
+    EXPECT_EQ(Internal::Wide::ReplaceInPlace(reinterpret_cast<u8 *>(text.data()), 70001, 'a', 'b'), 70001u);
+    EXPECT_EQ(std::string(text.data(), text.size()), std::string(70001, 'b') + std::string(31, 'a'));
+}
+
+TEST_F(BufferWide, NeedlesAreFoundInEveryPlaceAtTheEndOfMemory)
+{
+    const CGuardedPage page;
+    for (const std::string needle : {"ab", "aXb", "needle", "a needle that is longer than one wide block is"})
+    {
+        for (u32 length = LengthOf(needle); length <= kMostLength; ++length)
+        {
+            char *const text = page.Last(length);
+            // Full of beginnings, and of first characters at the right distance of last ones.
+            for (u32 i = 0; i < length; ++i)
+                text[i] = needle[i % (needle.size() - 1)];
+            for (u32 place = 0; place + needle.size() <= length; ++place)
+            {
+                const std::string kept(text + place, needle.size());
+                std::memcpy(text + place, needle.data(), needle.size());
+                const std::string all(text, length);
+                const char *const found = AnswerOfBoth(
+                    [&] { return SNativeStringUtils::Find(text, length, needle.data(), LengthOf(needle)); });
+                ASSERT_EQ(found, text + all.find(needle)) << length << ", " << place;
+                std::memcpy(text + place, kept.data(), kept.size());
+            }
+        }
+    }
+}
+
+TEST_F(BufferWide, SearchesAnswerTheSameForManyTexts)
+{
+    // Few characters, so that partial matches abound.
+    u32 state = 1;
+    const auto next = [&](u32 below)
+    {
+        state = state * 1664525u + 1013904223u;
+        return (state >> 16) % below;
+    };
+    for (u32 round = 0; round < 4000; ++round)
+    {
+        std::string text(next(300), 'a');
+        for (char &character : text)
+            character = "abAB"[next(round % 2 == 0 ? 2 : 4)];
+        const std::string needle =
+            round % 3 == 0 ? text.substr(next(LengthOf(text) + 1), next(40)) : text.substr(0, next(4)) + 'b';
+        const u32 length = LengthOf(text);
+        const char *const found = AnswerOfBoth(
+            [&] { return SNativeStringUtils::Find(text.data(), length, needle.data(), LengthOf(needle)); });
+        const size_t place = text.find(needle);
+        ASSERT_EQ(found, place != std::string::npos ? text.data() + place : nullptr) << text << ", " << needle;
+        const char *const foundCase = AnswerOfBoth(
+            [&] { return SNativeStringUtils::FindCase(text.data(), length, needle.data(), LengthOf(needle)); });
+        const size_t placeCase = ModelLower(text).find(ModelLower(needle));
+        ASSERT_EQ(foundCase, placeCase != std::string::npos ? text.data() + placeCase : nullptr)
+            << text << ", " << needle;
+    }
+}
+
+TEST_F(BufferWide, SearchesThatGiveUpAreFinishedByAnother)
+{
+    // Each place is a candidate that agrees for long: comparing them all would be the product of the lengths.
+    const std::string text = std::string(100000, 'a') + 'b';
+    const std::string needle = std::string(1000, 'a') + "ba";
+    const std::string atEnd = 'a' + std::string(998, 'a') + "ab";
+    const auto find = [&](const std::string &wanted)
+    { return SNativeStringUtils::Find(text.data(), LengthOf(text), wanted.data(), LengthOf(wanted)); };
+    const auto findCase = [&](const std::string &wanted)
+    { return SNativeStringUtils::FindCase(text.data(), LengthOf(text), wanted.data(), LengthOf(wanted)); };
+    EXPECT_EQ(AnswerOfBoth([&] { return find(needle); }), nullptr);
+    EXPECT_EQ(AnswerOfBoth([&] { return findCase(needle); }), nullptr);
+    const std::string inner = "a" + std::string(500, 'b') + "a";
+    EXPECT_EQ(AnswerOfBoth([&] { return find(inner); }), nullptr);
+    // One character off in the middle: first and last agree everywhere.
+    std::string middle(1000, 'a');
+    middle[500] = 'c';
+    EXPECT_EQ(AnswerOfBoth([&] { return find(middle); }), nullptr);
+    EXPECT_EQ(AnswerOfBoth([&] { return findCase(middle); }), nullptr);
+    EXPECT_EQ(Internal::Wide::FindPair(Bytes(text.data()), LengthOf(text), Bytes(middle.data()), 1000).m_Outcome,
+              Internal::PairFound_GaveUp);
+    EXPECT_EQ(AnswerOfBoth([&] { return find(atEnd); }), text.data() + text.size() - atEnd.size());
+    std::string behind = text + middle + text;
+    const char *const found = AnswerOfBoth(
+        [&] { return SNativeStringUtils::Find(behind.data(), LengthOf(behind), middle.data(), LengthOf(middle)); });
+    EXPECT_EQ(found, behind.data() + text.size());
+}
+
+TEST_F(BufferWide, StringsAnswerTheSame)
+{
+    for (u32 length = 1; length <= 300; ++length)
+    {
+        std::string text = MixedText(length, 1);
+        std::string other = text;
+        other[length - 1] = static_cast<char>(other[length - 1] ^ 0x11);
+        const CString a(CStringContainer::New(text.data(), length));
+        const CString b(CStringContainer::New(other.data(), length));
+        const CString upper(CStringContainer::New(ModelUpper(text).data(), length));
+        for (const ECaseSensitivity sensitivity : {CaseSensitive, CaseInsensitive})
+        {
+            EXPECT_FALSE(AnswerOfBoth([&] { return a.Compare(b, sensitivity); }));
+            EXPECT_EQ(AnswerOfBoth([&] { return a.Compare(upper, sensitivity); }),
+                      sensitivity == CaseInsensitive || text == ModelUpper(text));
+            const bool less = AnswerOfBoth([&] { return a.LessThan(b, sensitivity); });
+            EXPECT_NE(less, AnswerOfBoth([&] { return b.LessThan(a, sensitivity); })) << length;
+        }
+        EXPECT_EQ(AnswerOfBoth([&] { return TextOf(a.Uppercase()); }), ModelUpper(text));
+        EXPECT_EQ(AnswerOfBoth([&] { return TextOf(a.Lowercase()); }), ModelLower(text));
+        EXPECT_EQ(AnswerOfBoth([&] { return TextOf(a.Reversed()); }), std::string(text.rbegin(), text.rend()));
+        size_t count = 0;
+        EXPECT_EQ(AnswerOfBoth([&] { return TextOf(a.Replace('Z', '.')); }), ModelReplace(text, 'Z', '.', &count));
+        EXPECT_EQ(AnswerOfBoth([&] { return a.AnalyzeCasing(); }),
+                  AnswerOfBoth([&] { return CStringView(a).AnalyzeCasing(); }));
+        EXPECT_EQ(AnswerOfBoth([&] { return a.IsUpper(); }), text == ModelUpper(text));
+        EXPECT_EQ(AnswerOfBoth([&] { return a.IsLower(); }), text == ModelLower(text));
+    }
+}
