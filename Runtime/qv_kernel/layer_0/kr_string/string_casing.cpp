@@ -1,52 +1,57 @@
 // Casing: conversion in place and as copies, and the questions about it.
 #include "kr_string.h"
 
+#include "kr_buffer/buffer_kernels.h"
+#include "kr_buffer/buffer_wide.h"
+
 namespace Quorvane
 {
 
 namespace
 {
 
-// Rows of the character table.
-const u8 *const kCasingRow = SNativeStringUtils::kr_buffer_char_lookups;
-const u8 *const kUppercaseRow = SNativeStringUtils::kr_buffer_char_lookups + 512;
-const u8 *const kLowercaseRow = SNativeStringUtils::kr_buffer_char_lookups + 768;
-
-// The characters to look at: a view of null has none, whatever its length says.
-TMemoryView<const char> CharactersOf(const CStringView &text)
+bool IsConversion(ECasingType casing)
 {
-    return text.Data() != nullptr ? text.View() : TMemoryView<const char>();
+    return casing == CasingType_Lowercase || casing == CasingType_Uppercase;
 }
 
-// True when every character is what the row maps it to.
-bool IsMappedToItself(const CStringView &text, const u8 *row)
+// Whether there is a letter from `first` to `last`. A view of null has no characters, whatever its length says.
+bool HasLetterBetween(const CStringView &text, char first, char last)
 {
-    for (const char character : CharactersOf(text))
-        if (row[static_cast<u8>(character)] != static_cast<u8>(character))
-            return false;
-    return true;
+    const u8 *const data = reinterpret_cast<const u8 *>(text.Data());
+    const u32 length = data != nullptr ? text.Length() : 0;
+    return Internal::WideIsWorthwhile(length) ? Internal::Wide::AnyBetweenAscii(data, length, first, last)
+                                              : Internal::AnyBetweenAscii<Internal::SBlock>(data, length, first, last);
+}
+
+bool HasUppercaseLetter(const CStringView &text)
+{
+    return HasLetterBetween(text, 'A', 'Z');
+}
+
+bool HasLowercaseLetter(const CStringView &text)
+{
+    return HasLetterBetween(text, 'a', 'z');
 }
 
 } // namespace
 
 bool CStringView::IsUpper() const
 {
-    return IsMappedToItself(*this, kUppercaseRow);
+    return !HasLowercaseLetter(*this);
 }
 
 bool CStringView::IsLower() const
 {
-    return IsMappedToItself(*this, kLowercaseRow);
+    return !HasUppercaseLetter(*this);
 }
 
 ECasingType CStringView::AnalyzeCasing() const
 {
-    // The row holds the casing of each letter as a bit of its own, so that both make the mixed one.
     static_assert(CasingType_Mixed == (CasingType_Lowercase | CasingType_Uppercase), "casings are bits");
-    u32 casing = CasingType_Unspecified;
-    for (const char character : CharactersOf(*this))
-        casing |= kCasingRow[static_cast<u8>(character)];
-    return static_cast<ECasingType>(casing);
+    const u32 lower = HasLowercaseLetter(*this) ? CasingType_Lowercase : CasingType_Unspecified;
+    const u32 upper = HasUppercaseLetter(*this) ? CasingType_Uppercase : CasingType_Unspecified;
+    return static_cast<ECasingType>(lower | upper);
 }
 
 bool CString::IsUpper() const
@@ -69,7 +74,7 @@ CString &CString::ConformTo(ECasingType casing)
     if (Empty())
         return *this;
     _MakeUnique();
-    if (casing != CasingType_Lowercase && casing != CasingType_Uppercase)
+    if (!IsConversion(casing))
         return *this;
     CStringContainer *container = m_Container.Get();
     QV_INTERNAL_ASSERT_TEXT("_P::m_Ptr != null", container != nullptr);
@@ -94,9 +99,23 @@ CString &CString::ToLowercase()
 
 CString CString::ConformedTo(ECasingType casing) const
 {
-    CString result(*this);
-    result.ConformTo(casing);
-    return result;
+    if (Empty() || !IsConversion(casing))
+    {
+        CString result(*this);
+        result.ConformTo(casing);
+        return result;
+    }
+    // The private copy of a container that is shared with the result, and its conversion, in one pass.
+    PStringContainer copy = CStringContainer::New(null, Length());
+    CStringContainer *container = copy.Get();
+    QV_INTERNAL_ASSERT_TEXT("_P::m_Ptr != null", container != nullptr);
+    if (container == nullptr)
+        return CString();
+    if (casing == CasingType_Lowercase)
+        SNativeStringUtils::Lowercase_16(container->Data(), Data(), container->Length());
+    else
+        SNativeStringUtils::Uppercase_16(container->Data(), Data(), container->Length());
+    return CString(std::move(copy));
 }
 
 CString CString::Uppercase() const

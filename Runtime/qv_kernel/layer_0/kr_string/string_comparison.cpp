@@ -3,6 +3,8 @@
 
 #include <cstring>
 
+#include "kr_buffer/buffer_kernels.h"
+#include "kr_buffer/buffer_wide.h"
 #include "null_text.h"
 #include "string_sizes.h"
 
@@ -12,15 +14,26 @@ namespace Quorvane
 namespace
 {
 
+// The sign of the order of two containers' bytes, of which both have `length`.
+s32 OrderOfBlocks(const char *a, const char *b, u32 length, ECaseSensitivity caseSensitivity)
+{
+    if (caseSensitivity == CaseSensitive)
+        return std::memcmp(a, b, length);
+    if (!Internal::WideIsWorthwhile(length))
+        return SNativeStringUtils::CompareCase_16(a, b, length);
+    const u8 *const bytesA = reinterpret_cast<const u8 *>(a);
+    const u8 *const bytesB = reinterpret_cast<const u8 *>(b);
+    const u32 index = Internal::Wide::FirstDifferenceCase(bytesA, bytesB, length);
+    return index != length ? Internal::OrderOfBytes<Internal::SLowerCaseBytes>(bytesA[index], bytesB[index]) : 0;
+}
+
 // The order of two containers' characters, as far as the first `lengthA` + 1 bytes tell: the terminator takes part.
 // A longer text may hold terminators where the shorter one ends; nothing is read behind the shorter one's last block.
 s32 Order(const char *a, u32 lengthA, const char *b, u32 lengthB, ECaseSensitivity caseSensitivity)
 {
     const u64 wanted = static_cast<u64>(lengthA) + 1;
     const u64 common = QVMin(wanted, Internal::PaddedBytes(lengthB));
-    const u32 length = static_cast<u32>(common);
-    const s32 order = caseSensitivity != CaseSensitive ? SNativeStringUtils::CompareCase_16(a, b, length)
-                                                       : SNativeStringUtils::Compare_16(a, b, length);
+    const s32 order = OrderOfBlocks(a, b, static_cast<u32>(common), caseSensitivity);
     return order == 0 && common < wanted ? 1 : order;
 }
 
