@@ -9,9 +9,9 @@
 //
 // The method (Myers 1999, in the form of Hyyro 2003). Neighbouring cells differ by -1, 0 or 1. The vertical differences
 // of 64 rows of one column are two words of bits; some additions and bit operations advance them by a column, whatever
-// the differences at the boundary are. The cell wanted is the bottom one of the first column plus the horizontal
-// differences along the bottom row. A text of more rows is cut into strips of 64, which hand the horizontal differences
-// along their bottom row to the strip below.
+// the differences at the boundary are. The cell wanted is the top one of the last column plus the differences down that
+// column: nothing is counted on the way. A text of more rows is cut into strips of 64, which hand the horizontal
+// differences along their bottom row to the strip below.
 //
 // The matrix may as well be walked transposed, with the columns' text in the bits: the same cell, with the boundaries
 // exchanged. So the bits of one text serve against any other one, shorter or longer.
@@ -20,6 +20,13 @@
 #include <cstring>
 
 #include "kr_string.h"
+
+// A walk and its steps must become one loop: as calls they would pass the columns through memory.
+#if defined(__GNUC__) || defined(__clang__)
+#define QV_FUZZY_INLINE __attribute__((always_inline))
+#else
+#define QV_FUZZY_INLINE
+#endif
 
 namespace Quorvane::Internal
 {
@@ -36,20 +43,21 @@ enum EFuzzyBits
 // The boundaries of the recurrence as the walk along the bits' text sees them.
 struct SFuzzyBoundary
 {
-    u64 m_FirstDown;  // the first difference down the bits' text; all that follow are 1
-    u64 m_FirstAlong; // the first difference along the other text; all that follow are 1
-    u32 m_Corner;     // the cell at the end of the bits' text, before the other text
+    u64 m_Plus;         // the differences down the bits' text at its begin: one bit each, 1 but for the first
+    u64 m_FirstNotPlus; // whether the first difference along the other text is not 1; all that follow are 1
+    u32 m_Top;          // the cell at the end of the other text, before the bits' text
 };
 
-constexpr SFuzzyBoundary FuzzyBoundary(EFuzzyBits bits, u32 bitsLength)
+constexpr SFuzzyBoundary FuzzyBoundary(EFuzzyBits bits, u32 textLength)
 {
-    return bits == FuzzyBits_Rows ? SFuzzyBoundary{0, 1, bitsLength} : SFuzzyBoundary{1, 0, bitsLength + 1};
+    return bits == FuzzyBits_Rows ? SFuzzyBoundary{~1ull, 0, textLength + 1} : SFuzzyBoundary{~0ull, 1, textLength};
 }
 
-// For every byte value, the rows of a strip that hold it.
-struct SFuzzyMasks
+// For every byte value, the rows of some strips that hold it.
+template <u32 kStrips>
+struct TFuzzyMasks
 {
-    u64 m_Rows[256];
+    u64 m_Rows[256][kStrips];
 
     void Clear() { std::memset(m_Rows, 0, sizeof(m_Rows)); }
 
@@ -57,100 +65,44 @@ struct SFuzzyMasks
     void ClearFor(const char *text, u32 length)
     {
         for (u32 i = 0; i < length; ++i)
-            m_Rows[static_cast<u8>(text[i])] = 0;
+            for (u64 &rows : m_Rows[static_cast<u8>(text[i])])
+                rows = 0;
     }
 
     void Add(const char *rows, u32 count)
     {
         for (u32 i = 0; i < count; ++i)
-            m_Rows[static_cast<u8>(rows[i])] |= 1ull << i;
+            m_Rows[static_cast<u8>(rows[i])][i / kStripRows] |= 1ull << (i % kStripRows);
     }
 };
 
-// The vertical differences of a strip's rows in one column: +1 and -1 as bits, 0 in neither.
-struct SFuzzyColumn
+// The number of bits set.
+inline u32 CountBits(u64 bits)
 {
-    u64 m_Plus;
-    u64 m_Minus;
-};
-
-// The horizontal differences of a strip's rows between two columns.
-struct SFuzzyStep
-{
-    u64 m_Plus;
-    u64 m_Minus;
-};
-
-// Advances the column by one character of the other text, whose rows are `match`; `plusIn` and `minusIn` (0 or 1) are
-// the horizontal difference above the strip.
-inline SFuzzyStep AdvanceColumn(SFuzzyColumn &column, u64 match, u64 plusIn, u64 minusIn)
-{
-    const u64 verticalZero = match | column.m_Minus;
-    const u64 matchIn = match | minusIn;
-    const u64 diagonalZero = (((matchIn & column.m_Plus) + column.m_Plus) ^ column.m_Plus) | matchIn;
-    const SFuzzyStep step = {column.m_Minus | ~(diagonalZero | column.m_Plus), column.m_Plus & diagonalZero};
-    const u64 plus = (step.m_Plus << 1) | plusIn;
-    const u64 minus = (step.m_Minus << 1) | minusIn;
-    column.m_Plus = minus | ~(verticalZero | plus);
-    column.m_Minus = plus & verticalZero;
-    return step;
+    bits -= (bits >> 1) & 0x5555555555555555ull;
+    bits = (bits & 0x3333333333333333ull) + ((bits >> 2) & 0x3333333333333333ull);
+    bits = (bits + (bits >> 4)) & 0x0F0F0F0F0F0F0F0Full;
+    return static_cast<u32>((bits * 0x0101010101010101ull) >> 56);
 }
 
-// The distance with at most one strip of bits.
-inline u32 DistanceOfStrip(const SFuzzyMasks &masks, u32 bitsLength, EFuzzyBits bits, const char *text, u32 textLength)
+// What the first `rows` differences of a column come to, modulo 2^32.
+inline u32 SumOfColumn(u64 plus, u64 minus, u32 rows)
 {
-    const SFuzzyBoundary boundary = FuzzyBoundary(bits, bitsLength);
-    const u32 bottom = bitsLength - 1;
-    SFuzzyColumn column = {~1ull | boundary.m_FirstDown, 0};
-    u64 plusIn = boundary.m_FirstAlong;
-    u64 distance = boundary.m_Corner;
-    for (u32 i = 0; i < textLength; ++i)
-    {
-        const SFuzzyStep step = AdvanceColumn(column, masks.m_Rows[static_cast<u8>(text[i])], plusIn, 0);
-        distance += (step.m_Plus >> bottom) & 1;
-        distance -= (step.m_Minus >> bottom) & 1;
-        plusIn = 1;
-    }
-    return static_cast<u32>(distance);
+    const u64 counted = rows < kStripRows ? (1ull << rows) - 1 : ~0ull;
+    return CountBits(plus & counted) - CountBits(minus & counted);
 }
 
-// Horizontal differences between strips: bit 0 for +1, bit 1 for -1.
+// The horizontal difference between two columns in one row: bit 0 for what is not +1, bit 1 for -1.
 typedef u8 FuzzyCarry;
 
-// Advances one strip along the whole text: reads the differences above it from `carries`, and leaves those of its row
-// `bottom` there.
-inline void AdvanceStrip(const SFuzzyMasks &masks, SFuzzyColumn column, u32 bottom, const char *text, u32 textLength,
-                         FuzzyCarry *carries)
+// Fills the differences along the top row.
+inline void BeginCarries(const SFuzzyBoundary &boundary, FuzzyCarry *carries, u32 textLength)
 {
-    for (u32 i = 0; i < textLength; ++i)
-    {
-        const u64 match = masks.m_Rows[static_cast<u8>(text[i])];
-        const SFuzzyStep step = AdvanceColumn(column, match, carries[i] & 1u, carries[i] >> 1);
-        carries[i] = static_cast<FuzzyCarry>(((step.m_Plus >> bottom) & 1) | (((step.m_Minus >> bottom) & 1) << 1));
-    }
+    std::memset(carries, 0, textLength);
+    carries[0] = static_cast<FuzzyCarry>(boundary.m_FirstNotPlus);
 }
 
-// The distance with any number of strips. `masksOfStrip(index)` gives the masks of a strip; `carries` has room for the
-// other text.
-template <typename MasksOfStrip>
-u32 DistanceOfStrips(const MasksOfStrip &masksOfStrip, u32 bitsLength, EFuzzyBits bits, const char *text,
-                     u32 textLength, FuzzyCarry *carries)
-{
-    const SFuzzyBoundary boundary = FuzzyBoundary(bits, bitsLength);
-    std::memset(carries, 1, textLength);
-    carries[0] = static_cast<FuzzyCarry>(boundary.m_FirstAlong);
-    SFuzzyColumn column = {~1ull | boundary.m_FirstDown, 0};
-    for (u32 done = 0, strip = 0; done < bitsLength; done += kStripRows, ++strip)
-    {
-        const u32 rows = QVMin(bitsLength - done, kStripRows);
-        AdvanceStrip(masksOfStrip(strip), column, rows - 1, text, textLength, carries);
-        column.m_Plus = ~0ull;
-    }
-    u32 distance = boundary.m_Corner;
-    for (u32 i = 0; i < textLength; ++i)
-        distance += (carries[i] & 1u) - (carries[i] >> 1);
-    return distance;
-}
+#include "fuzzy_column.h"
 
 // The weight of two texts of `total` characters at a distance.
 inline float FuzzyWeight(u32 total, u32 distance)

@@ -31,11 +31,11 @@ public:
     static constexpr u32 kMaxQuery = 8 * sizeof(Lane);
 
     // Takes the query of up to `kMaxQuery` characters that the masks were made of; to be called before anything else.
-    void SetQuery(const SFuzzyMasks &masks, u32 queryLength)
+    void SetQuery(const TFuzzyMasks<1> &masks, u32 queryLength)
     {
         m_QueryLength = queryLength;
         for (u32 i = 0; i < 256; ++i)
-            m_Rows[i] = static_cast<Lane>(masks.m_Rows[i]);
+            m_Rows[i] = static_cast<Lane>(masks.m_Rows[i][0]);
     }
 
     // Writes each text's distance.
@@ -71,10 +71,11 @@ private:
         for (u32 lane = 0; lane < kCount; ++lane)
         {
             const EFuzzyBits bits = m_QueryLength < texts[lane].m_Length ? FuzzyBits_Rows : FuzzyBits_Columns;
-            const SFuzzyBoundary boundary = FuzzyBoundary(bits, m_QueryLength);
-            state.m_Plus[lane] = static_cast<Lane>(~1ull | boundary.m_FirstDown);
-            state.m_PlusIn[lane] = static_cast<Lane>(boundary.m_FirstAlong);
-            state.m_Distance[lane] = static_cast<Lane>(boundary.m_Corner);
+            const SFuzzyBoundary boundary = FuzzyBoundary(bits, texts[lane].m_Length);
+            state.m_Plus[lane] = static_cast<Lane>(boundary.m_Plus);
+            state.m_PlusIn[lane] = static_cast<Lane>(1 - boundary.m_FirstNotPlus);
+            // The cell at the end of the query, before the text: the other boundary's top.
+            state.m_Distance[lane] = static_cast<Lane>(bits == FuzzyBits_Rows ? m_QueryLength : m_QueryLength + 1);
             state.m_Length[lane] = static_cast<Lane>(texts[lane].m_Length);
         }
         return state;

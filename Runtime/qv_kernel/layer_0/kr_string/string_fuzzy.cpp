@@ -9,6 +9,8 @@
 
 #include "fuzzy_distance.h"
 #include "fuzzy_lanes.h"
+#include "fuzzy_short.h"
+#include "fuzzy_strips.h"
 #include "raw_block.h"
 
 namespace Quorvane
@@ -21,6 +23,10 @@ using namespace Internal;
 
 // Longer texts than this take a heap block for the row of counters; shorter ones the stack.
 constexpr u32 kStackCells = 256;
+
+// Strips are taken in pairs; from so many rows on, with wide vectors, whose lanes need not all be used to be faster.
+constexpr u32 kPairRows = 2 * kStripRows;
+constexpr u32 kMinWideRows = kPairRows + 1;
 
 // The storage that a comparison of texts up to `longerLength` may use: on the stack, or a block of one counter of 32
 // bits for each cell of the recurrence's row.
@@ -50,25 +56,101 @@ float WeightOfEmpty(u32 length, u32 otherLength)
     return length == otherLength ? 1.0f : 0.0f;
 }
 
-// The distance of rows to columns, both not empty, with masks made for this one comparison.
+#if QV_FUZZY_HAS_SHORT
+
+bool IsShort(const CStringView &rows, const CStringView &columns)
+{
+    return rows.Length() <= kMaxShortRows && columns.Length() <= kMaxShortColumns;
+}
+
+u32 DistanceOfShort(const CStringView &rows, const CStringView &columns)
+{
+#if QV_SIMD_HAS_WIDE
+    if (HasWideInstructions())
+        return Wide::DistanceOfShort(rows, columns);
+#endif
+    return rows.Length() <= TFuzzyShortRows<1>::kBlockSize ? DistanceOfBlocks<1>(rows, columns)
+                                                           : DistanceOfBlocks<2>(rows, columns);
+}
+
+#else
+
+bool IsShort(const CStringView &, const CStringView &)
+{
+    return false;
+}
+
+u32 DistanceOfShort(const CStringView &, const CStringView &)
+{
+    return 0;
+}
+
+#endif
+
+// Rows that one table serves.
+u32 DistanceOfWord(const CStringView &rows, const CStringView &columns)
+{
+    TFuzzyMasks<1> masks;
+    masks.ClearFor(columns.Data(), columns.Length());
+    masks.ClearFor(rows.Data(), rows.Length());
+    masks.Add(rows.Data(), rows.Length());
+#if QV_SIMD_HAS_WIDE
+    if (HasWideInstructions())
+        return Wide::DistanceOfStrip(masks, rows.Length(), FuzzyBits_Rows, columns.Data(), columns.Length());
+#endif
+    return DistanceOfStrip(masks, rows.Length(), FuzzyBits_Rows, columns.Data(), columns.Length());
+}
+
+// Advances as many of the rows from `start` on as are best taken at once. `start` is moved behind them.
+// Returns: what the differences down them in the last column come to.
+u32 AdvanceSomeStrips(const CStringView &rows, u32 &start, const CStringView &columns, FuzzyCarry *carries)
+{
+    const char *const data = rows.Data() + start;
+    const u32 left = rows.Length() - start;
+    const u64 plus = start == 0 ? FuzzyBoundary(FuzzyBits_Rows, 0).m_Plus : ~0ull;
+#if QV_SIMD_HAS_WIDE
+    if (left >= kMinWideRows && HasWideInstructions())
+    {
+        const u32 taken = QVMin(left, Wide::kWideRows);
+        start += taken;
+        return Wide::AdvanceWideStrips(data, taken, plus, columns.Data(), columns.Length(), carries);
+    }
+#endif
+    const u32 taken = QVMin(left, kPairRows);
+    start += taken;
+    TFuzzyMasks<2> masks;
+    masks.Clear();
+    masks.Add(data, taken);
+#if QV_SIMD_HAS_WIDE
+    if (HasWideInstructions())
+        return Wide::AdvanceTwoStrips(masks, taken, plus, columns.Data(), columns.Length(), carries);
+#endif
+    return AdvanceTwoStrips(masks, taken, plus, columns.Data(), columns.Length(), carries);
+}
+
+// The distance of rows to columns, both not empty; `carries` is not used when the rows fit one word.
 u32 DistanceOnce(const CStringView &rows, const CStringView &columns, FuzzyCarry *carries)
 {
-    SFuzzyMasks masks;
+    if (IsShort(rows, columns))
+        return DistanceOfShort(rows, columns);
     if (rows.Length() <= kStripRows)
-    {
-        masks.ClearFor(columns.Data(), columns.Length());
-        masks.ClearFor(rows.Data(), rows.Length());
-        masks.Add(rows.Data(), rows.Length());
-        return DistanceOfStrip(masks, rows.Length(), FuzzyBits_Rows, columns.Data(), columns.Length());
-    }
-    const auto masksOfStrip = [&](u32 strip) -> const SFuzzyMasks &
-    {
-        const u32 start = strip * kStripRows;
-        masks.Clear();
-        masks.Add(rows.Data() + start, QVMin(rows.Length() - start, kStripRows));
-        return masks;
-    };
-    return DistanceOfStrips(masksOfStrip, rows.Length(), FuzzyBits_Rows, columns.Data(), columns.Length(), carries);
+        return DistanceOfWord(rows, columns);
+    const SFuzzyBoundary boundary = FuzzyBoundary(FuzzyBits_Rows, columns.Length());
+    BeginCarries(boundary, carries, columns.Length());
+    u32 distance = boundary.m_Top;
+    for (u32 start = 0; start < rows.Length();)
+        distance += AdvanceSomeStrips(rows, start, columns, carries);
+    return distance;
+}
+
+// The weight of two texts, neither empty. Returns: 0 when memory was refused.
+float WeighOnce(const CStringView &rows, const CStringView &columns)
+{
+    const u32 total = rows.Length() + columns.Length();
+    if (rows.Length() <= kStripRows && columns.Length() < kStackCells)
+        return FuzzyWeight(total, DistanceOnce(rows, columns, nullptr));
+    const CFuzzyRow row(columns.Length());
+    return row.Carries() != nullptr ? FuzzyWeight(total, DistanceOnce(rows, columns, row.Carries())) : 0.0f;
 }
 
 // A query that is scored against many texts: its masks are built once.
@@ -81,16 +163,15 @@ public:
     explicit CFuzzyQuery(const CString &query) : m_Query(query)
     {
         const u32 length = m_Query.Length();
-        for (u32 strip = 0; strip < kMaxStrips && strip * kStripRows < length; ++strip)
+        if (length <= kStripRows)
         {
-            const u32 start = strip * kStripRows;
-            m_Masks[strip].Clear();
-            m_Masks[strip].Add(m_Query.Data() + start, QVMin(length - start, kStripRows));
+            m_Masks.Clear();
+            m_Masks.Add(m_Query.Data(), length);
         }
         if (_FitsLanes(m_Lanes16))
-            m_Lanes16.SetQuery(m_Masks[0], length);
+            m_Lanes16.SetQuery(m_Masks, length);
         else if (_FitsLanes(m_Lanes32))
-            m_Lanes32.SetQuery(m_Masks[0], length);
+            m_Lanes32.SetQuery(m_Masks, length);
     }
 
     // The weights of at most `kBatch` strings. False when memory was refused for one of them, which then weighs 0.
@@ -107,8 +188,6 @@ public:
     }
 
 private:
-    static constexpr u32 kMaxStrips = 4;
-
     template <typename Lanes>
     bool _FitsLanes(const Lanes &) const
     {
@@ -135,11 +214,8 @@ private:
         const u32 length = m_Query.Length();
         const EFuzzyBits bits = length < text.Length() ? FuzzyBits_Rows : FuzzyBits_Columns;
         if (length <= kStripRows)
-            return DistanceOfStrip(m_Masks[0], length, bits, text.Data(), text.Length());
-        if (length > kMaxStrips * kStripRows)
-            return bits == FuzzyBits_Rows ? DistanceOnce(m_Query, text, carries) : DistanceOnce(text, m_Query, carries);
-        const auto masksOfStrip = [this](u32 strip) -> const SFuzzyMasks & { return m_Masks[strip]; };
-        return DistanceOfStrips(masksOfStrip, length, bits, text.Data(), text.Length(), carries);
+            return DistanceOfStrip(m_Masks, length, bits, text.Data(), text.Length());
+        return bits == FuzzyBits_Rows ? DistanceOnce(m_Query, text, carries) : DistanceOnce(text, m_Query, carries);
     }
 
     template <typename Lanes>
@@ -181,7 +257,7 @@ private:
     }
 
     CStringView m_Query;
-    SFuzzyMasks m_Masks[kMaxStrips];
+    TFuzzyMasks<1> m_Masks;
     TFuzzyLanes<u16> m_Lanes16;
     TFuzzyLanes<u32> m_Lanes32;
 };
@@ -227,12 +303,7 @@ float CString::FuzzyMatch(const CString &other) const
     const CStringView b(other);
     if (a.Length() == 0 || b.Length() == 0)
         return WeightOfEmpty(a.Length(), b.Length());
-    const bool thisIsRows = a.Length() < b.Length();
-    const CFuzzyRow row(QVMax(a.Length(), b.Length()));
-    if (row.Carries() == nullptr)
-        return 0.0f;
-    const u32 distance = thisIsRows ? DistanceOnce(a, b, row.Carries()) : DistanceOnce(b, a, row.Carries());
-    return FuzzyWeight(a.Length() + b.Length(), distance);
+    return a.Length() < b.Length() ? WeighOnce(a, b) : WeighOnce(b, a);
 }
 
 void CString::FuzzyMatchList(const TStridedMemoryView<const CString> &stringList,
