@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "kr_buffer/buffer_blocks.h"
-#include "kr_mem.h"
+#include "kr_mem/mem_small.h"
 #include "kr_mem_utils.h"
 #include "kr_simd.h"
 #include "string_sizes.h"
@@ -32,18 +32,18 @@ void ZeroTail(char *characters, u32 length)
 
 void *AllocObject(u64 size, u32 alignment)
 {
-    return Mem::_RawAlloc(size, alignment, Mem::AllocType_Generic, Mem::Origin_New, QV_INTERNAL_MEM_SITE);
+    return Mem::Internal::AllocBlock(size, alignment, Mem::AllocType_Generic, Mem::Origin_New, QV_INTERNAL_MEM_SITE);
 }
 
-void FreeObject(void *block)
+void FreeObject(void *block, u64 size)
 {
-    Mem::_RawFree(block, Mem::AllocType_Generic, Mem::Origin_New, QV_INTERNAL_MEM_SITE);
+    Mem::Internal::FreeBlock(block, size, Mem::AllocType_Generic, Mem::Origin_New, QV_INTERNAL_MEM_SITE);
 }
 
 void *AllocBuffer(u64 size)
 {
-    return Mem::_RawAlloc(size, Internal::kCharacterBlockBytes, Mem::AllocType_Generic, Mem::Origin_Alloc,
-                          QV_INTERNAL_MEM_SITE);
+    return Mem::Internal::AllocBlock(size, Internal::kCharacterBlockBytes, Mem::AllocType_Generic, Mem::Origin_Alloc,
+                                     QV_INTERNAL_MEM_SITE);
 }
 
 void FreeBuffer(void *block)
@@ -77,8 +77,10 @@ void CStringContainer::_FreeBuffer()
 void CStringContainer::_Destroy(CStringContainer *container)
 {
     // Nothing but the buffer outlives the object: its destructors would do no more than this, several calls later.
+    const u64 size = container->SupportsDynamicResize() ? Internal::kResizableObjectBytes
+                                                        : container->m_Capacity + Internal::kContainerHeaderBytes;
     container->_FreeBuffer();
-    FreeObject(container);
+    FreeObject(container, size);
 }
 
 PStringContainer CStringContainer::New(const char *str)
@@ -122,7 +124,7 @@ PStringContainer CStringContainer::NewResizable(const char *str, u32 len, u32 ca
     if (data == nullptr || block == nullptr)
     {
         FreeBuffer(data);
-        FreeObject(block);
+        FreeObject(block, Internal::kResizableObjectBytes);
         return PStringContainer();
     }
     QV_ASSERT(Mem::IsAligned<0x10>(data));
