@@ -1,9 +1,12 @@
 // Making a text, sharing it, and letting go of it: by size, from two threads, and in memory.
 #include <cstring>
+#include <fstream>
 #include <string>
 
-#if defined(__GLIBC__)
+#if defined(__linux__) && defined(__GLIBC__)
 #include <malloc.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #endif
 
 #include "support/limits.h"
@@ -129,14 +132,40 @@ void AddCreationOfMany()
     row.Limit("malloc+copy", MallocAndCopyManyLimit(std::vector<size_t>(kCount, 24)));
 }
 
-#if defined(__GLIBC__) && __GLIBC_PREREQ(2, 33)
-size_t BytesInUse()
+#if defined(__linux__) && defined(__GLIBC__)
+size_t ResidentBytes()
 {
-    const struct mallinfo2 info = mallinfo2();
-    return info.uordblks + info.hblkhd;
+    size_t total = 0;
+    size_t resident = 0;
+    std::ifstream("/proc/self/statm") >> total >> resident;
+    return resident * static_cast<size_t>(sysconf(_SC_PAGESIZE));
 }
 
-// What the platform's allocator has handed out for that many texts and their handles.
+// By how much `build` makes a process grow whose allocators have nothing in stock: a copy of this one.
+template <typename Build>
+double ResidentGrowth(const Build &build)
+{
+    int pipeEnds[2];
+    if (pipe(pipeEnds) != 0)
+        return 0;
+    const pid_t child = fork();
+    if (child == 0)
+    {
+        malloc_trim(0);
+        const size_t before = ResidentBytes();
+        const auto built = build();
+        const size_t growth = ResidentBytes() - before;
+        _exit(write(pipeEnds[1], &growth, sizeof(growth)) == sizeof(growth) ? 0 : 1);
+    }
+    close(pipeEnds[1]);
+    size_t growth = 0;
+    const bool measured = read(pipeEnds[0], &growth, sizeof(growth)) == sizeof(growth);
+    close(pipeEnds[0]);
+    waitpid(child, nullptr, 0);
+    return measured ? static_cast<double>(growth) : 0;
+}
+
+// What that many texts and their handles take of the machine's memory, whoever hands it out.
 void AddMemory(size_t count)
 {
     const auto from = std::make_shared<std::vector<std::string>>();
@@ -149,12 +178,15 @@ void AddMemory(size_t count)
         row.AddBytes(who,
                      [from, make]
                      {
-                         const size_t before = BytesInUse();
-                         std::vector<decltype(make(from->front()))> texts;
-                         texts.reserve(from->size());
-                         for (const std::string &text : *from)
-                             texts.push_back(make(text));
-                         return static_cast<double>(BytesInUse() - before);
+                         return ResidentGrowth(
+                             [&]
+                             {
+                                 std::vector<decltype(make(from->front()))> texts;
+                                 texts.reserve(from->size());
+                                 for (const std::string &text : *from)
+                                     texts.push_back(make(text));
+                                 return texts;
+                             });
                      });
     };
     add("ours", [](const std::string &text) { return CString(text.c_str()); });
