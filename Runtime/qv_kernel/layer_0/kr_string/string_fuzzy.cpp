@@ -9,6 +9,7 @@
 
 #include "fuzzy_distance.h"
 #include "fuzzy_lanes.h"
+#include "fuzzy_lanes_wide.h"
 #include "fuzzy_short.h"
 #include "fuzzy_strips.h"
 #include "raw_block.h"
@@ -27,6 +28,9 @@ constexpr u32 kStackCells = 256;
 // Strips are taken in pairs; from so many rows on, with wide vectors, whose lanes need not all be used to be faster.
 constexpr u32 kPairRows = 2 * kStripRows;
 constexpr u32 kMinWideRows = kPairRows + 1;
+
+// Entries that the ranked top scores at a time: the more, the later it learns which ones need no scoring.
+constexpr u32 kTopBatch = 64;
 
 // The storage that a comparison of texts up to `longerLength` may use: on the stack, or a block of one counter of 32
 // bits for each cell of the recurrence's row.
@@ -157,8 +161,8 @@ float WeighOnce(const CStringView &rows, const CStringView &columns)
 class CFuzzyQuery
 {
 public:
-    // Texts scored at a time.
-    static constexpr u32 kBatch = 64;
+    // Texts scored at a time, at most.
+    static constexpr u32 kBatch = 256;
 
     explicit CFuzzyQuery(const CString &query) : m_Query(query)
     {
@@ -168,7 +172,14 @@ public:
             m_Masks.Clear();
             m_Masks.Add(m_Query.Data(), length);
         }
-        if (_FitsLanes(m_Lanes16))
+#if QV_SIMD_HAS_WIDE
+        if (HasWideInstructions() && _FitsLanes(m_WideLanes16))
+            m_WideLanes16.SetQuery(m_Query.Data(), length);
+        else if (HasWideInstructions() && _FitsLanes(m_WideLanes32))
+            m_WideLanes32.SetQuery(m_Query.Data(), length);
+        else
+#endif
+            if (_FitsLanes(m_Lanes16))
             m_Lanes16.SetQuery(m_Masks, length);
         else if (_FitsLanes(m_Lanes32))
             m_Lanes32.SetQuery(m_Masks, length);
@@ -177,6 +188,12 @@ public:
     // The weights of at most `kBatch` strings. False when memory was refused for one of them, which then weighs 0.
     bool Weigh(const CString *const *strings, u32 count, float *outWeights) const
     {
+#if QV_SIMD_HAS_WIDE
+        if (HasWideInstructions() && _FitsLanes(m_WideLanes16))
+            return _WeighInWideLanes(m_WideLanes16, strings, count, outWeights);
+        if (HasWideInstructions() && _FitsLanes(m_WideLanes32))
+            return _WeighInWideLanes(m_WideLanes32, strings, count, outWeights);
+#endif
         if (_FitsLanes(m_Lanes16))
             return _WeighInLanes(m_Lanes16, strings, count, outWeights);
         if (_FitsLanes(m_Lanes32))
@@ -256,17 +273,74 @@ private:
             outWeights[indices[lane]] = FuzzyWeight(m_Query.Length() + texts[lane].m_Length, distances[lane]);
     }
 
+#if QV_SIMD_HAS_WIDE
+    // Texts that are scored together because they take about as long.
+    struct SWideGroup
+    {
+        Wide::SFuzzyLaneTexts m_Texts;
+        u32 m_Indices[Wide::kLaneTexts];
+        u32 m_Used;
+    };
+
+    template <typename Lanes>
+    bool _WeighInWideLanes(const Lanes &lanes, const CString *const *strings, u32 count, float *outWeights) const
+    {
+        // Of up to 16 characters, of up to 32, and of more.
+        SWideGroup groups[3];
+        for (SWideGroup &group : groups)
+            group.m_Used = 0;
+        bool granted = true;
+        for (u32 i = 0; i < count; ++i)
+        {
+            const CStringView text(*strings[i]);
+            if (text.Length() == 0 || text.Length() > kMaxLaneText)
+            {
+                granted = _Weigh(*strings[i], outWeights[i]) && granted;
+                continue;
+            }
+            SWideGroup &group = groups[QVMin((text.Length() - 1) / 16, 2u)];
+            group.m_Texts.m_Data[group.m_Used] = text.Data();
+            group.m_Texts.m_Lengths[group.m_Used] = static_cast<u16>(text.Length());
+            group.m_Indices[group.m_Used++] = i;
+            if (group.m_Used == Wide::kLaneTexts)
+                _ScoreWideGroup(lanes, group, outWeights);
+        }
+        for (SWideGroup &group : groups)
+            _ScoreWideGroup(lanes, group, outWeights);
+        return granted;
+    }
+
+    // Leaves the group empty.
+    template <typename Lanes>
+    static void _ScoreWideGroup(const Lanes &lanes, SWideGroup &group, float *outWeights)
+    {
+        const u32 used = std::exchange(group.m_Used, 0u);
+        if (used == 0)
+            return;
+        for (u32 lane = used; lane < Wide::kLaneTexts; ++lane)
+            group.m_Texts.m_Lengths[lane] = 0;
+        float weights[Wide::kLaneTexts];
+        lanes.Weigh(group.m_Texts, weights);
+        for (u32 lane = 0; lane < used; ++lane)
+            outWeights[group.m_Indices[lane]] = weights[lane];
+    }
+#endif
+
     CStringView m_Query;
     TFuzzyMasks<1> m_Masks;
+#if QV_SIMD_HAS_WIDE
+    Wide::TFuzzyWideLanes<u16> m_WideLanes16;
+    Wide::TFuzzyWideLanes<u32> m_WideLanes32;
+#endif
     TFuzzyLanes<u16> m_Lanes16;
     TFuzzyLanes<u32> m_Lanes32;
 };
 
-// Weighs the entries of a list in order, those that `wants(entry)` lets pass, and hands (index, weight) to `take`.
-// False when memory was refused for an entry; it weighs 0 then.
+// Weighs the entries of a list in order, those that `wants(entry)` lets pass, and hands (index, weight) to `take`, when
+// `batchSize` of them are together. False when memory was refused for an entry; it weighs 0 then.
 template <typename Wants, typename Take>
-bool WeighList(const CString &query, const TStridedMemoryView<const CString> &list, u32 count, const Wants &wants,
-               const Take &take)
+bool WeighList(const CString &query, const TStridedMemoryView<const CString> &list, u32 count, u32 batchSize,
+               const Wants &wants, const Take &take)
 {
     const CFuzzyQuery scorer(query);
     const CString *strings[CFuzzyQuery::kBatch];
@@ -276,7 +350,7 @@ bool WeighList(const CString &query, const TStridedMemoryView<const CString> &li
     for (u32 next = 0; next < count;)
     {
         u32 batch = 0;
-        for (; next < count && batch < CFuzzyQuery::kBatch; ++next)
+        for (; next < count && batch < batchSize; ++next)
         {
             const CString &entry = list[next];
             strings[batch] = &entry;
@@ -311,14 +385,15 @@ void CString::FuzzyMatchList(const TStridedMemoryView<const CString> &stringList
 {
     QV_ASSERT(outMatchResults.Count() == stringList.Count());
     const u32 count = QVMin(outMatchResults.Count(), stringList.Count());
-    WeighList(*this, stringList, count, WantsAll, [&](u32 index, float weight) { outMatchResults[index] = weight; });
+    WeighList(*this, stringList, count, CFuzzyQuery::kBatch, WantsAll,
+              [&](u32 index, float weight) { outMatchResults[index] = weight; });
 }
 
 void CString::FuzzyMatchList_Ordered(const TStridedMemoryView<const CString> &stringList,
                                      TArray<SFuzzyMatchListElement> &outOrderedMatchResults, float tolerance) const
 {
     outOrderedMatchResults.Clear();
-    WeighList(*this, stringList, stringList.Count(), WantsAll,
+    WeighList(*this, stringList, stringList.Count(), CFuzzyQuery::kBatch, WantsAll,
               [&](u32 index, float weight)
               {
                   if (weight >= tolerance)
@@ -366,7 +441,7 @@ bool CString::FuzzyMatchList_Top(const TStridedMemoryView<const CString> &string
         outBest.PushBack(SFuzzyMatchListElement(index, weight));
         std::push_heap(outBest.begin(), outBest.end(), better);
     };
-    if (!WeighList(*this, stringList, stringList.Count(), wants, take))
+    if (!WeighList(*this, stringList, stringList.Count(), kTopBatch, wants, take))
     {
         // An entry without its weight may have been among the best.
         outBest.Clear();
