@@ -22,6 +22,9 @@ namespace Quorvane::Internal::Wide
 constexpr u32 kWideStrips = 8;
 constexpr u32 kWideRows = kWideStrips * kStripRows;
 
+// From here on they are faster than two strips at a time, though not all lanes are used.
+constexpr u32 kMinWideRows = 2 * kStripRows + 1;
+
 // For every byte value, and for none, the rows of eight strips that hold it: four even strips, then four odd ones.
 class CFuzzyStripMasks
 {

@@ -6,6 +6,7 @@
 #include "kr_string.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "fuzzy_distance.h"
 #include "fuzzy_lanes.h"
@@ -25,9 +26,8 @@ using namespace Internal;
 // Longer texts than this take a heap block for the row of counters; shorter ones the stack.
 constexpr u32 kStackCells = 256;
 
-// Strips are taken in pairs; from so many rows on, with wide vectors, whose lanes need not all be used to be faster.
+// Strips are taken in pairs where there are no wide vectors.
 constexpr u32 kPairRows = 2 * kStripRows;
-constexpr u32 kMinWideRows = kPairRows + 1;
 
 // Entries that the ranked top scores at a time: the more, the later it learns which ones need no scoring.
 constexpr u32 kTopBatch = 64;
@@ -113,7 +113,7 @@ u32 AdvanceSomeStrips(const CStringView &rows, u32 &start, const CStringView &co
     const u32 left = rows.Length() - start;
     const u64 plus = start == 0 ? FuzzyBoundary(FuzzyBits_Rows, 0).m_Plus : ~0ull;
 #if QV_SIMD_HAS_WIDE
-    if (left >= kMinWideRows && HasWideInstructions())
+    if (left >= Wide::kMinWideRows && HasWideInstructions())
     {
         const u32 taken = QVMin(left, Wide::kWideRows);
         start += taken;
@@ -364,6 +364,38 @@ bool WeighList(const CString &query, const TStridedMemoryView<const CString> &li
     return granted;
 }
 
+// What was decided for entries of a length, until the question changes.
+class CLengthVerdicts
+{
+public:
+    CLengthVerdicts() { Forget(); }
+
+    void Forget() { std::memset(m_Verdicts, Verdict_Unknown, sizeof(m_Verdicts)); }
+
+    // Asks `decide()` once for each length below 256, and every time for others.
+    template <typename Decide>
+    bool Ask(u32 length, const Decide &decide)
+    {
+        if (length >= kLengths)
+            return decide();
+        if (m_Verdicts[length] == Verdict_Unknown)
+            m_Verdicts[length] = decide() ? Verdict_Yes : Verdict_No;
+        return m_Verdicts[length] == Verdict_Yes;
+    }
+
+private:
+    static constexpr u32 kLengths = 256;
+
+    enum EVerdict : u8
+    {
+        Verdict_Unknown,
+        Verdict_No,
+        Verdict_Yes,
+    };
+
+    u8 m_Verdicts[kLengths];
+};
+
 bool WantsAll(const CString &)
 {
     return true;
@@ -422,17 +454,24 @@ bool CString::FuzzyMatchList_Top(const TStridedMemoryView<const CString> &string
     const auto qualifies = [&](float weight)
     { return weight >= tolerance && (outBest.Count() < limit || weight > outBest.First().m_MatchWeight); };
     const u32 length = Length();
+    CLengthVerdicts verdicts;
     const auto wants = [&](const CString &entry)
     {
-        // The distance is at least the difference of the lengths plus 1.
         const u32 entryLength = entry.Length();
-        const u32 difference = QVMax(length, entryLength) - QVMin(length, entryLength);
-        return length == 0 || entryLength == 0 || qualifies(FuzzyWeight(length + entryLength, difference + 1));
+        return verdicts.Ask(entryLength,
+                            [&]
+                            {
+                                // The distance is at least the difference of the lengths plus 1.
+                                const u32 difference = QVMax(length, entryLength) - QVMin(length, entryLength);
+                                return length == 0 || entryLength == 0 ||
+                                       qualifies(FuzzyWeight(length + entryLength, difference + 1));
+                            });
     };
     const auto take = [&](u32 index, float weight)
     {
         if (!qualifies(weight))
             return;
+        verdicts.Forget();
         if (outBest.Count() == limit)
         {
             std::pop_heap(outBest.begin(), outBest.end(), better);
