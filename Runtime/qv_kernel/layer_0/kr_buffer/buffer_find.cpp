@@ -15,6 +15,7 @@ namespace
 {
 
 using Internal::SBlock;
+using Internal::SNeedle;
 using Internal::SPairFound;
 
 const u8 *Bytes(const char *data)
@@ -22,20 +23,67 @@ const u8 *Bytes(const char *data)
     return reinterpret_cast<const u8 *>(data);
 }
 
-SPairFound FindPair(const char *data, u32 length, const char *needle, u32 needleLength)
+// How common each character is in texts, paths and programs: 0 for the rarest.
+struct SCommonness
 {
-    if (Internal::WideIsWorthwhile(length))
-        return Internal::Wide::FindPair(Bytes(data), length, Bytes(needle), needleLength);
-    using CSearch = Internal::TPairSearch<SBlock, Internal::SExactBytes>;
-    return CSearch(Bytes(data), length, Bytes(needle), needleLength).Find();
+    u8 m_Ranks[256];
+};
+
+constexpr SCommonness CommonnessOfCharacters()
+{
+    constexpr char kRarestFirst[] = "QZXJKVzqYWUjHGBxFDMOLkPNRIAECST5637849,()201*:-\"'w=/._;vybgpfmucdlhrsniaote ";
+    SCommonness commonness = {};
+    for (u32 i = 0; i + 1 < sizeof(kRarestFirst); ++i)
+        commonness.m_Ranks[static_cast<u8>(kRarestFirst[i])] = static_cast<u8>(i + 1);
+    return commonness;
 }
 
-SPairFound FindPairCase(const char *data, u32 length, const char *needle, u32 needleLength)
+constexpr SCommonness kCommonness = CommonnessOfCharacters();
+
+// Where a text is this long, it pays to look at the needle first.
+constexpr u32 kLongText = 512;
+// Characters of the needle that are looked at.
+constexpr u32 kMostLookedAt = 64;
+
+// The first of the needle's rarest characters but `except`; the last character where there is no other.
+u32 RarestBut(const u8 *needle, u32 needleLength, int except)
+{
+    u32 rarest = needleLength - 1;
+    u32 rank = sizeof(kCommonness.m_Ranks);
+    for (u32 i = 0; i < QVMin(needleLength, kMostLookedAt); ++i)
+    {
+        if (needle[i] != except && kCommonness.m_Ranks[needle[i]] < rank)
+        {
+            rarest = i;
+            rank = kCommonness.m_Ranks[needle[i]];
+        }
+    }
+    return rarest;
+}
+
+// Looks for the needle by the two characters that a long text is likely to have least of; by its first and its last
+// one in a short text.
+SNeedle NeedleFor(u32 length, const char *needle, u32 needleLength)
+{
+    const u8 *const bytes = Bytes(needle);
+    if (length < kLongText)
+        return {bytes, needleLength, 0, needleLength - 1};
+    const u32 first = RarestBut(bytes, needleLength, -1);
+    return {bytes, needleLength, first, RarestBut(bytes, needleLength, bytes[first])};
+}
+
+SPairFound FindPair(const char *data, u32 length, const SNeedle &needle)
 {
     if (Internal::WideIsWorthwhile(length))
-        return Internal::Wide::FindPairCase(Bytes(data), length, Bytes(needle), needleLength);
-    using CSearch = Internal::TPairSearch<SBlock, Internal::SLowerCaseBytes>;
-    return CSearch(Bytes(data), length, Bytes(needle), needleLength).Find();
+        return Internal::Wide::FindPair(Bytes(data), length, needle);
+    return Internal::TPairSearch<SBlock, Internal::SExactBytes>(Bytes(data), length, needle).Find();
+}
+
+SPairFound FindPairCase(const char *data, u32 length, const SNeedle &needle)
+{
+    if (Internal::WideIsWorthwhile(length))
+        return Internal::Wide::FindPairCase(Bytes(data), length, needle);
+    return Internal::TPairSearch<SBlock, Internal::SLowerCaseBytes>(Bytes(data), length, needle).Find();
 }
 
 // The search whose cost is linear for every text. Preparing it reads the whole needle.
@@ -64,7 +112,7 @@ const char *SNativeStringUtils::Find(const char *data, u32 length, const char *n
         return nullptr;
     if (needleLength == 1)
         return static_cast<const char *>(std::memchr(data, *needle, length));
-    const SPairFound found = FindPair(data, length, needle, needleLength);
+    const SPairFound found = FindPair(data, length, NeedleFor(length, needle, needleLength));
     if (found.m_Outcome == Internal::PairFound_GaveUp)
         return Internal::PortFind(data + found.m_Place, length - found.m_Place, needle, needleLength);
     return found.m_Outcome == Internal::PairFound_Here ? data + found.m_Place : nullptr;
@@ -76,7 +124,7 @@ const char *SNativeStringUtils::FindCase(const char *data, u32 length, const cha
         return data;
     if (needleLength > length)
         return nullptr;
-    const SPairFound found = FindPairCase(data, length, needle, needleLength);
+    const SPairFound found = FindPairCase(data, length, NeedleFor(length, needle, needleLength));
     if (found.m_Outcome == Internal::PairFound_GaveUp)
         return FindCaseInAnyText(data + found.m_Place, length - found.m_Place, needle, needleLength);
     return found.m_Outcome == Internal::PairFound_Here ? data + found.m_Place : nullptr;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <type_traits>
 
 #include "kr_buffer.h"
@@ -19,6 +20,15 @@
 
 namespace Quorvane::Internal
 {
+
+// What to look for, and which two of its characters to look for first: by index, the same one in a needle of one.
+struct SNeedle
+{
+    const u8 *m_Bytes;
+    u32 m_Length;
+    u32 m_First;
+    u32 m_Second;
+};
 
 // How a search for a needle ended: at its first place, nowhere, or without an answer, which only a search from
 // `m_Place` on can give.

@@ -53,14 +53,14 @@ bool AnyBetweenAscii(const u8 *text, u32 length, char first, char last)
     return Kernels::AnyBetweenAscii<SBlockAvx2>(text, length, first, last);
 }
 
-SPairFound FindPair(const u8 *text, u32 length, const u8 *needle, u32 needleLength)
+SPairFound FindPair(const u8 *text, u32 length, const SNeedle &needle)
 {
-    return Kernels::TPairSearch<SBlockAvx2, Kernels::SExactBytes>(text, length, needle, needleLength).Find();
+    return Kernels::TPairSearch<SBlockAvx2, Kernels::SExactBytes>(text, length, needle).Find();
 }
 
-SPairFound FindPairCase(const u8 *text, u32 length, const u8 *needle, u32 needleLength)
+SPairFound FindPairCase(const u8 *text, u32 length, const SNeedle &needle)
 {
-    return Kernels::TPairSearch<SBlockAvx2, Kernels::SLowerCaseBytes>(text, length, needle, needleLength).Find();
+    return Kernels::TPairSearch<SBlockAvx2, Kernels::SLowerCaseBytes>(text, length, needle).Find();
 }
 
 } // namespace Quorvane::Internal::Wide

@@ -39,8 +39,8 @@ void ReverseBytes(u8 *data, u32 length);
 
 // Of counted texts.
 bool AnyBetweenAscii(const u8 *text, u32 length, char first, char last);
-SPairFound FindPair(const u8 *text, u32 length, const u8 *needle, u32 needleLength);
-SPairFound FindPairCase(const u8 *text, u32 length, const u8 *needle, u32 needleLength);
+SPairFound FindPair(const u8 *text, u32 length, const SNeedle &needle);
+SPairFound FindPairCase(const u8 *text, u32 length, const SNeedle &needle);
 
 } // namespace Wide
 
@@ -69,11 +69,11 @@ inline bool AnyBetweenAscii(const u8 *, u32, char, char)
 {
     return false;
 }
-inline SPairFound FindPair(const u8 *, u32, const u8 *, u32)
+inline SPairFound FindPair(const u8 *, u32, const SNeedle &)
 {
     return {PairFound_Nowhere, 0};
 }
-inline SPairFound FindPairCase(const u8 *, u32, const u8 *, u32)
+inline SPairFound FindPairCase(const u8 *, u32, const SNeedle &)
 {
     return {PairFound_Nowhere, 0};
 }

@@ -199,8 +199,9 @@ TEST_F(BufferWide, SearchesThatGiveUpAreFinishedByAnother)
     middle[500] = 'c';
     EXPECT_EQ(AnswerOfBoth([&] { return find(middle); }), nullptr);
     EXPECT_EQ(AnswerOfBoth([&] { return findCase(middle); }), nullptr);
-    EXPECT_EQ(Internal::Wide::FindPair(Bytes(text.data()), LengthOf(text), Bytes(middle.data()), 1000).m_Outcome,
-              Internal::PairFound_GaveUp);
+    EXPECT_EQ(
+        Internal::Wide::FindPair(Bytes(text.data()), LengthOf(text), {Bytes(middle.data()), 1000, 0, 999}).m_Outcome,
+        Internal::PairFound_GaveUp);
     EXPECT_EQ(AnswerOfBoth([&] { return find(atEnd); }), text.data() + text.size() - atEnd.size());
     std::string behind = text + middle + text;
     const char *const found = AnswerOfBoth(
