@@ -14,26 +14,75 @@ namespace Quorvane
 namespace
 {
 
-// The sign of the order of two containers' bytes, of which both have `length`.
-s32 OrderOfBlocks(const char *a, const char *b, u32 length, ECaseSensitivity caseSensitivity)
+using Internal::SBlock;
+using Internal::SExactBytes;
+using Internal::SLowerCaseBytes;
+
+// Short texts are compared right here, where most of the time would go into calls.
+constexpr u32 kShortText = 2 * SBlock::kBytes;
+
+const u8 *Bytes(const char *data)
+{
+    return reinterpret_cast<const u8 *>(data);
+}
+
+// The index of the first byte in which two containers' blocks from `at` on differ as `Comparison` sees them; the number
+// of a block's bytes behind `at` when none does.
+template <typename Comparison>
+u32 FirstDifferenceInBlock(const char *a, const char *b, u32 at)
+{
+    const SBlock differences = Comparison::Differences(SBlock::Padded(a + at), SBlock::Padded(b + at));
+    return at + SBlock::FirstDifference(differences, SBlock::Fill(0));
+}
+
+// Equality of two containers' characters, at most kShortText of them. Each has at least one block.
+template <typename Comparison>
+bool EqualShort(const char *a, const char *b, u32 length)
+{
+    const u32 first = FirstDifferenceInBlock<Comparison>(a, b, 0);
+    if (first < SBlock::kBytes || length <= SBlock::kBytes)
+        return first >= length;
+    return FirstDifferenceInBlock<Comparison>(a, b, SBlock::kBytes) >= length;
+}
+
+bool EqualCharacters(const char *a, const char *b, u32 length, ECaseSensitivity caseSensitivity)
+{
+    if (caseSensitivity != CaseSensitive)
+        return length <= kShortText ? EqualShort<SLowerCaseBytes>(a, b, length)
+                                    : SNativeStringUtils::EqualCase_16(a, b, length);
+    return length <= kShortText ? EqualShort<SExactBytes>(a, b, length) : std::memcmp(a, b, length) == 0;
+}
+
+s32 OrderOfLong(const char *a, const char *b, u32 length, ECaseSensitivity caseSensitivity)
 {
     if (caseSensitivity == CaseSensitive)
         return std::memcmp(a, b, length);
     if (!Internal::WideIsWorthwhile(length))
         return SNativeStringUtils::CompareCase_16(a, b, length);
-    const u8 *const bytesA = reinterpret_cast<const u8 *>(a);
-    const u8 *const bytesB = reinterpret_cast<const u8 *>(b);
-    const u32 index = Internal::Wide::FirstDifferenceCase(bytesA, bytesB, length);
-    return index != length ? Internal::OrderOfBytes<Internal::SLowerCaseBytes>(bytesA[index], bytesB[index]) : 0;
+    const u32 index = Internal::Wide::FirstDifferenceCase(Bytes(a), Bytes(b), length);
+    return index != length ? Internal::OrderOfBytes<SLowerCaseBytes>(Bytes(a)[index], Bytes(b)[index]) : 0;
+}
+
+// The sign of the order of two containers' bytes, of which both have `length`, at least 1.
+template <typename Comparison>
+s32 OrderOfBlocks(const char *a, const char *b, u32 length, ECaseSensitivity caseSensitivity)
+{
+    if (length > kShortText)
+        return OrderOfLong(a, b, length, caseSensitivity);
+    u32 index = FirstDifferenceInBlock<Comparison>(a, b, 0);
+    if (index == SBlock::kBytes && length > SBlock::kBytes)
+        index = FirstDifferenceInBlock<Comparison>(a, b, SBlock::kBytes);
+    return index < length ? Internal::OrderOfBytes<Comparison>(Bytes(a)[index], Bytes(b)[index]) : 0;
 }
 
 // The order of two containers' characters, as far as the first `lengthA` + 1 bytes tell: the terminator takes part.
 // A longer text may hold terminators where the shorter one ends; nothing is read behind the shorter one's last block.
+template <typename Comparison>
 s32 Order(const char *a, u32 lengthA, const char *b, u32 lengthB, ECaseSensitivity caseSensitivity)
 {
     const u64 wanted = static_cast<u64>(lengthA) + 1;
     const u64 common = QVMin(wanted, Internal::PaddedBytes(lengthB));
-    const s32 order = OrderOfBlocks(a, b, static_cast<u32>(common), caseSensitivity);
+    const s32 order = OrderOfBlocks<Comparison>(a, b, static_cast<u32>(common), caseSensitivity);
     return order == 0 && common < wanted ? 1 : order;
 }
 
@@ -43,6 +92,30 @@ s32 OrderOfBytes(const char *a, u32 lengthA, const char *b, u32 lengthB)
     const u32 common = QVMin(lengthA, lengthB);
     const int order = common != 0 ? std::memcmp(a, b, common) : 0;
     return order != 0 ? order : (lengthA > lengthB) - (lengthA < lengthB);
+}
+
+// Containers without characters, which have no business here. Out of line, so that what is done for the others needs no
+// register saved for a report.
+
+QV_INTERNAL_COLD bool EqualWithoutCharacters(const CString &a, const CString &b)
+{
+    const char *srcA = a.Data();
+    const char *srcB = b.Data();
+    QV_ASSERT(srcA != null && srcB != null);
+    return a.Length() == b.Length() && srcA == srcB;
+}
+
+QV_INTERNAL_COLD bool LessWithoutCharacters(const char *srcA, const char *srcB)
+{
+    QV_ASSERT(srcA != null && srcB != null);
+    return srcA == nullptr && srcB != nullptr;
+}
+
+QV_INTERNAL_COLD s32 OrderWithoutCharacters(const char *data, const char *otherData)
+{
+    QV_INTERNAL_ASSERT_TEXT("m_Container->Data() != null && other.m_Container->Data() != null",
+                            data != nullptr && otherData != nullptr);
+    return (data != nullptr) - (otherData != nullptr);
 }
 
 } // namespace
@@ -78,19 +151,20 @@ bool CString::Compare(const CStringView &other, ECaseSensitivity caseSensitivity
 
 bool CString::Compare(const CString &other, ECaseSensitivity caseSensitivity) const
 {
-    if (m_Container == null || other.m_Container == null)
+    const CStringContainer *container = m_Container.Get();
+    const CStringContainer *otherContainer = other.m_Container.Get();
+    if (container == nullptr || otherContainer == nullptr)
         return Empty() && other.Empty();
-    const char *srcA = Data();
-    const char *srcB = other.Data();
-    QV_ASSERT(srcA != null && srcB != null);
-    const u32 length = Length();
-    if (length != other.Length())
+    const char *srcA = container->Data();
+    const char *srcB = otherContainer->Data();
+    if (QV_INTERNAL_UNLIKELY(srcA == nullptr || srcB == nullptr))
+        return EqualWithoutCharacters(*this, other);
+    const u32 length = container->Length();
+    if (length != otherContainer->Length())
         return false;
-    if (srcA == nullptr || srcB == nullptr)
-        return srcA == srcB;
-    if (caseSensitivity != CaseSensitive)
-        return SNativeStringUtils::EqualCase_16(srcA, srcB, length);
-    return srcA == srcB || SNativeStringUtils::Equal_16(srcA, srcB, length);
+    if (srcA == srcB && caseSensitivity == CaseSensitive)
+        return true;
+    return EqualCharacters(srcA, srcB, length, caseSensitivity);
 }
 
 bool CString::LessThan(const CString &other, ECaseSensitivity caseSensitivity) const
@@ -101,10 +175,12 @@ bool CString::LessThan(const CString &other, ECaseSensitivity caseSensitivity) c
         return false;
     const char *srcA = Data();
     const char *srcB = other.Data();
-    QV_ASSERT(srcA != null && srcB != null);
-    if (srcA == nullptr || srcB == nullptr)
-        return srcA == nullptr && srcB != nullptr;
-    return Order(srcA, Length(), srcB, other.Length(), caseSensitivity) < 0;
+    if (QV_INTERNAL_UNLIKELY(srcA == nullptr || srcB == nullptr))
+        return LessWithoutCharacters(srcA, srcB);
+    const s32 order = caseSensitivity != CaseSensitive
+                          ? Order<SLowerCaseBytes>(srcA, Length(), srcB, other.Length(), CaseInsensitive)
+                          : Order<SExactBytes>(srcA, Length(), srcB, other.Length(), CaseSensitive);
+    return order < 0;
 }
 
 bool CString::operator<(const char *other) const
@@ -121,6 +197,16 @@ bool CString::operator>(const char *other) const
     return SNativeStringUtils::Compare(Data(), other) > 0;
 }
 
+// Only the two operators below use it.
+QV_BUFFER_INLINE inline s32 CString::_OrderWith(const CString &other) const
+{
+    const char *data = Data();
+    const char *otherData = other.Data();
+    if (QV_INTERNAL_UNLIKELY(data == nullptr || otherData == nullptr))
+        return OrderWithoutCharacters(data, otherData);
+    return Order<SExactBytes>(data, Length(), otherData, other.Length(), CaseSensitive);
+}
+
 bool CString::operator<(const CString &other) const
 {
     if (m_Container == null || other.m_Container == null)
@@ -133,17 +219,6 @@ bool CString::operator>(const CString &other) const
     if (m_Container == null || other.m_Container == null)
         return m_Container != null && other.m_Container == null;
     return _OrderWith(other) > 0;
-}
-
-s32 CString::_OrderWith(const CString &other) const
-{
-    const char *data = Data();
-    const char *otherData = other.Data();
-    QV_INTERNAL_ASSERT_TEXT("m_Container->Data() != null && other.m_Container->Data() != null",
-                            data != nullptr && otherData != nullptr);
-    if (data == nullptr || otherData == nullptr)
-        return (data != nullptr) - (otherData != nullptr);
-    return Order(data, Length(), otherData, other.Length(), CaseSensitive);
 }
 
 bool operator==(const CString &a, const CStringView &b)

@@ -35,7 +35,13 @@ CGuid CString::FindNextOf(const char *str, u32 start) const
         return CGuid::INVALID;
     const char *data = Data();
     QV_INTERNAL_ASSERT_TEXT("m_Container != null && m_Container->Data() != null", data != nullptr);
-    return data != nullptr ? IndexOf(std::strstr(data + start, str), data) : CGuid::INVALID;
+    if (data == nullptr)
+        return CGuid::INVALID;
+    const char *from = data + start;
+    const char *found = SNativeStringUtils::Find(from, Length() - start, str, SNativeStringUtils::Length(str));
+    // What stands behind an embedded terminator is not found.
+    const bool visible = found != nullptr && std::memchr(from, '\0', static_cast<std::size_t>(found - from)) == nullptr;
+    return visible ? IndexOf(found, data) : CGuid::INVALID;
 }
 
 CGuid CString::FindLastOf(char character) const
