@@ -51,6 +51,11 @@ CStringView StrippedRight(const CStringView &view, const Internal::CCharacterSet
     return view.Slice(0, Internal::LengthWithoutTrailing(view.Data(), ReadableLength(view), set));
 }
 
+CStringView Stripped(const CStringView &view, const Internal::CCharacterSet &set)
+{
+    return StrippedRight(StrippedLeft(view, set), set);
+}
+
 CStringView ViewOf(const char *text)
 {
     return CStringView::FromNullTerminatedString(text);
@@ -161,12 +166,12 @@ bool CStringView::Contains(const char *other, ECaseSensitivity caseSensitivity) 
 
 CStringView CStringView::Strip(char character) const
 {
-    return StripLeft(character).StripRight(character);
+    return Stripped(*this, Internal::CCharacterSet(character));
 }
 
 CStringView CStringView::Strip(const char *set) const
 {
-    return StripLeft(set).StripRight(set);
+    return Stripped(*this, Internal::CCharacterSet(set));
 }
 
 CStringView CStringView::StripLeft(char character) const
