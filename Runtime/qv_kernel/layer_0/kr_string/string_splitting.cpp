@@ -3,46 +3,166 @@
 
 #include <cstring>
 
+#include "kr_buffer/buffer_marks.h"
+
 namespace Quorvane
 {
 
 namespace
 {
 
-// How a piece is stored, by the array's element type. Returns whether it was.
-bool Store(TArray<CStringView> &pieces, const char *piece, u32 length)
+// Where pieces are stored, by the array's element type. Add() tells whether the piece was. A sound piece is one known to
+// hold no terminator, which is all that extracting it would find out.
+
+enum EPiece
 {
-    return pieces.PushBack(CStringView(piece, length)).Valid();
+    Piece_Any,
+    Piece_Sound,
+};
+
+template <EPiece kind>
+class TStringSink
+{
+public:
+    explicit TStringSink(TArray<CString> &pieces) : m_Pieces(pieces) {}
+
+    bool Add(const char *piece, u32 length)
+    {
+        if constexpr (kind == Piece_Sound)
+            return m_Pieces.PushBack(CString(CStringContainer::New(piece, length))).Valid();
+        else
+            return m_Pieces.PushBack(CString::Extract(piece, 0, length)).Valid();
+    }
+
+private:
+    TArray<CString> &m_Pieces;
+};
+
+// Views are written where they belong: handed over one by one, each would be read back before its two halves have
+// reached memory. The array has a few too many elements meanwhile; it grows when and as it would by one at a time.
+class CViewSink
+{
+public:
+    explicit CViewSink(TArray<CStringView> &pieces) : m_Pieces(pieces) { _SetRoom(); }
+    ~CViewSink() { m_Pieces.Resize(m_Count); }
+    CViewSink(const CViewSink &) = delete;
+    CViewSink &operator=(const CViewSink &) = delete;
+
+    bool Add(const char *piece, u32 length)
+    {
+        if (QV_INTERNAL_UNLIKELY(m_Count == m_Room) && !_MakeRoom())
+            return false;
+        m_Data[m_Count] = CStringView(piece, length);
+        ++m_Count;
+        return true;
+    }
+
+private:
+    static constexpr u32 kStep = 64; // elements too many, at most
+
+    bool _MakeRoom()
+    {
+        const bool hasRoom = m_Count < m_Pieces.MaxCount() || m_Pieces.Resize(m_Count + 1);
+        if (hasRoom)
+            m_Pieces.Resize(QVMin(m_Pieces.MaxCount(), m_Count + kStep));
+        _SetRoom();
+        return hasRoom;
+    }
+
+    void _SetRoom()
+    {
+        m_Data = m_Pieces.Data();
+        m_Room = m_Pieces.Count();
+    }
+
+    TArray<CStringView> &m_Pieces;
+    CStringView *m_Data = nullptr;
+    u32 m_Count = 0;
+    u32 m_Room = 0;
+};
+
+// Calls `onPiece(begin, end)`, indices both, for what stands before each separator, and for what stands behind the last
+// one unless that is nothing. `mark(marks, at, count)` marks the separators among `count` characters from `at` on.
+// Returns: false when `onPiece` did, which ends the walk.
+template <typename Mark, typename OnPiece>
+bool WalkPieces(u32 length, const Mark &mark, const OnPiece &onPiece)
+{
+    u64 marks[Internal::kMarkWords];
+    u32 begin = 0;
+    for (u32 at = 0; at < length; at += Internal::kMarkedCharacters)
+    {
+        const u32 count = QVMin(length - at, Internal::kMarkedCharacters);
+        mark(marks, at, count);
+        const auto onSeparator = [&](u32 index)
+        {
+            const u32 end = at + index;
+            const u32 first = begin;
+            begin = end + 1;
+            return onPiece(first, end);
+        };
+        if (!Internal::WalkMarks(marks, count, onSeparator))
+            return false;
+    }
+    return begin >= length || onPiece(begin, length);
 }
 
-bool Store(TArray<CString> &pieces, const char *piece, u32 length)
+template <typename Sink>
+bool SplitText(Sink &&sink, const CString &source, char separator)
 {
-    return pieces.PushBack(CString::Extract(piece, 0, length)).Valid();
+    const char *const text = source.Data();
+    const auto mark = [&](u64 *marks, u32 at, u32 count)
+    { Internal::MarkCharacter(marks, text + at, count, separator); };
+    const auto onPiece = [&](u32 begin, u32 end) { return begin == end || sink.Add(text + begin, end - begin); };
+    return WalkPieces(source.Length(), mark, onPiece);
 }
 
-// The end of the piece that begins at `cur`: the next separator, or `end`.
-const char *PieceEnd(const char *cur, const char *end, char separator)
+bool SplitInto(TArray<CStringView> &outPieces, const CString &source, char separator)
 {
-    const void *found = std::memchr(cur, separator, static_cast<std::size_t>(end - cur));
-    return found != nullptr ? static_cast<const char *>(found) : end;
+    outPieces.Clear();
+    return source.Empty() || SplitText(CViewSink(outPieces), source, separator);
 }
 
-template <typename Piece>
-bool SplitInto(TArray<Piece> &outPieces, const CString &source, char separator)
+bool SplitInto(TArray<CString> &outPieces, const CString &source, char separator)
 {
     outPieces.Clear();
     if (source.Empty())
         return true;
-    const char *cur = source.Data();
-    const char *const end = cur + source.Length();
-    while (cur < end)
+    // Whether extracting may have something to report is asked for all pieces at once.
+    const bool mayReport = QV_ASSERTS && std::memchr(source.Data(), '\0', source.Length()) != nullptr;
+    return mayReport ? SplitText(TStringSink<Piece_Any>(outPieces), source, separator)
+                     : SplitText(TStringSink<Piece_Sound>(outPieces), source, separator);
+}
+
+// Splits at the characters that the table lists, the terminator among them.
+void SplitListed(TArray<CString> &outPieces, const char *text, u32 length, const u8 *table)
+{
+    const auto mark = [&](u64 *marks, u32 at, u32 count) { Internal::MarkListed(marks, text + at, count, table); };
+    TStringSink<Piece_Sound> sink(outPieces);
+    const auto onPiece = [&](u32 begin, u32 end)
     {
-        const char *const stop = PieceEnd(cur, end, separator);
-        if (stop != cur && !Store(outPieces, cur, static_cast<u32>(stop - cur)))
-            return false;
-        cur = stop + 1;
+        sink.Add(text + begin, end - begin);
+        return true;
+    };
+    const void *const terminator = std::memchr(text, '\0', length);
+    const char *const end = terminator != nullptr ? static_cast<const char *>(terminator) : text + length;
+    WalkPieces(static_cast<u32>(end - text), mark, onPiece);
+}
+
+// The same by a table whose entry of the terminator was cleared against its contract: pieces may hold terminators then,
+// and only one where a piece would begin ends the text. The stored end must stop every scan.
+void SplitListedBeyondTerminators(TArray<CString> &outPieces, const char *text, u32 length, const u8 *table)
+{
+    TStringSink<Piece_Any> sink(outPieces);
+    const char *cur = text;
+    const char *const end = text + length;
+    while (cur < end && *cur != '\0')
+    {
+        const char *stop = cur;
+        while (stop < end && table[static_cast<u8>(*stop)] == 0)
+            ++stop;
+        sink.Add(cur, static_cast<u32>(stop - cur));
+        cur = stop < end && *stop != '\0' ? stop + 1 : stop;
     }
-    return true;
 }
 
 // True when the string is an element of the array, so that clearing the array would take its characters away.
@@ -127,20 +247,14 @@ void CStringBatchSplitter::Split(const CString &str, TArray<CString> &outPieces)
         return;
     }
     outPieces.Clear();
-    const char *cur = str.Data();
+    const char *const cur = str.Data();
     QV_INTERNAL_ASSERT_TEXT("_P::m_Ptr != null", cur != nullptr);
     if (cur == nullptr)
         return;
-    // The stored end stops the scan too: a table without the terminator must not send it off the block.
-    const char *const end = cur + str.Length();
-    while (cur < end && *cur != '\0')
-    {
-        const char *stop = cur;
-        while (stop < end && m_SplitTable[static_cast<u8>(*stop)] == 0)
-            ++stop;
-        Store(outPieces, cur, static_cast<u32>(stop - cur));
-        cur = stop < end && *stop != '\0' ? stop + 1 : stop;
-    }
+    if (m_SplitTable[0] != 0)
+        SplitListed(outPieces, cur, str.Length(), m_SplitTable);
+    else
+        SplitListedBeyondTerminators(outPieces, cur, str.Length(), m_SplitTable);
 }
 
 void CStringBatchSplitter::Split_ThreadSafe(const CString &str, TArray<CString> &outPieces)
