@@ -20,9 +20,11 @@ const u8 *Bytes(const char *data)
     return reinterpret_cast<const u8 *>(data);
 }
 
-// Texts of a few blocks stay with the blocks that need no question.
+// Texts of a few blocks stay with the blocks that need no question. The letters are constants, which need not be spread
+// over a block at run time.
 
-void FlipLetters(char *data, u32 length, char first, char last)
+template <char first, char last>
+void FlipLetters(char *data, u32 length)
 {
     if (Internal::WideIsWorthwhile(length))
         Internal::Wide::FlipCase(Bytes(data), length, first, last);
@@ -30,7 +32,8 @@ void FlipLetters(char *data, u32 length, char first, char last)
         Internal::FlipCase<Internal::SBlock>(Bytes(data), length, first, last);
 }
 
-void FlipLettersIntoCopy(char *dst, const char *src, u32 length, char first, char last)
+template <char first, char last>
+void FlipLettersIntoCopy(char *dst, const char *src, u32 length)
 {
     if (Internal::WideIsWorthwhile(length))
         Internal::Wide::FlipCaseIntoCopy(Bytes(dst), Bytes(src), length, first, last);
@@ -50,22 +53,22 @@ void SNativeStringUtils::Reverse_16(char *data, u32 length)
 
 void SNativeStringUtils::Uppercase_16(char *data, u32 length)
 {
-    FlipLetters(data, length, 'a', 'z');
+    FlipLetters<'a', 'z'>(data, length);
 }
 
 void SNativeStringUtils::Lowercase_16(char *data, u32 length)
 {
-    FlipLetters(data, length, 'A', 'Z');
+    FlipLetters<'A', 'Z'>(data, length);
 }
 
 void SNativeStringUtils::Uppercase_16(char *dst, const char *src, u32 length)
 {
-    FlipLettersIntoCopy(dst, src, length, 'a', 'z');
+    FlipLettersIntoCopy<'a', 'z'>(dst, src, length);
 }
 
 void SNativeStringUtils::Lowercase_16(char *dst, const char *src, u32 length)
 {
-    FlipLettersIntoCopy(dst, src, length, 'A', 'Z');
+    FlipLettersIntoCopy<'A', 'Z'>(dst, src, length);
 }
 
 u32 SNativeStringUtils::Replace_16(char *data, u32 length, char from, char to)

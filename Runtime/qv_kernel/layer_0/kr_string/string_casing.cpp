@@ -73,7 +73,9 @@ CString &CString::ConformTo(ECasingType casing)
 {
     if (Empty())
         return *this;
-    _MakeUnique();
+    // Asked here as well: most strings are not shared, and short ones would feel the call.
+    if (m_Container->RefCount() > 1)
+        _MakeUnique();
     if (!IsConversion(casing))
         return *this;
     CStringContainer *container = m_Container.Get();
