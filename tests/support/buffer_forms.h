@@ -125,19 +125,19 @@ struct SWideForm : SPublicForm
     }
     static void Uppercase(char *data, Quorvane::u32 length)
     {
-        Quorvane::Internal::Wide::FlipCase(CBytes::Bytes(data), length, 'a', 'z');
+        Quorvane::Internal::Wide::Uppercase(CBytes::Bytes(data), length);
     }
     static void Lowercase(char *data, Quorvane::u32 length)
     {
-        Quorvane::Internal::Wide::FlipCase(CBytes::Bytes(data), length, 'A', 'Z');
+        Quorvane::Internal::Wide::Lowercase(CBytes::Bytes(data), length);
     }
     static void Uppercase(char *dst, const char *src, Quorvane::u32 length)
     {
-        Quorvane::Internal::Wide::FlipCaseIntoCopy(CBytes::Bytes(dst), CBytes::Bytes(src), length, 'a', 'z');
+        Quorvane::Internal::Wide::UppercaseIntoCopy(CBytes::Bytes(dst), CBytes::Bytes(src), length);
     }
     static void Lowercase(char *dst, const char *src, Quorvane::u32 length)
     {
-        Quorvane::Internal::Wide::FlipCaseIntoCopy(CBytes::Bytes(dst), CBytes::Bytes(src), length, 'A', 'Z');
+        Quorvane::Internal::Wide::LowercaseIntoCopy(CBytes::Bytes(dst), CBytes::Bytes(src), length);
     }
     static Quorvane::u32 Replace(char *data, Quorvane::u32 length, char from, char to)
     {

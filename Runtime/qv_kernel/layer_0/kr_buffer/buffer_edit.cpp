@@ -20,27 +20,6 @@ const u8 *Bytes(const char *data)
     return reinterpret_cast<const u8 *>(data);
 }
 
-// Texts of a few blocks stay with the blocks that need no question. The letters are constants, which need not be spread
-// over a block at run time.
-
-template <char first, char last>
-void FlipLetters(char *data, u32 length)
-{
-    if (Internal::WideIsWorthwhile(length))
-        Internal::Wide::FlipCase(Bytes(data), length, first, last);
-    else
-        Internal::FlipCase<Internal::SBlock>(Bytes(data), length, first, last);
-}
-
-template <char first, char last>
-void FlipLettersIntoCopy(char *dst, const char *src, u32 length)
-{
-    if (Internal::WideIsWorthwhile(length))
-        Internal::Wide::FlipCaseIntoCopy(Bytes(dst), Bytes(src), length, first, last);
-    else
-        Internal::FlipCaseIntoCopy<Internal::SBlock>(Bytes(dst), Bytes(src), length, first, last);
-}
-
 } // namespace
 
 void SNativeStringUtils::Reverse_16(char *data, u32 length)
@@ -53,22 +32,34 @@ void SNativeStringUtils::Reverse_16(char *data, u32 length)
 
 void SNativeStringUtils::Uppercase_16(char *data, u32 length)
 {
-    FlipLetters<'a', 'z'>(data, length);
+    if (Internal::WideIsWorthwhile(length))
+        Internal::Wide::Uppercase(Bytes(data), length);
+    else
+        Internal::FlipCase<Internal::SBlock>(Bytes(data), length, 'a', 'z');
 }
 
 void SNativeStringUtils::Lowercase_16(char *data, u32 length)
 {
-    FlipLetters<'A', 'Z'>(data, length);
+    if (Internal::WideIsWorthwhile(length))
+        Internal::Wide::Lowercase(Bytes(data), length);
+    else
+        Internal::FlipCase<Internal::SBlock>(Bytes(data), length, 'A', 'Z');
 }
 
 void SNativeStringUtils::Uppercase_16(char *dst, const char *src, u32 length)
 {
-    FlipLettersIntoCopy<'a', 'z'>(dst, src, length);
+    if (Internal::WideIsWorthwhile(length))
+        Internal::Wide::UppercaseIntoCopy(Bytes(dst), Bytes(src), length);
+    else
+        Internal::FlipCaseIntoCopy<Internal::SBlock>(Bytes(dst), Bytes(src), length, 'a', 'z');
 }
 
 void SNativeStringUtils::Lowercase_16(char *dst, const char *src, u32 length)
 {
-    FlipLettersIntoCopy<'A', 'Z'>(dst, src, length);
+    if (Internal::WideIsWorthwhile(length))
+        Internal::Wide::LowercaseIntoCopy(Bytes(dst), Bytes(src), length);
+    else
+        Internal::FlipCaseIntoCopy<Internal::SBlock>(Bytes(dst), Bytes(src), length, 'A', 'Z');
 }
 
 u32 SNativeStringUtils::Replace_16(char *data, u32 length, char from, char to)

@@ -23,14 +23,24 @@ u32 FirstDifferenceCase(const u8 *a, const u8 *b, u32 length)
     return Kernels::FirstDifferenceInCounted<SBlockAvx2, Kernels::SLowerCaseBytes>(a, b, length);
 }
 
-void FlipCase(u8 *data, u32 length, char first, char last)
+void Uppercase(u8 *data, u32 length)
 {
-    Kernels::FlipCase<SBlockAvx2>(data, length, first, last);
+    Kernels::FlipCase<SBlockAvx2>(data, length, 'a', 'z');
 }
 
-void FlipCaseIntoCopy(u8 *dst, const u8 *src, u32 length, char first, char last)
+void Lowercase(u8 *data, u32 length)
 {
-    Kernels::FlipCaseIntoCopy<SBlockAvx2>(dst, src, length, first, last);
+    Kernels::FlipCase<SBlockAvx2>(data, length, 'A', 'Z');
+}
+
+void UppercaseIntoCopy(u8 *dst, const u8 *src, u32 length)
+{
+    Kernels::FlipCaseIntoCopy<SBlockAvx2>(dst, src, length, 'a', 'z');
+}
+
+void LowercaseIntoCopy(u8 *dst, const u8 *src, u32 length)
+{
+    Kernels::FlipCaseIntoCopy<SBlockAvx2>(dst, src, length, 'A', 'Z');
 }
 
 u32 ReplaceInPlace(u8 *data, u32 length, u8 from, u8 to)

@@ -31,8 +31,10 @@ namespace Wide
 u32 FirstDifferenceCase(const u8 *a, const u8 *b, u32 length);
 
 // Of containers' characters.
-void FlipCase(u8 *data, u32 length, char first, char last);
-void FlipCaseIntoCopy(u8 *dst, const u8 *src, u32 length, char first, char last);
+void Uppercase(u8 *data, u32 length);
+void Lowercase(u8 *data, u32 length);
+void UppercaseIntoCopy(u8 *dst, const u8 *src, u32 length);
+void LowercaseIntoCopy(u8 *dst, const u8 *src, u32 length);
 u32 ReplaceInPlace(u8 *data, u32 length, u8 from, u8 to);
 u32 ReplaceIntoCopy(u8 *dst, const u8 *src, u32 length, u8 from, u8 to);
 void ReverseBytes(u8 *data, u32 length);
@@ -54,8 +56,10 @@ inline u32 FirstDifferenceCase(const u8 *, const u8 *, u32 length)
 {
     return length;
 }
-inline void FlipCase(u8 *, u32, char, char) {}
-inline void FlipCaseIntoCopy(u8 *, const u8 *, u32, char, char) {}
+inline void Uppercase(u8 *, u32) {}
+inline void Lowercase(u8 *, u32) {}
+inline void UppercaseIntoCopy(u8 *, const u8 *, u32) {}
+inline void LowercaseIntoCopy(u8 *, const u8 *, u32) {}
 inline u32 ReplaceInPlace(u8 *, u32, u8, u8)
 {
     return 0;
