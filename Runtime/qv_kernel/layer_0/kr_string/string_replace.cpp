@@ -5,6 +5,10 @@
 // memory ran out are kept.
 #include "kr_string.h"
 
+#include <cstring>
+#include <utility>
+
+#include "kr_buffer/buffer_occurrences.h"
 #include "kr_mem_utils.h"
 #include "raw_block.h"
 #include "string_sizes.h"
@@ -22,26 +26,57 @@ struct SReplacing
     CStringView m_Pattern;
     CStringView m_Replacement;
 
-    // The first occurrence at or after `from`; null when there is none.
-    const char *Find(const char *from) const
+    // Calls `onMatch(index)` for each occurrence from `from` on, until it answers false.
+    template <typename OnMatch>
+    void Walk(u32 from, const OnMatch &onMatch) const
     {
-        const u32 left = static_cast<u32>(m_Text.Data() + m_Text.Length() - from);
-        return SNativeStringUtils::Find(from, left, m_Pattern.Data(), m_Pattern.Length());
+        Internal::WalkOccurrences(m_Text.Data(), m_Text.Length(), m_Pattern.Data(), m_Pattern.Length(), from, onMatch);
     }
 
     bool Grows() const { return m_Replacement.Length() > m_Pattern.Length(); }
 };
 
+// Where occurrences were found while they were counted, as far as there is room: the lengths of the text between them.
+class CGaps
+{
+public:
+    // Adds the next one. Afterwards none can be added once one could not.
+    void Add(u32 gap)
+    {
+        m_IsFull = m_IsFull || m_Count == kMaxCount || gap > 0xFFFF;
+        if (!m_IsFull)
+            m_Gaps[m_Count++] = static_cast<u16>(gap);
+    }
+    u32 Count() const { return m_Count; }
+    u32 operator[](u32 index) const { return m_Gaps[index]; }
+
+private:
+    // 16 KiB of the stack, for what would be worth an allocation if any could be made here.
+    static constexpr u32 kMaxCount = 8192;
+
+    u16 m_Gaps[kMaxCount];
+    u32 m_Count = 0;
+    bool m_IsFull = false;
+};
+
 // Counts the occurrences, of which as many are taken as give a length that a string can have.
-u32 CountOccurrences(const SReplacing &replacing)
+u32 CountOccurrences(const SReplacing &replacing, CGaps &gaps)
 {
     const u32 length = replacing.m_Text.Length();
     const u32 growth = replacing.Grows() ? replacing.m_Replacement.Length() - replacing.m_Pattern.Length() : 0;
     const u32 limit = growth != 0 ? (Internal::kRefusedLength - 1 - length) / growth : length;
     u32 count = 0;
-    const char *from = replacing.m_Text.Data();
-    for (const char *found; count < limit && (found = replacing.Find(from)) != nullptr; ++count)
-        from = found + replacing.m_Pattern.Length();
+    u32 behindLast = 0;
+    const auto onMatch = [&](u32 at)
+    {
+        if (count == limit)
+            return false;
+        ++count;
+        gaps.Add(at - behindLast);
+        behindLast = at + replacing.m_Pattern.Length();
+        return true;
+    };
+    replacing.Walk(0, onMatch);
     return count;
 }
 
@@ -52,18 +87,116 @@ char *Write(char *writeTo, const char *data, u64 length)
     return writeTo + length;
 }
 
-// Writes the text with its first `count` occurrences replaced.
-void WriteReplaced(char *writeTo, const SReplacing &replacing, u32 count)
+// Writes text and replacements in turn. Short pieces are copied in steps that go beyond their ends, where both the text
+// and the result have room for that: lengths that change from one piece to the next are what a copy cannot guess.
+class CReplacementWriter
 {
-    const char *from = replacing.m_Text.Data();
-    for (; count != 0; --count)
+public:
+    // `room` is what may be written beyond the ends of pieces.
+    CReplacementWriter(char *writeTo, u64 room, const SReplacing &replacing)
+        : m_WriteTo(writeTo),
+          m_RoomEnd(writeTo + room),
+          m_From(replacing.m_Text.Data()),
+          m_TextEnd(m_From + replacing.m_Text.Length()),
+          m_Replacement(replacing.m_Replacement),
+          m_PatternLength(replacing.m_Pattern.Length())
     {
-        const char *found = replacing.Find(from);
-        writeTo = Write(writeTo, from, static_cast<u64>(found - from));
-        writeTo = Write(writeTo, replacing.m_Replacement.Data(), replacing.m_Replacement.Length());
-        from = found + replacing.m_Pattern.Length();
+        if (m_Replacement.Length() <= kShortReplacement)
+            std::memcpy(m_Short, m_Replacement.Data() != nullptr ? m_Replacement.Data() : "", m_Replacement.Length());
     }
-    Write(writeTo, from, static_cast<u64>(replacing.m_Text.Data() + replacing.m_Text.Length() - from));
+
+    // Writes the next `gap` characters of the text and the replacement; steps over the pattern.
+    void Replace(u32 gap)
+    {
+        _WriteText(gap);
+        _WriteReplacement();
+        m_From += gap + m_PatternLength;
+    }
+
+    // Writes what is left of the text.
+    void Finish() { Write(m_WriteTo, m_From, static_cast<u64>(m_TextEnd - m_From)); }
+
+    u32 Position(const char *text) const { return static_cast<u32>(m_From - text); }
+
+private:
+    static constexpr u32 kStep = 64;
+    static constexpr u32 kShortGap = 512;
+    static constexpr u32 kShortReplacement = 16;
+
+    bool _HasRoom(u32 count) const { return m_RoomEnd - m_WriteTo >= static_cast<s64>(count); }
+
+    void _WriteText(u32 gap)
+    {
+        if (gap <= kShortGap && _HasRoom(gap + kStep) && m_TextEnd - m_From >= static_cast<s64>(gap + kStep))
+            for (u32 at = 0; at < gap; at += kStep)
+                std::memcpy(m_WriteTo + at, m_From + at, kStep);
+        else
+            Mem::Internal::CopyDistinct(m_WriteTo, m_From, gap);
+        m_WriteTo += gap;
+    }
+
+    void _WriteReplacement()
+    {
+        const u32 length = m_Replacement.Length();
+        if (length <= kShortReplacement && _HasRoom(kShortReplacement))
+            std::memcpy(m_WriteTo, m_Short, kShortReplacement);
+        else
+            Mem::Internal::CopyDistinct(m_WriteTo, m_Replacement.Data(), length);
+        m_WriteTo += length;
+    }
+
+    char *m_WriteTo;
+    char *m_RoomEnd;
+    const char *m_From;
+    const char *m_TextEnd;
+    CStringView m_Replacement;
+    u32 m_PatternLength;
+    char m_Short[kShortReplacement] = {};
+};
+
+// Writes the text with its first `count` occurrences replaced, `newLength` characters.
+void WriteReplaced(char *writeTo, u32 newLength, const SReplacing &replacing, u32 count, const CGaps &gaps)
+{
+    // The zeros behind the text are in its last block.
+    CReplacementWriter writer(writeTo, Internal::LastBlockStart(newLength), replacing);
+    for (u32 i = 0; i < gaps.Count(); ++i)
+        writer.Replace(gaps[i]);
+    u32 left = count - gaps.Count();
+    const char *const text = replacing.m_Text.Data();
+    const auto onMatch = [&](u32 at)
+    {
+        writer.Replace(at - writer.Position(text));
+        return --left != 0;
+    };
+    if (left != 0)
+        replacing.Walk(writer.Position(text), onMatch);
+    writer.Finish();
+}
+
+// Writes the text with all its occurrences replaced by as many characters: text just copied is written over. Returns
+// whether there were any.
+bool WriteSameLength(char *writeTo, const SReplacing &replacing)
+{
+    const char *const text = replacing.m_Text.Data();
+    const u32 length = replacing.m_Text.Length();
+    const u32 patternLength = replacing.m_Pattern.Length();
+    bool any = false;
+    u32 copied = 0;
+    const auto onMatch = [&](u32 at)
+    {
+        any = true;
+        if (at + patternLength > copied)
+        {
+            const u32 count = QVMin(length - copied, at - copied + patternLength + Internal::kMarkedCharacters);
+            Write(writeTo + copied, text + copied, count);
+            copied += count;
+        }
+        Mem::Internal::CopyDistinct(writeTo + at, replacing.m_Replacement.Data(), patternLength);
+        return true;
+    };
+    replacing.Walk(0, onMatch);
+    Write(writeTo + copied, text + copied, length - copied);
+    return any;
 }
 
 char *CharactersOf(const Internal::CRawBlock &block)
@@ -101,6 +234,39 @@ CString ReplaceMatchByMatch(const SReplacing &replacing, u32 count)
     return CString(CharactersOf(work));
 }
 
+// A terminator in the replacement ends the result.
+CString EndAtTerminator(CString &&result, const SReplacing &replacing, bool anyReplaced)
+{
+    const CStringView &replacement = replacing.m_Replacement;
+    const bool cut =
+        anyReplaced && !replacement.Empty() && std::memchr(replacement.Data(), '\0', replacement.Length()) != nullptr;
+    return cut ? CString(result.Data()) : std::move(result);
+}
+
+CString ReplaceBySameLength(const SReplacing &replacing)
+{
+    PStringContainer written = CStringContainer::New(null, replacing.m_Text.Length());
+    if (written == null)
+        return CString();
+    const bool anyReplaced = WriteSameLength(written->Data(), replacing);
+    return EndAtTerminator(CString(std::move(written)), replacing, anyReplaced);
+}
+
+CString ReplaceByOtherLength(const SReplacing &replacing)
+{
+    CGaps gaps;
+    const u32 count = CountOccurrences(replacing, gaps);
+    const u64 newLength = replacing.m_Text.Length() + static_cast<u64>(count) * replacing.m_Replacement.Length() -
+                          static_cast<u64>(count) * replacing.m_Pattern.Length();
+    if (newLength == 0)
+        return CString();
+    PStringContainer written = CStringContainer::New(null, Internal::CheckedLength(newLength));
+    if (written == null)
+        return replacing.Grows() ? ReplaceMatchByMatch(replacing, count) : CString();
+    WriteReplaced(written->Data(), static_cast<u32>(newLength), replacing, count, gaps);
+    return EndAtTerminator(CString(std::move(written)), replacing, count != 0);
+}
+
 } // namespace
 
 CString CString::Replace(const CStringView &pattern, const CStringView &replacement) const
@@ -112,18 +278,7 @@ CString CString::Replace(const CStringView &pattern, const CStringView &replacem
         return *this;
     const CStringView withLength(replacement.Data(), replacement.Data() != nullptr ? replacement.Length() : 0);
     const SReplacing replacing = {CStringView(Data(), length), pattern, withLength};
-    const u32 count = CountOccurrences(replacing);
-    const u64 newLength =
-        length + static_cast<u64>(count) * withLength.Length() - static_cast<u64>(count) * pattern.Length();
-    if (newLength == 0)
-        return CString();
-    CString result(CStringContainer::New(null, Internal::CheckedLength(newLength)));
-    if (result.m_Container == null)
-        return replacing.Grows() ? ReplaceMatchByMatch(replacing, count) : CString();
-    WriteReplaced(result.m_Container->Data(), replacing, count);
-    // A terminator in the replacement ends the result.
-    const bool cut = SNativeStringUtils::Length_16(result.Data()) != newLength;
-    return cut ? CString(result.Data()) : result;
+    return withLength.Length() == pattern.Length() ? ReplaceBySameLength(replacing) : ReplaceByOtherLength(replacing);
 }
 
 CString CString::Replace(const CStringView &pattern, const char *replacement) const

@@ -1,0 +1,148 @@
+// Private header: all occurrences of a pattern, for texts that hold many.
+//
+// A search that is called again behind each occurrence prepares itself every time, and looks at the rest of a block
+// that it has seen already. Here the places where the pattern's first and last characters stand at the right distance
+// are marked, a stretch of the text at a time, and only those are compared.
+//
+// Texts and patterns of few different characters have many such places and few occurrences. What comparing in vain may
+// cost is bounded by the text walked so far; from there on the linear search takes over.
+#pragma once
+
+#include <cstring>
+
+#include "kr_buffer.h"
+#include "qv_defs.h"
+
+#include "buffer_marks.h"
+
+namespace Quorvane::Internal
+{
+
+// Comparisons of a whole pattern. The first word of it is compared without a call.
+class CPatternComparison
+{
+public:
+    // Requires: a pattern of 1 character or more. Borrows it.
+    CPatternComparison(const char *pattern, u32 length) : m_Pattern(pattern), m_Length(length)
+    {
+        const u32 inWord = QVMin(length, kWordBytes);
+        std::memcpy(&m_Word, pattern, inWord);
+        std::memset(&m_Mask, 0xFF, inWord);
+    }
+
+    // Whether the pattern stands at `at`, behind which `room` characters may be read, as many as it has at least.
+    bool Matches(const char *at, u32 room) const
+    {
+        if (room < kWordBytes)
+            return std::memcmp(at, m_Pattern, m_Length) == 0;
+        u64 word;
+        std::memcpy(&word, at, kWordBytes);
+        if (((word ^ m_Word) & m_Mask) != 0)
+            return false;
+        return m_Length <= kWordBytes ||
+               std::memcmp(at + kWordBytes, m_Pattern + kWordBytes, m_Length - kWordBytes) == 0;
+    }
+
+private:
+    static constexpr u32 kWordBytes = sizeof(u64);
+
+    const char *m_Pattern;
+    u32 m_Length;
+    u64 m_Word = 0; // the pattern's first characters
+    u64 m_Mask = 0; // where they are in the word
+};
+
+// Calls `onMatch(index)` for each occurrence from `from` on, left to right, none overlapping the one before, until it
+// answers false. Requires: a pattern of 1 character or more.
+// Cost: linear for a given pattern.
+template <typename OnMatch>
+class TOccurrences
+{
+public:
+    TOccurrences(const char *text, u32 length, const char *pattern, u32 patternLength, const OnMatch &onMatch)
+        : m_Text(text),
+          m_Length(length),
+          m_Pattern(pattern),
+          m_PatternLength(patternLength),
+          m_Comparison(pattern, patternLength),
+          m_OnMatch(onMatch)
+    {
+    }
+
+    void WalkFrom(u32 from)
+    {
+        m_From = from;
+        m_Next = from;
+        const u32 places = m_Length < m_PatternLength ? 0 : m_Length - m_PatternLength + 1;
+        for (u32 at = from; at < places; at += kMarkedCharacters)
+        {
+            const u32 count = QVMin(places - at, kMarkedCharacters);
+            if (m_Next >= at + count)
+                continue;
+            u64 marks[kMarkWords];
+            MarkPairs(marks, m_Text + at, count, m_Pattern[0], m_PatternLength - 1, m_Pattern[m_PatternLength - 1]);
+            if (!WalkMarks(marks, count, [&](u32 index) { return _OnCandidate(at + index); }))
+                break;
+        }
+        if (m_IsTooCostly)
+            _SearchOn();
+    }
+
+    // Characters compared in vain, at most: for tests.
+    u64 Wasted() const { return m_Wasted; }
+
+    // What may be wasted on the way to the character with this index.
+    static constexpr u64 WasteAllowed(u32 walked) { return 4096 + 4 * static_cast<u64>(walked); }
+
+private:
+    // Returns whether to go on.
+    bool _OnCandidate(u32 at)
+    {
+        if (at < m_Next)
+            return true;
+        if (m_Comparison.Matches(m_Text + at, m_Length - at))
+        {
+            m_Next = at + m_PatternLength;
+            return m_OnMatch(at);
+        }
+        m_Next = at + 1;
+        m_Wasted += m_PatternLength;
+        m_IsTooCostly = m_Wasted > WasteAllowed(at - m_From);
+        return !m_IsTooCostly;
+    }
+
+    void _SearchOn()
+    {
+        for (;;)
+        {
+            const char *found =
+                SNativeStringUtils::Find(m_Text + m_Next, m_Length - m_Next, m_Pattern, m_PatternLength);
+            if (found == nullptr)
+                return;
+            const u32 at = static_cast<u32>(found - m_Text);
+            m_Next = at + m_PatternLength;
+            if (!m_OnMatch(at))
+                return;
+        }
+    }
+
+    const char *m_Text;
+    u32 m_Length;
+    const char *m_Pattern;
+    u32 m_PatternLength;
+    CPatternComparison m_Comparison;
+    const OnMatch &m_OnMatch;
+    u32 m_From = 0;
+    u32 m_Next = 0; // where the next occurrence may begin
+    u64 m_Wasted = 0;
+    bool m_IsTooCostly = false;
+};
+
+template <typename OnMatch>
+void WalkOccurrences(const char *text, u32 length, const char *pattern, u32 patternLength, u32 from,
+                     const OnMatch &onMatch)
+{
+    TOccurrences<OnMatch>(text, length, pattern, patternLength, onMatch).WalkFrom(from);
+}
+
+} // namespace Quorvane::Internal
