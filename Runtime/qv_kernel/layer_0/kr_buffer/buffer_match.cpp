@@ -14,6 +14,8 @@ bool MatchTexts(const char *pattern, const char *str)
 {
     if (pattern == nullptr || str == nullptr)
         return false;
+    if (!Internal::TWildcardNeeds<TCase, TInhibitors>(pattern).AreMetBy(str))
+        return false;
     Internal::SStepsUncounted steps;
     return Internal::MatchWildcards<TCase, TInhibitors>(pattern, str, steps);
 }

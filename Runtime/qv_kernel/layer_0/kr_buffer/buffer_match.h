@@ -8,6 +8,8 @@
 // Case, inhibitors and the counting of steps are policies, decided when the matcher is compiled. Only tests count.
 #pragma once
 
+#include <cstring>
+
 #include "buffer_text.h"
 
 namespace Quorvane::Internal
@@ -17,11 +19,13 @@ namespace Quorvane::Internal
 
 struct SCaseMatters
 {
+    static constexpr bool kIsExact = true;
     static u8 Fold(char character) { return static_cast<u8>(character); }
 };
 
 struct SCaseIgnored
 {
+    static constexpr bool kIsExact = false;
     static u8 Fold(char character) { return LowerCaseOf(character); }
 };
 
@@ -147,5 +151,93 @@ bool MatchWildcards(const char *pattern, const char *text, TSteps &steps)
 {
     return TWildcardMatcher<TCase, TInhibitors, TSteps>(pattern, text, steps).Matches();
 }
+
+// What a pattern with stars asks of a text at least: its first character, what follows the last star at the end, and
+// the characters before the stars somewhere, in order. Most texts that do not match are told from the others by that,
+// which is looked up faster than a walk comes to it.
+template <typename TCase, typename TInhibitors>
+class TWildcardNeeds
+{
+public:
+    explicit TWildcardNeeds(const char *pattern) : m_Pattern(pattern)
+    {
+        for (const char *at = pattern; *at != 0;)
+        {
+            if (*at != '*')
+            {
+                at = _Behind(at);
+                ++m_TailLength;
+                continue;
+            }
+            m_FirstStar = m_FirstStar != nullptr ? m_FirstStar : at;
+            m_LastStar = at++;
+            m_TailLength = 0;
+        }
+    }
+
+    // Returns: false when the pattern cannot match; true when it may, and for a pattern without stars.
+    bool AreMetBy(const char *text) const
+    {
+        if (m_LastStar == nullptr)
+            return true;
+        if (m_FirstStar != m_Pattern && !_MatchesAt(m_Pattern, *text))
+            return false;
+        const std::size_t length = std::strlen(text);
+        if (length < m_TailLength)
+            return false;
+        const char *const tail = text + (length - m_TailLength);
+        return _EndsWithTail(tail) && (!TCase::kIsExact || _HasMiddles(text, tail));
+    }
+
+private:
+    // Behind the element of the pattern at `at`, which is no star.
+    static const char *_Behind(const char *at) { return at + (TInhibitors::InhibitsAt(at) ? 2 : 1); }
+
+    static bool _MatchesAt(const char *at, char character)
+    {
+        if (*at == '?')
+            return true;
+        const char literal = TInhibitors::InhibitsAt(at) ? at[1] : at[0];
+        return TCase::Fold(literal) == TCase::Fold(character);
+    }
+
+    bool _EndsWithTail(const char *tail) const
+    {
+        for (const char *at = m_LastStar + 1; *at != 0; at = _Behind(at), ++tail)
+            if (!_MatchesAt(at, *tail))
+                return false;
+        return true;
+    }
+
+    // Whether the last literals of what stands between the stars follow each other in the text.
+    bool _HasMiddles(const char *text, const char *end) const
+    {
+        char wanted = 0;
+        for (const char *at = m_FirstStar; at <= m_LastStar;)
+        {
+            if (*at != '*')
+            {
+                wanted = *at == '?' ? wanted : TInhibitors::InhibitsAt(at) ? at[1] : at[0];
+                at = _Behind(at);
+                continue;
+            }
+            if (wanted != 0)
+            {
+                text = static_cast<const char *>(std::memchr(text, wanted, static_cast<std::size_t>(end - text)));
+                if (text == nullptr)
+                    return false;
+                ++text;
+                wanted = 0;
+            }
+            ++at;
+        }
+        return true;
+    }
+
+    const char *m_Pattern;
+    const char *m_FirstStar = nullptr;
+    const char *m_LastStar = nullptr;
+    std::size_t m_TailLength = 0; // in characters of the text
+};
 
 } // namespace Quorvane::Internal

@@ -454,6 +454,24 @@ TEST(BufferMatch, LongTextsNeedNoStack)
     }
 }
 
+// What a text is asked for before the walk must never rule out a match.
+TEST(BufferMatch, NeedsAreMetByEveryTextThatMatches)
+{
+    EXPECT_TRUE(SNativeStringUtils::Match("*a*a", "aa"));
+    EXPECT_FALSE(SNativeStringUtils::Match("*a*a", "a"));
+    EXPECT_TRUE(SNativeStringUtils::Match("ab*b", "abb"));
+    EXPECT_FALSE(SNativeStringUtils::Match("ab*b", "ab"));
+    EXPECT_TRUE(SNativeStringUtils::Match("*b?*c", "xbyc"));
+    EXPECT_FALSE(SNativeStringUtils::Match("*b?*c", "xbc"));
+    EXPECT_FALSE(SNativeStringUtils::Match("*b*a*", "ab"));
+    EXPECT_TRUE(SNativeStringUtils::MatchWithInhibitors("*\\**\\?", "x*y?"));
+    EXPECT_FALSE(SNativeStringUtils::MatchWithInhibitors("*\\**\\?", "x?y*"));
+    EXPECT_TRUE(SNativeStringUtils::MatchWithInhibitors("*\\", "x\\"));
+    EXPECT_TRUE(SNativeStringUtils::MatchCase("*LIB*/*.SO.?", "/usr/lib/x.so.6"));
+    EXPECT_TRUE(SNativeStringUtils::Match("*lib*/*.so.?", "/usr/lib/x.so.6"));
+    EXPECT_FALSE(SNativeStringUtils::Match("*lib*/*.so.?", "/usr/bin/x.so.6"));
+}
+
 // Both texts end at a protected page.
 TEST(BufferMatch, NothingBehindTheTerminatorsIsRead)
 {
