@@ -116,6 +116,30 @@ TEST_F(BufferFormat, ALongResultIsComplete)
     Mem::Free(result, Mem::AllocType_Generic);
 }
 
+// Around what is formatted elsewhere before it is known where it belongs, with buffers smaller and larger than that.
+TEST_F(BufferFormat, ResultsOfAnyLengthAreDeliveredWhole)
+{
+    for (const u32 room : {0u, 1u, 511u, 8190u, 8191u, 8192u, 20000u})
+    {
+        for (const u32 length : {0u, 1u, 511u, 512u, 8190u, 8191u, 8192u, 8193u, 20000u, 20001u})
+        {
+            std::string buffer(room + 2, '#');
+            const std::string text(length, 'y');
+            char *const first = &buffer[0];
+            char *const result = Format(first, first + room, m_Length, "%s", text.c_str());
+            ASSERT_NE(result, nullptr);
+            EXPECT_EQ(result == first, length <= room) << room << " for " << length;
+            EXPECT_EQ(result, text);
+            EXPECT_EQ(m_Length, length);
+            EXPECT_EQ(buffer[room + 1], '#');
+            if (result == first)
+                continue;
+            EXPECT_EQ(m_Allocator.Calls().back().m_Size, length + 1u);
+            Mem::Free(result, Mem::AllocType_Generic);
+        }
+    }
+}
+
 TEST_F(BufferFormat, ABufferOfOneByteHoldsTheEmptyResultOnly)
 {
     char only = '#';
