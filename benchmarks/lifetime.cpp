@@ -1,13 +1,7 @@
 // Making a text, sharing it, and letting go of it: by size, from two threads, and in memory.
-#include <cstring>
+#include <cstdlib>
 #include <fstream>
 #include <string>
-
-#if defined(__linux__) && defined(__GLIBC__)
-#include <malloc.h>
-#include <sys/wait.h>
-#include <unistd.h>
-#endif
 
 #include "support/limits.h"
 #include "support/row.h"
@@ -132,61 +126,37 @@ void AddCreationOfMany()
     row.Limit("malloc+copy", MallocAndCopyManyLimit(std::vector<size_t>(kCount, 24)));
 }
 
-#if defined(__linux__) && defined(__GLIBC__)
-size_t ResidentBytes()
+// Bytes of memory that the process has touched, files that it has mapped left out; 0 where nobody tells.
+double BytesTouched()
 {
-    size_t total = 0;
-    size_t resident = 0;
-    std::ifstream("/proc/self/statm") >> total >> resident;
-    return resident * static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    std::ifstream stream("/proc/self/smaps_rollup");
+    for (std::string line; std::getline(stream, line);)
+        if (line.compare(0, 10, "Anonymous:") == 0)
+            return 1024 * std::strtod(line.c_str() + 10, nullptr);
+    return 0;
 }
 
-// By how much `build` makes a process grow whose allocators have nothing in stock: a copy of this one.
-template <typename Build>
-double ResidentGrowth(const Build &build)
-{
-    int pipeEnds[2];
-    if (pipe(pipeEnds) != 0)
-        return 0;
-    const pid_t child = fork();
-    if (child == 0)
-    {
-        malloc_trim(0);
-        const size_t before = ResidentBytes();
-        const auto built = build();
-        const size_t growth = ResidentBytes() - before;
-        _exit(write(pipeEnds[1], &growth, sizeof(growth)) == sizeof(growth) ? 0 : 1);
-    }
-    close(pipeEnds[1]);
-    size_t growth = 0;
-    const bool measured = read(pipeEnds[0], &growth, sizeof(growth)) == sizeof(growth);
-    close(pipeEnds[0]);
-    waitpid(child, nullptr, 0);
-    return measured ? static_cast<double>(growth) : 0;
-}
-
-// What that many texts and their handles take of the machine's memory, whoever hands it out.
+// What that many texts and their handles take from the machine.
 void AddMemory(size_t count)
 {
     const auto from = std::make_shared<std::vector<std::string>>();
     CRandom random;
     for (size_t i = 0; i < count; ++i)
         from->push_back(random.Name(24));
+    if (BytesTouched() == 0)
+        return;
     CRow row("memory_24", count);
     const auto add = [&row, &from](const char *who, auto make)
     {
         row.AddBytes(who,
                      [from, make]
                      {
-                         return ResidentGrowth(
-                             [&]
-                             {
-                                 std::vector<decltype(make(from->front()))> texts;
-                                 texts.reserve(from->size());
-                                 for (const std::string &text : *from)
-                                     texts.push_back(make(text));
-                                 return texts;
-                             });
+                         const double before = BytesTouched();
+                         std::vector<decltype(make(from->front()))> texts;
+                         texts.reserve(from->size());
+                         for (const std::string &text : *from)
+                             texts.push_back(make(text));
+                         return BytesTouched() - before;
                      });
     };
     add("ours", [](const std::string &text) { return CString(text.c_str()); });
@@ -202,11 +172,8 @@ void AddMemory(size_t count)
 #if QV_BENCH_QT
     add("QByteArray", [](const std::string &text) { return QByteArray(text.data(), static_cast<int>(text.size())); });
 #endif
-    row.AddBytes("limit:characters", [count] { return static_cast<double>(count * 24); });
+    row.Bytes("limit:characters", [count] { return static_cast<double>(count * 24); });
 }
-#else
-void AddMemory(size_t) {}
-#endif
 
 } // namespace
 

@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
 """Writes a run of the benchmarks into docs/performance.md, between its markers, with pictures in docs/performance/.
 
-    publish.py BUILD RESULT.json...
+    publish.py BUILD [PLAIN]
 
-BUILD is the folder of the build that was measured. What people wrote around the markers stays.
+BUILD is the folder of the build that was measured, with its results in results/; PLAIN one with plain compiler flags, of
+which only the table is shown. What people wrote around the markers stays.
 """
 import datetime
 import json
@@ -81,6 +82,18 @@ def facts(build, context):
     return table.as_markdown([["what", "value"]] + [list(fact) for fact in known])
 
 
+def results_of(build):
+    """The JSON of all topics that there are, in the order of their names."""
+    folder = os.path.join(PROJECT, "benchmarks")
+    topics = sorted(name[:-len(".cpp")] for name in os.listdir(folder) if name.endswith(".cpp"))
+    return [os.path.join(build, "results", topic + ".json") for topic in topics]
+
+
+def read(path):
+    with open(path, encoding="utf-8") as stream:
+        return json.load(stream)
+
+
 def pictures(results):
     """Draws, and gives the lines that show what was drawn."""
     if shutil.which("gnuplot") is None:
@@ -92,28 +105,37 @@ def pictures(results):
     return "\n\n".join("![%s](performance/%s.svg)" % (name, name) for name in drawn)
 
 
-def measured(build, results):
-    with open(results[0], encoding="utf-8") as stream:
-        context = json.load(stream)["context"]
+def tables(results):
+    """The lines of a run: (verdict, ratios, growth)."""
     figures = table.load(results)
     with open(os.path.join(PROJECT, "benchmarks", "goals.txt"), encoding="utf-8") as stream:
         goals = table.Goals(stream)
     ratios = table.main_table(figures, goals)
     growth = table.growth_table(figures, goals)
     met, missed = (sum(pair) for pair in zip(table.tally(ratios), table.tally(growth)))
+    said = "%d goals met, %d missed. An empty loop takes %s a turn." % (met, missed, table.show(figures.baseline))
+    return said, table.as_markdown(ratios), table.as_markdown(growth)
+
+
+def measured(builds):
+    results = results_of(builds[0])
+    first = read(results[0])
+    repetitions = max(entry.get("repetitions", 1) for entry in first["benchmarks"])
+    said, ratios, growth = tables(results)
     parts = [
-        "## The machine", facts(build, context),
-        "## The table", "%d goals met, %d missed. An empty loop takes %s a turn." % (
-            met, missed, table.show(figures.baseline)),
-        table.as_markdown(ratios),
-        "## Growth", "What 10 and 100 times the size cost.", table.as_markdown(growth),
+        "## The machine", facts(builds[0], first["context"]),
+        "## The table", "The smallest of %d repetitions each. %s" % (repetitions, said), ratios,
+        "## Growth", "What 10 and 100 times the size cost.", growth,
         "## Pictures", pictures(results),
     ]
+    for plain in builds[1:]:
+        said, ratios, _ = tables(results_of(plain))
+        parts += ["## The table with plain flags", "Flags: %s. %s" % (build_flags(plain), said), ratios]
     return "\n\n".join(part for part in parts if part)
 
 
 def main(arguments):
-    if len(arguments) < 2:
+    if not arguments:
         print(__doc__, file=sys.stderr)
         return 2
     with open(PAGE, encoding="utf-8") as stream:
@@ -123,8 +145,9 @@ def main(arguments):
         return 1
     before, rest = page.split(BEGIN)
     after = rest.split(END)[1]
+    written = "%s%s\n\n%s\n\n%s%s" % (before, BEGIN, measured(arguments), END, after)
     with open(PAGE, "w", encoding="utf-8") as stream:
-        stream.write("%s%s\n\n%s\n\n%s%s" % (before, BEGIN, measured(arguments[0], arguments[1:]), END, after))
+        stream.write(written)
     print("written: docs/performance.md, docs/performance/")
     return 0
 

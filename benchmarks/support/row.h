@@ -14,6 +14,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <functional>
 #include <string>
 #include <utility>
 
@@ -28,6 +29,13 @@ bool Once();
 // To be defined by each topic: registers its rows.
 void RegisterRows();
 
+// Is this a process of its own for one figure of memory (--figure)? Then nothing runs but that.
+bool IsForFigure();
+
+// A figure of memory: found out in a process of its own, which has not used any yet.
+void RegisterFigure(const std::string &name, std::function<double()> measure);
+double FigureOfFreshProcess(const std::string &name);
+
 // Ends the program when something does not hold, naming it.
 void Check(bool holds, const std::string &what);
 
@@ -40,7 +48,8 @@ public:
     template <typename Body>
     CRow &Add(const char *who, Body body)
     {
-        _Compare(who, Fingerprint(body()));
+        if (!IsForFigure())
+            _Compare(who, Fingerprint(body()));
         return Other(who, std::move(body));
     }
 
@@ -49,8 +58,11 @@ public:
     template <typename Prepare, typename Body>
     CRow &AddPrepared(const char *who, Prepare prepare, Body body)
     {
-        auto input = prepare();
-        _Compare(who, Fingerprint(body(input)));
+        if (!IsForFigure())
+        {
+            auto input = prepare();
+            _Compare(who, Fingerprint(body(input)));
+        }
         const auto run = [prepare = std::move(prepare), body = std::move(body)](benchmark::State &state) mutable
         {
             for (auto _ : state)
@@ -83,7 +95,8 @@ public:
     template <typename Body>
     CRow &AddThreads(const char *who, int threads, Body body)
     {
-        _Compare(who, Fingerprint(body()));
+        if (!IsForFigure())
+            _Compare(who, Fingerprint(body()));
         _Register(who, _Loop(std::move(body)))->Threads(threads)->UseRealTime();
         return *this;
     }
@@ -102,9 +115,16 @@ public:
         return *this;
     }
 
-    // A figure that is not a time: "bytes" in the table.
+    // A figure that is not a time: "bytes" in the table. It is measured in a process of its own.
+    CRow &AddBytes(const char *who, std::function<double()> measure)
+    {
+        RegisterFigure(m_Name + who, std::move(measure));
+        return Bytes(who, [name = m_Name + who] { return FigureOfFreshProcess(name); });
+    }
+
+    // The same, measured where it is.
     template <typename Measure>
-    CRow &AddBytes(const char *who, Measure measure)
+    CRow &Bytes(const char *who, Measure measure)
     {
         const auto run = [measure](benchmark::State &state)
         {
