@@ -152,6 +152,9 @@ private:
     static constexpr u32 kFlagsMask = 0xC0000000;
     static constexpr u32 kBlockBytes = 16;
 
+    // Bytes of the blocks that hold `length` characters and their terminator.
+    static constexpr u32 _PaddedLength(u32 length) { return (length + kBlockBytes) & ~(kBlockBytes - 1); }
+
     CStringContainer(u32 lengthAndFlags, u32 capacity, char *characters);
 
     static void _Destroy(CStringContainer *container);
@@ -471,7 +474,7 @@ public:
     bool LessThan(const CString &other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
 
     bool operator==(const char *other) const { return Compare(other, CaseSensitive); }
-    bool operator==(const CString &other) const { return Compare(other, CaseSensitive); }
+    bool operator==(const CString &other) const;
     bool operator!=(const char *other) const { return !(*this == other); }
     bool operator!=(const CString &other) const { return !(*this == other); }
     // A null buffer orders with a string without a container.
@@ -608,7 +611,8 @@ private:
     void _MakeUnique();
     char &_CharacterForWriting(u32 index);
 
-    s32 _OrderWith(const CString &other) const;
+    bool _IsLess(const CString &other) const;
+    bool _IsGreater(const CString &other) const;
 
     CString &_AppendCharacter(char character);
     CString &_Concatenate(const char *other, u32 length);
@@ -823,6 +827,74 @@ inline CString::CString(const char *source, u32 sourceLen)
 {
     // A count of 0 is answered first: not even one character may be read then.
     QV_INTERNAL_ASSERT_TEXT("sourceLen == 0", sourceLen == 0 || (source != nullptr && *source != '\0'));
+}
+
+namespace Internal
+{
+
+// The difference of two values of type T from any two addresses, 0 when they are the same.
+template <typename T>
+inline T DifferenceOf(const char *a, const char *b)
+{
+    T valueA;
+    T valueB;
+    std::memcpy(&valueA, a, sizeof(T));
+    std::memcpy(&valueB, b, sizeof(T));
+    return static_cast<T>(valueA ^ valueB);
+}
+
+// Equality of `length` characters. Few of them are compared as two values that overlap in the middle.
+inline bool EqualCharacters(const char *a, const char *b, u32 length)
+{
+    if (length > 2 * sizeof(u64))
+        return std::memcmp(a, b, length) == 0;
+    if (length >= sizeof(u64))
+        return (DifferenceOf<u64>(a, b) | DifferenceOf<u64>(a + length - 8, b + length - 8)) == 0;
+    if (length >= sizeof(u32))
+        return (DifferenceOf<u32>(a, b) | DifferenceOf<u32>(a + length - 4, b + length - 4)) == 0;
+    return length == 0 || (a[0] == b[0] && a[length / 2] == b[length / 2] && a[length - 1] == b[length - 1]);
+}
+
+} // namespace Internal
+
+// The usual case of each comparison: two containers with characters. Everything else goes to the .cpp.
+
+inline bool CString::operator==(const CString &other) const
+{
+    const CStringContainer *a = m_Container.Get();
+    const CStringContainer *b = other.m_Container.Get();
+    const char *dataA = CStringContainer::SafeData(a);
+    const char *dataB = CStringContainer::SafeData(b);
+    if (QV_INTERNAL_UNLIKELY(dataA == nullptr || dataB == nullptr))
+        return Compare(other, CaseSensitive);
+    const u32 length = a->Length();
+    return length == b->Length() && (dataA == dataB || Internal::EqualCharacters(dataA, dataB, length));
+}
+
+inline bool CString::operator<(const CString &other) const
+{
+    const CStringContainer *a = m_Container.Get();
+    const CStringContainer *b = other.m_Container.Get();
+    const char *dataA = CStringContainer::SafeData(a);
+    const char *dataB = CStringContainer::SafeData(b);
+    if (QV_INTERNAL_UNLIKELY(dataA == nullptr || dataB == nullptr))
+        return _IsLess(other);
+    // The terminator takes part; a shorter text on the other side is readable to the end of its last block.
+    return std::memcmp(dataA, dataB, QVMin(a->Length() + 1, CStringContainer::_PaddedLength(b->Length()))) < 0;
+}
+
+inline bool CString::operator>(const CString &other) const
+{
+    const CStringContainer *a = m_Container.Get();
+    const CStringContainer *b = other.m_Container.Get();
+    const char *dataA = CStringContainer::SafeData(a);
+    const char *dataB = CStringContainer::SafeData(b);
+    if (QV_INTERNAL_UNLIKELY(dataA == nullptr || dataB == nullptr))
+        return _IsGreater(other);
+    const u32 wanted = a->Length() + 1;
+    const u32 common = QVMin(wanted, CStringContainer::_PaddedLength(b->Length()));
+    const int order = std::memcmp(dataA, dataB, common);
+    return order > 0 || (order == 0 && common < wanted);
 }
 
 inline const char &CString::At(u32 index) const QV_INTERNAL_LIFETIMEBOUND

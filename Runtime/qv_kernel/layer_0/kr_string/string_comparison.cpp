@@ -197,28 +197,20 @@ bool CString::operator>(const char *other) const
     return SNativeStringUtils::Compare(Data(), other) > 0;
 }
 
-// Only the two operators below use it.
-QV_BUFFER_INLINE inline s32 CString::_OrderWith(const CString &other) const
-{
-    const char *data = Data();
-    const char *otherData = other.Data();
-    if (QV_INTERNAL_UNLIKELY(data == nullptr || otherData == nullptr))
-        return OrderWithoutCharacters(data, otherData);
-    return Order<SExactBytes>(data, Length(), otherData, other.Length(), CaseSensitive);
-}
+// The operators on two strings, one of which has no characters.
 
-bool CString::operator<(const CString &other) const
+bool CString::_IsLess(const CString &other) const
 {
     if (m_Container == null || other.m_Container == null)
         return m_Container == null && other.m_Container != null;
-    return _OrderWith(other) < 0;
+    return OrderWithoutCharacters(Data(), other.Data()) < 0;
 }
 
-bool CString::operator>(const CString &other) const
+bool CString::_IsGreater(const CString &other) const
 {
     if (m_Container == null || other.m_Container == null)
         return m_Container != null && other.m_Container == null;
-    return _OrderWith(other) > 0;
+    return OrderWithoutCharacters(Data(), other.Data()) > 0;
 }
 
 bool operator==(const CString &a, const CStringView &b)
