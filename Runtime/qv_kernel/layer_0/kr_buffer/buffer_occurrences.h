@@ -142,7 +142,9 @@ template <typename OnMatch>
 void WalkOccurrences(const char *text, u32 length, const char *pattern, u32 patternLength, u32 from,
                      const OnMatch &onMatch)
 {
-    TOccurrences<OnMatch>(text, length, pattern, patternLength, onMatch).WalkFrom(from);
+    // A pattern that cannot be found is not read either.
+    if (patternLength <= length - from)
+        TOccurrences<OnMatch>(text, length, pattern, patternLength, onMatch).WalkFrom(from);
 }
 
 } // namespace Quorvane::Internal

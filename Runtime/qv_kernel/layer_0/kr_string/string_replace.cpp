@@ -157,6 +157,12 @@ private:
 // Writes the text with its first `count` occurrences replaced, `newLength` characters.
 void WriteReplaced(char *writeTo, u32 newLength, const SReplacing &replacing, u32 count, const CGaps &gaps)
 {
+    // What is not used is not read either.
+    if (count == 0)
+    {
+        Write(writeTo, replacing.m_Text.Data(), newLength);
+        return;
+    }
     // The zeros behind the text are in its last block.
     CReplacementWriter writer(writeTo, Internal::LastBlockStart(newLength), replacing);
     for (u32 i = 0; i < gaps.Count(); ++i)

@@ -182,6 +182,15 @@ class BufferMaskBits : public testing::Test
 {
 };
 
+struct SBlockNames
+{
+    template <typename Block>
+    static std::string GetName(int index)
+    {
+        return std::to_string(index);
+    }
+};
+
 using CBlocks = testing::Types<
 #if QV_BUFFER_HAS_SSE2
     Internal::SBlockSse2,
@@ -191,7 +200,7 @@ using CBlocks = testing::Types<
 #endif
     Internal::SBlockPortable>;
 
-TYPED_TEST_SUITE(BufferMaskBits, CBlocks);
+TYPED_TEST_SUITE(BufferMaskBits, CBlocks, SBlockNames);
 
 } // namespace
 
