@@ -10,6 +10,7 @@
 #include "every_text.h"
 #include "guarded_text.h"
 #include "kr_buffer.h"
+#include "kr_simd/simd_wide.h"
 
 namespace QuorvaneTest
 {
@@ -396,6 +397,31 @@ TEST(BufferEscape, LongTextsAgreeWithTheModelAndComeBack)
         ASSERT_EQ(Unescaped(escaped), text);
         ASSERT_EQ(UnescapedInPlace(escaped), text);
         ASSERT_EQ(Unescaped(text), EscapeModelUnescaped(text));
+    }
+}
+
+// Around the ends of the blocks that wide forms take, from texts without a special character to texts of nothing else.
+TEST(BufferEscape, WideInstructionsChangeNothing)
+{
+    const std::string special = "\a\b\t\n\v\f\r\"'\\";
+    const std::string ordinary = "az09 \x01\x06\x0E\x1F\x7F\x80\x87\x8D\xA2\xDC\xFF";
+    std::mt19937 generator(30);
+    const auto random = [&]() { return static_cast<u32>(generator()); };
+    for (u32 length = 0; length <= 200; ++length)
+    {
+        for (const u32 oneIn : {1u, 2u, 10u, 1000u})
+        {
+            std::string text;
+            while (text.size() < length)
+                text +=
+                    random() % oneIn == 0 ? special[random() % special.size()] : ordinary[random() % ordinary.size()];
+            const std::string wide = Escaped(text);
+            Quorvane::Internal::AllowWideInstructions(false);
+            const std::string plain = Escaped(text);
+            Quorvane::Internal::AllowWideInstructions(true);
+            ASSERT_EQ(wide, EscapeModelEscaped(text));
+            ASSERT_EQ(plain, wide);
+        }
     }
 }
 
