@@ -122,9 +122,9 @@ void AddPieceAtFront(size_t size)
 
 void RegisterRows()
 {
-    for (const size_t size : {4096, 40960, 409600})
+    for (const size_t size : {4096u, 40960u, 409600u})
         AddCharacters(size);
-    for (const size_t size : {65536, 655360, 6553600})
+    for (const size_t size : {65536u, 655360u, 6553600u})
         AddPieces(size);
     AddPieceAtFront(4096);
 }

@@ -127,9 +127,9 @@ void AddCopy(size_t size)
 
 void RegisterRows()
 {
-    for (const size_t size : {16, 256, 4096, 100000, 1000000, 10000000})
+    for (const size_t size : {16u, 256u, 4096u, 100000u, 1000000u, 10000000u})
         AddInPlace(size);
-    for (const size_t size : {16, 256, 4096})
+    for (const size_t size : {16u, 256u, 4096u})
         AddCopy(size);
 }
 

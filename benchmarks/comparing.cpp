@@ -178,7 +178,7 @@ void AddSorting(size_t count)
 
 void RegisterRows()
 {
-    for (const size_t size : {16, 256, 4096})
+    for (const size_t size : {16u, 256u, 4096u})
     {
         AddEquality(size);
         AddEqualityIgnoringCase(size);

@@ -184,7 +184,7 @@ void AddEscaping(size_t size)
 
 void RegisterRows()
 {
-    for (const size_t size : {64, 4096, 65536})
+    for (const size_t size : {64u, 4096u, 65536u})
     {
         AddReversal(size);
         AddCharacterReplacement(size);

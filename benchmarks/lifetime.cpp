@@ -179,9 +179,9 @@ void AddMemory(size_t count)
 
 void RegisterRows()
 {
-    for (const size_t size : {8, 15, 24, 64, 1024})
+    for (const size_t size : {8u, 15u, 24u, 64u, 1024u})
         AddCreation(size);
-    for (const size_t size : {24, 64, 256, 1024})
+    for (const size_t size : {24u, 64u, 256u, 1024u})
         AddSharing(size);
     AddThreads();
     AddCreationOfMany();

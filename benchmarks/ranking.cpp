@@ -391,7 +391,7 @@ void AddOrdered(const std::shared_ptr<SList> &list)
 
 void RegisterRows()
 {
-    for (const size_t length : {12, 100, 1000, 10000})
+    for (const size_t length : {12u, 100u, 1000u, 10000u})
         AddPair(length);
     const auto list = std::make_shared<SList>(100000);
     AddList(list);

@@ -95,7 +95,7 @@ void AddReplacement(const char *name, size_t size, const std::string &by)
 
 void RegisterRows()
 {
-    for (const size_t size : {65536, 655360, 6553600})
+    for (const size_t size : {65536u, 655360u, 6553600u})
     {
         AddReplacement("replace_growing", size, "longer_needle");
         AddReplacement("replace_same", size, "pinpin");

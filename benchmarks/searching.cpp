@@ -112,7 +112,7 @@ void AddRows(size_t size)
 
 void RegisterRows()
 {
-    for (const size_t size : {64, 65536, 655360, 6553600})
+    for (const size_t size : {64u, 65536u, 655360u, 6553600u})
         AddRows(size);
 }
 
