@@ -540,7 +540,8 @@ public:
     bool Split_ThreadSafe(char separator, TArray<CString> &outPieces) const;
 
     // At every character for which `isSeparator`, anything that can be called with a char and answers a bool, is true.
-    // It may be asked more than once for a character. Appends to the output, which is not cleared.
+    // Requires: answers that depend on the character alone; it is asked about each one that occurs, not each time.
+    // Appends to the output, which is not cleared.
     template <typename Predicate, typename = std::enable_if_t<std::is_invocable_r<bool, Predicate &, char>::value>>
     bool Split(Predicate &&isSeparator, TArray<CString> &outPieces) const;
 
@@ -924,24 +925,63 @@ inline const char &CString::Last() const QV_INTERNAL_LIFETIMEBOUND
     return QV_INTERNAL_LIKELY(!empty && length != 0) ? Data()[length - 1] : kNoCharacter;
 }
 
+namespace Internal
+{
+
+// Cuts a text at separators that are marked for 64 characters at a time, and appends the pieces that are not empty.
+class CMarkedSplit
+{
+public:
+    static constexpr u32 kMarked = 64;
+
+    // Borrows the characters, and the array.
+    CMarkedSplit(const char *data, u32 length, TArray<CString> &outPieces);
+
+    // `marks` has a bit set for each separator among the characters from `at` on, the lowest for the first.
+    // Returns: false when a piece could not be stored.
+    bool Cut(u64 marks, u32 at);
+
+    // Appends what stands behind the last separator.
+    bool Finish() { return m_First >= m_Length || _Append(m_Length); }
+
+private:
+    bool _Append(u32 end);
+
+    const char *m_Data;
+    u32 m_Length;
+    u32 m_First; // where the next piece begins
+    bool m_HoldsTerminator;
+    TArray<CString> &m_Pieces;
+};
+
+} // namespace Internal
+
+// The answers are gathered first: where the pieces end is then no question to the branch predictor.
 template <typename Predicate, typename>
 bool CString::Split(Predicate &&isSeparator, TArray<CString> &outPieces) const
 {
     if (Empty())
         return true;
     // Nothing below looks at this handle again: it may lie in the array, which moves its elements when it grows.
-    const char *cur = Data();
-    const char *const end = cur + Length();
-    while (cur < end)
+    const char *const data = Data();
+    const u32 length = Length();
+    Internal::CMarkedSplit split(data, length, outPieces);
+    u8 answers[256] = {}; // by character: 0 where it was not asked about yet, else 1 more than the answer
+    for (u32 at = 0; at < length; at += Internal::CMarkedSplit::kMarked)
     {
-        const char *const first = cur;
-        while (cur < end && !isSeparator(*cur))
-            ++cur;
-        if (cur != first && !outPieces.PushBack(Extract(first, 0, static_cast<u32>(cur - first))).Valid())
+        const u32 count = QVMin(length - at, Internal::CMarkedSplit::kMarked);
+        u64 marks = 0;
+        for (u32 i = 0; i < count; ++i)
+        {
+            u8 &answer = answers[static_cast<u8>(data[at + i])];
+            if (QV_INTERNAL_UNLIKELY(answer == 0))
+                answer = isSeparator(data[at + i]) ? 2 : 1;
+            marks |= static_cast<u64>(answer >> 1) << i;
+        }
+        if (!split.Cut(marks, at))
             return false;
-        ++cur;
     }
-    return true;
+    return split.Finish();
 }
 
 inline CStringView::CStringView(const CString &string QV_INTERNAL_LIFETIMEBOUND)

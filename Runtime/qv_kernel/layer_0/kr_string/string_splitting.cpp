@@ -175,6 +175,34 @@ bool LiesIn(const CString &string, const TArray<CString> &array)
 
 } // namespace
 
+Internal::CMarkedSplit::CMarkedSplit(const char *data, u32 length, TArray<CString> &outPieces)
+    : m_Data(data),
+      m_Length(length),
+      m_First(0),
+      m_HoldsTerminator(SNativeStringUtils::Length_16(data) != length),
+      m_Pieces(outPieces)
+{
+}
+
+bool Internal::CMarkedSplit::Cut(u64 marks, u32 at)
+{
+    for (; marks != 0; marks &= marks - 1)
+    {
+        const u32 end = at + TrailingZeroBits(marks);
+        if (end != m_First && !_Append(end))
+            return false;
+        m_First = end + 1;
+    }
+    return true;
+}
+
+bool Internal::CMarkedSplit::_Append(u32 end)
+{
+    const char *piece = m_Data + m_First;
+    return m_HoldsTerminator ? TStringSink<Piece_Any>(m_Pieces).Add(piece, end - m_First)
+                             : TStringSink<Piece_Sound>(m_Pieces).Add(piece, end - m_First);
+}
+
 bool CString::Split(char separator, TArray<CStringView> &outPieces) const
 {
     return SplitInto(outPieces, *this, separator);
