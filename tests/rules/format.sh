@@ -15,7 +15,7 @@ for candidate in clang-format-$version clang-format; do
 done
 [ -n "$formatter" ] || skip "clang-format $version is missing"
 
-project_files | grep -E '^(Runtime|tests|examples|benchmarks)/.*\.(h|cpp)$' >"$scratch/list"
+project_files | grep -E '^(Runtime|tests|examples|benchmarks)/.*\.(h|cpp)$|^Runtime/.*\.inc$' >"$scratch/list"
 # The first complaint of each file is enough.
 (
     cd "$root" || exit 2

@@ -41,9 +41,9 @@ includes()
 
 {
     public_headers
-    (cd "$root" && find Runtime/qv_kernel/layer_0 -type f \( -name '*.h' -o -name '*.cpp' \) -print 2>/dev/null | sort)
+    (cd "$root" && find Runtime/qv_kernel/layer_0 -type f \( -name '*.h' -o -name '*.inc' -o -name '*.cpp' \) -print 2>/dev/null | sort)
 } >"$scratch/files"
-grep '\.h$' "$scratch/files" >"$scratch/all_headers"
+grep -E '\.(h|inc)$' "$scratch/files" >"$scratch/all_headers"
 includes <"$scratch/files" >"$scratch/includes"
 
 LC_ALL=C awk -v order="$order" '

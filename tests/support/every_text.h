@@ -21,6 +21,13 @@ constexpr bool kSanitized = false;
 constexpr bool kSanitized = false;
 #endif
 
+// So is code that is not optimised: one optimised build takes the longest road, the others one that is good enough.
+#if defined(__OPTIMIZE__)
+constexpr bool kSlow = kSanitized;
+#else
+constexpr bool kSlow = true;
+#endif
+
 // Sorted by length; the empty text comes first.
 inline std::vector<std::string> EveryText(const std::string &alphabet, size_t maxLength)
 {

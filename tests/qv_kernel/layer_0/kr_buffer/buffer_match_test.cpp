@@ -354,7 +354,7 @@ TEST(BufferMatch, WithoutInhibitorsBackslashIsOrdinary)
 
 // Against the model: about 700,000 pairs of pattern and text.
 
-constexpr size_t kLongest = kSanitized ? 5 : 6;
+constexpr size_t kLongest = kSlow ? 5 : 6;
 
 TEST(BufferMatch, EveryShortPatternAgreesWithTheModel)
 {
@@ -373,7 +373,7 @@ TEST(BufferMatch, EveryShortPatternAgreesWithTheModelWithoutCase)
 TEST(BufferMatch, EveryShortPatternOfSpecialCharactersAgreesWithTheModel)
 {
     const std::vector<std::string> patterns = EveryText("a*?\\", 5);
-    ExpectAgreement(kMatchWithInhibitors, patterns, EveryText("a*?\\", kSanitized ? 3 : 4));
+    ExpectAgreement(kMatchWithInhibitors, patterns, EveryText("a*?\\", kSlow ? 3 : 4));
     ExpectAgreement(kMatch, patterns, EveryText("a*?\\", 3));
     ExpectAgreement(kMatchCaseWithInhibitors, patterns, EveryText("A*\\", 4));
     ExpectAgreement(kMatchCase, patterns, EveryText("A*\\", 4));
@@ -384,7 +384,7 @@ TEST(BufferMatch, LongerPatternsAgreeWithTheModel)
     std::mt19937 random(20);
     const std::string patternAlphabet = "aaAb***?\\";
     const std::string textAlphabet = "aaAb*\\";
-    for (int round = 0; round < (kSanitized ? 2000 : 20000); ++round)
+    for (int round = 0; round < (kSlow ? 2000 : 20000); ++round)
     {
         std::string pattern(random() % 24, ' ');
         std::string text(random() % 60, ' ');
