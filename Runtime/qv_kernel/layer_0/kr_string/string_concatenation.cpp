@@ -232,52 +232,66 @@ struct Internal::SContainerEdits
         return true;
     }
 
+    // What an insertion finds when the room for it has been made.
+    struct SInsertion
+    {
+        u32 m_OldLength;
+        u32 m_NewLength;
+        bool m_InRoom;       // the argument lies in the container's room: the length is set behind the copy
+        bool m_Aliased;      // it lies in the text itself, and followed it when that moved
+        const char *m_Other; // where it lies now
+    };
+
+    static bool MakeRoom(CStringContainer &container, const char *other, u32 length, SInsertion &out);
     static bool Append(CStringContainer &container, const char *other, u32 length);
     static bool Prepend(CStringContainer &container, const char *other, u32 length);
     static bool JoinPath(CStringContainer &container, const SPathPieces &pieces);
 };
 
+bool Internal::SContainerEdits::MakeRoom(CStringContainer &container, const char *other, u32 length, SInsertion &out)
+{
+    out.m_OldLength = container.Length();
+    out.m_NewLength = Internal::CheckedSum(out.m_OldLength, length);
+    out.m_InRoom = IsInRoom(container, other, length);
+    out.m_Aliased = out.m_InRoom && IsAliased(container.Data(), out.m_OldLength, other, length);
+    const sreg offset = out.m_Aliased ? other - container.Data() : 0;
+    if (!container.DynamicResize(out.m_NewLength))
+        return false;
+    out.m_Other = out.m_Aliased ? container.Data() + offset : other;
+    if (!out.m_InRoom)
+        container._LengthenTo(out.m_NewLength);
+    return true;
+}
+
 bool Internal::SContainerEdits::Append(CStringContainer &container, const char *other, u32 length)
 {
-    const u32 oldLength = container.Length();
-    const u32 newLength = Internal::CheckedSum(oldLength, length);
-    const bool inRoom = IsInRoom(container, other, length);
-    const bool aliased = inRoom && IsAliased(container.Data(), oldLength, other, length);
-    const sreg offset = aliased ? other - container.Data() : 0;
-    if (!container.DynamicResize(newLength))
+    SInsertion insertion;
+    if (!MakeRoom(container, other, length, insertion))
         return false;
-    char *data = container.Data();
-    if (!inRoom)
-        container._LengthenTo(newLength);
-    if (aliased)
-        Mem::Copy_Overlapped(data + oldLength, data + offset, length);
+    char *end = container.Data() + insertion.m_OldLength;
+    if (insertion.m_Aliased)
+        Mem::Copy_Overlapped(end, insertion.m_Other, length);
     else
-        Mem::Copy(data + oldLength, other, length);
-    if (inRoom)
-        EndAt(container, newLength);
+        Mem::Copy(end, insertion.m_Other, length);
+    if (insertion.m_InRoom)
+        EndAt(container, insertion.m_NewLength);
     return true;
 }
 
 bool Internal::SContainerEdits::Prepend(CStringContainer &container, const char *other, u32 length)
 {
-    const u32 oldLength = container.Length();
-    const u32 newLength = Internal::CheckedSum(oldLength, length);
-    const bool inRoom = IsInRoom(container, other, length);
-    const bool aliased = inRoom && IsAliased(container.Data(), oldLength, other, length);
-    const sreg offset = aliased ? other - container.Data() : 0;
-    if (!container.DynamicResize(newLength))
+    SInsertion insertion;
+    if (!MakeRoom(container, other, length, insertion))
         return false;
     char *data = container.Data();
-    if (!inRoom)
-        container._LengthenTo(newLength);
-    Mem::Copy_Overlapped(data + length, data, oldLength);
+    Mem::Copy_Overlapped(data + length, data, insertion.m_OldLength);
     // An aliased argument has just moved with the characters.
-    if (aliased)
-        Mem::Copy_Overlapped(data, data + offset + length, length);
+    if (insertion.m_Aliased)
+        Mem::Copy_Overlapped(data, insertion.m_Other + length, length);
     else
-        Mem::Copy(data, other, length);
-    if (inRoom)
-        EndAt(container, newLength);
+        Mem::Copy(data, insertion.m_Other, length);
+    if (insertion.m_InRoom)
+        EndAt(container, insertion.m_NewLength);
     return true;
 }
 
