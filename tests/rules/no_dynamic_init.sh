@@ -22,7 +22,7 @@ command -v readelf >/dev/null 2>&1 || skip 'readelf is missing'
 while IFS= read -r source; do
     if ! "$compiler" -std=c++17 -O0 -fno-exceptions \
         -Wglobal-constructors -Wexit-time-destructors \
-        "-I$root/Runtime/include" "-I$root/Runtime/qv_kernel/include" "-I$root/Runtime/qv_kernel/layer_0" \
+        "-I$root/Runtime/include" "-I$root/Runtime/qv_kernel/include" \
         -c "$root/$source" -o "$scratch/object.o" 2>"$scratch/errors"; then
         breach "$source: does not compile: $(grep -m 1 error "$scratch/errors")"
         continue

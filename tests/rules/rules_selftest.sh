@@ -27,8 +27,8 @@ put "$good/Runtime/qv_kernel/layer_0/kr_string/string.cpp" <<'END'
 
 #include "string_private.h"
 
+#include "../kr_mem/mem_private.h"
 #include "kr_mem.h"
-#include "kr_mem/mem_private.h"
 
 const char g_Constant[] = "initialised by the compiler";
 END
@@ -112,10 +112,9 @@ printf '#include "kr_string.h"\n' | bites layering $defs
 printf '#include <kr_string.h>\n' | bites layering Runtime/qv_kernel/include/kr_mem.h
 printf '#include "kr_mem.h"\n' | bites layering Runtime/qv_kernel/include/kr_mem.h
 printf '#include "mem_private.h"\n' | bites layering $source
-printf '#include "../kr_mem/mem_private.h"\n' | bites layering $source
 printf '#include "kr_string.h"\n' | bites layering Runtime/qv_kernel/layer_0/kr_mem/mem_private.h
 printf '#include "string_private.h"\n' | bites layering $string
-printf '#include "kr_string/string_private.h"\n' | bites layering Runtime/qv_kernel/layer_0/kr_mem/mem_private.h
+printf '#include "../kr_string/string_private.h"\n' | bites layering Runtime/qv_kernel/layer_0/kr_mem/mem_private.h
 printf '#include "kr_unknown.h"\n' | bites layering $source
 printf '#pragma once\n' | bites layering Runtime/include/qv_unranked.h
 printf '#include "kr_mem.h"\n' | bites layering Runtime/qv_kernel/layer_0/kr_unranked/a.cpp

@@ -60,7 +60,7 @@
 
 #include "qv_defs.h"
 
-#include "kr_simd/simd_wide.h"
+#include "../kr_simd/simd_wide.h"
 
 #if defined(__SSE2__) || defined(_M_X64) || (defined(_M_IX86_FP) && _M_IX86_FP >= 2)
 #define QV_BUFFER_HAS_SSE2 1

@@ -7,9 +7,9 @@
 
 #include <cstring>
 
+#include "../kr_simd/simd_wide.h"
 #include "buffer_kernels.h"
 #include "buffer_text.h"
-#include "kr_simd/simd_wide.h"
 
 namespace Quorvane
 {

@@ -1,7 +1,7 @@
 // Marks of characters: the wide forms take whole words of marks from the front, the others what is left.
 #include "buffer_marks.h"
 
-#include "kr_simd/simd_wide.h"
+#include "../kr_simd/simd_wide.h"
 
 namespace Quorvane::Internal
 {

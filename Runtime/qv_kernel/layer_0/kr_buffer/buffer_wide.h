@@ -6,7 +6,7 @@
 //     return ... with SBlock ...;
 #pragma once
 
-#include "kr_simd/simd_wide.h"
+#include "../kr_simd/simd_wide.h"
 
 #include "buffer_kernels.h"
 

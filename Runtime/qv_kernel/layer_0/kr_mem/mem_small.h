@@ -5,7 +5,7 @@
 // block, these functions are `_RawAlloc` and `_RawFree` to the last argument. Blocks do not remember which way they
 // came: all of kr_mem.h may free and resize them.
 //
-// For services of the library, as "kr_mem/mem_small.h"; any thread may call.
+// For services of the library, as "../kr_mem/mem_small.h"; any thread may call.
 //
 //     void *block = Mem::Internal::AllocBlock(size, 16, type, origin, QV_INTERNAL_MEM_SITE);
 //     Mem::Internal::FreeBlock(block, size, type, origin, QV_INTERNAL_MEM_SITE);

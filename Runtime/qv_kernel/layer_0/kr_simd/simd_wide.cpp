@@ -1,5 +1,5 @@
 // Finds out once what the machine has.
-#include "kr_simd/simd_wide.h"
+#include "simd_wide.h"
 
 namespace Quorvane::Internal
 {

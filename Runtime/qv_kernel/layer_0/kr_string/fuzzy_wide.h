@@ -1,8 +1,8 @@
 // What the wide forms of fuzzy matching share.
 #pragma once
 
+#include "../kr_simd/simd_wide.h"
 #include "fuzzy_distance.h"
-#include "kr_simd/simd_wide.h"
 
 #if QV_SIMD_HAS_WIDE
 

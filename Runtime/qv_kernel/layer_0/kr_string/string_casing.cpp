@@ -1,8 +1,8 @@
 // Casing: conversion in place and as copies, and the questions about it.
 #include "kr_string.h"
 
-#include "kr_buffer/buffer_kernels.h"
-#include "kr_buffer/buffer_wide.h"
+#include "../kr_buffer/buffer_kernels.h"
+#include "../kr_buffer/buffer_wide.h"
 
 namespace Quorvane
 {

@@ -3,8 +3,8 @@
 
 #include <cstring>
 
-#include "kr_buffer/buffer_kernels.h"
-#include "kr_buffer/buffer_wide.h"
+#include "../kr_buffer/buffer_kernels.h"
+#include "../kr_buffer/buffer_wide.h"
 #include "null_text.h"
 #include "string_sizes.h"
 

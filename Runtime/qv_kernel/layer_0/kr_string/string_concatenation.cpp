@@ -7,7 +7,7 @@
 
 #include <cstring>
 
-#include "kr_buffer/buffer_blocks.h"
+#include "../kr_buffer/buffer_blocks.h"
 #include "kr_mem_utils.h"
 #include "string_sizes.h"
 

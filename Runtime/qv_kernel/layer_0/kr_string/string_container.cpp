@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <cstring>
 
-#include "kr_buffer/buffer_blocks.h"
-#include "kr_mem/mem_small.h"
+#include "../kr_buffer/buffer_blocks.h"
+#include "../kr_mem/mem_small.h"
 #include "kr_mem_utils.h"
 #include "kr_simd.h"
 #include "string_sizes.h"

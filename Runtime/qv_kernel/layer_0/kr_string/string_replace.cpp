@@ -8,7 +8,7 @@
 #include <cstring>
 #include <utility>
 
-#include "kr_buffer/buffer_occurrences.h"
+#include "../kr_buffer/buffer_occurrences.h"
 #include "kr_mem_utils.h"
 #include "raw_block.h"
 #include "string_sizes.h"

@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#include "kr_buffer/buffer_marks.h"
+#include "../kr_buffer/buffer_marks.h"
 
 namespace Quorvane
 {
