@@ -286,7 +286,9 @@ std::size_t EscapeBlocks(const char *src, std::size_t length, char *&dst)
             out += kBlockBytes;
             continue;
         }
-        const __m256i named = _mm256_blendv_epi8(block, _mm256_shuffle_epi8(letters, block), isControl);
+        // Not by the instruction that chooses: g++ 12 takes its mask for never set where char is unsigned.
+        const __m256i named = _mm256_or_si256(_mm256_andnot_si256(isControl, block),
+                                              _mm256_and_si256(isControl, _mm256_shuffle_epi8(letters, block)));
         out = PutHalf(_mm256_castsi256_si128(named), special & 0xFFFF, out);
         out = PutHalf(_mm256_extracti128_si256(named, 1), special >> 16, out);
     }
