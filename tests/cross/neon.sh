@@ -50,11 +50,16 @@ for source in \
     "$root"/Runtime/qv_kernel/layer_0/kr_buffer/buffer_table.cpp \
     "$root"/Runtime/qv_kernel/layer_0/kr_buffer/buffer_compare.cpp \
     "$root"/Runtime/qv_kernel/layer_0/kr_buffer/buffer_edit.cpp \
+    "$root"/Runtime/qv_kernel/layer_0/kr_buffer/buffer_find.cpp \
+    "$root"/Runtime/qv_kernel/layer_0/kr_buffer/buffer_marks.cpp \
+    "$root"/Runtime/qv_kernel/layer_0/kr_simd/simd_wide.cpp \
     "$root"/tests/qv_kernel/layer_0/kr_buffer/buffer_table_test.cpp \
     "$root"/tests/qv_kernel/layer_0/kr_buffer/buffer_blocks_test.cpp \
     "$root"/tests/qv_kernel/layer_0/kr_buffer/buffer_kernels_test.cpp \
     "$root"/tests/qv_kernel/layer_0/kr_buffer/buffer_compare_test.cpp \
     "$root"/tests/qv_kernel/layer_0/kr_buffer/buffer_edit_test.cpp \
+    "$root"/tests/qv_kernel/layer_0/kr_buffer/buffer_find_test.cpp \
+    "$root"/tests/qv_kernel/layer_0/kr_buffer/buffer_marks_test.cpp \
     "$root"/tests/support/guarded_page.cpp \
     "$root"/tests/support/guarded_page_test.cpp \
     "$root"/tests/support/test_main.cpp; do

@@ -20,7 +20,8 @@ CGuardedPage::CGuardedPage(size_t bytes)
     if (mapped == MAP_FAILED)
         std::abort();
     m_Begin = static_cast<char *>(mapped) + m_PageBytes;
-    if (mprotect(m_Begin, m_Bytes, PROT_READ | PROT_WRITE) != 0)
+    // Emulators refuse to protect nothing.
+    if (m_Bytes != 0 && mprotect(m_Begin, m_Bytes, PROT_READ | PROT_WRITE) != 0)
         std::abort();
     Fill();
 }
