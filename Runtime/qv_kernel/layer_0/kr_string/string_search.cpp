@@ -12,6 +12,9 @@ namespace Quorvane
 namespace
 {
 
+// Texts below this length are left to the platform's search, which needs no preparation.
+constexpr u32 kShortText = 256;
+
 CGuid IndexOf(const char *found, const char *data)
 {
     return found != nullptr ? CGuid(checked_numcast<u32>(found - data)) : CGuid::INVALID;
@@ -38,6 +41,8 @@ CGuid CString::FindNextOf(const char *str, u32 start) const
     if (data == nullptr)
         return CGuid::INVALID;
     const char *from = data + start;
+    if (Length() - start < kShortText)
+        return IndexOf(std::strstr(from, str), data);
     const char *found = SNativeStringUtils::Find(from, Length() - start, str, SNativeStringUtils::Length(str));
     // What stands behind an embedded terminator is not found.
     const bool visible = found != nullptr && std::memchr(from, '\0', static_cast<std::size_t>(found - from)) == nullptr;
