@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <clocale>
 #include <cstdio>
 #include <cstring>
 #include <functional>
@@ -190,6 +191,36 @@ TEST(StringThreadsLast, AnyThreadMayDropTheLastHandle)
         for (std::thread &holder : holders)
             holder.join();
         EXPECT_TRUE(right);
+    }
+}
+
+// The first to format leaves the process in the "C" locale, and frees the name of the one before while others may ask
+// for it.
+TEST(StringThreadsLast, FormatLeavesAnotherLocaleFromEveryThread)
+{
+    for (int round = 0; round < 200; ++round)
+    {
+        // A name of several parts, which is not constant.
+        std::setlocale(LC_ALL, "C.UTF-8");
+        std::setlocale(LC_NUMERIC, "C");
+        std::atomic<int> ready = {0};
+        std::atomic<int> faults = {0};
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 4; ++i)
+        {
+            threads.emplace_back(
+                [&]
+                {
+                    for (++ready; ready < 4;)
+                        std::this_thread::yield();
+                    if (!Is(CString::Format("%.1f", 2.5), "2.5"))
+                        ++faults;
+                });
+        }
+        for (std::thread &thread : threads)
+            thread.join();
+        ASSERT_EQ(faults, 0);
+        ASSERT_STREQ(std::setlocale(LC_ALL, nullptr), "C");
     }
 }
 

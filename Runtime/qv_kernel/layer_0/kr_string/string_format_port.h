@@ -1,11 +1,13 @@
 // Formatting in the "C" locale: what it takes on this platform.
 #pragma once
 
+#include <atomic>
 #include <clocale>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
+#include <mutex>
 
 #if !defined(_WIN32)
 #include <locale.h>
@@ -19,15 +21,36 @@
 namespace Quorvane::Internal
 {
 
-// Puts the process into the "C" locale. Asks first: a change races with every thread that formats at that moment.
+// The name that this library gave the "C" locale last, null before. There it lies in constant memory, so that the
+// pointer alone tells it from every other name; elsewhere nothing is remembered.
+inline std::atomic<const char *> g_NameOfCLocale = {nullptr};
+
+// One thread at a time asks for the name of the locale and changes it: a change frees the name before.
+QV_INTERNAL_CONSTINIT QV_INTERNAL_NO_DESTROY inline std::mutex g_LocaleLock;
+
+inline void EnterCLocaleSlowly()
+{
+    const std::lock_guard<std::mutex> guard(g_LocaleLock);
+    const char *current = std::setlocale(LC_ALL, nullptr);
+    // Asks first: a change races with every thread that formats by itself at that moment.
+    if (current == nullptr || std::strcmp(current, "C") != 0)
+    {
+        // The name returned is that of the locale now in force, so the second call keeps the process in "C".
+        const char *kept = std::setlocale(LC_ALL, "C");
+        current = std::setlocale(LC_ALL, kept);
+    }
+#if defined(__GLIBC__)
+    // Relaxed: the name is compared, never read.
+    g_NameOfCLocale.store(current, std::memory_order_relaxed);
+#endif
+}
+
+// Puts the process into the "C" locale.
 inline void EnterCLocale()
 {
-    const char *current = std::setlocale(LC_ALL, nullptr);
-    if (current != nullptr && std::strcmp(current, "C") == 0)
-        return;
-    // The name returned is that of the locale now in force, so the second call keeps the process in "C".
-    const char *kept = std::setlocale(LC_ALL, "C");
-    std::setlocale(LC_ALL, kept);
+    const char *known = g_NameOfCLocale.load(std::memory_order_relaxed);
+    if (known == nullptr || std::setlocale(LC_ALL, nullptr) != known)
+        EnterCLocaleSlowly();
 }
 
 // vsnprintf in the process' locale, "C", also where the calling thread has a locale of its own.
