@@ -165,12 +165,15 @@ using SBlockOfMachine = Quorvane::Internal::SBlockSse2;
 using SBlockOfMachine = Quorvane::Internal::SBlockNeon;
 #endif
 
-#if QV_BUFFER_HAS_SSE2 || QV_BUFFER_HAS_NEON
+#if QV_SIMD_HAS_WIDE
 using CBlockForms = ::testing::Types<SBlockPortable, SBlockOfMachine>;
 using CHelperForms = ::testing::Types<SPublicForm, SWideForm, TFormOf<SBlockPortable>, TFormOf<SBlockOfMachine>>;
+#elif QV_BUFFER_HAS_SSE2 || QV_BUFFER_HAS_NEON
+using CBlockForms = ::testing::Types<SBlockPortable, SBlockOfMachine>;
+using CHelperForms = ::testing::Types<SPublicForm, TFormOf<SBlockPortable>, TFormOf<SBlockOfMachine>>;
 #else
 using CBlockForms = ::testing::Types<SBlockPortable>;
-using CHelperForms = ::testing::Types<SPublicForm, SWideForm, TFormOf<SBlockPortable>>;
+using CHelperForms = ::testing::Types<SPublicForm, TFormOf<SBlockPortable>>;
 #endif
 
 // What a form is called in the tests' names.
