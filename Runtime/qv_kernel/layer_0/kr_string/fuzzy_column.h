@@ -65,6 +65,23 @@ inline u32 DistanceOfStrip(const TFuzzyMasks<1> &masks, u32 bitsLength, EFuzzyBi
     return boundary.m_Top + SumOfColumn(column.m_Plus, column.m_Minus, bitsLength);
 }
 
+// The distance with at most two strips of bits, which hold the rows: no difference comes from above.
+inline u32 DistanceOfTwoStrips(const TFuzzyMasks<2> &masks, u32 rows, const char *text, u32 textLength)
+{
+    const SFuzzyBoundary boundary = FuzzyBoundary(FuzzyBits_Rows, textLength);
+    const TFuzzyStep<u64> above = {0, 0};
+    TFuzzyColumn<u64> upper = {boundary.m_Plus, 0};
+    TFuzzyColumn<u64> lower = {~0ull, 0};
+    for (u32 i = 0; i < textLength; ++i)
+    {
+        const u64(&match)[2] = masks.m_Rows[static_cast<u8>(text[i])];
+        AdvanceColumn(lower, match[1], LowestOf(AdvanceColumn(upper, match[0], above)));
+    }
+    const u32 upperRows = QVMin(rows, kStripRows);
+    return boundary.m_Top + SumOfColumn(upper.m_Plus, upper.m_Minus, upperRows) +
+           SumOfColumn(lower.m_Plus, lower.m_Minus, rows - upperRows);
+}
+
 // Advances two strips, with the first differences `plus` in the first one, along the whole text: reads the differences
 // above them from `carries`, and leaves those of their bottom row there.
 // Returns: what the differences down the first `rows` rows of the last column come to, modulo 2^32.

@@ -105,6 +105,19 @@ u32 DistanceOfWord(const CStringView &rows, const CStringView &columns)
     return DistanceOfStrip(masks, rows.Length(), FuzzyBits_Rows, columns.Data(), columns.Length());
 }
 
+// Rows that two tables serve.
+u32 DistanceOfPair(const CStringView &rows, const CStringView &columns)
+{
+    TFuzzyMasks<2> masks;
+    masks.Clear();
+    masks.Add(rows.Data(), rows.Length());
+#if QV_SIMD_HAS_WIDE
+    if (HasWideInstructions())
+        return Wide::DistanceOfTwoStrips(masks, rows.Length(), columns.Data(), columns.Length());
+#endif
+    return DistanceOfTwoStrips(masks, rows.Length(), columns.Data(), columns.Length());
+}
+
 // Advances as many of the rows from `start` on as are best taken at once. `start` is moved behind them.
 // Returns: what the differences down them in the last column come to.
 u32 AdvanceSomeStrips(const CStringView &rows, u32 &start, const CStringView &columns, FuzzyCarry *carries)
@@ -132,13 +145,15 @@ u32 AdvanceSomeStrips(const CStringView &rows, u32 &start, const CStringView &co
     return AdvanceTwoStrips(masks, taken, plus, columns.Data(), columns.Length(), carries);
 }
 
-// The distance of rows to columns, both not empty; `carries` is not used when the rows fit one word.
+// The distance of rows to columns, both not empty; `carries` is not used when the rows fit two words.
 u32 DistanceOnce(const CStringView &rows, const CStringView &columns, FuzzyCarry *carries)
 {
     if (IsShort(rows, columns))
         return DistanceOfShort(rows, columns);
     if (rows.Length() <= kStripRows)
         return DistanceOfWord(rows, columns);
+    if (rows.Length() <= kPairRows)
+        return DistanceOfPair(rows, columns);
     const SFuzzyBoundary boundary = FuzzyBoundary(FuzzyBits_Rows, columns.Length());
     BeginCarries(boundary, carries, columns.Length());
     u32 distance = boundary.m_Top;
