@@ -610,7 +610,14 @@ private:
     // What an edit asks before it decides between writing in place and building anew.
     bool _IsUniqueAndResizable() const;
 
-    void _MakeUnique();
+    // A private copy of a container that is shared.
+    void _MakeUnique()
+    {
+        const CStringContainer *container = m_Container.Get();
+        if (QV_INTERNAL_UNLIKELY(container != nullptr && container->RefCount() > 1))
+            _MakeCopy();
+    }
+    void _MakeCopy();
     char &_CharacterForWriting(u32 index);
 
     bool _IsLess(const CString &other) const;
@@ -845,11 +852,18 @@ inline T DifferenceOf(const char *a, const char *b)
     return static_cast<T>(valueA ^ valueB);
 }
 
+// Equality of many characters, more than 32.
+bool EqualManyCharacters(const char *a, const char *b, u32 length);
+
 // Equality of `length` characters. Few of them are compared as two values that overlap in the middle.
 inline bool EqualCharacters(const char *a, const char *b, u32 length)
 {
+    if (length > 4 * sizeof(u64))
+        return EqualManyCharacters(a, b, length);
     if (length > 2 * sizeof(u64))
-        return std::memcmp(a, b, length) == 0;
+        return (DifferenceOf<u64>(a, b) | DifferenceOf<u64>(a + 8, b + 8) |
+                DifferenceOf<u64>(a + length - 16, b + length - 16) |
+                DifferenceOf<u64>(a + length - 8, b + length - 8)) == 0;
     if (length >= sizeof(u64))
         return (DifferenceOf<u64>(a, b) | DifferenceOf<u64>(a + length - 8, b + length - 8)) == 0;
     if (length >= sizeof(u32))
@@ -881,8 +895,12 @@ inline bool CString::operator<(const CString &other) const
     const char *dataB = CStringContainer::SafeData(b);
     if (QV_INTERNAL_UNLIKELY(dataA == nullptr || dataB == nullptr))
         return _IsLess(other);
-    // The terminator takes part; a shorter text on the other side is readable to the end of its last block.
-    return std::memcmp(dataA, dataB, QVMin(a->Length() + 1, CStringContainer::_PaddedLength(b->Length()))) < 0;
+    const u32 lengthA = a->Length();
+    const u32 lengthB = b->Length();
+    const int order = std::memcmp(dataA, dataB, QVMin(lengthA, lengthB));
+    if (QV_INTERNAL_UNLIKELY(order == 0))
+        return lengthA < lengthB && dataB[lengthA] != '\0'; // the terminator takes part, and nothing is less than it
+    return order < 0;
 }
 
 inline bool CString::operator>(const CString &other) const
@@ -893,10 +911,36 @@ inline bool CString::operator>(const CString &other) const
     const char *dataB = CStringContainer::SafeData(b);
     if (QV_INTERNAL_UNLIKELY(dataA == nullptr || dataB == nullptr))
         return _IsGreater(other);
-    const u32 wanted = a->Length() + 1;
-    const u32 common = QVMin(wanted, CStringContainer::_PaddedLength(b->Length()));
-    const int order = std::memcmp(dataA, dataB, common);
-    return order > 0 || (order == 0 && common < wanted);
+    const u32 lengthA = a->Length();
+    const u32 lengthB = b->Length();
+    const int order = std::memcmp(dataA, dataB, QVMin(lengthA, lengthB));
+    if (order != 0 || lengthA <= lengthB)
+        return order > 0;
+    // The terminator takes part, and a shorter text is zero to the end of its last block: a longer one is greater as
+    // soon as it has a character there, or goes on behind it.
+    const u32 padded = CStringContainer::_PaddedLength(lengthB);
+    return lengthA >= padded || dataA[lengthB] != '\0' ||
+           std::memcmp(dataA + lengthB, dataB + lengthB, lengthA - lengthB) > 0;
+}
+
+inline char *CString::RawDataForWriting() QV_INTERNAL_LIFETIMEBOUND
+{
+    _MakeUnique();
+    CStringContainer *container = m_Container.Get();
+    return container != nullptr ? container->Data() : nullptr;
+}
+
+inline CGuid CString::FindNextOf(char character, u32 start) const
+{
+    const u32 length = Length();
+    if (start >= length)
+        return CGuid::INVALID;
+    const char *data = Data();
+    QV_ASSERT(data != null);
+    if (data == nullptr)
+        return CGuid::INVALID;
+    const void *found = std::memchr(data + start, character, length - start);
+    return found != nullptr ? CGuid(static_cast<u32>(static_cast<const char *>(found) - data)) : CGuid::INVALID;
 }
 
 inline const char &CString::At(u32 index) const QV_INTERNAL_LIFETIMEBOUND
@@ -929,60 +973,62 @@ inline const char &CString::Last() const QV_INTERNAL_LIFETIMEBOUND
 namespace Internal
 {
 
-// Cuts a text at separators that are marked for 64 characters at a time, and appends the pieces that are not empty.
-class CMarkedSplit
+// Cuts a text at the characters for which a predicate is true, and appends the pieces that are not empty. It asks about
+// each character once; everything else is done without the predicate, a stretch of the text at a time.
+//
+//     while (split.Next(character))
+//         split.Answer(character, isSeparator(character));
+//     return !split.Failed();
+class CPredicateSplit
 {
 public:
-    static constexpr u32 kMarked = 64;
+    // Borrows the characters, of which there is one at least, and the array.
+    CPredicateSplit(const char *data, u32 length, TArray<CString> &outPieces);
 
-    // Borrows the characters, and the array.
-    CMarkedSplit(const char *data, u32 length, TArray<CString> &outPieces);
+    // The next character to ask about. Returns: false when there is none; then all pieces are stored, or one failed.
+    bool Next(char &outCharacter);
+    void Answer(char character, bool isSeparator)
+    {
+        m_IsUnknown[static_cast<u8>(character)] = 0;
+        m_IsSeparator[static_cast<u8>(character)] = isSeparator ? 1 : 0;
+    }
 
-    // `marks` has a bit set for each separator among the characters from `at` on, the lowest for the first.
-    // Returns: false when a piece could not be stored.
-    bool Cut(u64 marks, u32 at);
-
-    // Appends what stands behind the last separator.
-    bool Finish() { return m_First >= m_Length || _Append(m_Length); }
+    // Whether a piece could not be stored.
+    bool Failed() const { return m_Failed; }
 
 private:
-    bool _Append(u32 end);
+    bool _FindUnknown(u32 end);
+    bool _CutUpTo(u32 end);
+    bool _Finish();
 
     const char *m_Data;
     u32 m_Length;
-    u32 m_First; // where the next piece begins
+    u32 m_Known = 0; // up to here all characters were asked about
+    u32 m_Cut = 0;   // up to here all separators are behind us
+    u32 m_First = 0; // where the piece begins that no separator has ended yet, if there is one
+    bool m_InPiece = false;
     bool m_HoldsTerminator;
+    bool m_Failed = false;
+    u64 m_AfterSeparator = 1; // whether a separator, or nothing, stands in front of what is left: 1 or 0
     TArray<CString> &m_Pieces;
+    // By character, 0 or 1.
+    u8 m_IsUnknown[256];
+    u8 m_IsSeparator[256];
 };
 
 } // namespace Internal
 
-// The answers are gathered first: where the pieces end is then no question to the branch predictor.
 template <typename Predicate, typename>
 bool CString::Split(Predicate &&isSeparator, TArray<CString> &outPieces) const
 {
     if (Empty())
         return true;
     // Nothing below looks at this handle again: it may lie in the array, which moves its elements when it grows.
-    const char *const data = Data();
-    const u32 length = Length();
-    Internal::CMarkedSplit split(data, length, outPieces);
-    u8 answers[256] = {}; // by character: 0 where it was not asked about yet, else 1 more than the answer
-    for (u32 at = 0; at < length; at += Internal::CMarkedSplit::kMarked)
-    {
-        const u32 count = QVMin(length - at, Internal::CMarkedSplit::kMarked);
-        u64 marks = 0;
-        for (u32 i = 0; i < count; ++i)
-        {
-            u8 &answer = answers[static_cast<u8>(data[at + i])];
-            if (QV_INTERNAL_UNLIKELY(answer == 0))
-                answer = isSeparator(data[at + i]) ? 2 : 1;
-            marks |= static_cast<u64>(answer >> 1) << i;
-        }
-        if (!split.Cut(marks, at))
-            return false;
-    }
-    return split.Finish();
+    Internal::CPredicateSplit split(Data(), Length(), outPieces);
+    char character;
+    while (split.Next(character))
+        split.Answer(character, isSeparator(character));
+    return !split.Failed();
 }
 
 inline CStringView::CStringView(const CString &string QV_INTERNAL_LIFETIMEBOUND)

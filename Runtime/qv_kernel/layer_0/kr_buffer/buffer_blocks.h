@@ -93,6 +93,19 @@ inline u32 TrailingZeroBits(u64 value)
 #endif
 }
 
+// The index of the highest bit that is set. Requires: a value other than 0.
+inline u32 HighestSetBit(u64 value)
+{
+#if defined(_MSC_VER) && !defined(__clang__)
+    u32 index = 63;
+    while ((value >> index & 1) == 0)
+        --index;
+    return index;
+#else
+    return 63 - static_cast<u32>(__builtin_clzll(value));
+#endif
+}
+
 // The portable form: two words, whose bytes are worked side by side so that no carry passes from one to the next.
 struct SBlockPortable
 {
@@ -152,6 +165,18 @@ struct SBlockPortable
     static SBlockPortable EqualBytes(const SBlockPortable &a, const SBlockPortable &b)
     {
         return {{_EqualBytes(a.m_Words[0], b.m_Words[0]), _EqualBytes(a.m_Words[1], b.m_Words[1])}};
+    }
+
+    // The lesser one of each two bytes.
+    static SBlockPortable LesserBytes(const SBlockPortable &a, const SBlockPortable &b)
+    {
+        u8 bytesA[kBytes];
+        u8 bytesB[kBytes];
+        a.StorePadded(bytesA);
+        b.StorePadded(bytesB);
+        for (u32 i = 0; i < kBytes; ++i)
+            bytesA[i] = QVMin(bytesA[i], bytesB[i]);
+        return Padded(bytesA);
     }
 
     // The mask of the bytes from `first` to `last`, two ASCII characters in this order.
@@ -297,6 +322,10 @@ struct SBlockSse2
     {
         return {_mm_cmpeq_epi8(a.m_Bytes, b.m_Bytes)};
     }
+    static SBlockSse2 LesserBytes(const SBlockSse2 &a, const SBlockSse2 &b)
+    {
+        return {_mm_min_epu8(a.m_Bytes, b.m_Bytes)};
+    }
     SBlockSse2 BetweenAscii(char first, char last) const
     {
         // Comparisons are signed: the range is moved down to where the signed bytes begin.
@@ -389,6 +418,7 @@ struct SBlockNeon
     }
 
     static SBlockNeon EqualBytes(const SBlockNeon &a, const SBlockNeon &b) { return {vceqq_u8(a.m_Bytes, b.m_Bytes)}; }
+    static SBlockNeon LesserBytes(const SBlockNeon &a, const SBlockNeon &b) { return {vminq_u8(a.m_Bytes, b.m_Bytes)}; }
     SBlockNeon BetweenAscii(char first, char last) const
     {
         // What lies below the range wraps to far above it.

@@ -59,6 +59,10 @@ struct SBlockAvx2
     {
         return {_mm256_cmpeq_epi8(a.m_Bytes, b.m_Bytes)};
     }
+    static SBlockAvx2 LesserBytes(const SBlockAvx2 &a, const SBlockAvx2 &b)
+    {
+        return {_mm256_min_epu8(a.m_Bytes, b.m_Bytes)};
+    }
     SBlockAvx2 BetweenAscii(char first, char last) const
     {
         const __m256i moved = _mm256_sub_epi8(m_Bytes, _mm256_set1_epi8(static_cast<char>(first - 128)));
@@ -69,7 +73,7 @@ struct SBlockAvx2
     {
         const __m256i backwards = _mm256_broadcastsi128_si256(
             _mm_setr_epi8(0xF, 0xE, 0xD, 0xC, 0xB, 0xA, 0x9, 0x8, 0x7, 0x6, 0x5, 0x4, 0x3, 0x2, 0x1, 0x0));
-        return {_mm256_permute4x64_epi64(_mm256_shuffle_epi8(m_Bytes, backwards), kSwapHalves)};
+        return {_mm256_shuffle_epi8(_mm256_permute2x128_si256(m_Bytes, m_Bytes, 1), backwards)};
     }
 
     static bool Same(const SBlockAvx2 &a, const SBlockAvx2 &b)

@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "buffer_find.h"
 #include "buffer_find_port.h"
 #include "buffer_search.h"
 #include "buffer_text.h"
@@ -76,14 +77,24 @@ SPairFound FindPair(const char *data, u32 length, const SNeedle &needle)
 {
     if (Internal::WideIsWorthwhile(length))
         return Internal::Wide::FindPair(Bytes(data), length, needle);
-    return Internal::TPairSearch<SBlock, Internal::SExactBytes>(Bytes(data), length, needle).Find();
+    using CSearch = Internal::TPairSearch<SBlock, Internal::SExactBytes, Internal::End_Counted>;
+    return CSearch(Bytes(data), length, needle).Find();
+}
+
+SPairFound FindPairTerminated(const char *data, u32 length, const SNeedle &needle)
+{
+    if (Internal::WideIsWorthwhile(length))
+        return Internal::Wide::FindPairTerminated(Bytes(data), length, needle);
+    using CSearch = Internal::TPairSearch<SBlock, Internal::SExactBytes, Internal::End_Terminated>;
+    return CSearch(Bytes(data), length, needle).Find();
 }
 
 SPairFound FindPairCase(const char *data, u32 length, const SNeedle &needle)
 {
     if (Internal::WideIsWorthwhile(length))
         return Internal::Wide::FindPairCase(Bytes(data), length, needle);
-    return Internal::TPairSearch<SBlock, Internal::SLowerCaseBytes>(Bytes(data), length, needle).Find();
+    using CSearch = Internal::TPairSearch<SBlock, Internal::SLowerCaseBytes, Internal::End_Counted>;
+    return CSearch(Bytes(data), length, needle).Find();
 }
 
 // The search whose cost is linear for every text. Preparing it reads the whole needle.
@@ -132,7 +143,33 @@ const char *SNativeStringUtils::FindCase(const char *data, u32 length, const cha
 
 const char *SNativeStringUtils::FindLast(const char *data, u32 length, char character)
 {
-    return length != 0 ? Internal::PortFindLast(data, length, character) : nullptr;
+    if (length == 0)
+        return nullptr;
+    if (!Internal::WideIsWorthwhile(length))
+        return Internal::PortFindLast(data, length, character);
+    const u32 last = Internal::Wide::LastOfByte(Bytes(data), length, static_cast<u8>(character));
+    return last != length ? data + last : nullptr;
 }
+
+namespace Internal
+{
+
+const char *FindInTerminated(const char *text, u32 length, const char *needle)
+{
+    if (length < kLongText)
+        return std::strstr(text, needle);
+    const u32 needleLength = SNativeStringUtils::Length(needle);
+    if (needleLength <= 1)
+        return needleLength == 0 ? text : std::strchr(text, *needle);
+    if (needleLength > length)
+        return nullptr;
+    const SPairFound found = FindPairTerminated(text, length, NeedleFor(length, needle, needleLength));
+    // No terminator stands before the place of giving up.
+    if (found.m_Outcome == PairFound_GaveUp)
+        return std::strstr(text + found.m_Place, needle);
+    return found.m_Outcome == PairFound_Here ? text + found.m_Place : nullptr;
+}
+
+} // namespace Internal
 
 } // namespace Quorvane

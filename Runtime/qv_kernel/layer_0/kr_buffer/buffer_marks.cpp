@@ -97,7 +97,8 @@ u32 MarkListed(u64 *marks, const char *text, u32 count, const u8 *table)
     return MarkWords(marks, count, mask);
 }
 
-// Writes kIndexSlack indices at a time, whether a word has as many or not, and goes on by those that it has.
+// Writes kIndexSlack indices at a time, whether a word has as many or not, none at all even, and goes on by those that
+// it has: most words of sparse marks have none or one, which is what processors cannot guess.
 u32 ListMarks(u16 *indices, const u64 *marks, u32 count)
 {
     u32 listed = 0;
@@ -105,9 +106,13 @@ u32 ListMarks(u16 *indices, const u64 *marks, u32 count)
     {
         u64 word = marks[at / kMarksPerWord];
         const u32 end = listed + static_cast<u32>(_mm_popcnt_u64(word));
-        for (u32 to = listed; to < end; to += kIndexSlack)
+        u32 to = listed;
+        do
+        {
             for (u32 i = 0; i < kIndexSlack; ++i, word = _blsr_u64(word))
                 indices[to + i] = static_cast<u16>(at + static_cast<u32>(_tzcnt_u64(word)));
+            to += kIndexSlack;
+        } while (QV_INTERNAL_UNLIKELY(to < end));
         listed = end;
     }
     return listed;

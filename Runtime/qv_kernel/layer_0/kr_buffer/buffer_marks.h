@@ -54,6 +54,21 @@ inline bool WalkMarks(const u64 *marks, u32 count, const OnMark &onMark)
     return true;
 }
 
+// The marks' gaps, the runs of unmarked characters: marks where each begins, and where each ends, which is at a mark.
+// `before` tells whether the character in front of the first one is marked, 1 or 0, and then the same of the last one.
+// A gap at the front began earlier where that is 0; behind the last character one may seem to begin.
+inline void MarkGaps(const u64 *marks, u32 count, u64 &before, u64 *begins, u64 *ends)
+{
+    for (u32 at = 0; at < count; at += kMarksPerWord)
+    {
+        const u64 marked = marks[at / kMarksPerWord];
+        const u64 behindMarked = marked << 1 | before;
+        begins[at / kMarksPerWord] = behindMarked & ~marked;
+        ends[at / kMarksPerWord] = marked & ~behindMarked;
+        before = marked >> (QVMin(count - at, kMarksPerWord) - 1) & 1;
+    }
+}
+
 // The bytes of a mask as 16 bits, byte 0 lowest.
 
 inline u32 BitsOf(const SBlockPortable &mask)

@@ -18,6 +18,11 @@ namespace Kernels
 
 } // namespace Kernels
 
+bool Equal(const u8 *a, const u8 *b, u32 length)
+{
+    return Kernels::EqualInCounted<SBlockAvx2>(a, b, length);
+}
+
 u32 FirstDifferenceCase(const u8 *a, const u8 *b, u32 length)
 {
     return Kernels::FirstDifferenceInCounted<SBlockAvx2, Kernels::SLowerCaseBytes>(a, b, length);
@@ -65,12 +70,23 @@ bool AnyBetweenAscii(const u8 *text, u32 length, char first, char last)
 
 SPairFound FindPair(const u8 *text, u32 length, const SNeedle &needle)
 {
-    return Kernels::TPairSearch<SBlockAvx2, Kernels::SExactBytes>(text, length, needle).Find();
+    return Kernels::TPairSearch<SBlockAvx2, Kernels::SExactBytes, Kernels::End_Counted>(text, length, needle).Find();
+}
+
+SPairFound FindPairTerminated(const u8 *text, u32 length, const SNeedle &needle)
+{
+    return Kernels::TPairSearch<SBlockAvx2, Kernels::SExactBytes, Kernels::End_Terminated>(text, length, needle).Find();
 }
 
 SPairFound FindPairCase(const u8 *text, u32 length, const SNeedle &needle)
 {
-    return Kernels::TPairSearch<SBlockAvx2, Kernels::SLowerCaseBytes>(text, length, needle).Find();
+    return Kernels::TPairSearch<SBlockAvx2, Kernels::SLowerCaseBytes, Kernels::End_Counted>(text, length, needle)
+        .Find();
+}
+
+u32 LastOfByte(const u8 *text, u32 length, u8 byte)
+{
+    return Kernels::LastOfByte<SBlockAvx2>(text, length, byte);
 }
 
 } // namespace Quorvane::Internal::Wide

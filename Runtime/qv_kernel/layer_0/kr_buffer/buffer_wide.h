@@ -27,7 +27,8 @@ inline bool WideIsWorthwhile(u32 length)
 namespace Wide
 {
 
-// Of two counted texts that both have `length` bytes; both may be read to their ends.
+// Of two counted texts that both have `length` bytes; both may be read to their ends. Equal takes 32 bytes at least.
+bool Equal(const u8 *a, const u8 *b, u32 length);
 u32 FirstDifferenceCase(const u8 *a, const u8 *b, u32 length);
 
 // Of containers' characters.
@@ -42,7 +43,10 @@ void ReverseBytes(u8 *data, u32 length);
 // Of counted texts.
 bool AnyBetweenAscii(const u8 *text, u32 length, char first, char last);
 SPairFound FindPair(const u8 *text, u32 length, const SNeedle &needle);
+SPairFound FindPairTerminated(const u8 *text, u32 length, const SNeedle &needle);
 SPairFound FindPairCase(const u8 *text, u32 length, const SNeedle &needle);
+// Takes 32 bytes at least.
+u32 LastOfByte(const u8 *text, u32 length, u8 byte);
 
 } // namespace Wide
 
@@ -52,6 +56,10 @@ SPairFound FindPairCase(const u8 *text, u32 length, const SNeedle &needle);
 namespace Wide
 {
 
+inline bool Equal(const u8 *, const u8 *, u32)
+{
+    return false;
+}
 inline u32 FirstDifferenceCase(const u8 *, const u8 *, u32 length)
 {
     return length;
@@ -77,9 +85,17 @@ inline SPairFound FindPair(const u8 *, u32, const SNeedle &)
 {
     return {PairFound_Nowhere, 0};
 }
+inline SPairFound FindPairTerminated(const u8 *, u32, const SNeedle &)
+{
+    return {PairFound_Nowhere, 0};
+}
 inline SPairFound FindPairCase(const u8 *, u32, const SNeedle &)
 {
     return {PairFound_Nowhere, 0};
+}
+inline u32 LastOfByte(const u8 *, u32 length, u8)
+{
+    return length;
 }
 
 } // namespace Wide

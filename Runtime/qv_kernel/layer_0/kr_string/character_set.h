@@ -12,23 +12,38 @@ public:
     // The characters of a terminated text; null is the empty set. The terminator is never in it.
     explicit CCharacterSet(const char *characters)
     {
-        // The blanks and most of the separators belong to the first word, which is gathered in a register: through
-        // memory, each character would wait for the one before.
+        if (characters == nullptr)
+            return;
+        // The blanks and most of the separators belong to the first word: taken for a set of such to begin with, which
+        // is gathered in registers.
         u64 first = 0;
-        for (; characters != nullptr && *characters != '\0'; ++characters)
+        u32 all = 0;
+        for (const char *cur = characters; *cur != '\0'; ++cur)
         {
-            if (QV_INTERNAL_LIKELY(_Word(*characters) == 0))
-                first |= _Bit(*characters);
-            else
-                m_Words[_Word(*characters)] |= _Bit(*characters);
+            first |= _Bit(*cur);
+            all |= static_cast<u8>(*cur);
         }
-        m_Words[0] = first;
+        if (QV_INTERNAL_LIKELY(all < 64))
+            m_Words[0] = first;
+        else
+            _GatherAll(characters);
     }
     explicit CCharacterSet(char character) { m_Words[_Word(character)] |= _Bit(character); }
 
-    bool Contains(char character) const { return (m_Words[_Word(character)] & _Bit(character)) != 0; }
+    // The first word's characters are asked for by a constant index, so that the word stays in a register.
+    bool Contains(char character) const
+    {
+        const u64 word = QV_INTERNAL_LIKELY(_Word(character) == 0) ? m_Words[0] : m_Words[_Word(character)];
+        return (word & _Bit(character)) != 0;
+    }
 
 private:
+    void _GatherAll(const char *characters)
+    {
+        for (; *characters != '\0'; ++characters)
+            m_Words[_Word(*characters)] |= _Bit(*characters);
+    }
+
     static u32 _Word(char character) { return static_cast<u8>(character) >> 6; }
     static u64 _Bit(char character) { return 1ull << (static_cast<u8>(character) & 63); }
 

@@ -1,8 +1,7 @@
 // Casing: conversion in place and as copies, and the questions about it.
 #include "kr_string.h"
 
-#include "../kr_buffer/buffer_kernels.h"
-#include "../kr_buffer/buffer_wide.h"
+#include "../kr_buffer/buffer_edit.h"
 
 namespace Quorvane
 {
@@ -73,9 +72,7 @@ CString &CString::ConformTo(ECasingType casing)
 {
     if (Empty())
         return *this;
-    // Asked here as well: most strings are not shared, and short ones would feel the call.
-    if (m_Container->RefCount() > 1)
-        _MakeUnique();
+    _MakeUnique();
     if (!IsConversion(casing))
         return *this;
     CStringContainer *container = m_Container.Get();
@@ -83,9 +80,9 @@ CString &CString::ConformTo(ECasingType casing)
     if (container == nullptr)
         return *this;
     if (casing == CasingType_Lowercase)
-        SNativeStringUtils::Lowercase_16(container->Data(), container->Length());
+        Internal::LowerCharacters(container->Data(), container->Length());
     else
-        SNativeStringUtils::Uppercase_16(container->Data(), container->Length());
+        Internal::RaiseCharacters(container->Data(), container->Length());
     return *this;
 }
 

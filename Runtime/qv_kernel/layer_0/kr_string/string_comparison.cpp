@@ -50,7 +50,7 @@ bool EqualCharacters(const char *a, const char *b, u32 length, ECaseSensitivity 
     if (caseSensitivity != CaseSensitive)
         return length <= kShortText ? EqualShort<SLowerCaseBytes>(a, b, length)
                                     : SNativeStringUtils::EqualCase_16(a, b, length);
-    return length <= kShortText ? EqualShort<SExactBytes>(a, b, length) : std::memcmp(a, b, length) == 0;
+    return length <= kShortText ? EqualShort<SExactBytes>(a, b, length) : Internal::EqualManyCharacters(a, b, length);
 }
 
 s32 OrderOfLong(const char *a, const char *b, u32 length, ECaseSensitivity caseSensitivity)
@@ -119,6 +119,16 @@ QV_INTERNAL_COLD s32 OrderWithoutCharacters(const char *data, const char *otherD
 }
 
 } // namespace
+
+namespace Internal
+{
+
+bool EqualManyCharacters(const char *a, const char *b, u32 length)
+{
+    return WideIsWorthwhile(length) ? Wide::Equal(Bytes(a), Bytes(b), length) : std::memcmp(a, b, length) == 0;
+}
+
+} // namespace Internal
 
 bool CString::Compare(const char *other, ECaseSensitivity caseSensitivity) const
 {

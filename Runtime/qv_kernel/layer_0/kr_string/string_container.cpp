@@ -30,6 +30,29 @@ void ZeroTail(char *characters, u32 length)
     (SBlock::Padded(lastBlock) & SBlock::FirstBytes(length - Internal::LastBlockStart(length))).StorePadded(lastBlock);
 }
 
+// Zeroes one character or more; up to 16 of them in two stores that may overlap.
+void ZeroCharacters(char *characters, u32 count)
+{
+    if (count > 16)
+        std::memset(characters, 0, count);
+    else if (count >= 8)
+    {
+        std::memset(characters, 0, 8);
+        std::memset(characters + count - 8, 0, 8);
+    }
+    else if (count >= 4)
+    {
+        std::memset(characters, 0, 4);
+        std::memset(characters + count - 4, 0, 4);
+    }
+    else
+    {
+        characters[0] = '\0';
+        characters[count / 2] = '\0';
+        characters[count - 1] = '\0';
+    }
+}
+
 void *AllocObject(u64 size, u32 alignment)
 {
     return Mem::Internal::AllocBlock(size, alignment, Mem::AllocType_Generic, Mem::Origin_New, QV_INTERNAL_MEM_SITE);
@@ -166,7 +189,7 @@ void CStringContainer::_InternalSetLength(u32 newLength)
         return;
     // Up to the old terminator, which is zero already; of a longer text, to the end of its last block.
     if (newLength < oldLength)
-        std::memset(data + newLength, 0, oldLength - newLength);
+        ZeroCharacters(data + newLength, oldLength - newLength);
     else
         ZeroTail(data, newLength);
     m_Length = newLength | (m_Length & kFlagsMask);

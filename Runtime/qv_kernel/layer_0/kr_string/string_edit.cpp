@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "../kr_buffer/buffer_edit.h"
 #include "character_set.h"
 #include "kr_mem_utils.h"
 #include "null_text.h"
@@ -19,7 +20,7 @@ CString &CString::Reverse()
     QV_ASSERT(data != null);
     QV_INTERNAL_ASSERT_ALIGNED_16(data);
     if (data != nullptr)
-        SNativeStringUtils::Reverse_16(data, container->Length());
+        Internal::ReverseCharacters(data, container->Length());
     return *this;
 }
 

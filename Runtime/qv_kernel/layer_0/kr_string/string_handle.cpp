@@ -27,19 +27,11 @@ ureg CString::MemoryFootprint() const
     return sizeof(*this) + (container != nullptr ? static_cast<ureg>(container->MemoryFootprint()) : 0);
 }
 
-void CString::_MakeUnique()
+void CString::_MakeCopy()
 {
     const CStringContainer *container = m_Container.Get();
-    if (CStringContainer::SafeData(container) == nullptr || container->RefCount() < 2)
-        return;
-    m_Container = CStringContainer::New(container->Data(), container->Length());
-}
-
-char *CString::RawDataForWriting()
-{
-    _MakeUnique();
-    CStringContainer *container = m_Container.Get();
-    return container != nullptr ? container->Data() : nullptr;
+    if (container->Data() != nullptr)
+        m_Container = CStringContainer::New(container->Data(), container->Length());
 }
 
 TMemoryView<char> CString::ViewForWriting()

@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "../kr_buffer/buffer_find.h"
 #include "character_set.h"
 #include "null_text.h"
 
@@ -12,25 +13,12 @@ namespace Quorvane
 namespace
 {
 
-// Texts below this length are left to the platform's search, which needs no preparation.
-constexpr u32 kShortText = 256;
-
 CGuid IndexOf(const char *found, const char *data)
 {
     return found != nullptr ? CGuid(checked_numcast<u32>(found - data)) : CGuid::INVALID;
 }
 
 } // namespace
-
-CGuid CString::FindNextOf(char character, u32 start) const
-{
-    const u32 length = Length();
-    if (start >= length)
-        return CGuid::INVALID;
-    const char *data = Data();
-    QV_ASSERT(data != null);
-    return CStringView(data, length).FindNextOf(character, start);
-}
 
 CGuid CString::FindNextOf(const char *str, u32 start) const
 {
@@ -40,13 +28,7 @@ CGuid CString::FindNextOf(const char *str, u32 start) const
     QV_INTERNAL_ASSERT_TEXT("m_Container != null && m_Container->Data() != null", data != nullptr);
     if (data == nullptr)
         return CGuid::INVALID;
-    const char *from = data + start;
-    if (Length() - start < kShortText)
-        return IndexOf(std::strstr(from, str), data);
-    const char *found = SNativeStringUtils::Find(from, Length() - start, str, SNativeStringUtils::Length(str));
-    // What stands behind an embedded terminator is not found.
-    const bool visible = found != nullptr && std::memchr(from, '\0', static_cast<std::size_t>(found - from)) == nullptr;
-    return visible ? IndexOf(found, data) : CGuid::INVALID;
+    return IndexOf(Internal::FindInTerminated(data + start, Length() - start, str), data);
 }
 
 CGuid CString::FindLastOf(char character) const
@@ -56,7 +38,7 @@ CGuid CString::FindLastOf(char character) const
         return CGuid::INVALID;
     const char *data = Data();
     QV_ASSERT(data != null);
-    return CStringView(data, length).FindLastOf(character);
+    return data != nullptr ? IndexOf(SNativeStringUtils::FindLast(data, length, character), data) : CGuid::INVALID;
 }
 
 bool CString::StartsWith(const char *other, ECaseSensitivity caseSensitivity) const

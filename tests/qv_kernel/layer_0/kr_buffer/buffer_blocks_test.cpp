@@ -186,6 +186,21 @@ TYPED_TEST(BufferBlocks, EqualBytesMarksEveryPairOfEqualValues)
     }
 }
 
+TYPED_TEST(BufferBlocks, LesserBytesTakesTheLesserOfEveryPairOfValues)
+{
+    for (u32 a = 0; a < 256; ++a)
+    {
+        for (u32 b = 0; b < 256; ++b)
+        {
+            const TypeParam lesser =
+                TypeParam::LesserBytes(TypeParam::Fill(static_cast<u8>(a)), TypeParam::Fill(static_cast<u8>(b)));
+            SBytes expected;
+            expected.fill(static_cast<u8>(QVMin(a, b)));
+            ASSERT_EQ(BytesOf(lesser), expected) << a << ", " << b;
+        }
+    }
+}
+
 TYPED_TEST(BufferBlocks, EqualBytesMarksOneByteWithoutItsNeighbours)
 {
     // Every value against 0 between every pair of neighbours, in every place.

@@ -8,8 +8,11 @@
 #include "edit_model.h"
 #include "every_locale.h"
 #include "every_text.h"
+#include "guarded_page.h"
 #include "guarded_text.h"
 #include "kr_buffer.h"
+#include "kr_buffer/buffer_find.h"
+#include "kr_simd/simd_wide.h"
 
 namespace
 {
@@ -301,3 +304,81 @@ TEST(BufferFind, FindLastFindsTerminatorsAndHighBytesAndNothingBehindTheEnd)
 }
 
 } // namespace
+
+namespace
+{
+
+// As `strstr` has it.
+size_t PlaceInTerminated(const char *text, const char *needle)
+{
+    const char *const found = std::strstr(text, needle);
+    return found != nullptr ? static_cast<size_t>(found - text) : std::string::npos;
+}
+
+size_t FoundInTerminated(const char *text, size_t length, const char *needle)
+{
+    const char *const found = Internal::FindInTerminated(text, static_cast<u32>(length), needle);
+    return found != nullptr ? static_cast<size_t>(found - text) : std::string::npos;
+}
+
+} // namespace
+
+TEST(BufferFind, ATerminatedTextIsSearchedUpToItsFirstTerminatorInBothForms)
+{
+    const CGuardedPage page;
+    for (const bool wide : {false, true})
+    {
+        Internal::AllowWideInstructions(wide);
+        // A needle of rare characters, one of frequent ones, and single ones.
+        for (const std::string needle : {"zebra", "text", "a longer needle that holds an X somewhere in it", "z", "e"})
+        {
+            for (const u32 length : {511u, 512u, 513u, 600u, 1000u})
+            {
+                char *const text = page.Last(length + 1);
+                for (u32 i = 0; i < length; ++i)
+                    text[i] = "some text to read "[i % 18];
+                text[length] = '\0';
+                for (u32 place = 0; place + needle.size() <= length; ++place)
+                {
+                    const std::string kept(text + place, needle.size());
+                    std::memcpy(text + place, needle.data(), needle.size());
+                    ASSERT_EQ(FoundInTerminated(text, length, needle.c_str()), PlaceInTerminated(text, needle.c_str()));
+                    // An earlier end hides it, and one behind it does not.
+                    for (const u32 end : {place / 2, place + static_cast<u32>(needle.size()) - 1,
+                                          place + static_cast<u32>(needle.size())})
+                    {
+                        const char last = text[end];
+                        text[end] = '\0';
+                        ASSERT_EQ(FoundInTerminated(text, length, needle.c_str()),
+                                  PlaceInTerminated(text, needle.c_str()))
+                            << length << ", " << place << ", " << end;
+                        text[end] = last;
+                    }
+                    std::memcpy(text + place, kept.data(), kept.size());
+                }
+            }
+        }
+    }
+    Internal::AllowWideInstructions(true);
+}
+
+TEST(BufferFind, ATerminatedTextHoldsTheEmptyNeedleAndNoLongerOne)
+{
+    const std::string text(1000, 'a');
+    EXPECT_EQ(FoundInTerminated(text.c_str(), text.size(), ""), 0u);
+    EXPECT_EQ(FoundInTerminated(text.c_str(), text.size(), (text + 'a').c_str()), std::string::npos);
+    EXPECT_EQ(FoundInTerminated(text.c_str(), text.size(), text.c_str()), 0u);
+}
+
+TEST(BufferFind, ATerminatedTextIsSearchedInLinearTimeForANeedleThatRecursInPart)
+{
+    // Multiplied, the lengths would be 10^10 comparisons.
+    std::string text(1000000, 'a');
+    std::string needle(10000, 'a');
+    needle[5000] = 'b';
+    EXPECT_EQ(FoundInTerminated(text.c_str(), text.size(), needle.c_str()), std::string::npos);
+    text.replace(900000, needle.size(), needle);
+    EXPECT_EQ(FoundInTerminated(text.c_str(), text.size(), needle.c_str()), 900000u);
+    text[500000] = '\0';
+    EXPECT_EQ(FoundInTerminated(text.c_str(), text.size(), needle.c_str()), std::string::npos);
+}

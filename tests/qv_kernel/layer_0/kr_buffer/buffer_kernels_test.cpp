@@ -36,7 +36,7 @@ std::vector<std::pair<size_t, u32>> StepsOf(u32 length, size_t most)
         steps.emplace_back(at, count);
         return steps.size() < most;
     };
-    Internal::WalkBlocks<Block>(length, full, last);
+    Internal::WalkBlocks<Block>(nullptr, length, full, last);
     return steps;
 }
 
@@ -86,7 +86,7 @@ TYPED_TEST(BufferWalk, ReachesTheEndOfTheLongestText)
         lastCount = count;
         return true;
     };
-    Internal::WalkBlocks<TypeParam>(0xFFFFFFFFu, full, last);
+    Internal::WalkBlocks<TypeParam>(nullptr, 0xFFFFFFFFu, full, last);
     EXPECT_EQ(lastFull, 0xFFFFFFE0u);
     EXPECT_EQ(lastAt, 0xFFFFFFF0u);
     EXPECT_EQ(lastCount, 15u);

@@ -172,6 +172,42 @@ TEST_P(BufferMarks, WalkEndsWhereItIsToldTo)
     }
 }
 
+TEST_P(BufferMarks, GapsAreMarkedWhereTheyBeginAndEnd)
+{
+    for (const u32 length : Lengths())
+    {
+        // A second mark in a row now and then, and gaps longer than a word.
+        std::string text = MakeText(length);
+        for (u32 i = 0; i < length; ++i)
+            if (i % 500 > 300)
+                text[i] = 'a';
+        u8 table[256] = {};
+        table[static_cast<u8>('b')] = table[static_cast<u8>(',')] = 1;
+        const auto isMarked = [&](u32 i) { return text[i] == 'b' || text[i] == ','; };
+        for (const u64 first : {0u, 1u})
+        {
+            u64 begins[Internal::kMarkWords];
+            u64 ends[Internal::kMarkWords];
+            u64 before = first;
+            Internal::MarkListed(m_Marks, text.data(), length, table);
+            Internal::MarkGaps(m_Marks, length, before, begins, ends);
+            const auto isBehindMark = [&](u32 i) { return i == 0 ? first != 0 : isMarked(i - 1); };
+            std::vector<Quorvane::u16> listed(length + Internal::kIndexSlack + 1);
+            u32 count = Internal::ListMarks(listed.data(), begins, length);
+            // One may seem to begin behind the last character.
+            count -= count != 0 && listed[count - 1] == length ? 1 : 0;
+            EXPECT_EQ(CIndices(listed.begin(), listed.begin() + count),
+                      Expected(length, [&](u32 i) { return isBehindMark(i) && !isMarked(i); }))
+                << length;
+            count = Internal::ListMarks(listed.data(), ends, length);
+            EXPECT_EQ(CIndices(listed.begin(), listed.begin() + count),
+                      Expected(length, [&](u32 i) { return !isBehindMark(i) && isMarked(i); }))
+                << length;
+            EXPECT_EQ(before, length == 0 ? first : u64{isMarked(length - 1)}) << length;
+        }
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Forms, BufferMarks, testing::Bool());
 
 namespace

@@ -97,6 +97,77 @@ TEST_F(BufferWide, FirstDifferenceOfEveryPairOfBytes)
     }
 }
 
+TEST_F(BufferWide, EqualSeesADifferenceInEveryPlaceAtTheEndOfMemory)
+{
+    const CGuardedPage pageA;
+    const CGuardedPage pageB;
+    // Past two rounds of eight blocks, from the least that is taken.
+    for (u32 length = 32; length <= 600; ++length)
+    {
+        const std::string text = MixedText(length);
+        char *const a = pageA.Last(length);
+        char *const b = pageB.Last(length);
+        std::memcpy(a, text.data(), length);
+        std::memcpy(b, text.data(), length);
+        ASSERT_TRUE(Internal::Wide::Equal(Bytes(a), Bytes(b), length)) << length;
+        for (u32 place = 0; place < length; ++place)
+        {
+            b[place] = static_cast<char>(b[place] ^ 0x80);
+            ASSERT_FALSE(Internal::Wide::Equal(Bytes(a), Bytes(b), length)) << length << ", " << place;
+            b[place] = static_cast<char>(b[place] ^ 0x80);
+        }
+    }
+}
+
+TEST_F(BufferWide, TheLastByteIsFoundInEveryPlaceAtBothEndsOfMemory)
+{
+    const CGuardedPage page;
+    for (u32 length = 32; length <= 300; ++length)
+    {
+        for (char *const text : {page.Begin(), page.Begin() + 1, page.Last(length)})
+        {
+            std::memset(text, 'a', length);
+            ASSERT_EQ(Internal::Wide::LastOfByte(Bytes(text), length, 'b'), length);
+            for (u32 place = 0; place < length; ++place)
+            {
+                // All that come before are found no more.
+                text[place] = 'b';
+                ASSERT_EQ(Internal::Wide::LastOfByte(Bytes(text), length, 'b'), place) << length;
+            }
+        }
+    }
+}
+
+TEST_F(BufferWide, EditsAreTheSameAtEveryAlignmentOfAContainer)
+{
+    alignas(64) char memory[512];
+    for (u32 offset = 0; offset < 64; offset += 16)
+    {
+        char *const text = memory + offset;
+        u8 *const bytes = reinterpret_cast<u8 *>(text);
+        for (u32 length = 48; length <= 400; ++length)
+        {
+            const std::string before = MixedText(length);
+            const auto edited = [&](const auto &edit)
+            {
+                std::memcpy(text, before.data(), length);
+                text[length] = '|';
+                edit();
+                EXPECT_EQ(text[length], '|') << length;
+                return std::string(text, length);
+            };
+            ASSERT_EQ(edited([&] { Internal::Wide::Uppercase(bytes, length); }), ModelUpper(before)) << length;
+            ASSERT_EQ(edited([&] { Internal::Wide::Lowercase(bytes, length); }), ModelLower(before)) << length;
+            size_t count = 0;
+            const std::string replaced = ModelReplace(before, 'Z', '.', &count);
+            ASSERT_EQ(edited([&] { EXPECT_EQ(Internal::Wide::ReplaceInPlace(bytes, length, 'Z', '.'), count); }),
+                      replaced);
+            ASSERT_EQ(edited([&] { Internal::Wide::ReverseBytes(bytes, length); }),
+                      std::string(before.rbegin(), before.rend()));
+        }
+    }
+}
+
 TEST_F(BufferWide, LettersAreFoundInEveryPlaceAtTheEndOfMemory)
 {
     const CGuardedPage page;

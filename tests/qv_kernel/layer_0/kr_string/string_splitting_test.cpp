@@ -560,6 +560,45 @@ TEST(StringSplitPredicate, ItIsAskedForEveryCharacterAndForNothingBehindThem)
     EXPECT_EQ(TextsOf(out), (Pieces{text.substr(0, 0xE8), text.substr(0xE9)}));
 }
 
+TEST(StringSplitPredicate, ALongTextSplitsAsTheModelSaysWhereverNewCharactersBegin)
+{
+    // Separators and pieces across every multiple of 4096, characters that are met late, and one byte more each time.
+    std::string text;
+    u32 state = 1;
+    for (u32 i = 0; i < 20000; ++i)
+    {
+        state = state * 1664525u + 1013904223u;
+        const u32 kinds = 4 + i / 400;
+        text +=
+            static_cast<char>((state >> 16) % kinds < 2 ? ',' + (state >> 24) % 2 * 15 : 'a' + (state >> 16) % kinds);
+    }
+    const auto isSeparator = [](char c) { return c == ',' || c == ';' || c == '\xA0'; };
+    for (u32 length = 12250; length <= text.size(); length += length < 12330 ? 1 : 997)
+    {
+        const std::string part = text.substr(0, length);
+        std::vector<u32> asked(256, 0);
+        const auto counted = [&](char c)
+        {
+            ++asked[static_cast<u8>(c)];
+            return isSeparator(c);
+        };
+        Pieces expected;
+        std::string piece;
+        for (const char c : part + ';')
+        {
+            if (!isSeparator(c))
+                piece += c;
+            else if (!piece.empty())
+                expected.push_back(std::exchange(piece, std::string()));
+        }
+        TArray<CString> out;
+        EXPECT_TRUE(Fixed(part).Split(counted, out));
+        ASSERT_EQ(TextsOf(out), expected) << length;
+        for (u32 byte = 0; byte < 256; ++byte)
+            EXPECT_EQ(asked[byte], part.find(static_cast<char>(byte)) != std::string::npos ? 1u : 0u) << byte;
+    }
+}
+
 TEST(StringSplitPredicate, TheStoredLengthEndsTheTextNotATerminator)
 {
     const CString string = Fixed(std::string("a,b\0c,d", 7));
