@@ -80,10 +80,8 @@ inline bool Overlaps(const void *dst, u64 dstBytes, const void *src, u64 srcByte
 // Copies bytes between ranges that may overlap.
 inline void Copy_Overlapped(void *dst, const void *src, u64 byteCount)
 {
-    if (byteCount > Internal::kShortCopyBytes)
+    if (byteCount != 0)
         std::memmove(dst, src, static_cast<std::size_t>(byteCount));
-    else if (byteCount != 0)
-        Internal::CopyShort(dst, src, byteCount);
 }
 
 // Copies bytes between ranges that do not overlap.

@@ -19,6 +19,9 @@ inline void FreeShort(void *block)
 // Whether blocks that are resized may be larger than what was asked for: not while a tool watches over their ends.
 bool MayKeepRoom();
 
+// Whether there are small blocks of our own. The same throughout the process; the first who asks decides it.
+bool HasSmallBlocks();
+
 // What is out and what is idle; zeros where small blocks are the platform's.
 SSlabFigures SmallFigures();
 

@@ -4,6 +4,7 @@
 
 #include "mem_cache.h"
 #include "mem_config.h"
+#include "mem_large.h"
 #include "mem_port.h"
 
 #if !defined(QV_MEM_TRACKING) || !QV_MEM_TRACKING
@@ -21,13 +22,13 @@ void *AllocOfAlignment(u64 size, u32 alignment)
 {
     if (kCachesSmallBlocks && alignment <= kSmallStep)
         return AllocShort(size);
-    return PortAlloc(size, alignment);
+    return AllocLarge(size, alignment);
 }
 
 // The bytes that may be used of a block.
 u64 RoomOf(void *block)
 {
-    return IsSmallBlock(block) ? ClassBytes(ClassOfSmallBlock(block)) : PortUsableSize(block);
+    return IsSmallBlock(block) ? ClassBytes(ClassOfSmallBlock(block)) : RoomOfLarge(block);
 }
 
 bool IsAlignedTo(const void *block, u32 alignment)
@@ -45,12 +46,12 @@ void *Move(void *block, u64 room, u64 newSize, u32 alignment)
     return moved;
 }
 
-// The platform's blocks of its own alignment are resized by it, which may spare the copy.
+// Large blocks of the common alignment are resized by the platform, which may spare the copy.
 void *MoveOrResize(void *block, u64 room, u64 newSize, u32 alignment)
 {
-    if (IsSmallBlock(block) || alignment > kPlatformAlignment)
+    if (IsSmallBlock(block) || !CanReallocLarge(block, alignment))
         return Move(block, room, newSize, alignment);
-    return PortRealloc(block, newSize, alignment);
+    return ReallocLarge(block, room, newSize);
 }
 
 // A block that more than doubles is on its way to a size that its owner knows; one that grows by less will do so again.

@@ -5,6 +5,7 @@
 
 #include "mem_cache.h"
 #include "mem_config.h"
+#include "mem_large.h"
 #include "mem_port.h"
 
 namespace Quorvane::Mem::Internal
@@ -176,13 +177,13 @@ QV_INTERNAL_CONSTINIT TAtomic<ureg> g_SmallRange(ureg(0) - kSmallRangeBytes);
 
 void *AllocPastCache(u64 size)
 {
-    if (size > kMaxSmallBytes || Decision() != Decision_Ours)
-        return PortAlloc(size, 0);
+    if (size > kMaxSmallBytes || !HasSmallBlocks())
+        return AllocLarge(size, 0);
     // The class that serves it may have blocks left.
     if (size == 0)
         return AllocShort(1);
     void *const block = TakeBlock(CacheOfThread(), SmallClass(size));
-    return block != nullptr ? block : PortAlloc(size, 0);
+    return block != nullptr ? block : AllocLarge(size, 0);
 }
 
 void FreePastCache(void *block)
@@ -190,7 +191,7 @@ void FreePastCache(void *block)
     if (IsSmallBlock(block))
         GiveBlock(CacheOfThread(), block);
     else
-        PortFree(block);
+        FreeLarge(block);
 }
 
 bool MayKeepRoom()
@@ -198,9 +199,14 @@ bool MayKeepRoom()
     return Decision() != Decision_Watched;
 }
 
+bool HasSmallBlocks()
+{
+    return Decision() == Decision_Ours;
+}
+
 SSlabFigures SmallFigures()
 {
-    return Decision() == Decision_Ours ? g_Heap.Figures() : SSlabFigures{};
+    return HasSmallBlocks() ? g_Heap.Figures() : SSlabFigures{};
 }
 
 } // namespace Quorvane::Mem::Internal

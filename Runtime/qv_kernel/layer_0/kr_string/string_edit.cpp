@@ -11,6 +11,20 @@
 namespace Quorvane
 {
 
+namespace
+{
+
+// Moves what is left of a stripped text to its front: mostly little, for which a call would be felt.
+void MoveToFront(char *data, u32 from, u64 byteCount)
+{
+    if (byteCount > Mem::Internal::kShortCopyBytes)
+        Mem::Copy_Overlapped(data, data + from, byteCount);
+    else if (byteCount != 0)
+        Mem::Internal::CopyShort(data, data + from, byteCount);
+}
+
+} // namespace
+
 CString &CString::Reverse()
 {
     CStringContainer *container = m_Container.Get();
@@ -60,7 +74,7 @@ CString &CString::Strip(const char *chars)
     char *data = RawDataForWriting();
     if (QV_VERIFY(data != null))
         return *this;
-    Mem::Copy_Overlapped(data, data + begin, newLength);
+    MoveToFront(data, begin, newLength);
     data[newLength] = '\0';
     m_Container->UnsafeSetLength(newLength);
     return *this;
@@ -80,7 +94,7 @@ CString &CString::StripLeft(const char *chars)
     if (data == nullptr)
         return *this;
     const u32 newLength = length - stripped;
-    Mem::Copy_Overlapped(data, data + stripped, static_cast<u64>(newLength) + 1);
+    MoveToFront(data, stripped, static_cast<u64>(newLength) + 1);
     m_Container->UnsafeSetLength(newLength);
     return *this;
 }

@@ -13,7 +13,7 @@
 #include "kr_mem.h"
 #include "kr_mem/mem_cache.h"
 #include "kr_mem/mem_config.h"
-#include "kr_mem/mem_port.h"
+#include "kr_mem/mem_large.h"
 
 namespace QuorvaneTest
 {
@@ -297,9 +297,67 @@ TEST(MemDefault, ABlockThatShrinksBelowHalfGivesRoomBack)
         EXPECT_TRUE(HoldsPattern(shrunk, size / 4));
         const u64 room = Mem::Internal::IsSmallBlock(shrunk)
                              ? Mem::Internal::ClassBytes(Mem::Internal::ClassOfSmallBlock(shrunk))
-                             : Mem::Internal::PortUsableSize(shrunk);
-        EXPECT_LE(room, size / 4 + 32);
+                             : Mem::Internal::RoomOfLarge(shrunk);
+        EXPECT_LE(room, size / 4 + 48);
         Free(shrunk);
+    }
+}
+
+TEST(MemDefault, LargeBlocksLieWithinLinesOfTheCacheHoweverTheyCameAbout)
+{
+    if (!Mem::Internal::HasSmallBlocks())
+        GTEST_SKIP() << "blocks are where the platform puts them here";
+    std::vector<u8 *> between;
+    for (u64 size = 2049; size < 3000000; size = size * 5 / 4 + 8)
+    {
+        u8 *block = Alloc(size, 16);
+        ASSERT_NE(block, nullptr);
+        EXPECT_EQ(reinterpret_cast<ureg>(block) % 32, 0u) << size;
+        EXPECT_GE(Mem::Internal::RoomOfLarge(block), size);
+        Fill(block, size);
+        // In the way of growing in place, and of a size that makes the next one lie the other way.
+        between.push_back(static_cast<u8 *>(std::malloc(24 + 16 * (size % 2))));
+        for (const u64 newSize : {size * 3, size * 2, size * 9})
+        {
+            block = Realloc(block, newSize, 16);
+            ASSERT_NE(block, nullptr);
+            EXPECT_EQ(reinterpret_cast<ureg>(block) % 32, 0u) << newSize;
+            EXPECT_GE(Mem::Internal::RoomOfLarge(block), newSize);
+            ASSERT_TRUE(HoldsPattern(block, size)) << size << " to " << newSize;
+        }
+        between.push_back(block);
+    }
+    for (size_t i = 0; i < between.size(); ++i)
+    {
+        if (i % 2 == 0)
+            std::free(between[i]);
+        else
+            Free(between[i]);
+    }
+}
+
+TEST(MemDefault, ABlockMayComeToAnotherAlignmentWhenItIsResized)
+{
+    for (const u32 from : {0u, 16u, 32u, 64u, 4096u})
+    {
+        for (const u32 to : {0u, 16u, 32u, 64u, 4096u})
+        {
+            for (const u64 size : {100u, 3000u, 200000u})
+            {
+                for (const u64 newSize : {size / 3, size * 4 / 5, size * 6 / 5, size * 3})
+                {
+                    u8 *const block = Alloc(size, from);
+                    ASSERT_NE(block, nullptr);
+                    EXPECT_TRUE(from == 0 || reinterpret_cast<ureg>(block) % from == 0) << from;
+                    Fill(block, size);
+                    u8 *const resized = Realloc(block, newSize, to);
+                    ASSERT_NE(resized, nullptr);
+                    EXPECT_TRUE(to == 0 || reinterpret_cast<ureg>(resized) % to == 0) << from << " to " << to;
+                    EXPECT_TRUE(HoldsPattern(resized, QVMin(size, newSize))) << from << " to " << to;
+                    Free(resized);
+                }
+            }
+        }
     }
 }
 
