@@ -895,12 +895,8 @@ inline bool CString::operator<(const CString &other) const
     const char *dataB = CStringContainer::SafeData(b);
     if (QV_INTERNAL_UNLIKELY(dataA == nullptr || dataB == nullptr))
         return _IsLess(other);
-    const u32 lengthA = a->Length();
-    const u32 lengthB = b->Length();
-    const int order = std::memcmp(dataA, dataB, QVMin(lengthA, lengthB));
-    if (QV_INTERNAL_UNLIKELY(order == 0))
-        return lengthA < lengthB && dataB[lengthA] != '\0'; // the terminator takes part, and nothing is less than it
-    return order < 0;
+    // The terminator takes part; a shorter text on the other side is readable to the end of its last block.
+    return std::memcmp(dataA, dataB, QVMin(a->Length() + 1, CStringContainer::_PaddedLength(b->Length()))) < 0;
 }
 
 inline bool CString::operator>(const CString &other) const
@@ -911,16 +907,10 @@ inline bool CString::operator>(const CString &other) const
     const char *dataB = CStringContainer::SafeData(b);
     if (QV_INTERNAL_UNLIKELY(dataA == nullptr || dataB == nullptr))
         return _IsGreater(other);
-    const u32 lengthA = a->Length();
-    const u32 lengthB = b->Length();
-    const int order = std::memcmp(dataA, dataB, QVMin(lengthA, lengthB));
-    if (order != 0 || lengthA <= lengthB)
-        return order > 0;
-    // The terminator takes part, and a shorter text is zero to the end of its last block: a longer one is greater as
-    // soon as it has a character there, or goes on behind it.
-    const u32 padded = CStringContainer::_PaddedLength(lengthB);
-    return lengthA >= padded || dataA[lengthB] != '\0' ||
-           std::memcmp(dataA + lengthB, dataB + lengthB, lengthA - lengthB) > 0;
+    const u32 wanted = a->Length() + 1;
+    const u32 common = QVMin(wanted, CStringContainer::_PaddedLength(b->Length()));
+    const int order = std::memcmp(dataA, dataB, common);
+    return order > 0 || (order == 0 && common < wanted);
 }
 
 inline char *CString::RawDataForWriting() QV_INTERNAL_LIFETIMEBOUND
