@@ -8,6 +8,21 @@
 
 #include "qv_defs.h"
 
+// Whether a locked instruction may be written out for the flags it leaves. Sanitizers of threads and of memory do not see
+// what it does.
+#if defined(__x86_64__) && defined(__GCC_ASM_FLAG_OUTPUTS__) && !defined(__SANITIZE_THREAD__)
+#if defined(__has_feature)
+#if __has_feature(thread_sanitizer) || __has_feature(memory_sanitizer)
+#define QV_INTERNAL_ATOMIC_FLAGS 0
+#endif
+#endif
+#if !defined(QV_INTERNAL_ATOMIC_FLAGS)
+#define QV_INTERNAL_ATOMIC_FLAGS 1
+#endif
+#else
+#define QV_INTERNAL_ATOMIC_FLAGS 0
+#endif
+
 namespace Quorvane
 {
 
@@ -54,9 +69,40 @@ public:
     T Dec() { return Sub(1); }
     T Add(T value) { return __atomic_add_fetch(&m_Value, value, __ATOMIC_SEQ_CST); }
     T Sub(T value) { return __atomic_sub_fetch(&m_Value, value, __ATOMIC_SEQ_CST); }
-    T And(T value) { return __atomic_and_fetch(&m_Value, value, __ATOMIC_SEQ_CST); }
-    T Or(T value) { return __atomic_or_fetch(&m_Value, value, __ATOMIC_SEQ_CST); }
-    T Xor(T value) { return __atomic_xor_fetch(&m_Value, value, __ATOMIC_SEQ_CST); }
+
+    // Decrements, and answers what can be told of the value after it without reading it: whether it is 0 and, in
+    // `outNegative`, whether it is negative when taken for a signed one.
+    bool DecIsZero(bool &outNegative)
+    {
+#if QV_INTERNAL_ATOMIC_FLAGS
+        if constexpr (sizeof(T) == sizeof(u32))
+        {
+            // Compilers fetch the value for two questions; the flags of the subtraction answer both.
+            bool isZero;
+            __asm__ volatile("lock subl $1, %[value]"
+                             : [value] "+m"(m_Value), "=@ccz"(isZero), "=@ccs"(outNegative)
+                             :
+                             : "memory");
+            return isZero;
+        }
+#endif
+        const T value = Dec();
+        outNegative = static_cast<std::make_signed_t<T>>(value) < 0;
+        return value == 0;
+    }
+
+    T And(T value)
+    {
+        return __atomic_and_fetch(&m_Value, value, __ATOMIC_SEQ_CST);
+    }
+    T Or(T value)
+    {
+        return __atomic_or_fetch(&m_Value, value, __ATOMIC_SEQ_CST);
+    }
+    T Xor(T value)
+    {
+        return __atomic_xor_fetch(&m_Value, value, __ATOMIC_SEQ_CST);
+    }
 
 private:
     volatile T m_Value;

@@ -41,6 +41,8 @@ public:
     // Drops a strong reference, without deleting the object.
     // Returns the new count. Reports "s32(nrc) >= 0", "/!\ strong refcount underflow /!\", when there was none.
     u32 _InternalRemoveReference() const;
+    // The same for who wants to know only whether it was the last one.
+    bool _InternalRemoveReferenceIsLast() const;
 
     void AddWeakReference() const { m_WeakCount.Inc(); }
     // Reports "s32(nrc) >= 0", "/!\ weak refcount underflow /!\", when there was none.
@@ -205,6 +207,16 @@ inline u32 CRefCountedObjectBase::_InternalRemoveReference() const
     return nrc;
 }
 
+inline bool CRefCountedObjectBase::_InternalRemoveReferenceIsLast() const
+{
+    bool underflow;
+    const bool isLast = m_RefCount.DecIsZero(underflow);
+    const u32 nrc = underflow ? ~0u : 0;
+    QV_ASSERT_MESSAGE(s32(nrc) >= 0, "/!\\ strong refcount underflow /!\\");
+    static_cast<void>(nrc);
+    return isLast;
+}
+
 inline void CRefCountedObjectBase::RemoveWeakReference() const
 {
     const u32 nrc = m_WeakCount.Dec();
@@ -216,7 +228,7 @@ inline void CRefCountedObject::RemoveReference() const
     // Alone: nobody else can add or drop a reference, so what the decrement would give is known.
     if (RefCount() == 1)
         m_RefCount.StoreUnshared(0);
-    else if (_InternalRemoveReference() != 0)
+    else if (!_InternalRemoveReferenceIsLast())
         return;
     _DeleteObject(this, this);
 }

@@ -134,7 +134,7 @@ public:
     // spares a text that was never shared 0.3 ns, and costs 0.4 ns for every handle that was a copy.
     void RemoveReference() const
     {
-        if (_InternalRemoveReference() == 0)
+        if (_InternalRemoveReferenceIsLast())
             _Destroy(const_cast<CStringContainer *>(this));
     }
 

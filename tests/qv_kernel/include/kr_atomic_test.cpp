@@ -86,6 +86,20 @@ TYPED_TEST(Atomic, TheInPlaceFamilyReturnsTheValueAfter)
     EXPECT_EQ(value.Load(), TypeParam(2));
 }
 
+TYPED_TEST(Atomic, DecIsZeroTellsZeroAndNegativeOfTheValueAfter)
+{
+    constexpr TypeParam kLast = static_cast<TypeParam>(-1);
+    for (const TypeParam before : {TypeParam(0), TypeParam(1), TypeParam(2), TypeParam(0x7F), kLast})
+    {
+        TAtomic<TypeParam> value(before);
+        const TypeParam after = static_cast<TypeParam>(before - 1);
+        bool negative = false;
+        EXPECT_EQ(value.DecIsZero(negative), after == 0) << s64(before);
+        EXPECT_EQ(negative, static_cast<std::make_signed_t<TypeParam>>(after) < 0) << s64(before);
+        EXPECT_EQ(value.Load(), after);
+    }
+}
+
 TYPED_TEST(Atomic, ArithmeticWrapsAround)
 {
     TAtomic<TypeParam> value;

@@ -103,11 +103,24 @@ TEST(RefCountedObjectBase, InternalRemoveReferenceReturnsTheNewCountAndDeletesNo
     EXPECT_EQ(recorder.Count(), 0u);
 }
 
-TEST(RefCountedObjectBase, AStrongUnderflowIsReported)
+TEST(RefCountedObjectBase, InternalRemoveReferenceIsLastTellsTheLastOneAndDeletesNothing)
 {
     const CAssertRecorder recorder;
     const CCountedBase counted;
-    EXPECT_EQ(counted._InternalRemoveReference(), 0xFFFFFFFFu);
+    counted.AddReference();
+    counted.AddReference();
+    EXPECT_FALSE(counted._InternalRemoveReferenceIsLast());
+    EXPECT_EQ(counted.RefCount(), 1u);
+    EXPECT_TRUE(counted._InternalRemoveReferenceIsLast());
+    EXPECT_EQ(counted.RefCount(), 0u);
+    EXPECT_EQ(recorder.Count(), 0u);
+}
+
+namespace
+{
+
+void ExpectUnderflowReported(const CAssertRecorder &recorder)
+{
     ASSERT_EQ(recorder.Count(), IfAsserting(1));
     if (!kSitesReport)
         return;
@@ -115,6 +128,23 @@ TEST(RefCountedObjectBase, AStrongUnderflowIsReported)
     EXPECT_EQ(recorder.Last().m_ExpandedExpression, "s32(nrc) >= 0");
     EXPECT_EQ(recorder.Last().m_Message, "/!\\ strong refcount underflow /!\\");
     EXPECT_NE(recorder.Last().m_Function.find("_InternalRemoveReference"), std::string::npos);
+}
+
+} // namespace
+
+TEST(RefCountedObjectBase, AStrongUnderflowIsReported)
+{
+    const CCountedBase counted;
+    {
+        const CAssertRecorder recorder;
+        EXPECT_EQ(counted._InternalRemoveReference(), 0xFFFFFFFFu);
+        ExpectUnderflowReported(recorder);
+    }
+    const CCountedBase another;
+    const CAssertRecorder recorder;
+    EXPECT_FALSE(another._InternalRemoveReferenceIsLast());
+    EXPECT_EQ(another.RefCount(), 0xFFFFFFFFu);
+    ExpectUnderflowReported(recorder);
 }
 
 TEST(RefCountedObjectBase, AStrongOverflowIsReported)

@@ -158,12 +158,13 @@ const char *FindInTerminated(const char *text, u32 length, const char *needle)
 {
     if (length < kLongText)
         return std::strstr(text, needle);
-    const u32 needleLength = SNativeStringUtils::Length(needle);
+    const std::size_t needleLength = std::strlen(needle);
     if (needleLength <= 1)
         return needleLength == 0 ? text : std::strchr(text, *needle);
     if (needleLength > length)
         return nullptr;
-    const SPairFound found = FindPairTerminated(text, length, NeedleFor(length, needle, needleLength));
+    const SNeedle rareFirst = NeedleFor(length, needle, static_cast<u32>(needleLength));
+    const SPairFound found = FindPairTerminated(text, length, rareFirst);
     // No terminator stands before the place of giving up.
     if (found.m_Outcome == PairFound_GaveUp)
         return std::strstr(text + found.m_Place, needle);
