@@ -168,6 +168,8 @@ private:
 namespace Internal
 {
 
+struct SArrayAccess; // for services of the library
+
 // The position of an iterator over contiguous elements.
 template <typename Element>
 struct TContiguousBaseIterator
@@ -534,6 +536,8 @@ protected:
     using _Base::m_MaxCount;
 
 private:
+    friend struct Internal::SArrayAccess;
+
     static constexpr u32 kNotOwn = 0xFFFFFFFF;
 
     CGuid _Append(T &&element);
@@ -751,5 +755,31 @@ void TArray<T, Controller>::_AppendCopies(const TMemoryView<const T> &source)
         ::new (static_cast<void *>(m_Data + m_Count + i)) T(from[i]);
     m_Count += source.Count();
 }
+
+namespace Internal
+{
+
+// For services of the library, which append many elements.
+struct SArrayAccess
+{
+    // PushBack of an element that is known not to lie in the array. Returns: whether it was stored.
+    template <typename T, typename Controller>
+    static bool Append(TArray<T, Controller> &array, T &&element)
+    {
+        return array._Append(std::move(element)).Valid();
+    }
+
+    // Makes the first `count` elements the array's, at most MaxCount(). Those beyond the ones it had were written to its
+    // room by the caller.
+    template <typename T, typename Controller>
+    static void SetCount(TArray<T, Controller> &array, u32 count)
+    {
+        static_assert(std::is_trivially_copyable<T>::value && std::is_trivially_destructible<T>::value,
+                      "other elements are constructed and destroyed");
+        array.m_Count = count;
+    }
+};
+
+} // namespace Internal
 
 } // namespace Quorvane

@@ -125,7 +125,8 @@ namespace Internal
 
 bool EqualManyCharacters(const char *a, const char *b, u32 length)
 {
-    return WideIsWorthwhile(length) ? Wide::Equal(Bytes(a), Bytes(b), length) : std::memcmp(a, b, length) == 0;
+    return QV_INTERNAL_LIKELY(HasWideInstructions()) ? Wide::Equal(Bytes(a), Bytes(b), length)
+                                                     : std::memcmp(a, b, length) == 0;
 }
 
 } // namespace Internal

@@ -29,9 +29,9 @@ public:
     bool Add(const char *piece, u32 length)
     {
         if constexpr (kind == Piece_Sound)
-            return m_Pieces.PushBack(CString(CStringContainer::New(piece, length))).Valid();
+            return Internal::SArrayAccess::Append(m_Pieces, CString(CStringContainer::New(piece, length)));
         else
-            return m_Pieces.PushBack(CString::Extract(piece, 0, length)).Valid();
+            return Internal::SArrayAccess::Append(m_Pieces, CString::Extract(piece, 0, length));
     }
 
 private:
@@ -39,32 +39,57 @@ private:
 };
 
 // Views are written where they belong: handed over one by one, each would be read back before its two halves have
-// reached memory. The array has a few too many elements meanwhile; it grows when and as it would by one at a time.
+// reached memory. The array grows when and as it would by one at a time; in between, its count is of another time.
 class CViewSink
 {
 public:
     explicit CViewSink(TArray<CStringView> &pieces) : m_Pieces(pieces) { _SetRoom(); }
-    ~CViewSink() { m_Pieces.Resize(m_Count); }
+    ~CViewSink() { Internal::SArrayAccess::SetCount(m_Pieces, m_Count); }
     CViewSink(const CViewSink &) = delete;
     CViewSink &operator=(const CViewSink &) = delete;
 
     bool Add(const char *piece, u32 length)
     {
-        if (QV_INTERNAL_UNLIKELY(m_Count == m_Room) && !_MakeRoom())
+        if (m_Count == m_Room && !_MakeRoom())
             return false;
-        m_Data[m_Count] = CStringView(piece, length);
+        ::new (static_cast<void *>(m_Data + m_Count)) CStringView(piece, length);
         ++m_Count;
         return true;
     }
 
-private:
-    static constexpr u32 kStep = 64; // elements too many, at most
+    // Adds what stands before each of the separators, at `indices` from `text` on, unless that is nothing. `begin` is
+    // where the first piece begins, and then the one behind the last separator.
+    bool AddAll(const char *text, const u16 *indices, u32 count, const char *&begin)
+    {
+        for (u32 i = 0; i < count;)
+        {
+            // An empty one is written, too, and written over by the next.
+            const char *first = begin;
+            CStringView *to = m_Data + m_Count;
+            CStringView *const end = m_Data + m_Room;
+            for (; i < count && to != end; ++i)
+            {
+                const char *const separator = text + indices[i];
+                ::new (static_cast<void *>(to)) CStringView(first, static_cast<u32>(separator - first));
+                to += separator != first ? 1 : 0;
+                first = separator + 1;
+            }
+            m_Count = static_cast<u32>(to - m_Data);
+            // Only a piece that is stored may make the array grow.
+            for (; i < count && text + indices[i] == first; ++i)
+                ++first;
+            begin = first;
+            if (i < count && m_Count == m_Room && !_MakeRoom())
+                return false;
+        }
+        return true;
+    }
 
+private:
     bool _MakeRoom()
     {
-        const bool hasRoom = m_Count < m_Pieces.MaxCount() || m_Pieces.Resize(m_Count + 1);
-        if (hasRoom)
-            m_Pieces.Resize(QVMin(m_Pieces.MaxCount(), m_Count + kStep));
+        Internal::SArrayAccess::SetCount(m_Pieces, m_Count);
+        const bool hasRoom = m_Pieces.Resize(m_Count + 1);
         _SetRoom();
         return hasRoom;
     }
@@ -72,7 +97,7 @@ private:
     void _SetRoom()
     {
         m_Data = m_Pieces.Data();
-        m_Room = m_Pieces.Count();
+        m_Room = m_Pieces.MaxCount();
     }
 
     TArray<CStringView> &m_Pieces;
@@ -119,7 +144,22 @@ bool SplitText(Sink &&sink, const CString &source, char separator)
 bool SplitInto(TArray<CStringView> &outPieces, const CString &source, char separator)
 {
     outPieces.Clear();
-    return source.Empty() || SplitText(CViewSink(outPieces), source, separator);
+    if (source.Empty())
+        return true;
+    CViewSink sink(outPieces);
+    const char *begin = source.Data();
+    const char *const end = begin + source.Length();
+    for (const char *text = begin; text != end;)
+    {
+        const u32 count = QVMin(static_cast<u32>(end - text), Internal::kMarkedCharacters);
+        u64 marks[Internal::kMarkWords];
+        u16 indices[Internal::kMarkedCharacters + Internal::kIndexSlack];
+        Internal::MarkCharacter(marks, text, count, separator);
+        if (!sink.AddAll(text, indices, Internal::ListMarks(indices, marks, count), begin))
+            return false;
+        text += count;
+    }
+    return begin >= end || sink.Add(begin, static_cast<u32>(end - begin));
 }
 
 bool SplitInto(TArray<CString> &outPieces, const CString &source, char separator)

@@ -318,6 +318,28 @@ TEST(StringSplit, TheFirstGrowthMakesNineSlots)
     }
 }
 
+TEST(StringSplit, OnlyAPieceThatIsStoredMakesTheArrayGrow)
+{
+    // Nine pieces fill the first nine slots.
+    for (const std::string &rest : {std::string(), std::string(1, ','), std::string(5000, ',')})
+    {
+        const CString full = Fixed("1,2,3,4,5,6,7,8,9" + rest);
+        TArray<CStringView> views;
+        EXPECT_TRUE(full.Split(',', views));
+        EXPECT_EQ(views.Count(), 9u);
+        EXPECT_EQ(views.MaxCount(), 9u) << rest.size();
+        TArray<CString> strings;
+        EXPECT_TRUE(full.Split(',', strings));
+        EXPECT_EQ(strings.Count(), 9u);
+        EXPECT_EQ(strings.MaxCount(), 9u) << rest.size();
+        const CString more = Fixed("1,2,3,4,5,6,7,8,9" + rest + ",10");
+        EXPECT_TRUE(more.Split(',', views));
+        EXPECT_EQ(views.Count(), 10u);
+        EXPECT_GT(views.MaxCount(), 9u);
+        EXPECT_EQ(views[9], CStringView("10", 2));
+    }
+}
+
 TEST(StringSplit, TheSourceStaysAsItWas)
 {
     const CString string = Resizable("a,b,c");
