@@ -16,12 +16,16 @@
 #define QV_INTERNAL_UNLIKELY(...) (!!(__VA_ARGS__))
 #endif
 
-// A function of reporting or recovery: kept out of line, and out of the way of the hot code.
+// A function that is kept out of line, so that its caller need not save registers for it; and one of reporting or
+// recovery, which is kept out of the way of the hot code, too.
 #if defined(__GNUC__) || defined(__clang__)
+#define QV_INTERNAL_NOINLINE __attribute__((noinline))
 #define QV_INTERNAL_COLD __attribute__((cold, noinline))
 #elif defined(_MSC_VER)
+#define QV_INTERNAL_NOINLINE __declspec(noinline)
 #define QV_INTERNAL_COLD __declspec(noinline)
 #else
+#define QV_INTERNAL_NOINLINE
 #define QV_INTERNAL_COLD
 #endif
 

@@ -37,14 +37,12 @@ struct TBytes
     unsigned char m_Bytes[N];
 };
 
-// Requires: `byteCount` of 1 to kShortCopyBytes. The ranges may overlap.
-inline void CopyShort(void *dstBytes, const void *srcBytes, u64 byteCount)
+// Requires: `byteCount` of 1 to 32. The ranges may overlap.
+inline void CopyUpTo32(void *dstBytes, const void *srcBytes, u64 byteCount)
 {
     unsigned char *dst = static_cast<unsigned char *>(dstBytes);
     const unsigned char *src = static_cast<const unsigned char *>(srcBytes);
-    if (byteCount > 32)
-        CopyFrontAndBack<TBytes<32>>(dst, src, byteCount);
-    else if (byteCount >= 16)
+    if (byteCount >= 16)
         CopyFrontAndBack<TBytes<16>>(dst, src, byteCount);
     else if (byteCount >= 8)
         CopyFrontAndBack<u64>(dst, src, byteCount);
@@ -54,6 +52,16 @@ inline void CopyShort(void *dstBytes, const void *srcBytes, u64 byteCount)
         CopyFrontAndBack<u16>(dst, src, byteCount);
     else
         *dst = *src;
+}
+
+// Requires: `byteCount` of 1 to kShortCopyBytes. The ranges may overlap.
+inline void CopyShort(void *dst, const void *src, u64 byteCount)
+{
+    if (byteCount > 32)
+        CopyFrontAndBack<TBytes<32>>(static_cast<unsigned char *>(dst), static_cast<const unsigned char *>(src),
+                                     byteCount);
+    else
+        CopyUpTo32(dst, src, byteCount);
 }
 
 // Copies bytes between ranges that are known not to overlap.

@@ -625,6 +625,7 @@ private:
 
     CString &_AppendCharacter(char character);
     CString &_Concatenate(const char *other, u32 length);
+    CString &_ConcatenateMany(const char *other, u32 length);
     CString &_Prepend(const char *other, u32 length);
     CString &_ConcatenatePath(const char *b, u32 bLen);
 

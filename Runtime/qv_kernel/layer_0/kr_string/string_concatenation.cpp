@@ -217,18 +217,30 @@ struct Internal::SContainerEdits
         return Mem::Overlaps(container.Data(), container.m_Capacity, other, length);
     }
 
-    // The common case of Append, in a straight line: nobody shares the container, and nothing has to move.
-    // Returns false, with nothing done, in every other case.
-    static bool AppendWithinRoom(CStringContainer &container, const char *other, u32 length)
+    // The common case of Append, in a straight line with as few instructions as there can be: nobody shares the
+    // container, nothing has to move, and there are 1 to kFew characters, which programs append in loops.
+    // Returns: false, with nothing done, in every other case.
+    static constexpr u32 kFew = 32;
+    static bool AppendFewWithinRoom(CStringContainer &container, const char *other, u32 length)
     {
-        if (container.RefCount() != 1 || !container.SupportsDynamicResize())
+        if (container.RefCount() != 1)
             return false;
-        const u32 oldLength = container.Length();
-        const u32 newLength = Internal::CheckedSum(oldLength, length);
-        if (newLength == kRefusedLength || newLength >= container.m_Capacity || IsInRoom(container, other, length))
+        // One comparison for the form and for the longest length; with the reserved bit set it takes the longer road.
+        const u32 word = container.m_Length;
+        const u32 oldLength = word - CStringContainer::kResizableFlag;
+        const u32 newLength = oldLength + length;
+        if (oldLength >= CStringContainer::kLengthMask - kFew || newLength >= container.m_Capacity)
             return false;
-        container._LengthenTo(newLength);
-        Mem::Internal::CopyDistinct(container.m_Characters + oldLength, other, length);
+        // Whether the argument lies in the room, again as one comparison.
+        char *const data = container.m_Characters;
+        const ureg fromRoom = reinterpret_cast<ureg>(other) - (reinterpret_cast<ureg>(data) - length);
+        if (fromRoom < static_cast<ureg>(container.m_Capacity) + length)
+            return false;
+        const u32 lastBlock = LastBlockStart(newLength);
+        if (lastBlock > oldLength)
+            std::memset(data + lastBlock, 0, kCharacterBlockBytes);
+        container.m_Length = word + length;
+        Mem::Internal::CopyUpTo32(data + oldLength, other, length);
         return true;
     }
 
@@ -319,11 +331,17 @@ bool CString::_IsUniqueAndResizable() const
     return container != nullptr && container->SupportsDynamicResize() && container->RefCount() == 1;
 }
 
+// In the common case no register has to be saved: what all other cases need is a function of its own.
 CString &CString::_Concatenate(const char *other, u32 length)
 {
     CStringContainer *container = m_Container.Get();
-    if (container != nullptr && Internal::SContainerEdits::AppendWithinRoom(*container, other, length))
-        return *this;
+    const bool isDone = container != nullptr && length <= Internal::SContainerEdits::kFew &&
+                        Internal::SContainerEdits::AppendFewWithinRoom(*container, other, length);
+    return QV_INTERNAL_LIKELY(isDone) ? *this : _ConcatenateMany(other, length);
+}
+
+QV_INTERNAL_NOINLINE CString &CString::_ConcatenateMany(const char *other, u32 length)
+{
     const bool uniqueAndResizable = _IsUniqueAndResizable();
     if (!uniqueAndResizable && Empty())
     {
