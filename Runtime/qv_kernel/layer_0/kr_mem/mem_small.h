@@ -36,9 +36,6 @@ namespace Quorvane::Mem::Internal
 
 // Small blocks come in classes, one for each multiple of this size, which is also their alignment.
 constexpr u32 kSmallStep = 16;
-// Above this, of which a step is little, every other class stays empty: blocks are then aligned to two steps, and a
-// vector of 32 bytes at a multiple of 32 in them never lies across two lines of the cache, which would cost twice.
-constexpr u64 kMaxTightBytes = 256;
 // Anything larger, or of a larger alignment, is the platform's business.
 constexpr u64 kMaxSmallBytes = 2048;
 // Class c serves blocks of c steps. Class 0 stays empty: blocks of 0 bytes go the long way.
@@ -49,8 +46,7 @@ constexpr ureg kSmallRangeBytes = sizeof(void *) >= 8 ? static_cast<ureg>(1ull <
 
 constexpr u32 SmallClass(u64 size)
 {
-    const u32 steps = static_cast<u32>((size + (kSmallStep - 1)) / kSmallStep);
-    return steps + (size > kMaxTightBytes ? steps % 2 : 0);
+    return static_cast<u32>((size + (kSmallStep - 1)) / kSmallStep);
 }
 
 // A block that nobody uses, in a list of such.

@@ -362,26 +362,12 @@ TEST_F(MemSmallOwn, BlocksTakeNoMoreThanTheirSize)
         Free(block, 64);
 }
 
-TEST_F(MemSmallOwn, BlocksBeyondTheTightOnesLieWithinLinesOfTheCache)
-{
-    for (u64 size = kMaxTightBytes + 1; size <= kMaxSmallBytes; size += 7)
-    {
-        u8 *const blocks[] = {Alloc(size), Alloc(size)};
-        for (u8 *const block : blocks)
-        {
-            EXPECT_EQ(reinterpret_cast<ureg>(block) % 32, 0u) << size;
-            Free(block, size);
-        }
-        EXPECT_LT(ClassBytes(SmallClass(size)) - size, 32u) << size;
-    }
-}
-
 TEST_F(MemSmallOwn, AThreadKeepsNoMoreThanItsBound)
 {
     OnAThread(
         []
         {
-            for (u64 size = 16; size <= kMaxSmallBytes; size += size < kMaxTightBytes ? 16 : 32)
+            for (u64 size = 16; size <= kMaxSmallBytes; size += 16)
             {
                 const u64 before = LiveBlocks();
                 AllocAndFree(size, 2000);
