@@ -69,6 +69,9 @@ public:
     T Dec() { return Sub(1); }
     T Add(T value) { return __atomic_add_fetch(&m_Value, value, __ATOMIC_SEQ_CST); }
     T Sub(T value) { return __atomic_sub_fetch(&m_Value, value, __ATOMIC_SEQ_CST); }
+    T And(T value) { return __atomic_and_fetch(&m_Value, value, __ATOMIC_SEQ_CST); }
+    T Or(T value) { return __atomic_or_fetch(&m_Value, value, __ATOMIC_SEQ_CST); }
+    T Xor(T value) { return __atomic_xor_fetch(&m_Value, value, __ATOMIC_SEQ_CST); }
 
     // Decrements, and answers what can be told of the value after it without reading it: whether it is 0 and, in
     // `outNegative`, whether it is negative when taken for a signed one.
@@ -89,19 +92,6 @@ public:
         const T value = Dec();
         outNegative = static_cast<std::make_signed_t<T>>(value) < 0;
         return value == 0;
-    }
-
-    T And(T value)
-    {
-        return __atomic_and_fetch(&m_Value, value, __ATOMIC_SEQ_CST);
-    }
-    T Or(T value)
-    {
-        return __atomic_or_fetch(&m_Value, value, __ATOMIC_SEQ_CST);
-    }
-    T Xor(T value)
-    {
-        return __atomic_xor_fetch(&m_Value, value, __ATOMIC_SEQ_CST);
     }
 
 private:
