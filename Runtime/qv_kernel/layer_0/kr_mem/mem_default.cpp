@@ -61,6 +61,28 @@ u64 RoomyBytes(u64 room, u64 newSize)
     return newSize < 2 * room && PortSizeFits(roomy) ? roomy : newSize;
 }
 
+// A small block that grows into another small one, which is how texts begin to grow.
+// Returns: null, with nothing done, in every other case, and when memory is refused.
+void *GrowWithinSmall(void *block, u64 newSize)
+{
+    if (!IsSmallBlock(block))
+        return nullptr;
+    const u32 sizeClass = ClassOfSmallBlock(block);
+    const u64 room = ClassBytes(sizeClass);
+    if (newSize <= room || newSize > kMaxSmallBytes)
+        return nullptr;
+    const u64 roomy = RoomyBytes(room, newSize);
+    if (roomy > kMaxSmallBytes)
+        return nullptr;
+    char *const moved = static_cast<char *>(AllocShort(roomy));
+    if (moved == nullptr)
+        return nullptr;
+    for (u64 at = 0; at < room; at += kSmallStep)
+        std::memcpy(moved + at, static_cast<const char *>(block) + at, kSmallStep);
+    FreeSmallBlock(block, sizeClass);
+    return moved;
+}
+
 void *Grow(void *block, u64 room, u64 newSize, u32 alignment)
 {
     const u64 roomy = RoomyBytes(room, newSize);
@@ -86,6 +108,9 @@ void *DefaultAlloc(u64 size, u32 alignment, EAllocType, EOrigin, const char *, c
 
 void *DefaultRealloc(void *block, u64 newSize, u32 alignment, EAllocType, const char *, const char *, u32, const char *)
 {
+    void *const moved = alignment <= kSmallStep ? GrowWithinSmall(block, newSize) : nullptr;
+    if (QV_INTERNAL_LIKELY(moved != nullptr))
+        return moved;
     if (block == nullptr)
         return AllocOfAlignment(newSize, alignment);
     if (!PortSizeFits(newSize))
