@@ -1,7 +1,8 @@
-// Joining pieces of a path with slashes, into a new text. The row's size is the number of pieces.
+// Joining pieces of a path with slashes, into a new text. The row's size is the number of pieces. In `join` everybody
+// joins the shortest way, which may see all pieces at once; in `join_chain` by a chain of operators, two at a time.
 //
-// Ours also looks at both ends of every seam for slashes that are there already; the others, but for the standard
-// library's path, only put characters together.
+// Ours also looks at both ends of every seam for slashes that are there already, and for backslashes everywhere; the
+// others, but for the standard library's path, only put characters together.
 #include <filesystem>
 #include <string>
 
@@ -79,10 +80,8 @@ void AddTwo()
 void AddFive()
 {
     CRow row("join", 5);
-    row.Add("ours", [p = SPieces<CString>()] { return p.a / p.b / p.c / p.d / p.e; });
+    row.Add("ours", [p = SPieces<CString>()] { return JoinPath(p.a, p.b, p.c, p.d, p.e); });
     row.Add("std::string", [p = SPieces<std::string>()] { return JoinedAll(p); });
-    row.Add("std::string+",
-            [p = SPieces<std::string>()] { return p.a + '/' + p.b + '/' + p.c + '/' + p.d + '/' + p.e; });
     row.Add("std::filesystem", [p = SPieces<fs::path>()] { return (p.a / p.b / p.c / p.d / p.e).string(); });
 #if QV_BENCH_ABSL
     row.Add("absl::StrCat",
@@ -92,19 +91,31 @@ void AddFive()
                 return absl::StrJoin(std::initializer_list<absl::string_view>{p.a, p.b, p.c, p.d, p.e}, "/");
             });
 #endif
-#if QV_BENCH_BOOST
-    row.Add("boost::string",
-            [p = SPieces<boost::container::string>()] { return p.a + '/' + p.b + '/' + p.c + '/' + p.d + '/' + p.e; });
-#endif
 #if QV_BENCH_FMT
     row.Add("fmt::format",
             [p = SPieces<std::string>()] { return fmt::format("{}/{}/{}/{}/{}", p.a, p.b, p.c, p.d, p.e); });
 #endif
 #if QV_BENCH_QT
-    row.Add("QByteArray",
-            [p = SPieces<QByteArray>()] { return QByteArray(p.a + '/' + p.b + '/' + p.c + '/' + p.d + '/' + p.e); });
     row.Add("QStringBuilder",
             [p = SPieces<QByteArray>()] { return QByteArray(p.a % '/' % p.b % '/' % p.c % '/' % p.d % '/' % p.e); });
+#endif
+    row.Limit("malloc+copy", MallocAndCopyLimit(JoinedAll(SPieces<std::string>()).size() + 1));
+}
+
+void AddChain()
+{
+    CRow row("join_chain", 5);
+    row.Add("ours", [p = SPieces<CString>()] { return p.a / p.b / p.c / p.d / p.e; });
+    row.Add("std::string+",
+            [p = SPieces<std::string>()] { return p.a + '/' + p.b + '/' + p.c + '/' + p.d + '/' + p.e; });
+    row.Add("std::filesystem", [p = SPieces<fs::path>()] { return (p.a / p.b / p.c / p.d / p.e).string(); });
+#if QV_BENCH_BOOST
+    row.Add("boost::string",
+            [p = SPieces<boost::container::string>()] { return p.a + '/' + p.b + '/' + p.c + '/' + p.d + '/' + p.e; });
+#endif
+#if QV_BENCH_QT
+    row.Add("QByteArray",
+            [p = SPieces<QByteArray>()] { return QByteArray(p.a + '/' + p.b + '/' + p.c + '/' + p.d + '/' + p.e); });
 #endif
     row.Limit("malloc+copy", MallocAndCopyLimit(JoinedAll(SPieces<std::string>()).size() + 1));
 }
@@ -115,6 +126,7 @@ void RegisterRows()
 {
     AddTwo();
     AddFive();
+    AddChain();
 }
 
 } // namespace Bench

@@ -31,9 +31,20 @@ inline Quorvane::CString Fixed(const std::string &text)
     return Quorvane::CString(Quorvane::CStringContainer::New(text.data(), LengthOf(text)));
 }
 
-inline Quorvane::CString Resizable(const std::string &text)
+inline Quorvane::CString Resizable(const std::string &text, Quorvane::u32 capacity = 0)
 {
-    return Quorvane::CString(Quorvane::CStringContainer::NewResizable(text.data(), LengthOf(text), 0));
+    return Quorvane::CString(Quorvane::CStringContainer::NewResizable(text.data(), LengthOf(text), capacity));
+}
+
+// A resizable string of a length, of which only the first and the last character are written: neither a slash.
+inline Quorvane::CString HugeString(Quorvane::u32 length)
+{
+    const Quorvane::PStringContainer container = Quorvane::CStringContainer::NewResizable(nullptr, length, 0);
+    if (container == Quorvane::null)
+        return Quorvane::CString();
+    container->Data()[0] = 'a';
+    container->Data()[length - 1] = 'z';
+    return Quorvane::CString(container);
 }
 
 // The string in all its characters, in a well-formed block, embedded terminators included.

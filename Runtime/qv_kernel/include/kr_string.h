@@ -628,6 +628,7 @@ private:
     CString &_ConcatenateMany(const char *other, u32 length);
     CString &_Prepend(const char *other, u32 length);
     CString &_ConcatenatePath(const char *b, u32 bLen);
+    CString &_ConcatenatePathAnyhow(const char *b, u32 bLen, bool mayGrow);
 
     static const char kNoCharacter;
 
@@ -713,6 +714,18 @@ CString operator/(const char *a, const CString &b);
 CString operator/(CString &&a, const CString &b);
 CString operator/(CString &&a, const CStringView &b);
 CString operator/(CString &&a, const char *b);
+
+// Path pieces joined from left to right, as `a / b / c / ...` joins them, into a new container of the resizable form that
+// has the room they need. Each piece is read once and copied once, where a chain of operators grows its text as it goes
+// and looks for backslashes in all that stands there already. No pieces give an empty string, one gives a copy of it.
+// A view of null is an empty piece.
+// Requires: no backslash in any piece, else the reports of CString::AppendSlashAnd.
+// Fails: reports "newContainer != null"; an empty string.
+CString JoinPath(const TMemoryView<const CStringView> &pieces);
+
+// The same of two pieces or more, each a CString, a CStringView or a NUL-terminated text.
+template <typename First, typename Second, typename... More>
+CString JoinPath(const First &first, const Second &second, const More &...more);
 
 // Equality of a string and a view: of all characters, embedded terminators included. A string whose first character is
 // the terminator equals the empty view.
@@ -1030,6 +1043,33 @@ inline CStringView::CStringView(const CString &string QV_INTERNAL_LIFETIMEBOUND)
 inline CStringView::CStringView(CString &&string QV_INTERNAL_LIFETIMEBOUND)
     : CStringView(string.Data(), string.Length())
 {
+}
+
+namespace Internal
+{
+
+inline CStringView PieceOf(const CStringView &piece)
+{
+    return piece;
+}
+
+inline CStringView PieceOf(const CString &piece)
+{
+    return piece.Empty() ? CStringView() : CStringView(piece);
+}
+
+inline CStringView PieceOf(const char *piece)
+{
+    return CStringView::FromNullTerminatedString(piece);
+}
+
+} // namespace Internal
+
+template <typename First, typename Second, typename... More>
+CString JoinPath(const First &first, const Second &second, const More &...more)
+{
+    const CStringView pieces[] = {Internal::PieceOf(first), Internal::PieceOf(second), Internal::PieceOf(more)...};
+    return JoinPath(TMemoryView<const CStringView>(pieces));
 }
 
 } // namespace Quorvane

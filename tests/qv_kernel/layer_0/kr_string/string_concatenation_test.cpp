@@ -1,4 +1,4 @@
-// Concatenation and path joining: every promise by itself, and every small case against a naive model, crossed with
+// Concatenation, promise by promise; and every small case of it and of path joining against a naive model, crossed with
 // who shares the string, how it is stored and how the argument is given.
 #include <gtest/gtest.h>
 
@@ -7,11 +7,13 @@
 #include <string>
 #include <vector>
 
+#include "every_text.h"
 #include "kr_string.h"
 #include "odd_allocators.h"
 #include "refusal_sweep.h"
 #include "string_checks.h"
 #include "string_model.h"
+#include "text_pieces.h"
 
 namespace
 {
@@ -349,20 +351,6 @@ void CheckNull(EVerb verb, const std::string &text, CTestAllocator &allocator)
                    });
 }
 
-// All texts over an alphabet, up to a length.
-std::vector<std::string> AllTexts(const std::string &alphabet, size_t maxLength)
-{
-    std::vector<std::string> texts = {""};
-    for (size_t begin = 0, length = 1; length <= maxLength; ++length)
-    {
-        const size_t end = texts.size();
-        for (; begin < end; ++begin)
-            for (const char character : alphabet)
-                texts.push_back(texts[begin] + character);
-    }
-    return texts;
-}
-
 // The lengths around which a buffer of one block is full, behind the small ones.
 const size_t kLengths[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 12, 15, 16};
 const std::string kLetters = "abcdefghijklmnopqrstuvwxyz";
@@ -428,7 +416,7 @@ INSTANTIATE_TEST_SUITE_P(Verbs, StringConcatenationExhaustive, ::testing::Values
 TEST(StringPathJoinExhaustive, EveryPairOfTextsOfLettersAndSlashes)
 {
     CAssertRecorder recorder;
-    const std::vector<std::string> texts = AllTexts("a/", 5);
+    const std::vector<std::string> texts = EveryText("a/", 5);
     ASSERT_EQ(texts.size(), 63u);
     for (const std::string &left : texts)
     {
@@ -446,7 +434,7 @@ TEST(StringPathJoinExhaustive, EveryPairOfTextsOfLettersAndSlashes)
 TEST(StringPathJoinExhaustive, EveryPieceOfTextsOfLettersAndSlashes)
 {
     CAssertRecorder recorder;
-    for (const std::string &text : AllTexts("a/", 6))
+    for (const std::string &text : EveryText("a/", 6))
     {
         CTestAllocator allocator;
         CheckOwnPieces(Verb_Join, text, allocator);
@@ -460,7 +448,7 @@ TEST(StringPathJoinExhaustive, EveryPieceOfTextsOfLettersAndSlashes)
 TEST(StringPathJoinExhaustive, EveryPieceOfTextsThatFillABlock)
 {
     CAssertRecorder recorder;
-    for (const std::string &tail : AllTexts("a/", 4))
+    for (const std::string &tail : EveryText("a/", 4))
         for (const size_t length : {13u, 15u, 16u})
         {
             CTestAllocator allocator;
@@ -472,11 +460,6 @@ TEST(StringPathJoinExhaustive, EveryPieceOfTextsThatFillABlock)
 }
 
 // ---- Appending and prepending, promise by promise --------------------------------------------------------------------
-
-CString Resizable(const char *text, u32 capacity = 0)
-{
-    return CString(CStringContainer::NewResizable(text, static_cast<u32>(std::strlen(text)), capacity));
-}
 
 TEST(StringAppend, ToItselfDoublesTheTextAlsoWhenTheBlockMoves)
 {
@@ -513,6 +496,18 @@ TEST(StringAppend, OfNothingLeavesStringAndContainerUntouched)
     string.Prepend(CStringView()).Prepend(CStringView("xyz", 0)).Prepend(CStringView(nullptr, 3)).Prepend('\0');
     EXPECT_EQ(string.Data(), other.Data());
     EXPECT_TRUE(allocator.Calls().empty());
+    ExpectReports(recorder, {});
+}
+
+// A writer that filled an empty text and did not rebuild has a text of no length all the same.
+TEST(StringAppend, OfATextThatWasNotRebuiltDoesNothing)
+{
+    CAssertRecorder recorder;
+    CString other = Resizable("x", 20);
+    ContainerOf(other)->Clear();
+    other.RawDataForWriting()[0] = 'y';
+    CString string = Resizable("ab", 20);
+    ExpectText(string.Append(other), "ab");
     ExpectReports(recorder, {});
 }
 
@@ -837,346 +832,7 @@ TEST(StringAppend, RefusedGrowthAndARefusedNewContainerLeaveItEmpty)
     }
 }
 
-// ---- Path joining, promise by promise --------------------------------------------------------------------------------
-
-TEST(StringPathJoin, TableOfResults)
-{
-    const struct
-    {
-        const char *m_Left;
-        const char *m_Right;
-        const char *m_Result;
-    } rows[] = {
-        {"dir", "file", "dir/file"},
-        {"dir/", "/file", "dir/file"},
-        {"a//", "//b", "a/b"},
-        {"dir", "", "dir"},
-        {"dir/", "", "dir"},
-        {"dir", "/", "dir"},
-        {"", "file", "file"},
-        {"", "/file", "/file"},
-        {"", "/", "/"},
-        {"/", "file", "/file"},
-        {"///", "", "/"},
-        {"", "", ""},
-        {"a//b/", "c", "a//b/c"},
-    };
-    CAssertRecorder recorder;
-    for (const auto &row : rows)
-    {
-        SCOPED_TRACE(::testing::Message() << '"' << row.m_Left << "\" and \"" << row.m_Right << '"');
-        EXPECT_EQ(ModelJoinPath(row.m_Left, row.m_Right), row.m_Result);
-        CString fixed(row.m_Left);
-        ExpectText(fixed.AppendSlashAnd(row.m_Right), row.m_Result);
-        CString resizable = Resizable(row.m_Left, 100);
-        ExpectText(resizable.AppendSlashAnd(row.m_Right), row.m_Result);
-        CString byHandle(row.m_Left);
-        ExpectText(byHandle.AppendSlashAnd(CString(row.m_Right)), row.m_Result);
-    }
-    ExpectReports(recorder, {});
-}
-
-TEST(StringPathJoin, OnlyTheSeamIsNormalised)
-{
-    CString path("//a//b//");
-    path.AppendSlashAnd("//c//d//");
-    ExpectText(path, "//a//b/c//d//");
-}
-
-TEST(StringPathJoin, WithNothingStillTrimsTheLeftSide)
-{
-    const CString empty;
-    CString byText("dir//");
-    ExpectText(byText.AppendSlashAnd(""), "dir");
-    CString byNull("dir//");
-    ExpectText(byNull.AppendSlashAnd(nullptr), "dir");
-    CString byCount("dir//");
-    ExpectText(byCount.AppendSlashAnd("file", 0), "dir");
-    CString byNullAndCount("dir//");
-    ExpectText(byNullAndCount.AppendSlashAnd(nullptr, 4), "dir");
-    CString byHandle("dir//");
-    ExpectText(byHandle.AppendSlashAnd(empty), "dir");
-    CString byView("dir//");
-    ExpectText(byView.AppendSlashAnd(CStringView()), "dir");
-}
-
-TEST(StringPathJoin, AHandleThatIsEmptyByItsFirstCharacterIsNothing)
-{
-    CString odd("xbc");
-    *odd.RawDataForWriting() = '\0';
-    CString path("dir/");
-    ExpectText(path.AppendSlashAnd(odd), "dir");
-}
-
-TEST(StringPathJoin, TheSkipOfLeadingSlashesStopsAtTheCount)
-{
-    CString path("a");
-    ExpectText(path.AppendSlashAnd("///x", 2), "a");
-    ExpectText(path.AppendSlashAnd("///x", 3), "a");
-    ExpectText(path.AppendSlashAnd("///x", 4), "a/x");
-    CString empty;
-    ExpectText(empty.AppendSlashAnd("///x", 2), "/");
-}
-
-TEST(StringPathJoin, ShorteningKeepsAResizableContainerAndItsRoom)
-{
-    CTestAllocator allocator;
-    CString path = Resizable("dir///", 100);
-    const CStringContainer *container = ContainerOf(path);
-    const u32 capacity = CapacityOf(*container);
-    allocator.ForgetCalls();
-    ExpectText(path.AppendSlashAnd(""), "dir");
-    EXPECT_EQ(ContainerOf(path), container);
-    EXPECT_EQ(CapacityOf(*container), capacity);
-    EXPECT_TRUE(allocator.Calls().empty());
-}
-
-TEST(StringPathJoin, LengthOfTheResultMayEqualThatOfTheLeftSide)
-{
-    CString path = Resizable("a//", 100);
-    ExpectText(path.AppendSlashAnd("b"), "a/b");
-}
-
-// The room behind the text is nobody's, yet a caller who wrote there may join it: its place overlaps where it goes.
-TEST(StringPathJoin, ARightSideFromTheRoomBehindTheTextMayOverlapItsNewPlace)
-{
-    CAssertRecorder recorder;
-    CTestAllocator allocator;
-    CString path = Resizable("a/", 100);
-    char *data = path.RawDataForWriting();
-    std::memcpy(data + 3, "bcd", 3);
-    ExpectText(path.AppendSlashAnd(CStringView(data + 3, 3)), "a/bcd");
-    EXPECT_EQ(path.Data(), data);
-    ExpectReports(recorder, {});
-}
-
-TEST(StringPathJoin, BackslashesAreReportedAndKept)
-{
-    {
-        CAssertRecorder recorder;
-        CString path("a\\b");
-        ExpectText(path.AppendSlashAnd("c"), "a\\b/c");
-        ExpectReports(recorder, {"aLen == 0 || !_ContainsBackSlash(a, length)"});
-    }
-    {
-        CAssertRecorder recorder;
-        CString path("a");
-        ExpectText(path.AppendSlashAnd("b\\"), "a/b\\");
-        ExpectReports(recorder, {"bLen == 0 || !_ContainsBackSlash(b, length)"});
-    }
-    {
-        CAssertRecorder recorder;
-        CString path("\\");
-        ExpectText(path.AppendSlashAnd("\\"), "\\/\\");
-        ExpectReports(recorder,
-                      {"aLen == 0 || !_ContainsBackSlash(a, length)", "bLen == 0 || !_ContainsBackSlash(b, length)"});
-    }
-}
-
-TEST(StringPathJoin, BackslashesBehindTheCountOrATerminatorAreNotSeen)
-{
-    CAssertRecorder recorder;
-    CString path("a");
-    ExpectText(path.AppendSlashAnd("b\\c", 1), "a/b");
-    CString odd("a\0\\", 3);
-    odd.AppendSlashAnd("b\0\\", 3);
-    EXPECT_EQ(TextOf(odd), std::string("a\0\\/b\0\\", 7));
-    ExpectReports(recorder, {});
-}
-
-// A writer that overwrote the terminator and did not rebuild breaks the join's promise, and is told so.
-TEST(StringPathJoin, ReportsALostTerminator)
-{
-    CAssertRecorder recorder;
-    CString path = Resizable("a//", 100);
-    path.RawDataForWriting()[3] = 'x';
-    path.AppendSlashAnd("b");
-    ExpectReports(recorder, {"*writeTo == 0"});
-    EXPECT_EQ(TextOf(path), "a/b");
-}
-
-TEST(StringPathJoin, RefusedReportsAndLeavesTheStringUnchanged)
-{
-    struct SState
-    {
-        CString m_String;
-        CString m_Other;
-        const CStringContainer *m_Container;
-    };
-    const auto shared = []
-    {
-        const CString string = Resizable("dir/", 100);
-        return SState{string, string, ContainerOf(string)};
-    };
-    const auto fixed = []
-    {
-        const CString string("dir/");
-        return SState{string, CString(), ContainerOf(string)};
-    };
-    const auto checkText = [](const std::string &text)
-    {
-        return [text](const SState &state, const SRefusal &refusal, const CAssertRecorder &recorder)
-        {
-            ExpectText(state.m_String, refusal.m_Refused ? "dir/" : text);
-            EXPECT_EQ(ContainerOf(state.m_String) == state.m_Container, refusal.m_Refused);
-            if (!state.m_Other.Empty())
-                ExpectText(state.m_Other, "dir/");
-            if (refusal.m_Refused)
-                ExpectReports(recorder, {"newContainer != null"});
-            else
-                ExpectReports(recorder, {});
-        };
-    };
-    const auto join = [](SState &state) { state.m_String.AppendSlashAnd("file"); };
-    const auto joinNothing = [](SState &state) { state.m_String.AppendSlashAnd(""); };
-    const auto joinItself = [](SState &state) { state.m_String.AppendSlashAnd(state.m_String); };
-    SweepRefusals(shared, join, checkText("dir/file"));
-    SweepRefusals(shared, joinNothing, checkText("dir"));
-    SweepRefusals(shared, joinItself, checkText("dir/dir/"));
-    SweepRefusals(fixed, join, checkText("dir/file"));
-    SweepRefusals(fixed, joinNothing, checkText("dir"));
-    SweepRefusals(fixed, joinItself, checkText("dir/dir/"));
-}
-
-TEST(StringPathJoin, RefusedOnAnEmptyStringReportsAndLeavesItEmpty)
-{
-    SweepRefusals([] { return CString(); }, [](CString &string) { string.AppendSlashAnd("file"); },
-                  [](const CString &string, const SRefusal &refusal, const CAssertRecorder &recorder)
-                  {
-                      ExpectText(string, refusal.m_Refused ? "" : "file");
-                      if (refusal.m_Refused)
-                          ExpectReports(recorder, {"newContainer != null"});
-                      else
-                          ExpectReports(recorder, {});
-                  });
-}
-
-TEST(StringPathJoin, RefusedGrowthFallsBackToANewContainer)
-{
-    const auto prepare = [] { return Resizable("0123456789abcd/", 15); };
-    const auto checkText = [](const std::string &text)
-    {
-        return [text](const CString &string, const SRefusal &refusal, const CAssertRecorder &recorder)
-        {
-            const bool failed = refusal.m_Refused && refusal.m_AndAllAfter;
-            ExpectText(string, failed ? "0123456789abcd/" : text);
-            if (failed)
-                ExpectReports(recorder, {"newContainer != null"});
-            else
-                ExpectReports(recorder, {});
-        };
-    };
-    SweepRefusals(
-        prepare, [](CString &string) { string.AppendSlashAnd("file"); }, checkText("0123456789abcd/file"));
-    // The right side begins in the kept left one: a new container from the start, so one refusal is enough.
-    SweepRefusals(
-        prepare, [](CString &string) { string.AppendSlashAnd(string.Data() + 4, 3); },
-        [](const CString &string, const SRefusal &refusal, const CAssertRecorder &)
-        { ExpectText(string, refusal.m_Refused ? "0123456789abcd/" : "0123456789abcd/456"); });
-}
-
-// ---- AppendSlash -------------------------------------------------------------------------------------------------------
-
-TEST(StringAppendSlash, EndsTheStringWithASlashUnlessItIsEmptyOrHasOne)
-{
-    CAssertRecorder recorder;
-    CString empty;
-    ExpectText(empty.AppendSlash(), "");
-    CString root("/");
-    ExpectText(root.AppendSlash(), "/");
-    CString ended("a/");
-    ExpectText(ended.AppendSlash(), "a/");
-    CString name("a");
-    ExpectText(name.AppendSlash(), "a/");
-    CString cleared = Resizable("a");
-    cleared.Clear();
-    ExpectText(cleared.AppendSlash(), "");
-    ExpectReports(recorder, {});
-}
-
-TEST(StringAppendSlash, LeavesWhatNeedsNoSlashUntouched)
-{
-    CTestAllocator allocator;
-    CString string("a/");
-    const CString other = string;
-    allocator.ForgetCalls();
-    string.AppendSlash();
-    EXPECT_EQ(string.Data(), other.Data());
-    EXPECT_TRUE(allocator.Calls().empty());
-}
-
-TEST(StringAppendSlash, LeavesTheOtherHandleAlone)
-{
-    CString string("a");
-    const CString other = string;
-    ExpectText(string.AppendSlash(), "a/");
-    ExpectText(other, "a");
-}
-
-TEST(StringAppendSlash, RefusedLeavesTheStringEmpty)
-{
-    SweepRefusals([] { return CString("dir"); }, [](CString &string) { string.AppendSlash(); },
-                  [](const CString &string, const SRefusal &refusal, const CAssertRecorder &recorder)
-                  {
-                      ExpectText(string, refusal.m_Refused ? "" : "dir/");
-                      ExpectReports(recorder, {});
-                  });
-}
-
-TEST(StringAppendSlash, SlashAppendedLeavesTheSourceUnchanged)
-{
-    CTestAllocator allocator;
-    const CString source("a");
-    const CString result = source.SlashAppended();
-    ExpectText(result, "a/");
-    ExpectText(source, "a");
-    EXPECT_EQ(ContainerOf(source)->RefCount(), 1u);
-}
-
-TEST(StringAppendSlash, SlashAppendedOfWhatNeedsNoneSharesTheSource)
-{
-    CTestAllocator allocator;
-    const CString source("a/");
-    allocator.ForgetCalls();
-    const CString result = source.SlashAppended();
-    EXPECT_EQ(result.Data(), source.Data());
-    EXPECT_EQ(ContainerOf(source)->RefCount(), 2u);
-    EXPECT_TRUE(allocator.Calls().empty());
-    EXPECT_EQ(CString().SlashAppended().Data(), nullptr);
-}
-
-TEST(StringAppendSlash, SlashAppendedRefusedIsEmptyAndLeavesTheSourceUnchanged)
-{
-    struct SState
-    {
-        CString m_Source;
-        CString m_Result;
-    };
-    SweepRefusals(
-        [] {
-            return SState{CString("dir"), CString("before")};
-        },
-        [](SState &state) { state.m_Result = state.m_Source.SlashAppended(); },
-        [](const SState &state, const SRefusal &refusal, const CAssertRecorder &recorder)
-        {
-            ExpectText(state.m_Result, refusal.m_Refused ? "" : "dir/");
-            ExpectText(state.m_Source, "dir");
-            ExpectReports(recorder, {});
-        });
-}
-
 // ---- The longest texts -------------------------------------------------------------------------------------------------
-
-// A resizable string of a length, of which only the first and the last character are written: neither a slash.
-CString HugeString(u32 length)
-{
-    const PStringContainer container = CStringContainer::NewResizable(nullptr, length, 0);
-    if (container == null)
-        return CString();
-    container->Data()[0] = 'a';
-    container->Data()[length - 1] = 'z';
-    return CString(container);
-}
 
 TEST(StringHuge, AppendUpToTheLongestLengthIsGranted)
 {
@@ -1246,40 +902,6 @@ TEST(StringHuge, AppendToItselfBeyondTheLongestLengthIsRefusedMemory)
     string.Append(string);
     EXPECT_EQ(string.Data(), nullptr);
     EXPECT_EQ(allocator.RequestCount(), requests);
-    ExpectReports(recorder, {});
-}
-
-TEST(StringHuge, JoinBeyondTheLongestLengthReportsAndLeavesTheStringUnchanged)
-{
-    if (!CHugeAllocator::Supported())
-        GTEST_SKIP() << "no address space to pretend with";
-    for (const bool shared : {false, true})
-    {
-        SCOPED_TRACE(shared);
-        CAssertRecorder recorder;
-        CHugeAllocator allocator;
-        CString string = HugeString(0x3FFFFFF0u);
-        const CString other = shared ? string : CString();
-        const CStringContainer *container = ContainerOf(string);
-        const u64 requests = allocator.RequestCount();
-        string.AppendSlashAnd("0123456789abcd");
-        EXPECT_EQ(ContainerOf(string), container);
-        EXPECT_EQ(string.Length(), 0x3FFFFFF0u);
-        EXPECT_EQ(allocator.RequestCount(), requests);
-        ExpectReports(recorder, {"newContainer != null"});
-    }
-}
-
-TEST(StringHuge, JoinUpToTheLongestLengthIsGranted)
-{
-    if (!CHugeAllocator::Supported())
-        GTEST_SKIP() << "no address space to pretend with";
-    CAssertRecorder recorder;
-    CHugeAllocator allocator;
-    CString string = HugeString(0x3FFFFFF0u);
-    string.AppendSlashAnd("0123456789abc");
-    EXPECT_EQ(string.Length(), 0x3FFFFFFEu);
-    EXPECT_EQ(TextOf(CStringView(string.Data() + 0x3FFFFFEFu, 15)), "z/0123456789abc");
     ExpectReports(recorder, {});
 }
 

@@ -10,18 +10,13 @@
 #include "odd_allocators.h"
 #include "refusal_sweep.h"
 #include "string_checks.h"
+#include "text_pieces.h"
 
 namespace
 {
 
 using namespace Quorvane;
 using namespace QuorvaneTest;
-
-// A string of either form.
-CString Resizable(const char *text, u32 capacity = 0)
-{
-    return CString(CStringContainer::NewResizable(text, static_cast<u32>(std::strlen(text)), capacity));
-}
 
 // A string that begins with a terminator, so that it is empty, and has a length all the same.
 CString EmptyWithLength()

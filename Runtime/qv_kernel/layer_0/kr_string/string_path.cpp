@@ -1,0 +1,440 @@
+// Path joining: two pieces, or many, with exactly one slash at each seam.
+//
+// Two pieces are joined in the string's own container, when nobody shares it and it is of the resizable form, or in a
+// new one; many always in a new one. Only the seams are looked at for slashes, all of it for backslashes.
+#include "kr_string.h"
+
+#include "character_scan.h"
+#include "container_edits.h"
+
+namespace Quorvane
+{
+
+namespace
+{
+
+using Internal::SContainerEdits;
+
+constexpr char kSlash = '/';
+constexpr char kBackSlash = '\\';
+
+// True when a backslash stands within the first `length` characters, and before any terminator there.
+bool _ContainsBackSlash(const char *str, u32 length)
+{
+    if (!Internal::Holds(str, length, kBackSlash))
+        return false;
+    const void *found = std::memchr(str, kBackSlash, length);
+    return !Internal::Holds(str, static_cast<u32>(static_cast<const char *>(found) - str), '\0');
+}
+
+u32 LengthWithoutTrailingSlashes(const char *str, u32 length)
+{
+    while (length != 0 && str[length - 1] == kSlash)
+        --length;
+    return length;
+}
+
+u32 CountLeadingSlashes(const char *str, u32 length)
+{
+    u32 count = 0;
+    while (count < length && str[count] == kSlash)
+        ++count;
+    return count;
+}
+
+// What all ways of joining promise of the characters they wrote.
+void CheckJoined(const char *writeToBegin, const char *writeTo, u32 newLen)
+{
+    QV_ASSERT(ureg(writeTo - writeToBegin) == newLen);
+    QV_ASSERT(*writeTo == 0);
+    static_cast<void>(writeToBegin), static_cast<void>(writeTo), static_cast<void>(newLen);
+}
+
+// The end of a path to which something is joined.
+struct SPathEnd
+{
+    u32 m_Kept;     // its length without the slashes at its end
+    bool m_WasRoot; // it was nothing but slashes
+
+    static SPathEnd Of(const char *a, u32 aLen)
+    {
+        const u32 kept = LengthWithoutTrailingSlashes(a, aLen);
+        return SPathEnd{kept, aLen != 0 && kept == 0};
+    }
+};
+
+// What a path join writes, in order: the kept left side, a slash or none, the trimmed right side.
+struct SPathPieces
+{
+    u32 m_LeftLength;
+    bool m_Slash;
+    const char *m_Right;
+    u32 m_RightLength;
+
+    SPathPieces(const SPathEnd &left, const char *b, u32 bLen)
+    {
+        const u32 bSkip = CountLeadingSlashes(b, bLen);
+        const bool bRooted = bSkip != 0;
+        m_LeftLength = left.m_Kept;
+        m_Right = b + bSkip;
+        m_RightLength = bLen - bSkip;
+        m_Slash = m_LeftLength != 0 ? m_RightLength != 0 : bRooted || left.m_WasRoot;
+    }
+
+    u32 Length() const
+    {
+        return Internal::CheckedLength(static_cast<u64>(m_LeftLength) + (m_Slash ? 1 : 0) + m_RightLength);
+    }
+
+    // Drops the slashes at the end of what is joined, to which something else is joined next.
+    SPathEnd TrimEnd()
+    {
+        m_RightLength = LengthWithoutTrailingSlashes(m_Right, m_RightLength);
+        const bool isRoot = m_LeftLength == 0 && m_RightLength == 0;
+        return isRoot ? SPathEnd{0, m_Slash} : SPathEnd{Length(), false};
+    }
+
+    // Writes the slash and the right side behind the left one, which stands at `writeToBegin`. Returns the end.
+    char *WriteBehindLeft(char *writeToBegin) const
+    {
+        char *const writeTo = WriteSlash(writeToBegin);
+        if (Mem::Overlaps(writeTo, m_RightLength, m_Right, m_RightLength))
+            Mem::Copy_Overlapped(writeTo, m_Right, m_RightLength);
+        else
+            Mem::Copy(writeTo, m_Right, m_RightLength);
+        return writeTo + m_RightLength;
+    }
+
+    // The same into memory where no piece lies.
+    char *WriteApart(char *writeToBegin) const
+    {
+        char *const writeTo = WriteSlash(writeToBegin);
+        Mem::Internal::CopyDistinct(writeTo, m_Right, m_RightLength);
+        return writeTo + m_RightLength;
+    }
+
+private:
+    char *WriteSlash(char *writeToBegin) const
+    {
+        char *const writeTo = writeToBegin + m_LeftLength;
+        if (m_Slash)
+            *writeTo = kSlash;
+        return writeTo + (m_Slash ? 1 : 0);
+    }
+};
+
+void CheckLeftSide(const char *a, u32 aLen)
+{
+    QV_ASSERT(aLen == 0 || a != null);
+    QV_INTERNAL_ASSERT_TEXT("aLen == 0 || !_ContainsBackSlash(a, length)",
+                            aLen == 0 || a == null || !_ContainsBackSlash(a, aLen));
+    static_cast<void>(a), static_cast<void>(aLen);
+}
+
+void CheckRightSide(const char *b, u32 bLen)
+{
+    QV_ASSERT(bLen == 0 || b != null);
+    QV_INTERNAL_ASSERT_TEXT("bLen == 0 || !_ContainsBackSlash(b, length)",
+                            bLen == 0 || b == null || !_ContainsBackSlash(b, bLen));
+    static_cast<void>(b), static_cast<void>(bLen);
+}
+
+// Room for a joined path of that length; null, after a report, when memory is refused.
+PStringContainer NewPath(u32 newLen)
+{
+    PStringContainer newContainer = CStringContainer::NewResizable(null, newLen, 0);
+    if (QV_VERIFY(newContainer != null))
+        return newContainer;
+    QV_INTERNAL_ASSERT_TEXT("writeTo != null", newContainer->Data() != nullptr);
+    return newContainer;
+}
+
+// A new resizable container with the joined path; null, after a report, when memory is refused.
+PStringContainer NewJoinedPath(const char *a, const SPathPieces &pieces)
+{
+    const u32 newLen = pieces.Length();
+    PStringContainer newContainer = NewPath(newLen);
+    if (newContainer == null)
+        return newContainer;
+    char *const writeToBegin = newContainer->Data();
+    Mem::Internal::CopyDistinct(writeToBegin, a, pieces.m_LeftLength);
+    CheckJoined(writeToBegin, pieces.WriteApart(writeToBegin), newLen);
+    return newContainer;
+}
+
+PStringContainer NewJoinedPath(const char *a, u32 aLen, const char *b, u32 bLen)
+{
+    CheckLeftSide(a, aLen);
+    CheckRightSide(b, bLen);
+    return NewJoinedPath(a, SPathPieces(SPathEnd::Of(a, aLen), b, bLen));
+}
+
+// The common case: a container's characters, and a few from anywhere, with no slash on either side of the seam and
+// nothing to report. Requires: 1 to kFew of them.
+bool IsPlainSeam(const char *a, u32 aLen, const char *b, u32 bLen)
+{
+    return aLen != 0 && a[aLen - 1] != kSlash && b[0] != kSlash && !Internal::HoldsInBlocks(a, aLen, kBackSlash) &&
+           !Internal::Holds(b, bLen, kBackSlash);
+}
+
+bool IsPlainJoin(const CStringContainer &container, const char *b, u32 bLen)
+{
+    return SContainerEdits::MayTakeFew(container, b, bLen) &&
+           IsPlainSeam(container.Data(), container.Length(), b, bLen);
+}
+
+// Returns false, with the container as it was, when it cannot grow.
+bool JoinPlainly(CStringContainer &container, const char *b, u32 bLen)
+{
+    if (!container.DynamicResize(container.Length() + 1 + bLen))
+        return false;
+    char *const writeTo = SContainerEdits::ExtendBy(container, 1 + bLen);
+    writeTo[0] = kSlash;
+    Mem::Internal::CopyUpTo32(writeTo + 1, b, bLen);
+    return true;
+}
+
+// Any other join in place. Returns false, with the container as it was, when it cannot grow.
+bool JoinInPlace(CStringContainer &container, const SPathPieces &pieces)
+{
+    const u32 aLen = container.Length();
+    const u32 newLen = pieces.Length();
+    const bool inRoom = SContainerEdits::IsInRoom(container, pieces.m_Right, pieces.m_RightLength);
+    if (!container.DynamicResize(QVMax(aLen, newLen)))
+        return false;
+    char *writeToBegin = container.Data();
+    QV_INTERNAL_ASSERT_TEXT("writeTo != null", writeToBegin != nullptr);
+    if (newLen > aLen && !inRoom)
+        SContainerEdits::LengthenTo(container, newLen);
+    const char *writeTo = pieces.WriteBehindLeft(writeToBegin);
+    if (newLen != container.Length())
+        SContainerEdits::EndAt(container, newLen);
+    CheckJoined(writeToBegin, writeTo, newLen);
+    return true;
+}
+
+} // namespace
+
+CString &CString::_ConcatenatePath(const char *b, u32 bLen)
+{
+    CStringContainer *const container = m_Container.Get();
+    const bool plainly = container != nullptr && bLen - 1 < SContainerEdits::kFew && IsPlainJoin(*container, b, bLen);
+    const bool isDone = plainly && JoinPlainly(*container, b, bLen);
+    return QV_INTERNAL_LIKELY(isDone) ? *this : _ConcatenatePathAnyhow(b, bLen, !plainly);
+}
+
+QV_INTERNAL_NOINLINE CString &CString::_ConcatenatePathAnyhow(const char *b, u32 bLen, bool mayGrow)
+{
+    const char *a = Data();
+    const u32 aLen = Length();
+    CheckLeftSide(a, aLen);
+    CheckRightSide(b, bLen);
+    const SPathPieces pieces(SPathEnd::Of(a, aLen), b, bLen);
+    const bool inPlace = mayGrow && _IsUniqueAndResizable() &&
+                         !Internal::IsAliased(a, pieces.m_LeftLength, pieces.m_Right, pieces.m_RightLength);
+    if (!inPlace || !JoinInPlace(*m_Container, pieces))
+    {
+        PStringContainer newContainer = NewJoinedPath(a, pieces);
+        if (newContainer == null)
+            return *this;
+        m_Container = std::move(newContainer);
+    }
+    QV_INTERNAL_ASSERT_TEXT("CStringContainer::SafeLength(m_Container.Get()) == newLen", Length() == pieces.Length());
+    return *this;
+}
+
+CString &CString::AppendSlashAnd(const CString &other)
+{
+    return other.Empty() ? _ConcatenatePath("", 0) : AppendSlashAnd(other.Data(), other.Length());
+}
+
+CString &CString::AppendSlashAnd(const CStringView &other)
+{
+    return AppendSlashAnd(other.Data(), other.Length());
+}
+
+CString &CString::AppendSlashAnd(const char *other)
+{
+    return AppendSlashAnd(other, SNativeStringUtils::Length(other));
+}
+
+CString &CString::AppendSlashAnd(const char *other, u32 length)
+{
+    return other != nullptr && length != 0 ? _ConcatenatePath(other, length) : _ConcatenatePath("", 0);
+}
+
+CString &CString::AppendSlash()
+{
+    return Empty() || Last() == kSlash ? *this : Append("/", 1);
+}
+
+CString CString::SlashAppended() const
+{
+    CString result(*this);
+    result.AppendSlash();
+    return result;
+}
+
+// The operators. With a temporary on the left they edit it in place; otherwise the left side is shared, so that an edit
+// of a copy of it would come to a new container: they make that one without the copy.
+
+namespace
+{
+
+// A string or a view of nothing joins as the empty text does, which stays what it is when memory is refused.
+CString JoinedPath(const CString &a, const CStringView &b)
+{
+    const u32 aLen = a.Length();
+    const u32 bLen = b.Length();
+    if (bLen - 1 < SContainerEdits::kFew && aLen <= Mem::Internal::kShortCopyBytes &&
+        IsPlainSeam(a.Data(), aLen, b.Data(), bLen))
+    {
+        PStringContainer joined = NewPath(aLen + 1 + bLen);
+        if (joined == null)
+            return a;
+        char *const writeTo = joined->Data();
+        Mem::Internal::CopyShort(writeTo, a.Data(), aLen);
+        writeTo[aLen] = kSlash;
+        Mem::Internal::CopyUpTo32(writeTo + aLen + 1, b.Data(), bLen);
+        return CString(std::move(joined));
+    }
+    const bool nothing = b.Empty() || b.Data() == nullptr;
+    PStringContainer joined = NewJoinedPath(a.Data(), a.Length(), nothing ? "" : b.Data(), nothing ? 0 : b.Length());
+    return joined != null ? CString(std::move(joined)) : a;
+}
+
+} // namespace
+
+CString operator/(const CString &a, const CString &b)
+{
+    return JoinedPath(a, b.Empty() ? CStringView() : CStringView(b));
+}
+
+CString operator/(const CString &a, const CStringView &b)
+{
+    return JoinedPath(a, b);
+}
+
+CString operator/(const CString &a, const char *b)
+{
+    return JoinedPath(a, CStringView::FromNullTerminatedString(b));
+}
+
+CString operator/(const CStringView &a, const CString &b)
+{
+    return a.ToString() / b;
+}
+
+CString operator/(const char *a, const CString &b)
+{
+    return CString(a) / b;
+}
+
+CString operator/(CString &&a, const CString &b)
+{
+    return std::move(a.AppendSlashAnd(b));
+}
+
+CString operator/(CString &&a, const CStringView &b)
+{
+    return std::move(a.AppendSlashAnd(b));
+}
+
+CString operator/(CString &&a, const char *b)
+{
+    return std::move(a.AppendSlashAnd(b));
+}
+
+// Many pieces. The first walk measures, the second one writes; both cut each piece by the end of those before it.
+
+namespace
+{
+
+// A view of nothing has no characters, whatever its length says.
+u32 LengthOf(const CStringView &piece)
+{
+    return piece.Data() != nullptr ? piece.Length() : 0;
+}
+
+// Calls `use(join)` for each piece behind the first, without what the next one cuts off. Returns the path's length.
+template <typename Use>
+u32 WalkPath(const TMemoryView<const CStringView> &pieces, const Use &use)
+{
+    SPathEnd end = SPathEnd::Of(pieces[0].Data(), LengthOf(pieces[0]));
+    u32 length = LengthOf(pieces[0]);
+    for (u32 i = 1; i < pieces.Count(); ++i)
+    {
+        SPathPieces join(end, pieces[i].Data(), LengthOf(pieces[i]));
+        if (i + 1 != pieces.Count())
+            end = join.TrimEnd();
+        use(join);
+        length = join.Length();
+    }
+    return length;
+}
+
+QV_INTERNAL_NOINLINE CString JoinPathAnyhow(const TMemoryView<const CStringView> &pieces)
+{
+    const CStringView &first = pieces[0];
+    CheckLeftSide(first.Data(), first.Length());
+    for (u32 i = 1; i < pieces.Count(); ++i)
+        CheckRightSide(pieces[i].Data(), pieces[i].Length());
+    PStringContainer path = NewPath(WalkPath(pieces, [](const SPathPieces &) {}));
+    if (path == null)
+        return CString();
+    // One piece alone stays as it is.
+    const u32 kept = pieces.Count() > 1 ? SPathEnd::Of(first.Data(), LengthOf(first)).m_Kept : path->Length();
+    char *const writeToBegin = path->Data();
+    char *writeTo = writeToBegin + kept;
+    Mem::Internal::CopyDistinct(writeToBegin, first.Data(), kept);
+    WalkPath(pieces, [&](const SPathPieces &join) { writeTo = join.WriteApart(writeToBegin); });
+    CheckJoined(writeToBegin, writeTo, path->Length());
+    return CString(std::move(path));
+}
+
+// The length of the path in the common case: short pieces that are not empty, no slash at a seam, nothing to report.
+// Returns: 0 in every other case.
+u32 PlainLength(const TMemoryView<const CStringView> &pieces)
+{
+    u64 length = 0;
+    for (const CStringView &piece : pieces)
+    {
+        const char *const data = piece.Data();
+        const u32 pieceLength = piece.Length();
+        const bool isPlain = data != nullptr && pieceLength - 1 < Mem::Internal::kShortCopyBytes &&
+                             data[pieceLength - 1] != kSlash && (data[0] != kSlash || length == 0) &&
+                             !Internal::Holds(data, pieceLength, kBackSlash);
+        if (!isPlain)
+            return 0;
+        length += pieceLength + 1;
+    }
+    return Internal::CheckedLength(length - 1);
+}
+
+void WritePlainly(const TMemoryView<const CStringView> &pieces, char *writeTo)
+{
+    for (const CStringView &piece : pieces)
+    {
+        Mem::Internal::CopyShort(writeTo, piece.Data(), piece.Length());
+        writeTo += piece.Length();
+        *writeTo++ = kSlash;
+    }
+    writeTo[-1] = '\0';
+}
+
+} // namespace
+
+CString JoinPath(const TMemoryView<const CStringView> &pieces)
+{
+    if (pieces.Empty())
+        return CString();
+    const u32 plainLength = PlainLength(pieces);
+    if (plainLength == 0)
+        return JoinPathAnyhow(pieces);
+    PStringContainer path = NewPath(plainLength);
+    if (path != null)
+        WritePlainly(pieces, path->Data());
+    return CString(std::move(path));
+}
+
+} // namespace Quorvane

@@ -1,0 +1,587 @@
+// Path joining, promise by promise: of two pieces, of many, and the slash at the end. That every small case of two pieces
+// agrees with a naive model is shown beside concatenation.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "every_text.h"
+#include "kr_string.h"
+#include "odd_allocators.h"
+#include "refusal_sweep.h"
+#include "string_checks.h"
+#include "string_model.h"
+#include "text_pieces.h"
+
+namespace
+{
+
+using namespace Quorvane;
+using namespace QuorvaneTest;
+
+// ---- Two pieces ----------------------------------------------------------------------------------------------------
+
+TEST(StringPathJoin, TableOfResults)
+{
+    const struct
+    {
+        const char *m_Left;
+        const char *m_Right;
+        const char *m_Result;
+    } rows[] = {
+        {"dir", "file", "dir/file"},
+        {"dir/", "/file", "dir/file"},
+        {"a//", "//b", "a/b"},
+        {"dir", "", "dir"},
+        {"dir/", "", "dir"},
+        {"dir", "/", "dir"},
+        {"", "file", "file"},
+        {"", "/file", "/file"},
+        {"", "/", "/"},
+        {"/", "file", "/file"},
+        {"///", "", "/"},
+        {"", "", ""},
+        {"a//b/", "c", "a//b/c"},
+    };
+    CAssertRecorder recorder;
+    for (const auto &row : rows)
+    {
+        SCOPED_TRACE(::testing::Message() << '"' << row.m_Left << "\" and \"" << row.m_Right << '"');
+        EXPECT_EQ(ModelJoinPath(row.m_Left, row.m_Right), row.m_Result);
+        CString fixed(row.m_Left);
+        ExpectText(fixed.AppendSlashAnd(row.m_Right), row.m_Result);
+        CString resizable = Resizable(row.m_Left, 100);
+        ExpectText(resizable.AppendSlashAnd(row.m_Right), row.m_Result);
+        CString byHandle(row.m_Left);
+        ExpectText(byHandle.AppendSlashAnd(CString(row.m_Right)), row.m_Result);
+    }
+    ExpectReports(recorder, {});
+}
+
+TEST(StringPathJoin, OnlyTheSeamIsNormalised)
+{
+    CString path("//a//b//");
+    path.AppendSlashAnd("//c//d//");
+    ExpectText(path, "//a//b/c//d//");
+}
+
+TEST(StringPathJoin, WithNothingStillTrimsTheLeftSide)
+{
+    const CString empty;
+    CString byText("dir//");
+    ExpectText(byText.AppendSlashAnd(""), "dir");
+    CString byNull("dir//");
+    ExpectText(byNull.AppendSlashAnd(nullptr), "dir");
+    CString byCount("dir//");
+    ExpectText(byCount.AppendSlashAnd("file", 0), "dir");
+    CString byNullAndCount("dir//");
+    ExpectText(byNullAndCount.AppendSlashAnd(nullptr, 4), "dir");
+    CString byHandle("dir//");
+    ExpectText(byHandle.AppendSlashAnd(empty), "dir");
+    CString byView("dir//");
+    ExpectText(byView.AppendSlashAnd(CStringView()), "dir");
+}
+
+TEST(StringPathJoin, AHandleThatIsEmptyByItsFirstCharacterIsNothing)
+{
+    CString odd("xbc");
+    *odd.RawDataForWriting() = '\0';
+    CString path("dir/");
+    ExpectText(path.AppendSlashAnd(odd), "dir");
+}
+
+TEST(StringPathJoin, TheSkipOfLeadingSlashesStopsAtTheCount)
+{
+    CString path("a");
+    ExpectText(path.AppendSlashAnd("///x", 2), "a");
+    ExpectText(path.AppendSlashAnd("///x", 3), "a");
+    ExpectText(path.AppendSlashAnd("///x", 4), "a/x");
+    CString empty;
+    ExpectText(empty.AppendSlashAnd("///x", 2), "/");
+}
+
+TEST(StringPathJoin, ShorteningKeepsAResizableContainerAndItsRoom)
+{
+    CTestAllocator allocator;
+    CString path = Resizable("dir///", 100);
+    const CStringContainer *container = ContainerOf(path);
+    const u32 capacity = CapacityOf(*container);
+    allocator.ForgetCalls();
+    ExpectText(path.AppendSlashAnd(""), "dir");
+    EXPECT_EQ(ContainerOf(path), container);
+    EXPECT_EQ(CapacityOf(*container), capacity);
+    EXPECT_TRUE(allocator.Calls().empty());
+}
+
+TEST(StringPathJoin, LengthOfTheResultMayEqualThatOfTheLeftSide)
+{
+    CString path = Resizable("a//", 100);
+    ExpectText(path.AppendSlashAnd("b"), "a/b");
+}
+
+// The room behind the text is nobody's, yet a caller who wrote there may join it: its place overlaps where it goes.
+TEST(StringPathJoin, ARightSideFromTheRoomBehindTheTextMayOverlapItsNewPlace)
+{
+    CAssertRecorder recorder;
+    CTestAllocator allocator;
+    CString path = Resizable("a/", 100);
+    char *data = path.RawDataForWriting();
+    std::memcpy(data + 3, "bcd", 3);
+    ExpectText(path.AppendSlashAnd(CStringView(data + 3, 3)), "a/bcd");
+    EXPECT_EQ(path.Data(), data);
+    ExpectReports(recorder, {});
+}
+
+TEST(StringPathJoin, BackslashesAreReportedAndKept)
+{
+    {
+        CAssertRecorder recorder;
+        CString path("a\\b");
+        ExpectText(path.AppendSlashAnd("c"), "a\\b/c");
+        ExpectReports(recorder, {"aLen == 0 || !_ContainsBackSlash(a, length)"});
+    }
+    {
+        CAssertRecorder recorder;
+        CString path("a");
+        ExpectText(path.AppendSlashAnd("b\\"), "a/b\\");
+        ExpectReports(recorder, {"bLen == 0 || !_ContainsBackSlash(b, length)"});
+    }
+    {
+        CAssertRecorder recorder;
+        CString path("\\");
+        ExpectText(path.AppendSlashAnd("\\"), "\\/\\");
+        ExpectReports(recorder,
+                      {"aLen == 0 || !_ContainsBackSlash(a, length)", "bLen == 0 || !_ContainsBackSlash(b, length)"});
+    }
+}
+
+TEST(StringPathJoin, BackslashesBehindTheCountOrATerminatorAreNotSeen)
+{
+    CAssertRecorder recorder;
+    CString path("a");
+    ExpectText(path.AppendSlashAnd("b\\c", 1), "a/b");
+    CString odd("a\0\\", 3);
+    odd.AppendSlashAnd("b\0\\", 3);
+    EXPECT_EQ(TextOf(odd), std::string("a\0\\/b\0\\", 7));
+    ExpectReports(recorder, {});
+}
+
+// A writer that overwrote the terminator and did not rebuild breaks the join's promise, and is told so.
+TEST(StringPathJoin, ReportsALostTerminator)
+{
+    CAssertRecorder recorder;
+    CString path = Resizable("a//", 100);
+    path.RawDataForWriting()[3] = 'x';
+    path.AppendSlashAnd("b");
+    ExpectReports(recorder, {"*writeTo == 0"});
+    EXPECT_EQ(TextOf(path), "a/b");
+}
+
+TEST(StringPathJoin, RefusedReportsAndLeavesTheStringUnchanged)
+{
+    struct SState
+    {
+        CString m_String;
+        CString m_Other;
+        const CStringContainer *m_Container;
+    };
+    const auto shared = []
+    {
+        const CString string = Resizable("dir/", 100);
+        return SState{string, string, ContainerOf(string)};
+    };
+    const auto fixed = []
+    {
+        const CString string("dir/");
+        return SState{string, CString(), ContainerOf(string)};
+    };
+    const auto checkText = [](const std::string &text)
+    {
+        return [text](const SState &state, const SRefusal &refusal, const CAssertRecorder &recorder)
+        {
+            ExpectText(state.m_String, refusal.m_Refused ? "dir/" : text);
+            EXPECT_EQ(ContainerOf(state.m_String) == state.m_Container, refusal.m_Refused);
+            if (!state.m_Other.Empty())
+                ExpectText(state.m_Other, "dir/");
+            if (refusal.m_Refused)
+                ExpectReports(recorder, {"newContainer != null"});
+            else
+                ExpectReports(recorder, {});
+        };
+    };
+    const auto join = [](SState &state) { state.m_String.AppendSlashAnd("file"); };
+    const auto joinNothing = [](SState &state) { state.m_String.AppendSlashAnd(""); };
+    const auto joinItself = [](SState &state) { state.m_String.AppendSlashAnd(state.m_String); };
+    SweepRefusals(shared, join, checkText("dir/file"));
+    SweepRefusals(shared, joinNothing, checkText("dir"));
+    SweepRefusals(shared, joinItself, checkText("dir/dir/"));
+    SweepRefusals(fixed, join, checkText("dir/file"));
+    SweepRefusals(fixed, joinNothing, checkText("dir"));
+    SweepRefusals(fixed, joinItself, checkText("dir/dir/"));
+}
+
+TEST(StringPathJoin, RefusedOnAnEmptyStringReportsAndLeavesItEmpty)
+{
+    SweepRefusals([] { return CString(); }, [](CString &string) { string.AppendSlashAnd("file"); },
+                  [](const CString &string, const SRefusal &refusal, const CAssertRecorder &recorder)
+                  {
+                      ExpectText(string, refusal.m_Refused ? "" : "file");
+                      if (refusal.m_Refused)
+                          ExpectReports(recorder, {"newContainer != null"});
+                      else
+                          ExpectReports(recorder, {});
+                  });
+}
+
+TEST(StringPathJoin, RefusedGrowthFallsBackToANewContainer)
+{
+    const auto prepare = [] { return Resizable("0123456789abcd/", 15); };
+    const auto checkText = [](const std::string &text)
+    {
+        return [text](const CString &string, const SRefusal &refusal, const CAssertRecorder &recorder)
+        {
+            const bool failed = refusal.m_Refused && refusal.m_AndAllAfter;
+            ExpectText(string, failed ? "0123456789abcd/" : text);
+            if (failed)
+                ExpectReports(recorder, {"newContainer != null"});
+            else
+                ExpectReports(recorder, {});
+        };
+    };
+    SweepRefusals(
+        prepare, [](CString &string) { string.AppendSlashAnd("file"); }, checkText("0123456789abcd/file"));
+    // With nothing to trim there is a shorter way to the same.
+    SweepRefusals([] { return Resizable("0123456789abcde", 15); },
+                  [](CString &string) { string.AppendSlashAnd("file"); },
+                  [](const CString &string, const SRefusal &refusal, const CAssertRecorder &recorder)
+                  {
+                      const bool failed = refusal.m_Refused && refusal.m_AndAllAfter;
+                      ExpectText(string, failed ? "0123456789abcde" : "0123456789abcde/file");
+                      if (failed)
+                          ExpectReports(recorder, {"newContainer != null"});
+                      else
+                          ExpectReports(recorder, {});
+                  });
+    // The right side begins in the kept left one: a new container from the start, so one refusal is enough.
+    SweepRefusals(
+        prepare, [](CString &string) { string.AppendSlashAnd(string.Data() + 4, 3); },
+        [](const CString &string, const SRefusal &refusal, const CAssertRecorder &)
+        { ExpectText(string, refusal.m_Refused ? "0123456789abcd/" : "0123456789abcd/456"); });
+}
+
+TEST(StringPathJoin, BeyondTheLongestLengthReportsAndLeavesTheStringUnchanged)
+{
+    if (!CHugeAllocator::Supported())
+        GTEST_SKIP() << "no address space to pretend with";
+    for (const bool shared : {false, true})
+    {
+        SCOPED_TRACE(shared);
+        CAssertRecorder recorder;
+        CHugeAllocator allocator;
+        CString string = HugeString(0x3FFFFFF0u);
+        const CString other = shared ? string : CString();
+        const CStringContainer *container = ContainerOf(string);
+        const u64 requests = allocator.RequestCount();
+        string.AppendSlashAnd("0123456789abcd");
+        EXPECT_EQ(ContainerOf(string), container);
+        EXPECT_EQ(string.Length(), 0x3FFFFFF0u);
+        EXPECT_EQ(allocator.RequestCount(), requests);
+        ExpectReports(recorder, {"newContainer != null"});
+    }
+}
+
+TEST(StringPathJoin, UpToTheLongestLengthIsGranted)
+{
+    if (!CHugeAllocator::Supported())
+        GTEST_SKIP() << "no address space to pretend with";
+    CAssertRecorder recorder;
+    CHugeAllocator allocator;
+    CString string = HugeString(0x3FFFFFF0u);
+    string.AppendSlashAnd("0123456789abc");
+    EXPECT_EQ(string.Length(), 0x3FFFFFFEu);
+    EXPECT_EQ(TextOf(CStringView(string.Data() + 0x3FFFFFEFu, 15)), "z/0123456789abc");
+    ExpectReports(recorder, {});
+}
+
+// ---- Many pieces ---------------------------------------------------------------------------------------------------
+
+std::string ModelJoinAll(const std::vector<std::string> &pieces)
+{
+    std::string path = pieces.front();
+    for (size_t i = 1; i < pieces.size(); ++i)
+        path = ModelJoinPath(path, pieces[i]);
+    return path;
+}
+
+CString JoinAll(const std::vector<std::string> &pieces)
+{
+    std::vector<CStringView> views;
+    for (const std::string &piece : pieces)
+        views.push_back(ViewOf(piece));
+    return JoinPath(TMemoryView<const CStringView>(views.data(), static_cast<u32>(views.size())));
+}
+
+void CheckJoinAll(const std::vector<std::string> &pieces)
+{
+    CTestAllocator allocator;
+    const CString path = JoinAll(pieces);
+    const std::string text = ModelJoinAll(pieces);
+    ASSERT_NE(path.Data(), nullptr);
+    ExpectCharacters(path, text);
+    EXPECT_TRUE(ContainerOf(path)->SupportsDynamicResize());
+    EXPECT_EQ(ContainerOf(path)->RefCount(), 1u);
+    EXPECT_EQ(CapacityOf(*ContainerOf(path)), text.size() < 16 ? 32u : (text.size() + 16) / 16 * 16);
+    // A buffer and an object, and nothing in between.
+    EXPECT_EQ(allocator.RequestCount(), 2u);
+}
+
+TEST(JoinPath, EveryTwoAndThreePiecesOfLettersAndSlashes)
+{
+    CAssertRecorder recorder;
+    const std::vector<std::string> texts = EveryText("a/", kSlow ? 2 : 3);
+    for (const std::string &a : texts)
+        for (const std::string &b : texts)
+        {
+            SCOPED_TRACE(::testing::Message() << '"' << a << "\" and \"" << b << '"');
+            CheckJoinAll({a, b});
+            for (const std::string &c : texts)
+            {
+                SCOPED_TRACE(c);
+                CheckJoinAll({a, b, c});
+                if (HasFailure())
+                    return;
+            }
+        }
+    ExpectReports(recorder, {});
+}
+
+TEST(JoinPath, EveryFourPiecesOfLettersAndSlashes)
+{
+    CAssertRecorder recorder;
+    const std::vector<std::string> texts = {"", "a", "/", "b/", "//", "/c//"};
+    for (const std::string &a : texts)
+        for (const std::string &b : texts)
+            for (const std::string &c : texts)
+                for (const std::string &d : texts)
+                {
+                    SCOPED_TRACE(a + '|' + b + '|' + c + '|' + d);
+                    CheckJoinAll({a, b, c, d});
+                    if (HasFailure())
+                        return;
+                }
+    ExpectReports(recorder, {});
+}
+
+TEST(JoinPath, PiecesOfEveryLength)
+{
+    CAssertRecorder recorder;
+    const std::string letters(130, 'x');
+    for (size_t length = 1; length <= letters.size(); ++length)
+    {
+        SCOPED_TRACE(length);
+        const std::string piece = letters.substr(0, length);
+        CheckJoinAll({piece, "b"});
+        CheckJoinAll({"a", piece});
+        CheckJoinAll({'/' + piece, piece, piece + '/'});
+        CheckJoinAll({piece + std::string(40, '/'), std::string(40, '/') + piece, ""});
+    }
+    ExpectReports(recorder, {});
+}
+
+// What is cut off by a later piece may be longer than the whole path, which has no room for it.
+TEST(JoinPath, SlashesThatALaterPieceCutsOffAreNeverWritten)
+{
+    CAssertRecorder recorder;
+    const std::string slashes(1000, '/');
+    CheckJoinAll({slashes, ""});
+    CheckJoinAll({slashes, slashes, slashes});
+    CheckJoinAll({"a" + slashes, ""});
+    CheckJoinAll({"a", "b" + slashes, ""});
+    CheckJoinAll({"a", "b" + slashes, "", slashes, ""});
+    ExpectReports(recorder, {});
+}
+
+TEST(JoinPath, OfNothingIsEmptyAndOfOnePieceIsACopy)
+{
+    CAssertRecorder recorder;
+    EXPECT_EQ(JoinAll({}).Data(), nullptr);
+    for (const char *const piece : {"a", "/", "//a//", "///"})
+        CheckJoinAll({piece});
+    CheckJoinAll({""});
+    ExpectReports(recorder, {});
+}
+
+TEST(JoinPath, TakesStringsViewsAndTerminatedTexts)
+{
+    CAssertRecorder recorder;
+    const CString root("/usr/");
+    const CString empty;
+    const CString emptyByItsFirstCharacter = Resizable(std::string("\0x", 2));
+    ExpectText(JoinPath(root, "share"), "/usr/share");
+    ExpectText(JoinPath("usr", root, CStringView("shared", 5), "/doc/"), "usr/usr/share/doc/");
+    ExpectText(JoinPath(root, empty), "/usr");
+    ExpectText(JoinPath(root, emptyByItsFirstCharacter, "a"), "/usr/a");
+    const char *const none = nullptr;
+    ExpectText(JoinPath(root, none, CStringView(), "a"), "/usr/a");
+    ExpectText(root, "/usr/");
+    ExpectReports(recorder, {});
+}
+
+TEST(JoinPath, ReadsNoPieceBeyondItsLength)
+{
+    CAssertRecorder recorder;
+    for (size_t length = 0; length <= 70; ++length)
+    {
+        SCOPED_TRACE(length);
+        const std::string text(length, 'x');
+        const CTextAtPageEnd first(text);
+        const CTextAtPageEnd second(text + '/');
+        ExpectText(JoinPath(first.View(), second.View()), ModelJoinPath(text, text + '/'));
+        ExpectText(JoinPath(second.View(), first.View()), ModelJoinPath(text + '/', text));
+    }
+    ExpectReports(recorder, {});
+}
+
+TEST(JoinPath, KeepsEmbeddedTerminators)
+{
+    CAssertRecorder recorder;
+    CheckJoinAll({std::string("a\0b", 3), std::string("c\0", 2)});
+    ExpectReports(recorder, {});
+}
+
+TEST(JoinPath, BackslashesAreReportedAndKept)
+{
+    CAssertRecorder recorder;
+    ExpectText(JoinPath("a\\b", "c", "\\d"), "a\\b/c/\\d");
+    ExpectReports(recorder,
+                  {"aLen == 0 || !_ContainsBackSlash(a, length)", "bLen == 0 || !_ContainsBackSlash(b, length)"});
+}
+
+TEST(JoinPath, AViewOfNullThatClaimsALengthIsReportedAndEmpty)
+{
+    CAssertRecorder recorder;
+    const CStringView null3(nullptr, 3);
+    ExpectText(JoinPath(null3, "a", null3), "a");
+    ExpectReports(recorder, {"aLen == 0 || a != null", "bLen == 0 || b != null"});
+}
+
+TEST(JoinPath, RefusedReportsAndIsEmpty)
+{
+    for (const char *const last : {"file", "//file"})
+        SweepRefusals([] { return CString("dir"); },
+                      [last](CString &string) { string = JoinPath(string, "sub", last); },
+                      [](const CString &string, const SRefusal &refusal, const CAssertRecorder &recorder)
+                      {
+                          ExpectText(string, refusal.m_Refused ? "" : "dir/sub/file");
+                          if (refusal.m_Refused)
+                              ExpectReports(recorder, {"newContainer != null"});
+                          else
+                              ExpectReports(recorder, {});
+                      });
+}
+
+TEST(JoinPath, BeyondTheLongestLengthReportsAndIsEmpty)
+{
+    if (!CHugeAllocator::Supported())
+        GTEST_SKIP() << "no address space to pretend with";
+    CAssertRecorder recorder;
+    CHugeAllocator allocator;
+    const CString string = HugeString(0x20000000u);
+    const u64 requests = allocator.RequestCount();
+    EXPECT_EQ(JoinPath(string, string).Data(), nullptr);
+    EXPECT_EQ(allocator.RequestCount(), requests);
+    ExpectReports(recorder, {"newContainer != null"});
+}
+
+// ---- AppendSlash -------------------------------------------------------------------------------------------------------
+
+TEST(StringAppendSlash, EndsTheStringWithASlashUnlessItIsEmptyOrHasOne)
+{
+    CAssertRecorder recorder;
+    CString empty;
+    ExpectText(empty.AppendSlash(), "");
+    CString root("/");
+    ExpectText(root.AppendSlash(), "/");
+    CString ended("a/");
+    ExpectText(ended.AppendSlash(), "a/");
+    CString name("a");
+    ExpectText(name.AppendSlash(), "a/");
+    CString cleared = Resizable("a");
+    cleared.Clear();
+    ExpectText(cleared.AppendSlash(), "");
+    ExpectReports(recorder, {});
+}
+
+TEST(StringAppendSlash, LeavesWhatNeedsNoSlashUntouched)
+{
+    CTestAllocator allocator;
+    CString string("a/");
+    const CString other = string;
+    allocator.ForgetCalls();
+    string.AppendSlash();
+    EXPECT_EQ(string.Data(), other.Data());
+    EXPECT_TRUE(allocator.Calls().empty());
+}
+
+TEST(StringAppendSlash, LeavesTheOtherHandleAlone)
+{
+    CString string("a");
+    const CString other = string;
+    ExpectText(string.AppendSlash(), "a/");
+    ExpectText(other, "a");
+}
+
+TEST(StringAppendSlash, RefusedLeavesTheStringEmpty)
+{
+    SweepRefusals([] { return CString("dir"); }, [](CString &string) { string.AppendSlash(); },
+                  [](const CString &string, const SRefusal &refusal, const CAssertRecorder &recorder)
+                  {
+                      ExpectText(string, refusal.m_Refused ? "" : "dir/");
+                      ExpectReports(recorder, {});
+                  });
+}
+
+TEST(StringAppendSlash, SlashAppendedLeavesTheSourceUnchanged)
+{
+    CTestAllocator allocator;
+    const CString source("a");
+    const CString result = source.SlashAppended();
+    ExpectText(result, "a/");
+    ExpectText(source, "a");
+    EXPECT_EQ(ContainerOf(source)->RefCount(), 1u);
+}
+
+TEST(StringAppendSlash, SlashAppendedOfWhatNeedsNoneSharesTheSource)
+{
+    CTestAllocator allocator;
+    const CString source("a/");
+    allocator.ForgetCalls();
+    const CString result = source.SlashAppended();
+    EXPECT_EQ(result.Data(), source.Data());
+    EXPECT_EQ(ContainerOf(source)->RefCount(), 2u);
+    EXPECT_TRUE(allocator.Calls().empty());
+    EXPECT_EQ(CString().SlashAppended().Data(), nullptr);
+}
+
+TEST(StringAppendSlash, SlashAppendedRefusedIsEmptyAndLeavesTheSourceUnchanged)
+{
+    struct SState
+    {
+        CString m_Source;
+        CString m_Result;
+    };
+    SweepRefusals(
+        [] {
+            return SState{CString("dir"), CString("before")};
+        },
+        [](SState &state) { state.m_Result = state.m_Source.SlashAppended(); },
+        [](const SState &state, const SRefusal &refusal, const CAssertRecorder &recorder)
+        {
+            ExpectText(state.m_Result, refusal.m_Refused ? "" : "dir/");
+            ExpectText(state.m_Source, "dir");
+            ExpectReports(recorder, {});
+        });
+}
+
+} // namespace
