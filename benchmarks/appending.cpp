@@ -18,14 +18,14 @@ using namespace Quorvane;
 
 constexpr size_t kPiece = 16;
 
-// Makes a text of type Text by calling `append(text, i)` for every index that `step` reaches.
-template <typename Text, typename Append>
-auto Build(size_t size, size_t step, Append append)
+// Makes a text of type Text by calling `append(text, i)` for every Step-th index.
+template <typename Text, size_t Step, typename Append>
+auto Build(size_t size, Append append)
 {
-    return [size, step, append]
+    return [size, append]
     {
         Text text;
-        for (size_t i = 0; i < size; i += step)
+        for (size_t i = 0; i < size; i += Step)
             append(text, i);
         return text;
     };
@@ -36,11 +36,11 @@ void AddCharacters(size_t size)
     const std::string from = Words(size);
     const auto at = [from](size_t i) { return from[i]; };
     CRow row("append_1", size);
-    row.Add("ours", Build<CString>(size, 1, [at](auto &text, size_t i) { text.Append(at(i)); }));
-    row.Add("std::string", Build<std::string>(size, 1, [at](auto &text, size_t i) { text.push_back(at(i)); }));
+    row.Add("ours", Build<CString, 1>(size, [at](auto &text, size_t i) { text.Append(at(i)); }));
+    row.Add("std::string", Build<std::string, 1>(size, [at](auto &text, size_t i) { text.push_back(at(i)); }));
 #if QV_BENCH_BOOST
     row.Add("boost::string",
-            Build<boost::container::string>(size, 1, [at](auto &text, size_t i) { text.push_back(at(i)); }));
+            Build<boost::container::string, 1>(size, [at](auto &text, size_t i) { text.push_back(at(i)); }));
 #endif
 #if QV_BENCH_FMT
     row.Add("fmt::memory_buffer",
@@ -53,7 +53,7 @@ void AddCharacters(size_t size)
             });
 #endif
 #if QV_BENCH_QT
-    row.Add("QByteArray", Build<QByteArray>(size, 1, [at](auto &text, size_t i) { text.append(at(i)); }));
+    row.Add("QByteArray", Build<QByteArray, 1>(size, [at](auto &text, size_t i) { text.append(at(i)); }));
 #endif
     row.Limit("malloc+copy", MallocAndCopyLimit(size + 1));
 }
@@ -64,20 +64,19 @@ void AddPieces(size_t size)
     const auto at = [from](size_t i) { return from.data() + i; };
     CRow row("append_16", size);
     row.Add("ours",
-            Build<CString>(size, kPiece, [at](auto &text, size_t i) { text.Append(CStringView(at(i), kPiece)); }));
+            Build<CString, kPiece>(size, [at](auto &text, size_t i) { text.Append(CStringView(at(i), kPiece)); }));
     row.Add("std::string",
-            Build<std::string>(size, kPiece, [at](auto &text, size_t i) { text.append(at(i), kPiece); }));
+            Build<std::string, kPiece>(size, [at](auto &text, size_t i) { text.append(at(i), kPiece); }));
 #if QV_BENCH_ABSL
-    row.Add("absl::StrAppend", Build<std::string>(size, kPiece,
-                                                  [at](auto &text, size_t i)
-                                                  { absl::StrAppend(&text, absl::string_view(at(i), kPiece)); }));
-    row.Add(
-        "absl::Cord",
-        Build<absl::Cord>(size, kPiece, [at](auto &text, size_t i) { text.Append(absl::string_view(at(i), kPiece)); }));
+    row.Add("absl::StrAppend",
+            Build<std::string, kPiece>(size, [at](auto &text, size_t i)
+                                       { absl::StrAppend(&text, absl::string_view(at(i), kPiece)); }));
+    row.Add("absl::Cord", Build<absl::Cord, kPiece>(size, [at](auto &text, size_t i)
+                                                    { text.Append(absl::string_view(at(i), kPiece)); }));
 #endif
 #if QV_BENCH_BOOST
     row.Add("boost::string",
-            Build<boost::container::string>(size, kPiece, [at](auto &text, size_t i) { text.append(at(i), kPiece); }));
+            Build<boost::container::string, kPiece>(size, [at](auto &text, size_t i) { text.append(at(i), kPiece); }));
 #endif
 #if QV_BENCH_FMT
     row.Add("fmt::memory_buffer",
@@ -90,7 +89,7 @@ void AddPieces(size_t size)
             });
 #endif
 #if QV_BENCH_QT
-    row.Add("QByteArray", Build<QByteArray>(size, kPiece, [at](auto &text, size_t i) { text.append(at(i), kPiece); }));
+    row.Add("QByteArray", Build<QByteArray, kPiece>(size, [at](auto &text, size_t i) { text.append(at(i), kPiece); }));
 #endif
     row.Limit("malloc+copy", MallocAndCopyLimit(size + 1));
 }
@@ -100,20 +99,19 @@ void AddPieceAtFront(size_t size)
     const std::string piece = Words(kPiece);
     const auto get = [piece] { return piece.c_str(); };
     CRow row("prepend_16", size);
-    row.Add("ours", Build<CString>(size, kPiece, [get](auto &text, size_t) { text.Prepend(get(), kPiece); }));
+    row.Add("ours", Build<CString, kPiece>(size, [get](auto &text, size_t) { text.Prepend(get(), kPiece); }));
     row.Add("std::string",
-            Build<std::string>(size, kPiece, [get](auto &text, size_t) { text.insert(0, get(), kPiece); }));
+            Build<std::string, kPiece>(size, [get](auto &text, size_t) { text.insert(0, get(), kPiece); }));
 #if QV_BENCH_ABSL
-    row.Add(
-        "absl::Cord",
-        Build<absl::Cord>(size, kPiece, [get](auto &text, size_t) { text.Prepend(absl::string_view(get(), kPiece)); }));
+    row.Add("absl::Cord", Build<absl::Cord, kPiece>(size, [get](auto &text, size_t)
+                                                    { text.Prepend(absl::string_view(get(), kPiece)); }));
 #endif
 #if QV_BENCH_BOOST
-    row.Add("boost::string", Build<boost::container::string>(
-                                 size, kPiece, [get](auto &text, size_t) { text.insert(0, get(), kPiece); }));
+    row.Add("boost::string", Build<boost::container::string, kPiece>(size, [get](auto &text, size_t)
+                                                                     { text.insert(0, get(), kPiece); }));
 #endif
 #if QV_BENCH_QT
-    row.Add("QByteArray", Build<QByteArray>(size, kPiece, [get](auto &text, size_t) { text.prepend(get(), kPiece); }));
+    row.Add("QByteArray", Build<QByteArray, kPiece>(size, [get](auto &text, size_t) { text.prepend(get(), kPiece); }));
 #endif
     row.Limit("malloc+copy", MallocAndCopyLimit(size + 1));
 }

@@ -368,8 +368,9 @@ public:
     CString &Append(char character)
     {
         CStringContainer *container = m_Container.Get();
-        const bool appended = container != nullptr && character != '\0' && container->_AppendWithinRoom(character);
-        return QV_INTERNAL_LIKELY(appended) ? *this : _AppendCharacter(character);
+        if (QV_INTERNAL_UNLIKELY(container == nullptr || character == '\0'))
+            return _AppendCharacter(character);
+        return QV_INTERNAL_LIKELY(container->_AppendWithinRoom(character)) ? *this : _AppendCharacter(character);
     }
 
     // The same at the front. Beware: prepending to an empty string takes the whole text up to its terminator, whatever
@@ -627,6 +628,7 @@ private:
     CString &_Concatenate(const char *other, u32 length);
     CString &_ConcatenateMany(const char *other, u32 length);
     CString &_Prepend(const char *other, u32 length);
+    CString &_PrependMany(const char *other, u32 length);
     CString &_ConcatenatePath(const char *b, u32 bLen);
     CString &_ConcatenatePathAnyhow(const char *b, u32 bLen, bool mayGrow);
 
@@ -836,11 +838,11 @@ inline bool CStringContainer::_AppendWithinRoom(char character)
     if (length >= kLengthMask - 1)
         return false;
     // The block of the old terminator is ours to its end, and zero behind it: only a new block is a question.
-    const bool beginsBlock = (length + 1) % kBlockBytes == 0;
-    if (QV_INTERNAL_UNLIKELY(beginsBlock) && !_BeginBlock(length + 1))
+    const u32 newWord = word + 1;
+    if (QV_INTERNAL_UNLIKELY(newWord % kBlockBytes == 0) && !_BeginBlock(length + 1))
         return false;
     m_Characters[length] = character;
-    m_Length = word + 1;
+    m_Length = newWord;
     return true;
 }
 

@@ -37,41 +37,50 @@ struct SContainerEdits
     }
 
     // The common case of growing, in a straight line with as few instructions as there can be: programs build texts
-    // from short pieces in loops. First the question, then the room, then the characters:
-    //     MayTakeFew(container, other, length)
-    //     DynamicResize(length of the container + added)
-    //     CopyUpTo32(ExtendBy(container, added), other, length)
+    // from short pieces in loops.
+    //     MayGrow(container) && HasRoomFor(container, length) && IsElsewhere(container, other, length)
+    //     CopyUpTo32(ExtendBy(container, length), other, length)
 
     static constexpr u32 kFew = 32;
 
-    // Whether nobody shares the container, it may grow by `length` characters and one more, and the argument lies
-    // elsewhere. Requires: a `length` of 1 to kFew.
-    static bool MayTakeFew(const CStringContainer &container, const char *other, u32 length)
+    // Whether nobody shares the container, and it may grow by kFew characters and one more.
+    static bool MayGrow(const CStringContainer &container)
     {
         if (container.RefCount() != 1)
             return false;
         // One comparison for the form and for the longest length; with the reserved bit set it takes the longer road.
-        const u32 oldLength = container.m_Length - CStringContainer::kResizableFlag;
-        if (oldLength >= CStringContainer::kLengthMask - kFew - 1)
-            return false;
-        // Whether the argument lies in the room, again as one comparison.
+        return LengthOfResizable(container) < CStringContainer::kLengthMask - kFew - 1;
+    }
+
+    static bool HasRoomFor(const CStringContainer &container, u32 added)
+    {
+        return LengthOfResizable(container) + added < container.m_Capacity;
+    }
+
+    // Whether the argument lies outside the room, as one comparison. Requires: a `length` of 1 to kFew.
+    static bool IsElsewhere(const CStringContainer &container, const char *other, u32 length)
+    {
         const ureg fromRoom = reinterpret_cast<ureg>(other) - (reinterpret_cast<ureg>(container.m_Characters) - length);
         return fromRoom >= static_cast<ureg>(container.m_Capacity) + length;
     }
 
-    static bool HasRoom(const CStringContainer &container, u32 newLength) { return newLength < container.m_Capacity; }
-
     // Makes the text longer. Returns: where the new characters go. Requires: the room.
     static char *ExtendBy(CStringContainer &container, u32 added)
     {
-        const u32 word = container.m_Length;
-        const u32 oldLength = word - CStringContainer::kResizableFlag;
+        const u32 oldLength = LengthOfResizable(container);
         char *const data = container.m_Characters;
         const u32 lastBlock = LastBlockStart(oldLength + added);
         if (lastBlock > oldLength)
             std::memset(data + lastBlock, 0, kCharacterBlockBytes);
-        container.m_Length = word + added;
+        container.m_Length += added;
         return data + oldLength;
+    }
+
+private:
+    // With any other flags than those of the resizable form it is no length that a text may have.
+    static u32 LengthOfResizable(const CStringContainer &container)
+    {
+        return container.m_Length - CStringContainer::kResizableFlag;
     }
 };
 

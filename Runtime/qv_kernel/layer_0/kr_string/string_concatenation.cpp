@@ -5,6 +5,8 @@
 // container the old one stays alive until the argument has been copied.
 #include "kr_string.h"
 
+#include <cstring>
+
 #include "character_scan.h"
 #include "container_edits.h"
 
@@ -38,13 +40,31 @@ PStringContainer NewJoined(const char *first, u32 firstLength, const char *secon
     return container;
 }
 
-// The common case of Append. Returns: false, with nothing done, in every other case.
-bool AppendFewWithinRoom(CStringContainer &container, const char *other, u32 length)
+// The common case of both edits, with 1 to kFew characters. Returns: false, with nothing done, in every other case.
+
+bool MayAddFewWithinRoom(const CStringContainer *container, const char *other, u32 length)
 {
-    if (!SContainerEdits::MayTakeFew(container, other, length) ||
-        !SContainerEdits::HasRoom(container, container.Length() + length))
+    return container != nullptr && length - 1 < SContainerEdits::kFew && SContainerEdits::MayGrow(*container) &&
+           SContainerEdits::HasRoomFor(*container, length) && SContainerEdits::IsElsewhere(*container, other, length);
+}
+
+bool AppendFewWithinRoom(CStringContainer *container, const char *other, u32 length)
+{
+    if (!MayAddFewWithinRoom(container, other, length))
         return false;
-    Mem::Internal::CopyUpTo32(SContainerEdits::ExtendBy(container, length), other, length);
+    Mem::Internal::CopyUpTo32(SContainerEdits::ExtendBy(*container, length), other, length);
+    return true;
+}
+
+bool PrependFewWithinRoom(CStringContainer *container, const char *other, u32 length)
+{
+    if (!MayAddFewWithinRoom(container, other, length))
+        return false;
+    const u32 oldLength = container->Length();
+    SContainerEdits::ExtendBy(*container, length);
+    char *const data = container->Data();
+    std::memmove(data + length, data, oldLength);
+    Mem::Internal::CopyUpTo32(data, other, length);
     return true;
 }
 
@@ -118,9 +138,7 @@ bool CString::_IsUniqueAndResizable() const
 // In the common case no register has to be saved: what all other cases need is a function of its own.
 CString &CString::_Concatenate(const char *other, u32 length)
 {
-    CStringContainer *container = m_Container.Get();
-    const bool isDone =
-        container != nullptr && length - 1 < SContainerEdits::kFew && AppendFewWithinRoom(*container, other, length);
+    const bool isDone = AppendFewWithinRoom(m_Container.Get(), other, length);
     return QV_INTERNAL_LIKELY(isDone) ? *this : _ConcatenateMany(other, length);
 }
 
@@ -139,6 +157,12 @@ QV_INTERNAL_NOINLINE CString &CString::_ConcatenateMany(const char *other, u32 l
 }
 
 CString &CString::_Prepend(const char *other, u32 length)
+{
+    const bool isDone = PrependFewWithinRoom(m_Container.Get(), other, length);
+    return QV_INTERNAL_LIKELY(isDone) ? *this : _PrependMany(other, length);
+}
+
+QV_INTERNAL_NOINLINE CString &CString::_PrependMany(const char *other, u32 length)
 {
     const bool uniqueAndResizable = _IsUniqueAndResizable();
     if (!uniqueAndResizable && Empty())

@@ -179,7 +179,7 @@ bool IsPlainSeam(const char *a, u32 aLen, const char *b, u32 bLen)
 
 bool IsPlainJoin(const CStringContainer &container, const char *b, u32 bLen)
 {
-    return SContainerEdits::MayTakeFew(container, b, bLen) &&
+    return SContainerEdits::MayGrow(container) && SContainerEdits::IsElsewhere(container, b, bLen) &&
            IsPlainSeam(container.Data(), container.Length(), b, bLen);
 }
 
