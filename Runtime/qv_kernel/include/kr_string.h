@@ -911,8 +911,9 @@ inline bool CString::operator<(const CString &other) const
     const char *dataB = CStringContainer::SafeData(b);
     if (QV_INTERNAL_UNLIKELY(dataA == nullptr || dataB == nullptr))
         return _IsLess(other);
-    // The terminator takes part; a shorter text on the other side is readable to the end of its last block.
-    return std::memcmp(dataA, dataB, QVMin(a->Length() + 1, CStringContainer::_PaddedLength(b->Length()))) < 0;
+    // The shorter one's terminator takes part. What may follow it, in a longer text that holds terminators, makes no text
+    // less than this.
+    return std::memcmp(dataA, dataB, QVMin(a->Length(), b->Length()) + 1) < 0;
 }
 
 inline bool CString::operator>(const CString &other) const
