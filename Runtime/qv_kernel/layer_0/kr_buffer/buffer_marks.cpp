@@ -97,22 +97,25 @@ u32 MarkListed(u64 *marks, const char *text, u32 count, const u8 *table)
     return MarkWords(marks, count, mask);
 }
 
-// Writes kIndexSlack indices at a time, whether a word has as many or not, none at all even, and goes on by those that
-// it has: most words of sparse marks have none or one, which is what processors cannot guess.
+// Writes indices two, and then kIndexSlack at a time, whether a word has as many or not, none at all even, and goes on by
+// those that it has: most words of sparse marks have none or one, which is what processors cannot guess.
 u32 ListMarks(u16 *indices, const u64 *marks, u32 count)
 {
     u32 listed = 0;
     for (u32 at = 0; at < count; at += kMarksPerWord)
     {
         u64 word = marks[at / kMarksPerWord];
-        const u32 end = listed + static_cast<u32>(_mm_popcnt_u64(word));
-        u32 to = listed;
-        do
+        const auto write = [&](u32 to) QV_BUFFER_INLINE
         {
-            for (u32 i = 0; i < kIndexSlack; ++i, word = _blsr_u64(word))
-                indices[to + i] = static_cast<u16>(at + static_cast<u32>(_tzcnt_u64(word)));
-            to += kIndexSlack;
-        } while (QV_INTERNAL_UNLIKELY(to < end));
+            indices[to] = static_cast<u16>(at + static_cast<u32>(_tzcnt_u64(word)));
+            word = _blsr_u64(word);
+        };
+        const u32 end = listed + static_cast<u32>(_mm_popcnt_u64(word));
+        write(listed);
+        write(listed + 1);
+        for (u32 to = listed + 2; QV_INTERNAL_UNLIKELY(to < end); to += kIndexSlack)
+            for (u32 i = 0; i < kIndexSlack; ++i)
+                write(to + i);
         listed = end;
     }
     return listed;

@@ -2,7 +2,8 @@
 //
 // A search that is called again behind each occurrence prepares itself every time, and looks at the rest of a block
 // that it has seen already. Here the places where the pattern's first and last characters stand at the right distance
-// are marked, a stretch of the text at a time, and only those are compared.
+// are marked, a stretch of the text at a time, those of them chosen where its first word stands, and only these compared
+// in full.
 //
 // Texts and patterns of few different characters have many such places and few occurrences. What comparing in vain may
 // cost is bounded by the text walked so far; from there on the linear search takes over.
@@ -18,7 +19,7 @@
 namespace Quorvane::Internal
 {
 
-// Comparisons of a whole pattern. The first word of it is compared without a call.
+// A pattern in two parts: its first word, by which candidates are chosen, and the rest.
 class CPatternComparison
 {
 public:
@@ -30,15 +31,32 @@ public:
         std::memset(&m_Mask, 0xFF, inWord);
     }
 
-    // Whether the pattern stands at `at`, behind which `room` characters may be read, as many as it has at least.
-    bool Matches(const char *at, u32 room) const
+    // Keeps those of the indices, in order, at which the first word stands. Returns how many there are.
+    // Requires: `room` characters of text, of which each index has as many behind it as the pattern.
+    u32 KeepCandidates(u16 *indices, u32 count, const char *text, u32 room) const
     {
-        if (room < kWordBytes)
-            return std::memcmp(at, m_Pattern, m_Length) == 0;
-        u64 word;
-        std::memcpy(&word, at, kWordBytes);
-        if (((word ^ m_Word) & m_Mask) != 0)
-            return false;
+        u32 whole = count;
+        while (whole != 0 && room - indices[whole - 1] < kWordBytes)
+            --whole;
+        // Whether one is kept is what processors cannot guess.
+        u32 kept = 0;
+        for (u32 i = 0; i < whole; ++i)
+        {
+            u64 word;
+            std::memcpy(&word, text + indices[i], kWordBytes);
+            indices[kept] = indices[i];
+            kept += ((word ^ m_Word) & m_Mask) == 0 ? 1 : 0;
+        }
+        // Only a pattern shorter than a word has places with less than a word behind them.
+        for (u32 i = whole; i < count; ++i)
+            if (std::memcmp(text + indices[i], m_Pattern, m_Length) == 0)
+                indices[kept++] = indices[i];
+        return kept;
+    }
+
+    // Whether the rest of the pattern stands behind its first word at `at`.
+    bool HasRest(const char *at) const
+    {
         return m_Length <= kWordBytes ||
                std::memcmp(at + kWordBytes, m_Pattern + kWordBytes, m_Length - kWordBytes) == 0;
     }
@@ -81,7 +99,9 @@ public:
                 continue;
             u64 marks[kMarkWords];
             MarkPairs(marks, m_Text + at, count, m_Pattern[0], m_PatternLength - 1, m_Pattern[m_PatternLength - 1]);
-            if (!WalkMarks(marks, count, [&](u32 index) { return _OnCandidate(at + index); }))
+            u16 indices[kMarkedCharacters + kIndexSlack];
+            const u32 listed = ListMarks(indices, marks, count);
+            if (!_WalkCandidates(at, indices, m_Comparison.KeepCandidates(indices, listed, m_Text + at, m_Length - at)))
                 break;
         }
         if (m_IsTooCostly)
@@ -95,12 +115,21 @@ public:
     static constexpr u64 WasteAllowed(u32 walked) { return 4096 + 4 * static_cast<u64>(walked); }
 
 private:
-    // Returns whether to go on.
+    // Return whether to go on.
+
+    bool _WalkCandidates(u32 from, const u16 *indices, u32 count)
+    {
+        for (u32 i = 0; i < count; ++i)
+            if (!_OnCandidate(from + indices[i]))
+                return false;
+        return true;
+    }
+
     bool _OnCandidate(u32 at)
     {
         if (at < m_Next)
             return true;
-        if (m_Comparison.Matches(m_Text + at, m_Length - at))
+        if (m_Comparison.HasRest(m_Text + at))
         {
             m_Next = at + m_PatternLength;
             return m_OnMatch(at);
