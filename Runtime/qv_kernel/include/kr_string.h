@@ -600,6 +600,9 @@ public:
     // Returns: false, with an empty output, when memory is refused.
     bool FuzzyMatchPositions(const CString &other, TArray<u32> &outPositions) const;
 
+    // Exchanges the containers; no count changes.
+    friend void swap(CString &a, CString &b) noexcept { a.m_Container.Swap(b.m_Container); }
+
     CString &operator+=(const CString &other) { return Append(other); }
     CString &operator+=(const CStringView &other) { return Append(other); }
     CString &operator+=(const char *other) { return Append(other); }

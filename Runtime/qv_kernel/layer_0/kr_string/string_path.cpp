@@ -282,21 +282,21 @@ namespace
 {
 
 // A string or a view of nothing joins as the empty text does, which stays what it is when memory is refused.
-CString JoinedPath(const CString &a, const CStringView &b)
+CString JoinedPath(const CString &a, CStringView b)
 {
     const u32 aLen = a.Length();
     const u32 bLen = b.Length();
     if (bLen - 1 < SContainerEdits::kFew && aLen <= Mem::Internal::kShortCopyBytes &&
         IsPlainSeam(a.Data(), aLen, b.Data(), bLen))
     {
-        PStringContainer joined = NewPath(aLen + 1 + bLen);
-        if (joined == null)
+        PStringContainer newContainer = CStringContainer::NewResizable(null, aLen + 1 + bLen, 0);
+        if (QV_VERIFY(newContainer != null))
             return a;
-        char *const writeTo = joined->Data();
+        char *const writeTo = newContainer->Data();
         Mem::Internal::CopyShort(writeTo, a.Data(), aLen);
         writeTo[aLen] = kSlash;
         Mem::Internal::CopyUpTo32(writeTo + aLen + 1, b.Data(), bLen);
-        return CString(std::move(joined));
+        return CString(std::move(newContainer));
     }
     const bool nothing = b.Empty() || b.Data() == nullptr;
     PStringContainer joined = NewJoinedPath(a.Data(), a.Length(), nothing ? "" : b.Data(), nothing ? 0 : b.Length());
@@ -431,10 +431,10 @@ CString JoinPath(const TMemoryView<const CStringView> &pieces)
     const u32 plainLength = PlainLength(pieces);
     if (plainLength == 0)
         return JoinPathAnyhow(pieces);
-    PStringContainer path = NewPath(plainLength);
-    if (path != null)
-        WritePlainly(pieces, path->Data());
-    return CString(std::move(path));
+    PStringContainer newContainer = CStringContainer::NewResizable(null, plainLength, 0);
+    if (!QV_VERIFY(newContainer != null))
+        WritePlainly(pieces, newContainer->Data());
+    return CString(std::move(newContainer));
 }
 
 } // namespace Quorvane

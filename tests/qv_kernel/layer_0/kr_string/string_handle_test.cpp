@@ -28,6 +28,22 @@ CString EmptyWithLength()
 
 // Construction.
 
+TEST(StringHandle, SwapExchangesContainersAndChangesNoCount)
+{
+    CString a("first");
+    const CString shared = a;
+    CString b;
+    const CStringContainer *const container = ContainerOf(a);
+    using std::swap;
+    swap(a, b);
+    EXPECT_EQ(ContainerOf(a), nullptr);
+    EXPECT_EQ(ContainerOf(b), container);
+    EXPECT_EQ(container->RefCount(), 2u);
+    swap(b, b);
+    EXPECT_EQ(ContainerOf(b), container);
+    EXPECT_EQ(container->RefCount(), 2u);
+}
+
 TEST(String, DefaultIsEmptyWithoutAContainer)
 {
     const CString string;
