@@ -113,7 +113,7 @@ void AddPieceAtFront(size_t size)
 #if QV_BENCH_QT
     row.Add("QByteArray", Build<QByteArray, kPiece>(size, [get](auto &text, size_t) { text.prepend(get(), kPiece); }));
 #endif
-    row.Limit("malloc+copy", MallocAndCopyLimit(size + 1));
+    row.Limit("moves", MoveOnLimit(size, kPiece));
 }
 
 } // namespace

@@ -89,7 +89,7 @@ void AddInPlace(size_t size)
                 QByteArray::fromStdString(from), [](QByteArray &text) { text = std::move(text).toUpper(); },
                 [](QByteArray &text) { text = std::move(text).toLower(); }));
 #endif
-    row.Limit("copy", CopyLimit(size));
+    row.Limit("rewrite", RewriteLimit(size));
 }
 
 void AddCopy(size_t size)

@@ -133,6 +133,11 @@ def show_ratio(ratio):
     return MISSING if ratio is None else "%.2f" % ratio
 
 
+def show_growth(pair):
+    """Of two (who, value), the smaller size first."""
+    return "%.1f" % (pair[1][1] / pair[0][1]) if all(pair) else MISSING
+
+
 def divide(value, other):
     return None if value is None or not other else value / other
 
@@ -181,14 +186,14 @@ def growth_pairs(figures):
 
 
 def growth_table(figures, goals):
-    lines = [["row", "from", "to", "ours grows", "best peer grows", "goal", "met"]]
+    lines = [["row", "from", "to", "ours grows", "best peer grows", "limit grows", "goal", "met"]]
     for row, size, step, larger in growth_pairs(figures):
         grows = divide(figures.ours(larger), figures.ours((row, size)))
         peers = figures.best_peer((row, size)), figures.best_peer(larger)
-        peer_grows = divide(peers[1][1], peers[0][1]) if all(peers) else None
+        limits = figures.limit((row, size)), figures.limit(larger)
         goal = goals.of_growth((row, size)) if step == 10 else None
         lines.append([
-            row, str(size), str(larger[1]), "%.1f" % grows, MISSING if peer_grows is None else "%.1f" % peer_grows,
+            row, str(size), str(larger[1]), "%.1f" % grows, show_growth(peers), show_growth(limits),
             "" if goal is None else "<= %g" % goal, "" if goal is None else "yes" if grows <= goal + 0.05 else "no"])
     return lines
 

@@ -36,6 +36,30 @@ inline auto CopyLimit(size_t bytes)
     };
 }
 
+// Changes every byte where it is, with the widest vectors that the machine has (32 bytes at most).
+void RewriteWide(char *data, size_t bytes);
+
+// Changing every byte of a text again and again: each time reads what the time before has just written.
+inline auto RewriteLimit(size_t bytes)
+{
+    return [buffer = MakeBuffer(bytes), bytes]
+    {
+        RewriteWide(buffer.get(), bytes);
+        return buffer.get();
+    };
+}
+
+// A text of the size that comes about at its front, piece by piece: what stands there already moved on for each.
+inline auto MoveOnLimit(size_t bytes, size_t piece)
+{
+    return [buffer = MakeBuffer(bytes), bytes, piece]
+    {
+        for (size_t length = 0; length + piece <= bytes; length += piece)
+            std::memmove(buffer.get() + piece, buffer.get(), length);
+        return buffer.get();
+    };
+}
+
 // What a new text of the size costs: memory, a copy, and giving the memory back.
 inline auto MallocAndCopyLimit(size_t bytes)
 {

@@ -33,6 +33,18 @@ bool HasLowercaseLetter(const CStringView &text)
     return HasLetterBetween(text, 'a', 'z');
 }
 
+// Converts a string's own characters with one of the two kernels.
+template <void (*Convert)(char *, u32)>
+void ConvertInPlace(CString &string)
+{
+    if (string.Empty())
+        return;
+    char *const data = string.RawDataForWriting();
+    QV_INTERNAL_ASSERT_TEXT("_P::m_Ptr != null", data != nullptr);
+    if (data != nullptr)
+        Convert(data, string.Length());
+}
+
 } // namespace
 
 bool CStringView::IsUpper() const
@@ -68,32 +80,27 @@ ECasingType CString::AnalyzeCasing() const
     return Empty() ? CasingType_Unspecified : CStringView(*this).AnalyzeCasing();
 }
 
-CString &CString::ConformTo(ECasingType casing)
-{
-    if (Empty())
-        return *this;
-    _MakeUnique();
-    if (!IsConversion(casing))
-        return *this;
-    CStringContainer *container = m_Container.Get();
-    QV_INTERNAL_ASSERT_TEXT("_P::m_Ptr != null", container != nullptr);
-    if (container == nullptr)
-        return *this;
-    if (casing == CasingType_Lowercase)
-        Internal::LowerCharacters(container->Data(), container->Length());
-    else
-        Internal::RaiseCharacters(container->Data(), container->Length());
-    return *this;
-}
-
 CString &CString::ToUppercase()
 {
-    return ConformTo(CasingType_Uppercase);
+    ConvertInPlace<&Internal::RaiseCharacters>(*this);
+    return *this;
 }
 
 CString &CString::ToLowercase()
 {
-    return ConformTo(CasingType_Lowercase);
+    ConvertInPlace<&Internal::LowerCharacters>(*this);
+    return *this;
+}
+
+CString &CString::ConformTo(ECasingType casing)
+{
+    if (casing == CasingType_Uppercase)
+        return ToUppercase();
+    if (casing == CasingType_Lowercase)
+        return ToLowercase();
+    if (!Empty())
+        _MakeUnique();
+    return *this;
 }
 
 CString CString::ConformedTo(ECasingType casing) const
