@@ -440,6 +440,77 @@ TYPED_TEST(BufferEdit, ReplaceIntoCopyStaysBetweenProtectedPages)
     }
 }
 
+// Long texts, which wide forms walk from a boundary of theirs on.
+
+namespace
+{
+
+// Memory for a long text, at a boundary of 32 bytes or 16 bytes behind one, between bytes that nobody may write.
+class CLongText
+{
+public:
+    CLongText(const std::string &text, size_t offset) : m_Offset(offset)
+    {
+        std::memset(m_Bytes, '\xA5', sizeof(m_Bytes));
+        std::memset(Data(), 0, BlockBytes(text.size() + 1));
+        std::memcpy(Data(), text.data(), text.size());
+    }
+
+    char *Data() { return m_Bytes + 32 + m_Offset; }
+    std::string Everything() const { return std::string(m_Bytes, sizeof(m_Bytes)); }
+
+private:
+    alignas(32) char m_Bytes[1536];
+    size_t m_Offset;
+};
+
+template <typename Edit>
+void ExpectLongEdited(const std::string &text, size_t offset, const std::string &expected, const Edit &edit)
+{
+    CLongText actual(text, offset);
+    edit(actual.Data());
+    ASSERT_EQ(actual.Everything(), CLongText(expected, offset).Everything()) << text.size();
+}
+
+} // namespace
+
+TYPED_TEST(BufferEdit, LongTextsFromEitherBoundary)
+{
+    for (u32 length = 1000; length <= 1200; ++length)
+    {
+        const std::string text = MixedText(length, length);
+        size_t count = 0;
+        const std::string replaced = ModelReplace(text, 'M', '\xFF', &count);
+        for (const size_t offset : {0u, 16u})
+        {
+            ASSERT_NO_FATAL_FAILURE(ExpectLongEdited(text, offset, ModelUpper(text),
+                                                     [&](char *data) { TypeParam::Uppercase(data, length); }));
+            ASSERT_NO_FATAL_FAILURE(ExpectLongEdited(text, offset, ModelLower(text),
+                                                     [&](char *data) { TypeParam::Lowercase(data, length); }));
+            ASSERT_NO_FATAL_FAILURE(
+                ExpectLongEdited(text, offset, Reversed(text), [&](char *data) { TypeParam::Reverse(data, length); }));
+            ASSERT_NO_FATAL_FAILURE(
+                ExpectLongEdited(text, offset, replaced,
+                                 [&](char *data) { EXPECT_EQ(TypeParam::Replace(data, length, 'M', '\xFF'), count); }));
+            for (const size_t sourceOffset : {0u, 16u})
+            {
+                CLongText source(text, sourceOffset);
+                const std::string garbage(length, '\xCD');
+                ASSERT_NO_FATAL_FAILURE(ExpectLongEdited(garbage, offset, ModelUpper(text),
+                                                         [&](char *data)
+                                                         { TypeParam::Uppercase(data, source.Data(), length); }));
+                ASSERT_NO_FATAL_FAILURE(ExpectLongEdited(garbage, offset, ModelLower(text),
+                                                         [&](char *data)
+                                                         { TypeParam::Lowercase(data, source.Data(), length); }));
+                ASSERT_NO_FATAL_FAILURE(ExpectLongEdited(
+                    garbage, offset, replaced,
+                    [&](char *data)
+                    { EXPECT_EQ(TypeParam::Replace(data, source.Data(), length, 'M', '\xFF'), count); }));
+            }
+        }
+    }
+}
+
 // Nothing.
 
 TYPED_TEST(BufferEdit, NothingIsDoneForLengthZero)
