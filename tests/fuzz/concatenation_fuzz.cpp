@@ -191,7 +191,21 @@ private:
             QV_FUZZ_CHECK(m_Watch.HasRefused() || !_IsPlain(m_Texts[0] + m_Texts[1]) ||
                           TextOf(sum) == Expected(verb, m_Texts[0], m_Texts[1]));
         }
+        if (verb == Verb_Join)
+            _JoinMany();
         _Check();
+    }
+
+    void _JoinMany()
+    {
+        const std::string text = m_Input.Text();
+        const CExactText argument(text);
+        const CString path =
+            JoinPath(m_Strings[0], CStringView(argument.Data(), argument.Length()), m_Strings[1], argument.Data());
+        const std::string three = ModelJoinPath(ModelJoinPath(m_Texts[0], text), m_Texts[1]);
+        QV_FUZZ_CHECK(IsWellFormed(path));
+        QV_FUZZ_CHECK(m_Watch.HasRefused() || !_IsPlain(m_Texts[0] + m_Texts[1] + text) ||
+                      TextOf(path) == ModelJoinPath(three, text));
     }
 
     void _Share()
