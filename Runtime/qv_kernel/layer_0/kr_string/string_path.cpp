@@ -97,7 +97,7 @@ struct SPathPieces
     // Writes the slash and the right side behind the left one, which stands at `writeToBegin`. Returns the end.
     char *WriteBehindLeft(char *writeToBegin) const
     {
-        char *const writeTo = WriteSlash(writeToBegin);
+        char *const writeTo = _WriteSlash(writeToBegin);
         if (Mem::Overlaps(writeTo, m_RightLength, m_Right, m_RightLength))
             Mem::Copy_Overlapped(writeTo, m_Right, m_RightLength);
         else
@@ -108,13 +108,13 @@ struct SPathPieces
     // The same into memory where no piece lies.
     char *WriteApart(char *writeToBegin) const
     {
-        char *const writeTo = WriteSlash(writeToBegin);
+        char *const writeTo = _WriteSlash(writeToBegin);
         Mem::Internal::CopyDistinct(writeTo, m_Right, m_RightLength);
         return writeTo + m_RightLength;
     }
 
 private:
-    char *WriteSlash(char *writeToBegin) const
+    char *_WriteSlash(char *writeToBegin) const
     {
         char *const writeTo = writeToBegin + m_LeftLength;
         if (m_Slash)
