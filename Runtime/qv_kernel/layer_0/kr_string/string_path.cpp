@@ -4,6 +4,7 @@
 // new one; many always in a new one. Only the seams are looked at for slashes, all of it for backslashes.
 #include "kr_string.h"
 
+#include "../kr_buffer/buffer_kernels.h"
 #include "character_scan.h"
 #include "container_edits.h"
 
@@ -171,7 +172,7 @@ PStringContainer NewJoinedPath(const char *a, u32 aLen, const char *b, u32 bLen)
 
 // The common case: a container's characters, and a few from anywhere, with no slash on either side of the seam and
 // nothing to report. Requires: 1 to kFew of them.
-bool IsPlainSeam(const char *a, u32 aLen, const char *b, u32 bLen)
+QV_BUFFER_INLINE inline bool IsPlainSeam(const char *a, u32 aLen, const char *b, u32 bLen)
 {
     return aLen != 0 && a[aLen - 1] != kSlash && b[0] != kSlash && !Internal::HoldsInBlocks(a, aLen, kBackSlash) &&
            !Internal::Holds(b, bLen, kBackSlash);
@@ -282,25 +283,30 @@ namespace
 {
 
 // A string or a view of nothing joins as the empty text does, which stays what it is when memory is refused.
+QV_INTERNAL_NOINLINE CString JoinedPathAnyhow(const CString &a, CStringView b)
+{
+    const bool nothing = b.Empty() || b.Data() == nullptr;
+    PStringContainer newContainer =
+        NewJoinedPath(a.Data(), a.Length(), nothing ? "" : b.Data(), nothing ? 0 : b.Length());
+    return newContainer != null ? CString(std::move(newContainer)) : a;
+}
+
 CString JoinedPath(const CString &a, CStringView b)
 {
     const u32 aLen = a.Length();
     const u32 bLen = b.Length();
-    if (bLen - 1 < SContainerEdits::kFew && aLen <= Mem::Internal::kShortCopyBytes &&
-        IsPlainSeam(a.Data(), aLen, b.Data(), bLen))
-    {
-        PStringContainer newContainer = CStringContainer::NewResizable(null, aLen + 1 + bLen, 0);
-        if (QV_VERIFY(newContainer != null))
-            return a;
-        char *const writeTo = newContainer->Data();
-        Mem::Internal::CopyShort(writeTo, a.Data(), aLen);
-        writeTo[aLen] = kSlash;
-        Mem::Internal::CopyUpTo32(writeTo + aLen + 1, b.Data(), bLen);
-        return CString(std::move(newContainer));
-    }
-    const bool nothing = b.Empty() || b.Data() == nullptr;
-    PStringContainer joined = NewJoinedPath(a.Data(), a.Length(), nothing ? "" : b.Data(), nothing ? 0 : b.Length());
-    return joined != null ? CString(std::move(joined)) : a;
+    const bool isPlain = bLen - 1 < SContainerEdits::kFew && aLen <= Mem::Internal::kShortCopyBytes &&
+                         IsPlainSeam(a.Data(), aLen, b.Data(), bLen);
+    if (!QV_INTERNAL_LIKELY(isPlain))
+        return JoinedPathAnyhow(a, b);
+    PStringContainer newContainer = CStringContainer::NewResizable(null, aLen + 1 + bLen, 0);
+    if (QV_VERIFY(newContainer != null))
+        return a;
+    char *const writeTo = newContainer->Data();
+    Mem::Internal::CopyShort(writeTo, a.Data(), aLen);
+    writeTo[aLen] = kSlash;
+    Mem::Internal::CopyUpTo32(writeTo + aLen + 1, b.Data(), bLen);
+    return CString(std::move(newContainer));
 }
 
 } // namespace
