@@ -121,10 +121,12 @@ def measured(builds):
     results = results_of(builds[0])
     first = read(results[0])
     repetitions = max(entry.get("repetitions", 1) for entry in first["benchmarks"])
+    processes = first["context"].get("processes", 1)
     said, ratios, growth = tables(results)
     parts = [
         "## The machine", facts(builds[0], first["context"]),
-        "## The table", "The smallest of %d repetitions each. %s" % (repetitions, said), ratios,
+        "## The table", "The smallest of %d repetitions in each of %d processes. %s" % (repetitions, processes, said),
+        ratios,
         "## Growth", "What 10 and 100 times the size cost.", growth,
         "## Pictures", pictures(results),
     ]
