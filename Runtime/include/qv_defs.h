@@ -45,16 +45,81 @@ constexpr const T &QVMax(const T &a, const T &b)
     return a < b ? b : a;
 }
 
-// Narrows an integer or an enumeration.
+namespace Internal
+{
+
+// The integer type that holds the values of T: an enumeration's underlying type, else T itself.
+template <typename T, bool IsEnum = std::is_enum<T>::value>
+struct TIntegerOf
+{
+    typedef T Type;
+};
+template <typename T>
+struct TIntegerOf<T, true>
+{
+    typedef std::underlying_type_t<T> Type;
+};
+
+// True when a floating-point value lies in the range of T, which is no floating-point type; false for what is no number.
+// Converting any other value is undefined.
+template <typename T, typename Floating>
+constexpr bool IsWithin(const Floating &value)
+{
+    typedef std::numeric_limits<typename TIntegerOf<T>::Type> CLimits;
+    // A power of 2, and one or 0: every floating-point type as wide as a double holds them exactly.
+    typedef std::common_type_t<Floating, double> CWide;
+    constexpr CWide kBeyond = static_cast<CWide>(CLimits::max() / 2 + 1) * 2;
+    constexpr CWide kLowest = static_cast<CWide>(CLimits::min());
+    return value >= kLowest && value < kBeyond;
+}
+
+// The end of T's range that is nearest to a floating-point value outside of it; 0 for what is no number.
+template <typename T, typename Floating>
+constexpr T NearestEnd(const Floating &value)
+{
+    typedef std::numeric_limits<typename TIntegerOf<T>::Type> CLimits;
+    if (value > 0)
+        return static_cast<T>(CLimits::max());
+    return value < 0 ? static_cast<T>(CLimits::min()) : static_cast<T>(0);
+}
+
+// A static_cast that is defined for every value.
+template <typename To, typename From>
+constexpr To NumericCast(const From &value)
+{
+    if constexpr (std::is_floating_point<From>::value && !std::is_floating_point<To>::value)
+        return IsWithin<To>(value) ? static_cast<To>(value) : NearestEnd<To>(value);
+    else
+        return static_cast<To>(value);
+}
+
+// Whether `value` comes back from `result`, its conversion.
+template <typename To, typename From>
+constexpr bool SurvivesNumericCast(const To &result, const From &value)
+{
+    typedef std::remove_cv_t<From> CValue;
+    if constexpr (std::is_floating_point<From>::value && !std::is_floating_point<To>::value)
+        return IsWithin<To>(value) && static_cast<CValue>(result) == value;
+    else if constexpr (std::is_floating_point<To>::value && !std::is_floating_point<From>::value)
+        return IsWithin<CValue>(result) && static_cast<CValue>(result) == value;
+    else
+        return static_cast<CValue>(result) == value;
+}
+
+} // namespace Internal
+
+// Narrows a number: an integer, an enumeration or a floating-point value, to any of them.
 // Requires: the value survives the round trip, else reports
-// "static_cast<typename TType_StripQual<_TypeSrc>::Type>(result) == value".
-// Returns: the value, truncated after an ignored report.
+// "static_cast<typename TType_StripQual<_TypeSrc>::Type>(result) == value". What is no number survives none.
+// Returns: the value. After an ignored report: an integer is truncated; a floating-point value becomes an integer without
+// its fraction, or the nearest end of the range, or 0 if it is no number; what becomes a floating-point value is rounded,
+// to infinity where it is too large.
 template <typename To, typename From>
 inline To checked_numcast(const From &value)
 {
-    const To result = static_cast<To>(value);
+    const To result = Internal::NumericCast<To>(value);
     QV_INTERNAL_ASSERT_TEXT("static_cast<typename TType_StripQual<_TypeSrc>::Type>(result) == value",
-                            static_cast<std::remove_cv_t<From>>(result) == value);
+                            Internal::SurvivesNumericCast(result, value));
     return result;
 }
 

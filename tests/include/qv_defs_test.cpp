@@ -1,6 +1,8 @@
 #include "qv_defs.h"
 
+#include <cmath>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <string>
 #include <type_traits>
@@ -153,6 +155,140 @@ TEST(Defs, CheckedNumcastCarriesTheSameTextInAllThreePlaces)
     EXPECT_EQ(recorder.Last().m_ExpandedExpression, kNarrowingText);
     EXPECT_EQ(recorder.Last().m_Message, kNarrowingText);
     EXPECT_NE(recorder.Last().m_Function.find("checked_numcast"), std::string::npos);
+}
+
+namespace
+{
+
+// What the cast of `value` answers, and whether it reports.
+template <typename To, typename From>
+void ExpectNumcast(From value, To expected, bool isReported)
+{
+    const CAssertRecorder recorder;
+    EXPECT_EQ(checked_numcast<To>(value), expected) << "from " << +value;
+    EXPECT_EQ(recorder.CountOf(kNarrowingText), IfAsserting(isReported ? 1 : 0)) << "from " << +value;
+    EXPECT_EQ(recorder.Count(), IfAsserting(isReported ? 1 : 0));
+}
+
+template <typename To, typename From>
+void ExpectNumcastKeeps(From value, To expected)
+{
+    ExpectNumcast<To>(value, expected, false);
+}
+
+template <typename To, typename From>
+void ExpectNumcastLoses(From value, To expected)
+{
+    ExpectNumcast<To>(value, expected, true);
+}
+
+// Both ends of an integer's range, seen from a floating-point type, and what lies beyond them.
+template <typename Integer, typename Floating>
+void ExpectEndsOfRange()
+{
+    typedef std::numeric_limits<Integer> CInteger;
+    typedef std::numeric_limits<Floating> CFloating;
+    const Floating beyond = std::ldexp(Floating(1), CInteger::digits);
+    const Floating lowest = static_cast<Floating>(CInteger::min());
+    ExpectNumcastLoses<Integer>(beyond, CInteger::max());
+    ExpectNumcastLoses<Integer>(std::nextafter(beyond, CFloating::max()), CInteger::max());
+    ExpectNumcastLoses<Integer>(CFloating::max(), CInteger::max());
+    ExpectNumcastLoses<Integer>(CFloating::infinity(), CInteger::max());
+    ExpectNumcastKeeps<Integer>(lowest, CInteger::min());
+    ExpectNumcastLoses<Integer>(std::nextafter(lowest, CFloating::lowest()), CInteger::min());
+    ExpectNumcastLoses<Integer>(CFloating::lowest(), CInteger::min());
+    ExpectNumcastLoses<Integer>(-CFloating::infinity(), CInteger::min());
+    ExpectNumcastLoses<Integer>(CFloating::quiet_NaN(), Integer(0));
+    // The last whole number of that type below the end.
+    const Floating last = std::floor(std::nextafter(beyond, Floating(0)));
+    ExpectNumcastKeeps<Integer>(last, static_cast<Integer>(last));
+}
+
+template <typename Floating>
+void ExpectEndsOfAllRanges()
+{
+    ExpectEndsOfRange<u8, Floating>();
+    ExpectEndsOfRange<u16, Floating>();
+    ExpectEndsOfRange<u32, Floating>();
+    ExpectEndsOfRange<u64, Floating>();
+    ExpectEndsOfRange<s8, Floating>();
+    ExpectEndsOfRange<s16, Floating>();
+    ExpectEndsOfRange<s32, Floating>();
+    ExpectEndsOfRange<s64, Floating>();
+}
+
+} // namespace
+
+TEST(Defs, CheckedNumcastOfAFloatingPointValueKeepsWholeNumbersInRange)
+{
+    ExpectNumcastKeeps<u32>(0.0, 0u);
+    ExpectNumcastKeeps<u32>(-0.0, 0u);
+    ExpectNumcastKeeps<u32>(4294967295.0, 4294967295u);
+    ExpectNumcastKeeps<s32>(-2147483648.0, std::numeric_limits<s32>::min());
+    ExpectNumcastKeeps<u8>(255.0f, u8(255));
+    ExpectNumcastKeeps<u64>(9007199254740993.0L, u64(9007199254740993));
+    ExpectNumcastKeeps<bool>(1.0, true);
+    EXPECT_EQ(checked_numcast<EWide>(7.0), EWide::Fits);
+}
+
+TEST(Defs, CheckedNumcastOfAFloatingPointValueReportsAFractionAndDropsIt)
+{
+    ExpectNumcastLoses<u32>(1.5, 1u);
+    ExpectNumcastLoses<s32>(-1.5, -1);
+    ExpectNumcastLoses<u32>(-0.5, 0u);
+    ExpectNumcastLoses<u8>(255.5, u8(255));
+    ExpectNumcastLoses<s32>(std::numeric_limits<double>::denorm_min(), 0);
+    ExpectNumcastLoses<bool>(1.5, true);
+}
+
+TEST(Defs, CheckedNumcastOfAFloatingPointValueOutsideTheRangeReportsAndAnswersItsNearestEnd)
+{
+    ExpectEndsOfAllRanges<float>();
+    ExpectEndsOfAllRanges<double>();
+    ExpectEndsOfAllRanges<long double>();
+    ExpectNumcastLoses<u32>(-1.0, 0u);
+    ExpectNumcastLoses<bool>(2.0, true);
+    ExpectNumcastLoses<bool>(std::numeric_limits<double>::quiet_NaN(), false);
+}
+
+TEST(Defs, CheckedNumcastOfAFloatingPointValueToAnEnumerationKeepsToItsType)
+{
+    const CAssertRecorder recorder;
+    EXPECT_EQ(static_cast<u8>(checked_numcast<ESmall>(300.0)), 255u);
+    EXPECT_EQ(static_cast<u8>(checked_numcast<ESmall>(-1.0f)), 0u);
+    EXPECT_EQ(static_cast<u64>(checked_numcast<EWide>(1e30)), 0xFFFFFFFFFFFFFFFFull);
+    EXPECT_EQ(recorder.CountOf(kNarrowingText), IfAsserting(3));
+}
+
+// The way back is out of range where rounding led to the power of 2 behind the largest integer.
+TEST(Defs, CheckedNumcastOfAnIntegerToAFloatingPointTypeReportsWhatThatCannotHold)
+{
+    ExpectNumcastKeeps<float>(16777216u, 16777216.0f);
+    ExpectNumcastLoses<float>(16777217u, 16777216.0f);
+    ExpectNumcastLoses<float>(0xFFFFFFFFu, 4294967296.0f);
+    ExpectNumcastLoses<float>(std::numeric_limits<s32>::max(), 2147483648.0f);
+    ExpectNumcastKeeps<float>(std::numeric_limits<s32>::min(), -2147483648.0f);
+    ExpectNumcastKeeps<double>(0xFFFFFFFFu, 4294967295.0);
+    ExpectNumcastLoses<double>(std::numeric_limits<u64>::max(), 18446744073709551616.0);
+    ExpectNumcastLoses<double>(std::numeric_limits<s64>::max(), 9223372036854775808.0);
+    ExpectNumcastKeeps<double>(std::numeric_limits<s64>::min(), -9223372036854775808.0);
+    ExpectNumcastKeeps<float>(true, 1.0f);
+    EXPECT_EQ(checked_numcast<float>(EWide::Fits), 7.0f);
+}
+
+TEST(Defs, CheckedNumcastBetweenFloatingPointTypesReportsALossAndRounds)
+{
+    const double infinity = std::numeric_limits<double>::infinity();
+    ExpectNumcastKeeps<float>(0.5, 0.5f);
+    ExpectNumcastKeeps<double>(0.1f, 0.10000000149011612);
+    ExpectNumcastLoses<float>(0.1, 0.1f);
+    ExpectNumcastKeeps<float>(infinity, std::numeric_limits<float>::infinity());
+    ExpectNumcastKeeps<float>(-infinity, -std::numeric_limits<float>::infinity());
+    ExpectNumcastLoses<float>(1e300, std::numeric_limits<float>::infinity());
+    ExpectNumcastLoses<float>(-1e300, -std::numeric_limits<float>::infinity());
+    const CAssertRecorder recorder;
+    EXPECT_TRUE(std::isnan(checked_numcast<float>(std::numeric_limits<double>::quiet_NaN())));
+    EXPECT_EQ(recorder.Expressions(), IfAsserting({kNarrowingText}));
 }
 
 TEST(Defs, PositiveInfinityOfFloatHasItsBits)
