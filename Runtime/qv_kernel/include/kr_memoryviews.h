@@ -188,7 +188,8 @@ private:
     }
 };
 
-// `count` elements, each `stride` bytes behind the one before; a field of every record of an array, say.
+// `count` elements, each `stride` bytes behind the one before; a field of every record of an array, say. A stride of 0
+// gives the first element `count` times.
 template <typename T>
 class TStridedMemoryView : public TStridedMemoryViewBase<T>
 {
@@ -197,7 +198,8 @@ class TStridedMemoryView : public TStridedMemoryViewBase<T>
     static const u8 *_Raw(const volatile void *data) { return static_cast<const u8 *>(const_cast<const void *>(data)); }
 
 public:
-    // Steps through the elements; random access in the manner of a pointer.
+    // Steps through the elements; random access in the manner of a pointer. With a stride of 0 the address stays where it
+    // is, so that the steps themselves are counted; they order, compare and measure iterators then.
     class Iterator
     {
     public:
@@ -207,8 +209,11 @@ public:
         typedef T *pointer;
         typedef T &reference;
 
-        Iterator() : m_Address(nullptr), m_Stride(0) {}
-        Iterator(const u8 *address, u32 stride) : m_Address(address), m_Stride(stride) {}
+        Iterator() : m_Address(nullptr), m_Stride(0), m_Repeats(0) {}
+        Iterator(const u8 *address, u32 stride, u32 repeats = 0)
+            : m_Address(address), m_Stride(stride), m_Repeats(repeats)
+        {
+        }
 
         T &operator*() const { return *reinterpret_cast<T *>(const_cast<u8 *>(m_Address)); }
         T *operator->() const { return &**this; }
@@ -230,7 +235,10 @@ public:
         }
         Iterator &operator+=(difference_type n)
         {
-            m_Address += n * static_cast<difference_type>(m_Stride);
+            if (QV_INTERNAL_UNLIKELY(m_Stride == 0))
+                m_Repeats += static_cast<u32>(n);
+            else
+                m_Address += n * static_cast<difference_type>(m_Stride);
             return *this;
         }
         Iterator &operator-=(difference_type n) { return *this += -n; }
@@ -239,11 +247,19 @@ public:
         friend Iterator operator-(Iterator it, difference_type n) { return it -= n; }
         friend difference_type operator-(const Iterator &a, const Iterator &b)
         {
-            return a.m_Stride == 0 ? 0 : (a.m_Address - b.m_Address) / static_cast<difference_type>(a.m_Stride);
+            if (QV_INTERNAL_UNLIKELY(a.m_Stride == 0))
+                return static_cast<difference_type>(a.m_Repeats) - static_cast<difference_type>(b.m_Repeats);
+            return (a.m_Address - b.m_Address) / static_cast<difference_type>(a.m_Stride);
         }
-        friend bool operator==(const Iterator &a, const Iterator &b) { return a.m_Address == b.m_Address; }
-        friend bool operator!=(const Iterator &a, const Iterator &b) { return a.m_Address != b.m_Address; }
-        friend bool operator<(const Iterator &a, const Iterator &b) { return a.m_Address < b.m_Address; }
+        friend bool operator==(const Iterator &a, const Iterator &b)
+        {
+            return a.m_Address == b.m_Address && (QV_INTERNAL_LIKELY(a.m_Stride != 0) || a.m_Repeats == b.m_Repeats);
+        }
+        friend bool operator!=(const Iterator &a, const Iterator &b) { return !(a == b); }
+        friend bool operator<(const Iterator &a, const Iterator &b)
+        {
+            return a.m_Address < b.m_Address || (a.m_Address == b.m_Address && a.m_Repeats < b.m_Repeats);
+        }
         friend bool operator>(const Iterator &a, const Iterator &b) { return b < a; }
         friend bool operator<=(const Iterator &a, const Iterator &b) { return !(b < a); }
         friend bool operator>=(const Iterator &a, const Iterator &b) { return !(a < b); }
@@ -251,6 +267,7 @@ public:
     private:
         const u8 *m_Address;
         u32 m_Stride;
+        u32 m_Repeats; // steps taken with a stride of 0, else 0
     };
 
     TStridedMemoryView() : _Base({nullptr, 0, static_cast<u32>(sizeof(T))}) {}
@@ -286,7 +303,11 @@ public:
     }
 
     Iterator Begin() const { return Iterator(m_Storage.m_RawDataPtr, m_Storage.m_Stride); }
-    Iterator End() const { return Iterator(_Raw(_Base::_Element(m_Storage.m_Count)), m_Storage.m_Stride); }
+    Iterator End() const
+    {
+        const u32 repeats = m_Storage.m_Stride == 0 ? m_Storage.m_Count : 0;
+        return Iterator(_Raw(_Base::_Element(m_Storage.m_Count)), m_Storage.m_Stride, repeats);
+    }
     Iterator begin() const { return Begin(); }
     Iterator end() const { return End(); }
 

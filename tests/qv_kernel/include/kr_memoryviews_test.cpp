@@ -339,6 +339,120 @@ TEST(StridedMemoryView, AStrideOf0RepeatsOneElement)
     int value = 7;
     const TStridedMemoryView<int> view(&value, 5, 0);
     EXPECT_EQ(&view[4], &value);
+    EXPECT_EQ(&view.Last(), &value);
+}
+
+namespace
+{
+
+// Steps through a view in every way there is: each must meet exactly the elements that indices give.
+void ExpectStepsAgreeWithIndices(const TStridedMemoryView<u8> &view)
+{
+    typedef TStridedMemoryView<u8>::Iterator Iterator;
+    const Iterator begin = view.Begin();
+    const Iterator end = view.End();
+    const std::ptrdiff_t count = static_cast<std::ptrdiff_t>(view.Count());
+    EXPECT_EQ(end - begin, count);
+    EXPECT_EQ(begin - end, -count);
+    EXPECT_EQ(std::distance(view.begin(), view.end()), count);
+    EXPECT_TRUE(begin + count == end);
+    EXPECT_TRUE(end - count == begin);
+
+    u32 index = 0;
+    for (u8 &element : view)
+        EXPECT_EQ(&element, &view[index++]);
+    EXPECT_EQ(index, view.Count());
+    for (Iterator it = end; it != begin; --it)
+        EXPECT_EQ(&it[-1], &view[--index]);
+    EXPECT_EQ(index, 0u);
+    index = view.Count();
+    for (auto it = std::make_reverse_iterator(end); it != std::make_reverse_iterator(begin); ++it)
+        EXPECT_EQ(&*it, &view[--index]);
+    EXPECT_EQ(index, 0u);
+}
+
+// Orders every two of a view's iterators as their indices are.
+void ExpectIteratorsOrderAsIndices(const TStridedMemoryView<u8> &view)
+{
+    const std::ptrdiff_t count = static_cast<std::ptrdiff_t>(view.Count());
+    for (std::ptrdiff_t i = 0; i <= count; ++i)
+    {
+        for (std::ptrdiff_t j = 0; j <= count; ++j)
+        {
+            const auto a = view.Begin() + i;
+            const auto b = view.End() - (count - j);
+            EXPECT_EQ(a - b, i - j);
+            EXPECT_EQ(a == b, i == j);
+            EXPECT_EQ(a != b, i != j);
+            EXPECT_EQ(a < b, i < j);
+            EXPECT_EQ(a > b, i > j);
+            EXPECT_EQ(a <= b, i <= j);
+            EXPECT_EQ(a >= b, i >= j);
+        }
+    }
+}
+
+} // namespace
+
+TEST(StridedMemoryView, CountIndicesAndIteratorsAgreeForEveryStrideAndCount)
+{
+    u8 bytes[64] = {};
+    for (const u32 stride : {0u, 1u, 2u, 3u, 7u, 8u})
+    {
+        for (u32 count = 0; count <= 9 && (count == 0 || (count - 1) * stride < sizeof(bytes)); ++count)
+        {
+            SCOPED_TRACE(testing::Message() << "stride " << stride << ", count " << count);
+            const TStridedMemoryView<u8> view(bytes, count, stride);
+            ExpectStepsAgreeWithIndices(view);
+            ExpectIteratorsOrderAsIndices(view);
+            for (u32 start = 0; start <= count + 1; ++start)
+                ExpectStepsAgreeWithIndices(view.SliceIFP(start, count / 2));
+        }
+    }
+}
+
+TEST(StridedMemoryView, AViewGainsQualifiersAndKeepsItsStrideOf0)
+{
+    int value = 7;
+    const TStridedMemoryView<int> view(&value, 3, 0);
+    const TStridedMemoryView<const int> constView = view;
+    EXPECT_EQ(constView.Stride(), 0u);
+    EXPECT_EQ(std::vector<int>(constView.begin(), constView.end()), (std::vector<int>{7, 7, 7}));
+}
+
+TEST(StridedMemoryView, TheStandardAlgorithmsMeetARepeatedElementAsOftenAsItCounts)
+{
+    int value = 7;
+    const TStridedMemoryView<int> view(&value, 1000, 0);
+    EXPECT_EQ(std::count(view.begin(), view.end(), 7), 1000);
+    EXPECT_TRUE(std::find(view.begin(), view.end(), 8) == view.end());
+    EXPECT_TRUE(std::lower_bound(view.begin(), view.end(), 8) == view.end());
+    EXPECT_TRUE(std::lower_bound(view.begin(), view.end(), 7) == view.begin());
+    for (int &element : view)
+        ++element;
+    EXPECT_EQ(value, 1007);
+}
+
+TEST(StridedMemoryView, ARepeatedElementMayCountAsFarAsACountReaches)
+{
+    int value = 7;
+    const TStridedMemoryView<int> view(&value, 0xFFFFFFFF, 0);
+    EXPECT_EQ(view.End() - view.Begin(), 0xFFFFFFFFll);
+    EXPECT_TRUE(view.Begin() + 0xFFFFFFFFll == view.End());
+    EXPECT_TRUE(view.Begin() < view.End());
+    EXPECT_EQ(&view.End()[-1], &value);
+}
+
+// Addresses only. A stride has no sign: one that was meant as negative leads far forward, for steps as for indices.
+TEST(StridedMemoryView, TheLongestStrideLeadsForward)
+{
+    static u8 value = 0;
+    u8 *volatile const data = &value;
+    const TStridedMemoryView<u8> view(data, 3, 0xFFFFFFFF);
+    const ureg start = reinterpret_cast<ureg>(&value);
+    EXPECT_EQ(reinterpret_cast<ureg>(&view[2]), start + 0x1FFFFFFFEull);
+    EXPECT_EQ(reinterpret_cast<ureg>(&view.Begin()[2]), start + 0x1FFFFFFFEull);
+    EXPECT_EQ(view.End() - view.Begin(), 3);
 }
 
 TEST(StridedMemoryView, AnIndexBehindTheEndReports)
