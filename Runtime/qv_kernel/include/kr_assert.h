@@ -39,6 +39,9 @@ namespace Assert
 //     message             the formatted message of the site, or the expression once more
 // A handler may use the whole library: a report raised by this thread while it is inside the handler is answered
 // 2 without calling the handler again.
+// A handler may not throw, nor leave in another way than by returning. An exception that leaves it all the same ends the
+// program where a function that is noexcept reported; else what the functions on its way held is lost, but the library
+// stays usable and the thread's next report arrives.
 typedef int (*FHandler)(const char *file, const char *function, int line, const char *expression,
                         const char *expandedExpression, const char *message);
 

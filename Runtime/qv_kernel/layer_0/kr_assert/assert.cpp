@@ -31,6 +31,17 @@ QV_INTERNAL_CONSTINIT FHandler g_Handler = nullptr;
 // True while this thread is inside the handler.
 thread_local bool t_InsideHandler = false;
 
+// Marks the thread for the time of a call of the handler. This file is compiled with exceptions, so that the mark also
+// goes when one leaves the handler: else the thread would never report again.
+class CInsideHandler
+{
+public:
+    CInsideHandler() { t_InsideHandler = true; }
+    ~CInsideHandler() { t_InsideHandler = false; }
+    CInsideHandler(const CInsideHandler &) = delete;
+    CInsideHandler &operator=(const CInsideHandler &) = delete;
+};
+
 // True once a handler has silenced the verify sites, which share this one flag.
 QV_INTERNAL_CONSTINIT bool g_VerifyIgnored = false;
 
@@ -85,11 +96,9 @@ int EvalAssert(const char *file, const char *function, int line, const char *exp
         return Internal::Answer_Continue;
     const FHandler installed = __atomic_load_n(&g_Handler, __ATOMIC_SEQ_CST);
     const FHandler handler = installed != nullptr ? installed : &DefaultHandler;
-    t_InsideHandler = true;
-    const int answer = handler(OrEmpty(file), OrEmpty(function), line, OrEmpty(expression), OrEmpty(expandedExpression),
-                               OrEmpty(message));
-    t_InsideHandler = false;
-    return answer;
+    const CInsideHandler inside;
+    return handler(OrEmpty(file), OrEmpty(function), line, OrEmpty(expression), OrEmpty(expandedExpression),
+                   OrEmpty(message));
 }
 
 QV_INTERNAL_COLD

@@ -4,6 +4,8 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <new>
+#include <stdexcept>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -12,6 +14,7 @@
 #include "child_process.h"
 #include "kr_mem.h"
 #include "kr_refptr.h"
+#include "kr_string.h"
 
 namespace QuorvaneTest
 {
@@ -312,6 +315,94 @@ TEST(AssertionHandler, AHandlerMayInstallAnother)
     EXPECT_EQ(Report(), 5);
     EXPECT_EQ(Report(), 22);
 }
+
+#if defined(__cpp_exceptions)
+
+namespace
+{
+
+// What the contract forbids.
+int ThrowingHandler(const char *, const char *, int, const char *, const char *, const char *)
+{
+    ++g_CallsOfA;
+    throw std::runtime_error("thrown by a handler");
+}
+
+void *ThrowingAlloc(u64, u32, Mem::EAllocType, Mem::EOrigin, const char *, const char *, u32, const char *)
+{
+    throw std::bad_alloc();
+}
+
+void *ThrowingRealloc(void *, u64, u32, Mem::EAllocType, const char *, const char *, u32, const char *)
+{
+    throw std::bad_alloc();
+}
+
+// Raises `report`, which the handler leaves by an exception, and then sees whether the next report arrives.
+template <typename Callable>
+void ExpectReportsAfterAThrow(const Callable &report)
+{
+    const CHandlerScope scope(&ThrowingHandler);
+    for (int i = 0; i < 2; ++i)
+    {
+        g_CallsOfA = 0;
+        EXPECT_THROW(report(), std::runtime_error);
+        EXPECT_EQ(g_CallsOfA, 1);
+    }
+    const CAssertRecorder recorder;
+    EXPECT_EQ(Report(), 2);
+    EXPECT_EQ(recorder.Count(), 1u);
+}
+
+} // namespace
+
+TEST(AssertionHandler, TheNextReportArrivesAfterAHandlerThatThrew)
+{
+    ExpectReportsAfterAThrow([] { Report(); });
+    ExpectReportsAfterAThrow([] { Assert::EvalAssertFormat("f", "g", 1, "e", "e", "%d", 1); });
+    bool ignored = false;
+    ExpectReportsAfterAThrow([&] { Assert::VerifyAssertFalse_Breaks(ignored, "f", "g", 1, "e", "e", "m"); });
+}
+
+TEST(AssertionHandler, TheNextReportArrivesAfterAHandlerThatThrewAtASiteOfTheLibrary)
+{
+    if (!kSitesReport)
+        GTEST_SKIP() << "a build without assertions";
+    const CString text("some text");
+    ExpectReportsAfterAThrow([&] { static_cast<void>(text[9]); });
+    ExpectReportsAfterAThrow([&] { static_cast<void>(text.Extract(5, 10)); });
+    ExpectReportsAfterAThrow([] { Mem::SetAllocator(Mem::SAllocator{&ThrowingAlloc, null, null}); });
+    EXPECT_TRUE(text == "some text");
+}
+
+TEST(AssertionHandler, AHandlerThatThrewIsStillAskedOnceOnlyFromWithin)
+{
+    ExpectReportsAfterAThrow([] { Report(); });
+    const CHandlerScope scope(&NestingHandler);
+    g_Nested = SNested();
+    EXPECT_EQ(Report(), 0);
+    EXPECT_EQ(g_Nested.m_Calls, 1);
+    EXPECT_EQ(g_Nested.m_EvalAnswer, 2);
+}
+
+TEST(AssertionHandler, StringsWorkAfterAnAllocatorThatThrew)
+{
+    CString text("a text in a container of its own");
+    const CString shared = text;
+    Mem::SAllocator throwing{&ThrowingAlloc, &ThrowingRealloc, null};
+    throwing.m_Free = Mem::SetAllocator(Mem::SAllocator()).m_Free;
+    Mem::SetAllocator(throwing);
+    EXPECT_THROW(CString("new text"), std::bad_alloc);
+    EXPECT_THROW(text.Append("more"), std::bad_alloc);
+    EXPECT_THROW(text.Replace("text", "longer text"), std::bad_alloc);
+    EXPECT_THROW(TArray<int>().Reserve(100), std::bad_alloc);
+    Mem::SetAllocator(Mem::SAllocator());
+    text = "another";
+    EXPECT_TRUE(text.Append(" text") == "another text");
+    EXPECT_TRUE(shared == "a text in a container of its own");
+}
+
+#endif
 
 TEST(AssertionHandler, TheDefaultHandlerWritesOneReportToStderrAndAnswers2)
 {
