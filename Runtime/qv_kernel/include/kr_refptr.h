@@ -34,7 +34,7 @@ public:
 
     // The counts as they were a moment ago; 1 read by the holder of a reference means that it is the only one.
     u32 RefCount() const { return m_RefCount.Load(); }
-    u32 WeakCount() const { return m_WeakCount.Load(); }
+    u32 WeakCount() const { return _WeakCountOf(m_WeakCount.Load()); }
 
     // Adds a strong reference. Reports "/!\ strong refcount overflow /!\" when the count no longer fits 31 bits.
     void AddReference() const;
@@ -54,12 +54,25 @@ public:
 protected:
     CRefCountedObjectBase() = default;
 
+    // Marks the object as one that is being destroyed. Returns: false when it was marked before. Only for the thread
+    // that dropped the last reference: nobody else can reach the object then, but through its destructor.
+    bool _BeginDestruction() const;
+
+    // The weak count without the mark, for which it ends at 30 bits. The mark stands there and not in the strong count,
+    // so that this one tells the truth in a destructor, too. A count below 0 bears no mark.
+    static constexpr u32 kDestructionMark = 0x40000000;
+    static constexpr bool _IsMarked(u32 count) { return (count & 0xC0000000) == kDestructionMark; }
+    static constexpr u32 _WeakCountOf(u32 count) { return _IsMarked(count) ? count - kDestructionMark : count; }
+
     mutable TAtomic<u32> m_RefCount;
     mutable TAtomic<u32> m_WeakCount;
 };
 
 // A counted object that is destroyed and freed with its last strong reference.
 // Its memory comes from the kernel's allocator with origin `Origin_New`; `new` gives null when memory is refused.
+//
+// Its destructor begins with a count of 0. It may take references to the object, and hand them on, as long as all of them
+// are dropped before it ends: that does not destroy the object once more.
 class CRefCountedObject : public CRefCountedObjectBase
 {
 public:
@@ -74,14 +87,26 @@ public:
     static void operator delete(void *block) noexcept;
     static void operator delete(void *block, std::align_val_t alignment) noexcept;
 
+    // The same: no form of `new` throws.
+    static void *operator new(std::size_t size, const std::nothrow_t &) noexcept;
+    static void *operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t &) noexcept;
+    static void operator delete(void *block, const std::nothrow_t &) noexcept;
+    static void operator delete(void *block, std::align_val_t alignment, const std::nothrow_t &) noexcept;
+
     // Construction in a block that the caller got from the kernel's allocator with origin `Origin_New`.
     static void *operator new(std::size_t, void *block) noexcept { return block; }
     static void operator delete(void *, void *) noexcept {}
 
+    // Every object is freed by itself, with its last reference, so none shares a block with others.
+    static void *operator new[](std::size_t) = delete; // an array holds pointers to counted objects, not the objects
+    template <typename... Arguments>
+    static void *operator new[](std::size_t, Arguments...) = delete; // an array holds pointers to counted objects
+
 protected:
     CRefCountedObject() = default;
 
-    // Destroys `object`, the counted base of which is `counted`, and frees its block.
+    // Destroys `object`, the counted base of which is `counted`, and frees its block. Does nothing from within the
+    // object's destructor.
     static void _DeleteObject(const CRefCountedObjectBase *counted, const CRefCountedObject *object);
 };
 
@@ -113,6 +138,9 @@ class TBaseRefPtr<T, false> : protected Internal::TRefPtrMember<T>
 {
     typedef Internal::TRefPtrMember<T> _P;
 
+    template <typename U, bool _Weak>
+    friend class TBaseRefPtr;
+
 public:
     constexpr TBaseRefPtr() noexcept : _P{nullptr} {}
     // Adds a reference when non-null.
@@ -122,6 +150,10 @@ public:
     TBaseRefPtr(TBaseRefPtr &&other) noexcept : _P{std::exchange(other.m_Ptr, nullptr)} {}
     template <typename U, typename = std::enable_if_t<std::is_convertible<U *, T *>::value>>
     TBaseRefPtr(const TBaseRefPtr<U, false> &other) noexcept : TBaseRefPtr(other.Get())
+    {
+    }
+    template <typename U, typename = std::enable_if_t<std::is_convertible<U *, T *>::value>>
+    TBaseRefPtr(TBaseRefPtr<U, false> &&other) noexcept : _P{std::exchange(other.m_Ptr, nullptr)}
     {
     }
     ~TBaseRefPtr() { _Release(); }
@@ -141,6 +173,7 @@ public:
     }
 
     T *Get() const noexcept { return _P::m_Ptr; }
+    explicit operator bool() const noexcept { return _P::m_Ptr != nullptr; }
 
     // Report "_P::m_Ptr != null" for a null pointer.
     T *operator->() const
@@ -159,16 +192,13 @@ public:
     // Releases the reference and becomes null.
     void Clear() noexcept { TBaseRefPtr released(std::move(*this)); }
 
+    // With another, and with a raw pointer in either order, which null, 0 and NULL are as well.
     friend bool operator==(const TBaseRefPtr &a, const TBaseRefPtr &b) noexcept { return a.m_Ptr == b.m_Ptr; }
     friend bool operator!=(const TBaseRefPtr &a, const TBaseRefPtr &b) noexcept { return a.m_Ptr != b.m_Ptr; }
     friend bool operator==(const TBaseRefPtr &a, const T *b) noexcept { return a.m_Ptr == b; }
     friend bool operator!=(const TBaseRefPtr &a, const T *b) noexcept { return a.m_Ptr != b; }
     friend bool operator==(const T *a, const TBaseRefPtr &b) noexcept { return a == b.m_Ptr; }
     friend bool operator!=(const T *a, const TBaseRefPtr &b) noexcept { return a != b.m_Ptr; }
-    friend bool operator==(const TBaseRefPtr &a, std::nullptr_t) noexcept { return a.m_Ptr == nullptr; }
-    friend bool operator!=(const TBaseRefPtr &a, std::nullptr_t) noexcept { return a.m_Ptr != nullptr; }
-    friend bool operator==(std::nullptr_t, const TBaseRefPtr &b) noexcept { return b.m_Ptr == nullptr; }
-    friend bool operator!=(std::nullptr_t, const TBaseRefPtr &b) noexcept { return b.m_Ptr != nullptr; }
 
 private:
     void _Add() const noexcept
@@ -219,8 +249,17 @@ inline bool CRefCountedObjectBase::_InternalRemoveReferenceIsLast() const
 
 inline void CRefCountedObjectBase::RemoveWeakReference() const
 {
-    const u32 nrc = m_WeakCount.Dec();
+    const u32 nrc = _WeakCountOf(m_WeakCount.FetchDec()) - 1;
     QV_ASSERT_MESSAGE(s32(nrc) >= 0, "/!\\ weak refcount underflow /!\\");
+}
+
+inline bool CRefCountedObjectBase::_BeginDestruction() const
+{
+    const u32 count = m_WeakCount.Load();
+    if (_IsMarked(count))
+        return false;
+    m_WeakCount.StoreUnshared((count & (kDestructionMark - 1)) | kDestructionMark);
+    return true;
 }
 
 inline void CRefCountedObject::RemoveReference() const

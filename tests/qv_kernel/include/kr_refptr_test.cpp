@@ -1,8 +1,10 @@
 #include "kr_refptr.h"
 
+#include <cstddef>
 #include <cstdlib>
 #include <functional>
 #include <string>
+#include <thread>
 #include <type_traits>
 #include <utility>
 
@@ -519,6 +521,217 @@ TEST_F(RefPtr, ComparesWithNullInBothOrders)
     EXPECT_TRUE(null != some);
     EXPECT_TRUE(some != nullptr);
     EXPECT_TRUE(none == static_cast<CNode *>(nullptr));
+}
+
+TEST_F(RefPtr, ComparesWith0AndTheNullMacroInBothOrders)
+{
+    const TRefPtr<CNode> none;
+    const TRefPtr<const CNode> some(new CNode);
+    EXPECT_TRUE((none == 0) && (0 == none) && !(none != 0) && !(0 != none));
+    EXPECT_TRUE((none == NULL) && (NULL == none) && !(none != NULL) && !(NULL != none));
+    EXPECT_TRUE(!(some == 0) && !(0 == some) && (some != 0) && (0 != some));
+    EXPECT_TRUE(!(some == NULL) && !(NULL == some) && (some != NULL) && (NULL != some));
+    EXPECT_EQ(some->RefCount(), 1u);
+}
+
+TEST_F(RefPtr, IsAConditionAndNothingElseThatABoolIs)
+{
+    const TRefPtr<CNode> none;
+    const TRefPtr<CNode> some(new CNode);
+    if (none)
+        FAIL();
+    if (!some)
+        FAIL();
+    EXPECT_TRUE(some && !none);
+    EXPECT_EQ(some ? 1 : 2, 1);
+    EXPECT_TRUE(static_cast<bool>(some));
+    EXPECT_FALSE((std::is_convertible<TRefPtr<CNode>, bool>::value));
+    EXPECT_TRUE((std::is_constructible<bool, TRefPtr<CNode>>::value));
+}
+
+TEST_F(RefPtr, AMoveToABaseOrToConstCountsNothingAndLeavesNull)
+{
+    TRefPtr<CSpecialNode> special(new CSpecialNode);
+    CSpecialNode *const object = special.Get();
+    TRefPtr<CNode> node(std::move(special));
+    EXPECT_EQ(special.Get(), nullptr);
+    EXPECT_EQ(node.Get(), object);
+    EXPECT_EQ(object->RefCount(), 1u);
+    TRefPtr<const CNode> constant;
+    constant = std::move(node);
+    EXPECT_EQ(node.Get(), nullptr);
+    EXPECT_EQ(constant.Get(), object);
+    EXPECT_EQ(object->RefCount(), 1u);
+    EXPECT_TRUE((std::is_nothrow_constructible<TRefPtr<CNode>, TRefPtr<CSpecialNode> &&>::value));
+    EXPECT_FALSE((std::is_convertible<TRefPtr<CNode> &&, TRefPtr<CSpecialNode>>::value));
+    EXPECT_FALSE((std::is_convertible<TRefPtr<const CNode> &&, TRefPtr<CNode>>::value));
+}
+
+namespace
+{
+
+// Counts how often it is counted.
+class CWatchedBase
+{
+public:
+    void AddReference() const { ++s_Changes; }
+    void RemoveReference() const { ++s_Changes; }
+
+    int m_InFront = 0;
+    static int s_Changes;
+};
+
+int CWatchedBase::s_Changes = 0;
+
+struct SInFront
+{
+    int m_Value = 0;
+};
+
+// The base does not begin where the object does.
+class CWatched : public SInFront, public CWatchedBase
+{
+};
+
+} // namespace
+
+TEST_F(RefPtr, AMoveToABaseNeverTouchesTheCount)
+{
+    CWatched object;
+    {
+        TRefPtr<CWatched> pointer(&object);
+        EXPECT_EQ(CWatchedBase::s_Changes, 1);
+        TRefPtr<CWatchedBase> base(std::move(pointer));
+        EXPECT_EQ(base.Get(), static_cast<CWatchedBase *>(&object));
+        TRefPtr<const CWatchedBase> constant;
+        constant = std::move(base);
+        TRefPtr<CWatchedBase> none = TRefPtr<CWatched>();
+        EXPECT_EQ(none.Get(), nullptr);
+        EXPECT_EQ(CWatchedBase::s_Changes, 1);
+    }
+    EXPECT_EQ(CWatchedBase::s_Changes, 2);
+}
+
+TEST_F(RefPtr, AReferenceTakenAndDroppedInTheDestructorDeletesOnce)
+{
+    const CAssertRecorder recorder;
+    int ends = 0;
+    CNode *node = new CNode;
+    node->m_AtEnd = [&]
+    {
+        ++ends;
+        EXPECT_EQ(node->RefCount(), 0u);
+        EXPECT_EQ(node->WeakCount(), 0u);
+        for (int i = 0; i < 3; ++i)
+        {
+            const TRefPtr<CNode> itself(node);
+            EXPECT_EQ(node->RefCount(), 1u);
+            const TRefPtr<CNode> again = itself;
+            EXPECT_EQ(node->RefCount(), 2u);
+        }
+        EXPECT_EQ(node->RefCount(), 0u);
+    };
+    TRefPtr<CNode>(node).Clear();
+    EXPECT_EQ(ends, 1);
+    EXPECT_EQ(recorder.Count(), 0u);
+}
+
+// The other way to a count of 0: not the only holder when it looked.
+TEST_F(RefPtr, AReferenceTakenAndDroppedInTheDestructorDeletesOnceAfterADecrement)
+{
+    const CAssertRecorder recorder;
+    int ends = 0;
+    CNode *node = new CNode;
+    node->m_AtEnd = [&]
+    {
+        ++ends;
+        node->AddReference();
+        node->AddReference();
+        node->RemoveReference();
+        node->RemoveReference();
+    };
+    node->AddReference();
+    node->AddReference();
+    node->RemoveReference();
+    node->RemoveReference();
+    EXPECT_EQ(ends, 1);
+    EXPECT_EQ(recorder.Count(), 0u);
+}
+
+TEST_F(RefPtr, ADestructorMayHandItsObjectToAnotherThread)
+{
+    int ends = 0;
+    TRefPtr<CNode> pointer(new CNode);
+    pointer->m_AtEnd = [&ends, node = pointer.Get()]
+    {
+        ++ends;
+        std::thread([node] { const TRefPtr<CNode> itself(node); }).join();
+    };
+    pointer.Clear();
+    EXPECT_EQ(ends, 1);
+}
+
+TEST_F(RefPtr, OneReferenceTooManyDroppedInTheDestructorIsReported)
+{
+    const CAssertRecorder recorder;
+    CNode *node = new CNode;
+    node->m_AtEnd = [&] { node->RemoveReference(); };
+    TRefPtr<CNode>(node).Clear();
+    EXPECT_EQ(recorder.Expressions(), IfAsserting({"s32(nrc) >= 0"}));
+}
+
+TEST_F(RefPtr, WeakReferencesAreCountedInTheDestructorAsBefore)
+{
+    const CAssertRecorder recorder;
+    CNode *node = new CNode;
+    node->AddWeakReference();
+    node->m_AtEnd = [&]
+    {
+        EXPECT_EQ(node->WeakCount(), 1u);
+        node->AddWeakReference();
+        EXPECT_EQ(node->WeakCount(), 2u);
+        node->RemoveWeakReference();
+        node->RemoveWeakReference();
+        EXPECT_EQ(node->WeakCount(), 0u);
+        EXPECT_EQ(recorder.Count(), 0u);
+        node->RemoveWeakReference();
+        EXPECT_EQ(recorder.Count(), IfAsserting(1));
+    };
+    TRefPtr<CNode>(node).Clear();
+}
+
+TEST_F(RefPtr, AWeakUnderflowKeepsNoObjectAlive)
+{
+    const CAssertRecorder recorder;
+    const TRefPtr<CNode> pointer(new CNode);
+    pointer->RemoveWeakReference();
+    EXPECT_EQ(pointer->WeakCount(), 0xFFFFFFFFu);
+}
+
+TEST_F(RefPtr, APointerMayBeClearedAndAssignedByTheDestructorOfItsObject)
+{
+    const CAssertRecorder recorder;
+    int ends = 0;
+    TRefPtr<CNode> pointer(new CNode(1));
+    pointer->m_AtEnd = [&]
+    {
+        ++ends;
+        EXPECT_EQ(pointer.Get(), nullptr);
+        pointer.Clear();
+        pointer = TRefPtr<CNode>(new CNode(2));
+    };
+    pointer.Clear();
+    EXPECT_EQ(ends, 1);
+    ASSERT_NE(pointer.Get(), nullptr);
+    EXPECT_EQ(pointer->m_Value, 2);
+    pointer->m_AtEnd = [&]
+    {
+        ++ends;
+        pointer.Clear();
+    };
+    pointer = null;
+    EXPECT_EQ(ends, 2);
+    EXPECT_EQ(recorder.Count(), 0u);
 }
 
 } // namespace QuorvaneTest

@@ -29,9 +29,31 @@ void CRefCountedObject::operator delete(void *block, std::align_val_t) noexcept
     CRefCountedObject::operator delete(block);
 }
 
+void *CRefCountedObject::operator new(std::size_t size, const std::nothrow_t &) noexcept
+{
+    return CRefCountedObject::operator new(size);
+}
+
+void *CRefCountedObject::operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t &) noexcept
+{
+    return CRefCountedObject::operator new(size, alignment);
+}
+
+void CRefCountedObject::operator delete(void *block, const std::nothrow_t &) noexcept
+{
+    CRefCountedObject::operator delete(block);
+}
+
+void CRefCountedObject::operator delete(void *block, std::align_val_t, const std::nothrow_t &) noexcept
+{
+    CRefCountedObject::operator delete(block);
+}
+
 void CRefCountedObject::_DeleteObject(const CRefCountedObjectBase *counted, const CRefCountedObject *object)
 {
     static_cast<void>(counted);
+    if (!object->_BeginDestruction())
+        return;
     // Through the virtual destructor, which frees the block of the whole object whatever its class.
     delete object;
 }

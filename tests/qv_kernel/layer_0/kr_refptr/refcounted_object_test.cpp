@@ -259,4 +259,39 @@ TEST_F(RefCountedObject, TheDestructorSeesACountOf0)
     EXPECT_EQ(seenAfterSharing, 0u);
 }
 
+TEST_F(RefCountedObject, TheFormsOfNewThatDoNotThrowUseTheSameMemory)
+{
+    {
+        const TRefPtr<CCounted> object(new (std::nothrow) CCounted);
+        const TRefPtr<COverAligned> aligned(new (std::nothrow) COverAligned);
+        ASSERT_EQ(m_Allocator.Calls().size(), 2u);
+        EXPECT_EQ(m_Allocator.Calls()[0].m_Size, sizeof(CCounted));
+        EXPECT_EQ(m_Allocator.Calls()[0].m_Origin, Mem::Origin_New);
+        EXPECT_EQ(m_Allocator.Calls()[1].m_Size, sizeof(COverAligned));
+        EXPECT_EQ(m_Allocator.Calls()[1].m_Alignment, 64u);
+        EXPECT_EQ(m_Allocator.Calls()[1].m_Origin, Mem::Origin_New);
+        EXPECT_EQ(object->RefCount(), 1u);
+    }
+    EXPECT_EQ(CCounted::s_Destroyed, 2);
+    m_Allocator.RefuseFromNth(1);
+    EXPECT_EQ(new (std::nothrow) CCounted, nullptr);
+    EXPECT_EQ(new (std::nothrow) COverAligned, nullptr);
+    EXPECT_EQ(CCounted::s_Constructed, 2);
+}
+
+#if defined(__cpp_exceptions)
+
+TEST_F(RefCountedObject, AConstructorThatThrowsGivesItsMemoryBack)
+{
+    struct CThrows : CRefCountedObject
+    {
+        CThrows() { throw 1; }
+    };
+    EXPECT_THROW(static_cast<void>(new CThrows), int);
+    EXPECT_THROW(static_cast<void>(new (std::nothrow) CThrows), int);
+    EXPECT_EQ(m_Allocator.LiveBlocks(), 0u);
+}
+
+#endif
+
 } // namespace QuorvaneTest
