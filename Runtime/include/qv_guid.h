@@ -5,6 +5,7 @@
 //         use(text[found]);
 #pragma once
 
+#include <iosfwd>
 #include <type_traits>
 
 #include "qv_defs.h"
@@ -30,6 +31,15 @@ public:
 
     template <typename Bool, typename = std::enable_if_t<std::is_same<Bool, bool>::value>>
     operator Bool() const = delete;
+
+    // Writes the number to a stream of the standard library, which whoever has one has included.
+    template <typename Character, typename Traits>
+    friend std::basic_ostream<Character, Traits> &operator<<(std::basic_ostream<Character, Traits> &stream,
+                                                             const TGuid &guid)
+    {
+        // A byte is a number here, not a character.
+        return stream << +guid.m_Guid;
+    }
 
     T m_Guid;
 };

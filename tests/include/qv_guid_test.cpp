@@ -1,5 +1,8 @@
 #include "qv_guid.h"
 
+#include <iomanip>
+#include <sstream>
+#include <string>
 #include <type_traits>
 
 #include <gtest/gtest.h>
@@ -122,6 +125,30 @@ TEST(Guid, ItIsUsableInConstantExpressions)
 TEST(Guid, InvalidHasItsValueBeforeAnyCodeRuns)
 {
     EXPECT_EQ(g_InvalidBeforeMain, 0xFFFFFFFFu);
+}
+
+TEST(Guid, AStreamWritesItsNumber)
+{
+    std::ostringstream stream;
+    stream << CGuid(0) << ' ' << CGuid(12) << ' ' << std::setw(4) << CGuid(7) << ' ' << CGuid::INVALID;
+    EXPECT_EQ(stream.str(), "0 12    7 4294967295");
+    std::ostringstream small;
+    small << TGuid<u8>(65) << ' ' << TGuid<u64>::INVALID;
+    EXPECT_EQ(small.str(), "65 18446744073709551615");
+    std::wostringstream wide;
+    std::wostream &base = wide;
+    base << CGuid(3);
+    EXPECT_EQ(wide.str(), L"3");
+}
+
+TEST(Guid, ShiftsStayShifts)
+{
+    EXPECT_EQ(1u << CGuid(4), 16u);
+    EXPECT_EQ(CGuid(4) << 1, 8u);
+    u32 bits = 1;
+    bits <<= CGuid(3);
+    EXPECT_EQ(bits, 8u);
+    EXPECT_EQ(bits << CGuid(1), 16u);
 }
 
 } // namespace QuorvaneTest
