@@ -47,7 +47,8 @@ typedef int (*FHandler)(const char *file, const char *function, int line, const 
 
 // Installs `handler`; null installs the default handler, which writes one report to stderr and answers
 // 0 when a debugger is attached, else 2.
-// Returns the handler that was installed before, so that handlers can be chained and put back. Atomic.
+// Returns the handler that was installed before, the default one included, so that handlers can be chained and put back;
+// never null. Atomic.
 FHandler SetHandler(FHandler handler);
 
 // Reports a failed check to the handler. Null texts are taken as empty.

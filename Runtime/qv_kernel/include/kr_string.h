@@ -189,6 +189,9 @@ class CStringView
 public:
     constexpr CStringView() : m_Data(nullptr), m_Length(0) {}
     constexpr CStringView(const char *data, u32 length) : m_Data(data), m_Length(length) {}
+    // The whole text, up to its terminator; null gives the empty view. Explicit, so that a text given to one of several
+    // overloads goes where it always went.
+    constexpr explicit CStringView(const char *str QV_INTERNAL_LIFETIMEBOUND);
     CStringView(const CString &string QV_INTERNAL_LIFETIMEBOUND);
     // Borrows from a temporary: good until the end of the full expression.
     CStringView(CString &&string QV_INTERNAL_LIFETIMEBOUND);
@@ -300,7 +303,7 @@ public:
     // Reading. Nothing here copies or allocates.
 
     // The characters, NUL-terminated; null for a string without a container.
-    const char *Data() const { return CStringContainer::SafeData(m_Container.Get()); }
+    const char *Data() const QV_INTERNAL_LIFETIMEBOUND { return CStringContainer::SafeData(m_Container.Get()); }
     u32 Length() const { return CStringContainer::SafeLength(m_Container.Get()); }
     // By the first character: true without a container or when it is the terminator.
     bool Empty() const
@@ -533,12 +536,15 @@ public:
     // memory is refused is stored as an empty string.
 
     // At every `separator` up to the stored length. Clears the output first.
-    bool Split(char separator, TArray<CStringView> &outPieces) const;
+    bool Split(char separator, TArray<CStringView> &outPieces) const &;
+    bool Split(char separator, TArray<CStringView> &outPieces) const && = delete; // the views would outlive the string
     bool Split(char separator, TArray<CString> &outPieces) const;
 
     // The same while holding a reference of its own, so that other handles may let go of the characters meanwhile; no
     // thread may assign this handle, though. Views need a handle that keeps the characters alive afterwards.
-    bool Split_ThreadSafe(char separator, TArray<CStringView> &outPieces) const;
+    bool Split_ThreadSafe(char separator, TArray<CStringView> &outPieces) const &;
+    bool Split_ThreadSafe(char separator,
+                          TArray<CStringView> &outPieces) const && = delete; // the views would outlive the string
     bool Split_ThreadSafe(char separator, TArray<CString> &outPieces) const;
 
     // At every character for which `isSeparator`, anything that can be called with a char and answers a bool, is true.
@@ -688,6 +694,7 @@ public:
 
     // Requires: not the terminator, else reports "c != '\0'".
     void RemoveSplitChar(char c);
+    // The same of many; a terminator within a string stays a separator.
     void RemoveSplitChars(const char *characters);
     void RemoveSplitChars(const CString &characters);
 
@@ -1039,6 +1046,23 @@ bool CString::Split(Predicate &&isSeparator, TArray<CString> &outPieces) const
     while (split.Next(character))
         split.Answer(character, isSeparator(character));
     return !split.Failed();
+}
+
+namespace Internal
+{
+
+// What SNativeStringUtils::Length answers; known to the compiler for a literal.
+constexpr u32 LengthOfText(const char *str)
+{
+    constexpr u64 kMaxLength = 0xFFFFFFFFu;
+    return str != nullptr ? static_cast<u32>(QVMin<u64>(__builtin_strlen(str), kMaxLength)) : 0;
+}
+
+} // namespace Internal
+
+constexpr CStringView::CStringView(const char *str QV_INTERNAL_LIFETIMEBOUND)
+    : m_Data(str), m_Length(Internal::LengthOfText(str))
+{
 }
 
 inline CStringView::CStringView(const CString &string QV_INTERNAL_LIFETIMEBOUND)

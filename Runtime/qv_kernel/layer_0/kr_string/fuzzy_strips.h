@@ -128,7 +128,7 @@ public:
         m_Masks.Set(rows, rowCount);
     }
 
-    // As AdvanceStrips.
+    // As AdvanceTwoStrips.
     u32 Advance(u64 plus) const
     {
         CFuzzyWavefront wavefront(plus);
@@ -187,7 +187,7 @@ private:
     CFuzzyStripMasks m_Masks;
 };
 
-// As AdvanceStrips, for up to 512 rows and a text of 8 characters or more.
+// As AdvanceTwoStrips, for up to 512 rows and a text of 8 characters or more.
 inline u32 AdvanceWideStrips(const char *rows, u32 rowCount, u64 plus, const char *text, u32 textLength,
                              FuzzyCarry *carries)
 {

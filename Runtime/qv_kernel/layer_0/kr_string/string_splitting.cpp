@@ -314,7 +314,7 @@ bool Internal::CPredicateSplit::_Finish()
                              : TStringSink<Piece_Sound>(m_Pieces).Add(m_Data + m_First, length);
 }
 
-bool CString::Split(char separator, TArray<CStringView> &outPieces) const
+bool CString::Split(char separator, TArray<CStringView> &outPieces) const &
 {
     return SplitInto(outPieces, *this, separator);
 }
@@ -324,7 +324,7 @@ bool CString::Split(char separator, TArray<CString> &outPieces) const
     return LiesIn(*this, outPieces) ? Split_ThreadSafe(separator, outPieces) : SplitInto(outPieces, *this, separator);
 }
 
-bool CString::Split_ThreadSafe(char separator, TArray<CStringView> &outPieces) const
+bool CString::Split_ThreadSafe(char separator, TArray<CStringView> &outPieces) const &
 {
     const CString kept(*this);
     return SplitInto(outPieces, kept, separator);

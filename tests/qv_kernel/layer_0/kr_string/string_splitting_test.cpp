@@ -1188,4 +1188,57 @@ TEST_F(StringSplitLong, ManyPiecesBeforeALongTailSplitInABatch)
     ExpectAllPieces(strings);
 }
 
+namespace
+{
+
+template <typename Text, typename Piece, typename = void>
+constexpr bool Splits = false;
+template <typename Text, typename Piece>
+constexpr bool
+    Splits<Text, Piece, std::void_t<decltype(std::declval<Text>().Split(',', std::declval<TArray<Piece> &>()))>> = true;
+
+template <typename Text, typename Piece, typename = void>
+constexpr bool SplitsThreadSafely = false;
+template <typename Text, typename Piece>
+constexpr bool SplitsThreadSafely<
+    Text, Piece, std::void_t<decltype(std::declval<Text>().Split_ThreadSafe(',', std::declval<TArray<Piece> &>()))>> =
+    true;
+
+} // namespace
+
+TEST(StringSplit, OnlyWhatStaysSplitsIntoViews)
+{
+    EXPECT_TRUE((Splits<CString &, CStringView> && Splits<const CString &, CStringView>));
+    EXPECT_FALSE((Splits<CString, CStringView> || Splits<CString &&, CStringView>));
+    EXPECT_FALSE((Splits<const CString, CStringView> || Splits<const CString &&, CStringView>));
+    EXPECT_TRUE((SplitsThreadSafely<CString &, CStringView> && SplitsThreadSafely<const CString &, CStringView>));
+    EXPECT_FALSE((SplitsThreadSafely<CString, CStringView> || SplitsThreadSafely<const CString &&, CStringView>));
+}
+
+TEST(StringSplit, WhatGoesSplitsIntoStrings)
+{
+    EXPECT_TRUE((Splits<CString, CString> && Splits<const CString &&, CString> && Splits<CString &, CString>));
+    EXPECT_TRUE((SplitsThreadSafely<CString, CString> && SplitsThreadSafely<const CString &, CString>));
+    TArray<CString> out;
+    EXPECT_TRUE(CString("a,b").Split(',', out));
+    ASSERT_EQ(out.Count(), 2u);
+    ExpectText(out[1], "b");
+    CString text("c,d,e");
+    EXPECT_TRUE(std::move(text).Split_ThreadSafe(',', out));
+    EXPECT_EQ(out.Count(), 3u);
+}
+
+TEST(StringSplit, ItsAddressCanBeTaken)
+{
+    bool (CString::*const intoViews)(char, TArray<CStringView> &) const & = &CString::Split;
+    bool (CString::*const intoStrings)(char, TArray<CString> &) const = &CString::Split;
+    const CString text("a,b");
+    TArray<CStringView> views;
+    TArray<CString> strings;
+    EXPECT_TRUE((text.*intoViews)(',', views));
+    EXPECT_TRUE((text.*intoStrings)(',', strings));
+    EXPECT_EQ(views.Count(), 2u);
+    EXPECT_EQ(strings.Count(), 2u);
+}
+
 } // namespace
