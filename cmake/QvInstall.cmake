@@ -1,4 +1,4 @@
-# Install rules: headers, library, CMake package, pkg-config file, licence and visualisers.
+# Install rules: headers, library, CMake package, pkg-config file and licence.
 # The installed tree may be moved as a whole: nothing in it holds an absolute path.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
@@ -57,6 +57,3 @@ configure_file("${PROJECT_SOURCE_DIR}/cmake/quorvane.pc.in" "${PROJECT_BINARY_DI
 install(FILES "${PROJECT_BINARY_DIR}/quorvane.pc" DESTINATION "${QV_INSTALL_PKGCONFIGDIR}")
 
 install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${CMAKE_INSTALL_DATADIR}/licenses/quorvane")
-if(EXISTS "${PROJECT_SOURCE_DIR}/debug")
-    install(DIRECTORY "${PROJECT_SOURCE_DIR}/debug/" DESTINATION "${CMAKE_INSTALL_DATADIR}/quorvane")
-endif()

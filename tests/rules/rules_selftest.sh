@@ -101,6 +101,11 @@ printf '// %s: later\n' "$todo" | bites todo $source
 printf '// %s(reason) and %s\n' "$todo" "$todo" | bites todo $source
 printf '// %s()\n' "$todo" | bites todo $source
 
+printf '// As SomeFunction, once.\n' | bites comment_names $source
+printf '// Calls _Helper.\n' | bites comment_names $string
+printf '// At most kLimit of them.\n' | bites comment_names $defs
+printf '// See string_gone.h.\n' | bites comment_names $source
+
 printf '#define MAX 1\n' | bites macro_prefix $defs
 printf '#define null 0\n' | bites macro_prefix $string
 printf '#define QV_lower 1\n' | bites macro_prefix $string
