@@ -188,7 +188,7 @@ class CStringView
 {
 public:
     constexpr CStringView() : m_Data(nullptr), m_Length(0) {}
-    constexpr CStringView(const char *data, u32 length) : m_Data(data), m_Length(length) {}
+    constexpr CStringView(const char *data QV_INTERNAL_LIFETIMEBOUND, u32 length) : m_Data(data), m_Length(length) {}
     // The whole text, up to its terminator; null gives the empty view. Explicit, so that a text given to one of several
     // overloads goes where it always went.
     constexpr explicit CStringView(const char *str QV_INTERNAL_LIFETIMEBOUND);
@@ -198,7 +198,7 @@ public:
     constexpr CStringView(const TMemoryView<const char> &view) : m_Data(view.Data()), m_Length(view.Count()) {}
 
     // A view of the whole text; null gives the empty view.
-    static CStringView FromNullTerminatedString(const char *str);
+    static CStringView FromNullTerminatedString(const char *str QV_INTERNAL_LIFETIMEBOUND);
 
     constexpr const char *Data() const { return m_Data; }
     constexpr u32 Length() const { return m_Length; }
