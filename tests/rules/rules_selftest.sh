@@ -40,6 +40,12 @@ printf 'int main();\n' | put "$good/examples/first_example/main.cpp"
 # shellcheck disable=SC2016
 printf 'A sample. %s(2030): gone by then.\n\n```cpp\nint main();\n```\n' "$todo" | put "$good/README.md"
 
+# shellcheck disable=SC2016
+for name in Runtime/include/ Runtime/qv_kernel/include/ Runtime/qv_kernel/layer_0/kr_string/ \
+    Runtime/qv_kernel/layer_0/kr_mem/ qv_defs.h kr_assert.h kr_mem.h kr_string.h; do
+    printf '| `%s` | what it is |\n' "$name"
+done | put "$good/docs/architecture.md"
+
 # Lists every test file of a tree as built.
 list_as_built()
 {
@@ -123,6 +129,11 @@ printf '#include "../kr_string/string_private.h"\n' | bites layering Runtime/qv_
 printf '#include "kr_unknown.h"\n' | bites layering $source
 printf '#pragma once\n' | bites layering Runtime/include/qv_unranked.h
 printf '#include "kr_mem.h"\n' | bites layering Runtime/qv_kernel/layer_0/kr_unranked/a.cpp
+
+# shellcheck disable=SC2016
+printf '| `kr_string.h` | no row for anything else |\n' | bites map docs/architecture.md
+printf '#pragma once\n' | bites map Runtime/qv_kernel/include/kr_new.h
+printf 'int a;\n' | bites map Runtime/qv_kernel/layer_0/new.cpp
 
 printf '#pragma once\n' | bites mirror Runtime/include/qv_new.h
 printf 'int a;\n' | bites mirror Runtime/qv_kernel/layer_0/kr_mem/mem.cpp
