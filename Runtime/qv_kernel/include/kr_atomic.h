@@ -8,19 +8,22 @@
 
 #include "qv_defs.h"
 
-// Whether a locked instruction may be written out for the flags it leaves. Sanitizers of threads and of memory do not see
-// what it does.
-#if defined(__x86_64__) && defined(__GCC_ASM_FLAG_OUTPUTS__) && !defined(__SANITIZE_THREAD__)
-#if defined(__has_feature)
-#if __has_feature(thread_sanitizer) || __has_feature(memory_sanitizer)
+// Whether a locked instruction may be written out for the flags it leaves. No sanitizer sees what such an instruction
+// does: not the one of threads or of memory, and not the one of addresses, which would miss a release after the end.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(__SANITIZE_HWADDRESS__)
+#define QV_INTERNAL_ATOMIC_FLAGS 0
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || __has_feature(memory_sanitizer) ||          \
+    __has_feature(hwaddress_sanitizer)
 #define QV_INTERNAL_ATOMIC_FLAGS 0
 #endif
 #endif
 #if !defined(QV_INTERNAL_ATOMIC_FLAGS)
+#if defined(__x86_64__) && defined(__GCC_ASM_FLAG_OUTPUTS__)
 #define QV_INTERNAL_ATOMIC_FLAGS 1
-#endif
 #else
 #define QV_INTERNAL_ATOMIC_FLAGS 0
+#endif
 #endif
 
 namespace Quorvane
@@ -48,6 +51,9 @@ public:
     // Relaxed: for an object that no other thread has seen, or that no other thread can reach any more. Whatever
     // hands the object to another thread orders this store as it orders the object's other fields.
     void StoreUnshared(T value) { __atomic_store_n(&m_Value, value, __ATOMIC_RELAXED); }
+
+    // Release: whoever reads this value sees what was written before it. For the end of a lock.
+    void StoreReleased(T value) { __atomic_store_n(&m_Value, value, __ATOMIC_RELEASE); }
 
     T Swap(T value) { return __atomic_exchange_n(&m_Value, value, __ATOMIC_SEQ_CST); }
 

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <functional>
+#include <memory>
 #include <string>
 #include <thread>
 #include <type_traits>
@@ -732,6 +733,29 @@ TEST_F(RefPtr, APointerMayBeClearedAndAssignedByTheDestructorOfItsObject)
     pointer = null;
     EXPECT_EQ(ends, 2);
     EXPECT_EQ(recorder.Count(), 0u);
+}
+
+// No counting is hidden from the sanitizer of addresses.
+TEST(RefCountDeathTest, AReleaseOfAnObjectThatHasGoneIsSeenByTheSanitizer)
+{
+#if defined(__SANITIZE_ADDRESS__)
+#define QV_TEST_SEES_ADDRESSES 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define QV_TEST_SEES_ADDRESSES 1
+#endif
+#endif
+#if defined(QV_TEST_SEES_ADDRESSES)
+    EXPECT_DEATH(
+        {
+            TAtomic<u32> *volatile gone = std::make_unique<TAtomic<u32>>(1u).get();
+            bool isNegative = false;
+            gone->DecIsZero(isNegative);
+        },
+        "heap-use-after-free");
+#else
+    GTEST_SKIP() << "built without that sanitizer";
+#endif
 }
 
 } // namespace QuorvaneTest
