@@ -19,7 +19,7 @@ template <typename T>
 class TGuid
 {
 public:
-    static const TGuid INVALID;
+    QV_INTERNAL_HIDDEN static const TGuid INVALID;
 
     constexpr TGuid() : m_Guid(static_cast<T>(~T(0))) {}
     constexpr TGuid(T guid) : m_Guid(guid) {}

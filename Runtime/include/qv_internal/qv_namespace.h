@@ -60,3 +60,10 @@
 #else
 #define QV_INTERNAL_NO_DESTROY
 #endif
+
+// What each copy of the library in a process keeps to itself: a program and its plugins may hold several.
+#if defined(__ELF__) || defined(__APPLE__)
+#define QV_INTERNAL_HIDDEN __attribute__((visibility("hidden")))
+#else
+#define QV_INTERNAL_HIDDEN
+#endif

@@ -110,23 +110,38 @@ void Break();
 #define QV_INTERNAL_FUNCTION_SIGNATURE __PRETTY_FUNCTION__
 #endif
 
-// One assertion site. Without assertions the condition and the report are still compiled, so that such a build has no
+// One assertion site. Its flag and its texts belong to a hidden class of its own: those of a site in an inline function
+// would else be symbols that are unique in the process, and a plugin that has one is never unloaded.
+// Without assertions the condition and the report are still compiled, so that such a build has no
 // unused variables, but never run.
 #define QV_INTERNAL_ASSERT_SITE(text, expandedText, report, ...)                                                       \
     do                                                                                                                 \
     {                                                                                                                  \
         if (QV_ASSERTS && QV_INTERNAL_UNLIKELY(!(__VA_ARGS__)))                                                        \
         {                                                                                                              \
-            static bool qv_ignored = false;                                                                            \
-            static constexpr QV_NAMESPACE::Assert::Internal::SSite qv_site = {__FILE__, text, expandedText, __LINE__}; \
+            struct QV_INTERNAL_HIDDEN qv_SSite                                                                         \
+            {                                                                                                          \
+                static bool &Ignored()                                                                                 \
+                {                                                                                                      \
+                    static bool ignored = false;                                                                       \
+                    return ignored;                                                                                    \
+                }                                                                                                      \
+                static const QV_NAMESPACE::Assert::Internal::SSite &Site()                                             \
+                {                                                                                                      \
+                    static constexpr QV_NAMESPACE::Assert::Internal::SSite site = {__FILE__, text, expandedText,       \
+                                                                                   __LINE__};                          \
+                    return site;                                                                                       \
+                }                                                                                                      \
+            };                                                                                                         \
             report;                                                                                                    \
         }                                                                                                              \
     } while (false)
 
 #define QV_INTERNAL_REPORT_PLAIN                                                                                       \
-    QV_NAMESPACE::Assert::Internal::ReportSite(qv_ignored, qv_site, QV_INTERNAL_FUNCTION_SIGNATURE)
+    QV_NAMESPACE::Assert::Internal::ReportSite(qv_SSite::Ignored(), qv_SSite::Site(), QV_INTERNAL_FUNCTION_SIGNATURE)
 #define QV_INTERNAL_REPORT_FORMAT(...)                                                                                 \
-    QV_NAMESPACE::Assert::Internal::ReportSiteFormat(qv_ignored, qv_site, QV_INTERNAL_FUNCTION_SIGNATURE, __VA_ARGS__)
+    QV_NAMESPACE::Assert::Internal::ReportSiteFormat(qv_SSite::Ignored(), qv_SSite::Site(),                            \
+                                                     QV_INTERNAL_FUNCTION_SIGNATURE, __VA_ARGS__)
 
 // QV_ASSERT(condition): reports the condition's text when it is false.
 #define QV_ASSERT(...)                                                                                                 \

@@ -39,7 +39,7 @@ inline void PortBreak()
 // The kernel names the tracing process in the process' status; 0 means none.
 inline bool PortDebuggerAttached()
 {
-    static constexpr char kTracerField[] = "TracerPid:";
+    constexpr char kTracerField[] = "TracerPid:";
     std::FILE *status = std::fopen("/proc/self/status", "r");
     if (status == nullptr)
         return false;
