@@ -5,7 +5,12 @@
 #
 # Checked on clang++'s objects: g++ knows no way to leave out the empty string's exit handler. They are not optimised: what
 # only the optimiser turns into a constant does not count.
+#
+# One function runs at the end, behind the destructors of all static objects: the default allocator must take back what
+# it gave to a plugin that is unloaded. Strings work after it, too.
 . "$(dirname "$0")/common.inc"
+
+end_of_allocator=Runtime/qv_kernel/layer_0/kr_mem/mem_small.cpp
 
 # Not CXX, which may well be g++.
 compiler=
@@ -27,7 +32,10 @@ while IFS= read -r source; do
         breach "$source: does not compile: $(grep -m 1 error "$scratch/errors")"
         continue
     fi
-    sections=$(readelf -S -W "$scratch/object.o" | grep -E -o '\.(init_array|fini_array|ctors|dtors|preinit_array)\b' | sort -u | tr '\n' ' ')
+    allowed=
+    [ "$source" != "$end_of_allocator" ] || allowed=.fini_array.101
+    sections=$(readelf -S -W "$scratch/object.o" | grep -E -o '\.(init_array|fini_array|ctors|dtors|preinit_array)(\.[0-9]+)?\b' | sort -u | tr '\n' ' ')
+    [ "${sections% }" != "$allowed" ] || continue
     [ -z "$sections" ] || breach "$source: has sections $sections"
     sed -n "s,^$root/,,; /-Wglobal-constructors\|-Wexit-time-destructors/p" "$scratch/errors" >>"$breaches"
 done <"$scratch/sources"

@@ -2,14 +2,22 @@
 // here even though the default allocator leaves it alone in such a build.
 #include "kr_mem/mem_slabs.h"
 
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
 #include <cstring>
 #include <mutex>
 #include <random>
+#include <set>
+#include <thread>
 #include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "own_heap.h"
 #include "thread_team.h"
 
 namespace QuorvaneTest
@@ -104,12 +112,42 @@ void Work(CSlabHeap &heap, CMailbox &mailbox, u32 thread)
         Give(heap, owned);
 }
 
+// Threads that hardly ever leave the heap alone, so that it is in the middle of a change in most of the copies.
+void WorkUntil(CSlabHeap &heap, const std::atomic<bool> &done)
+{
+    std::mt19937 random(1);
+    while (!done)
+    {
+        SFreeBlock *first = nullptr;
+        const u32 taken = heap.Take(1 + static_cast<u32>(random() % (kSmallClassCount - 1)), 40, first);
+        heap.Give(first, taken);
+    }
+}
+
+// In a copy of the process: whether blocks of all classes can be had, are whole, and can be given back.
+bool IsUsable(CSlabHeap &heap, const SOwned &before)
+{
+    bool isUsable = Holds(before);
+    heap.Give(::new (before.m_Block) SFreeBlock{nullptr}, 1);
+    const u64 live = heap.Figures().m_LiveBlocks;
+    for (u32 sizeClass = 1; sizeClass < kSmallClassCount; ++sizeClass)
+    {
+        SFreeBlock *first = nullptr;
+        const u32 taken = heap.Take(sizeClass, 40, first);
+        std::set<SFreeBlock *> blocks;
+        for (SFreeBlock *block = first; block != nullptr; block = block->m_Next)
+            blocks.insert(block);
+        isUsable = isUsable && taken == 40 && blocks.size() == 40 && heap.Give(first, taken) == nullptr;
+    }
+    return isUsable && heap.Figures().m_LiveBlocks == live;
+}
+
 } // namespace
 
 TEST(MemSlabsThreads, NoLiveBlockIsTakenTwice)
 {
-    CSlabHeap heap;
-    ASSERT_TRUE(heap.Reserve());
+    COwnHeap ownHeap;
+    CSlabHeap &heap = *ownHeap;
     CMailbox mailbox;
     RunTeam(kThreads, [&](u32 thread) { Work(heap, mailbox, thread); });
     SOwned sent;
@@ -117,7 +155,42 @@ TEST(MemSlabsThreads, NoLiveBlockIsTakenTwice)
         Give(heap, sent);
     EXPECT_EQ(heap.Figures().m_LiveBlocks, 0u);
     EXPECT_EQ(heap.Figures().m_UsedSlabs, 0u);
-    heap.Unreserve();
+}
+
+TEST(MemSlabsThreads, ACopyOfTheProcessCanGoOnWhoeverHeldTheHeap)
+{
+    constexpr ureg kPageBytes = 4096;
+    void *const page = mmap(nullptr, kPageBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    const bool isWiped = page != MAP_FAILED && PortWipeOnFork(page, kPageBytes);
+    TAtomic<u32> *const numbers[] = {nullptr, isWiped ? ::new (page) TAtomic<u32> : nullptr};
+    for (TAtomic<u32> *const number : numbers)
+    {
+        COwnHeap heap(number);
+        std::atomic<bool> done(false);
+        std::thread first([&] { WorkUntil(*heap, done); });
+        std::thread second([&] { WorkUntil(*heap, done); });
+        SFreeBlock *block = nullptr;
+        heap->Take(4, 1, block);
+        const SOwned kept = {reinterpret_cast<char *>(block), 64, 'k'};
+        std::memset(kept.m_Block, kept.m_Pattern, 64);
+        for (int round = 0; round < 50; ++round)
+        {
+            const pid_t child = fork();
+            if (child == 0)
+            {
+                alarm(60);
+                _exit(IsUsable(*heap, kept) ? 0 : 1);
+            }
+            int status = -1;
+            EXPECT_EQ(waitpid(child, &status, 0), child);
+            EXPECT_EQ(status, 0);
+        }
+        done = true;
+        first.join();
+        second.join();
+        EXPECT_EQ(heap->Figures().m_LiveBlocks, 1u);
+    }
+    munmap(page, kPageBytes);
 }
 
 } // namespace QuorvaneTest

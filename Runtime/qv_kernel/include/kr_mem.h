@@ -4,11 +4,23 @@
 // source, so that a replacement can account for it, refuse it, or serve it from a pool of its own.
 //
 // The default allocator takes large blocks from the platform, and small ones, up to 2 KiB, from slabs of its own: each
-// thread caches free ones, up to 1 MiB of them, and gives them back when it ends. A block that grows step by step gets
-// room to do so in place. With the CMake option QV_MEM_CACHE off, under sanitizers and valgrind, and where the system
-// grants no range of addresses, every block is the platform's.
+// thread caches free ones, up to 1 MiB of them, and gives them back when it ends; a thread that uses a few blocks only has
+// no cache. It maps 64 KiB when the first block is asked for, and grows as blocks are used. A block that grows step by
+// step gets room to do so in place. With the CMake option QV_MEM_CACHE off, and where the system grants no more memory,
+// blocks are the platform's; under sanitizers and valgrind all of them are, with nothing around them.
 //
-// Any thread may allocate and free; a block may be freed by another thread than the one that allocated it.
+// Any thread may allocate and free; a block may be freed by another thread than the one that allocated it. A copy of the
+// process made by fork() may allocate and free, whatever the other threads were doing, and so may all handlers that run
+// around the fork.
+//
+// A process may hold several copies of the library, in its program and in its plugins. They share the default allocator's
+// blocks and the allocator that is installed, so that any of them may free and resize what another one allocated, also
+// when that has been unloaded. That holds for copies of one version on a 64-bit system. Each copy has its own handler of
+// assertions.
+//
+// Where assertions are on, the default allocator reports a small block that is freed again before it was handed out
+// again, as long as it does not lie in another thread's cache; a pointer that is no block is reported, too. Both are
+// left alone.
 #pragma once
 
 #include "qv_defs.h"

@@ -34,7 +34,13 @@ bool IsPowerOfTwoOrZero(u32 alignment)
 namespace Internal
 {
 
-QV_INTERNAL_CONSTINIT bool g_ShortWay = kCachesSmallBlocks;
+QV_INTERNAL_CONSTINIT TAtomic<bool> g_ShortWay;
+
+void UseAllocator(const SAllocator *allocator)
+{
+    g_Allocator = allocator != nullptr ? *allocator : kDefaultAllocator;
+    g_ShortWay.Store(kCachesSmallBlocks && IsDefault(g_Allocator));
+}
 
 } // namespace Internal
 
@@ -42,11 +48,12 @@ SAllocator SetAllocator(const SAllocator &allocator)
 {
     const bool none = allocator.m_Alloc == null && allocator.m_Realloc == null && allocator.m_Free == null;
     const bool all = allocator.m_Alloc != null && allocator.m_Realloc != null && allocator.m_Free != null;
+    // Another copy of the library in this process may have installed one.
+    Internal::Begin();
     const SAllocator before = g_Allocator;
     if (QV_VERIFY(none || all))
         return before;
-    g_Allocator = none ? kDefaultAllocator : allocator;
-    Internal::g_ShortWay = Internal::kCachesSmallBlocks && IsDefault(g_Allocator);
+    Internal::ShareAllocator(none || IsDefault(allocator) ? nullptr : &allocator);
     return before;
 }
 
@@ -55,8 +62,9 @@ void *_RawAlloc(u64 size, u32 alignment, EAllocType type, EOrigin origin, const 
 {
     if (QV_VERIFY(IsPowerOfTwoOrZero(alignment)))
         return nullptr;
-    if (Internal::g_ShortWay && alignment <= Internal::kSmallStep)
+    if (Internal::g_ShortWay.Load() && alignment <= Internal::kSmallStep)
         return Internal::AllocShort(size);
+    Internal::Begin();
     return g_Allocator.m_Alloc(size, alignment, type, origin, tag, file, line, function);
 }
 
@@ -65,6 +73,7 @@ void *_RawRealloc(void *block, u64 newSize, u32 alignment, EAllocType type, cons
 {
     if (QV_VERIFY(IsPowerOfTwoOrZero(alignment)))
         return nullptr;
+    Internal::Begin();
     return g_Allocator.m_Realloc(block, newSize, alignment, type, tag, file, line, function);
 }
 
@@ -73,10 +82,10 @@ void _RawFree(void *block, EAllocType type, EOrigin origin, const char *tag, con
 {
     if (block == nullptr)
         return;
-    if (Internal::g_ShortWay)
-        Internal::FreeShort(block);
-    else
-        g_Allocator.m_Free(block, type, origin, tag, file, line, function);
+    if (Internal::g_ShortWay.Load())
+        return Internal::FreeShort(block);
+    Internal::Begin();
+    g_Allocator.m_Free(block, type, origin, tag, file, line, function);
 }
 
 void Free(void *block, EAllocType type)

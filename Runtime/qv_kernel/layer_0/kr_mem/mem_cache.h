@@ -7,22 +7,42 @@
 namespace Quorvane::Mem::Internal
 {
 
+// Reports a pointer that is no block of the default allocator.
+QV_INTERNAL_HIDDEN void ReportForeign(const void *block);
+
 // Frees a block, not null, of the default allocator.
+// Reports "allocated" for a pointer that is no block, and "!freed" for a block that was freed already and not taken
+// again since; both are left alone.
 inline void FreeShort(void *block)
 {
-    if (QV_INTERNAL_LIKELY(IsSmallBlock(block)))
-        FreeSmallBlock(block, ClassOfSmallBlock(block));
-    else
-        FreePastCache(block);
+    if (QV_INTERNAL_UNLIKELY(!IsSmallBlock(block)))
+        return FreePastCache(block);
+    const u32 sizeClass = ClassOfSmallBlock(block);
+    if (QV_ASSERTS && QV_INTERNAL_UNLIKELY(!IsStartOfBlock(block, sizeClass)))
+        return ReportForeign(block);
+    FreeSmallBlock(block, sizeClass);
 }
 
-// Whether blocks that are resized may be larger than what was asked for: not while a tool watches over their ends.
-bool MayKeepRoom();
+// Joins the other copies of the library in this process, if that was not done yet.
+QV_INTERNAL_HIDDEN void Begin();
 
-// Whether there are small blocks of our own. The same throughout the process; the first who asks decides it.
-bool HasSmallBlocks();
+// Whether small blocks are our own, and how large ones look. The same throughout the process; the first who asks decides
+// it.
+QV_INTERNAL_HIDDEN bool HasSmallBlocks();
+
+// Whether large blocks have a head of ours in front: not while a tool watches over all blocks, and not where addresses
+// are short.
+QV_INTERNAL_HIDDEN bool LargeBlocksHaveHeads();
+
+// Whether blocks that are resized may be larger than what was asked for: not while a tool watches over their ends.
+QV_INTERNAL_HIDDEN bool MayKeepRoom();
+
+// Makes an allocator that of all copies in this process; null restores each one's default.
+QV_INTERNAL_HIDDEN void ShareAllocator(const SAllocator *allocator);
+// Makes it that of this copy alone.
+QV_INTERNAL_HIDDEN void UseAllocator(const SAllocator *allocator);
 
 // What is out and what is idle; zeros where small blocks are the platform's.
-SSlabFigures SmallFigures();
+QV_INTERNAL_HIDDEN SSlabFigures SmallFigures();
 
 } // namespace Quorvane::Mem::Internal

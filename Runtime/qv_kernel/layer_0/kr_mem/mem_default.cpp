@@ -31,6 +31,17 @@ u64 RoomOf(void *block)
     return IsSmallBlock(block) ? ClassBytes(ClassOfSmallBlock(block)) : RoomOfLarge(block);
 }
 
+// Whether this is a block that may be resized. Reports it when it is not.
+bool IsResizable(void *block)
+{
+    if (!LargeBlocksHaveHeads())
+        return true;
+    const bool isBlock = IsSmallBlock(block) ? IsStartOfBlock(block, ClassOfSmallBlock(block)) : HasHead(block);
+    if (!isBlock)
+        ReportForeign(block);
+    return isBlock;
+}
+
 bool IsAlignedTo(const void *block, u32 alignment)
 {
     return alignment == 0 || (reinterpret_cast<ureg>(block) & (alignment - 1)) == 0;
@@ -69,7 +80,7 @@ void *GrowWithinSmall(void *block, u64 newSize)
         return nullptr;
     const u32 sizeClass = ClassOfSmallBlock(block);
     const u64 room = ClassBytes(sizeClass);
-    if (newSize <= room || newSize > kMaxSmallBytes)
+    if (newSize <= room || newSize > kMaxSmallBytes || !IsStartOfBlock(block, sizeClass))
         return nullptr;
     const u64 roomy = RoomyBytes(room, newSize);
     if (roomy > kMaxSmallBytes)
@@ -113,7 +124,7 @@ void *DefaultRealloc(void *block, u64 newSize, u32 alignment, EAllocType, const 
         return moved;
     if (block == nullptr)
         return AllocOfAlignment(newSize, alignment);
-    if (!PortSizeFits(newSize))
+    if (!PortSizeFits(newSize) || !IsResizable(block))
         return nullptr;
     if (!MayKeepRoom())
         return PortRealloc(block, newSize, alignment);

@@ -3,9 +3,10 @@
 //
 // The platform aligns to 16 bytes, and to 32 by chance. A vector of 32 bytes that lies across two lines of the cache
 // costs twice, and what walks through two texts at once is a quarter slower where they lie differently. So each block
-// begins 16 or 32 bytes into the platform's, or at a larger alignment that was asked for; how far stands in front of it.
+// begins 16 or 32 bytes into the platform's, or at a larger alignment that was asked for. How far stands in front of it,
+// with a mark by which a block is known: pointers to anything else are reported, and left alone.
 //
-// Where all blocks are the platform's, short ones too, they are not moved.
+// Where a tool watches over the blocks, and where addresses are short, they are the platform's as they are.
 #pragma once
 
 #include "mem_cache.h"
@@ -16,20 +17,45 @@ namespace Quorvane::Mem::Internal
 
 constexpr u32 kLargeAlignment = 32;
 
-inline u64 &OffsetOfLarge(void *block)
+// Where the block begins within the platform's, and the mark in front of it.
+struct SLargeHead
 {
-    return static_cast<u64 *>(block)[-1];
+    u32 m_Offset;
+    u32 m_Mark;
+};
+
+inline SLargeHead &HeadOf(void *block)
+{
+    return static_cast<SLargeHead *>(block)[-1];
+}
+
+// Differs from block to block, so that the mark of one, copied with its neighbourhood, is none of another one's.
+inline u32 MarkOfLarge(const void *block)
+{
+    return static_cast<u32>(static_cast<u64>(reinterpret_cast<ureg>(block)) * 0x9E3779B97F4A7C15ull >> 32);
+}
+
+inline bool HasHead(void *block)
+{
+    return reinterpret_cast<ureg>(block) % kSmallStep == 0 && HeadOf(block).m_Mark == MarkOfLarge(block);
+}
+
+inline void *PutHead(char *platformBlock, u32 offset)
+{
+    void *const block = platformBlock + offset;
+    HeadOf(block) = SLargeHead{offset, MarkOfLarge(block)};
+    return block;
 }
 
 inline char *PlatformBlockOf(void *block)
 {
-    return static_cast<char *>(block) - OffsetOfLarge(block);
+    return static_cast<char *>(block) - HeadOf(block).m_Offset;
 }
 
 // Where the block begins within the platform's, which was allocated for that alignment, and of `alignment` bytes more.
-inline u64 LargeOffset(const void *platformBlock, u32 alignment)
+inline u32 LargeOffset(const void *platformBlock, u32 alignment)
 {
-    return alignment - (reinterpret_cast<ureg>(platformBlock) & (alignment - 1));
+    return alignment - static_cast<u32>(reinterpret_cast<ureg>(platformBlock) & (alignment - 1));
 }
 
 // Null when memory is refused. Requires: an alignment of 0 or a power of two.
@@ -37,36 +63,40 @@ inline void *AllocLarge(u64 size, u32 alignment)
 {
     if (!PortSizeFits(size))
         return nullptr;
-    if (!HasSmallBlocks())
+    if (!LargeBlocksHaveHeads())
         return PortAlloc(size, alignment);
     const bool common = alignment <= kLargeAlignment;
     const u32 atLeast = common ? kLargeAlignment : alignment;
     char *const platformBlock = static_cast<char *>(PortAlloc(size + atLeast, common ? 0 : alignment));
-    if (platformBlock == nullptr)
-        return nullptr;
-    const u64 offset = LargeOffset(platformBlock, atLeast);
-    OffsetOfLarge(platformBlock + offset) = offset;
-    return platformBlock + offset;
+    return platformBlock != nullptr ? PutHead(platformBlock, LargeOffset(platformBlock, atLeast)) : nullptr;
 }
 
-// Null is ignored.
+// Null is ignored. Reports what is no block, and leaves it alone.
 inline void FreeLarge(void *block)
 {
-    if (block != nullptr)
-        PortFree(HasSmallBlocks() ? PlatformBlockOf(block) : block);
+    if (block == nullptr)
+        return;
+    if (!LargeBlocksHaveHeads())
+        return PortFree(block);
+    if (QV_INTERNAL_UNLIKELY(!HasHead(block)))
+        return ReportForeign(block);
+    char *const platformBlock = PlatformBlockOf(block);
+    HeadOf(block).m_Mark = 0;
+    PortFree(platformBlock);
 }
 
 // The bytes that may be used of a block; at least what was asked for.
 inline u64 RoomOfLarge(void *block)
 {
-    return HasSmallBlocks() ? PortUsableSize(PlatformBlockOf(block)) - OffsetOfLarge(block) : PortUsableSize(block);
+    return LargeBlocksHaveHeads() ? PortUsableSize(PlatformBlockOf(block)) - HeadOf(block).m_Offset
+                                  : PortUsableSize(block);
 }
 
 // Whether the platform may resize the block, which spares the copy where it grows in place.
 inline bool CanReallocLarge(void *block, u32 alignment)
 {
-    return HasSmallBlocks() ? alignment <= kLargeAlignment && OffsetOfLarge(block) <= kLargeAlignment
-                            : alignment <= kPlatformAlignment;
+    return LargeBlocksHaveHeads() ? alignment <= kLargeAlignment && HeadOf(block).m_Offset <= kLargeAlignment
+                                  : alignment <= kPlatformAlignment;
 }
 
 // Null when memory is refused; then the block is as it was. Requires: CanReallocLarge.
@@ -74,18 +104,17 @@ inline void *ReallocLarge(void *block, u64 room, u64 newSize)
 {
     if (!PortSizeFits(newSize))
         return nullptr;
-    if (!HasSmallBlocks())
+    if (!LargeBlocksHaveHeads())
         return PortRealloc(block, newSize, 0);
-    const u64 offset = OffsetOfLarge(block);
+    const u32 offset = HeadOf(block).m_Offset;
     char *const platformBlock = static_cast<char *>(PortRealloc(PlatformBlockOf(block), newSize + kLargeAlignment, 0));
     if (platformBlock == nullptr)
         return nullptr;
     // Where the platform moved it, it may lie the other way.
-    const u64 newOffset = LargeOffset(platformBlock, kLargeAlignment);
+    const u32 newOffset = LargeOffset(platformBlock, kLargeAlignment);
     if (newOffset != offset)
         std::memmove(platformBlock + newOffset, platformBlock + offset, static_cast<std::size_t>(QVMin(room, newSize)));
-    OffsetOfLarge(platformBlock + newOffset) = newOffset;
-    return platformBlock + newOffset;
+    return PutHead(platformBlock, newOffset);
 }
 
 } // namespace Quorvane::Mem::Internal

@@ -1,14 +1,23 @@
-// What the default allocator needs of the platform: blocks of any power-of-two alignment that one function frees, and
-// a range of addresses of its own.
+// What the default allocator needs of the platform: blocks of any power-of-two alignment that one function frees, memory
+// at addresses of its own choice, a call at the end of a thread, and to know a copy of a process from the process.
 #pragma once
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <malloc.h>
 #include <pthread.h>
+#include <sched.h>
 #include <sys/mman.h>
+#include <time.h>
+#include <unistd.h>
+
+#if defined(__linux__)
+#include <sys/auxv.h>
+#include <sys/syscall.h>
+#endif
 
 #include "qv_defs.h"
 
@@ -77,33 +86,27 @@ inline void *PortRealloc(void *block, u64 newSize, u32 alignment)
     return PortReallocOverAligned(block, newSize, alignment);
 }
 
-// Addresses without memory, aligned to a power of two above a page; null when they are refused.
-inline void *PortReserve(ureg bytes, ureg alignment)
+// Memory that reads as zero at exactly this address, a multiple of the page's size.
+// Returns: false where the system refuses it, or where something lies there already; two callers never both get it.
+inline bool PortMapAt(ureg address, ureg bytes)
 {
-    if (sizeof(void *) < 8)
-        return nullptr;
-    const ureg spare = alignment;
-    void *const mapped = mmap(nullptr, bytes + spare, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-    if (mapped == MAP_FAILED)
-        return nullptr;
-    const ureg begin = reinterpret_cast<ureg>(mapped);
-    const ureg aligned = (begin + alignment - 1) & ~(alignment - 1);
-    if (aligned != begin)
-        munmap(mapped, aligned - begin);
-    if (begin + spare != aligned)
-        munmap(reinterpret_cast<void *>(aligned + bytes), begin + spare - aligned);
-    return reinterpret_cast<void *>(aligned);
+#if defined(MAP_FIXED_NOREPLACE)
+    constexpr int kPlacement = MAP_FIXED_NOREPLACE;
+#else
+    constexpr int kPlacement = 0;
+#endif
+    void *const wanted = reinterpret_cast<void *>(address);
+    void *const mapped = mmap(wanted, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | kPlacement, -1, 0);
+    // A system that does not know the flag takes the address for a hint.
+    if (mapped == wanted || mapped == MAP_FAILED)
+        return mapped == wanted;
+    munmap(mapped, bytes);
+    return false;
 }
 
-inline void PortUnreserve(void *range, ureg bytes)
+inline void PortUnmap(ureg address, ureg bytes)
 {
-    munmap(range, bytes);
-}
-
-// Makes reserved addresses usable; they read as zero. Returns false when memory is refused.
-inline bool PortCommit(void *begin, ureg bytes)
-{
-    return mprotect(begin, bytes, PROT_READ | PROT_WRITE) == 0;
+    munmap(reinterpret_cast<void *>(address), bytes);
 }
 
 // Lets the system take the memory behind usable addresses; they stay usable, and their contents are lost.
@@ -113,10 +116,89 @@ inline void PortForget(void *begin, ureg bytes)
     static_cast<void>(madvise(begin, bytes, MADV_DONTNEED));
 }
 
-// Calls `before` ahead of every copy that is made of this process, and `after` in both.
-inline void PortAroundFork(void (*before)(), void (*after)())
+// Whether the page at an address can be read; false where the system cannot tell.
+inline bool PortIsReadable(ureg page)
 {
-    static_cast<void>(pthread_atfork(before, after, after));
+#if defined(__linux__) && defined(SYS_rt_sigprocmask)
+    // A page that is not mapped cannot be written back to a file. One that is may still be protected: then the system
+    // cannot copy a set of signals from it, which it does before it finds that it knows nothing to do with the set.
+    constexpr int kNothingKnown = ~0;
+    constexpr std::size_t kSetBytes = 8;
+    const int before = errno;
+    const bool isMapped = msync(reinterpret_cast<void *>(page), 1, MS_ASYNC) == 0;
+    errno = 0;
+    if (isMapped)
+        static_cast<void>(syscall(SYS_rt_sigprocmask, kNothingKnown, page, nullptr, kSetBytes));
+    const bool isReadable = errno == EINVAL;
+    errno = before;
+    return isReadable;
+#else
+    static_cast<void>(page);
+    return false;
+#endif
+}
+
+// A number by chance, the same for everybody in this process until it ends.
+inline u64 PortProcessSeed()
+{
+    u64 words[2] = {0, 0};
+#if defined(__linux__)
+    // Sixteen bytes by chance, which the system gives each program.
+    if (const void *const bytes = reinterpret_cast<const void *>(getauxval(AT_RANDOM)))
+        std::memcpy(words, bytes, sizeof(words));
+#endif
+    // The C library guards stacks with those bytes; what can be seen of this product tells nothing about them.
+    return ((words[0] ^ 0x9E3779B97F4A7C15ull) * (words[1] | 1)) >> 32;
+}
+
+inline u32 PortProcessId()
+{
+    return static_cast<u32>(getpid());
+}
+
+// Makes a page read as zero in copies of this process that are made from now on. Returns: false where the system
+// cannot do that.
+inline bool PortWipeOnFork(void *page, ureg bytes)
+{
+#if defined(MADV_WIPEONFORK)
+    return madvise(page, bytes, MADV_WIPEONFORK) == 0;
+#else
+    static_cast<void>(page), static_cast<void>(bytes);
+    return false;
+#endif
+}
+
+// Lets other threads run, those of lower priority too, after `rounds` times of asking for something in vain.
+inline void PortWait(u32 rounds)
+{
+    constexpr u32 kYields = 16;
+    constexpr long kNanoseconds = 20000;
+    if (rounds < kYields)
+    {
+        sched_yield();
+        return;
+    }
+    const timespec pause = {0, kNanoseconds};
+    nanosleep(&pause, nullptr);
+}
+
+// A value of each thread, with which `atEnd` is called when a thread ends that has set one.
+typedef pthread_key_t PortThreadKey;
+
+inline bool PortMakeThreadKey(PortThreadKey &outKey, void (*atEnd)(void *))
+{
+    return pthread_key_create(&outKey, atEnd) == 0;
+}
+
+inline bool PortSetThreadValue(PortThreadKey key, const void *value)
+{
+    return pthread_setspecific(key, value) == 0;
+}
+
+// Threads that end from now on do not call.
+inline void PortDropThreadKey(PortThreadKey key)
+{
+    pthread_key_delete(key);
 }
 
 inline bool PortRunsUnderValgrind()

@@ -39,27 +39,49 @@ SSlab *Pop(SSlab *&list)
     return slab;
 }
 
-} // namespace
-
-bool CSlabHeap::Reserve()
+// The number of this process, which is asked for once where copies of the process forget it.
+u32 NumberOf(TAtomic<u32> *process)
 {
-    void *const range = PortReserve(kSmallRangeBytes, kChunkBytes);
-    if (range == nullptr)
-        return false;
-    m_Base = reinterpret_cast<ureg>(range);
-    m_NextSlab = m_Base;
-    m_CommittedEnd = m_Base;
-    return true;
+    if (process == nullptr)
+        return PortProcessId();
+    if (process->Load() == 0)
+        process->Store(PortProcessId());
+    return process->Load();
 }
 
-void CSlabHeap::Unreserve()
+} // namespace
+
+class CSlabHeap::CGuard
 {
-    PortUnreserve(reinterpret_cast<void *>(m_Base), kSmallRangeBytes);
+public:
+    explicit CGuard(CSlabHeap &heap) : m_Guard(heap.m_Lock, NumberOf(heap.m_Process))
+    {
+        if (QV_INTERNAL_UNLIKELY(m_Guard.WasLeft()))
+            heap._Abandon();
+    }
+
+private:
+    CProcessGuard m_Guard;
+};
+
+void CSlabHeap::Begin(ureg base, TAtomic<u32> *process)
+{
+    ::new (reinterpret_cast<void *>(base)) SChunk{};
+    m_Process = process;
+    m_Base = base;
+    m_NextSlab = base + kSlabBytes;
+    m_End.Store(base + kSlabBytes);
+}
+
+void CSlabHeap::End()
+{
+    if (MappedBytes() > kSlabBytes)
+        PortUnmap(m_Base + kSlabBytes, MappedBytes() - kSlabBytes);
 }
 
 u32 CSlabHeap::Take(u32 sizeClass, u32 count, SFreeBlock *&outFirst)
 {
-    const std::lock_guard<std::mutex> guard(m_Lock);
+    const CGuard guard(*this);
     SFreeBlock **link = &outFirst;
     u32 taken = 0;
     while (taken < count)
@@ -78,21 +100,43 @@ u32 CSlabHeap::Take(u32 sizeClass, u32 count, SFreeBlock *&outFirst)
 
 SFreeBlock *CSlabHeap::Give(SFreeBlock *first, u32 count)
 {
-    const std::lock_guard<std::mutex> guard(m_Lock);
-    m_Figures.m_LiveBlocks -= count;
+    const CGuard guard(*this);
     for (; count != 0; --count)
     {
         SFreeBlock *const next = first->m_Next;
-        _GiveOne(first);
+        if (QV_INTERNAL_LIKELY(!_IsAbandoned(first)))
+            _GiveOne(first);
         first = next;
     }
     return first;
 }
 
+bool CSlabHeap::IsFree(const void *block)
+{
+    const CGuard guard(*this);
+    const SFreeBlock *free = ChunkOf(block)->m_Slabs[SlabIndexOf(block)].m_Free;
+    while (free != nullptr && free != block)
+        free = free->m_Next;
+    return free != nullptr;
+}
+
 SSlabFigures CSlabHeap::Figures()
 {
-    const std::lock_guard<std::mutex> guard(m_Lock);
+    const CGuard guard(*this);
     return m_Figures;
+}
+
+// A thread was in the middle of something when this copy of its process was made, and is not here to finish it. What
+// there was stays as it is: its blocks may be used, and are not taken again. All that comes is taken from new memory.
+void CSlabHeap::_Abandon()
+{
+    m_AbandonedEnd = m_End.Load();
+    m_NextSlab = m_AbandonedEnd;
+    for (SSlab *&slab : m_WithRoom)
+        slab = nullptr;
+    m_Idle = nullptr;
+    m_Returned = nullptr;
+    m_Figures = SSlabFigures{};
 }
 
 // Appends up to `count` blocks of a slab to the list that ends in `link`; first those that came back, then fresh ones.
@@ -147,23 +191,29 @@ SSlab *CSlabHeap::_UnusedSlab()
         --m_Figures.m_ReturnedSlabs;
         return Pop(m_Returned);
     }
-    if (m_NextSlab == m_CommittedEnd && !_CommitChunk())
+    if (m_NextSlab == m_End.Load() && !_MapMore())
         return nullptr;
     const void *const memory = reinterpret_cast<const void *>(m_NextSlab);
     m_NextSlab += kSlabBytes;
     return &ChunkOf(memory)->m_Slabs[SlabIndexOf(memory)];
 }
 
-bool CSlabHeap::_CommitChunk()
+// As much again as there is, and never beyond the end of a chunk.
+bool CSlabHeap::_MapMore()
 {
-    if (m_CommittedEnd - m_Base == kSmallRangeBytes)
+    const ureg end = m_End.Load();
+    const ureg mapped = end - m_Base;
+    if (mapped >= kSmallRangeBytes)
         return false;
-    void *const memory = reinterpret_cast<void *>(m_CommittedEnd);
-    if (!PortCommit(memory, kChunkBytes))
+    const ureg bytes = QVMin(mapped, kChunkBytes);
+    if (!PortMapAt(end, bytes))
         return false;
-    ::new (memory) SChunk{};
-    m_CommittedEnd += kChunkBytes;
-    m_NextSlab += kSlabBytes;
+    if (end % kChunkBytes == 0)
+    {
+        ::new (reinterpret_cast<void *>(end)) SChunk{};
+        m_NextSlab += kSlabBytes;
+    }
+    m_End.Store(end + bytes);
     return true;
 }
 
@@ -177,6 +227,7 @@ void CSlabHeap::_GiveOne(SFreeBlock *block)
     block->m_Next = slab->m_Free;
     slab->m_Free = block;
     --slab->m_Live;
+    --m_Figures.m_LiveBlocks;
     if (!hadBlocks)
         _LinkToClass(slab, sizeClass);
     if (slab->m_Live != 0)

@@ -1,16 +1,19 @@
 // The home of small blocks: one range of addresses, cut into slabs of equal size, each of which serves blocks of one
 // class without a byte between them.
 //
-//     range   64 GiB of addresses, reserved once; memory is committed a chunk at a time
+//     range   64 GiB of addresses, of which only as much is mapped as is used: 64 KiB at first, then as much again each
+//             time up to a chunk, and a chunk at a time from there on
 //     chunk   4 MiB, aligned to its size; begins with the records of its slabs
 //     slab    64 KiB, aligned to its size; nothing but blocks
 //
 // Threads take and give blocks in batches, under one lock. A slab whose blocks are all back serves any class next, and
 // its memory goes back to the system when many such are idle.
+//
+// Nothing is reserved: where the system refuses the next addresses, or somebody else has mapped them, the heap stays as
+// large as it is, and whoever asks is told so.
 #pragma once
 
-#include <mutex>
-
+#include "mem_lock.h"
 #include "mem_small.h"
 
 namespace Quorvane::Mem::Internal
@@ -42,7 +45,8 @@ struct SChunk
     SSlab m_Slabs[kSlabsPerChunk];
 };
 
-static_assert(sizeof(SChunk) <= 4096, "the records of a chunk take one page");
+constexpr ureg kChunkRecordBytes = 4096;
+static_assert(sizeof(SChunk) <= kChunkRecordBytes, "the records of a chunk take one page");
 static_assert(kSmallClassCount <= 256, "a class fits a byte");
 
 // Where a block lies, from its address alone.
@@ -66,6 +70,29 @@ constexpr u64 ClassBytes(u32 sizeClass)
     return static_cast<u64>(sizeClass) * kSmallStep;
 }
 
+// Whether an address within a slab of the class is where one of its blocks begins.
+// The test of divisibility by a product is Lemire's, Kaser's and Kurz's (Faster remainder by direct computation, 2019);
+// it is exact for numbers and divisors of 16 bits.
+struct SDivisors
+{
+    u32 m_Largest[kSmallClassCount]; // the largest 32-bit remainder that a multiple of the class leaves
+
+    constexpr SDivisors() : m_Largest()
+    {
+        for (u32 sizeClass = 1; sizeClass < kSmallClassCount; ++sizeClass)
+            m_Largest[sizeClass] = 0xFFFFFFFFu / sizeClass;
+    }
+};
+
+QV_INTERNAL_HIDDEN inline constexpr SDivisors kDivisors;
+
+inline bool IsStartOfBlock(const void *block, u32 sizeClass)
+{
+    const u32 offset = static_cast<u32>(reinterpret_cast<ureg>(block) % kSlabBytes);
+    const u32 largest = kDivisors.m_Largest[sizeClass];
+    return sizeClass != 0 && offset % kSmallStep == 0 && offset / kSmallStep * (largest + 1) <= largest;
+}
+
 struct SSlabFigures
 {
     u64 m_LiveBlocks;    // out, the blocks in threads' caches among them
@@ -81,11 +108,15 @@ public:
     CSlabHeap(const CSlabHeap &) = delete;
     CSlabHeap &operator=(const CSlabHeap &) = delete;
 
-    // Reserves the range. Returns false where the system refuses it; then nothing else may be called.
-    bool Reserve();
-    // Gives the range back, whatever lives in it.
-    void Unreserve();
+    // Begins at a multiple of a chunk's size, where one slab of memory is mapped that reads as zero. The chunk's records
+    // take its first kChunkRecordBytes; the rest of it is the caller's. `process` outlives the heap, and may be null.
+    void Begin(ureg base, TAtomic<u32> *process);
+    // Unmaps all but that slab, whatever lives in it.
+    void End();
+
     ureg Base() const { return m_Base; }
+    // The bytes from the base on in which blocks may lie. Grows; any thread may ask.
+    ureg MappedBytes() const { return m_End.Load() - m_Base; }
 
     // Takes up to `count` blocks of a class, linked in the order of their addresses where they are fresh.
     // Returns their number, 0 when memory is refused.
@@ -93,27 +124,34 @@ public:
     // Gives back the first `count` blocks of a list, of any classes. Returns the rest of the list.
     SFreeBlock *Give(SFreeBlock *first, u32 count);
 
+    // Whether a block lies among those that came back to its slab.
+    // Cost: linear in the slab's blocks.
+    bool IsFree(const void *block);
+
     SSlabFigures Figures();
 
-    // For a copy of the process: no thread is in the middle of something while it is made.
-    void Lock() { m_Lock.lock(); }
-    void Unlock() { m_Lock.unlock(); }
-
 private:
+    // Holds the lock; sets aside what another process left half changed.
+    class CGuard;
+
     u32 _Cut(SSlab *slab, u32 sizeClass, u32 count, SFreeBlock **&link);
     SSlab *_SlabFor(u32 sizeClass);
     SSlab *_UnusedSlab();
-    bool _CommitChunk();
+    bool _MapMore();
     void _GiveOne(SFreeBlock *block);
     void _LinkToClass(SSlab *slab, u32 sizeClass);
     void _UnlinkFromClass(SSlab *slab, u32 sizeClass);
     void _Retire(SSlab *slab);
+    void _Abandon();
+    bool _IsAbandoned(const void *block) const { return reinterpret_cast<ureg>(block) < m_AbandonedEnd; }
 
-    std::mutex m_Lock;
+    CProcessLock m_Lock;
+    TAtomic<u32> *m_Process = nullptr;
     ureg m_Base = 0;
-    // The next slab that was never used, and the end of committed memory.
+    // The next slab that was never used, and the end of what is mapped.
     ureg m_NextSlab = 0;
-    ureg m_CommittedEnd = 0;
+    TAtomic<ureg> m_End;
+    ureg m_AbandonedEnd = 0;                  // below it, nothing is taken or given any more
     SSlab *m_WithRoom[kSmallClassCount] = {}; // slabs of each class with blocks to take
     SSlab *m_Idle = nullptr;
     SSlab *m_Returned = nullptr;

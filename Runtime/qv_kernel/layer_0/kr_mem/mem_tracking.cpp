@@ -6,9 +6,9 @@
 #if defined(QV_MEM_TRACKING) && QV_MEM_TRACKING
 
 #include <cstring>
-#include <mutex>
 
 #include "kr_assert.h"
+#include "mem_lock.h"
 #include "mem_port.h"
 
 namespace Quorvane::Mem
@@ -34,8 +34,9 @@ constexpr u32 kBucketBits = 16;
 constexpr u32 kHeldBackCount = 256;
 constexpr u32 kMaxLeaksReported = 16;
 
-// Everything below is guarded by the lock.
-QV_INTERNAL_CONSTINIT QV_INTERNAL_NO_DESTROY std::mutex g_Lock;
+// Everything below is guarded by the lock. Each change leaves it whole at every moment, so that a copy of the process in
+// which nobody finishes the change can go on.
+QV_INTERNAL_CONSTINIT Internal::CProcessLock g_Lock;
 // All records, chained by a hash of the block's address.
 QV_INTERNAL_CONSTINIT SRecord *g_Buckets[1u << kBucketBits] = {};
 // The blocks freed last, in a ring.
@@ -69,15 +70,14 @@ void Unlink(SRecord *record)
 void HoldBack(SRecord *record)
 {
     record->m_Freed = true;
-    SRecord *&slot = g_HeldBack[g_HeldBackNext];
+    SRecord *const longest = g_HeldBack[g_HeldBackNext];
+    g_HeldBack[g_HeldBackNext] = record;
     g_HeldBackNext = (g_HeldBackNext + 1) % kHeldBackCount;
-    if (slot != nullptr)
-    {
-        Unlink(slot);
-        Internal::PortFree(slot->m_Block);
-        Internal::PortFree(slot);
-    }
-    slot = record;
+    if (longest == nullptr)
+        return;
+    Unlink(longest);
+    Internal::PortFree(longest->m_Block);
+    Internal::PortFree(longest);
 }
 
 // A fault, and a copy of the record it concerns: reported outside the lock, since a handler may allocate.
@@ -141,7 +141,7 @@ __attribute__((destructor)) void ReportLeaks()
     u64 count = 0;
     u64 bytes = 0;
     {
-        const std::lock_guard<std::mutex> guard(g_Lock);
+        const Internal::CProcessGuard guard(g_Lock);
         ForEachLive(
             [&](const SRecord &record)
             {
@@ -176,7 +176,7 @@ void *DefaultAlloc(u64 size, u32 alignment, EAllocType, EOrigin origin, const ch
         return nullptr;
     }
     *record = SRecord{nullptr, block, size, origin, line, tag, file, false};
-    const std::lock_guard<std::mutex> guard(g_Lock);
+    const Internal::CProcessGuard guard(g_Lock);
     Link(record);
     return block;
 }
@@ -189,7 +189,7 @@ void *DefaultRealloc(void *block, u64 newSize, u32 alignment, EAllocType type, c
     SFault fault;
     void *moved = nullptr;
     {
-        const std::lock_guard<std::mutex> guard(g_Lock);
+        const Internal::CProcessGuard guard(g_Lock);
         if (SRecord *record = FindLive(block, fault))
         {
             if (record->m_Origin != Origin_Alloc)
@@ -216,7 +216,7 @@ void DefaultFree(void *block, EAllocType, EOrigin origin, const char *, const ch
 {
     SFault fault;
     {
-        const std::lock_guard<std::mutex> guard(g_Lock);
+        const Internal::CProcessGuard guard(g_Lock);
         if (SRecord *record = FindLive(block, fault))
         {
             if (record->m_Origin != origin)
@@ -235,7 +235,7 @@ void DefaultFree(void *block, EAllocType, EOrigin origin, const char *, const ch
 bool LiveFigures(const char *tag, SFigures &outFigures)
 {
     outFigures = SFigures{0, 0};
-    const std::lock_guard<std::mutex> guard(g_Lock);
+    const Internal::CProcessGuard guard(g_Lock);
     ForEachLive(
         [&](const SRecord &record)
         {

@@ -7,7 +7,6 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
-#include <mutex>
 
 #if !defined(_WIN32)
 #include <locale.h>
@@ -16,6 +15,7 @@
 #define QV_INTERNAL_HAS_THREAD_LOCALES 0
 #endif
 
+#include "../kr_mem/mem_lock.h"
 #include "qv_defs.h"
 
 namespace Quorvane::Internal
@@ -23,14 +23,14 @@ namespace Quorvane::Internal
 
 // The name that this library gave the "C" locale last, null before. There it lies in constant memory, so that the
 // pointer alone tells it from every other name; elsewhere nothing is remembered.
-inline std::atomic<const char *> g_NameOfCLocale = {nullptr};
+QV_INTERNAL_HIDDEN inline std::atomic<const char *> g_NameOfCLocale = {nullptr};
 
 // One thread at a time asks for the name of the locale and changes it: a change frees the name before.
-QV_INTERNAL_CONSTINIT QV_INTERNAL_NO_DESTROY inline std::mutex g_LocaleLock;
+QV_INTERNAL_CONSTINIT QV_INTERNAL_HIDDEN inline Mem::Internal::CProcessLock g_LocaleLock;
 
 inline void EnterCLocaleSlowly()
 {
-    const std::lock_guard<std::mutex> guard(g_LocaleLock);
+    const Mem::Internal::CProcessGuard guard(g_LocaleLock);
     const char *current = std::setlocale(LC_ALL, nullptr);
     // Asks first: a change races with every thread that formats by itself at that moment.
     if (current == nullptr || std::strcmp(current, "C") != 0)

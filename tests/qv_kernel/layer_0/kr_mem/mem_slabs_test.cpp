@@ -1,7 +1,5 @@
 #include "kr_mem/mem_slabs.h"
 
-#include <sys/resource.h>
-
 #include <algorithm>
 #include <cstring>
 #include <set>
@@ -9,8 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "child_process.h"
-#include "kr_mem/mem_config.h"
+#include "own_heap.h"
 
 namespace QuorvaneTest
 {
@@ -21,13 +18,9 @@ namespace
 using namespace Quorvane;
 using namespace Quorvane::Mem::Internal;
 
-// A heap of its own, beside the one of the default allocator.
 class MemSlabs : public ::testing::Test
 {
 protected:
-    void SetUp() override { ASSERT_TRUE(m_Heap.Reserve()); }
-    void TearDown() override { m_Heap.Unreserve(); }
-
     std::vector<char *> Take(u32 sizeClass, u32 count)
     {
         SFreeBlock *first = nullptr;
@@ -47,7 +40,8 @@ protected:
         EXPECT_EQ(m_Heap.Give(first, static_cast<u32>(blocks.size())), nullptr);
     }
 
-    CSlabHeap m_Heap;
+    COwnHeap m_OwnHeap;
+    CSlabHeap &m_Heap = *m_OwnHeap;
 };
 
 u32 BlocksPerSlab(u32 sizeClass)
@@ -135,21 +129,21 @@ TEST_F(MemSlabs, AFullSlabThatGetsABlockBackServesItAgain)
 
 TEST_F(MemSlabs, IdleSlabsBeyondTheReserveGiveTheirMemoryBack)
 {
-    const u32 count = (kMaxIdleSlabs + 3) * BlocksPerSlab(1);
-    const std::vector<char *> blocks = Take(1, count);
+    const u32 count = (kMaxIdleSlabs + 3) * BlocksPerSlab(2);
+    const std::vector<char *> blocks = Take(2, count);
     ASSERT_EQ(blocks.size(), count);
     for (char *const block : blocks)
-        std::memset(block, 0xCD, kSmallStep);
+        std::memset(block, 0xCD, 2 * kSmallStep);
     Give(blocks);
     EXPECT_EQ(m_Heap.Figures().m_UsedSlabs, 0u);
     EXPECT_EQ(m_Heap.Figures().m_IdleSlabs, kMaxIdleSlabs);
     EXPECT_EQ(m_Heap.Figures().m_ReturnedSlabs, 3u);
     // What was given back reads as zero when it is used again.
-    const std::vector<char *> again = Take(1, count);
+    const std::vector<char *> again = Take(2, count);
     ASSERT_EQ(again.size(), count);
     EXPECT_EQ(std::set<char *>(again.begin(), again.end()).size(), count);
-    EXPECT_EQ(std::count_if(again.begin(), again.end(), [](const char *block) { return block[8] == 0; }),
-              3 * BlocksPerSlab(1));
+    EXPECT_EQ(std::count_if(again.begin(), again.end(), [](const char *block) { return block[24] == 0; }),
+              3 * BlocksPerSlab(2));
     EXPECT_EQ(m_Heap.Figures().m_ReturnedSlabs, 0u);
 }
 
@@ -164,36 +158,52 @@ TEST_F(MemSlabs, AChunkThatIsUsedUpIsFollowedByAnother)
     EXPECT_EQ(chunks.size(), 3u);
 }
 
-// The sanitizers need more addresses than these limits leave.
-#if !defined(QV_INTERNAL_SANITIZED)
-
-TEST(MemSlabsRefused, WithoutAddressesThereIsNoHeap)
+TEST_F(MemSlabs, GrowsByAsMuchAgainAndThenByChunks)
 {
-    const SChildResult child = RunInChild(
-        []
-        {
-            const rlimit limit = {256u << 20, 256u << 20};
-            CSlabHeap heap;
-            return setrlimit(RLIMIT_AS, &limit) == 0 && !heap.Reserve() ? 0 : 1;
-        });
-    EXPECT_EQ(child.m_ExitCode, 0);
+    std::vector<ureg> sizes = {m_Heap.MappedBytes()};
+    while (sizes.back() < 4 * kChunkBytes)
+    {
+        ASSERT_EQ(Take(128, BlocksPerSlab(128)).size(), BlocksPerSlab(128));
+        if (m_Heap.MappedBytes() != sizes.back())
+            sizes.push_back(m_Heap.MappedBytes());
+    }
+    const ureg kKilobyte = 1024;
+    EXPECT_EQ(sizes, (std::vector<ureg>{64 * kKilobyte, 128 * kKilobyte, 256 * kKilobyte, 512 * kKilobyte,
+                                        1024 * kKilobyte, 2048 * kKilobyte, 4096 * kKilobyte, 8192 * kKilobyte,
+                                        12288 * kKilobyte, 16384 * kKilobyte}));
 }
 
-TEST(MemSlabsRefused, WithoutMemoryNothingIsTaken)
+TEST_F(MemSlabs, WhatSomebodyElseHasMappedBehindItEndsItsGrowth)
 {
-    const SChildResult child = RunInChild(
-        []
-        {
-            CSlabHeap heap;
-            const rlimit limit = {0, 0};
-            if (!heap.Reserve() || setrlimit(RLIMIT_DATA, &limit) != 0)
-                return 1;
-            SFreeBlock *first = nullptr;
-            return heap.Take(4, 10, first) == 0 && first == nullptr && heap.Figures().m_UsedSlabs == 0 ? 0 : 2;
-        });
-    EXPECT_EQ(child.m_ExitCode, 0);
+    ASSERT_TRUE(PortMapAt(m_Heap.Base() + kSlabBytes, kSlabBytes));
+    char *const theirs = reinterpret_cast<char *>(m_Heap.Base() + kSlabBytes);
+    std::memset(theirs, 1, kSlabBytes);
+    EXPECT_TRUE(Take(4, 10).empty());
+    EXPECT_EQ(m_Heap.MappedBytes(), kSlabBytes);
+    EXPECT_EQ(std::count(theirs, theirs + kSlabBytes, 1), static_cast<std::ptrdiff_t>(kSlabBytes));
+    PortUnmap(m_Heap.Base() + kSlabBytes, kSlabBytes);
+    EXPECT_EQ(Take(4, 10).size(), 10u);
 }
 
-#endif
+TEST_F(MemSlabs, KnowsWhichBlocksCameBack)
+{
+    const std::vector<char *> blocks = Take(4, 10);
+    for (char *const block : blocks)
+        EXPECT_FALSE(m_Heap.IsFree(block));
+    Give({blocks[3], blocks[7]});
+    for (size_t i = 0; i < blocks.size(); ++i)
+        EXPECT_EQ(m_Heap.IsFree(blocks[i]), i == 3 || i == 7) << i;
+}
+
+TEST(MemSlabsBlocks, BeginWhereTheirClassSaysAndNowhereElse)
+{
+    for (u32 sizeClass = 0; sizeClass < kSmallClassCount; ++sizeClass)
+        for (ureg offset = 0; offset < kSlabBytes; offset += 8)
+        {
+            const bool isStart = sizeClass != 0 && offset % ClassBytes(sizeClass) == 0;
+            ASSERT_EQ(IsStartOfBlock(reinterpret_cast<void *>(7 * kSlabBytes + offset), sizeClass), isStart)
+                << sizeClass << ", " << offset;
+        }
+}
 
 } // namespace QuorvaneTest

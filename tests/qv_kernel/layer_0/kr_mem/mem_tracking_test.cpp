@@ -1,8 +1,13 @@
 // Figures and misuse reports of the default allocator. Whether it tracks is a matter of how the library was built, so
 // the tests ask it.
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
 #include <csignal>
 #include <cstdlib>
 #include <string>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -303,6 +308,39 @@ TEST_F(MemTracking, WhatIsFreedDuringExitIsNoLeak)
         });
     EXPECT_EQ(child.m_ExitCode, 0);
     EXPECT_FALSE(Mentions(child.m_Stderr, "54321")) << child.m_Stderr;
+}
+
+// The thread that held the tracker's lock is not in the copy.
+TEST_F(MemTracking, ACopyOfTheProcessMayAllocateWhoeverWasAllocating)
+{
+    std::atomic<bool> done(false);
+    const auto work = [&done]
+    {
+        while (!done)
+            Free(Realloc(Alloc(100), 200));
+    };
+    std::thread first(work);
+    std::thread second(work);
+    void *const before = Alloc(300);
+    for (int round = 0; round < 50; ++round)
+    {
+        const pid_t child = fork();
+        if (child == 0)
+        {
+            alarm(60);
+            Free(before);
+            for (int i = 0; i < 1000; ++i)
+                Free(Realloc(Alloc(100), 200));
+            _exit(0);
+        }
+        int status = -1;
+        EXPECT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_EQ(status, 0);
+    }
+    done = true;
+    first.join();
+    second.join();
+    Free(before);
 }
 
 } // namespace QuorvaneTest

@@ -1,0 +1,264 @@
+// Copies of the process, made while strings are in use: by other threads, and by the handlers that a program may have run
+// around a fork. Each case is a process of its own, in which nobody has used a string before.
+#include <pthread.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdio>
+#include <cstring>
+#include <mutex>
+#include <thread>
+
+#include "kr_mem/mem_cache.h"
+#include "kr_string.h"
+
+namespace
+{
+
+using namespace Quorvane;
+
+constexpr int kForks = 20;
+constexpr unsigned kSecondsAllowed = 60;
+
+bool UseStrings()
+{
+    constexpr u32 kCount = 400;
+    CString strings[kCount];
+    for (CString &string : strings)
+        string = CString("a text of some length") + " and more";
+    for (CString &string : strings)
+        string.Append(string);
+    bool asTheyShould = true;
+    for (const CString &string : strings)
+        asTheyShould = asTheyShould && string.Length() == 60 && string.EndsWith(" and more");
+    return asTheyShould;
+}
+
+std::atomic<bool> g_AllWell(true);
+
+void UseStringsInHandler()
+{
+    if (!UseStrings())
+        g_AllWell = false;
+}
+
+// Forks once. Returns: whether both processes could go on with their strings.
+bool ForkOnce()
+{
+    const pid_t child = fork();
+    if (child == 0)
+    {
+        // The parent's alarm is not inherited.
+        alarm(kSecondsAllowed);
+        _exit(UseStrings() && g_AllWell ? 0 : 1);
+    }
+    int status = -1;
+    return child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0 &&
+           UseStrings() && g_AllWell;
+}
+
+bool ForkOften()
+{
+    for (int i = 0; i < kForks; ++i)
+        if (!ForkOnce())
+            return false;
+    return true;
+}
+
+// Threads that use strings, one after the other, as long as it lives.
+class CBusyThreads
+{
+public:
+    CBusyThreads() : m_First([this] { _Work(); }), m_Second([this] { _Work(); }) {}
+    ~CBusyThreads()
+    {
+        m_Done = true;
+        m_First.join();
+        m_Second.join();
+    }
+
+private:
+    void _Work()
+    {
+        while (!m_Done)
+        {
+            // What every string of the program may be guarded by, and is here.
+            const std::lock_guard<std::mutex> guard(s_Lock);
+            UseStringsInHandler();
+        }
+    }
+
+    std::atomic<bool> m_Done{false};
+    std::thread m_First;
+    std::thread m_Second;
+
+public:
+    static std::mutex s_Lock;
+};
+
+std::mutex CBusyThreads::s_Lock;
+
+// ---- The cases -------------------------------------------------------------------------------------------------------
+
+// A handler that was registered before the first string, which comes before the fork.
+bool StringsInPrepare()
+{
+    pthread_atfork(&UseStringsInHandler, nullptr, nullptr);
+    return UseStrings() && ForkOften();
+}
+
+bool StringsInParent()
+{
+    pthread_atfork(nullptr, &UseStringsInHandler, nullptr);
+    return UseStrings() && ForkOften();
+}
+
+bool StringsInChild()
+{
+    pthread_atfork(nullptr, nullptr, &UseStringsInHandler);
+    return UseStrings() && ForkOften();
+}
+
+// The handler's string is the first one.
+bool FirstStringInPrepare()
+{
+    pthread_atfork(&UseStringsInHandler, nullptr, nullptr);
+    return ForkOften();
+}
+
+bool FirstStringInParent()
+{
+    pthread_atfork(nullptr, &UseStringsInHandler, nullptr);
+    return ForkOften();
+}
+
+bool FirstStringInChild()
+{
+    pthread_atfork(nullptr, nullptr, &UseStringsInHandler);
+    return ForkOften();
+}
+
+bool StringsInAllAndBusyThreads()
+{
+    pthread_atfork(&UseStringsInHandler, &UseStringsInHandler, &UseStringsInHandler);
+    const CBusyThreads threads;
+    return ForkOften();
+}
+
+// A program that keeps its own data whole across forks: it waits for the threads, which use strings meanwhile.
+bool AHandlerThatWaitsForBusyThreads()
+{
+    pthread_atfork([] { CBusyThreads::s_Lock.lock(); }, [] { CBusyThreads::s_Lock.unlock(); },
+                   [] { CBusyThreads::s_Lock.unlock(); });
+    const CBusyThreads threads;
+    return ForkOften();
+}
+
+// The copy of a copy, and so on.
+bool CopiesOfCopies()
+{
+    const CBusyThreads threads;
+    for (int generation = 0; generation < 5; ++generation)
+    {
+        const pid_t child = fork();
+        if (child != 0)
+        {
+            int status = -1;
+            const bool isWell = waitpid(child, &status, 0) == child && status == 0 && UseStrings();
+            if (generation == 0)
+                return isWell;
+            _exit(isWell ? 0 : 1);
+        }
+        alarm(kSecondsAllowed);
+        if (!UseStrings())
+            _exit(1);
+    }
+    _exit(0);
+}
+
+// Formatting enters the "C" locale, one thread at a time.
+bool BusyFormatting()
+{
+    std::atomic<bool> done(false);
+    std::thread busy(
+        [&done]
+        {
+            while (!done)
+                CString::Format("%s/%d", "a", 1);
+        });
+    bool isWell = true;
+    for (int i = 0; i < kForks && isWell; ++i)
+    {
+        const pid_t child = fork();
+        if (child == 0)
+        {
+            alarm(kSecondsAllowed);
+            _exit(CString::Format("%s/%d", "a", 1) == "a/1" ? 0 : 1);
+        }
+        int status = -1;
+        isWell = waitpid(child, &status, 0) == child && status == 0;
+    }
+    done = true;
+    busy.join();
+    return isWell;
+}
+
+struct SCase
+{
+    const char *m_Name;
+    bool (*m_Run)();
+};
+
+constexpr SCase kCases[] = {
+    {"StringsInPrepare", &StringsInPrepare},
+    {"StringsInParent", &StringsInParent},
+    {"StringsInChild", &StringsInChild},
+    {"FirstStringInPrepare", &FirstStringInPrepare},
+    {"FirstStringInParent", &FirstStringInParent},
+    {"FirstStringInChild", &FirstStringInChild},
+    {"StringsInAllAndBusyThreads", &StringsInAllAndBusyThreads},
+    {"AHandlerThatWaitsForBusyThreads", &AHandlerThatWaitsForBusyThreads},
+    {"CopiesOfCopies", &CopiesOfCopies},
+    {"BusyFormatting", &BusyFormatting},
+};
+
+bool RunInProcessOfItsOwn(const SCase &which)
+{
+    const pid_t child = fork();
+    if (child == 0)
+    {
+        alarm(kSecondsAllowed);
+        _exit(which.m_Run() ? 0 : 1);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    if (status != 0)
+        std::printf("%s: %s %d\n", which.m_Name, WIFSIGNALED(status) ? "signal" : "answer",
+                    WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status));
+    return status == 0;
+}
+
+// Whether blocks are our own here at all; asked in a process of its own.
+bool HasOwnBlocks()
+{
+    const pid_t child = fork();
+    if (child == 0)
+        _exit(Mem::Internal::HasSmallBlocks() ? 0 : 1);
+    int status = -1;
+    return waitpid(child, &status, 0) == child && status == 0;
+}
+
+} // namespace
+
+int main()
+{
+    // The allocators of sanitizers do not go on in a copy of a busy process.
+    constexpr int kSkipped = 77;
+    if (!HasOwnBlocks())
+        return kSkipped;
+    bool allWell = true;
+    for (const SCase &which : kCases)
+        allWell = RunInProcessOfItsOwn(which) && allWell;
+    return allWell ? 0 : 1;
+}

@@ -1,0 +1,52 @@
+// A heap of small blocks beside the one of the default allocator.
+#pragma once
+
+#include <sys/mman.h>
+
+#include <cstdlib>
+
+#include "kr_mem/mem_port.h"
+#include "kr_mem/mem_slabs.h"
+
+namespace QuorvaneTest
+{
+
+class COwnHeap
+{
+public:
+    // `process`: as CSlabHeap::Begin takes it.
+    explicit COwnHeap(Quorvane::TAtomic<Quorvane::u32> *process = nullptr) : m_Base(_FreeRange())
+    {
+        if (!Quorvane::Mem::Internal::PortMapAt(m_Base, Quorvane::Mem::Internal::kSlabBytes))
+            std::abort();
+        m_Heap.Begin(m_Base, process);
+    }
+    ~COwnHeap()
+    {
+        m_Heap.End();
+        Quorvane::Mem::Internal::PortUnmap(m_Base, Quorvane::Mem::Internal::kSlabBytes);
+    }
+    COwnHeap(const COwnHeap &) = delete;
+    COwnHeap &operator=(const COwnHeap &) = delete;
+
+    Quorvane::Mem::Internal::CSlabHeap &operator*() { return m_Heap; }
+    Quorvane::Mem::Internal::CSlabHeap *operator->() { return &m_Heap; }
+
+private:
+    // Where a range of addresses begins of which nobody uses any.
+    static Quorvane::ureg _FreeRange()
+    {
+        using namespace Quorvane::Mem::Internal;
+        constexpr Quorvane::ureg kBytes = kSmallRangeBytes + kChunkBytes;
+        void *const mapped = mmap(nullptr, kBytes, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+        if (mapped == MAP_FAILED)
+            std::abort();
+        munmap(mapped, kBytes);
+        return (reinterpret_cast<Quorvane::ureg>(mapped) + kChunkBytes - 1) & ~(kChunkBytes - 1);
+    }
+
+    Quorvane::ureg m_Base;
+    Quorvane::Mem::Internal::CSlabHeap m_Heap;
+};
+
+} // namespace QuorvaneTest
