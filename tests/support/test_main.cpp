@@ -1,7 +1,11 @@
 // The main function of the test programs. Tests run in the locale of the environment: the library must not care.
+// With QV_TEST_NO_WIDE in the environment they run without the wide vector code, but for what asks for it itself.
 #include <clocale>
+#include <cstdlib>
 
 #include <gtest/gtest.h>
+
+#include "kr_simd/simd_wide.h"
 
 namespace
 {
@@ -18,6 +22,8 @@ public:
 int main(int argc, char **argv)
 {
     ::testing::InitGoogleTest(&argc, argv);
+    if (std::getenv("QV_TEST_NO_WIDE") != nullptr)
+        Quorvane::Internal::AllowWideInstructions(false);
     // The listeners own it.
     ::testing::UnitTest::GetInstance()->listeners().Append(new CLocaleKeeper);
     return RUN_ALL_TESTS();
