@@ -748,7 +748,9 @@ TEST(RefCountDeathTest, AReleaseOfAnObjectThatHasGoneIsSeenByTheSanitizer)
 #if defined(QV_TEST_SEES_ADDRESSES)
     EXPECT_DEATH(
         {
-            TAtomic<u32> *volatile gone = std::make_unique<TAtomic<u32>>(1u).get();
+            auto count = std::make_unique<TAtomic<u32>>(1u);
+            TAtomic<u32> *const gone = count.get();
+            count.reset();
             bool isNegative = false;
             gone->DecIsZero(isNegative);
         },
