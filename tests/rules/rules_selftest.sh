@@ -144,6 +144,16 @@ printf 'struct S { ~S(); };\nS s;\n' | bites no_dynamic_init $source
 printf 'int f();\nint n = f();\n' | bites no_dynamic_init $source
 printf 'struct S { ~S(); };\nS &f()\n{ static S s;\nreturn s; }\n' | bites no_dynamic_init $source
 
+printf '_Pragma("GCC target(\\"avx2,lzcnt\\")")\n' | bites wide_extensions $source
+printf '#pragma clang attribute push(__attribute__((target("lzcnt"))), apply_to = function)\n' |
+    bites wide_extensions $source
+printf '__attribute__((target("lzcnt"))) int f();\n' | bites wide_extensions $source
+printf 'bool b = __builtin_cpu_supports("lzcnt");\n' | bites wide_extensions $source
+printf 'int n = _lzcnt_u32(1);\n' | bites wide_extensions $source
+printf '#define NAMES QV_SIMD_WIDE_EXTENSIONS(A, B) ",lzcnt"\n' |
+    bites wide_extensions Runtime/qv_kernel/layer_0/kr_simd/simd_wide.h
+printf 'add_compile_options(-mlzcnt)\n' | bites wide_extensions Runtime/qv_kernel/CMakeLists.txt
+
 printf 'int   f( );\n' | bites format $source
 printf 'if x; then\n' | bites shell run.sh
 printf '#!/bin/bash\n' | bites shell run.sh

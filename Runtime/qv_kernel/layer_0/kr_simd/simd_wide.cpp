@@ -13,8 +13,11 @@ bool DetectWideInstructions()
     // The compiler's questions cover the system's share, too: whether it keeps the wide registers of a thread. They may
     // come before the constructor that prepares them has run.
     __builtin_cpu_init();
-    const bool present = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") &&
-                         __builtin_cpu_supports("bmi2") && __builtin_cpu_supports("popcnt");
+#define QV_SIMD_ASK(name) __builtin_cpu_supports(name)
+#define QV_SIMD_ASK_FURTHER(name) &&__builtin_cpu_supports(name)
+    const bool present = QV_SIMD_WIDE_EXTENSIONS(QV_SIMD_ASK, QV_SIMD_ASK_FURTHER);
+#undef QV_SIMD_ASK_FURTHER
+#undef QV_SIMD_ASK
     g_WideInstructions.store(present ? WideInstructions_Present : WideInstructions_Missing, std::memory_order_relaxed);
     return present;
 }

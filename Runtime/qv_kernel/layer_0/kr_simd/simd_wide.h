@@ -1,7 +1,8 @@
 // Private header: wide instructions, chosen at run time.
 //
 // The library is compiled for the least machine of its kind. Code between QV_SIMD_WIDE_BEGIN and QV_SIMD_WIDE_END may
-// use 32-byte vectors (AVX2, BMI and BMI2) all the same; whoever calls it asks HasWideInstructions() first:
+// use 32-byte vectors and the other extensions of the list below all the same; whoever calls it asks
+// HasWideInstructions() first:
 //
 //     #if QV_SIMD_HAS_WIDE
 //     QV_SIMD_WIDE_BEGIN
@@ -35,13 +36,31 @@
 #define QV_SIMD_HAS_WIDE 0
 #endif
 
-#if QV_SIMD_HAS_WIDE && defined(__clang__)
+#if QV_SIMD_HAS_WIDE
+
+// The extensions: what regions are compiled for is what the machine is asked for, both made from this list, so an
+// extension that is not asked for cannot be used. It matters: a machine may deny any one of them, be it by a hypervisor,
+// and some instructions then do something else instead of failing. LZCNT is such a one, and not in the list for want of
+// a question that all compilers know.
+#define QV_SIMD_WIDE_EXTENSIONS(first, further) first("avx2") further("bmi") further("bmi2") further("popcnt")
+
+// As the compilers want them: the names with commas between, in pieces that the compiler joins.
+#define QV_SIMD_NAME(name) name
+#define QV_SIMD_FURTHER_NAME(name) "," name
+#define QV_SIMD_WIDE_NAMES QV_SIMD_WIDE_EXTENSIONS(QV_SIMD_NAME, QV_SIMD_FURTHER_NAME)
+
+#define QV_SIMD_PRAGMA_AS_IS(...) _Pragma(#__VA_ARGS__)
+#define QV_SIMD_PRAGMA(...) QV_SIMD_PRAGMA_AS_IS(__VA_ARGS__)
+
+#if defined(__clang__)
 #define QV_SIMD_WIDE_BEGIN                                                                                             \
-    _Pragma("clang attribute push(__attribute__((target(\"avx2,bmi,bmi2,lzcnt,popcnt\"))), apply_to = function)")
+    QV_SIMD_PRAGMA(clang attribute push(__attribute__((target(QV_SIMD_WIDE_NAMES))), apply_to = function))
 #define QV_SIMD_WIDE_END _Pragma("clang attribute pop")
-#elif QV_SIMD_HAS_WIDE
-#define QV_SIMD_WIDE_BEGIN _Pragma("GCC push_options") _Pragma("GCC target(\"avx2,bmi,bmi2,lzcnt,popcnt\")")
+#else
+#define QV_SIMD_WIDE_BEGIN _Pragma("GCC push_options") QV_SIMD_PRAGMA(GCC target(QV_SIMD_WIDE_NAMES))
 #define QV_SIMD_WIDE_END _Pragma("GCC pop_options")
+#endif
+
 #endif
 
 namespace Quorvane::Internal

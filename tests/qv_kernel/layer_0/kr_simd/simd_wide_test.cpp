@@ -50,8 +50,9 @@ TEST(SimdWide, RegionCompilesWideCodeInTemplatesAndLambdas)
 TEST(SimdWide, AnswerIsThatOfTheCompilersQuestions)
 {
     __builtin_cpu_init();
-    EXPECT_EQ(Internal::AllowWideInstructions(true),
-              __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2"));
+    EXPECT_EQ(Internal::AllowWideInstructions(true), __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") &&
+                                                         __builtin_cpu_supports("bmi2") &&
+                                                         __builtin_cpu_supports("popcnt"));
 }
 
 #endif

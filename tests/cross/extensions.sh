@@ -1,0 +1,75 @@
+#!/bin/sh
+# Runs the tests of the block kernels on machines that lack an extension, one at a time, in an emulator of programs: a
+# hypervisor may deny any of them, and no code may use one that the machine was not asked for. Skipped (77) where the
+# emulator is missing; on Debian it is
+#     apt-get install qemu-user
+# By hand:
+#     sh tests/cross/extensions.sh build/quick/tests/qv_kernel_tests
+# First argument: the unit tests' program, for x86-64. Then, if any: arguments for it in place of the choice below.
+set -u
+program=$1
+shift
+
+skip()
+{
+    printf 'extensions: skipped: %s\n' "$*"
+    exit 77
+}
+
+[ "$(uname -m)" = x86_64 ] || skip 'this machine is not an x86-64 one'
+emulator=
+for candidate in qemu-x86_64-static qemu-x86_64; do
+    if command -v "$candidate" >/dev/null 2>&1; then
+        emulator=$candidate
+        break
+    fi
+done
+[ -n "$emulator" ] || skip 'qemu-x86_64 is missing'
+
+# What is compiled for wide instructions, and what is told apart by single bytes or bits in it.
+[ $# -ne 0 ] || set -- '--gtest_filter=SimdWide.*:BufferWide.*:BufferMaskBits*:BufferBlocks*:*/Wide.Answers*:'\
+'BufferFind.FindLast*:BufferFind.ANeedle*:StringSearch.*:StringCasing.*:StringViewOperations.Find*'
+
+scratch=$(mktemp -d) || exit 2
+trap 'rm -rf "$scratch"' EXIT
+trap 'exit 130' HUP INT TERM
+failed=0
+
+# check <machine> <wide|narrow> <arguments>: runs the tests on an emulated machine, and sees whether it has taken the
+# wide forms.
+check()
+{
+    machine=$1
+    form=$2
+    shift 2
+    # It names each extension of the machine that it does not know itself.
+    if ! "$emulator" -cpu "$machine" "$program" --gtest_color=no "$@" >"$scratch/output" 2>"$scratch/errors"; then
+        printf 'extensions: -cpu %s: the tests failed\n' "$machine"
+        grep -v '^\[ *\(RUN\|OK\|-*\|=*\) *\]' "$scratch/output" | tail -n 60
+        grep -v "TCG doesn't support requested feature" "$scratch/errors"
+        failed=1
+        return
+    fi
+    took=wide
+    grep -q '^\[  SKIPPED \] SimdWide\.RegionCompiles' "$scratch/output" && took=narrow
+    printf 'extensions: -cpu %s: %s, the %s forms\n' "$machine" "$(sed -n 's/^\[  PASSED  \] \(.*\)\./\1/p' "$scratch/output")" \
+        "$took"
+    [ "$took" = "$form" ] || {
+        printf 'extensions: expected the %s forms\n' "$form"
+        failed=1
+    }
+}
+
+# A machine with all that wide code is compiled for, and as many others as may be.
+check Haswell wide "$@"
+# What wide code asks for. Without BMI1, which it asks for, too, the platform's library does not start.
+for extension in avx2 bmi2 popcnt; do
+    check "Haswell,-$extension" narrow "$@"
+done
+# What it does not ask for, and so must not use.
+for extension in abm movbe fma f16c; do
+    check "Haswell,-$extension" wide "$@"
+done
+# The others, which no compiler uses by itself, at once.
+check Haswell,-aes,-pclmulqdq,-rdrand,-erms,-fsgsbase wide "$@"
+exit $failed
