@@ -1,7 +1,7 @@
 #!/bin/sh
 # Builds the block kernels and their tests for 64-bit Arm and runs them in an emulator of programs, which proves the
 # NEON form on any machine. Skipped (77) where a tool is missing; on Debian these are
-#     apt-get install g++-aarch64-linux-gnu qemu-user-static googletest
+#     apt-get install g++-aarch64-linux-gnu qemu-user googletest
 # By hand:
 #     sh tests/cross/neon.sh
 # First argument: the project's folder, by default the one above. Then, if any: arguments for the test program.
@@ -16,8 +16,23 @@ skip()
     exit 77
 }
 
-compiler=${QV_NEON_CXX:-aarch64-linux-gnu-g++}
-command -v "$compiler" >/dev/null 2>&1 || skip "$compiler is missing"
+# Prints the compiler's name: packages of one version name it with the version behind, and only the one that depends on
+# them has the plain name.
+find_compiler()
+{
+    name=aarch64-linux-gnu-g++
+    if command -v "${QV_NEON_CXX:-$name}" 2>/dev/null || [ -n "${QV_NEON_CXX:-}" ]; then
+        return
+    fi
+    for folder in $(printf '%s' "$PATH" | tr ':' ' '); do
+        for candidate in "$folder/$name"-[0-9]*; do
+            [ ! -x "$candidate" ] || printf '%s\n' "$candidate"
+        done
+    done | tail -n 1
+}
+
+compiler=$(find_compiler)
+[ -n "$compiler" ] || skip "${QV_NEON_CXX:-aarch64-linux-gnu-g++} is missing"
 emulator=
 for candidate in qemu-aarch64-static qemu-aarch64; do
     if command -v "$candidate" >/dev/null 2>&1; then
@@ -34,16 +49,31 @@ scratch=$(mktemp -d) || exit 2
 trap 'rm -rf "$scratch"' EXIT
 trap 'exit 130' HUP INT TERM
 
-# compile <object> <arguments>
+# compile <object> <arguments>: in the background. `compiled` waits for all of them.
+running=
 compile()
 {
     object=$scratch/$1
     shift
-    "$compiler" -std=c++17 -O1 "$@" -c -o "$object" || exit 1
+    # Without optimisation the tests take ten times as long.
+    "$compiler" -std=c++17 -O1 "$@" -c -o "$object" &
+    running="$running $!"
 }
 
-compile gtest.o -isystem "$gtest/include" "-I$gtest" "$gtest/src/gtest-all.cc"
+compiled()
+{
+    for process in $running; do
+        wait "$process" || exit 1
+    done
+    running=
+}
 
+# The framework takes as long as a dozen others.
+compile gtest.o -isystem "$gtest/include" "-I$gtest" "$gtest/src/gtest-all.cc"
+framework=$running
+running=
+
+jobs=$(getconf _NPROCESSORS_ONLN 2>/dev/null || echo 1)
 number=0
 for source in \
     "$root"/Runtime/qv_kernel/layer_0/kr_assert/*.cpp \
@@ -67,7 +97,10 @@ for source in \
     compile "$number.o" -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -isystem "$gtest/include" \
         "-I$root/Runtime/include" "-I$root/Runtime/qv_kernel/include" "-I$root/Runtime/qv_kernel/layer_0" \
         "-I$root/tests" "-I$root/tests/support" "$source"
+    [ $((number % jobs)) -ne 0 ] || compiled
 done
+running="$running $framework"
+compiled
 "$compiler" -static -o "$scratch/tests" "$scratch"/*.o || exit 1
 
 # Without the NEON form in it, the run would prove nothing.
