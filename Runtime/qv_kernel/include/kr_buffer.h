@@ -87,6 +87,8 @@ struct SNativeStringUtils
 
     // Prefix, suffix and substring tests of terminated text. A null or empty second argument is contained in every
     // text, the null one (which counts as empty) included.
+    // Cost: linear in both, whatever they are. Contains and ContainsCase read the needle, and little of the text behind
+    // what they find.
 
     static bool StartsWith(const char *str, const char *prefix);
     static bool StartsWithCase(const char *str, const char *prefix);
@@ -97,7 +99,7 @@ struct SNativeStringUtils
 
     // The first occurrence of `needle` in the first `length` characters of `data`, neither of which needs a terminator;
     // null when there is none. An empty needle is found at once.
-    // Cost: linear for a given needle; FindCase: linear in both.
+    // Cost: linear in both, whatever they are.
 
     static const char *Find(const char *data, u32 length, const char *needle, u32 needleLength);
     static const char *FindCase(const char *data, u32 length, const char *needle, u32 needleLength);

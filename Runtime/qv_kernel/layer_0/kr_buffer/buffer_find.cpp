@@ -97,14 +97,6 @@ SPairFound FindPairCase(const char *data, u32 length, const SNeedle &needle)
     return CSearch(Bytes(data), length, needle).Find();
 }
 
-// The search whose cost is linear for every text. Preparing it reads the whole needle.
-const char *FindCaseInAnyText(const char *data, u32 length, const char *needle, u32 needleLength)
-{
-    Internal::SComparisonsUncounted comparisons;
-    const Internal::TCaseIgnoringSearch<Internal::SComparisonsUncounted> search(needle, needleLength, comparisons);
-    return search.FindIn(data, length);
-}
-
 } // namespace
 
 bool SNativeStringUtils::EqualCase(const char *data0, const char *data1, u32 length)
@@ -125,7 +117,8 @@ const char *SNativeStringUtils::Find(const char *data, u32 length, const char *n
         return static_cast<const char *>(std::memchr(data, *needle, length));
     const SPairFound found = FindPair(data, length, NeedleFor(length, needle, needleLength));
     if (found.m_Outcome == Internal::PairFound_GaveUp)
-        return Internal::PortFind(data + found.m_Place, length - found.m_Place, needle, needleLength);
+        return Internal::FindInAnyText<Internal::SCaseMatters>(data + found.m_Place, length - found.m_Place, needle,
+                                                               needleLength);
     return found.m_Outcome == Internal::PairFound_Here ? data + found.m_Place : nullptr;
 }
 
@@ -137,7 +130,8 @@ const char *SNativeStringUtils::FindCase(const char *data, u32 length, const cha
         return nullptr;
     const SPairFound found = FindPairCase(data, length, NeedleFor(length, needle, needleLength));
     if (found.m_Outcome == Internal::PairFound_GaveUp)
-        return FindCaseInAnyText(data + found.m_Place, length - found.m_Place, needle, needleLength);
+        return Internal::FindInAnyText<Internal::SCaseIgnored>(data + found.m_Place, length - found.m_Place, needle,
+                                                               needleLength);
     return found.m_Outcome == Internal::PairFound_Here ? data + found.m_Place : nullptr;
 }
 
@@ -156,6 +150,7 @@ namespace Internal
 
 const char *FindInTerminated(const char *text, u32 length, const char *needle)
 {
+    // So short a text bounds what the platform's search may cost.
     if (length < kLongText)
         return std::strstr(text, needle);
     const std::size_t needleLength = std::strlen(needle);
@@ -167,7 +162,8 @@ const char *FindInTerminated(const char *text, u32 length, const char *needle)
     const SPairFound found = FindPairTerminated(text, length, rareFirst);
     // No terminator stands before the place of giving up.
     if (found.m_Outcome == PairFound_GaveUp)
-        return std::strstr(text + found.m_Place, needle);
+        return FindInAnyText<SCaseMatters>(text + found.m_Place, std::strlen(text + found.m_Place), needle,
+                                           needleLength);
     return found.m_Outcome == PairFound_Here ? text + found.m_Place : nullptr;
 }
 

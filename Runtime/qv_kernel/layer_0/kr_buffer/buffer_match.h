@@ -15,20 +15,6 @@
 namespace Quorvane::Internal
 {
 
-// Case policies: two characters are the same when their folded forms are.
-
-struct SCaseMatters
-{
-    static constexpr bool kIsExact = true;
-    static u8 Fold(char character) { return static_cast<u8>(character); }
-};
-
-struct SCaseIgnored
-{
-    static constexpr bool kIsExact = false;
-    static u8 Fold(char character) { return LowerCaseOf(character); }
-};
-
 // Inhibitor policies: whether the character at `pattern` only makes the next one literal.
 
 struct SNoInhibitors

@@ -72,7 +72,7 @@ private:
 
 // Calls `onMatch(index)` for each occurrence from `from` on, left to right, none overlapping the one before, until it
 // answers false. Requires: a pattern of 1 character or more.
-// Cost: linear for a given pattern.
+// Cost: linear in both.
 template <typename OnMatch>
 class TOccurrences
 {

@@ -1,4 +1,4 @@
-// Private header: the search for a substring without regard to case, in linear time and constant memory.
+// Private header: the search for a substring in linear time and constant memory, whatever text and needle are.
 //
 // It is the two-way method. The needle is cut in two so that its local period at the cut is the needle's own period.
 // Comparing the right part from left to right and only then the left part from right to left, a mismatch on the right
@@ -10,7 +10,7 @@
 // either its shift is half of that, or the left part is sure to match after it, so that a mismatch on the right comes
 // next, if any, and the two shifts together are as long.
 //
-// The counting of comparisons is a policy, decided when the search is compiled. Only tests count.
+// Case and the counting of comparisons are policies, decided when the search is compiled. Only tests count.
 #pragma once
 
 #include <cstddef>
@@ -33,13 +33,13 @@ struct SNeedleCut
     std::size_t m_Period;
 };
 
-template <typename TComparisons>
-class TCaseIgnoringSearch
+template <typename TCase, typename TComparisons>
+class TLinearSearch
 {
 public:
     // Requires: 1 <= needleLength. Borrows the needle and `comparisons`.
     // Cost: at most 9 comparisons for each character of the needle.
-    TCaseIgnoringSearch(const char *needle, std::size_t needleLength, TComparisons &comparisons)
+    TLinearSearch(const char *needle, std::size_t needleLength, TComparisons &comparisons)
         : m_Needle(needle), m_Length(needleLength), m_Comparisons(comparisons)
     {
         const SNeedleCut ascending = _MaximalSuffix(false);
@@ -72,14 +72,14 @@ private:
     bool _Same(char a, char b) const
     {
         m_Comparisons.Count();
-        return LowerCaseOf(a) == LowerCaseOf(b);
+        return TCase::Fold(a) == TCase::Fold(b);
     }
 
     // True when `a` comes before `b` in the order or in its reverse.
     bool _Before(char a, char b, bool reverse) const
     {
         m_Comparisons.Count();
-        return reverse ? LowerCaseOf(b) < LowerCaseOf(a) : LowerCaseOf(a) < LowerCaseOf(b);
+        return reverse ? TCase::Fold(b) < TCase::Fold(a) : TCase::Fold(a) < TCase::Fold(b);
     }
 
     // The last of all suffixes of the needle in dictionary order, or in that of the reversed alphabet.
@@ -162,5 +162,13 @@ private:
     SNeedleCut m_Cut;
     std::size_t m_Shift; // when the right part matches and the left one does not
 };
+
+// The first occurrence of a needle of 1 character or more; null when there is none. Preparing it reads the whole needle.
+template <typename TCase>
+const char *FindInAnyText(const char *text, std::size_t textLength, const char *needle, std::size_t needleLength)
+{
+    SComparisonsUncounted comparisons;
+    return TLinearSearch<TCase, SComparisonsUncounted>(needle, needleLength, comparisons).FindIn(text, textLength);
+}
 
 } // namespace Quorvane::Internal

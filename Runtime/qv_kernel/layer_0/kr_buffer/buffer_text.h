@@ -1,5 +1,5 @@
 // Private header: what the helpers on terminated text share. The rows of the character table by name, null taken as
-// the empty text, and lengths as the interface gives them.
+// the empty text, case as a policy, and lengths as the interface gives them.
 #pragma once
 
 #include <cstddef>
@@ -21,6 +21,20 @@ inline u8 LowerCaseOf(char character)
 {
     return SNativeStringUtils::kr_buffer_char_lookups[768 + static_cast<u8>(character)];
 }
+
+// Case policies: two characters are the same when their folded forms are.
+
+struct SCaseMatters
+{
+    static constexpr bool kIsExact = true;
+    static u8 Fold(char character) { return static_cast<u8>(character); }
+};
+
+struct SCaseIgnored
+{
+    static constexpr bool kIsExact = false;
+    static u8 Fold(char character) { return LowerCaseOf(character); }
+};
 
 inline const char *TextOrEmpty(const char *str)
 {

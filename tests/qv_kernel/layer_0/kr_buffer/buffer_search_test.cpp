@@ -11,6 +11,8 @@
 #include "every_text.h"
 #include "guarded_text.h"
 #include "kr_buffer.h"
+#include "kr_buffer/buffer_kernels.h"
+#include "kr_string.h"
 #include "search_model.h"
 
 namespace QuorvaneTest
@@ -20,6 +22,7 @@ namespace
 {
 
 using Quorvane::SNativeStringUtils;
+using Quorvane::u32;
 using Quorvane::u64;
 namespace Internal = Quorvane::Internal;
 
@@ -40,11 +43,12 @@ struct SComparisonCounter
     void Count() { ++m_Comparisons; }
 };
 
-// Where the search without case finds the needle, and how many comparisons it takes.
+// Where the search finds the needle, and how many comparisons it takes; without case unless another one is wanted.
+template <typename TCase = Internal::SCaseIgnored>
 size_t CountedFind(const std::string &text, const std::string &needle, u64 &comparisons)
 {
     SComparisonCounter counter;
-    const Internal::TCaseIgnoringSearch<SComparisonCounter> search(needle.data(), needle.size(), counter);
+    const Internal::TLinearSearch<TCase, SComparisonCounter> search(needle.data(), needle.size(), counter);
     const char *found = search.FindIn(text.data(), text.size());
     comparisons = counter.m_Comparisons;
     return found != nullptr ? static_cast<size_t>(found - text.data()) : std::string::npos;
@@ -311,6 +315,165 @@ TEST(BufferContainsCase, NeedlesWithAPeriodStayLinear)
             u64 comparisons = 0;
             EXPECT_EQ(CountedFind(text, needle, comparisons), SearchModelFind(text, needle, true));
             EXPECT_LE(comparisons, MostComparisons(text, needle));
+        }
+    }
+}
+
+// With case.
+
+TEST(BufferContains, EveryNeedleIsFoundAtItsFirstPlaceWithinTheBound)
+{
+    const std::vector<std::string> texts = EveryText("ab", kSanitized ? 9 : 11);
+    const std::vector<std::string> needles = EveryText("ab", kSanitized ? 6 : 8);
+    for (const std::string &needle : needles)
+    {
+        if (needle.empty())
+            continue;
+        for (const std::string &text : texts)
+        {
+            u64 comparisons = 0;
+            ASSERT_EQ(CountedFind<Internal::SCaseMatters>(text, needle, comparisons), text.find(needle))
+                << text << " " << needle;
+            ASSERT_LE(comparisons, MostComparisons(text, needle)) << text << " " << needle;
+        }
+    }
+    u64 comparisons = 0;
+    EXPECT_EQ(CountedFind<Internal::SCaseMatters>("xAbab", "ab", comparisons), 3u);
+}
+
+// A text and a needle that resembles it throughout.
+struct SHardCase
+{
+    std::string m_Text;
+    std::string m_Needle;
+};
+
+std::string Repeated(const std::string &piece, size_t length)
+{
+    std::string text;
+    while (text.size() < length)
+        text += piece;
+    return text.substr(0, length);
+}
+
+std::string FibonacciWord(size_t length)
+{
+    std::string before = "b";
+    std::string word = "a";
+    while (word.size() < length)
+    {
+        const std::string next = word + before;
+        before = word;
+        word = next;
+    }
+    return word.substr(0, length);
+}
+
+// Trying each place, or as many as look well, would take the product of the lengths: 10^10 comparisons.
+std::vector<SHardCase> HardCases(size_t length)
+{
+    std::vector<SHardCase> cases;
+    for (const std::string &text : {Repeated("ab", length), std::string(length, 'a'), FibonacciWord(length),
+                                    Repeated("aaaaaaab", length), Repeated(FibonacciWord(1000) + "a", length)})
+    {
+        const std::string quarter = text.substr(0, length / 4);
+        for (const size_t place : {quarter.size() - 1, quarter.size() / 2, quarter.size() / 3, size_t(1), size_t(0)})
+        {
+            std::string needle = quarter;
+            needle[place] = 'c';
+            cases.push_back({text, needle});
+            // A character that the text has, too.
+            needle[place] = quarter[place] == 'a' ? 'b' : 'a';
+            cases.push_back({text, needle});
+        }
+    }
+    return cases;
+}
+
+TEST(BufferContains, HardNeedlesStayWithinTheBoundWithAndWithoutCase)
+{
+    for (const SHardCase &hard : HardCases(40000))
+    {
+        u64 comparisons = 0;
+        const size_t place = CountedFind<Internal::SCaseMatters>(hard.m_Text, hard.m_Needle, comparisons);
+        EXPECT_LE(comparisons, MostComparisons(hard.m_Text, hard.m_Needle));
+        EXPECT_EQ(CountedFind<Internal::SCaseIgnored>(hard.m_Text, hard.m_Needle, comparisons), place);
+        EXPECT_LE(comparisons, MostComparisons(hard.m_Text, hard.m_Needle));
+        // The block search gives up as long as what it has compared is linear, too.
+        typedef Internal::TPairSearch<Internal::SBlock, Internal::SExactBytes, Internal::End_Counted> CPairs;
+        const u32 needleLength = static_cast<u32>(hard.m_Needle.size());
+        CPairs pairs(reinterpret_cast<const Quorvane::u8 *>(hard.m_Text.data()), static_cast<u32>(hard.m_Text.size()),
+                     {reinterpret_cast<const Quorvane::u8 *>(hard.m_Needle.data()), needleLength, 0, needleLength - 1});
+        pairs.Find();
+        EXPECT_LE(pairs.Spent(), CPairs::MostSpent(static_cast<u32>(hard.m_Text.size())) + needleLength);
+    }
+}
+
+TEST(BufferContains, EveryPublicSearchComesToAnEndWithHardNeedles)
+{
+    for (const SHardCase &hard : HardCases(kSanitized ? 100000 : 300000))
+    {
+        const char *const text = hard.m_Text.c_str();
+        const char *const needle = hard.m_Needle.c_str();
+        const u32 length = static_cast<u32>(hard.m_Text.size());
+        const u32 needleLength = static_cast<u32>(hard.m_Needle.size());
+        u64 comparisons = 0;
+        const bool expected =
+            CountedFind<Internal::SCaseMatters>(hard.m_Text, hard.m_Needle, comparisons) != std::string::npos;
+        const bool expectedBehind =
+            CountedFind<Internal::SCaseMatters>(hard.m_Text.substr(1), hard.m_Needle, comparisons) != std::string::npos;
+        EXPECT_EQ(SNativeStringUtils::Contains(text, needle), expected);
+        EXPECT_EQ(SNativeStringUtils::ContainsCase(text, needle), expected);
+        EXPECT_EQ(SNativeStringUtils::Find(text, length, needle, needleLength) != nullptr, expected);
+        EXPECT_EQ(SNativeStringUtils::FindCase(text, length, needle, needleLength) != nullptr, expected);
+        const Quorvane::CString string(text);
+        EXPECT_EQ(string.FindFirstOf(needle).Valid(), expected);
+        EXPECT_EQ(string.FindNextOf(needle, 1).Valid(), expectedBehind);
+        for (const Quorvane::ECaseSensitivity sensitivity : {Quorvane::CaseSensitive, Quorvane::CaseInsensitive})
+        {
+            EXPECT_EQ(string.Contains(needle, sensitivity), expected);
+            EXPECT_EQ(Quorvane::CStringView(string).Contains(needle, sensitivity), expected);
+        }
+    }
+}
+
+// Texts of unknown length are measured and searched a window at a time; nothing may be lost between two of them.
+TEST(BufferContains, ANeedleIsFoundWhereverItStandsInALongText)
+{
+    for (const size_t needleLength : {1u, 16u, 17u, 40u, 600u, 3000u})
+    {
+        std::string needle(needleLength, 'n');
+        needle.back() = 'N';
+        const size_t length = 20000;
+        const CGuardedText text(std::string(length, 'n'));
+        for (size_t place = 0; place + needleLength <= length; place += place % 97 == 0 ? 1 : 13)
+        {
+            char *const last = text.Get() + place + needleLength - 1;
+            *last = 'N';
+            ASSERT_TRUE(SNativeStringUtils::Contains(text.Get(), needle.c_str())) << needleLength << ", " << place;
+            ASSERT_TRUE(SNativeStringUtils::ContainsCase(text.Get(), needle.c_str()));
+            // It must be whole, and stand before the end.
+            *last = '\0';
+            ASSERT_FALSE(SNativeStringUtils::Contains(text.Get(), needle.c_str())) << needleLength << ", " << place;
+            *last = 'n';
+        }
+        ASSERT_FALSE(SNativeStringUtils::Contains(text.Get(), needle.c_str()));
+    }
+}
+
+TEST(BufferContains, AllWindowsBordersLetANeedleThrough)
+{
+    const std::string needle = "a needle that is longer than sixteen";
+    std::string text(300000, '.');
+    // Around the multiples of 2 KiB, where windows end: each is a little shorter by what overlaps.
+    for (size_t border = 2048; border < text.size(); border += 2048)
+    {
+        for (size_t place = border - 900; place + needle.size() < std::min(border + 4, text.size());
+             place += place + 40 < border && border > 8192 ? 31 : 1)
+        {
+            text.replace(place, needle.size(), needle);
+            ASSERT_TRUE(SNativeStringUtils::Contains(text.c_str(), needle.c_str())) << place;
+            text.replace(place, needle.size(), needle.size(), '.');
         }
     }
 }
