@@ -99,7 +99,6 @@ class TArray_BaseContainerImpl
 
 public:
     T *_Data() { return m_Data; }
-    const T *_Data() const { return m_Data; }
     u32 _Count() const { return m_Count; }
     u32 _MaxCount() const { return m_MaxCount; }
     void _SetMaxCount(u32 maxCount) { m_MaxCount = maxCount; }

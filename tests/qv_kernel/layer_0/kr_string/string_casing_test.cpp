@@ -426,6 +426,31 @@ TEST(StringCasing, ToUppercaseAndToLowercaseRefusedReportLikeConformTo)
     }
 }
 
+TEST(StringCasing, ConvertedCopiesThatAreRefusedAreEmptyAndReport)
+{
+    typedef CString (*FConvert)(const CString &);
+    const FConvert converts[] = {[](const CString &text) { return text.Uppercase(); },
+                                 [](const CString &text) { return text.Lowercase(); },
+                                 [](const CString &text) { return text.ConformedTo(CasingType_Uppercase); },
+                                 [](const CString &text) { return text.ConformedTo(CasingType_Lowercase); }};
+    for (size_t i = 0; i < 4; ++i)
+    {
+        CString copy;
+        SweepRefusals(
+            SharedText, [&](SShared &shared) { copy = converts[i](shared.m_String); },
+            [&](const SShared &shared, const SRefusal &refusal, const CAssertRecorder &recorder)
+            {
+                const std::string converted = i % 2 == 0 ? "ABC" : "abc";
+                ExpectText(copy, refusal.m_Refused ? "" : converted);
+                ExpectText(shared.m_String, "aBc");
+                ExpectText(shared.m_Other, "aBc");
+                ExpectReports(recorder, refusal.m_Refused ? std::vector<std::string>{"_P::m_Ptr != null"}
+                                                          : std::vector<std::string>());
+                copy = CString();
+            });
+    }
+}
+
 TEST(StringCasing, ConformToOtherCasingsRefusedItsCopyLeavesAnEmptyStringWithoutAReport)
 {
     for (const ECasingType casing : {CasingType_Unspecified, CasingType_Mixed})

@@ -14,6 +14,7 @@
 #include "edit_model.h"
 #include "every_locale.h"
 #include "every_text.h"
+#include "guarded_page.h"
 #include "kr_string.h"
 #include "string_checks.h"
 #include "test_allocator.h"
@@ -785,6 +786,33 @@ TEST(StringComparison, ViewsAndBuffersAreReadNoFurtherThanTheirEnd)
         ASSERT_FALSE(beyond == buffer.Data());
         ASSERT_FALSE(beyond.Compare(buffer.Data(), CaseInsensitive));
         ASSERT_TRUE(beyond > buffer.Data());
+    }
+}
+
+// The comparison behind `==`, which containers hide the edges of: their own bytes stand in front of the characters.
+TEST(StringComparison, EqualCharactersLooksAtEachOfThemAndAtNothingAround)
+{
+    const CGuardedPage pageA;
+    const CGuardedPage pageB;
+    for (u32 length = 0; length <= 70; ++length)
+    {
+        for (const bool atFront : {false, true})
+        {
+            // What stands around differs where it may be read.
+            std::memset(pageA.Begin(), 'x', pageA.Bytes());
+            std::memset(pageB.Begin(), 'y', pageB.Bytes());
+            char *const a = atFront ? pageA.Begin() : pageA.Last(length);
+            char *const b = atFront ? pageB.Begin() : pageB.Last(length);
+            for (u32 i = 0; i < length; ++i)
+                a[i] = b[i] = static_cast<char>(1 + i);
+            ASSERT_TRUE(Internal::EqualCharacters(a, b, length)) << length;
+            for (u32 place = 0; place < length; ++place)
+            {
+                b[place] = static_cast<char>(b[place] ^ 0x80);
+                ASSERT_FALSE(Internal::EqualCharacters(a, b, length)) << length << ", " << place;
+                b[place] = a[place];
+            }
+        }
     }
 }
 
