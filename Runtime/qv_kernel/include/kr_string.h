@@ -174,6 +174,26 @@ private:
     bool _AppendWithinRoom(char character);
     bool _BeginBlock(u32 newLength);
 
+    // How many characters from the front path joins have found to be neither backslashes nor terminators, so that they
+    // need not look there again: in the object of the resizable form, behind the fields. Whoever changes characters in
+    // place, or hands them out to be changed, forgets it.
+    static constexpr u32 kSearchedOffset = 32;
+    u32 _Searched() const
+    {
+        u32 count;
+        std::memcpy(&count, reinterpret_cast<const unsigned char *>(this) + kSearchedOffset, sizeof(count));
+        return count;
+    }
+    void _SetSearched(u32 count)
+    {
+        std::memcpy(reinterpret_cast<unsigned char *>(this) + kSearchedOffset, &count, sizeof(count));
+    }
+    void _ForgetSearched()
+    {
+        if (SupportsDynamicResize())
+            _SetSearched(0);
+    }
+
     // Layout. The fields before this one take 16 bytes; together they take the 32 before a fixed form's characters.
     u32 m_Length;       // bits 0 to 29: the length; bit 30: reserved, kept by every update; bit 31: resizable
     u32 m_Capacity;     // bytes of room for characters and terminator, a multiple of 16
@@ -386,9 +406,13 @@ public:
     CString &Prepend(char character);
 
     // Joins two path pieces with exactly one slash between them. Slashes inside either piece stay. An empty or null
-    // argument still removes the slashes at the end of this string.
+    // argument still removes the slashes at the end of this string. A count is taken as it is: all `length` characters
+    // are joined, but the search for a backslash ends at a terminator among them.
     // Requires: no backslash in either piece, else reports "aLen == 0 || !_ContainsBackSlash(a, length)" or
     // "bLen == 0 || !_ContainsBackSlash(b, length)" and goes on.
+    // Cost: linear in what is added, as far as the room allows: what a join in place has searched for backslashes, the
+    // next one does not search again. Invalidates: pointers to and views of the characters; a pointer for writing that
+    // was taken before a join must not be written through after it.
     // Fails: reports "newContainer != null" and leaves the string unchanged.
     CString &AppendSlashAnd(const CString &other);
     CString &AppendSlashAnd(const CStringView &other);
@@ -477,6 +501,8 @@ public:
     // Order by bytes (unsigned, lower-cased ones where case is ignored); a string that starts another one is before it.
     // A string without a container is before every string with one, be that empty.
     bool LessThan(const CString &other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+    // The same as with a string of that text, which null and an empty text are without a container.
+    bool LessThan(const char *other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
 
     bool operator==(const char *other) const { return Compare(other, CaseSensitive); }
     bool operator==(const CString &other) const;
@@ -638,8 +664,11 @@ private:
     CString &_ConcatenateMany(const char *other, u32 length);
     CString &_Prepend(const char *other, u32 length);
     CString &_PrependMany(const char *other, u32 length);
+    bool _HoldsBackSlash() const;
+    CString &_AddCopyFromRoom(const char *other, u32 length, CString &(CString::*add)(const char *, u32));
     CString &_ConcatenatePath(const char *b, u32 bLen);
     CString &_ConcatenatePathAnyhow(const char *b, u32 bLen, bool mayGrow);
+    CString &_ConcatenatePathFromRoom(const char *b, u32 bLen);
 
     static const char kNoCharacter;
 
@@ -710,6 +739,9 @@ private:
 
 // Concatenation and path joining into a new string, as Append and AppendSlashAnd do it.
 // A temporary on the left is edited in place.
+// Allocates: once for the buffer and once for the object; no string is made of a view or a buffer on the left first.
+// Fails: `+` an empty string; `/` reports "newContainer != null" and gives the string on the left, or an empty string
+// where that is a view or a buffer. Never the right side alone.
 CString operator+(const CString &a, const CString &b);
 CString operator+(const CString &a, const CStringView &b);
 CString operator+(const CString &a, const char *b);
@@ -779,6 +811,67 @@ inline bool operator<=(const CStringView &a, const CString &b)
     return b >= a;
 }
 inline bool operator>=(const CStringView &a, const CString &b)
+{
+    return b <= a;
+}
+
+// Order of views, with each other and with buffers, by bytes; a text that starts another one is before it. A null view,
+// whatever its length says, and a null buffer are before every other text, be that empty. None of them allocates.
+
+namespace Internal
+{
+
+// Negative, 0 or positive.
+s32 OrderOfViews(const CStringView &a, const CStringView &b);
+s32 OrderOfViews(const CStringView &a, const char *b);
+
+} // namespace Internal
+
+inline bool operator<(const CStringView &a, const CStringView &b)
+{
+    return Internal::OrderOfViews(a, b) < 0;
+}
+inline bool operator>(const CStringView &a, const CStringView &b)
+{
+    return b < a;
+}
+inline bool operator<=(const CStringView &a, const CStringView &b)
+{
+    return !(b < a);
+}
+inline bool operator>=(const CStringView &a, const CStringView &b)
+{
+    return !(a < b);
+}
+inline bool operator<(const CStringView &a, const char *b)
+{
+    return Internal::OrderOfViews(a, b) < 0;
+}
+inline bool operator>(const CStringView &a, const char *b)
+{
+    return Internal::OrderOfViews(a, b) > 0;
+}
+inline bool operator<=(const CStringView &a, const char *b)
+{
+    return !(a > b);
+}
+inline bool operator>=(const CStringView &a, const char *b)
+{
+    return !(a < b);
+}
+inline bool operator<(const char *a, const CStringView &b)
+{
+    return b > a;
+}
+inline bool operator>(const char *a, const CStringView &b)
+{
+    return b < a;
+}
+inline bool operator<=(const char *a, const CStringView &b)
+{
+    return b >= a;
+}
+inline bool operator>=(const char *a, const CStringView &b)
 {
     return b <= a;
 }
@@ -944,7 +1037,10 @@ inline char *CString::RawDataForWriting() QV_INTERNAL_LIFETIMEBOUND
 {
     _MakeUnique();
     CStringContainer *container = m_Container.Get();
-    return container != nullptr ? container->Data() : nullptr;
+    if (QV_INTERNAL_UNLIKELY(container == nullptr))
+        return nullptr;
+    container->_ForgetSearched();
+    return container->Data();
 }
 
 inline CGuid CString::FindNextOf(char character, u32 start) const
@@ -1093,12 +1189,24 @@ inline CStringView PieceOf(const char *piece)
     return CStringView::FromNullTerminatedString(piece);
 }
 
+// What stands on the left of the first seam: there a string counts by its length, as it does on the left of operator/.
+template <typename Piece>
+CStringView FirstPieceOf(const Piece &piece)
+{
+    return PieceOf(piece);
+}
+
+inline CStringView FirstPieceOf(const CString &piece)
+{
+    return CStringView(piece);
+}
+
 } // namespace Internal
 
 template <typename First, typename Second, typename... More>
 CString JoinPath(const First &first, const Second &second, const More &...more)
 {
-    const CStringView pieces[] = {Internal::PieceOf(first), Internal::PieceOf(second), Internal::PieceOf(more)...};
+    const CStringView pieces[] = {Internal::FirstPieceOf(first), Internal::PieceOf(second), Internal::PieceOf(more)...};
     return JoinPath(TMemoryView<const CStringView>(pieces));
 }
 

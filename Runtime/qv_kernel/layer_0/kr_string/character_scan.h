@@ -3,7 +3,8 @@
 
 #include <cstring>
 
-#include "../kr_buffer/buffer_blocks.h"
+#include "../kr_buffer/buffer_kernels.h"
+#include "../kr_mem/mem_config.h"
 
 namespace Quorvane::Internal
 {
@@ -31,7 +32,7 @@ inline bool HoldsByte(u64 bytes, u8 byte)
 
 // Whether a character stands within the first `length`, fewer than a block. The front and the back are looked at
 // together; they overlap in the middle.
-inline bool HoldsShort(const char *str, u32 length, char character)
+QV_BUFFER_INLINE inline bool HoldsShort(const char *str, u32 length, char character)
 {
     const u8 byte = static_cast<u8>(character);
     if (length >= sizeof(u64))
@@ -41,9 +42,9 @@ inline bool HoldsShort(const char *str, u32 length, char character)
     return length != 0 && (str[0] == character || str[length / 2] == character || str[length - 1] == character);
 }
 
-// Whether a character stands within the first `length`. A short scan goes block by block; the last one overlaps the one
-// before.
-inline bool Holds(const char *str, u32 length, char character)
+// Whether a character stands within the first `length`, all of which are there. A short scan goes block by block; the
+// last one overlaps the one before.
+QV_BUFFER_INLINE inline bool Holds(const char *str, u32 length, char character)
 {
     if (length < SBlock::kBytes)
         return HoldsShort(str, length, character);
@@ -67,6 +68,56 @@ inline bool HoldsInBlocks(const char *characters, u32 length, char character)
     for (u32 at = SBlock::kBytes; at < length; at += SBlock::kBytes)
         found = found | SBlock::EqualBytes(SBlock::Padded(characters + at), wanted);
     return found.Any();
+}
+
+// The sanitizers know which bytes belong to a text, not that the block which holds its last one may be read to its end.
+#if defined(QV_INTERNAL_SANITIZED)
+constexpr bool kReadsBlocks = false;
+#else
+constexpr bool kReadsBlocks = true;
+#endif
+
+// Whether a terminator stands within the first `length` characters of a text whose count may be wrong. Nothing behind
+// the terminator is needed: a short scan loads aligned blocks, none of which lies in two pages.
+QV_BUFFER_INLINE inline bool HoldsTerminator(const char *str, u32 length)
+{
+    if (!kReadsBlocks || length > kShortScan)
+        return length != 0 && std::memchr(str, '\0', length) != nullptr;
+    const u32 skipped = static_cast<u32>(reinterpret_cast<ureg>(str) % SBlock::kBytes);
+    const char *block = reinterpret_cast<const char *>(reinterpret_cast<ureg>(str) - skipped);
+    u64 terminators = SBlock::EqualBytes(SBlock::Padded(block), SBlock::Fill(0)).Bits();
+    terminators = terminators >> skipped * SBlock::kBitsPerByte << skipped * SBlock::kBitsPerByte;
+    const u32 end = skipped + length;
+    u32 at = 0;
+    while (terminators == 0 && at + SBlock::kBytes < end)
+    {
+        at += SBlock::kBytes;
+        terminators = SBlock::EqualBytes(SBlock::Padded(block + at), SBlock::Fill(0)).Bits();
+    }
+    return terminators != 0 && at + TrailingZeroBits(terminators) / SBlock::kBitsPerByte < end;
+}
+
+// The number of characters before the terminator, or `length` when none stands within that many.
+inline u32 LengthWithin(const char *str, u32 length)
+{
+    const void *terminator = length != 0 ? std::memchr(str, '\0', length) : nullptr;
+    return terminator != nullptr ? static_cast<u32>(static_cast<const char *>(terminator) - str) : length;
+}
+
+// The index of the first character of a container's text that is `character` or a terminator, or else its length. None
+// of either stands in front of `from`.
+QV_BUFFER_INLINE inline u32 FindInBlocks(const char *characters, u32 from, u32 length, char character)
+{
+    const SBlock wanted = SBlock::Fill(static_cast<u8>(character));
+    const SBlock terminator = SBlock::Fill(0);
+    for (u32 at = from / SBlock::kBytes * SBlock::kBytes; at < length; at += SBlock::kBytes)
+    {
+        const SBlock block = SBlock::Padded(characters + at);
+        const SBlock found = SBlock::EqualBytes(block, wanted) | SBlock::EqualBytes(block, terminator);
+        if (found.Any())
+            return QVMin(length, at + found.First());
+    }
+    return length;
 }
 
 } // namespace Quorvane::Internal

@@ -12,7 +12,7 @@
 namespace Quorvane::Internal
 {
 
-// True when the argument lies in the string's characters, so that it moves when they do.
+// True when the argument lies in that many of the string's characters.
 inline bool IsAliased(const char *data, u32 dataLength, const char *other, u32 length)
 {
     const ureg dataAddress = reinterpret_cast<ureg>(data);
@@ -22,6 +22,59 @@ inline bool IsAliased(const char *data, u32 dataLength, const char *other, u32 l
 
 struct SContainerEdits
 {
+    static constexpr u32 kAnywhere = 0xFFFFFFFFu;
+
+    // The number of characters that the container's room has from `at` on; kAnywhere for what begins elsewhere.
+    static u32 RoomFrom(const CStringContainer *container, const char *at)
+    {
+        if (container == nullptr)
+            return kAnywhere;
+        const ureg offset = reinterpret_cast<ureg>(at) - reinterpret_cast<ureg>(container->m_Characters);
+        return offset < container->m_Capacity ? container->m_Capacity - static_cast<u32>(offset) : kAnywhere;
+    }
+
+    // Whether the argument begins in the room, and its count goes beyond it.
+    static bool GoesBeyondRoom(const CStringContainer *container, const char *other, u32 length)
+    {
+        return RoomFrom(container, other) < length;
+    }
+
+    // A copy of such an argument, in which terminators stand for what the room has not; null when memory is refused.
+    static PStringContainer CopyFromRoom(const CStringContainer *container, const char *other, u32 length)
+    {
+        const u32 there = RoomFrom(container, other);
+        PStringContainer copy = CStringContainer::New(nullptr, length);
+        if (copy == nullptr)
+            return copy;
+        Mem::Internal::CopyDistinct(copy->Data(), other, there);
+        std::memset(copy->Data() + there, 0, length - there);
+        return copy;
+    }
+
+    // Makes room for a text of `newLength`, and lets the argument, some of which lies in the room, follow it.
+    // Returns: false, with all as it was, when the container cannot grow, or the argument begins in front of it.
+    static bool GrowAround(CStringContainer &container, u32 newLength, const char *&other)
+    {
+        if (RoomFrom(&container, other) == kAnywhere)
+            return false;
+        const ureg offset = reinterpret_cast<ureg>(other) - reinterpret_cast<ureg>(container.m_Characters);
+        if (!container.DynamicResize(newLength))
+            return false;
+        other = container.m_Characters + offset;
+        return true;
+    }
+
+    // How far the container's text was searched for backslashes, and none found, nor a terminator. Requires: the
+    // resizable form, and nobody else who holds it.
+    static u32 Searched(const CStringContainer &container) { return container._Searched(); }
+    static void SetSearched(CStringContainer &container, u32 count) { container._SetSearched(count); }
+    // The characters from `count` on will be others.
+    static void KeepSearched(CStringContainer &container, u32 count)
+    {
+        if (container._Searched() > count)
+            container._SetSearched(count);
+    }
+
     // Terminates the text behind its new end and makes that its length.
     static void EndAt(CStringContainer &container, u32 newLength)
     {

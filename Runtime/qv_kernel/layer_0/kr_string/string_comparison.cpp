@@ -5,6 +5,7 @@
 
 #include "../kr_buffer/buffer_kernels.h"
 #include "../kr_buffer/buffer_wide.h"
+#include "character_scan.h"
 #include "null_text.h"
 #include "string_sizes.h"
 
@@ -87,11 +88,21 @@ s32 Order(const char *a, u32 lengthA, const char *b, u32 lengthB, ECaseSensitivi
 }
 
 // The order of two texts of known lengths by bytes, the shorter one first.
-s32 OrderOfBytes(const char *a, u32 lengthA, const char *b, u32 lengthB)
+s32 OrderOfTexts(const char *a, u32 lengthA, const char *b, u32 lengthB)
 {
     const u32 common = QVMin(lengthA, lengthB);
     const int order = common != 0 ? std::memcmp(a, b, common) : 0;
     return order != 0 ? order : (lengthA > lengthB) - (lengthA < lengthB);
+}
+
+// The order of the first bytes of two texts, lower-cased.
+s32 OrderIgnoringCase(const u8 *a, const u8 *b, u64 count)
+{
+    const u8 *const lower = SNativeStringUtils::kr_buffer_char_lookups + 3 * 256;
+    for (u64 i = 0; i < count; ++i)
+        if (lower[a[i]] != lower[b[i]])
+            return lower[a[i]] < lower[b[i]] ? -1 : 1;
+    return 0;
 }
 
 // Containers without characters, which have no business here. Out of line, so that what is done for the others needs no
@@ -127,6 +138,25 @@ bool EqualManyCharacters(const char *a, const char *b, u32 length)
 {
     return QV_INTERNAL_LIKELY(HasWideInstructions()) ? Wide::Equal(Bytes(a), Bytes(b), length)
                                                      : std::memcmp(a, b, length) == 0;
+}
+
+// A view of null orders with a null buffer, before every text.
+
+s32 OrderOfViews(const CStringView &a, const CStringView &b)
+{
+    if (a.Data() == nullptr || b.Data() == nullptr)
+        return (a.Data() != nullptr) - (b.Data() != nullptr);
+    return OrderOfTexts(a.Data(), a.Length(), b.Data(), b.Length());
+}
+
+s32 OrderOfViews(const CStringView &a, const char *b)
+{
+    if (a.Data() == nullptr || b == nullptr)
+        return (a.Data() != nullptr) - (b != nullptr);
+    // One character more than the view has decides which one is longer; nothing behind it is looked at.
+    const u32 length = LengthWithin(b, a.Length());
+    const s32 order = OrderOfTexts(a.Data(), a.Length(), b, length);
+    return order == 0 && b[length] != '\0' ? -1 : order;
 }
 
 } // namespace Internal
@@ -194,6 +224,20 @@ bool CString::LessThan(const CString &other, ECaseSensitivity caseSensitivity) c
     return order < 0;
 }
 
+bool CString::LessThan(const char *other, ECaseSensitivity caseSensitivity) const
+{
+    if (m_Container == null || Internal::IsNullOrEmpty(other))
+        return m_Container == null && !Internal::IsNullOrEmpty(other);
+    const char *data = Data();
+    if (QV_INTERNAL_UNLIKELY(data == nullptr))
+        return LessWithoutCharacters(data, other);
+    // The buffer's terminator takes part, as far as this string goes.
+    const u32 length = Internal::LengthWithin(other, Length());
+    if (caseSensitivity == CaseSensitive)
+        return std::memcmp(data, other, static_cast<std::size_t>(length) + 1) < 0;
+    return OrderIgnoringCase(Bytes(data), Bytes(other), static_cast<u64>(length) + 1) < 0;
+}
+
 bool CString::operator<(const char *other) const
 {
     if (m_Container == null || other == nullptr)
@@ -237,14 +281,14 @@ bool operator<(const CString &a, const CStringView &b)
 {
     if (a.Data() == nullptr || b.Data() == nullptr)
         return a.Data() == nullptr && b.Data() != nullptr;
-    return OrderOfBytes(a.Data(), a.Length(), b.Data(), b.Length()) < 0;
+    return OrderOfTexts(a.Data(), a.Length(), b.Data(), b.Length()) < 0;
 }
 
 bool operator>(const CString &a, const CStringView &b)
 {
     if (a.Data() == nullptr || b.Data() == nullptr)
         return a.Data() != nullptr && b.Data() == nullptr;
-    return OrderOfBytes(a.Data(), a.Length(), b.Data(), b.Length()) > 0;
+    return OrderOfTexts(a.Data(), a.Length(), b.Data(), b.Length()) > 0;
 }
 
 } // namespace Quorvane

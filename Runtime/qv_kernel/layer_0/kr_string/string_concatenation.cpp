@@ -5,6 +5,7 @@
 // container the old one stays alive until the argument has been copied.
 #include "kr_string.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "character_scan.h"
@@ -18,11 +19,11 @@ namespace
 
 using Internal::SContainerEdits;
 
-// True when a terminator stands within the first `length` characters, so that the count goes beyond the text.
-// The text is not looked at beyond the count.
-bool EndsWithin(const char *str, u32 length)
+// True when the text has that many characters before its terminator. Nothing behind the terminator is looked at, nor
+// behind the count, nor behind the string's own room.
+bool HasAsMany(const CStringContainer *container, const char *str, u32 length)
 {
-    return Internal::Holds(str, length, '\0');
+    return !SContainerEdits::GoesBeyondRoom(container, str, length) && !Internal::HoldsTerminator(str, length);
 }
 
 // A new resizable container with the two texts in a row; null when memory is refused.
@@ -62,68 +63,82 @@ bool PrependFewWithinRoom(CStringContainer *container, const char *other, u32 le
         return false;
     const u32 oldLength = container->Length();
     SContainerEdits::ExtendBy(*container, length);
+    SContainerEdits::SetSearched(*container, 0);
     char *const data = container->Data();
     std::memmove(data + length, data, oldLength);
     Mem::Internal::CopyUpTo32(data, other, length);
     return true;
 }
 
-// What an insertion finds when the room for it has been made.
-struct SInsertion
-{
-    u32 m_OldLength;
-    u32 m_NewLength;
-    bool m_InRoom;       // the argument lies in the container's room: the length is set behind the copy
-    bool m_Aliased;      // it lies in the text itself, and followed it when that moved
-    const char *m_Other; // where it lies now
-};
+// The insertions return false, with the container as it was, when it cannot grow. What lies in the container's own room
+// is moved to its place before anything else is written there, be it the zeros behind the new end.
 
-// The insertions return false, with the container as it was, when it cannot grow.
-
-bool MakeRoom(CStringContainer &container, const char *other, u32 length, SInsertion &out)
+bool AppendFromRoom(CStringContainer &container, const char *other, u32 length)
 {
-    out.m_OldLength = container.Length();
-    out.m_NewLength = Internal::CheckedSum(out.m_OldLength, length);
-    out.m_InRoom = SContainerEdits::IsInRoom(container, other, length);
-    out.m_Aliased = out.m_InRoom && Internal::IsAliased(container.Data(), out.m_OldLength, other, length);
-    const sreg offset = out.m_Aliased ? other - container.Data() : 0;
-    if (!container.DynamicResize(out.m_NewLength))
+    const u32 newLength = Internal::CheckedSum(container.Length(), length);
+    if (!SContainerEdits::GrowAround(container, newLength, other))
         return false;
-    out.m_Other = out.m_Aliased ? container.Data() + offset : other;
-    if (!out.m_InRoom)
-        SContainerEdits::LengthenTo(container, out.m_NewLength);
+    Mem::Copy_Overlapped(container.Data() + container.Length(), other, length);
+    SContainerEdits::EndAt(container, newLength);
     return true;
 }
 
 bool AppendInPlace(CStringContainer &container, const char *other, u32 length)
 {
-    SInsertion insertion;
-    if (!MakeRoom(container, other, length, insertion))
+    if (SContainerEdits::IsInRoom(container, other, length))
+        return AppendFromRoom(container, other, length);
+    const u32 oldLength = container.Length();
+    const u32 newLength = Internal::CheckedSum(oldLength, length);
+    if (!container.DynamicResize(newLength))
         return false;
-    char *end = container.Data() + insertion.m_OldLength;
-    if (insertion.m_Aliased)
-        Mem::Copy_Overlapped(end, insertion.m_Other, length);
+    SContainerEdits::LengthenTo(container, newLength);
+    Mem::Copy(container.Data() + oldLength, other, length);
+    return true;
+}
+
+// Moves a text up, and to its front what has moved along with it.
+void MoveOwnTextToFront(char *data, u32 oldLength, const char *other, u32 length)
+{
+    Mem::Copy_Overlapped(data + length, data, oldLength);
+    Mem::Copy_Overlapped(data, other + length, length);
+}
+
+// The same of what does not end within the text: put behind the text first, since that might be moved on top of it.
+void MoveRoomToFront(char *data, u32 oldLength, const char *other, u32 length)
+{
+    Mem::Copy_Overlapped(data + oldLength, other, length);
+    std::rotate(data, data + oldLength, data + oldLength + length);
+}
+
+bool PrependFromRoom(CStringContainer &container, const char *other, u32 length)
+{
+    const u32 oldLength = container.Length();
+    const u32 newLength = Internal::CheckedSum(oldLength, length);
+    if (!SContainerEdits::GrowAround(container, newLength, other))
+        return false;
+    char *const data = container.Data();
+    const bool endsInText = static_cast<u64>(other - data) + length <= oldLength;
+    if (endsInText)
+        MoveOwnTextToFront(data, oldLength, other, length);
     else
-        Mem::Copy(end, insertion.m_Other, length);
-    if (insertion.m_InRoom)
-        SContainerEdits::EndAt(container, insertion.m_NewLength);
+        MoveRoomToFront(data, oldLength, other, length);
+    SContainerEdits::EndAt(container, newLength);
     return true;
 }
 
 bool PrependInPlace(CStringContainer &container, const char *other, u32 length)
 {
-    SInsertion insertion;
-    if (!MakeRoom(container, other, length, insertion))
+    SContainerEdits::SetSearched(container, 0);
+    if (SContainerEdits::IsInRoom(container, other, length))
+        return PrependFromRoom(container, other, length);
+    const u32 oldLength = container.Length();
+    const u32 newLength = Internal::CheckedSum(oldLength, length);
+    if (!container.DynamicResize(newLength))
         return false;
-    char *data = container.Data();
-    Mem::Copy_Overlapped(data + length, data, insertion.m_OldLength);
-    // An aliased argument has just moved with the characters.
-    if (insertion.m_Aliased)
-        Mem::Copy_Overlapped(data, insertion.m_Other + length, length);
-    else
-        Mem::Copy(data, insertion.m_Other, length);
-    if (insertion.m_InRoom)
-        SContainerEdits::EndAt(container, insertion.m_NewLength);
+    SContainerEdits::LengthenTo(container, newLength);
+    char *const data = container.Data();
+    Mem::Copy_Overlapped(data + length, data, oldLength);
+    Mem::Copy(data, other, length);
     return true;
 }
 
@@ -144,6 +159,8 @@ CString &CString::_Concatenate(const char *other, u32 length)
 
 QV_INTERNAL_NOINLINE CString &CString::_ConcatenateMany(const char *other, u32 length)
 {
+    if (QV_INTERNAL_UNLIKELY(SContainerEdits::GoesBeyondRoom(m_Container.Get(), other, length)))
+        return _AddCopyFromRoom(other, length, &CString::_ConcatenateMany);
     const bool uniqueAndResizable = _IsUniqueAndResizable();
     if (!uniqueAndResizable && Empty())
     {
@@ -171,9 +188,21 @@ QV_INTERNAL_NOINLINE CString &CString::_PrependMany(const char *other, u32 lengt
         *this = CString(other);
         return *this;
     }
+    if (QV_INTERNAL_UNLIKELY(SContainerEdits::GoesBeyondRoom(m_Container.Get(), other, length)))
+        return _AddCopyFromRoom(other, length, &CString::_PrependMany);
     QV_ASSERT(CStringContainer::SafeData(m_Container.Get()) != null);
     if (!uniqueAndResizable || !PrependInPlace(*m_Container, other, length))
         m_Container = NewJoined(other, length, Data(), Length());
+    return *this;
+}
+
+QV_INTERNAL_COLD CString &CString::_AddCopyFromRoom(const char *other, u32 length,
+                                                    CString &(CString::*add)(const char *, u32))
+{
+    const PStringContainer copy = SContainerEdits::CopyFromRoom(m_Container.Get(), other, length);
+    if (copy != null)
+        return (this->*add)(copy->Data(), length);
+    m_Container.Clear();
     return *this;
 }
 
@@ -198,7 +227,8 @@ CString &CString::Append(const char *other, u32 otherLength)
 {
     if (other == nullptr || otherLength == 0 || *other == '\0')
         return *this;
-    QV_INTERNAL_ASSERT_TEXT("otherLength <= SNativeStringUtils::Length(other)", !EndsWithin(other, otherLength));
+    QV_INTERNAL_ASSERT_TEXT("otherLength <= SNativeStringUtils::Length(other)",
+                            HasAsMany(m_Container.Get(), other, otherLength));
     return _Concatenate(other, otherLength);
 }
 
@@ -219,7 +249,9 @@ CString &CString::Prepend(const CStringView &other)
     if (_IsUniqueAndResizable() || !Empty())
         return _Prepend(other.Data(), other.Length());
     // A view need not be terminated: taken as it is, not up to a terminator.
-    *this = other.ToString();
+    const bool beyond = SContainerEdits::GoesBeyondRoom(m_Container.Get(), other.Data(), other.Length());
+    *this = beyond ? CString(SContainerEdits::CopyFromRoom(m_Container.Get(), other.Data(), other.Length()))
+                   : other.ToString();
     return *this;
 }
 
@@ -234,7 +266,8 @@ CString &CString::Prepend(const char *other, u32 otherLength)
 {
     if (other == nullptr || otherLength == 0 || *other == '\0')
         return *this;
-    QV_INTERNAL_ASSERT_TEXT("otherLength <= SNativeStringUtils::Length(other)", !EndsWithin(other, otherLength));
+    QV_INTERNAL_ASSERT_TEXT("otherLength <= SNativeStringUtils::Length(other)",
+                            HasAsMany(m_Container.Get(), other, otherLength));
     return _Prepend(other, otherLength);
 }
 
@@ -262,6 +295,15 @@ CString Joined(const CString &a, const CStringView &b)
                      : CString(NewJoined(a.Data(), a.Length(), b.Data(), b.Length()));
 }
 
+// With a view on the left, which a string would be made of that is empty by its first character, too.
+CString Joined(const CStringView &a, const CString &b)
+{
+    if (b.Empty())
+        return a.ToString();
+    const bool nothing = a.Empty() || a.Data() == nullptr || *a.Data() == '\0';
+    return CString(NewJoined(a.Data(), nothing ? 0 : a.Length(), b.Data(), b.Length()));
+}
+
 } // namespace
 
 CString operator+(const CString &a, const CString &b)
@@ -281,12 +323,12 @@ CString operator+(const CString &a, const char *b)
 
 CString operator+(const CStringView &a, const CString &b)
 {
-    return a.ToString() + b;
+    return Joined(a, b);
 }
 
 CString operator+(const char *a, const CString &b)
 {
-    return CString(a) + b;
+    return Joined(CStringView::FromNullTerminatedString(a), b);
 }
 
 CString operator+(CString &&a, const CString &b)

@@ -156,6 +156,10 @@ PStringContainer CStringContainer::NewResizable(const char *str, u32 len, u32 ca
         Mem::Internal::CopyDistinct(data, str, len);
     CStringContainer *container =
         new (block) CStringContainer(len | kResizableFlag, static_cast<u32>(bufferBytes), data);
+    static_assert(kSearchedOffset >= sizeof(CStringContainer) &&
+                      kSearchedOffset + sizeof(u32) <= Internal::kResizableObjectBytes,
+                  "it stands behind the fields, in the object's block");
+    container->_SetSearched(0);
     container->_AddFirstReference();
     return PStringContainer(container, Internal::SAdoptReference());
 }
@@ -189,7 +193,11 @@ void CStringContainer::_InternalSetLength(u32 newLength)
         return;
     // Up to the old terminator, which is zero already; of a longer text, to the end of its last block.
     if (newLength < oldLength)
+    {
         ZeroCharacters(data + newLength, oldLength - newLength);
+        if (SupportsDynamicResize())
+            _SetSearched(QVMin(_Searched(), newLength));
+    }
     else
         ZeroTail(data, newLength);
     m_Length = newLength | (m_Length & kFlagsMask);

@@ -30,6 +30,7 @@ CString &CString::Reverse()
     CStringContainer *container = m_Container.Get();
     if (CStringContainer::SafeLength(container) == 0)
         return *this;
+    container->_ForgetSearched();
     char *data = container->Data();
     QV_ASSERT(data != null);
     QV_INTERNAL_ASSERT_ALIGNED_16(data);

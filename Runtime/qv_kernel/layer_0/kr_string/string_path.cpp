@@ -1,7 +1,8 @@
 // Path joining: two pieces, or many, with exactly one slash at each seam.
 //
 // Two pieces are joined in the string's own container, when nobody shares it and it is of the resizable form, or in a
-// new one; many always in a new one. Only the seams are looked at for slashes, all of it for backslashes.
+// new one; many always in a new one. Only the seams are looked at for slashes, all of it for backslashes, where that may
+// be reported: of a text that joins are made to in place, only what the one before did not look at.
 #include "kr_string.h"
 
 #include "../kr_buffer/buffer_kernels.h"
@@ -19,13 +20,25 @@ using Internal::SContainerEdits;
 constexpr char kSlash = '/';
 constexpr char kBackSlash = '\\';
 
-// True when a backslash stands within the first `length` characters, and before any terminator there.
+// True when a backslash stands within the first `length` characters, and before any terminator there. Nothing behind
+// that terminator is looked at.
 bool _ContainsBackSlash(const char *str, u32 length)
 {
-    if (!Internal::Holds(str, length, kBackSlash))
-        return false;
-    const void *found = std::memchr(str, kBackSlash, length);
-    return !Internal::Holds(str, static_cast<u32>(static_cast<const char *>(found) - str), '\0');
+    if (length <= Internal::kShortScan && !Internal::HoldsTerminator(str, length))
+        return Internal::Holds(str, length, kBackSlash);
+    const u32 textLength = Internal::LengthWithin(str, length);
+    return textLength != 0 && std::memchr(str, kBackSlash, textLength) != nullptr;
+}
+
+// The place of the first backslash or terminator in a container's text, or its length. Requires: the resizable form, and
+// nobody else who holds it. Cost: linear in what was not looked at before.
+QV_BUFFER_INLINE inline u32 SearchFurther(CStringContainer &container)
+{
+    const u32 length = container.Length();
+    const u32 place =
+        Internal::FindInBlocks(container.Data(), SContainerEdits::Searched(container), length, kBackSlash);
+    SContainerEdits::SetSearched(container, place);
+    return place;
 }
 
 u32 LengthWithoutTrailingSlashes(const char *str, u32 length)
@@ -98,29 +111,28 @@ struct SPathPieces
     // Writes the slash and the right side behind the left one, which stands at `writeToBegin`. Returns the end.
     char *WriteBehindLeft(char *writeToBegin) const
     {
-        char *const writeTo = _WriteSlash(writeToBegin);
-        if (Mem::Overlaps(writeTo, m_RightLength, m_Right, m_RightLength))
-            Mem::Copy_Overlapped(writeTo, m_Right, m_RightLength);
-        else
-            Mem::Copy(writeTo, m_Right, m_RightLength);
-        return writeTo + m_RightLength;
+        // The slash may take the place of a character of the right side, which goes first.
+        char *const writeTo = _RightPlace(writeToBegin);
+        Mem::Copy_Overlapped(writeTo, m_Right, m_RightLength);
+        return _WriteSlash(writeTo);
     }
 
     // The same into memory where no piece lies.
     char *WriteApart(char *writeToBegin) const
     {
-        char *const writeTo = _WriteSlash(writeToBegin);
+        char *const writeTo = _RightPlace(writeToBegin);
         Mem::Internal::CopyDistinct(writeTo, m_Right, m_RightLength);
-        return writeTo + m_RightLength;
+        return _WriteSlash(writeTo);
     }
 
 private:
-    char *_WriteSlash(char *writeToBegin) const
+    char *_RightPlace(char *writeToBegin) const { return writeToBegin + m_LeftLength + (m_Slash ? 1 : 0); }
+
+    char *_WriteSlash(char *writeTo) const
     {
-        char *const writeTo = writeToBegin + m_LeftLength;
         if (m_Slash)
-            *writeTo = kSlash;
-        return writeTo + (m_Slash ? 1 : 0);
+            writeTo[-1] = kSlash;
+        return writeTo + m_RightLength;
     }
 };
 
@@ -163,25 +175,26 @@ PStringContainer NewJoinedPath(const char *a, const SPathPieces &pieces)
     return newContainer;
 }
 
-PStringContainer NewJoinedPath(const char *a, u32 aLen, const char *b, u32 bLen)
+PStringContainer NewJoinedPath(const CStringView &a, const CStringView &b)
 {
-    CheckLeftSide(a, aLen);
-    CheckRightSide(b, bLen);
-    return NewJoinedPath(a, SPathPieces(SPathEnd::Of(a, aLen), b, bLen));
+    CheckLeftSide(a.Data(), a.Length());
+    CheckRightSide(b.Data(), b.Length());
+    return NewJoinedPath(a.Data(), SPathPieces(SPathEnd::Of(a.Data(), a.Length()), b.Data(), b.Length()));
 }
 
 // The common case: a container's characters, and a few from anywhere, with no slash on either side of the seam and
 // nothing to report. Requires: 1 to kFew of them.
 QV_BUFFER_INLINE inline bool IsPlainSeam(const char *a, u32 aLen, const char *b, u32 bLen)
 {
-    return aLen != 0 && a[aLen - 1] != kSlash && b[0] != kSlash && !Internal::HoldsInBlocks(a, aLen, kBackSlash) &&
-           !Internal::Holds(b, bLen, kBackSlash);
+    return aLen != 0 && a[aLen - 1] != kSlash && b[0] != kSlash &&
+           (!QV_ASSERTS || !Internal::Holds(b, bLen, kBackSlash));
 }
 
-bool IsPlainJoin(const CStringContainer &container, const char *b, u32 bLen)
+bool IsPlainJoin(CStringContainer &container, const char *b, u32 bLen)
 {
     return SContainerEdits::MayGrow(container) && SContainerEdits::IsElsewhere(container, b, bLen) &&
-           IsPlainSeam(container.Data(), container.Length(), b, bLen);
+           IsPlainSeam(container.Data(), container.Length(), b, bLen) &&
+           (!QV_ASSERTS || SearchFurther(container) == container.Length());
 }
 
 // Returns false, with the container as it was, when it cannot grow.
@@ -196,15 +209,18 @@ bool JoinPlainly(CStringContainer &container, const char *b, u32 bLen)
 }
 
 // Any other join in place. Returns false, with the container as it was, when it cannot grow.
-bool JoinInPlace(CStringContainer &container, const SPathPieces &pieces)
+bool JoinInPlace(CStringContainer &container, SPathPieces pieces)
 {
     const u32 aLen = container.Length();
     const u32 newLen = pieces.Length();
     const bool inRoom = SContainerEdits::IsInRoom(container, pieces.m_Right, pieces.m_RightLength);
-    if (!container.DynamicResize(QVMax(aLen, newLen)))
+    const bool grown = inRoom ? SContainerEdits::GrowAround(container, QVMax(aLen, newLen), pieces.m_Right)
+                              : container.DynamicResize(QVMax(aLen, newLen));
+    if (!grown)
         return false;
     char *writeToBegin = container.Data();
     QV_INTERNAL_ASSERT_TEXT("writeTo != null", writeToBegin != nullptr);
+    SContainerEdits::KeepSearched(container, pieces.m_LeftLength);
     if (newLen > aLen && !inRoom)
         SContainerEdits::LengthenTo(container, newLen);
     const char *writeTo = pieces.WriteBehindLeft(writeToBegin);
@@ -215,6 +231,16 @@ bool JoinInPlace(CStringContainer &container, const SPathPieces &pieces)
 }
 
 } // namespace
+
+// The same question as that about any other text, without a look at what was looked at before.
+bool CString::_HoldsBackSlash() const
+{
+    const char *data = Data();
+    if (data == nullptr || !_IsUniqueAndResizable())
+        return data != nullptr && _ContainsBackSlash(data, Length());
+    const u32 place = SearchFurther(*m_Container);
+    return place != Length() && data[place] == kBackSlash;
+}
 
 CString &CString::_ConcatenatePath(const char *b, u32 bLen)
 {
@@ -228,7 +254,10 @@ QV_INTERNAL_NOINLINE CString &CString::_ConcatenatePathAnyhow(const char *b, u32
 {
     const char *a = Data();
     const u32 aLen = Length();
-    CheckLeftSide(a, aLen);
+    if (QV_INTERNAL_UNLIKELY(SContainerEdits::GoesBeyondRoom(m_Container.Get(), b, bLen)))
+        return _ConcatenatePathFromRoom(b, bLen);
+    QV_ASSERT(aLen == 0 || a != null);
+    QV_INTERNAL_ASSERT_TEXT("aLen == 0 || !_ContainsBackSlash(a, length)", aLen == 0 || !_HoldsBackSlash());
     CheckRightSide(b, bLen);
     const SPathPieces pieces(SPathEnd::Of(a, aLen), b, bLen);
     const bool inPlace = mayGrow && _IsUniqueAndResizable() &&
@@ -244,29 +273,41 @@ QV_INTERNAL_NOINLINE CString &CString::_ConcatenatePathAnyhow(const char *b, u32
     return *this;
 }
 
+QV_INTERNAL_COLD CString &CString::_ConcatenatePathFromRoom(const char *b, u32 bLen)
+{
+    PStringContainer newContainer = SContainerEdits::CopyFromRoom(m_Container.Get(), b, bLen);
+    return QV_VERIFY(newContainer != null) ? *this : _ConcatenatePathAnyhow(newContainer->Data(), bLen, true);
+}
+
 CString &CString::AppendSlashAnd(const CString &other)
 {
-    return other.Empty() ? _ConcatenatePath("", 0) : AppendSlashAnd(other.Data(), other.Length());
+    return other.Empty() || other.Length() == 0 ? _ConcatenatePath("", 0)
+                                                : _ConcatenatePath(other.Data(), other.Length());
 }
 
 CString &CString::AppendSlashAnd(const CStringView &other)
 {
-    return AppendSlashAnd(other.Data(), other.Length());
+    return other.Empty() || other.Data() == nullptr ? _ConcatenatePath("", 0)
+                                                    : _ConcatenatePath(other.Data(), other.Length());
 }
 
 CString &CString::AppendSlashAnd(const char *other)
 {
-    return AppendSlashAnd(other, SNativeStringUtils::Length(other));
+    return AppendSlashAnd(CStringView::FromNullTerminatedString(other));
 }
 
 CString &CString::AppendSlashAnd(const char *other, u32 length)
 {
-    return other != nullptr && length != 0 ? _ConcatenatePath(other, length) : _ConcatenatePath("", 0);
+    if (other == nullptr || length == 0)
+        return _ConcatenatePath("", 0);
+    // The short way looks at all of a few characters at once. It is for those that are there.
+    const bool mayBeShort = QV_ASSERTS && length <= SContainerEdits::kFew && Internal::HoldsTerminator(other, length);
+    return mayBeShort ? _ConcatenatePathAnyhow(other, length, true) : _ConcatenatePath(other, length);
 }
 
 CString &CString::AppendSlash()
 {
-    return Empty() || Last() == kSlash ? *this : Append("/", 1);
+    return Empty() || Last() == kSlash ? *this : _Concatenate("/", 1);
 }
 
 CString CString::SlashAppended() const
@@ -282,58 +323,75 @@ CString CString::SlashAppended() const
 namespace
 {
 
-// A string or a view of nothing joins as the empty text does, which stays what it is when memory is refused.
-QV_INTERNAL_NOINLINE CString JoinedPathAnyhow(const CString &a, CStringView b)
+// A view of nothing has no characters, whatever its length says.
+CStringView WithoutNothing(CStringView view)
 {
-    const bool nothing = b.Empty() || b.Data() == nullptr;
-    PStringContainer newContainer =
-        NewJoinedPath(a.Data(), a.Length(), nothing ? "" : b.Data(), nothing ? 0 : b.Length());
-    return newContainer != null ? CString(std::move(newContainer)) : a;
+    return view.Data() != nullptr ? view : CStringView();
 }
 
-CString JoinedPath(const CString &a, CStringView b)
+CStringView ViewOf(const CString &string)
+{
+    return string.Empty() ? CStringView() : CStringView(string);
+}
+
+// Out of line, so that the common case needs no frame for the others.
+QV_INTERNAL_NOINLINE PStringContainer JoinedPathAnyhow(CStringView a, CStringView b)
+{
+    return NewJoinedPath(a, b);
+}
+
+// The joined path; null, after a report, when memory is refused.
+PStringContainer JoinedPath(const CString &a, CStringView b)
 {
     const u32 aLen = a.Length();
     const u32 bLen = b.Length();
     const bool isPlain = bLen - 1 < SContainerEdits::kFew && aLen <= Mem::Internal::kShortCopyBytes &&
-                         IsPlainSeam(a.Data(), aLen, b.Data(), bLen);
+                         IsPlainSeam(a.Data(), aLen, b.Data(), bLen) &&
+                         (!QV_ASSERTS || !Internal::HoldsInBlocks(a.Data(), aLen, kBackSlash));
     if (!QV_INTERNAL_LIKELY(isPlain))
-        return JoinedPathAnyhow(a, b);
+        return JoinedPathAnyhow(CStringView(a), b);
     PStringContainer newContainer = CStringContainer::NewResizable(null, aLen + 1 + bLen, 0);
     if (QV_VERIFY(newContainer != null))
-        return a;
+        return newContainer;
     char *const writeTo = newContainer->Data();
     Mem::Internal::CopyShort(writeTo, a.Data(), aLen);
     writeTo[aLen] = kSlash;
     Mem::Internal::CopyUpTo32(writeTo + aLen + 1, b.Data(), bLen);
-    return CString(std::move(newContainer));
+    return newContainer;
+}
+
+// The string on the left stays what it is when memory is refused.
+CString JoinedOrLeft(const CString &a, CStringView b)
+{
+    PStringContainer joined = JoinedPath(a, b);
+    return joined != null ? CString(std::move(joined)) : a;
 }
 
 } // namespace
 
 CString operator/(const CString &a, const CString &b)
 {
-    return JoinedPath(a, b.Empty() ? CStringView() : CStringView(b));
+    return JoinedOrLeft(a, ViewOf(b));
 }
 
 CString operator/(const CString &a, const CStringView &b)
 {
-    return JoinedPath(a, b);
+    return JoinedOrLeft(a, WithoutNothing(b));
 }
 
 CString operator/(const CString &a, const char *b)
 {
-    return JoinedPath(a, CStringView::FromNullTerminatedString(b));
+    return JoinedOrLeft(a, CStringView::FromNullTerminatedString(b));
 }
 
 CString operator/(const CStringView &a, const CString &b)
 {
-    return a.ToString() / b;
+    return CString(JoinedPathAnyhow(WithoutNothing(a), ViewOf(b)));
 }
 
 CString operator/(const char *a, const CString &b)
 {
-    return CString(a) / b;
+    return CString(JoinedPathAnyhow(CStringView::FromNullTerminatedString(a), ViewOf(b)));
 }
 
 CString operator/(CString &&a, const CString &b)
@@ -356,21 +414,17 @@ CString operator/(CString &&a, const char *b)
 namespace
 {
 
-// A view of nothing has no characters, whatever its length says.
-u32 LengthOf(const CStringView &piece)
-{
-    return piece.Data() != nullptr ? piece.Length() : 0;
-}
-
 // Calls `use(join)` for each piece behind the first, without what the next one cuts off. Returns the path's length.
 template <typename Use>
 u32 WalkPath(const TMemoryView<const CStringView> &pieces, const Use &use)
 {
-    SPathEnd end = SPathEnd::Of(pieces[0].Data(), LengthOf(pieces[0]));
-    u32 length = LengthOf(pieces[0]);
+    const CStringView first = WithoutNothing(pieces[0]);
+    SPathEnd end = SPathEnd::Of(first.Data(), first.Length());
+    u32 length = first.Length();
     for (u32 i = 1; i < pieces.Count(); ++i)
     {
-        SPathPieces join(end, pieces[i].Data(), LengthOf(pieces[i]));
+        const CStringView piece = WithoutNothing(pieces[i]);
+        SPathPieces join(end, piece.Data(), piece.Length());
         if (i + 1 != pieces.Count())
             end = join.TrimEnd();
         use(join);
@@ -381,15 +435,15 @@ u32 WalkPath(const TMemoryView<const CStringView> &pieces, const Use &use)
 
 QV_INTERNAL_NOINLINE CString JoinPathAnyhow(const TMemoryView<const CStringView> &pieces)
 {
-    const CStringView &first = pieces[0];
+    const CStringView first = WithoutNothing(pieces[0]);
     CheckLeftSide(first.Data(), first.Length());
     for (u32 i = 1; i < pieces.Count(); ++i)
-        CheckRightSide(pieces[i].Data(), pieces[i].Length());
+        CheckRightSide(pieces[i].Data(), WithoutNothing(pieces[i]).Length());
     PStringContainer path = NewPath(WalkPath(pieces, [](const SPathPieces &) {}));
     if (path == null)
         return CString();
     // One piece alone stays as it is.
-    const u32 kept = pieces.Count() > 1 ? SPathEnd::Of(first.Data(), LengthOf(first)).m_Kept : path->Length();
+    const u32 kept = pieces.Count() > 1 ? SPathEnd::Of(first.Data(), first.Length()).m_Kept : path->Length();
     char *const writeToBegin = path->Data();
     char *writeTo = writeToBegin + kept;
     Mem::Internal::CopyDistinct(writeToBegin, first.Data(), kept);
@@ -409,7 +463,7 @@ u32 PlainLength(const TMemoryView<const CStringView> &pieces)
         const u32 pieceLength = piece.Length();
         const bool isPlain = data != nullptr && pieceLength - 1 < Mem::Internal::kShortCopyBytes &&
                              data[pieceLength - 1] != kSlash && (data[0] != kSlash || length == 0) &&
-                             !Internal::Holds(data, pieceLength, kBackSlash);
+                             (!QV_ASSERTS || !Internal::Holds(data, pieceLength, kBackSlash));
         if (!isPlain)
             return 0;
         length += pieceLength + 1;

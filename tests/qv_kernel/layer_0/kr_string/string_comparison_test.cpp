@@ -509,6 +509,70 @@ TEST(StringComparison, NoComparisonAllocates)
     EXPECT_EQ(allocator.RequestCount(), requests);
 }
 
+TEST(StringComparison, EveryPairOfViewsAndBuffersOrdersByBytes)
+{
+    CTestAllocator allocator;
+    const std::vector<std::string> texts = EveryText(std::string("a\0\x80", 3), 4);
+    const u64 requests = allocator.RequestCount();
+    for (const std::string &a : texts)
+        for (const std::string &b : texts)
+        {
+            const CStringView viewB = ViewOf(b);
+            EXPECT_EQ(OrderOf(ViewOf(a), viewB), OrderOf(a, b));
+            // A buffer ends at its terminator.
+            EXPECT_EQ(OrderOf(ViewOf(a), b.c_str()), OrderOf(a, std::string(b.c_str())));
+            EXPECT_EQ(OrderOf(a.c_str(), viewB), OrderOf(std::string(a.c_str()), b));
+        }
+    EXPECT_EQ(allocator.RequestCount(), requests);
+}
+
+TEST(StringComparison, AViewLooksAtABufferNoFurtherThanOneCharacterBeyondItsOwn)
+{
+    // Nothing to stop at: the buffer's terminator is far away, and unreadable.
+    const CTextAtPageEnd atEnd("abcd");
+    EXPECT_TRUE(CStringView("abc", 3) < atEnd.Data());
+    EXPECT_TRUE(atEnd.Data() > CStringView("abc", 3));
+    EXPECT_FALSE(CStringView("abc", 3) >= atEnd.Data());
+}
+
+TEST(StringComparison, ANullViewOrdersWithANullBufferBeforeEveryOtherText)
+{
+    const char *const none = nullptr;
+    for (const CStringView &null : {CStringView(), CStringView(nullptr, 5)})
+    {
+        EXPECT_EQ(OrderOf(null, none), OrderOf(0, 0));
+        EXPECT_EQ(OrderOf(none, null), OrderOf(0, 0));
+        EXPECT_EQ(OrderOf(null, CStringView()), OrderOf(0, 0));
+        EXPECT_EQ(OrderOf(null, ""), OrderOf(0, 1));
+        EXPECT_EQ(OrderOf("", null), OrderOf(1, 0));
+        EXPECT_EQ(OrderOf(null, CStringView("", 0)), OrderOf(0, 1));
+        EXPECT_EQ(OrderOf(CStringView("", 0), none), OrderOf(1, 0));
+    }
+}
+
+TEST(StringComparison, LessThanABufferIsLessThanAStringOfIt)
+{
+    const std::vector<std::string> texts = EveryText(std::string("aB\0\x80", 4), 3);
+    for (const std::string &text : texts)
+        for (const std::string &other : texts)
+            for (const ECaseSensitivity sensitivity : kSensitivities)
+            {
+                const CString string = Resizable(text);
+                EXPECT_EQ(string.LessThan(other.c_str(), sensitivity),
+                          string.LessThan(CString(other.c_str()), sensitivity));
+                EXPECT_EQ(CString().LessThan(other.c_str(), sensitivity),
+                          CString().LessThan(CString(other.c_str()), sensitivity));
+            }
+    const char *const none = nullptr;
+    EXPECT_FALSE(CString().LessThan(none));
+    EXPECT_FALSE(CString("a").LessThan(none));
+    CTestAllocator allocator;
+    const CString string("b");
+    const u64 requests = allocator.RequestCount();
+    EXPECT_TRUE(string.LessThan("c") && !string.LessThan("B", CaseInsensitive));
+    EXPECT_EQ(allocator.RequestCount(), requests);
+}
+
 TEST(StringComparison, NoComparisonTouchesTheStrings)
 {
     const CString string("abc");

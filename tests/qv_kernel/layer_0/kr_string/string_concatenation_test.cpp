@@ -5,9 +5,12 @@
 #include <algorithm>
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "edge_allocators.h"
 #include "every_text.h"
+#include "guarded_text.h"
 #include "kr_string.h"
 #include "odd_allocators.h"
 #include "refusal_sweep.h"
@@ -830,6 +833,384 @@ TEST(StringAppend, RefusedGrowthAndARefusedNewContainerLeaveItEmpty)
         EXPECT_EQ(string.Data(), nullptr);
         EXPECT_EQ(allocator.LiveBlocks(), 0u);
     }
+}
+
+// ---- Arguments in the string's own room ----------------------------------------------------------------------------
+
+// Every byte of a room, and what an argument is that begins there: what the room has not counts as terminators.
+class COwnRoom
+{
+public:
+    COwnRoom(const std::string &text, u32 capacity, EStorage storage, bool shared)
+        : m_String(storage == Storage_Fixed ? Fixed(text) : Resizable(text, capacity))
+    {
+        if (shared)
+            m_Other = m_String;
+        CStringContainer &container = *ContainerOf(m_String);
+        // What lies behind the block of the terminator is anybody's.
+        for (u32 i = container.Length() / 16 * 16 + 16; i < CapacityOf(container); ++i)
+            container.Data()[i] = static_cast<char>('A' + i % 26);
+        m_Room.assign(container.Data(), CapacityOf(container));
+    }
+
+    u32 Bytes() const { return LengthOf(m_Room); }
+    std::string Argument(u32 offset, u32 count) const
+    {
+        std::string argument = m_Room.substr(offset, count);
+        argument.resize(count);
+        return argument;
+    }
+
+    CString m_String;
+    CString m_Other;
+
+private:
+    std::string m_Room;
+};
+
+std::string ModelOf(EVerb verb, const std::string &text, const std::string &piece)
+{
+    return verb == Verb_Append    ? ModelAppend(text, piece)
+           : verb == Verb_Prepend ? ModelPrepend(text, piece)
+                                  : ModelJoinPath(text, piece);
+}
+
+struct SOwnCase
+{
+    EVerb m_Verb;
+    EForm m_Form;
+    EStorage m_Storage;
+    bool m_Shared;
+    bool m_GrowthRefused;
+};
+
+void CheckOwnRoom(const SOwnCase &own, const std::string &text, u32 capacity, u32 offset, u32 count,
+                  CTestAllocator &allocator, CAssertRecorder &recorder)
+{
+    COwnRoom room(text, capacity, own.m_Storage, own.m_Shared);
+    const std::string argument = room.Argument(offset, count);
+    // Nothing to add, or the one way in which a count is not heeded.
+    const bool counted = own.m_Form == Form_Counted;
+    const bool inPlace = own.m_Storage != Storage_Fixed && !own.m_Shared;
+    const bool ignored = counted && own.m_Verb != Verb_Join && argument[0] == '\0';
+    if (counted && own.m_Verb == Verb_Prepend && text.empty() && !inPlace)
+        return;
+    const CString other = room.m_Other;
+    recorder.Clear();
+    allocator.RefuseNth(own.m_GrowthRefused ? 1 : 0);
+    RunForm(own.m_Verb, own.m_Form, room.m_String, room.m_String.Data() + offset, count, CString());
+    allocator.RefuseNth(0);
+    // The first request may have been one that an edit cannot do without.
+    if (own.m_GrowthRefused && TextOf(room.m_String) == (own.m_Verb == Verb_Join ? text : std::string()))
+        return;
+    EXPECT_EQ(TextOf(room.m_String), ignored ? text : ModelOf(own.m_Verb, text, argument));
+    if (ContainerOf(room.m_String) != nullptr)
+        ExpectWellFormed(*ContainerOf(room.m_String));
+    EXPECT_EQ(TextOf(other), own.m_Shared ? text : "");
+    EXPECT_EQ(recorder.CountOf("!Mem::Overlaps(dst, byteCount, src, byteCount)"), 0u);
+    EXPECT_EQ(recorder.CountOf("otherLength <= SNativeStringUtils::Length(other)"),
+              IfAsserting(counted && own.m_Verb != Verb_Join && !ignored && argument.find('\0') < count ? 1 : 0));
+}
+
+void CheckOwnRooms(const SOwnCase &own, const std::string &text, u32 capacity, CAssertRecorder &recorder)
+{
+    CTestAllocator allocator;
+    const u32 bytes = COwnRoom(text, capacity, own.m_Storage, false).Bytes();
+    for (u32 offset = 0; offset < bytes; ++offset)
+        for (u32 count = 1; count <= bytes - offset + 3; ++count)
+        {
+            CheckOwnRoom(own, text, capacity, offset, count, allocator, recorder);
+            ASSERT_FALSE(::testing::Test::HasFailure())
+                << kVerbNames[own.m_Verb] << ' ' << kFormNames[own.m_Form] << " to \"" << text << "\", "
+                << kStorageNames[own.m_Storage] << (own.m_Shared ? ", shared" : "")
+                << (own.m_GrowthRefused ? ", growth refused" : "") << ", " << bytes << " bytes: " << count << " from "
+                << offset;
+        }
+}
+
+TEST_P(StringConcatenationExhaustive, EveryArgumentInTheStringsOwnRoom)
+{
+    CAssertRecorder recorder;
+    for (const u32 capacity : {1u, 31u})
+        for (const u32 length : {0u, 1u, 3u, 14u, 15u, 16u, 17u, 30u, 31u})
+            for (const std::string &end : {std::string(), std::string("/")})
+                for (const EForm form : {Form_Counted, Form_View})
+                    for (const EStorage storage : {Storage_Fixed, Storage_Tight})
+                        for (const bool shared : {false, true})
+                            for (const bool refused : {false, true})
+                            {
+                                const u32 room = capacity < 16 ? 16u : 32u;
+                                if (length >= room || (length == 0 && (storage == Storage_Fixed || !end.empty())))
+                                    continue;
+                                if (length + 6 < capacity && kSlow)
+                                    continue;
+                                const std::string text = kLetters.substr(0, 16) + kLetters.substr(0, 16);
+                                const SOwnCase own = {GetParam(), form, storage, shared, refused};
+                                CheckOwnRooms(own, text.substr(0, length - LengthOf(end)) + end, capacity, recorder);
+                                if (HasFatalFailure())
+                                    return;
+                            }
+}
+
+TEST(StringAppend, OfATerminatorsPlaceIsCarriedOverWhenTheBlockMoves)
+{
+    CTestAllocator allocator;
+    const std::string text = (kLetters + kLetters).substr(0, 31);
+    CString appended = Resizable(text, 31);
+    appended.Append(CStringView(appended.Data() + 31, 1));
+    EXPECT_EQ(TextOf(appended), text + std::string(1, '\0'));
+    CString prepended = Resizable(text, 31);
+    prepended.Prepend(CStringView(prepended.Data() + 31, 1));
+    EXPECT_EQ(TextOf(prepended), std::string(1, '\0') + text);
+    CString joined = Resizable(text, 31);
+    joined.AppendSlashAnd(joined.Data() + 30, 2);
+    EXPECT_EQ(TextOf(joined), text + "/" + text[30] + std::string(1, '\0'));
+}
+
+TEST(StringPrepend, OfOwnCharactersAndWhatFollowsThemStaysWithinTheRoom)
+{
+    CAssertRecorder recorder;
+    CPageEndAllocator allocator;
+    CString string = Resizable("abc", 63);
+    std::memset(string.RawDataForWriting() + 16, 'x', 48);
+    string.Prepend(string.Data() + 1, 40);
+    EXPECT_EQ(TextOf(string), "bc" + std::string(13, '\0') + std::string(25, 'x') + "abc");
+    ExpectReports(recorder, {"otherLength <= SNativeStringUtils::Length(other)"});
+}
+
+TEST(StringAppend, OwnCharactersAreCarriedOverByEveryOperator)
+{
+    CTestAllocator allocator;
+    const std::string text(31, 'a');
+    const std::string ended = text + std::string(1, '\0');
+    const auto last = [](const CString &string) { return CStringView(string.Data() + 31, 1); };
+    CString sum = Resizable(text, 31);
+    sum += last(sum);
+    EXPECT_EQ(TextOf(sum), ended);
+    CString path = Resizable(text, 31);
+    path /= last(path);
+    EXPECT_EQ(TextOf(path), text + '/' + std::string(1, '\0'));
+    CString left = Resizable(text, 31);
+    const CStringView ofLeft = last(left);
+    EXPECT_EQ(TextOf(std::move(left) + ofLeft), ended);
+    left = Resizable(text, 31);
+    const CStringView again = last(left);
+    EXPECT_EQ(TextOf(std::move(left) / again), text + '/' + std::string(1, '\0'));
+}
+
+// ---- Counted text at the end of memory -----------------------------------------------------------------------------
+
+const u32 kHugeCounts[] = {0x3FFFFFFFu, 0x7FFFFFFFu, 0xFFFFFFFFu};
+const char *const kCountCheck = "otherLength <= SNativeStringUtils::Length(other)";
+
+// The text with its terminator is all there is.
+TEST(StringCounted, PrependToAnEmptyStringReadsNothingBehindTheTerminator)
+{
+    for (const char *const text : {"a", "ab", "0123456789abcdef0123456789abcdef0"})
+        for (u32 count = 1; count <= 133; ++count)
+        {
+            SCOPED_TRACE(::testing::Message() << text << ", " << count);
+            const CGuardedText guarded(text);
+            CAssertRecorder recorder;
+            CString string;
+            const u32 given = count <= 130 ? count : kHugeCounts[count - 131];
+            ExpectText(string.Prepend(guarded.Get(), given), text);
+            if (given > std::strlen(text))
+                ExpectReports(recorder, {kCountCheck});
+            else
+                ExpectReports(recorder, {});
+        }
+}
+
+// The terminator is the last of the characters that are taken.
+TEST(StringCounted, OneCharacterMoreThanTheTextIsTakenWithNothingBehindIt)
+{
+    for (u32 count = 2; count <= 130; ++count)
+        for (const u32 room : {0u, 300u})
+        {
+            SCOPED_TRACE(::testing::Message() << count << ", room " << room);
+            const std::string text(count - 1, 'x');
+            const std::string taken(text.c_str(), count);
+            const CGuardedText guarded(text);
+            CAssertRecorder recorder;
+            CString appended = Resizable("ab", room);
+            EXPECT_EQ(TextOf(appended.Append(guarded.Get(), count)), "ab" + taken);
+            CString prepended = Resizable("ab", room);
+            EXPECT_EQ(TextOf(prepended.Prepend(guarded.Get(), count)), taken + "ab");
+            ExpectReports(recorder, {kCountCheck, kCountCheck});
+            CString joined = Resizable("ab", room);
+            EXPECT_EQ(TextOf(joined.AppendSlashAnd(guarded.Get(), count)), "ab/" + taken);
+            EXPECT_EQ(TextOf(CString(guarded.Get(), count)), taken);
+            EXPECT_EQ(TextOf(*CStringContainer::New(guarded.Get(), count)), taken);
+            EXPECT_EQ(TextOf(*CStringContainer::NewResizable(guarded.Get(), count, 0)), taken);
+            EXPECT_EQ(recorder.Count(), IfAsserting(2));
+        }
+}
+
+// Refused memory: nothing is taken, so nothing behind the terminator may be looked at either.
+TEST(StringCounted, RefusedReadsNothingBehindTheTerminator)
+{
+    for (const char *const text : {"x", "xy", "x\\", "0123456789abcdefghi"})
+        for (u32 count = 1; count <= 133; ++count)
+        {
+            SCOPED_TRACE(::testing::Message() << text << ", " << count);
+            const u32 given = count <= 130 ? count : kHugeCounts[count - 131];
+            const CGuardedText guarded(text);
+            CAssertRecorder recorder;
+            CString appended = Resizable("ab", 2);
+            CString prepended = Resizable("ab", 2);
+            CString joined = Resizable("ab", 2);
+            CString shared = joined;
+            {
+                const CChoosyAllocator allocator([](u64, u64) { return true; });
+                if (given > 40)
+                {
+                    EXPECT_EQ(appended.Append(guarded.Get(), given).Data(), nullptr);
+                    EXPECT_EQ(prepended.Prepend(guarded.Get(), given).Data(), nullptr);
+                    ExpectText(joined.AppendSlashAnd(guarded.Get(), given), "ab");
+                }
+                ExpectText(shared.AppendSlashAnd(guarded.Get(), given), "ab");
+                EXPECT_EQ(CString::Extract(guarded.Get(), 0, given).Data(), nullptr);
+                EXPECT_EQ(CString(guarded.Get(), given).Data(), nullptr);
+            }
+        }
+}
+
+TEST(StringCounted, AHugeCountIsRefusedMemory)
+{
+    for (const u32 count : kHugeCounts)
+    {
+        SCOPED_TRACE(count);
+        const CGuardedText guarded("x");
+        CAssertRecorder recorder;
+        CString joined("ab");
+        ExpectText(joined.AppendSlashAnd(guarded.Get(), count), "ab");
+        CString inPlace = Resizable("ab", 100);
+        ExpectText(inPlace.AppendSlashAnd(guarded.Get(), count), "ab");
+        EXPECT_EQ(recorder.CountOf("newContainer != null"), IfAsserting(2));
+        EXPECT_EQ(CString("ab").Append(guarded.Get(), count).Data(), nullptr);
+        EXPECT_EQ(CString("ab").Prepend(guarded.Get(), count).Data(), nullptr);
+        EXPECT_EQ(CString::Extract(guarded.Get(), 0, count).Data(), nullptr);
+    }
+}
+
+TEST(StringCounted, BoundedEscapesReadNothingBehindTheTerminator)
+{
+    const std::string text = "a\nb\\";
+    const CGuardedText guarded(text);
+    std::vector<char> escaped(300);
+    std::vector<char> unescaped(300);
+    for (u32 count = 4; count <= 133; ++count)
+    {
+        const u32 given = count <= 130 ? count : kHugeCounts[count - 131];
+        EXPECT_EQ(SNativeStringUtils::Escape(guarded.Get(), escaped.data(), given), 6u);
+        EXPECT_STREQ(escaped.data(), "a\\nb\\\\");
+        EXPECT_EQ(SNativeStringUtils::Unescape(guarded.Get(), unescaped.data(), given), 4u);
+        EXPECT_STREQ(unescaped.data(), text.c_str());
+    }
+}
+
+// ---- The operators -------------------------------------------------------------------------------------------------
+
+TEST(StringOperators, AViewOfNullThatClaimsALengthIsNothing)
+{
+    CAssertRecorder recorder;
+    const CStringView null5(nullptr, 5);
+    const CString text("ab");
+    ExpectText(text + null5, "ab");
+    ExpectText(null5 + text, "ab");
+    ExpectText(text / null5, "ab");
+    ExpectText(null5 / text, "ab");
+    ExpectText(CString() / null5, "");
+    ExpectText(null5 / CString(), "");
+    ExpectText(CString("ab/") / null5, "ab");
+    ExpectText(CString("ab") + null5, "ab");
+    CString edited("ab/");
+    ExpectText(edited /= null5, "ab");
+    ExpectText(edited += null5, "ab");
+    EXPECT_TRUE(null5 < text && null5 < "" && null5 <= CStringView() && null5 >= null5 && !(null5 > text));
+    ExpectReports(recorder, {});
+}
+
+struct SOperands
+{
+    CString m_String;
+    CString m_Result;
+};
+
+// Whole, the left side, or nothing.
+void CheckRefusedOperator(void (*apply)(SOperands &), const char *left, const char *whole, bool isPath)
+{
+    SweepRefusals(
+        [] {
+            return SOperands{CString("file"), CString("before")};
+        },
+        apply,
+        [&](const SOperands &operands, const SRefusal &refusal, const CAssertRecorder &recorder)
+        {
+            const std::string text = TextOf(operands.m_Result);
+            EXPECT_TRUE(refusal.m_Refused ? text.empty() || text == left : text == whole) << text;
+            ExpectText(operands.m_String, "file");
+            if (isPath && refusal.m_Refused)
+                ExpectReports(recorder, {"newContainer != null"});
+            else
+                ExpectReports(recorder, {});
+        });
+}
+
+TEST(StringOperators, RefusedIsTheLeftSideAloneOrNothing)
+{
+    CheckRefusedOperator([](SOperands &o) { o.m_Result = "/rooted/dir" + o.m_String; }, "/rooted/dir",
+                         "/rooted/dirfile", false);
+    CheckRefusedOperator([](SOperands &o) { o.m_Result = "/rooted/dir" / o.m_String; }, "/rooted/dir",
+                         "/rooted/dir/file", true);
+    CheckRefusedOperator([](SOperands &o) { o.m_Result = CStringView("/rooted", 5) + o.m_String; }, "/root",
+                         "/rootfile", false);
+    CheckRefusedOperator([](SOperands &o) { o.m_Result = CStringView("/rooted", 5) / o.m_String; }, "/root",
+                         "/root/file", true);
+    CheckRefusedOperator([](SOperands &o) { o.m_Result = o.m_String + "a"; }, "file", "filea", false);
+    CheckRefusedOperator([](SOperands &o) { o.m_Result = o.m_String / "a"; }, "file", "file/a", true);
+}
+
+TEST(StringOperators, TwoAllocationsSufficeWhateverIsOnTheLeft)
+{
+    CTestAllocator allocator;
+    const CString string("file");
+    const CStringView view("/rooted", 5);
+    const auto requests = [&](const CString &)
+    {
+        const u64 count = allocator.RequestCount();
+        allocator.RefuseNth(0);
+        return count;
+    };
+    requests(CString());
+    EXPECT_EQ(requests("dir" + string), 2u);
+    EXPECT_EQ(requests("dir" / string), 2u);
+    EXPECT_EQ(requests(view + string), 2u);
+    EXPECT_EQ(requests(view / string), 2u);
+    EXPECT_EQ(requests(string + "dir"), 2u);
+    EXPECT_EQ(requests(string / "dir"), 2u);
+}
+
+// What a string made of the left side would give.
+TEST(StringOperators, AViewOnTheLeftIsWhatAStringOfItWouldBe)
+{
+    CAssertRecorder recorder;
+    const std::vector<std::string> texts = EveryText(std::string("a/\0", 3), 3);
+    for (const std::string &left : texts)
+        for (const std::string &right : texts)
+        {
+            const CString string = Resizable(right);
+            CString sum = ViewOf(left).ToString();
+            sum.Append(string);
+            EXPECT_EQ(TextOf(ViewOf(left) + string), TextOf(sum));
+            CString path = ViewOf(left).ToString();
+            path.AppendSlashAnd(string);
+            EXPECT_EQ(TextOf(ViewOf(left) / string), TextOf(path));
+            EXPECT_EQ(TextOf(left.c_str() + string), TextOf(CString(left.c_str()).Append(string)));
+            EXPECT_EQ(TextOf(left.c_str() / string), TextOf(CString(left.c_str()).AppendSlashAnd(string)));
+        }
+    ExpectReports(recorder, {});
 }
 
 // ---- The longest texts -------------------------------------------------------------------------------------------------

@@ -4,7 +4,11 @@
 
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
+
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include "every_text.h"
 #include "kr_string.h"
@@ -458,12 +462,13 @@ TEST(JoinPath, BackslashesAreReportedAndKept)
                   {"aLen == 0 || !_ContainsBackSlash(a, length)", "bLen == 0 || !_ContainsBackSlash(b, length)"});
 }
 
-TEST(JoinPath, AViewOfNullThatClaimsALengthIsReportedAndEmpty)
+TEST(JoinPath, AViewOfNullThatClaimsALengthIsEmpty)
 {
     CAssertRecorder recorder;
     const CStringView null3(nullptr, 3);
     ExpectText(JoinPath(null3, "a", null3), "a");
-    ExpectReports(recorder, {"aLen == 0 || a != null", "bLen == 0 || b != null"});
+    ExpectText(JoinPath("a//", null3), "a");
+    ExpectReports(recorder, {});
 }
 
 TEST(JoinPath, RefusedReportsAndIsEmpty)
@@ -492,6 +497,191 @@ TEST(JoinPath, BeyondTheLongestLengthReportsAndIsEmpty)
     EXPECT_EQ(JoinPath(string, string).Data(), nullptr);
     EXPECT_EQ(allocator.RequestCount(), requests);
     ExpectReports(recorder, {"newContainer != null"});
+}
+
+// What the first piece is on the left of operator/.
+CString LeftOf(const CString &first)
+{
+    return first;
+}
+
+CString LeftOf(const CStringView &first)
+{
+    return first.ToString();
+}
+
+CString LeftOf(const char *first)
+{
+    return CString(first);
+}
+
+template <typename First, typename Second>
+void CheckJoinsAsOperators(const First &first, const Second &second)
+{
+    CAssertRecorder byOperators;
+    CString left = LeftOf(first);
+    left.AppendSlashAnd(second);
+    const CString again = LeftOf(first) / second;
+    const std::vector<std::string> reports = byOperators.Expressions();
+    byOperators.Clear();
+    const CString path = JoinPath(first, second);
+    EXPECT_EQ(TextOf(path), TextOf(left));
+    EXPECT_EQ(TextOf(path), TextOf(again));
+    EXPECT_EQ(byOperators.Count() * 2, reports.size());
+    for (const char *const third : {"", "c", "/", "//c/", "\\"})
+    {
+        CString chain = LeftOf(first);
+        chain.AppendSlashAnd(second).AppendSlashAnd(third);
+        EXPECT_EQ(TextOf(JoinPath(first, second, third)), TextOf(chain));
+    }
+}
+
+template <typename First>
+void CheckJoinsWithEverySecond(const First &first, const std::vector<std::string> &texts)
+{
+    for (const std::string &second : texts)
+    {
+        SCOPED_TRACE(::testing::PrintToString(second));
+        CheckJoinsAsOperators(first, Resizable(second));
+        CheckJoinsAsOperators(first, ViewOf(second));
+        CheckJoinsAsOperators(first, second.c_str());
+    }
+    const char *const none = nullptr;
+    CheckJoinsAsOperators(first, CString());
+    CheckJoinsAsOperators(first, CStringView());
+    CheckJoinsAsOperators(first, CStringView(nullptr, 5));
+    CheckJoinsAsOperators(first, none);
+}
+
+// Terminators among them, also at the front of a piece, where each kind of piece has its own idea of emptiness.
+TEST(JoinPath, IsWhatTheOperatorsMakeOfEveryKindOfPiece)
+{
+    const std::vector<std::string> texts = EveryText(std::string("a/\0\\", 4), kSlow ? 2 : 3);
+    for (const std::string &first : texts)
+    {
+        SCOPED_TRACE(::testing::PrintToString(first));
+        CheckJoinsWithEverySecond(Resizable(first), texts);
+        CheckJoinsWithEverySecond(ViewOf(first), texts);
+        CheckJoinsWithEverySecond(first.c_str(), texts);
+        if (HasFailure())
+            return;
+    }
+    const char *const none = nullptr;
+    CheckJoinsWithEverySecond(CString(), texts);
+    CheckJoinsWithEverySecond(CStringView(), texts);
+    CheckJoinsWithEverySecond(CStringView(nullptr, 5), texts);
+    CheckJoinsWithEverySecond(none, texts);
+}
+
+// ---- The search for backslashes in a text that joins are made to ---------------------------------------------------
+
+const char *const kLeftCheck = "aLen == 0 || !_ContainsBackSlash(a, length)";
+
+// Everything that changes a text in place, or hands its characters out to be changed.
+const std::vector<std::pair<const char *, void (*)(CString &)>> kChanges = {
+    {"nothing", [](CString &) {}},
+    {"RawDataForWriting", [](CString &string) { string.RawDataForWriting()[0] = '\\'; }},
+    {"ViewForWriting", [](CString &string) { string.ViewForWriting()[0] = '\\'; }},
+    {"AtForWriting", [](CString &string) { string.AtForWriting(0) = '\\'; }},
+    {"LastForWriting", [](CString &string) { string.LastForWriting() = '\\'; }},
+    {"FirstForWriting", [](CString &string) { string.FirstForWriting() = 'a'; }},
+    {"a terminator", [](CString &string) { string.RawDataForWriting()[1] = '\0'; }},
+    {"a letter", [](CString &string) { string.RawDataForWriting()[1] = 'b'; }},
+    {"Rebuild", [](CString &string) { string.RebuildAfterRawModification(); }},
+    {"Append of a character", [](CString &string) { string.Append('\\'); }},
+    {"Append", [](CString &string) { string.Append("b\\"); }},
+    {"Append of many", [](CString &string) { string.Append((std::string(40, 'm') + '\\').c_str()); }},
+    {"Append of itself", [](CString &string) { string.Append(string); }},
+    {"Append of a terminator", [](CString &string) { string.Append(CStringView("\0\\", 2)); }},
+    {"Prepend", [](CString &string) { string.Prepend("\\b"); }},
+    {"Prepend of many", [](CString &string) { string.Prepend(('\\' + std::string(40, 'm')).c_str()); }},
+    {"Prepend of itself", [](CString &string) { string.Prepend(string); }},
+    {"Reverse", [](CString &string) { string.Reverse(); }},
+    {"StripLeft", [](CString &string) { string.StripLeft("\\"); }},
+    {"StripRight", [](CString &string) { string.StripRight("/x"); }},
+    {"Strip", [](CString &string) { string.Strip("ab"); }},
+    {"Unescape", [](CString &string) { string.Unescape(); }},
+    {"Clear", [](CString &string) { string.Clear(), string.Append("\\a"); }},
+    {"ToUppercase", [](CString &string) { string.ToUppercase(); }},
+    {"Uncomment", [](CString &string) { string.Uncomment(); }},
+    {"a join that trims", [](CString &string) { string.Append("//"), string /= ""; }},
+    {"a join with a terminator", [](CString &string) { string /= CStringView("b\0c", 3); }},
+    {"a join with a backslash", [](CString &string) { string /= "b\\"; }},
+};
+
+bool HoldsBackSlash(const CString &string)
+{
+    const std::string text = TextOf(string);
+    return text.substr(0, text.find('\0')).find('\\') != std::string::npos;
+}
+
+void CheckNextJoin(CString &string, CAssertRecorder &recorder)
+{
+    const bool expected = HoldsBackSlash(string);
+    const std::string text = ModelJoinPath(TextOf(string), "x");
+    recorder.Clear();
+    string /= "x";
+    EXPECT_EQ(recorder.CountOf(kLeftCheck), IfAsserting(expected ? 1 : 0));
+    ExpectCharacters(string, text);
+}
+
+TEST(StringPathJoin, EveryJoinReportsABackslashWhateverWasDoneToTheTextBetween)
+{
+    CAssertRecorder recorder;
+    for (const char *const begin : {"a", "\\a", "abcdefghijklmnopqrstuvwxyz"})
+        for (const auto &first : kChanges)
+            for (const auto &second : kChanges)
+            {
+                SCOPED_TRACE(::testing::Message() << begin << ", " << first.first << ", " << second.first);
+                CString string = Resizable(begin, 2000);
+                CheckNextJoin(string, recorder);
+                first.second(string);
+                CheckNextJoin(string, recorder);
+                CheckNextJoin(string, recorder);
+                if (!string.Empty())
+                    second.second(string);
+                CheckNextJoin(string, recorder);
+                CheckNextJoin(string, recorder);
+                if (HasFailure())
+                    return;
+            }
+}
+
+// What the search looked at is made unreadable before the next join.
+TEST(StringPathJoin, AJoinInPlaceDoesNotLookAgainAtWhatTheOneBeforeLookedAt)
+{
+    CAssertRecorder recorder;
+    const size_t pageBytes = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    CString path = Resizable(std::string(4 * pageBytes, 'a'), static_cast<u32>(5 * pageBytes));
+    path /= "b";
+    const size_t address = (reinterpret_cast<size_t>(path.Data()) + pageBytes - 1) / pageBytes * pageBytes;
+    ASSERT_EQ(mprotect(reinterpret_cast<void *>(address), 2 * pageBytes, PROT_NONE), 0);
+    path /= "c";
+    path /= "d//";
+    path.Append("//").Append(".with an extension that is not the shortest");
+    path /= "/e/";
+    path /= "f/with/more/characters/than/are/joined/in/a/straight/line";
+    ASSERT_EQ(mprotect(reinterpret_cast<void *>(address), 2 * pageBytes, PROT_READ | PROT_WRITE), 0);
+    EXPECT_EQ(std::string(path.Data() + 4 * pageBytes), "/b/c/d////.with an extension that is not the shortest/e/"
+                                                        "f/with/more/characters/than/are/joined/in/a/straight/line");
+    ExpectReports(recorder, {});
+}
+
+// The same with one in it that is reported each time.
+TEST(StringPathJoin, AJoinInPlaceFindsAReportedBackslashWithoutLookingFromTheFront)
+{
+    CAssertRecorder recorder;
+    const size_t pageBytes = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    CString path = Resizable(std::string(4 * pageBytes, 'a'), static_cast<u32>(5 * pageBytes));
+    path /= "b\\";
+    path /= "c";
+    recorder.Clear();
+    const size_t address = (reinterpret_cast<size_t>(path.Data()) + pageBytes - 1) / pageBytes * pageBytes;
+    ASSERT_EQ(mprotect(reinterpret_cast<void *>(address), 2 * pageBytes, PROT_NONE), 0);
+    path /= "d";
+    path /= "e";
+    ASSERT_EQ(mprotect(reinterpret_cast<void *>(address), 2 * pageBytes, PROT_READ | PROT_WRITE), 0);
+    ExpectReports(recorder, {kLeftCheck, kLeftCheck});
 }
 
 // ---- AppendSlash -------------------------------------------------------------------------------------------------------
