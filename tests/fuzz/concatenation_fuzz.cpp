@@ -191,9 +191,32 @@ private:
             QV_FUZZ_CHECK(m_Watch.HasRefused() || !_IsPlain(m_Texts[0] + m_Texts[1]) ||
                           TextOf(sum) == Expected(verb, m_Texts[0], m_Texts[1]));
         }
+        _LeftOperators(verb);
         if (verb == Verb_Join)
             _JoinMany();
         _Check();
+    }
+
+    // With a view or a buffer on the left: the whole, the left side or nothing, never the right side alone.
+    void _LeftOperators(EVerb verb)
+    {
+        const std::string text = m_Input.Text();
+        const CExactText argument(text);
+        const CStringView view(argument.Data(), argument.Length());
+        const CString &right = m_Strings[0];
+        const CString sums[] = {verb == Verb_Append ? view + right : view / right,
+                                verb == Verb_Append ? argument.Data() + right : argument.Data() / right};
+        for (const CString &sum : sums)
+        {
+            const std::string result = TextOf(sum);
+            QV_FUZZ_CHECK(IsWellFormed(sum));
+            if (_IsPlain(m_Texts[0] + text))
+                QV_FUZZ_CHECK(result == Expected(verb, text, m_Texts[0]) ||
+                              (m_Watch.HasRefused() && (result.empty() || result == text)));
+        }
+        QV_FUZZ_CHECK((view < argument.Data()) == (argument.Data() > view));
+        QV_FUZZ_CHECK(!_IsPlain(m_Texts[0] + text) || (CStringView(right) < view) == (m_Texts[0] < text) ||
+                      right.Data() == nullptr);
     }
 
     void _JoinMany()

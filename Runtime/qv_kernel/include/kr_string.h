@@ -549,9 +549,11 @@ public:
     // empty string. Fails: an empty string.
 
     // Requires: `first` within the string and `last` not beyond it, else reports "first < size && last <= size" and
-    // gives an empty string.
+    // gives an empty string. A terminator among the characters extracted, or the 4096 in front of them, is reported as
+    // that of a buffer is. Cost: linear in what is extracted.
     CString Extract(u32 first, u32 last) const;
-    // From a buffer. Requires: text up to `last`, else reports "from != null && last > first &&
+    // From a buffer, which has no length but what is looked for each time. Cost: linear in `last` with assertions, else
+    // in what is extracted: who cuts a long buffer into pieces goes forward with `from`. Requires: text up to `last`, else reports "from != null && last > first &&
     // SNativeStringUtils::Length(from) >= QVMax(first, last)"; a null buffer or `last` before `first` then gives an
     // empty string, every other count is trusted. Looks no further than `last`.
     static CString Extract(const char *from, u32 first, u32 last);
@@ -664,6 +666,7 @@ private:
     CString &_ConcatenateMany(const char *other, u32 length);
     CString &_Prepend(const char *other, u32 length);
     CString &_PrependMany(const char *other, u32 length);
+    static CString _Extract(const char *from, u32 first, u32 last, u32 checked);
     bool _HoldsBackSlash() const;
     CString &_AddCopyFromRoom(const char *other, u32 length, CString &(CString::*add)(const char *, u32));
     CString &_ConcatenatePath(const char *b, u32 bLen);

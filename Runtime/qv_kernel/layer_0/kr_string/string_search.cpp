@@ -100,24 +100,32 @@ bool CString::Empty(const char *blanks) const
     return *cur == '\0';
 }
 
+// The check of the range that is extracted from a buffer, or from a string's characters, of which it looks at those from
+// `checked` on.
+CString CString::_Extract(const char *from, u32 first, u32 last, u32 checked)
+{
+    const bool isRange = from != nullptr && last > first;
+    QV_INTERNAL_ASSERT_TEXT("from != null && last > first && SNativeStringUtils::Length(from) >= QVMax(first, last)",
+                            isRange && std::memchr(from + checked, '\0', last - checked) == nullptr);
+    if (!isRange)
+        return CString();
+    return CString(CStringContainer::New(from + first, last - first));
+}
+
 CString CString::Extract(u32 first, u32 last) const
 {
     const u32 size = Length();
     if (QV_VERIFY(first < size && last <= size))
         return CString();
-    return Extract(Data(), first, last);
+    // The characters are there whatever the check says. It does not go back to the front of a long text each time: who
+    // cuts one into pieces would pay for the square of its length.
+    constexpr u32 kLookBack = 4096;
+    return first == last ? CString() : _Extract(Data(), first, last, first - QVMin(first, kLookBack));
 }
 
 CString CString::Extract(const char *from, u32 first, u32 last)
 {
-    if (first == last)
-        return CString();
-    const bool isRange = from != nullptr && last > first;
-    QV_INTERNAL_ASSERT_TEXT("from != null && last > first && SNativeStringUtils::Length(from) >= QVMax(first, last)",
-                            isRange && std::memchr(from, '\0', last) == nullptr);
-    if (!isRange)
-        return CString();
-    return CString(CStringContainer::New(from + first, last - first));
+    return first == last ? CString() : _Extract(from, first, last, 0);
 }
 
 } // namespace Quorvane

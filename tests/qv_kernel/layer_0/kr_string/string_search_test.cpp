@@ -5,6 +5,9 @@
 #include <string>
 #include <vector>
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include "edge_allocators.h"
 #include "every_text.h"
 #include "kr_string.h"
@@ -552,6 +555,38 @@ TEST(StringExtract, AStringWithTerminatorsIsExtractedByItsStoredLengthAndReporte
     recorder.Clear();
     ExpectCharacters(string.Extract(0, 2), "ab");
     EXPECT_EQ(recorder.Count(), 0u);
+}
+
+// A terminator is looked for in what is extracted and the 4096 characters in front of it.
+TEST(StringExtract, ATerminatorInFrontOfTheRangeIsReportedAsFarBackAsTheCheckLooks)
+{
+    std::string text(10000, 'x');
+    text[1000] = '\0';
+    const CString string(CStringContainer::New(text.data(), 10000));
+    for (const u32 first : {999u, 1000u, 1001u, 1008u, 5000u, 5096u, 5097u, 9000u})
+    {
+        SCOPED_TRACE(first);
+        CAssertRecorder recorder;
+        ExpectCharacters(string.Extract(first, first + 8), text.substr(first, 8));
+        if (first <= 5096)
+            ExpectReports(recorder, {kExtractOfBufferCheck});
+        else
+            ExpectReports(recorder, {});
+    }
+}
+
+TEST(StringExtract, TheFrontOfALongStringIsNotLookedAtForEachPiece)
+{
+    CAssertRecorder recorder;
+    const size_t pageBytes = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    const CString string(std::string(8 * pageBytes, 'x').c_str());
+    const size_t address = (reinterpret_cast<size_t>(string.Data()) + pageBytes - 1) / pageBytes * pageBytes;
+    ASSERT_EQ(mprotect(reinterpret_cast<void *>(address), pageBytes, PROT_NONE), 0);
+    const u32 first = static_cast<u32>(8 * pageBytes - 8);
+    const CString piece = string.Extract(first, first + 8);
+    ASSERT_EQ(mprotect(reinterpret_cast<void *>(address), pageBytes, PROT_READ | PROT_WRITE), 0);
+    ExpectText(piece, "xxxxxxxx");
+    ExpectReports(recorder, {});
 }
 
 // Extraction from a buffer.
