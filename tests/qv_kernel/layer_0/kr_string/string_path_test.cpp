@@ -606,6 +606,7 @@ const std::vector<std::pair<const char *, void (*)(CString &)>> kChanges = {
     {"Uncomment", [](CString &string) { string.Uncomment(); }},
     {"a join that trims", [](CString &string) { string.Append("//"), string /= ""; }},
     {"a join with a terminator", [](CString &string) { string /= CStringView("b\0c", 3); }},
+    {"a join over slashes", [](CString &string) { string.Append("////"), string /= "\\b"; }},
     {"a join with a backslash", [](CString &string) { string /= "b\\"; }},
 };
 
