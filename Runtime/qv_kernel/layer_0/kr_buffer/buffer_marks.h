@@ -21,8 +21,8 @@ namespace Quorvane::Internal
 {
 
 constexpr u32 kMarksPerWord = 64;
-constexpr u32 kMarkWords = 64;
-constexpr u32 kMarkedCharacters = kMarksPerWord * kMarkWords; // of a stretch, at most
+constexpr u32 kMarkWords = 16;
+constexpr u32 kMarkedCharacters = kMarksPerWord * kMarkWords; // of a stretch, at most: its lists lie on the stack
 constexpr u32 kIndexSlack = 4;
 static_assert(kMarkedCharacters <= 0x10000, "an index has 16 bits");
 

@@ -91,19 +91,7 @@ public:
     {
         m_From = from;
         m_Next = from;
-        const u32 places = m_Length < m_PatternLength ? 0 : m_Length - m_PatternLength + 1;
-        for (u32 at = from; at < places; at += kMarkedCharacters)
-        {
-            const u32 count = QVMin(places - at, kMarkedCharacters);
-            if (m_Next >= at + count)
-                continue;
-            u64 marks[kMarkWords];
-            MarkPairs(marks, m_Text + at, count, m_Pattern[0], m_PatternLength - 1, m_Pattern[m_PatternLength - 1]);
-            u16 indices[kMarkedCharacters + kIndexSlack];
-            const u32 listed = ListMarks(indices, marks, count);
-            if (!_WalkCandidates(at, indices, m_Comparison.KeepCandidates(indices, listed, m_Text + at, m_Length - at)))
-                break;
-        }
+        _WalkMarked(from);
         if (m_IsTooCostly)
             _SearchOn();
     }
@@ -115,6 +103,24 @@ public:
     static constexpr u64 WasteAllowed(u32 walked) { return 4096 + 4 * static_cast<u64>(walked); }
 
 private:
+    // Not inline: its lists are off the stack again when the search goes on without them.
+    QV_INTERNAL_NOINLINE void _WalkMarked(u32 from)
+    {
+        const u32 places = m_Length < m_PatternLength ? 0 : m_Length - m_PatternLength + 1;
+        for (u32 at = from; at < places; at += kMarkedCharacters)
+        {
+            const u32 count = QVMin(places - at, kMarkedCharacters);
+            if (m_Next >= at + count)
+                continue;
+            u64 marks[kMarkWords];
+            MarkPairs(marks, m_Text + at, count, m_Pattern[0], m_PatternLength - 1, m_Pattern[m_PatternLength - 1]);
+            u16 indices[kMarkedCharacters + kIndexSlack];
+            const u32 listed = ListMarks(indices, marks, count);
+            if (!_WalkCandidates(at, indices, m_Comparison.KeepCandidates(indices, listed, m_Text + at, m_Length - at)))
+                return;
+        }
+    }
+
     // Return whether to go on.
 
     bool _WalkCandidates(u32 from, const u16 *indices, u32 count)

@@ -1,10 +1,11 @@
 // Replacing a substring.
 //
 // The road taken counts the occurrences, allocates the result once and writes it once. Where that one allocation is
-// refused and the result is the longer one, the costlier road goes match by match, so that the replacements made before
-// memory ran out are kept.
+// refused and the result is the longer one, a block is asked for match by match, as if each replacement were made in one
+// of its own: the replacements for which there was one are kept. What would be in those blocks is never written.
 #include "kr_string.h"
 
+#include <atomic>
 #include <cstring>
 #include <utility>
 
@@ -36,27 +37,81 @@ struct SReplacing
     bool Grows() const { return m_Replacement.Length() > m_Pattern.Length(); }
 };
 
+// Room for the gaps of one long text at a time. Who finds it taken goes without, and never waits.
+constexpr u32 kSpareBytes = 16384;
+u8 g_SpareGaps[kSpareBytes];
+QV_INTERNAL_CONSTINIT std::atomic<bool> g_SpareIsTaken = {false};
+
 // Where occurrences were found while they were counted, as far as there is room: the lengths of the text between them.
+// What finds no room is searched for again, which takes about as long as the counting did. A few go to the stack, of
+// which threads and fibers may have little.
 class CGaps
 {
 public:
+    CGaps() = default;
+    ~CGaps()
+    {
+        if (m_Bytes != m_OnStack)
+            g_SpareIsTaken.store(false, std::memory_order_release);
+    }
+    CGaps(const CGaps &) = delete;
+    CGaps &operator=(const CGaps &) = delete;
+
     // Adds the next one. Afterwards none can be added once one could not.
     void Add(u32 gap)
     {
-        m_IsFull = m_IsFull || m_Count == kMaxCount || gap > 0xFFFF;
-        if (!m_IsFull)
-            m_Gaps[m_Count++] = static_cast<u16>(gap);
+        m_IsFull = m_IsFull || gap > 0xFFFF || (m_Room - m_Used < kLongBytes && !_TakeSpare());
+        if (m_IsFull)
+            return;
+        ++m_Count;
+        m_Bytes[m_Used++] = static_cast<u8>(QVMin(gap, kLong));
+        if (gap < kLong)
+            return;
+        m_Bytes[m_Used++] = static_cast<u8>(gap);
+        m_Bytes[m_Used++] = static_cast<u8>(gap >> 8);
     }
+
     u32 Count() const { return m_Count; }
-    u32 operator[](u32 index) const { return m_Gaps[index]; }
+
+    // Calls `onGap(gap)` for the first `count` of them, in order.
+    template <typename OnGap>
+    void Walk(u32 count, const OnGap &onGap) const
+    {
+        const u8 *next = m_Bytes;
+        for (; count != 0; --count)
+        {
+            u32 gap = *next++;
+            if (gap == kLong)
+            {
+                gap = next[0] | static_cast<u32>(next[1]) << 8;
+                next += kLongBytes - 1;
+            }
+            onGap(gap);
+        }
+    }
 
 private:
-    // 16 KiB of the stack, for what would be worth an allocation if any could be made here.
-    static constexpr u32 kMaxCount = 8192;
+    static constexpr u32 kStackBytes = 256;
+    static constexpr u32 kLong = 255; // announces two bytes, the lower one first
+    static constexpr u32 kLongBytes = 3;
 
-    u16 m_Gaps[kMaxCount];
+    // Goes on in the spare room. Returns: false when it is taken, or full.
+    bool _TakeSpare()
+    {
+        if (m_Bytes != m_OnStack || g_SpareIsTaken.exchange(true, std::memory_order_acquire))
+            return false;
+        std::memcpy(g_SpareGaps, m_OnStack, m_Used);
+        m_Bytes = g_SpareGaps;
+        m_Room = kSpareBytes;
+        return true;
+    }
+
+    u8 *m_Bytes = m_OnStack;
+    u32 m_Room = kStackBytes;
+    u32 m_Used = 0;
     u32 m_Count = 0;
     bool m_IsFull = false;
+    u8 m_OnStack[kStackBytes];
 };
 
 // Counts the occurrences, of which as many are taken as give a length that a string can have.
@@ -165,9 +220,9 @@ void WriteReplaced(char *writeTo, u32 newLength, const SReplacing &replacing, u3
     }
     // The zeros behind the text are in its last block.
     CReplacementWriter writer(writeTo, Internal::LastBlockStart(newLength), replacing);
-    for (u32 i = 0; i < gaps.Count(); ++i)
-        writer.Replace(gaps[i]);
-    u32 left = count - gaps.Count();
+    const u32 known = QVMin(count, gaps.Count());
+    gaps.Walk(known, [&](u32 gap) { writer.Replace(gap); });
+    u32 left = count - known;
     const char *const text = replacing.m_Text.Data();
     const auto onMatch = [&](u32 at)
     {
@@ -205,48 +260,74 @@ bool WriteSameLength(char *writeTo, const SReplacing &replacing)
     return any;
 }
 
-char *CharactersOf(const Internal::CRawBlock &block)
+const char *TerminatorOf(const CStringView &replacement)
 {
-    return static_cast<char *>(block.Data());
-}
-
-// Replaces one occurrence after the other, each into a new buffer, and stops where memory is refused.
-CString ReplaceMatchByMatch(const SReplacing &replacing, u32 count)
-{
-    u64 length = replacing.m_Text.Length();
-    Internal::CRawBlock work(length + 1);
-    if (work.Data() == nullptr)
-        return CString();
-    *Write(CharactersOf(work), replacing.m_Text.Data(), length) = '\0';
-    const u32 patternLength = replacing.m_Pattern.Length();
-    const u32 growth = replacing.m_Replacement.Length() - patternLength;
-    u64 searchFrom = 0;
-    for (; count != 0; --count)
-    {
-        const char *found =
-            SNativeStringUtils::Find(CharactersOf(work) + searchFrom, static_cast<u32>(length - searchFrom),
-                                     replacing.m_Pattern.Data(), patternLength);
-        Internal::CRawBlock grown(length + growth + 1);
-        if (grown.Data() == nullptr)
-            break;
-        const u64 before = static_cast<u64>(found - CharactersOf(work));
-        char *writeTo = Write(CharactersOf(grown), CharactersOf(work), before);
-        writeTo = Write(writeTo, replacing.m_Replacement.Data(), replacing.m_Replacement.Length());
-        Write(writeTo, found + patternLength, length + 1 - before - patternLength);
-        work.Swap(grown);
-        length += growth;
-        searchFrom = before + replacing.m_Replacement.Length();
-    }
-    return CString(CharactersOf(work));
+    return replacement.Empty() ? nullptr
+                               : static_cast<const char *>(std::memchr(replacement.Data(), '\0', replacement.Length()));
 }
 
 // A terminator in the replacement ends the result.
 CString EndAtTerminator(CString &&result, const SReplacing &replacing, bool anyReplaced)
 {
-    const CStringView &replacement = replacing.m_Replacement;
-    const bool cut =
-        anyReplaced && !replacement.Empty() && std::memchr(replacement.Data(), '\0', replacement.Length()) != nullptr;
-    return cut ? CString(result.Data()) : std::move(result);
+    return anyReplaced && TerminatorOf(replacing.m_Replacement) != nullptr ? CString(result.Data()) : std::move(result);
+}
+
+u64 LengthReplaced(const SReplacing &replacing, u32 count)
+{
+    const u64 lengthKept = replacing.m_Text.Length() - static_cast<u64>(count) * replacing.m_Pattern.Length();
+    return lengthKept + static_cast<u64>(count) * replacing.m_Replacement.Length();
+}
+
+// Asks for the block of each replacement while the one before is held in `work`, until one is refused. Nothing is
+// written to them: what counts is for how many replacements there is memory. Returns: how many.
+u32 CountGranted(Internal::CRawBlock &work, const SReplacing &replacing, u32 count)
+{
+    for (u32 made = 0; made < count; ++made)
+    {
+        Internal::CRawBlock grown(LengthReplaced(replacing, made + 1) + 1);
+        if (grown.Data() == nullptr)
+            return made;
+        work.Swap(grown);
+    }
+    return count;
+}
+
+// The text before the first occurrence and the replacement before its terminator.
+CString ReplacedUpToTerminator(const SReplacing &replacing, const char *terminator)
+{
+    u32 first = 0;
+    const auto onMatch = [&](u32 at)
+    {
+        first = at;
+        return false;
+    };
+    replacing.Walk(0, onMatch);
+    const char *const replacement = replacing.m_Replacement.Data();
+    const u32 inReplacement = static_cast<u32>(terminator - replacement);
+    PStringContainer written = CStringContainer::New(null, first + inReplacement);
+    if (written == null)
+        return CString();
+    Write(Write(written->Data(), replacing.m_Text.Data(), first), replacement, inReplacement);
+    return CString(std::move(written));
+}
+
+// Replaces as many occurrences as blocks are granted one after the other. The last of those is held until the result
+// is there.
+QV_INTERNAL_NOINLINE CString ReplaceMatchByMatch(const SReplacing &replacing, u32 count, const CGaps &gaps)
+{
+    Internal::CRawBlock work(static_cast<u64>(replacing.m_Text.Length()) + 1);
+    if (work.Data() == nullptr)
+        return CString();
+    const u32 made = CountGranted(work, replacing, count);
+    const char *const terminator = TerminatorOf(replacing.m_Replacement);
+    if (made != 0 && terminator != nullptr)
+        return ReplacedUpToTerminator(replacing, terminator);
+    const u32 length = static_cast<u32>(LengthReplaced(replacing, made));
+    PStringContainer written = CStringContainer::New(null, length);
+    if (written == null)
+        return CString();
+    WriteReplaced(written->Data(), length, replacing, made, gaps);
+    return CString(std::move(written));
 }
 
 CString ReplaceBySameLength(const SReplacing &replacing)
@@ -262,13 +343,12 @@ CString ReplaceByOtherLength(const SReplacing &replacing)
 {
     CGaps gaps;
     const u32 count = CountOccurrences(replacing, gaps);
-    const u64 newLength = replacing.m_Text.Length() + static_cast<u64>(count) * replacing.m_Replacement.Length() -
-                          static_cast<u64>(count) * replacing.m_Pattern.Length();
+    const u64 newLength = LengthReplaced(replacing, count);
     if (newLength == 0)
         return CString();
     PStringContainer written = CStringContainer::New(null, Internal::CheckedLength(newLength));
     if (written == null)
-        return replacing.Grows() ? ReplaceMatchByMatch(replacing, count) : CString();
+        return replacing.Grows() ? ReplaceMatchByMatch(replacing, count, gaps) : CString();
     WriteReplaced(written->Data(), static_cast<u32>(newLength), replacing, count, gaps);
     return EndAtTerminator(CString(std::move(written)), replacing, count != 0);
 }

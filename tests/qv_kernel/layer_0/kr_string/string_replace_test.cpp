@@ -3,6 +3,8 @@
 
 #include <cstring>
 #include <functional>
+#include <memory>
+#include <random>
 #include <set>
 #include <string>
 #include <vector>
@@ -10,6 +12,7 @@
 #include "edge_allocators.h"
 #include "edit_model.h"
 #include "every_text.h"
+#include "guarded_page.h"
 #include "kr_string.h"
 #include "refusal_sweep.h"
 #include "string_checks.h"
@@ -514,6 +517,172 @@ TEST(StringReplace, GrowingMatchByMatchGivesWhatTheShortRoadGivesUpToTheRefusedM
                 }
             }
         }
+    }
+}
+
+// The growing replacement as it is told: one allocation for the result; where that is refused a work buffer, for each
+// match a larger one into which all is copied, and the result at last.
+class CGrowingModel
+{
+public:
+    explicit CGrowingModel(const CChoosyAllocator::FRefuses &refuses) : m_Refuses(refuses) {}
+
+    std::string Replace(const std::string &text, const std::string &pattern, const std::string &replacement)
+    {
+        if (_GrantsResult(ModelReplaced(text, pattern, replacement)))
+            return _Result(ModelReplaced(text, pattern, replacement));
+        if (!_Grants(text.size() + 1))
+            return std::string();
+        std::string work = text;
+        for (size_t i = 0; i + pattern.size() <= work.size();)
+        {
+            if (work.compare(i, pattern.size(), pattern) != 0)
+            {
+                ++i;
+                continue;
+            }
+            if (!_Grants(work.size() + replacement.size() - pattern.size() + 1))
+                break;
+            work = work.substr(0, i) + replacement + work.substr(i + pattern.size());
+            i += replacement.size();
+        }
+        return _Result(ModelToTerminator(work));
+    }
+
+    const std::vector<u64> &Sizes() const { return m_Sizes; }
+
+private:
+    bool _Grants(u64 size)
+    {
+        m_Sizes.push_back(size);
+        return !m_Refuses(m_Sizes.size(), size);
+    }
+
+    bool _GrantsResult(const std::string &result) { return result.empty() || _Grants(FixedBytes(result.size())); }
+
+    std::string _Result(const std::string &written)
+    {
+        const std::string result = ModelToTerminator(written);
+        // What was written in one go, and has no terminator, is the result already.
+        const bool isThere = m_Sizes.size() <= 1 && result == written;
+        return isThere || _GrantsResult(result) ? result : std::string();
+    }
+
+    CChoosyAllocator::FRefuses m_Refuses;
+    std::vector<u64> m_Sizes;
+};
+
+TEST(StringReplace, GrowingGivesAndAsksForWhatTheRoadWithCopiesDoesWhateverIsRefused)
+{
+    CTestAllocator allocator;
+    std::mt19937 generator(9);
+    const auto random = [&](u32 below) { return static_cast<u32>(generator()) % below; };
+    const auto randomText = [&](size_t length, const std::string &letters)
+    {
+        std::string text;
+        while (text.size() < length)
+            text += letters[random(static_cast<u32>(letters.size()))];
+        return text;
+    };
+    for (u32 round = 0; round < 4000; ++round)
+    {
+        const std::string text = randomText(1 + random(round % 50 == 0 ? 2000 : 40), "ab");
+        const std::string pattern = randomText(1 + random(3), "ab");
+        const std::string letters = random(8) == 0 ? std::string("ab\0", 3) : std::string("abc");
+        const std::string replacement = randomText(pattern.size() + 1 + random(4), letters);
+        // The first request as a rule, some of those that follow, or all beyond a size.
+        const u32 kind = random(4);
+        const u32 seed = random(1000);
+        const u64 largest = FixedBytes(text.size()) + random(64);
+        const auto refuses = [=](u64 nth, u64 size)
+        {
+            if (kind == 0)
+                return size > largest;
+            if (kind == 1)
+                return nth == 1 || nth == 2 + seed % 8;
+            return (nth == 1 && seed % 10 != 0) || (kind == 2 && (nth * 7919 + seed) % 11 == 0);
+        };
+        CGrowingModel model(refuses);
+        const std::string expected = model.Replace(text, pattern, replacement);
+        const CString source = Fixed(text);
+        CString result;
+        std::vector<u64> sizes;
+        {
+            const CChoosyAllocator choosy(refuses);
+            result = source.Replace(ViewOf(pattern), ViewOf(replacement));
+            sizes = choosy.Sizes();
+        }
+        ASSERT_EQ(TextOf(result), expected) << text << " " << pattern << " " << replacement << " " << kind;
+        ASSERT_EQ(sizes, model.Sizes()) << text << " " << pattern << " " << replacement << " " << kind;
+        ExpectWellFormed(result);
+    }
+}
+
+// While one lives, working memory is granted up to a size, and whoever reads or writes it ends the test program. Memory
+// for results is had from the allocator before, but for the first request.
+class CUntouchableMemory
+{
+public:
+    explicit CUntouchableMemory(u64 largest) : m_Pages(std::make_unique<CGuardedPage>(1))
+    {
+        s_Current = this;
+        m_Largest = largest;
+        m_Before = Mem::SetAllocator(Mem::SAllocator{&_Alloc, &_Realloc, &_Free});
+    }
+    ~CUntouchableMemory() { Mem::SetAllocator(m_Before); }
+    CUntouchableMemory(const CUntouchableMemory &) = delete;
+    CUntouchableMemory &operator=(const CUntouchableMemory &) = delete;
+
+    u64 Requests() const { return m_Requests; }
+
+private:
+    void *_Untouchable() const { return m_Pages->End(); }
+
+    static void *_Alloc(u64 size, u32 alignment, Mem::EAllocType type, Mem::EOrigin origin, const char *tag,
+                        const char *file, u32 line, const char *function)
+    {
+        if (++s_Current->m_Requests == 1)
+            return nullptr;
+        if (origin == Mem::Origin_Alloc)
+            return size <= s_Current->m_Largest ? s_Current->_Untouchable() : nullptr;
+        return s_Current->m_Before.m_Alloc(size, alignment, type, origin, tag, file, line, function);
+    }
+
+    static void *_Realloc(void *, u64, u32, Mem::EAllocType, const char *, const char *, u32, const char *)
+    {
+        return nullptr;
+    }
+
+    static void _Free(void *block, Mem::EAllocType type, Mem::EOrigin origin, const char *tag, const char *file,
+                      u32 line, const char *function)
+    {
+        if (block != s_Current->_Untouchable())
+            s_Current->m_Before.m_Free(block, type, origin, tag, file, line, function);
+    }
+
+    static CUntouchableMemory *s_Current;
+
+    std::unique_ptr<CGuardedPage> m_Pages;
+    Mem::SAllocator m_Before;
+    u64 m_Largest;
+    u64 m_Requests = 0;
+};
+
+CUntouchableMemory *CUntouchableMemory::s_Current = nullptr;
+
+// With a copy for each match, or a byte of one, this would not come to an end.
+TEST(StringReplace, GrowingMatchByMatchTriesItsBuffersWithoutTouchingThem)
+{
+    constexpr u32 kCount = 200000;
+    const CString source = Fixed(std::string(kCount, 'a'));
+    for (const u32 made : {0u, 1u, kCount / 2, kCount})
+    {
+        const CUntouchableMemory memory(kCount + made + 1);
+        const CString result = source.Replace("a", "bc");
+        EXPECT_TRUE(TextOf(result) ==
+                    ModelReplaced(std::string(made, 'a'), "a", "bc") + std::string(kCount - made, 'a'));
+        // The result, the text, each match up to the one refused, and the result once more.
+        EXPECT_EQ(memory.Requests(), 3 + QVMin(kCount, made + 1));
     }
 }
 
