@@ -51,22 +51,21 @@ inline TFuzzyStep<u64> LowestOf(const TFuzzyStep<u64> &step)
 }
 
 // The distance with at most one strip of bits.
-inline u32 DistanceOfStrip(const TFuzzyMasks<1> &masks, u32 bitsLength, EFuzzyBits bits, const char *text,
-                           u32 textLength)
+inline u32 DistanceOfStrip(const SFuzzyMasks &masks, u32 bitsLength, EFuzzyBits bits, const char *text, u32 textLength)
 {
     const SFuzzyBoundary boundary = FuzzyBoundary(bits, textLength);
     TFuzzyColumn<u64> column = {boundary.m_Plus, 0};
     TFuzzyStep<u64> above = {boundary.m_FirstNotPlus, 0};
     for (u32 i = 0; i < textLength; ++i)
     {
-        AdvanceColumn(column, masks.m_Rows[static_cast<u8>(text[i])][0], above);
+        AdvanceColumn(column, masks.m_Rows[static_cast<u8>(text[i])], above);
         above.m_NotPlus = 0;
     }
     return boundary.m_Top + SumOfColumn(column.m_Plus, column.m_Minus, bitsLength);
 }
 
 // The distance with at most two strips of bits, which hold the rows: no difference comes from above.
-inline u32 DistanceOfTwoStrips(const TFuzzyMasks<2> &masks, u32 rows, const char *text, u32 textLength)
+inline u32 DistanceOfTwoStrips(const TFuzzyEntries<2> &masks, u32 rows, const char *text, u32 textLength)
 {
     const SFuzzyBoundary boundary = FuzzyBoundary(FuzzyBits_Rows, textLength);
     const TFuzzyStep<u64> above = {0, 0};
@@ -74,7 +73,7 @@ inline u32 DistanceOfTwoStrips(const TFuzzyMasks<2> &masks, u32 rows, const char
     TFuzzyColumn<u64> lower = {~0ull, 0};
     for (u32 i = 0; i < textLength; ++i)
     {
-        const u64(&match)[2] = masks.m_Rows[static_cast<u8>(text[i])];
+        const u64(&match)[2] = masks.Of(text[i]);
         AdvanceColumn(lower, match[1], LowestOf(AdvanceColumn(upper, match[0], above)));
     }
     const u32 upperRows = QVMin(rows, kStripRows);
@@ -87,14 +86,14 @@ inline u32 DistanceOfTwoStrips(const TFuzzyMasks<2> &masks, u32 rows, const char
 // Returns: what the differences down the first `rows` rows of the last column come to, modulo 2^32.
 //
 // The strips go side by side: within a column one waits for the other, but its next column for itself alone.
-inline u32 AdvanceTwoStrips(const TFuzzyMasks<2> &masks, u32 rows, u64 plus, const char *text, u32 textLength,
+inline u32 AdvanceTwoStrips(const TFuzzyEntries<2> &masks, u32 rows, u64 plus, const char *text, u32 textLength,
                             FuzzyCarry *carries)
 {
     TFuzzyColumn<u64> upper = {plus, 0};
     TFuzzyColumn<u64> lower = {~0ull, 0};
     for (u32 i = 0; i < textLength; ++i)
     {
-        const u64(&match)[2] = masks.m_Rows[static_cast<u8>(text[i])];
+        const u64(&match)[2] = masks.Of(text[i]);
         const TFuzzyStep<u64> above = {carries[i] & 1ull, static_cast<u64>(carries[i] >> 1)};
         const TFuzzyStep<u64> between = LowestOf(AdvanceColumn(upper, match[0], above));
         const TFuzzyStep<u64> below = LowestOf(AdvanceColumn(lower, match[1], between));

@@ -53,26 +53,88 @@ constexpr SFuzzyBoundary FuzzyBoundary(EFuzzyBits bits, u32 textLength)
     return bits == FuzzyBits_Rows ? SFuzzyBoundary{~1ull, 0, textLength + 1} : SFuzzyBoundary{~0ull, 1, textLength};
 }
 
-// For every byte value, the rows of some strips that hold it.
-template <u32 kStrips>
-struct TFuzzyMasks
+// For every byte value, the rows of one strip that hold it.
+struct SFuzzyMasks
 {
-    u64 m_Rows[256][kStrips];
+    u64 m_Rows[256];
 
     void Clear() { std::memset(m_Rows, 0, sizeof(m_Rows)); }
 
-    // Clears only what the two texts will look up: less than all for short texts.
+    // Clears only what a text will look up: less than all for short texts.
     void ClearFor(const char *text, u32 length)
     {
         for (u32 i = 0; i < length; ++i)
-            for (u64 &rows : m_Rows[static_cast<u8>(text[i])])
-                rows = 0;
+            m_Rows[static_cast<u8>(text[i])] = 0;
     }
 
     void Add(const char *rows, u32 count)
     {
         for (u32 i = 0; i < count; ++i)
-            m_Rows[static_cast<u8>(rows[i])][i / kStripRows] |= 1ull << (i % kStripRows);
+            m_Rows[static_cast<u8>(rows[i])] |= 1ull << i;
+    }
+};
+
+// The same of some strips, for the byte values that occur in their rows: all others share one entry. Rows seldom hold
+// more than some ten different characters, and a table of all byte values would be most of the stack that there is.
+template <u32 kStrips>
+struct TFuzzyEntries
+{
+    static constexpr u32 kNone = 0; // the entry of byte values that no row holds
+
+    const u8 *m_EntryOf; // by byte value
+    const u64 (*m_Rows)[kStrips];
+
+    const u64 (&Of(char character) const)[kStrips] { return m_Rows[m_EntryOf[static_cast<u8>(character)]]; }
+};
+
+// Room for `kEntries` different characters, one less than entries.
+template <u32 kStrips, u32 kEntries>
+class TFuzzyEntryTable
+{
+public:
+    static_assert(kEntries <= 256, "an entry's number has 8 bits");
+
+    TFuzzyEntryTable()
+    {
+        std::memset(m_EntryOf, TFuzzyEntries<kStrips>::kNone, sizeof(m_EntryOf));
+        std::memset(m_Rows[0], 0, sizeof(m_Rows[0]));
+    }
+
+    // Adds rows; `placeOf(strip)` says where the bits of a strip belong. To be called once.
+    // Returns: false when they hold too many different characters.
+    template <typename PlaceOf>
+    bool Add(const char *rows, u32 count, const PlaceOf &placeOf)
+    {
+        u32 used = 1;
+        for (u32 i = 0; i < count; ++i)
+        {
+            u8 &entry = m_EntryOf[static_cast<u8>(rows[i])];
+            if (entry == TFuzzyEntries<kStrips>::kNone)
+            {
+                if (used == kEntries)
+                    return false;
+                std::memset(m_Rows[used], 0, sizeof(m_Rows[used]));
+                entry = static_cast<u8>(used++);
+            }
+            m_Rows[entry][placeOf(i / kStripRows)] |= 1ull << (i % kStripRows);
+        }
+        return true;
+    }
+
+    TFuzzyEntries<kStrips> Entries() const { return {m_EntryOf, m_Rows}; }
+
+private:
+    alignas(32) u64 m_Rows[kEntries][kStrips];
+    u8 m_EntryOf[256];
+};
+
+// Two strips of rows, however many different characters they hold.
+class CFuzzyPairMasks : public TFuzzyEntryTable<2, 2 * kStripRows + 1>
+{
+public:
+    CFuzzyPairMasks(const char *rows, u32 count)
+    {
+        Add(rows, count, [](u32 strip) { return strip; });
     }
 };
 

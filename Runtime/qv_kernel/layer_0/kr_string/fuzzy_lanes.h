@@ -31,11 +31,11 @@ public:
     static constexpr u32 kMaxQuery = 8 * sizeof(Lane);
 
     // Takes the query of up to `kMaxQuery` characters that the masks were made of; to be called before anything else.
-    void SetQuery(const TFuzzyMasks<1> &masks, u32 queryLength)
+    void SetQuery(const SFuzzyMasks &masks, u32 queryLength)
     {
         m_QueryLength = queryLength;
         for (u32 i = 0; i < 256; ++i)
-            m_Rows[i] = static_cast<Lane>(masks.m_Rows[i][0]);
+            m_Rows[i] = static_cast<Lane>(masks.m_Rows[i]);
     }
 
     // Writes each text's distance.

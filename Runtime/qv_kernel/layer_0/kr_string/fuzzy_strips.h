@@ -25,27 +25,14 @@ constexpr u32 kWideRows = kWideStrips * kStripRows;
 // From here on they are faster than two strips at a time, though not all lanes are used.
 constexpr u32 kMinWideRows = 2 * kStripRows + 1;
 
-// For every byte value, and for none, the rows of eight strips that hold it: four even strips, then four odd ones.
-class CFuzzyStripMasks
+// For the characters of eight strips, the rows that hold each: four even strips, then four odd ones. False when there are
+// too many different ones for the table.
+template <u32 kEntries>
+inline bool AddStrips(TFuzzyEntryTable<kWideStrips, kEntries> &masks, const char *rows, u32 count)
 {
-public:
-    static constexpr u32 kNone = 256;
-
-    void Set(const char *rows, u32 count)
-    {
-        std::memset(m_Rows, 0, sizeof(m_Rows));
-        for (u32 i = 0; i < count; ++i)
-        {
-            const u32 strip = i / kStripRows;
-            m_Rows[static_cast<u8>(rows[i])][strip % 2 * 4 + strip / 2] |= 1ull << (i % kStripRows);
-        }
-    }
-
-    const u64 *Of(u32 character) const { return m_Rows[character]; }
-
-private:
-    alignas(32) u64 m_Rows[257][kWideStrips];
-};
+    const u32 odd = kWideStrips / 2;
+    return masks.Add(rows, count, [odd](u32 strip) { return strip % 2 * odd + strip / 2; });
+}
 
 // Four strips.
 typedef u64 FuzzyStrips __attribute__((vector_size(32)));
@@ -121,11 +108,11 @@ private:
 class CFuzzyStrips
 {
 public:
-    // Takes up to 512 rows, and a text of 8 characters or more.
-    CFuzzyStrips(const char *rows, u32 rowCount, const char *text, u32 textLength, FuzzyCarry *carries)
-        : m_RowCount(rowCount), m_Text(text), m_TextLength(textLength), m_Carries(carries)
+    // Takes the masks of up to 512 rows, and a text of 8 characters or more.
+    CFuzzyStrips(const TFuzzyEntries<kWideStrips> &masks, u32 rowCount, const char *text, u32 textLength,
+                 FuzzyCarry *carries)
+        : m_RowCount(rowCount), m_Text(text), m_TextLength(textLength), m_Carries(carries), m_Masks(masks)
     {
-        m_Masks.Set(rows, rowCount);
     }
 
     // As AdvanceTwoStrips.
@@ -172,26 +159,26 @@ private:
             m_Carries[time - kDelay] = out;
     }
 
-    const u64 *_MasksOf(char character) const { return m_Masks.Of(static_cast<u8>(character)); }
+    const u64 *_MasksOf(char character) const { return m_Masks.Of(character); }
 
     // Columns before the first one are beyond the last one, too: the numbers wrap.
     const u64 *_MasksAt(u32 column) const
     {
-        return column < m_TextLength ? _MasksOf(m_Text[column]) : m_Masks.Of(CFuzzyStripMasks::kNone);
+        return column < m_TextLength ? _MasksOf(m_Text[column]) : m_Masks.m_Rows[m_Masks.kNone];
     }
 
     u32 m_RowCount;
     const char *m_Text;
     u32 m_TextLength;
     FuzzyCarry *m_Carries;
-    CFuzzyStripMasks m_Masks;
+    TFuzzyEntries<kWideStrips> m_Masks;
 };
 
 // As AdvanceTwoStrips, for up to 512 rows and a text of 8 characters or more.
-inline u32 AdvanceWideStrips(const char *rows, u32 rowCount, u64 plus, const char *text, u32 textLength,
-                             FuzzyCarry *carries)
+QV_INTERNAL_NOINLINE inline u32 AdvanceWideStrips(const TFuzzyEntries<kWideStrips> &masks, u32 rowCount, u64 plus,
+                                                  const char *text, u32 textLength, FuzzyCarry *carries)
 {
-    const CFuzzyStrips strips(rows, rowCount, text, textLength, carries);
+    const CFuzzyStrips strips(masks, rowCount, text, textLength, carries);
     return strips.Advance(plus);
 }
 

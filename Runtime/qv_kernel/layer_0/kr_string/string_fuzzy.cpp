@@ -29,29 +29,38 @@ constexpr u32 kStackCells = 256;
 // Strips are taken in pairs where there are no wide vectors.
 constexpr u32 kPairRows = 2 * kStripRows;
 
-// Entries that the ranked top scores at a time: the more, the later it learns which ones need no scoring.
+// Different characters, and one more, that wide strips have room for: of 8 bytes times 8 strips each.
+constexpr u32 kFewEntries = 40;  // where all is on the stack
+constexpr u32 kManyEntries = 96; // in long texts
+
+// Entries of a list that are scored at a time: of each batch some lanes stay empty.
+constexpr u32 kListBatch = 256;
+
+// The same of the ranked top: the more, the later it learns which ones need no scoring.
 constexpr u32 kTopBatch = 64;
 
-// The storage that a comparison of texts up to `longerLength` may use: on the stack, or a block of one counter of 32
-// bits for each cell of the recurrence's row.
+// The block that a comparison of texts up to `longerLength` takes: one counter of 32 bits for each cell of the
+// recurrence's row. None for shorter texts.
 class CFuzzyRow
 {
 public:
     explicit CFuzzyRow(u32 longerLength)
         : m_Block(longerLength < kStackCells ? CRawBlock() : CRawBlock(_BytesOfRow(longerLength))),
-          m_Row(longerLength < kStackCells ? m_Stack : static_cast<FuzzyCarry *>(m_Block.Data()))
+          m_IsGranted(longerLength < kStackCells || m_Block.Data() != nullptr)
     {
     }
 
-    // Null when memory is refused.
-    FuzzyCarry *Carries() const { return m_Row; }
+    // False when memory is refused.
+    bool IsGranted() const { return m_IsGranted; }
+
+    // Null where there is no block.
+    FuzzyCarry *Carries() const { return static_cast<FuzzyCarry *>(m_Block.Data()); }
 
 private:
     static u64 _BytesOfRow(u32 longerLength) { return (static_cast<u64>(longerLength) + 1) * sizeof(u32); }
 
     CRawBlock m_Block;
-    FuzzyCarry *m_Row;
-    FuzzyCarry m_Stack[kStackCells];
+    bool m_IsGranted;
 };
 
 // The weight of two strings of which one is empty.
@@ -91,10 +100,10 @@ u32 DistanceOfShort(const CStringView &, const CStringView &)
 
 #endif
 
-// Rows that one table serves.
-u32 DistanceOfWord(const CStringView &rows, const CStringView &columns)
+// Rows that one word holds.
+QV_INTERNAL_NOINLINE u32 DistanceOfWord(const CStringView &rows, const CStringView &columns)
 {
-    TFuzzyMasks<1> masks;
+    SFuzzyMasks masks;
     masks.ClearFor(columns.Data(), columns.Length());
     masks.ClearFor(rows.Data(), rows.Length());
     masks.Add(rows.Data(), rows.Length());
@@ -105,47 +114,88 @@ u32 DistanceOfWord(const CStringView &rows, const CStringView &columns)
     return DistanceOfStrip(masks, rows.Length(), FuzzyBits_Rows, columns.Data(), columns.Length());
 }
 
-// Rows that two tables serve.
-u32 DistanceOfPair(const CStringView &rows, const CStringView &columns)
+// Rows that two words hold.
+QV_INTERNAL_NOINLINE u32 DistanceOfPair(const CStringView &rows, const CStringView &columns)
 {
-    TFuzzyMasks<2> masks;
-    masks.Clear();
-    masks.Add(rows.Data(), rows.Length());
+    const CFuzzyPairMasks masks(rows.Data(), rows.Length());
 #if QV_SIMD_HAS_WIDE
     if (HasWideInstructions())
-        return Wide::DistanceOfTwoStrips(masks, rows.Length(), columns.Data(), columns.Length());
+        return Wide::DistanceOfTwoStrips(masks.Entries(), rows.Length(), columns.Data(), columns.Length());
 #endif
-    return DistanceOfTwoStrips(masks, rows.Length(), columns.Data(), columns.Length());
+    return DistanceOfTwoStrips(masks.Entries(), rows.Length(), columns.Data(), columns.Length());
 }
 
-// Advances as many of the rows from `start` on as are best taken at once. `start` is moved behind them.
-// Returns: what the differences down them in the last column come to.
-u32 AdvanceSomeStrips(const CStringView &rows, u32 &start, const CStringView &columns, FuzzyCarry *carries)
+// Some rows of a long text, and the differences down them in the first column.
+struct SFuzzyBand
 {
-    const char *const data = rows.Data() + start;
-    const u32 left = rows.Length() - start;
-    const u64 plus = start == 0 ? FuzzyBoundary(FuzzyBits_Rows, 0).m_Plus : ~0ull;
+    const char *m_Rows;
+    u32 m_Count;
+    u64 m_Plus;
+};
+
+// Each advances a band along the columns. Returns: what the differences down its rows in the last column come to.
+
+QV_INTERNAL_NOINLINE u32 AdvancePair(const SFuzzyBand &band, const CStringView &columns, FuzzyCarry *carries)
+{
+    const CFuzzyPairMasks masks(band.m_Rows, band.m_Count);
 #if QV_SIMD_HAS_WIDE
-    if (left >= Wide::kMinWideRows && HasWideInstructions())
+    if (HasWideInstructions())
+        return Wide::AdvanceTwoStrips(masks.Entries(), band.m_Count, band.m_Plus, columns.Data(), columns.Length(),
+                                      carries);
+#endif
+    return AdvanceTwoStrips(masks.Entries(), band.m_Count, band.m_Plus, columns.Data(), columns.Length(), carries);
+}
+
+#if QV_SIMD_HAS_WIDE
+
+// Adds to the distance. False when the band's rows hold too many different characters; then nothing has happened.
+template <u32 kEntries>
+QV_INTERNAL_NOINLINE bool AdvanceWide(const SFuzzyBand &band, const CStringView &columns, FuzzyCarry *carries,
+                                      u32 &distance)
+{
+    TFuzzyEntryTable<Wide::kWideStrips, kEntries> masks;
+    if (!Wide::AddStrips(masks, band.m_Rows, band.m_Count))
+        return false;
+    distance +=
+        Wide::AdvanceWideStrips(masks.Entries(), band.m_Count, band.m_Plus, columns.Data(), columns.Length(), carries);
+    return true;
+}
+
+#endif
+
+// Advances bands of rows one after the other; `kEntries` bounds the different characters of wide ones.
+template <u32 kEntries>
+u32 DistanceOfBands(const CStringView &rows, const CStringView &columns, FuzzyCarry *carries)
+{
+    const SFuzzyBoundary boundary = FuzzyBoundary(FuzzyBits_Rows, columns.Length());
+    BeginCarries(boundary, carries, columns.Length());
+    u32 distance = boundary.m_Top;
+    u32 taken = 0;
+    for (u32 start = 0; start < rows.Length(); start += taken)
     {
-        const u32 taken = QVMin(left, Wide::kWideRows);
-        start += taken;
-        return Wide::AdvanceWideStrips(data, taken, plus, columns.Data(), columns.Length(), carries);
-    }
-#endif
-    const u32 taken = QVMin(left, kPairRows);
-    start += taken;
-    TFuzzyMasks<2> masks;
-    masks.Clear();
-    masks.Add(data, taken);
+        SFuzzyBand band = {rows.Data() + start, rows.Length() - start, start == 0 ? boundary.m_Plus : ~0ull};
 #if QV_SIMD_HAS_WIDE
-    if (HasWideInstructions())
-        return Wide::AdvanceTwoStrips(masks, taken, plus, columns.Data(), columns.Length(), carries);
+        if (band.m_Count >= Wide::kMinWideRows && HasWideInstructions())
+        {
+            taken = band.m_Count = QVMin(band.m_Count, Wide::kWideRows);
+            if (AdvanceWide<kEntries>(band, columns, carries, distance))
+                continue;
+        }
 #endif
-    return AdvanceTwoStrips(masks, taken, plus, columns.Data(), columns.Length(), carries);
+        taken = band.m_Count = QVMin(band.m_Count, kPairRows);
+        distance += AdvancePair(band, columns, carries);
+    }
+    return distance;
 }
 
-// The distance of rows to columns, both not empty; `carries` is not used when the rows fit two words.
+// Two texts of which the longer one, the columns, needs no block.
+QV_INTERNAL_NOINLINE u32 DistanceOnStack(const CStringView &rows, const CStringView &columns)
+{
+    FuzzyCarry carries[kStackCells];
+    return DistanceOfBands<kFewEntries>(rows, columns, carries);
+}
+
+// The distance of rows to columns, both not empty; `carries` is null where the columns need no block.
 u32 DistanceOnce(const CStringView &rows, const CStringView &columns, FuzzyCarry *carries)
 {
     if (IsShort(rows, columns))
@@ -154,68 +204,76 @@ u32 DistanceOnce(const CStringView &rows, const CStringView &columns, FuzzyCarry
         return DistanceOfWord(rows, columns);
     if (rows.Length() <= kPairRows)
         return DistanceOfPair(rows, columns);
-    const SFuzzyBoundary boundary = FuzzyBoundary(FuzzyBits_Rows, columns.Length());
-    BeginCarries(boundary, carries, columns.Length());
-    u32 distance = boundary.m_Top;
-    for (u32 start = 0; start < rows.Length();)
-        distance += AdvanceSomeStrips(rows, start, columns, carries);
-    return distance;
+    return carries != nullptr ? DistanceOfBands<kManyEntries>(rows, columns, carries) : DistanceOnStack(rows, columns);
 }
 
-// The weight of two texts, neither empty. Returns: 0 when memory was refused.
-float WeighOnce(const CStringView &rows, const CStringView &columns)
+// Two texts, neither empty, of which the longer one needs a block. False when that is refused.
+QV_INTERNAL_NOINLINE bool WeighLong(const CStringView &rows, const CStringView &columns, float &outWeight)
 {
-    const u32 total = rows.Length() + columns.Length();
-    if (rows.Length() <= kStripRows && columns.Length() < kStackCells)
-        return FuzzyWeight(total, DistanceOnce(rows, columns, nullptr));
+    outWeight = 0.0f;
     const CFuzzyRow row(columns.Length());
-    return row.Carries() != nullptr ? FuzzyWeight(total, DistanceOnce(rows, columns, row.Carries())) : 0.0f;
+    if (!row.IsGranted())
+        return false;
+    outWeight = FuzzyWeight(rows.Length() + columns.Length(), DistanceOnce(rows, columns, row.Carries()));
+    return true;
 }
 
-// A query that is scored against many texts: its masks are built once.
+// The weight of two texts. False when memory was refused; it is 0 then.
+bool WeighPair(const CStringView &query, const CStringView &other, float &outWeight)
+{
+    outWeight = WeightOfEmpty(query.Length(), other.Length());
+    if (query.Length() == 0 || other.Length() == 0)
+        return true;
+    const bool queryIsRows = query.Length() < other.Length();
+    const CStringView &rows = queryIsRows ? query : other;
+    const CStringView &columns = queryIsRows ? other : query;
+    if (columns.Length() >= kStackCells)
+        return WeighLong(rows, columns, outWeight);
+    outWeight = FuzzyWeight(rows.Length() + columns.Length(), DistanceOnce(rows, columns, nullptr));
+    return true;
+}
+
+// A query of 1 to 64 characters that is scored against many texts: its masks are built once.
 class CFuzzyQuery
 {
 public:
-    // Texts scored at a time, at most.
-    static constexpr u32 kBatch = 256;
+    static constexpr u32 kMaxLength = kStripRows;
 
-    explicit CFuzzyQuery(const CString &query) : m_Query(query)
+    explicit CFuzzyQuery(const CStringView &query) : m_Query(query)
     {
-        const u32 length = m_Query.Length();
-        if (length <= kStripRows)
-        {
-            m_Masks.Clear();
-            m_Masks.Add(m_Query.Data(), length);
-        }
+        m_Masks.Clear();
+        m_Masks.Add(query.Data(), query.Length());
 #if QV_SIMD_HAS_WIDE
         if (HasWideInstructions() && _FitsLanes(m_WideLanes16))
-            m_WideLanes16.SetQuery(m_Query.Data(), length);
+            m_WideLanes16.SetQuery(query.Data(), query.Length());
         else if (HasWideInstructions() && _FitsLanes(m_WideLanes32))
-            m_WideLanes32.SetQuery(m_Query.Data(), length);
+            m_WideLanes32.SetQuery(query.Data(), query.Length());
         else
 #endif
             if (_FitsLanes(m_Lanes16))
-            m_Lanes16.SetQuery(m_Masks, length);
+            m_Lanes16.SetQuery(m_Masks, query.Length());
         else if (_FitsLanes(m_Lanes32))
-            m_Lanes32.SetQuery(m_Masks, length);
+            m_Lanes32.SetQuery(m_Masks, query.Length());
     }
 
-    // The weights of at most `kBatch` strings. False when memory was refused for one of them, which then weighs 0.
-    bool Weigh(const CString *const *strings, u32 count, float *outWeights) const
+    // The weights of `count` strings, of which `stringAt(i)` is one. False when memory was refused for one of them, which
+    // then weighs 0.
+    template <typename StringAt>
+    bool Weigh(const StringAt &stringAt, u32 count, float *outWeights) const
     {
 #if QV_SIMD_HAS_WIDE
         if (HasWideInstructions() && _FitsLanes(m_WideLanes16))
-            return _WeighInWideLanes(m_WideLanes16, strings, count, outWeights);
+            return _WeighInWideLanes(m_WideLanes16, stringAt, count, outWeights);
         if (HasWideInstructions() && _FitsLanes(m_WideLanes32))
-            return _WeighInWideLanes(m_WideLanes32, strings, count, outWeights);
+            return _WeighInWideLanes(m_WideLanes32, stringAt, count, outWeights);
 #endif
         if (_FitsLanes(m_Lanes16))
-            return _WeighInLanes(m_Lanes16, strings, count, outWeights);
+            return _WeighInLanes(m_Lanes16, stringAt, count, outWeights);
         if (_FitsLanes(m_Lanes32))
-            return _WeighInLanes(m_Lanes32, strings, count, outWeights);
+            return _WeighInLanes(m_Lanes32, stringAt, count, outWeights);
         bool granted = true;
         for (u32 i = 0; i < count; ++i)
-            granted = _Weigh(*strings[i], outWeights[i]) && granted;
+            granted = _Weigh(stringAt(i), outWeights[i]) && granted;
         return granted;
     }
 
@@ -223,35 +281,26 @@ private:
     template <typename Lanes>
     bool _FitsLanes(const Lanes &) const
     {
-        return m_Query.Length() != 0 && m_Query.Length() <= Lanes::kMaxQuery;
+        return m_Query.Length() <= Lanes::kMaxQuery;
     }
 
-    bool _Weigh(const CString &string, float &outWeight) const
+    bool _Weigh(const CStringView &text, float &outWeight) const
     {
-        const CStringView text(string);
-        const u32 length = m_Query.Length();
-        outWeight = WeightOfEmpty(length, text.Length());
-        if (length == 0 || text.Length() == 0)
-            return true;
         outWeight = 0.0f;
+        if (text.Length() == 0)
+            return true;
+        const u32 length = m_Query.Length();
         const CFuzzyRow row(QVMax(length, text.Length()));
-        if (row.Carries() == nullptr)
+        if (!row.IsGranted())
             return false;
-        outWeight = FuzzyWeight(length + text.Length(), _Distance(text, row.Carries()));
+        const EFuzzyBits bits = length < text.Length() ? FuzzyBits_Rows : FuzzyBits_Columns;
+        outWeight =
+            FuzzyWeight(length + text.Length(), DistanceOfStrip(m_Masks, length, bits, text.Data(), text.Length()));
         return true;
     }
 
-    u32 _Distance(const CStringView &text, FuzzyCarry *carries) const
-    {
-        const u32 length = m_Query.Length();
-        const EFuzzyBits bits = length < text.Length() ? FuzzyBits_Rows : FuzzyBits_Columns;
-        if (length <= kStripRows)
-            return DistanceOfStrip(m_Masks, length, bits, text.Data(), text.Length());
-        return bits == FuzzyBits_Rows ? DistanceOnce(m_Query, text, carries) : DistanceOnce(text, m_Query, carries);
-    }
-
-    template <typename Lanes>
-    bool _WeighInLanes(const Lanes &lanes, const CString *const *strings, u32 count, float *outWeights) const
+    template <typename Lanes, typename StringAt>
+    bool _WeighInLanes(const Lanes &lanes, const StringAt &stringAt, u32 count, float *outWeights) const
     {
         SFuzzyLaneText texts[Lanes::kCount];
         u32 indices[Lanes::kCount];
@@ -259,13 +308,13 @@ private:
         bool granted = true;
         for (u32 i = 0; i < count; ++i)
         {
-            const u32 length = strings[i]->Length();
-            if (length == 0 || length > kMaxLaneText)
+            const CStringView text(stringAt(i));
+            if (text.Length() == 0 || text.Length() > kMaxLaneText)
             {
-                granted = _Weigh(*strings[i], outWeights[i]) && granted;
+                granted = _Weigh(text, outWeights[i]) && granted;
                 continue;
             }
-            texts[used] = SFuzzyLaneText{strings[i]->Data(), length};
+            texts[used] = SFuzzyLaneText{text.Data(), text.Length()};
             indices[used++] = i;
             if (used == Lanes::kCount)
                 _ScoreLanes(lanes, texts, indices, std::exchange(used, 0u), outWeights);
@@ -297,8 +346,8 @@ private:
         u32 m_Used;
     };
 
-    template <typename Lanes>
-    bool _WeighInWideLanes(const Lanes &lanes, const CString *const *strings, u32 count, float *outWeights) const
+    template <typename Lanes, typename StringAt>
+    bool _WeighInWideLanes(const Lanes &lanes, const StringAt &stringAt, u32 count, float *outWeights) const
     {
         // Of up to 16 characters, of up to 32, and of more.
         SWideGroup groups[3];
@@ -307,10 +356,10 @@ private:
         bool granted = true;
         for (u32 i = 0; i < count; ++i)
         {
-            const CStringView text(*strings[i]);
+            const CStringView text(stringAt(i));
             if (text.Length() == 0 || text.Length() > kMaxLaneText)
             {
-                granted = _Weigh(*strings[i], outWeights[i]) && granted;
+                granted = _Weigh(text, outWeights[i]) && granted;
                 continue;
             }
             SWideGroup &group = groups[QVMin((text.Length() - 1) / 16, 2u)];
@@ -342,41 +391,105 @@ private:
 #endif
 
     CStringView m_Query;
-    TFuzzyMasks<1> m_Masks;
+    SFuzzyMasks m_Masks;
+    // Those that the query's length and the machine call for; none for queries of more than 32 characters.
+    union
+    {
 #if QV_SIMD_HAS_WIDE
-    Wide::TFuzzyWideLanes<u16> m_WideLanes16;
-    Wide::TFuzzyWideLanes<u32> m_WideLanes32;
+        Wide::TFuzzyWideLanes<u16> m_WideLanes16;
+        Wide::TFuzzyWideLanes<u32> m_WideLanes32;
 #endif
-    TFuzzyLanes<u16> m_Lanes16;
-    TFuzzyLanes<u32> m_Lanes32;
+        TFuzzyLanes<u16> m_Lanes16;
+        TFuzzyLanes<u32> m_Lanes32;
+    };
 };
 
-// Weighs the entries of a list in order, those that `wants(entry)` lets pass, and hands (index, weight) to `take`, when
-// `batchSize` of them are together. False when memory was refused for an entry; it weighs 0 then.
-template <typename Wants, typename Take>
-bool WeighList(const CString &query, const TStridedMemoryView<const CString> &list, u32 count, u32 batchSize,
-               const Wants &wants, const Take &take)
+typedef TStridedMemoryView<const CString> FuzzyList;
+
+// Each of the following weighs the entries of a list in order, those that `wants(entry)` lets pass, if it is asked, and
+// hands (index, weight) to `take`. False when memory was refused for an entry; it weighs 0 then.
+
+// All of the first `count`, by a query of 1 to 64 characters.
+template <typename Take>
+QV_INTERNAL_NOINLINE bool WeighAllByMasks(const CStringView &query, const FuzzyList &list, u32 count, const Take &take)
 {
     const CFuzzyQuery scorer(query);
-    const CString *strings[CFuzzyQuery::kBatch];
-    u32 indices[CFuzzyQuery::kBatch];
-    float weights[CFuzzyQuery::kBatch];
+    float weights[kListBatch];
     bool granted = true;
-    for (u32 next = 0; next < count;)
+    for (u32 first = 0; first < count; first += kListBatch)
+    {
+        const u32 batch = QVMin(count - first, kListBatch);
+        const auto stringAt = [&](u32 i) -> const CString & { return list[first + i]; };
+        granted = scorer.Weigh(stringAt, batch, weights) && granted;
+        for (u32 i = 0; i < batch; ++i)
+            take(first + i, weights[i]);
+    }
+    return granted;
+}
+
+// Those that are wanted, by a query of 1 to 64 characters.
+template <typename Wants, typename Take>
+QV_INTERNAL_NOINLINE bool WeighWantedByMasks(const CStringView &query, const FuzzyList &list, const Wants &wants,
+                                             const Take &take)
+{
+    const CFuzzyQuery scorer(query);
+    u32 indices[kTopBatch];
+    float weights[kTopBatch];
+    bool granted = true;
+    for (u32 next = 0; next < list.Count();)
     {
         u32 batch = 0;
-        for (; next < count && batch < batchSize; ++next)
+        for (; next < list.Count() && batch < kTopBatch; ++next)
         {
-            const CString &entry = list[next];
-            strings[batch] = &entry;
             indices[batch] = next;
-            batch += wants(entry) ? 1 : 0;
+            batch += wants(list[next]) ? 1 : 0;
         }
-        granted = scorer.Weigh(strings, batch, weights) && granted;
+        const auto stringAt = [&](u32 i) -> const CString & { return list[indices[i]]; };
+        granted = scorer.Weigh(stringAt, batch, weights) && granted;
         for (u32 i = 0; i < batch; ++i)
             take(indices[i], weights[i]);
     }
     return granted;
+}
+
+// One by one: longer queries have nothing to keep from one to the next.
+template <typename Wants, typename Take>
+QV_INTERNAL_NOINLINE bool WeighPairs(const CStringView &query, const FuzzyList &list, u32 count, const Wants &wants,
+                                     const Take &take)
+{
+    bool granted = true;
+    for (u32 i = 0; i < count; ++i)
+    {
+        const CString &entry = list[i];
+        if (!wants(entry))
+            continue;
+        float weight;
+        granted = WeighPair(query, entry, weight) && granted;
+        take(i, weight);
+    }
+    return granted;
+}
+
+bool HasMasks(const CStringView &query)
+{
+    return query.Length() != 0 && query.Length() <= CFuzzyQuery::kMaxLength;
+}
+
+template <typename Take>
+void WeighAll(const CStringView &query, const FuzzyList &list, u32 count, const Take &take)
+{
+    if (HasMasks(query))
+        WeighAllByMasks(query, list, count, take);
+    else
+        WeighPairs(
+            query, list, count, [](const CString &) { return true; }, take);
+}
+
+template <typename Wants, typename Take>
+bool WeighWanted(const CStringView &query, const FuzzyList &list, const Wants &wants, const Take &take)
+{
+    return HasMasks(query) ? WeighWantedByMasks(query, list, wants, take)
+                           : WeighPairs(query, list, list.Count(), wants, take);
 }
 
 // What was decided for entries of a length, until the question changes.
@@ -411,20 +524,13 @@ private:
     u8 m_Verdicts[kLengths];
 };
 
-bool WantsAll(const CString &)
-{
-    return true;
-}
-
 } // namespace
 
 float CString::FuzzyMatch(const CString &other) const
 {
-    const CStringView a(*this);
-    const CStringView b(other);
-    if (a.Length() == 0 || b.Length() == 0)
-        return WeightOfEmpty(a.Length(), b.Length());
-    return a.Length() < b.Length() ? WeighOnce(a, b) : WeighOnce(b, a);
+    float weight;
+    WeighPair(*this, other, weight);
+    return weight;
 }
 
 void CString::FuzzyMatchList(const TStridedMemoryView<const CString> &stringList,
@@ -432,20 +538,19 @@ void CString::FuzzyMatchList(const TStridedMemoryView<const CString> &stringList
 {
     QV_ASSERT(outMatchResults.Count() == stringList.Count());
     const u32 count = QVMin(outMatchResults.Count(), stringList.Count());
-    WeighList(*this, stringList, count, CFuzzyQuery::kBatch, WantsAll,
-              [&](u32 index, float weight) { outMatchResults[index] = weight; });
+    WeighAll(*this, stringList, count, [&](u32 index, float weight) { outMatchResults[index] = weight; });
 }
 
 void CString::FuzzyMatchList_Ordered(const TStridedMemoryView<const CString> &stringList,
                                      TArray<SFuzzyMatchListElement> &outOrderedMatchResults, float tolerance) const
 {
     outOrderedMatchResults.Clear();
-    WeighList(*this, stringList, stringList.Count(), CFuzzyQuery::kBatch, WantsAll,
-              [&](u32 index, float weight)
-              {
-                  if (weight >= tolerance)
-                      outOrderedMatchResults.PushBack(SFuzzyMatchListElement(index, weight));
-              });
+    WeighAll(*this, stringList, stringList.Count(),
+             [&](u32 index, float weight)
+             {
+                 if (weight >= tolerance)
+                     outOrderedMatchResults.PushBack(SFuzzyMatchListElement(index, weight));
+             });
     if (!outOrderedMatchResults.Empty())
         QuickSort(outOrderedMatchResults.Begin(), outOrderedMatchResults.End());
 }
@@ -495,7 +600,7 @@ bool CString::FuzzyMatchList_Top(const TStridedMemoryView<const CString> &string
         outBest.PushBack(SFuzzyMatchListElement(index, weight));
         std::push_heap(outBest.begin(), outBest.end(), better);
     };
-    if (!WeighList(*this, stringList, stringList.Count(), kTopBatch, wants, take))
+    if (!WeighWanted(*this, stringList, wants, take))
     {
         // An entry without its weight may have been among the best.
         outBest.Clear();
