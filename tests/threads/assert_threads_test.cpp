@@ -57,6 +57,22 @@ void FailAtOneSite(u32 value)
     QV_ASSERT(value == 0xFFFFFFFF);
 }
 
+// Waits inside the handler until as many reports are there as expected, and looks at the message after that.
+constexpr u32 kLongReports = 7;
+constexpr size_t kLongMessage = 3000;
+std::atomic<u32> g_LongInside;
+std::atomic<u32> g_LongWhole;
+
+int LongMeetingHandler(const char *, const char *, int line, const char *, const char *, const char *message)
+{
+    ++g_LongInside;
+    while (g_LongInside.load() < kLongReports)
+        std::this_thread::yield();
+    if (message == std::string(kLongMessage, static_cast<char>('a' + line)))
+        ++g_LongWhole;
+    return 2;
+}
+
 // Installs a handler for the time of a test.
 class CHandlerScope
 {
@@ -99,6 +115,24 @@ TEST(AssertionThreads, FormattedMessagesDoNotMix)
     ASSERT_EQ(recorder.Count(), kThreads * 200);
     for (const SReport &report : recorder.Reports())
         ASSERT_EQ(report.m_Message, report.m_Expression);
+}
+
+TEST(AssertionThreads, LongMessagesReportedAtOnceAreAllWhole)
+{
+    const CHandlerScope scope(&LongMeetingHandler);
+    // The second round finds what the first one has put back.
+    for (u32 round = 0; round < 2; ++round)
+    {
+        g_LongInside = 0;
+        g_LongWhole = 0;
+        RunTeam(kLongReports,
+                [](u32 thread)
+                {
+                    const std::string message(kLongMessage, static_cast<char>('a' + thread));
+                    Assert::EvalAssertFormat("f", "g", static_cast<int>(thread), "e", "e", "%s", message.c_str());
+                });
+        EXPECT_EQ(g_LongWhole.load(), kLongReports);
+    }
 }
 
 TEST(AssertionThreads, TheHandlerMayBeExchangedWhileOthersReport)

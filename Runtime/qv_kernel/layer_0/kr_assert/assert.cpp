@@ -14,6 +14,15 @@ namespace
 
 constexpr unsigned kMaxMessageBytes = 4096;
 
+// Messages are formatted on the stack when they are this short. Threads and fibers may have little of it, so longer ones
+// lie in a reserve for as long as the handler runs. No reserve is ever waited for: where all are taken, by handlers that
+// run at the same time, a message goes to the stack whatever its length. An allocation is out of the question, since the
+// allocator asserts, too; memory of each thread would be there in all of them, for what next to none ever needs.
+constexpr unsigned kShortMessageBytes = 512;
+constexpr unsigned kReserves = 4;
+char g_Reserves[kReserves][kMaxMessageBytes];
+bool g_ReserveIsTaken[kReserves];
+
 int DefaultHandler(const char *file, const char *function, int line, const char *expression,
                    const char *expandedExpression, const char *message)
 {
@@ -70,14 +79,63 @@ void ActOn(int answer, bool &ignoreFlag)
         Internal::Break();
 }
 
-QV_INTERNAL_PRINTF(6, 0)
-int EvalAssertFormatV(const char *file, const char *function, int line, const char *expression,
-                      const char *expandedExpression, const char *format, std::va_list args)
+// What is reported besides the message.
+struct SFailure
+{
+    const char *m_File;
+    const char *m_Function;
+    int m_Line;
+    const char *m_Expression;
+    const char *m_ExpandedExpression;
+};
+
+int Report(const SFailure &failure, const char *message)
+{
+    return EvalAssert(failure.m_File, failure.m_Function, failure.m_Line, failure.m_Expression,
+                      failure.m_ExpandedExpression, message);
+}
+
+QV_INTERNAL_PRINTF(2, 0)
+QV_INTERNAL_COLD
+int ReportFromStack(const SFailure &failure, const char *format, std::va_list args)
 {
     char message[kMaxMessageBytes];
-    if (format == nullptr || std::vsnprintf(message, sizeof(message), format, args) < 0)
+    std::vsnprintf(message, sizeof(message), format, args);
+    return Report(failure, message);
+}
+
+QV_INTERNAL_PRINTF(2, 0)
+QV_INTERNAL_COLD
+int ReportLong(const SFailure &failure, const char *format, std::va_list args)
+{
+    for (unsigned i = 0; i < kReserves; ++i)
+    {
+        if (__atomic_exchange_n(&g_ReserveIsTaken[i], true, __ATOMIC_ACQUIRE))
+            continue;
+        std::vsnprintf(g_Reserves[i], kMaxMessageBytes, format, args);
+        const int answer = Report(failure, g_Reserves[i]);
+        __atomic_store_n(&g_ReserveIsTaken[i], false, __ATOMIC_RELEASE);
+        return answer;
+    }
+    return ReportFromStack(failure, format, args);
+}
+
+QV_INTERNAL_PRINTF(2, 0)
+int EvalAssertFormatV(const SFailure &failure, const char *format, std::va_list args)
+{
+    // Nothing is formatted for a handler that would not be called.
+    if (t_InsideHandler)
+        return Internal::Answer_Continue;
+    char message[kShortMessageBytes];
+    std::va_list argsAgain;
+    va_copy(argsAgain, args);
+    const int length = format != nullptr ? std::vsnprintf(message, sizeof(message), format, args) : -1;
+    if (length < 0)
         message[0] = '\0';
-    return EvalAssert(file, function, line, expression, expandedExpression, message);
+    const int answer =
+        length >= static_cast<int>(sizeof(message)) ? ReportLong(failure, format, argsAgain) : Report(failure, message);
+    va_end(argsAgain);
+    return answer;
 }
 
 } // namespace
@@ -107,7 +165,7 @@ int EvalAssertFormat(const char *file, const char *function, int line, const cha
 {
     std::va_list args;
     va_start(args, format);
-    const int answer = EvalAssertFormatV(file, function, line, expression, expandedExpression, format, args);
+    const int answer = EvalAssertFormatV(SFailure{file, function, line, expression, expandedExpression}, format, args);
     va_end(args);
     return answer;
 }
@@ -150,8 +208,8 @@ void ReportSiteFormat(bool &ignoreFlag, const SSite &site, const char *function,
         return;
     std::va_list args;
     va_start(args, format);
-    const int answer = EvalAssertFormatV(site.m_File, function, site.m_Line, site.m_Expression,
-                                         site.m_ExpandedExpression, format, args);
+    const int answer = EvalAssertFormatV(
+        SFailure{site.m_File, function, site.m_Line, site.m_Expression, site.m_ExpandedExpression}, format, args);
     va_end(args);
     ActOn(answer, ignoreFlag);
 }

@@ -492,6 +492,12 @@ bool WeighWanted(const CStringView &query, const FuzzyList &list, const Wants &w
                            : WeighPairs(query, list, list.Count(), wants, take);
 }
 
+// Not inline: the sort's pending ranges need not be on the stack while the list is weighed.
+QV_INTERNAL_NOINLINE void SortRanked(TArray<CString::SFuzzyMatchListElement> &ranked)
+{
+    QuickSort(ranked.Begin(), ranked.End());
+}
+
 // What was decided for entries of a length, until the question changes.
 class CLengthVerdicts
 {
@@ -552,7 +558,7 @@ void CString::FuzzyMatchList_Ordered(const TStridedMemoryView<const CString> &st
                      outOrderedMatchResults.PushBack(SFuzzyMatchListElement(index, weight));
              });
     if (!outOrderedMatchResults.Empty())
-        QuickSort(outOrderedMatchResults.Begin(), outOrderedMatchResults.End());
+        SortRanked(outOrderedMatchResults);
 }
 
 bool CString::FuzzyMatchList_Top(const TStridedMemoryView<const CString> &stringList,

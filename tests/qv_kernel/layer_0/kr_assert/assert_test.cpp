@@ -172,6 +172,17 @@ TEST(AssertionHandler, FormattedMessagesAreCutAt4095Characters)
     EXPECT_EQ(recorder.Last().m_Message, std::string(4095, 'b'));
 }
 
+TEST(AssertionHandler, FormattedMessagesOfEveryLengthReachTheHandlerWhole)
+{
+    const CAssertRecorder recorder;
+    for (size_t length = 0; length <= 4095; length += length < 500 || (length > 520 && length < 4080) ? 37 : 1)
+    {
+        const std::string text(length, 'a');
+        Assert::EvalAssertFormat("f", "g", 1, "e", "e", "%s", text.c_str());
+        EXPECT_EQ(recorder.Last().m_Message, text);
+    }
+}
+
 TEST(AssertionHandler, NullTextsReachTheHandlerAsEmptyOnes)
 {
     const CAssertRecorder recorder;

@@ -1,7 +1,12 @@
 #include <clocale>
 #include <cstdarg>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <string>
+
+#include <sys/types.h>
 
 #include <gtest/gtest.h>
 
@@ -137,6 +142,93 @@ TEST_F(BufferFormat, ResultsOfAnyLengthAreDeliveredWhole)
             EXPECT_EQ(m_Allocator.Calls().back().m_Size, length + 1u);
             Mem::Free(result, Mem::AllocType_Generic);
         }
+    }
+}
+
+// Formats a result twice, as the platform does and into a buffer too small for it: the first time teaches that the format
+// gives long results.
+#define EXPECT_LONG(...)                                                                                               \
+    do                                                                                                                 \
+    {                                                                                                                  \
+        char expected[4096];                                                                                           \
+        const int length = std::snprintf(expected, sizeof(expected), __VA_ARGS__);                                     \
+        for (int round = 0; round < 2; ++round)                                                                        \
+        {                                                                                                              \
+            char *const result = Format(m_Buffer.First(), m_Buffer.Last(), m_Length, __VA_ARGS__);                     \
+            ASSERT_NE(result, nullptr);                                                                                \
+            EXPECT_NE(result, m_Buffer.First());                                                                       \
+            EXPECT_STREQ(result, expected);                                                                            \
+            EXPECT_EQ(m_Length, static_cast<u32>(length));                                                             \
+            EXPECT_EQ(m_Allocator.Calls().back().m_Size, static_cast<u64>(length) + 1);                                \
+            Mem::Free(result, Mem::AllocType_Generic);                                                                 \
+        }                                                                                                              \
+        EXPECT_EQ(m_Allocator.RequestCount(), 2u);                                                                     \
+        m_Allocator.RefuseNth(0);                                                                                      \
+    } while (false)
+
+TEST_F(BufferFormat, ForeseenResultsAreWhatThePlatformMakes)
+{
+    const std::string text(1000, 'y');
+    const char *const y = text.c_str();
+    EXPECT_LONG("%s", y);
+    EXPECT_LONG("%%%s%%", y);
+    EXPECT_LONG("<%s> %05d", y, 42);
+    EXPECT_LONG("%s %d %d %d %i", y, 0, -1, 99, -2147483647 - 1);
+    EXPECT_LONG("%s %1d %2d %3d %03d %010d", y, 10, 10, 10, 10, -10);
+    EXPECT_LONG("%s %+d % d %-8d| %.3d %.0d", y, 5, 5, 5, 5, 0);
+    EXPECT_LONG("%s %u %x %X %o %#x %#o", y, 4000000000u, 0xABCu, 0xABCu, 8u, 255u, 8u);
+    EXPECT_LONG("%s %hd %hhd %ld %lld %zu", y, static_cast<short>(-7), static_cast<signed char>(-8), -9L, -10LL,
+                sizeof(text));
+    EXPECT_LONG("%s %lu %llx %zd", y, ~0ul, ~0ull, static_cast<ssize_t>(-1));
+    EXPECT_LONG("%s %c%c", y, 'a', 'b');
+    EXPECT_LONG("%s %f %g %e %.3f %10.1f %G %E %F", y, 1.5, 1e100, -2.5, 2.0, 3.25, 1e-9, 1.0, 1e30);
+    EXPECT_LONG("%.20s %.700s %.0s|%.s|", y, y, y, y);
+    EXPECT_LONG("%1200s|%-1200s|", "right", "left");
+    EXPECT_LONG("%5s %s %-5s", "ab", y, "cd");
+    // What is left to the platform.
+    EXPECT_LONG("%s %p", y, static_cast<void *>(this));
+    EXPECT_LONG("%s %*d %.*f %-*s|", y, 7, 1, 2, 1.25, 4, "x");
+    EXPECT_LONG("%s %jd %td %Lf", y, static_cast<intmax_t>(1), static_cast<std::ptrdiff_t>(2), 1.5L);
+    EXPECT_LONG("%ls %s", L"wide", y);
+    EXPECT_LONG("%s", "short, but not that short");
+    EXPECT_LONG("%1000d", 1);
+    EXPECT_LONG("%s%060.50f", y, 1.0);
+    EXPECT_LONG("%s %.00000000000000000000000000000000000003d", y, 3);
+}
+
+#undef EXPECT_LONG
+
+TEST_F(BufferFormat, AFormatOfLongResultsStillGivesShortOnes)
+{
+    const std::string text(1000, 'y');
+    const char *const null = nullptr;
+    for (u32 round = 0; round < 3; ++round)
+    {
+        for (const char *argument : {text.c_str(), "short", text.c_str(), null, ""})
+        {
+            const char *const format = "%s";
+            char *const result = Format(m_Buffer.First(), m_Buffer.Last(), m_Length, format, argument);
+            ASSERT_NE(result, nullptr);
+            EXPECT_EQ(result == m_Buffer.First(), argument != text.c_str());
+            if (argument != null)
+            {
+                EXPECT_STREQ(result, argument);
+            }
+            if (result != m_Buffer.First())
+                Mem::Free(result, Mem::AllocType_Generic);
+        }
+    }
+}
+
+TEST_F(BufferFormat, AForeseenResultRefusedMemoryGivesNull)
+{
+    const std::string text(1000, 'y');
+    for (u32 round = 0; round < 2; ++round)
+    {
+        m_Allocator.RefuseNth(1);
+        EXPECT_EQ(Format(m_Buffer.First(), m_Buffer.Last(), m_Length, "%s refused", text.c_str()), nullptr);
+        EXPECT_EQ(m_Length, 0u);
+        EXPECT_EQ(m_Allocator.RequestCount(), 1u);
     }
 }
 
