@@ -91,14 +91,20 @@ size_t Used(const unsigned char *)
 }
 #endif
 
-// Calls the operation, from a frame that holds nothing else.
+// A frame of its own, for what is inline in headers.
+template <typename Operation>
+__attribute__((noinline)) void Run(const Operation &operation)
+{
+    operation();
+}
+
 template <typename Operation>
 __attribute__((noinline)) size_t StackOf(const Operation &operation)
 {
-    operation();
+    Run(operation);
     Paint();
     unsigned char *const from = FrameAddress();
-    operation();
+    Run(operation);
     return Used(from);
 }
 

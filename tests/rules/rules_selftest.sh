@@ -154,6 +154,10 @@ printf '#define NAMES QV_SIMD_WIDE_EXTENSIONS(A, B) ",lzcnt"\n' |
     bites wide_extensions Runtime/qv_kernel/layer_0/kr_simd/simd_wide.h
 printf 'add_compile_options(-mlzcnt)\n' | bites wide_extensions Runtime/qv_kernel/CMakeLists.txt
 
+printf 'void g(char *);\nvoid f()\n{ char b[5000];\ng(b); }\n' | bites stack $source
+printf 'void g(char *);\nvoid f(int n)\n{ char b[10];\ng(b);\nif (n != 0) f(n - 1);\ng(b); }\n' | bites stack $source
+printf 'void g(char *);\nvoid f(int n)\n{ char b[n];\ng(b); }\n' | bites stack $source
+
 printf 'int   f( );\n' | bites format $source
 printf 'if x; then\n' | bites shell run.sh
 printf '#!/bin/bash\n' | bites shell run.sh

@@ -39,7 +39,8 @@ CString CString::Format(const char *format, ...)
     const int length = Internal::PortFormatInCLocale(buffer, kStackBytes - 1, format, args);
     va_end(args);
     buffer[kStackBytes - 1] = '\0';
-    return length >= 0 ? CString(buffer) : CString();
+    // Not by way of the terminated text's constructor, whose frames would be on top of the buffer.
+    return length >= 0 ? CString(CStringContainer::New(buffer, SNativeStringUtils::Length(buffer))) : CString();
 }
 
 } // namespace Quorvane

@@ -205,6 +205,19 @@ void SplitListedBeyondTerminators(TArray<CString> &outPieces, const char *text, 
     }
 }
 
+void SplitBatch(TArray<CString> &outPieces, const CString &source, const u8 *table)
+{
+    outPieces.Clear();
+    const char *const text = source.Data();
+    QV_INTERNAL_ASSERT_TEXT("_P::m_Ptr != null", text != nullptr);
+    if (text == nullptr)
+        return;
+    if (table[0] != 0)
+        SplitListed(outPieces, text, source.Length(), table);
+    else
+        SplitListedBeyondTerminators(outPieces, text, source.Length(), table);
+}
+
 // True when the string is an element of the array, so that clearing the array would take its characters away.
 bool LiesIn(const CString &string, const TArray<CString> &array)
 {
@@ -381,25 +394,15 @@ void CStringBatchSplitter::RemoveSplitChars(const CString &characters)
 void CStringBatchSplitter::Split(const CString &str, TArray<CString> &outPieces)
 {
     if (LiesIn(str, outPieces))
-    {
         Split_ThreadSafe(str, outPieces);
-        return;
-    }
-    outPieces.Clear();
-    const char *const cur = str.Data();
-    QV_INTERNAL_ASSERT_TEXT("_P::m_Ptr != null", cur != nullptr);
-    if (cur == nullptr)
-        return;
-    if (m_SplitTable[0] != 0)
-        SplitListed(outPieces, cur, str.Length(), m_SplitTable);
     else
-        SplitListedBeyondTerminators(outPieces, cur, str.Length(), m_SplitTable);
+        SplitBatch(outPieces, str, m_SplitTable);
 }
 
 void CStringBatchSplitter::Split_ThreadSafe(const CString &str, TArray<CString> &outPieces)
 {
     const CString kept(str);
-    Split(kept, outPieces);
+    SplitBatch(outPieces, kept, m_SplitTable);
 }
 
 } // namespace Quorvane

@@ -1,0 +1,85 @@
+#!/bin/sh
+# Rule: no operation takes more than 4 KiB of its caller's stack; fuzzy lists may take 8, pairs of long texts 12. None
+# recurses.
+# Reason: fibers and job systems give a thread 16 to 64 KiB, the platform's formatting alone takes 3 to 4 of them, and who
+# runs out of it is told nothing.
+#
+# g++ says what the frame of each function takes and whom it calls; this adds up the deepest way from every function that
+# others can call. The platform's functions count nothing, a hook or handler as much as the default one. The report of a
+# failed check is no part of the ways that may come to it, but has a bound of its own. Prints the ways of more than 1 KiB;
+# with STACK_WAYS=1 also what they are made of. clang++ knows the frames alone, so there it is those that are looked at.
+. "$(dirname "$0")/common.inc"
+
+# Not CXX, which may well be another compiler: only this one writes the graph.
+compiler=
+for candidate in g++ g++-12 g++-13 g++-14; do
+    if printf 'int f();\nint g() { return f(); }\n' >"$scratch/probe.cpp" && command -v "$candidate" >/dev/null 2>&1 &&
+        (cd "$scratch" && "$candidate" -O2 -fcallgraph-info=su -c probe.cpp -o probe.o 2>/dev/null) &&
+        grep -q ' bytes (' "$scratch/probe.ci" 2>/dev/null; then
+        compiler=$candidate
+        break
+    fi
+done
+[ -n "$compiler" ] || skip 'no g++ that writes call graphs'
+rm -f "$scratch/probe.ci"
+
+# What is a template in the headers, as a user would have it.
+if [ -f "$root/Runtime/qv_kernel/include/kr_containers_array.h" ]; then
+    cat >"$scratch/probe.cpp" <<'PROBE'
+#include "kr_string.h"
+
+namespace Quorvane
+{
+
+bool SplitByPredicate(const CString &text, TArray<CString> &pieces)
+{
+    return text.Split([](char character) { return character == ','; }, pieces);
+}
+
+void Sort(TArray<u64> &numbers)
+{
+    QuickSort(numbers.Begin(), numbers.End());
+}
+
+CString Join(const CString &a, const CStringView &b, const char *c)
+{
+    return JoinPath(a, b, c, a, b, c);
+}
+
+} // namespace Quorvane
+PROBE
+else
+    : >"$scratch/probe.cpp"
+fi
+
+cd "$scratch" || exit 2
+number=0
+(cd "$root" && find Runtime/qv_kernel/layer_0 -name '*.cpp' -print | sort) >sources
+for source in probe.cpp $(sed "s,^,$root/," sources); do
+    number=$((number + 1))
+    # The graph goes beside the object.
+    if ! "$compiler" -std=c++17 -O2 -DNDEBUG -fno-exceptions -fcallgraph-info=su \
+        "-I$root/Runtime/include" "-I$root/Runtime/qv_kernel/include" -c "$source" -o "$number.o" 2>errors; then
+        breach "$source: does not compile: $(grep -m 1 error errors)"
+    fi
+done
+
+# Frames have the bounds of the operations they belong to.
+for candidate in clang++ clang++-14 clang++-15 clang++-16 clang++-17 clang++-18 clang++-19; do
+    printf 'int f();\n' >probe_clang.cpp
+    command -v "$candidate" >/dev/null 2>&1 || continue
+    "$candidate" -fstack-usage -c probe_clang.cpp -o probe_clang.o 2>/dev/null || continue
+    for source in $(sed "s,^,$root/," sources); do
+        "$candidate" -std=c++17 -O2 -DNDEBUG -fno-exceptions -fstack-usage \
+            "-I$root/Runtime/include" "-I$root/Runtime/qv_kernel/include" -c "$source" -o clang.o 2>errors ||
+            breach "$source: does not compile: $(grep -m 1 error errors)"
+        awk -F '\t' '$2 > ($1 ~ /Weigh|AdvanceWide/ ? 8192 : 4096) && $1 !~ /ReportFromStack/ {
+            print "clang++: a frame of " $2 " bytes: " $1 }' clang.su >>"$breaches"
+    done
+    break
+done
+
+awk -v ways="${STACK_WAYS:-0}" -f "$rules/stack.awk" ./*.ci >table
+grep -v '^breach: ' table
+sed -n 's/^breach: //p' table >>"$breaches"
+verdict
