@@ -118,6 +118,8 @@ END {
     default_of["_RawRealloc"] = "DefaultRealloc"
     default_of["_RawFree"] = "DefaultFree"
     default_of["EvalAssert"] = "DefaultHandler"
+    default_of["_DeleteObject"] = "::~C[A-Za-z]*"
+    default_of["MatchWith"] = "SNativeStringUtils::Match[A-Za-z]*"
     for (source in callees)
         if (callees[source] ~ /\thook:/)
             connect_hook(source)

@@ -238,4 +238,32 @@ TEST(StringThreadsLast, FormatOnEveryThread)
     EXPECT_EQ(faults, 0);
 }
 
+// The room for what was found in a long text is for one thread at a time; the others go without.
+TEST(StringThreadsAlone, LongReplacementsAtOnceAreAllRight)
+{
+    std::string text;
+    std::string expected;
+    for (u32 i = 0; i < 3000; ++i)
+    {
+        text += std::string(i % 90, '-') + "#";
+        expected += std::string(i % 90, '-') + "++";
+    }
+    std::atomic<int> wrong{0};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < kThreads; ++i)
+        threads.emplace_back(
+            [&, i]
+            {
+                // Each thread has gaps of its own.
+                const std::string front(static_cast<size_t>(i), '#');
+                const std::string frontExpected(static_cast<size_t>(2 * i), '+');
+                const CString source((front + text).c_str());
+                for (int round = 0; round < 50; ++round)
+                    wrong += Is(source.Replace("#", "++"), frontExpected + expected) ? 0 : 1;
+            });
+    for (std::thread &thread : threads)
+        thread.join();
+    EXPECT_EQ(wrong.load(), 0);
+}
+
 } // namespace

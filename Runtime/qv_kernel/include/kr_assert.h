@@ -56,7 +56,9 @@ FHandler SetHandler(FHandler handler);
 int EvalAssert(const char *file, const char *function, int line, const char *expression, const char *expandedExpression,
                const char *message);
 
-// The same with a printf-like message. Messages are cut at 4095 characters.
+// The same with a printf-like message. Messages are cut at 4095 characters. Allocates nothing.
+// Stack: 1.5 KiB, the platform's own formatting not counted; 5.5 KiB for a message of more than 511 characters while four
+// other handlers are at work on such messages.
 int EvalAssertFormat(const char *file, const char *function, int line, const char *expression,
                      const char *expandedExpression, const char *format, ...) QV_INTERNAL_PRINTF(6, 7);
 

@@ -13,6 +13,9 @@
 // write first makes the container the handle's own. Handles that share characters may live on different threads; one
 // handle may not be assigned by one thread while another one copies it.
 //
+// No operation takes more than 4 KiB of the caller's stack but for fuzzy matching, and none recurses; those that may take
+// more than 1 KiB say so. What the platform's own functions and the report of a failed assertion take is not counted.
+//
 // What users meet sooner or later:
 // - emptiness is judged by the first character: a text that begins with a terminator is empty whatever its length;
 // - `Prepend` to an empty handle takes the whole text up to its terminator, whatever count was given;
@@ -368,12 +371,15 @@ public:
     void Clear();
 
     // Formatting, in the manner of printf. Fails: an empty string, also for a null format.
+    // Stack: that of the platform's own formatting comes on top, some 3 KiB with floating-point numbers.
 
     // Any length, in the locale in force. Reports "format != null".
+    // Stack: 1.5 KiB.
     static CString VAFormat(const char *format, va_list args) QV_INTERNAL_PRINTF(1, 0);
 
     // At most 3198 characters (longer results are cut), in the "C" locale: numbers always have a decimal point.
     // The process is left in the "C" locale: beware of threads that depend on another one.
+    // Stack: 4 KiB.
     static CString Format(const char *format, ...) QV_INTERNAL_PRINTF(1, 2);
 
     // Concatenation. The argument may be the string itself or any piece of it. Null and empty arguments change
@@ -414,6 +420,7 @@ public:
     // next one does not search again. Invalidates: pointers to and views of the characters; a pointer for writing that
     // was taken before a join must not be written through after it.
     // Fails: reports "newContainer != null" and leaves the string unchanged.
+    // Stack: 1.5 KiB, and of the operators for it, too.
     CString &AppendSlashAnd(const CString &other);
     CString &AppendSlashAnd(const CStringView &other);
     CString &AppendSlashAnd(const char *other);
@@ -469,6 +476,7 @@ public:
     // handle.
     // Cost: linear in the longer of source and result.
     // Fails: an empty string; where the result is longer than the source, replacements may stop early instead.
+    // Stack: 4 KiB.
     CString Replace(const CStringView &pattern, const CStringView &replacement) const;
     CString Replace(const CStringView &pattern, const char *replacement) const;
     CString Replace(const char *pattern, const CStringView &replacement) const;
@@ -527,6 +535,7 @@ public:
 
     // The first place at or after `start` where the whole of `str` stands; up to the first terminator. Beware: despite
     // the name this finds a substring, where a view finds one of a set. An empty `str` is found at `start`.
+    // Stack: 1.5 KiB, and of Contains, too.
     CGuid FindFirstOf(const char *str) const { return FindNextOf(str, 0); }
     CGuid FindNextOf(const char *str, u32 start) const;
 
@@ -562,6 +571,7 @@ public:
     // characters; strings have characters of their own.
     // Returns: whether every piece was stored; the pieces before one that could not be stay in the array. A piece whose
     // memory is refused is stored as an empty string.
+    // Stack: 4 KiB.
 
     // At every `separator` up to the stored length. Clears the output first.
     bool Split(char separator, TArray<CStringView> &outPieces) const &;
@@ -609,11 +619,13 @@ public:
     // 1 for equal texts, 0 when one of them is empty. Not symmetric for texts of one length: see the .cpp.
     // Cost: lengths multiplied, by 64. Allocates: a block of 4 bytes per character of the longer text when that has 256
     // characters or more. Fails: 0.
+    // Stack: 4 KiB; 8 KiB when the longer text has 256 characters or more.
     float FuzzyMatch(const CString &other) const;
 
     // The weight of every entry, in order.
     // Requires: as many results as entries, else reports "outMatchResults.Count() == stringList.Count()" and writes as
     // many as both have.
+    // Stack: 8 KiB, and of the other two lists, too.
     void FuzzyMatchList(const TStridedMemoryView<const CString> &stringList,
                         const TMemoryView<float> &outMatchResults) const;
 
@@ -732,6 +744,7 @@ public:
 
     // Clears the output and stores the pieces. A piece that cannot be stored is lost, and splitting goes on.
     // Requires: a string with a container, else reports "_P::m_Ptr != null".
+    // Stack: 4 KiB.
     void Split(const CString &str, TArray<CString> &outPieces);
     // The same while holding a reference of its own.
     void Split_ThreadSafe(const CString &str, TArray<CString> &outPieces);

@@ -284,6 +284,45 @@ TEST(StringReplace, TheResultHasAZeroTailAtEveryLength)
     }
 }
 
+// Where gaps between occurrences are kept in a byte, in more, and not at all; and where there is no more room for them.
+TEST(StringReplace, GapsOfEveryLengthBetweenOccurrencesAreKept)
+{
+    for (const size_t gap : {0u, 1u, 253u, 254u, 255u, 256u, 257u, 65534u, 65535u, 65536u, 70000u})
+    {
+        for (const size_t count : {1u, 3u, 84u, 85u, 86u, 256u, 300u, 6000u, 20000u})
+        {
+            if (gap * count > 4000000)
+                continue;
+            std::string text = "#";
+            for (size_t i = 0; i < count; ++i)
+                text += std::string(gap, '-') + "#";
+            text += "end";
+            const CString source = Fixed(text);
+            for (const char *replacement : {"", "++"})
+            {
+                EXPECT_TRUE(TextOf(source.Replace("#", replacement)) == ModelReplaced(text, "#", replacement))
+                    << count << " gaps of " << gap;
+            }
+        }
+    }
+}
+
+TEST(StringReplace, OccurrencesThatAreCutOffByRefusedMemoryAreNotReplacedFromTheirGaps)
+{
+    std::string text;
+    for (size_t i = 0; i < 2000; ++i)
+        text += std::string(i % 300, '-') + "#";
+    const CString source = Fixed(text);
+    const std::vector<size_t> occurrences = ModelOccurrences(text, "#");
+    for (const size_t made : {0u, 1u, 254u, 255u, 256u, 1999u})
+    {
+        const CChoosyAllocator choosy([=](u64 nth, u64) { return nth == 1 || nth == 3 + made; });
+        const std::vector<size_t> replaced(occurrences.begin(),
+                                           occurrences.begin() + static_cast<std::ptrdiff_t>(made));
+        EXPECT_TRUE(TextOf(source.Replace("#", "++")) == ModelReplacedAt(text, replaced, 1, "++"));
+    }
+}
+
 // Against the model. Occurrences are found once for all replacements.
 
 void ReplaceInEveryShortText(const std::function<bool(size_t, size_t)> &takes)
