@@ -449,6 +449,8 @@ int main()
     if (!RunOnStack(kStackBytes, &MeasureAll))
         ++g_Faults;
 #if QV_TEST_LOOKS_AT_BOUNDS
+    // Were it to die, the table should be there.
+    std::fflush(stdout);
     std::printf("a thread of 16 KiB: %s\n",
                 RunOnStack(kSmallStack, &UseSmallStack) ? "all of it ran" : "not to be had here");
 #else

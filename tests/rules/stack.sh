@@ -55,27 +55,29 @@ fi
 cd "$scratch" || exit 2
 number=0
 (cd "$root" && find Runtime/qv_kernel/layer_0 -name '*.cpp' -print | sort) >sources
-for source in probe.cpp $(sed "s,^,$root/," sources); do
+sed "s,^,$root/," sources >paths
+echo probe.cpp >>paths
+while IFS= read -r source; do
     number=$((number + 1))
     # The graph goes beside the object.
     if ! "$compiler" -std=c++17 -O2 -DNDEBUG -fno-exceptions -fcallgraph-info=su \
         "-I$root/Runtime/include" "-I$root/Runtime/qv_kernel/include" -c "$source" -o "$number.o" 2>errors; then
         breach "$source: does not compile: $(grep -m 1 error errors)"
     fi
-done
+done <paths
 
 # Frames have the bounds of the operations they belong to.
 for candidate in clang++ clang++-14 clang++-15 clang++-16 clang++-17 clang++-18 clang++-19; do
     printf 'int f();\n' >probe_clang.cpp
     command -v "$candidate" >/dev/null 2>&1 || continue
     "$candidate" -fstack-usage -c probe_clang.cpp -o probe_clang.o 2>/dev/null || continue
-    for source in $(sed "s,^,$root/," sources); do
+    while IFS= read -r source; do
         "$candidate" -std=c++17 -O2 -DNDEBUG -fno-exceptions -fstack-usage \
-            "-I$root/Runtime/include" "-I$root/Runtime/qv_kernel/include" -c "$source" -o clang.o 2>errors ||
+            "-I$root/Runtime/include" "-I$root/Runtime/qv_kernel/include" -c "$root/$source" -o clang.o 2>errors ||
             breach "$source: does not compile: $(grep -m 1 error errors)"
         awk -F '\t' '$2 > ($1 ~ /Weigh|AdvanceWide/ ? 8192 : 4096) && $1 !~ /ReportFromStack/ {
             print "clang++: a frame of " $2 " bytes: " $1 }' clang.su >>"$breaches"
-    done
+    done <sources
     break
 done
 

@@ -30,7 +30,7 @@ constexpr u32 kStackCells = 256;
 constexpr u32 kPairRows = 2 * kStripRows;
 
 // Different characters, and one more, that wide strips have room for: of 8 bytes times 8 strips each.
-constexpr u32 kFewEntries = 40;  // where all is on the stack
+constexpr u32 kFewEntries = 36;  // where all is on the stack
 constexpr u32 kManyEntries = 96; // in long texts
 
 // Entries of a list that are scored at a time: of each batch some lanes stay empty.
