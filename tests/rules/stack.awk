@@ -17,7 +17,7 @@ function depth_of(node,    count, list, i, callee, deepest, depth)
         return depth_known[node]
     if (is_open[node])
     {
-        print "breach: recursion: " name_of(node)
+        print "breach: " place_of[node] ": recursion: " name_of(node)
         return 0
     }
     is_open[node] = 1
@@ -85,13 +85,18 @@ function connect_hook(source,    caller, node, found)
         size = substr(label, RSTART, RLENGTH) + 0
         if (size > bytes[title])
             bytes[title] = size
+        place_of[title] = label
+        sub(/^[^\\]*\\n/, "", place_of[title])
+        sub(/\\n.*/, "", place_of[title])
+        if (index(place_of[title], root "/") == 1)
+            place_of[title] = substr(place_of[title], length(root) + 2)
         names[title] = label
         sub(/\\n.*/, "", names[title])
         # Of functions with any number of arguments, g++ writes the end alone.
         if (length(names[title]) < 3)
             names[title] = title
         if (label !~ /bytes \((static|dynamic,bounded)\)/)
-            print "breach: a frame without a bound: " names[title]
+            print "breach: " place_of[title] ": a frame without a bound: " names[title]
     }
 }
 
@@ -130,7 +135,7 @@ END {
             continue
         depth = depth_of(node)
         if (depth > bound_of(names[node]))
-            print "breach: " depth " of " bound_of(names[node]) " bytes: " names[node]
+            print "breach: " place_of[node] ": " depth " of " bound_of(names[node]) " bytes: " names[node]
         if (depth > 1024)
             printf "%6d  %s\n", depth, names[node] | "sort -rn"
         if (depth > 1024 && ways != 0)

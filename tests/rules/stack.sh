@@ -81,7 +81,7 @@ for candidate in clang++ clang++-14 clang++-15 clang++-16 clang++-17 clang++-18 
     break
 done
 
-awk -v ways="${STACK_WAYS:-0}" -f "$rules/stack.awk" ./*.ci >table
+awk -v ways="${STACK_WAYS:-0}" -v root="$root" -f "$rules/stack.awk" ./*.ci >table
 grep -v '^breach: ' table
 sed -n 's/^breach: //p' table >>"$breaches"
 verdict
