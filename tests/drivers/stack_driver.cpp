@@ -454,6 +454,7 @@ int main()
     std::printf("a thread of 16 KiB: %s\n",
                 RunOnStack(kSmallStack, &UseSmallStack) ? "all of it ran" : "not to be had here");
 #else
+    static_cast<void>(kSmallStack);
     static_cast<void>(&UseSmallStack);
     std::printf("bounds are not looked at: not optimised, or sanitized\n");
 #endif

@@ -30,8 +30,7 @@ constexpr u32 kMinWideRows = 2 * kStripRows + 1;
 template <u32 kEntries>
 inline bool AddStrips(TFuzzyEntryTable<kWideStrips, kEntries> &masks, const char *rows, u32 count)
 {
-    const u32 odd = kWideStrips / 2;
-    return masks.Add(rows, count, [odd](u32 strip) { return strip % 2 * odd + strip / 2; });
+    return masks.Add(rows, count, [](u32 strip) { return strip % 2 * (kWideStrips / 2) + strip / 2; });
 }
 
 // Four strips.
