@@ -122,6 +122,7 @@ END {
     default_of["_RawAlloc"] = "DefaultAlloc"
     default_of["_RawRealloc"] = "DefaultRealloc"
     default_of["_RawFree"] = "DefaultFree"
+    default_of["ShareAllocator"] = "UseAllocator"
     default_of["EvalAssert"] = "DefaultHandler"
     default_of["_DeleteObject"] = "::~C[A-Za-z]*"
     default_of["MatchWith"] = "SNativeStringUtils::Match[A-Za-z]*"

@@ -680,10 +680,8 @@ private:
     CString &_PrependMany(const char *other, u32 length);
     static CString _Extract(const char *from, u32 first, u32 last, u32 checked);
     bool _HoldsBackSlash() const;
-    CString &_AddCopyFromRoom(const char *other, u32 length, CString &(CString::*add)(const char *, u32));
     CString &_ConcatenatePath(const char *b, u32 bLen);
     CString &_ConcatenatePathAnyhow(const char *b, u32 bLen, bool mayGrow);
-    CString &_ConcatenatePathFromRoom(const char *b, u32 bLen);
 
     static const char kNoCharacter;
 

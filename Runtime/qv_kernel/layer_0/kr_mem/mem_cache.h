@@ -23,11 +23,11 @@ inline void FreeShort(void *block)
     FreeSmallBlock(block, sizeClass);
 }
 
-// Joins the other copies of the library in this process, if that was not done yet.
+// Joins the other copies of the library in this process, and decides whether small blocks are our own and how large ones
+// look, if that was not done yet. Comes before every other use of the default allocator.
 QV_INTERNAL_HIDDEN void Begin();
 
-// Whether small blocks are our own, and how large ones look. The same throughout the process; the first who asks decides
-// it.
+// Whether small blocks are our own. Begins if nobody did.
 QV_INTERNAL_HIDDEN bool HasSmallBlocks();
 
 // Whether large blocks have a head of ours in front: not while a tool watches over all blocks, and not where addresses

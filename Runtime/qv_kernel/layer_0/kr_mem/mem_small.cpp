@@ -321,21 +321,13 @@ EDecision Decide()
 
 // Nobody waits for anybody: a thread that decides may have to wait for the loader of programs, or stand in the middle of
 // a fork. All who decide at once come to the same end.
-QV_INTERNAL_COLD u32 DecideNow()
+QV_INTERNAL_COLD void DecideNow()
 {
     const u32 decision = Decide();
-    if (!g_Decision.SetValueIfEqualTo(decision, Decision_None))
-        return g_Decision.Load();
-    if (decision != Decision_Ours)
+    if (g_Decision.SetValueIfEqualTo(decision, Decision_None) && decision != Decision_Ours)
         UseAllocator(nullptr);
-    return decision;
 }
 
-u32 Decision()
-{
-    const u32 decision = g_Decision.Load();
-    return QV_INTERNAL_LIKELY(decision != Decision_None) ? decision : DecideNow();
-}
 
 } // namespace
 
@@ -347,7 +339,7 @@ QV_INTERNAL_CONSTINIT TAtomic<ureg> g_SmallRangeKnown;
 
 bool IsSmallBlockBeyondKnown(ureg offset)
 {
-    if (!HasSmallBlocks())
+    if (g_Decision.Load() != Decision_Ours)
         return false;
     const ureg known = Process().m_Heap.MappedBytes();
     g_SmallRangeKnown.Store(known);
@@ -356,7 +348,7 @@ bool IsSmallBlockBeyondKnown(ureg offset)
 
 void *AllocPastCache(u64 size)
 {
-    if (size > kMaxSmallBytes || !HasSmallBlocks())
+    if (size > kMaxSmallBytes || g_Decision.Load() != Decision_Ours)
         return AllocLarge(size, kSmallStep);
     // The class that serves it may have blocks left.
     if (size == 0)
@@ -384,22 +376,24 @@ void ReportForeign(const void *block)
 
 void Begin()
 {
-    static_cast<void>(Decision());
+    if (QV_INTERNAL_UNLIKELY(g_Decision.Load() == Decision_None))
+        DecideNow();
 }
 
 bool HasSmallBlocks()
 {
-    return Decision() == Decision_Ours;
+    Begin();
+    return g_Decision.Load() == Decision_Ours;
 }
 
 bool LargeBlocksHaveHeads()
 {
-    return kHasSmallRange && Decision() != Decision_Watched;
+    return kHasSmallRange && g_Decision.Load() != Decision_Watched;
 }
 
 bool MayKeepRoom()
 {
-    return Decision() != Decision_Watched;
+    return g_Decision.Load() != Decision_Watched;
 }
 
 void ShareAllocator(const SAllocator *allocator)

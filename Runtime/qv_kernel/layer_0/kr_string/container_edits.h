@@ -39,16 +39,13 @@ struct SContainerEdits
         return RoomFrom(container, other) < length;
     }
 
-    // A copy of such an argument, in which terminators stand for what the room has not; null when memory is refused.
-    static PStringContainer CopyFromRoom(const CStringContainer *container, const char *other, u32 length)
+    // Lets a copy stand for such an argument, in which terminators stand for what the room has not; any other argument
+    // stays as it is. Returns: false when memory is refused.
+    static bool CopyBeyondRoom(const CStringContainer *container, const char *&other, u32 length,
+                               PStringContainer &outCopy)
     {
-        const u32 there = RoomFrom(container, other);
-        PStringContainer copy = CStringContainer::New(nullptr, length);
-        if (copy == nullptr)
-            return copy;
-        Mem::Internal::CopyDistinct(copy->Data(), other, there);
-        std::memset(copy->Data() + there, 0, length - there);
-        return copy;
+        return QV_INTERNAL_LIKELY(!GoesBeyondRoom(container, other, length)) ||
+               _CopyFromRoom(container, other, length, outCopy);
     }
 
     // Makes room for a text of `newLength`, and lets the argument, some of which lies in the room, follow it.
@@ -130,6 +127,19 @@ struct SContainerEdits
     }
 
 private:
+    QV_INTERNAL_COLD static bool _CopyFromRoom(const CStringContainer *container, const char *&other, u32 length,
+                                               PStringContainer &outCopy)
+    {
+        const u32 there = RoomFrom(container, other);
+        outCopy = CStringContainer::New(nullptr, length);
+        if (outCopy == null)
+            return false;
+        Mem::Internal::CopyDistinct(outCopy->Data(), other, there);
+        std::memset(outCopy->Data() + there, 0, length - there);
+        other = outCopy->Data();
+        return true;
+    }
+
     // With any other flags than those of the resizable form it is no length that a text may have.
     static u32 LengthOfResizable(const CStringContainer &container)
     {

@@ -159,8 +159,12 @@ CString &CString::_Concatenate(const char *other, u32 length)
 
 QV_INTERNAL_NOINLINE CString &CString::_ConcatenateMany(const char *other, u32 length)
 {
-    if (QV_INTERNAL_UNLIKELY(SContainerEdits::GoesBeyondRoom(m_Container.Get(), other, length)))
-        return _AddCopyFromRoom(other, length, &CString::_ConcatenateMany);
+    PStringContainer copy;
+    if (!SContainerEdits::CopyBeyondRoom(m_Container.Get(), other, length, copy))
+    {
+        m_Container.Clear();
+        return *this;
+    }
     const bool uniqueAndResizable = _IsUniqueAndResizable();
     if (!uniqueAndResizable && Empty())
     {
@@ -188,21 +192,15 @@ QV_INTERNAL_NOINLINE CString &CString::_PrependMany(const char *other, u32 lengt
         *this = CString(other);
         return *this;
     }
-    if (QV_INTERNAL_UNLIKELY(SContainerEdits::GoesBeyondRoom(m_Container.Get(), other, length)))
-        return _AddCopyFromRoom(other, length, &CString::_PrependMany);
+    PStringContainer copy;
+    if (!SContainerEdits::CopyBeyondRoom(m_Container.Get(), other, length, copy))
+    {
+        m_Container.Clear();
+        return *this;
+    }
     QV_ASSERT(CStringContainer::SafeData(m_Container.Get()) != null);
     if (!uniqueAndResizable || !PrependInPlace(*m_Container, other, length))
         m_Container = NewJoined(other, length, Data(), Length());
-    return *this;
-}
-
-QV_INTERNAL_COLD CString &CString::_AddCopyFromRoom(const char *other, u32 length,
-                                                    CString &(CString::*add)(const char *, u32))
-{
-    const PStringContainer copy = SContainerEdits::CopyFromRoom(m_Container.Get(), other, length);
-    if (copy != null)
-        return (this->*add)(copy->Data(), length);
-    m_Container.Clear();
     return *this;
 }
 
@@ -249,9 +247,12 @@ CString &CString::Prepend(const CStringView &other)
     if (_IsUniqueAndResizable() || !Empty())
         return _Prepend(other.Data(), other.Length());
     // A view need not be terminated: taken as it is, not up to a terminator.
-    const bool beyond = SContainerEdits::GoesBeyondRoom(m_Container.Get(), other.Data(), other.Length());
-    *this = beyond ? CString(SContainerEdits::CopyFromRoom(m_Container.Get(), other.Data(), other.Length()))
-                   : other.ToString();
+    const char *data = other.Data();
+    PStringContainer copy;
+    const bool isThere = SContainerEdits::CopyBeyondRoom(m_Container.Get(), data, other.Length(), copy);
+    if (isThere && copy == null)
+        copy = CStringContainer::New(data, other.Length());
+    m_Container = std::move(copy);
     return *this;
 }
 

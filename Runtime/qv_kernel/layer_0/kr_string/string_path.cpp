@@ -162,6 +162,13 @@ PStringContainer NewPath(u32 newLen)
     return newContainer;
 }
 
+// Reports memory that was refused to something else than the new path itself.
+QV_INTERNAL_COLD void ReportRefused()
+{
+    const PStringContainer newContainer;
+    static_cast<void>(QV_VERIFY(newContainer != null));
+}
+
 // A new resizable container with the joined path; null, after a report, when memory is refused.
 PStringContainer NewJoinedPath(const char *a, const SPathPieces &pieces)
 {
@@ -254,8 +261,12 @@ QV_INTERNAL_NOINLINE CString &CString::_ConcatenatePathAnyhow(const char *b, u32
 {
     const char *a = Data();
     const u32 aLen = Length();
-    if (QV_INTERNAL_UNLIKELY(SContainerEdits::GoesBeyondRoom(m_Container.Get(), b, bLen)))
-        return _ConcatenatePathFromRoom(b, bLen);
+    PStringContainer copy;
+    if (!SContainerEdits::CopyBeyondRoom(m_Container.Get(), b, bLen, copy))
+    {
+        ReportRefused();
+        return *this;
+    }
     QV_ASSERT(aLen == 0 || a != null);
     QV_INTERNAL_ASSERT_TEXT("aLen == 0 || !_ContainsBackSlash(a, length)", aLen == 0 || !_HoldsBackSlash());
     CheckRightSide(b, bLen);
@@ -271,12 +282,6 @@ QV_INTERNAL_NOINLINE CString &CString::_ConcatenatePathAnyhow(const char *b, u32
     }
     QV_INTERNAL_ASSERT_TEXT("CStringContainer::SafeLength(m_Container.Get()) == newLen", Length() == pieces.Length());
     return *this;
-}
-
-QV_INTERNAL_COLD CString &CString::_ConcatenatePathFromRoom(const char *b, u32 bLen)
-{
-    PStringContainer newContainer = SContainerEdits::CopyFromRoom(m_Container.Get(), b, bLen);
-    return QV_VERIFY(newContainer != null) ? *this : _ConcatenatePathAnyhow(newContainer->Data(), bLen, true);
 }
 
 CString &CString::AppendSlashAnd(const CString &other)
