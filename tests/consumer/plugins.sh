@@ -13,9 +13,11 @@ command -v "$compiler" >/dev/null 2>&1 || {
     exit 77
 }
 
+. "$root/tests/support/compile.inc"
+
 plugin=$root/tests/consumer/plugin
 rm -rf "$scratch"
-mkdir -p "$scratch/objects"
+mkdir -p "$scratch"
 
 fail()
 {
@@ -23,43 +25,39 @@ fail()
     exit 1
 }
 
-compile()
+build()
 {
-    "$compiler" -std=c++17 -O1 -Wall -Wextra -I"$root/Runtime/include" -I"$root/Runtime/qv_kernel/include" "$@" ||
+    "$compiler" -std=c++17 -O1 -Wall -Wextra "-I$root/Runtime/include" "-I$root/Runtime/qv_kernel/include" "$@" ||
         fail "$compiler $*"
 }
 
-# The library's objects, fit for either kind of library; as many at a time as there are processors.
-find "$root/Runtime/qv_kernel/layer_0" -name '*.cpp' |
-    xargs -P "$(getconf _NPROCESSORS_ONLN)" -I '{}' sh -c '
-        "$1" -std=c++17 -O1 -fPIC -fno-exceptions -I"$2/Runtime/include" -I"$2/Runtime/qv_kernel/include" \
-            -c "$3" -o "$4/$(basename "$3" .cpp).o"' sh "$compiler" "$root" '{}' "$scratch/objects" ||
-    fail 'the library does not compile'
-ar rcs "$scratch/libqv_kernel.a" "$scratch"/objects/*.o
-compile -shared "$scratch"/objects/*.o -o "$scratch/libqv_kernel.so"
+# The library's objects, fit for either kind of library.
+compile()
+{
+    build -fPIC -fno-exceptions -c "$2" -o "$1"
+}
+
+compile_all "$root"/Runtime/qv_kernel/layer_0/*/*.cpp
+ar rcs "$scratch/libqv_kernel.a" "$scratch"/[0-9]*.o
+build -shared "$scratch"/[0-9]*.o -o "$scratch/libqv_kernel.so"
 
 # Objects of either side.
-compile -fPIC -c "$plugin/plugin.cpp" -o "$scratch/plugin.o"
-compile -fPIC -fvisibility=hidden -fvisibility-inlines-hidden '-DEXPORTED=__attribute__((visibility("default")))' \
+build -fPIC -c "$plugin/plugin.cpp" -o "$scratch/plugin.o"
+build -fPIC -fvisibility=hidden -fvisibility-inlines-hidden '-DEXPORTED=__attribute__((visibility("default")))' \
     -c "$plugin/plugin.cpp" -o "$scratch/plugin_hidden.o"
-compile -c "$plugin/host.cpp" -o "$scratch/host.o"
-compile "$plugin/loader.cpp" -o "$scratch/loader" -ldl -pthread
+build -c "$plugin/host.cpp" -o "$scratch/host.o"
+build "$plugin/loader.cpp" -o "$scratch/loader" -ldl -pthread
 
 archive=$scratch/libqv_kernel.a
-shared="-L$scratch -lqv_kernel -Wl,-rpath,$scratch"
+shared=$scratch/libqv_kernel.so
 
-# Words are wanted where several options stand in one variable.
-# shellcheck disable=SC2086
-{
-    compile -shared "$scratch/plugin.o" "$archive" -pthread -o "$scratch/plugin_static.so"
-    compile -shared "$scratch/plugin_hidden.o" "$archive" -Wl,--exclude-libs,ALL -pthread \
-        -o "$scratch/plugin_hidden.so"
-    compile -shared "$scratch/plugin.o" $shared -pthread -o "$scratch/plugin_shared.so"
+build -shared "$scratch/plugin.o" "$archive" -pthread -o "$scratch/plugin_static.so"
+build -shared "$scratch/plugin_hidden.o" "$archive" -Wl,--exclude-libs,ALL -pthread -o "$scratch/plugin_hidden.so"
+build -shared "$scratch/plugin.o" "$shared" -pthread -o "$scratch/plugin_shared.so"
 
-    compile "$scratch/host.o" "$archive" -ldl -pthread -o "$scratch/host_static"
-    compile "$scratch/host.o" "$archive" -rdynamic -ldl -pthread -o "$scratch/host_exporting"
-    compile "$scratch/host.o" $shared -ldl -pthread -o "$scratch/host_shared"
-}
+build "$scratch/host.o" "$archive" -ldl -pthread -o "$scratch/host_static"
+build "$scratch/host.o" "$archive" -rdynamic -ldl -pthread -o "$scratch/host_exporting"
+build "$scratch/host.o" "$shared" -ldl -pthread -o "$scratch/host_shared"
 
 count=0
 for host in static exporting shared; do

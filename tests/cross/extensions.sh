@@ -10,20 +10,10 @@ set -u
 program=$1
 shift
 
-skip()
-{
-    printf 'extensions: skipped: %s\n' "$*"
-    exit 77
-}
+. "$(dirname "$0")/cross.inc"
 
 [ "$(uname -m)" = x86_64 ] || skip 'this machine is not an x86-64 one'
-emulator=
-for candidate in qemu-x86_64-static qemu-x86_64; do
-    if command -v "$candidate" >/dev/null 2>&1; then
-        emulator=$candidate
-        break
-    fi
-done
+emulator=$(find_emulator x86_64)
 [ -n "$emulator" ] || skip 'qemu-x86_64 is missing'
 
 # What is compiled for wide instructions, and what is told apart by single bytes or bits in it.

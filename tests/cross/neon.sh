@@ -10,72 +10,34 @@ root=${1:-$(dirname "$0")/../..}
 root=$(cd "$root" && pwd) || exit 2
 [ $# -eq 0 ] || shift
 
-skip()
-{
-    printf 'neon: skipped: %s\n' "$*"
-    exit 77
-}
+. "$root/tests/cross/cross.inc"
+. "$root/tests/support/compile.inc"
 
-# Prints the compiler's name: packages of one version name it with the version behind, and only the one that depends on
-# them has the plain name.
-find_compiler()
-{
-    name=aarch64-linux-gnu-g++
-    if command -v "${QV_NEON_CXX:-$name}" 2>/dev/null || [ -n "${QV_NEON_CXX:-}" ]; then
-        return
-    fi
-    for folder in $(printf '%s' "$PATH" | tr ':' ' '); do
-        for candidate in "$folder/$name"-[0-9]*; do
-            [ ! -x "$candidate" ] || printf '%s\n' "$candidate"
-        done
-    done | tail -n 1
-}
-
-compiler=$(find_compiler)
-[ -n "$compiler" ] || skip "${QV_NEON_CXX:-aarch64-linux-gnu-g++} is missing"
-emulator=
-for candidate in qemu-aarch64-static qemu-aarch64; do
-    if command -v "$candidate" >/dev/null 2>&1; then
-        emulator=$candidate
-        break
-    fi
-done
+name=${QV_NEON_CXX:-aarch64-linux-gnu-g++}
+compiler=$(find_compiler "$name")
+[ -n "$compiler" ] || skip "$name is missing"
+emulator=$(find_emulator aarch64)
 [ -n "$emulator" ] || skip 'qemu-aarch64 is missing'
 # The framework is built from its sources: a package of this machine's architecture is of no use.
 gtest=/usr/src/googletest/googletest
 [ -f "$gtest/src/gtest-all.cc" ] || skip "$gtest is missing"
 
-scratch=$(mktemp -d) || exit 2
-trap 'rm -rf "$scratch"' EXIT
-trap 'exit 130' HUP INT TERM
+make_scratch
 
-# compile <object> <arguments>: in the background. `compiled` waits for all of them.
-running=
+# Without optimisation the tests take ten times as long.
 compile()
 {
-    object=$scratch/$1
-    shift
-    # Without optimisation the tests take ten times as long.
-    "$compiler" -std=c++17 -O1 "$@" -c -o "$object" &
-    running="$running $!"
-}
-
-compiled()
-{
-    for process in $running; do
-        wait "$process" || exit 1
-    done
-    running=
+    "$compiler" -std=c++17 -O1 -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -isystem "$gtest/include" \
+        "-I$root/Runtime/include" "-I$root/Runtime/qv_kernel/include" "-I$root/Runtime/qv_kernel/layer_0" \
+        "-I$root/tests" "-I$root/tests/support" -c "$2" -o "$1"
 }
 
 # The framework takes as long as a dozen others.
-compile gtest.o -isystem "$gtest/include" "-I$gtest" "$gtest/src/gtest-all.cc"
+in_background "$compiler" -std=c++17 -O1 -isystem "$gtest/include" "-I$gtest" -c "$gtest/src/gtest-all.cc" \
+    -o "$scratch/gtest.o"
 framework=$running
 running=
-
-jobs=$(getconf _NPROCESSORS_ONLN 2>/dev/null || echo 1)
-number=0
-for source in \
+compile_all \
     "$root"/Runtime/qv_kernel/layer_0/kr_assert/*.cpp \
     "$root"/Runtime/qv_kernel/layer_0/kr_buffer/buffer_table.cpp \
     "$root"/Runtime/qv_kernel/layer_0/kr_buffer/buffer_compare.cpp \
@@ -92,15 +54,9 @@ for source in \
     "$root"/tests/qv_kernel/layer_0/kr_buffer/buffer_marks_test.cpp \
     "$root"/tests/support/guarded_page.cpp \
     "$root"/tests/support/guarded_page_test.cpp \
-    "$root"/tests/support/test_main.cpp; do
-    number=$((number + 1))
-    compile "$number.o" -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -isystem "$gtest/include" \
-        "-I$root/Runtime/include" "-I$root/Runtime/qv_kernel/include" "-I$root/Runtime/qv_kernel/layer_0" \
-        "-I$root/tests" "-I$root/tests/support" "$source"
-    [ $((number % jobs)) -ne 0 ] || compiled
-done
-running="$running $framework"
-compiled
+    "$root"/tests/support/test_main.cpp
+running=$framework
+wait_for_all
 "$compiler" -static -o "$scratch/tests" "$scratch"/*.o || exit 1
 
 # Without the NEON form in it, the run would prove nothing.

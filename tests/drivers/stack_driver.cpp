@@ -51,14 +51,14 @@ int g_Faults = 0;
 
 // ---- Measuring -----------------------------------------------------------------------------------------------------
 
-constexpr unsigned char kPaint = 0xA5;
+[[maybe_unused]] constexpr unsigned char kPaint = 0xA5;
 constexpr size_t kStackBytes = 256 * 1024;
 
 // The stack of the thread that measures.
 unsigned char *g_Stack = nullptr;
 
 // Left alone below the frame that paints: what that frame and the functions it calls use.
-constexpr size_t kOwnBytes = 256;
+[[maybe_unused]] constexpr size_t kOwnBytes = 256;
 
 __attribute__((noinline)) unsigned char *FrameAddress()
 {

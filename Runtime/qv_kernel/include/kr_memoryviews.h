@@ -199,7 +199,8 @@ class TStridedMemoryView : public TStridedMemoryViewBase<T>
 
 public:
     // Steps through the elements; random access in the manner of a pointer. With a stride of 0 the address stays where it
-    // is, so that the steps themselves are counted; they order, compare and measure iterators then.
+    // is, so that the steps themselves are counted; they order, compare and measure iterators then. The address is a
+    // number, since the end may lie far behind the last element, where no pointer may point.
     class Iterator
     {
     public:
@@ -209,13 +210,13 @@ public:
         typedef T *pointer;
         typedef T &reference;
 
-        Iterator() : m_Address(nullptr), m_Stride(0), m_Repeats(0) {}
-        Iterator(const u8 *address, u32 stride, u32 repeats = 0)
-            : m_Address(address), m_Stride(stride), m_Repeats(repeats)
+        Iterator() : m_Address(0), m_Stride(0), m_Repeats(0) {}
+        Iterator(const u8 *address, u32 stride)
+            : m_Address(reinterpret_cast<ureg>(address)), m_Stride(stride), m_Repeats(0)
         {
         }
 
-        T &operator*() const { return *reinterpret_cast<T *>(const_cast<u8 *>(m_Address)); }
+        T &operator*() const { return *reinterpret_cast<T *>(m_Address); }
         T *operator->() const { return &**this; }
         T &operator[](difference_type n) const { return *(*this + n); }
 
@@ -238,7 +239,7 @@ public:
             if (QV_INTERNAL_UNLIKELY(m_Stride == 0))
                 m_Repeats += static_cast<u32>(n);
             else
-                m_Address += n * static_cast<difference_type>(m_Stride);
+                m_Address += static_cast<ureg>(n) * m_Stride;
             return *this;
         }
         Iterator &operator-=(difference_type n) { return *this += -n; }
@@ -249,7 +250,7 @@ public:
         {
             if (QV_INTERNAL_UNLIKELY(a.m_Stride == 0))
                 return static_cast<difference_type>(a.m_Repeats) - static_cast<difference_type>(b.m_Repeats);
-            return (a.m_Address - b.m_Address) / static_cast<difference_type>(a.m_Stride);
+            return static_cast<difference_type>(a.m_Address - b.m_Address) / static_cast<difference_type>(a.m_Stride);
         }
         friend bool operator==(const Iterator &a, const Iterator &b)
         {
@@ -265,7 +266,7 @@ public:
         friend bool operator>=(const Iterator &a, const Iterator &b) { return !(a < b); }
 
     private:
-        const u8 *m_Address;
+        ureg m_Address;
         u32 m_Stride;
         u32 m_Repeats; // steps taken with a stride of 0, else 0
     };
@@ -303,11 +304,7 @@ public:
     }
 
     Iterator Begin() const { return Iterator(m_Storage.m_RawDataPtr, m_Storage.m_Stride); }
-    Iterator End() const
-    {
-        const u32 repeats = m_Storage.m_Stride == 0 ? m_Storage.m_Count : 0;
-        return Iterator(_Raw(_Base::_Element(m_Storage.m_Count)), m_Storage.m_Stride, repeats);
-    }
+    Iterator End() const { return Begin() + static_cast<typename Iterator::difference_type>(m_Storage.m_Count); }
     Iterator begin() const { return Begin(); }
     Iterator end() const { return End(); }
 

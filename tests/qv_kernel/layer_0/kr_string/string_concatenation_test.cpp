@@ -972,7 +972,9 @@ TEST(StringPrepend, OfOwnCharactersAndWhatFollowsThemStaysWithinTheRoom)
     CAssertRecorder recorder;
     CPageEndAllocator allocator;
     CString string = Resizable("abc", 63);
-    std::memset(string.RawDataForWriting() + 16, 'x', 48);
+    char *const room = string.RawDataForWriting();
+    ASSERT_NE(room, nullptr);
+    std::memset(room + 16, 'x', 48);
     string.Prepend(string.Data() + 1, 40);
     EXPECT_EQ(TextOf(string), "bc" + std::string(13, '\0') + std::string(25, 'x') + "abc");
     ExpectReports(recorder, {"otherLength <= SNativeStringUtils::Length(other)"});
