@@ -41,6 +41,11 @@ compile_all "$root"/Runtime/qv_kernel/layer_0/*/*.cpp
 ar rcs "$scratch/libqv_kernel.a" "$scratch"/[0-9]*.o
 build -shared "$scratch"/[0-9]*.o -o "$scratch/libqv_kernel.so"
 
+# What is unique in a process keeps whoever has it loaded.
+if command -v nm >/dev/null 2>&1 && nm -D -C "$scratch/libqv_kernel.so" | grep ' u '; then
+    fail 'the library has unique symbols'
+fi
+
 # Objects of either side.
 build -fPIC -c "$plugin/plugin.cpp" -o "$scratch/plugin.o"
 build -fPIC -fvisibility=hidden -fvisibility-inlines-hidden '-DEXPORTED=__attribute__((visibility("default")))' \

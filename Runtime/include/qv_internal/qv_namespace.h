@@ -61,7 +61,9 @@
 #define QV_INTERNAL_NO_DESTROY
 #endif
 
-// What each copy of the library in a process keeps to itself: a program and its plugins may hold several.
+// What each copy of the library in a process keeps to itself: a program and its plugins may hold several. Variables of
+// inline functions and of templates have it above all: g++ makes them symbols that are unique in the process, and a
+// plugin that has one is never unloaded.
 #if defined(__ELF__) || defined(__APPLE__)
 #define QV_INTERNAL_HIDDEN __attribute__((visibility("hidden")))
 #else

@@ -112,9 +112,8 @@ void Break();
 #define QV_INTERNAL_FUNCTION_SIGNATURE __PRETTY_FUNCTION__
 #endif
 
-// One assertion site. Its flag and its texts belong to a hidden class of its own: those of a site in an inline function
-// would else be symbols that are unique in the process, and a plugin that has one is never unloaded.
-// Without assertions the condition and the report are still compiled, so that such a build has no
+// One assertion site. Its flag and its texts belong to a hidden class of its own, since most sites stand in inline
+// functions. Without assertions the condition and the report are still compiled, so that such a build has no
 // unused variables, but never run.
 #define QV_INTERNAL_ASSERT_SITE(text, expandedText, report, ...)                                                       \
     do                                                                                                                 \

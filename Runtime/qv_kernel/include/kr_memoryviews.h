@@ -30,7 +30,7 @@ constexpr bool IsViewableArray = IsQualificationConversion<U, T> && !std::is_sam
 
 // Memory of the thread's own for one element, which nobody constructs or destroys.
 template <typename Element>
-void *ScratchMemory()
+QV_INTERNAL_HIDDEN void *ScratchMemory()
 {
     static thread_local struct
     {
@@ -42,7 +42,7 @@ void *ScratchMemory()
 // What an access outside a view or an array refers to after its report: a fresh element of the thread's own, valid
 // until the thread's next such access. Types that cannot be default-constructed see zeroed memory.
 template <typename T>
-T &ScratchElement()
+QV_INTERNAL_HIDDEN T &ScratchElement()
 {
     typedef std::remove_cv_t<T> Element;
     if constexpr (!std::is_default_constructible<Element>::value)

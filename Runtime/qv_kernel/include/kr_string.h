@@ -80,7 +80,7 @@ class CStringContainer final : public CRefCountedObject
 {
 public:
     // Lengths are below this; it also masks the length within `m_Length`.
-    static constexpr u32 kLengthMask = 0x3FFFFFFF;
+    QV_INTERNAL_HIDDEN static constexpr u32 kLengthMask = 0x3FFFFFFF;
 
     // Creators. Each returns a pointer that holds the only reference.
     // Fails: null when memory is refused, or `len` is kLengthMask or more.

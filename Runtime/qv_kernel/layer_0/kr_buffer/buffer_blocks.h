@@ -107,7 +107,7 @@ inline u32 HighestSetBit(u64 value)
 }
 
 // The portable form: two words, whose bytes are worked side by side so that no carry passes from one to the next.
-struct SBlockPortable
+struct QV_INTERNAL_HIDDEN SBlockPortable
 {
     static constexpr u32 kBytes = 16;
     static constexpr u32 kBitsPerByte = 1;

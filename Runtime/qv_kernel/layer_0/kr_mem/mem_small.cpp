@@ -328,7 +328,6 @@ QV_INTERNAL_COLD void DecideNow()
         UseAllocator(nullptr);
 }
 
-
 } // namespace
 
 QV_INTERNAL_PLAIN_THREAD_LOCAL SSmallCache *t_SmallCache = &g_NoCacheYet;

@@ -24,7 +24,7 @@ struct SFuzzyLaneText
 };
 
 template <typename Lane>
-class TFuzzyLanes
+class QV_INTERNAL_HIDDEN TFuzzyLanes
 {
 public:
     static constexpr u32 kCount = 16 / sizeof(Lane);

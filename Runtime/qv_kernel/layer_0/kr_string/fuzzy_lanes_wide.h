@@ -41,7 +41,7 @@ struct TFuzzyVector<u32>
 };
 
 template <typename Lane>
-class TFuzzyWideLanes
+class QV_INTERNAL_HIDDEN TFuzzyWideLanes
 {
 public:
     static constexpr u32 kMaxQuery = 8 * sizeof(Lane);
