@@ -10,13 +10,14 @@
 #include <mutex>
 #include <thread>
 
-#include "kr_mem/mem_cache.h"
 #include "kr_string.h"
+#include "process_cases.h"
 
 namespace
 {
 
 using namespace Quorvane;
+using namespace QuorvaneTest;
 
 constexpr int kForks = 20;
 constexpr unsigned kSecondsAllowed = 60;
@@ -204,61 +205,30 @@ bool BusyFormatting()
     return isWell;
 }
 
-struct SCase
+// A case that hangs ends.
+template <bool (*Case)()>
+int InTime()
 {
-    const char *m_Name;
-    bool (*m_Run)();
-};
-
-constexpr SCase kCases[] = {
-    {"StringsInPrepare", &StringsInPrepare},
-    {"StringsInParent", &StringsInParent},
-    {"StringsInChild", &StringsInChild},
-    {"FirstStringInPrepare", &FirstStringInPrepare},
-    {"FirstStringInParent", &FirstStringInParent},
-    {"FirstStringInChild", &FirstStringInChild},
-    {"StringsInAllAndBusyThreads", &StringsInAllAndBusyThreads},
-    {"AHandlerThatWaitsForBusyThreads", &AHandlerThatWaitsForBusyThreads},
-    {"CopiesOfCopies", &CopiesOfCopies},
-    {"BusyFormatting", &BusyFormatting},
-};
-
-bool RunInProcessOfItsOwn(const SCase &which)
-{
-    const pid_t child = fork();
-    if (child == 0)
-    {
-        alarm(kSecondsAllowed);
-        _exit(which.m_Run() ? 0 : 1);
-    }
-    int status = -1;
-    waitpid(child, &status, 0);
-    if (status != 0)
-        std::printf("%s: %s %d\n", which.m_Name, WIFSIGNALED(status) ? "signal" : "answer",
-                    WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status));
-    return status == 0;
+    alarm(kSecondsAllowed);
+    return Case() ? 0 : 1;
 }
 
-// Whether blocks are our own here at all; asked in a process of its own.
-bool HasOwnBlocks()
-{
-    const pid_t child = fork();
-    if (child == 0)
-        _exit(Mem::Internal::HasSmallBlocks() ? 0 : 1);
-    int status = -1;
-    return waitpid(child, &status, 0) == child && status == 0;
-}
+constexpr SProcessCase kCases[] = {
+    {"StringsInPrepare", &InTime<&StringsInPrepare>},
+    {"StringsInParent", &InTime<&StringsInParent>},
+    {"StringsInChild", &InTime<&StringsInChild>},
+    {"FirstStringInPrepare", &InTime<&FirstStringInPrepare>},
+    {"FirstStringInParent", &InTime<&FirstStringInParent>},
+    {"FirstStringInChild", &InTime<&FirstStringInChild>},
+    {"StringsInAllAndBusyThreads", &InTime<&StringsInAllAndBusyThreads>},
+    {"AHandlerThatWaitsForBusyThreads", &InTime<&AHandlerThatWaitsForBusyThreads>},
+    {"CopiesOfCopies", &InTime<&CopiesOfCopies>},
+    {"BusyFormatting", &InTime<&BusyFormatting>},
+};
 
 } // namespace
 
 int main()
 {
-    // The allocators of sanitizers do not go on in a copy of a busy process.
-    constexpr int kSkipped = 77;
-    if (!HasOwnBlocks())
-        return kSkipped;
-    bool allWell = true;
-    for (const SCase &which : kCases)
-        allWell = RunInProcessOfItsOwn(which) && allWell;
-    return allWell ? 0 : 1;
+    return RunCases(kCases);
 }

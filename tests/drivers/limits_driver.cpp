@@ -2,7 +2,6 @@
 // process of its own, in which nobody has used a string before.
 #include <sys/mman.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -13,14 +12,14 @@
 #include "kr_mem/mem_port.h"
 #include "kr_mem/mem_process.h"
 #include "kr_string.h"
+#include "process_cases.h"
 
 namespace
 {
 
 using namespace Quorvane;
 using namespace Quorvane::Mem::Internal;
-
-constexpr int kSkipped = 77;
+using namespace QuorvaneTest;
 
 // A figure of this process in bytes, by its name in the system's report; 0 when there is none.
 u64 StatusBytes(const char *name)
@@ -42,16 +41,22 @@ bool Limit(decltype(RLIMIT_AS) resource, u64 bytes)
     return setrlimit(resource, &limit) == 0;
 }
 
-// Makes and drops `count` strings of 40 characters. Returns: whether all were there.
+// Makes and drops `count` strings of 40 characters, at most kMostStrings. Returns: whether all were there.
+constexpr u32 kMostStrings = 60000;
+
 bool UseStrings(u32 count)
 {
-    TArray<CString> strings;
+    // The handles need no memory of the system then.
+    static CString strings[kMostStrings];
     for (u32 i = 0; i < count; ++i)
-        strings.PushBack(CString("forty characters, neither less nor more."));
+        strings[i] = CString("forty characters, neither less nor more.");
     u32 whole = 0;
-    for (const CString &string : strings)
-        whole += string.Length() == 40 ? 1 : 0;
-    return strings.Count() == count && whole == count;
+    for (u32 i = 0; i < count; ++i)
+    {
+        whole += strings[i].Length() == 40 ? 1 : 0;
+        strings[i] = CString();
+    }
+    return whole == count;
 }
 
 // ---- The cases: 0 is success -------------------------------------------------------------------------------------------
@@ -70,12 +75,17 @@ int MemoryCanBeLockedAfterTheFirstString()
 {
     if (!UseStrings(100))
         return 1;
-    if (!Limit(RLIMIT_MEMLOCK, StatusBytes("VmSize:") + (1u << 20)))
-        return kSkipped;
+    // Little more than there is, as far as the limit may be raised at all.
+    rlimit highest = {};
+    getrlimit(RLIMIT_MEMLOCK, &highest);
+    const u64 mapped = StatusBytes("VmSize:");
+    const u64 limit = QVMin<u64>(highest.rlim_max, mapped + (1u << 20));
+    if (limit < mapped || !Limit(RLIMIT_MEMLOCK, limit))
+        return kCaseSkipped;
     // Root may lock as much as it likes.
     constexpr uid_t kNobody = 65534;
     if (geteuid() == 0 && setresuid(kNobody, kNobody, kNobody) != 0)
-        return kSkipped;
+        return kCaseSkipped;
     if (mlockall(MCL_CURRENT) != 0)
         return 2;
     return UseStrings(1000) ? 0 : 3;
@@ -91,16 +101,16 @@ int StringsAreOwnBlocksWhereAddressesAreFew()
     return isSmall ? 0 : 2;
 }
 
-// No more memory from the system: the heap stays as it is, and the platform's allocator serves the rest, until that has
-// none, too.
+// The heap cannot grow to a megabyte: it stays as it is, and the platform's allocator serves the rest.
 int StringsGoOnWhereNoMoreAddressesAreGranted()
 {
-    constexpr u32 kFew = 4000;
-    void *const spare = std::malloc(8u << 20);
-    if (!UseStrings(1) || spare == nullptr || !Limit(RLIMIT_AS, StatusBytes("VmSize:")))
+    // Of 80 bytes each.
+    constexpr u32 kMoreThanTheHeapHolds = 7000;
+    if (!UseStrings(1) || !Limit(RLIMIT_AS, StatusBytes("VmSize:") + (700u << 10)))
         return 1;
-    std::free(spare);
-    return UseStrings(kFew) ? 0 : 2;
+    if (!UseStrings(kMoreThanTheHeapHolds))
+        return 2;
+    return FindOrMakeProcess()->m_Heap.MappedBytes() == 512u << 10 ? 0 : 3;
 }
 
 // Somebody has mapped all the places where the heap would begin.
@@ -119,7 +129,7 @@ int TheNextPlaceIsTakenWhereTheFirstIsNotFree()
     const ureg first = ProcessPlace(0);
     if (mmap(reinterpret_cast<void *>(first), 4096, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0) ==
         MAP_FAILED)
-        return kSkipped;
+        return kCaseSkipped;
     if (!UseStrings(10000) || !HasSmallBlocks())
         return 1;
     return FindOrMakeProcess()->m_Heap.Base() == ProcessPlace(1) ? 0 : 2;
@@ -130,9 +140,9 @@ int GrowthEndsWhereSomebodyElsesMemoryBegins()
 {
     char *const inTheWay = reinterpret_cast<char *>(ProcessPlace(0) + kChunkBytes);
     if (!PortMapAt(reinterpret_cast<ureg>(inTheWay), kSlabBytes))
-        return kSkipped;
+        return kCaseSkipped;
     std::memset(inTheWay, 0x5A, kSlabBytes);
-    if (!UseStrings(200000))
+    if (!UseStrings(kMostStrings))
         return 1;
     for (u32 i = 0; i < kSlabBytes; ++i)
         if (inTheWay[i] != 0x5A)
@@ -141,13 +151,7 @@ int GrowthEndsWhereSomebodyElsesMemoryBegins()
     return IsSmallBlock(inTheWay) ? 3 : 0;
 }
 
-struct SCase
-{
-    const char *m_Name;
-    int (*m_Run)();
-};
-
-constexpr SCase kCases[] = {
+constexpr SProcessCase kCases[] = {
     {"LittleIsTakenAtFirst", &LittleIsTakenAtFirst},
     {"MemoryCanBeLockedAfterTheFirstString", &MemoryCanBeLockedAfterTheFirstString},
     {"StringsAreOwnBlocksWhereAddressesAreFew", &StringsAreOwnBlocksWhereAddressesAreFew},
@@ -157,38 +161,9 @@ constexpr SCase kCases[] = {
     {"GrowthEndsWhereSomebodyElsesMemoryBegins", &GrowthEndsWhereSomebodyElsesMemoryBegins},
 };
 
-bool RunInProcessOfItsOwn(const SCase &which)
-{
-    const pid_t child = fork();
-    if (child == 0)
-        _exit(which.m_Run());
-    int status = -1;
-    waitpid(child, &status, 0);
-    const int answer = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-    if (answer != 0)
-        std::printf("%s: %s %d\n", which.m_Name, answer == kSkipped ? "skipped," : "answer", answer);
-    return answer == 0 || answer == kSkipped;
-}
-
-// Whether blocks are our own here at all; asked in a process of its own.
-bool HasOwnBlocks()
-{
-    const pid_t child = fork();
-    if (child == 0)
-        _exit(HasSmallBlocks() ? 0 : 1);
-    int status = -1;
-    return waitpid(child, &status, 0) == child && status == 0;
-}
-
 } // namespace
 
 int main()
 {
-    // Sanitizers need more addresses than these limits leave, and watch the platform's blocks.
-    if (!HasOwnBlocks())
-        return kSkipped;
-    bool allWell = true;
-    for (const SCase &which : kCases)
-        allWell = RunInProcessOfItsOwn(which) && allWell;
-    return allWell ? 0 : 1;
+    return RunCases(kCases);
 }
