@@ -29,6 +29,19 @@ extern "C" __attribute__((weak)) void __msan_init();
 extern "C" __attribute__((weak)) void __lsan_init();
 #endif
 
+// A function that runs at the end of the program, or of the plugin that it is part of, behind the destructors of static
+// objects. Newer versions of clang warn of it as of any code that is registered for the end.
+//     QV_INTERNAL_AT_END_BEGIN void Leave() { ... } QV_INTERNAL_AT_END_END
+#if defined(__clang__)
+#define QV_INTERNAL_AT_END_BEGIN                                                                                       \
+    _Pragma("clang diagnostic push") _Pragma("clang diagnostic ignored \"-Wglobal-constructors\"")                     \
+        __attribute__((destructor(101)))
+#define QV_INTERNAL_AT_END_END _Pragma("clang diagnostic pop")
+#else
+#define QV_INTERNAL_AT_END_BEGIN __attribute__((destructor(101)))
+#define QV_INTERNAL_AT_END_END
+#endif
+
 namespace Quorvane::Mem::Internal
 {
 

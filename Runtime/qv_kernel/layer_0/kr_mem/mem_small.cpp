@@ -283,9 +283,8 @@ void AddCopy()
 
 // The library is about to be unloaded, with a plugin, or the process ends. What threads that go on have in their caches
 // stays there: at the end of a process they may be using it. The next copy that joins takes it over.
-//
-// Behind the destructors of static objects, which have a higher priority.
-__attribute__((destructor(101))) void Leave()
+QV_INTERNAL_AT_END_BEGIN
+void Leave()
 {
     if (g_Decision.Load() != Decision_Ours)
         return;
@@ -306,6 +305,7 @@ __attribute__((destructor(101))) void Leave()
     if (t_SmallCache != &g_NoCacheYet && t_SmallCache != &g_CacheEnded)
         EndCache(t_SmallCache);
 }
+QV_INTERNAL_AT_END_END
 
 EDecision Decide()
 {

@@ -135,7 +135,8 @@ void ForEachLive(const Visit &visit)
 }
 
 // Runs after the destructors of all static objects: what is live now is lost.
-__attribute__((destructor)) void ReportLeaks()
+QV_INTERNAL_AT_END_BEGIN
+void ReportLeaks()
 {
     SRecord leaks[kMaxLeaksReported] = {};
     u64 count = 0;
@@ -159,6 +160,7 @@ __attribute__((destructor)) void ReportLeaks()
     Assert::EvalAssertFormat(__FILE__, __PRETTY_FUNCTION__, __LINE__, "!leaked", "!leaked",
                              "%llu blocks of %llu bytes were leaked", count, bytes);
 }
+QV_INTERNAL_AT_END_END
 
 } // namespace
 
