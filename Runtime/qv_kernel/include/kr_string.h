@@ -561,10 +561,11 @@ public:
     // gives an empty string. A terminator among the characters extracted, or the 4096 in front of them, is reported as
     // that of a buffer is. Cost: linear in what is extracted.
     CString Extract(u32 first, u32 last) const;
-    // From a buffer, which has no length but what is looked for each time. Cost: linear in `last` with assertions, else
-    // in what is extracted: who cuts a long buffer into pieces goes forward with `from`. Requires: text up to `last`, else reports "from != null && last > first &&
+    // From a buffer. Requires: text up to `last`, else reports "from != null && last > first &&
     // SNativeStringUtils::Length(from) >= QVMax(first, last)"; a null buffer or `last` before `first` then gives an
     // empty string, every other count is trusted. Looks no further than `last`.
+    // Cost: linear in `last` with assertions, since a buffer has no length but what is looked for each time; without,
+    // in what is extracted. Who cuts a long buffer into pieces moves `from` forward.
     static CString Extract(const char *from, u32 first, u32 last);
 
     // Splitting. The pieces are the runs between separators: none is ever empty. Views borrow from this string's
