@@ -283,11 +283,6 @@ CString &CString::Prepend(char character)
 namespace
 {
 
-CStringView ViewOf(const CString &string)
-{
-    return string.Empty() ? CStringView() : CStringView(string);
-}
-
 CString Joined(const CString &a, const CStringView &b)
 {
     if (b.Empty() || b.Data() == nullptr)
@@ -309,7 +304,7 @@ CString Joined(const CStringView &a, const CString &b)
 
 CString operator+(const CString &a, const CString &b)
 {
-    return Joined(a, ViewOf(b));
+    return Joined(a, Internal::PieceOf(b));
 }
 
 CString operator+(const CString &a, const CStringView &b)

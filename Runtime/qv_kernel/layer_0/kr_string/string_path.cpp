@@ -334,11 +334,6 @@ CStringView WithoutNothing(CStringView view)
     return view.Data() != nullptr ? view : CStringView();
 }
 
-CStringView ViewOf(const CString &string)
-{
-    return string.Empty() ? CStringView() : CStringView(string);
-}
-
 // Out of line, so that the common case needs no frame for the others.
 QV_INTERNAL_NOINLINE PStringContainer JoinedPathAnyhow(CStringView a, CStringView b)
 {
@@ -376,7 +371,7 @@ CString JoinedOrLeft(const CString &a, CStringView b)
 
 CString operator/(const CString &a, const CString &b)
 {
-    return JoinedOrLeft(a, ViewOf(b));
+    return JoinedOrLeft(a, Internal::PieceOf(b));
 }
 
 CString operator/(const CString &a, const CStringView &b)
@@ -391,12 +386,12 @@ CString operator/(const CString &a, const char *b)
 
 CString operator/(const CStringView &a, const CString &b)
 {
-    return CString(JoinedPathAnyhow(WithoutNothing(a), ViewOf(b)));
+    return CString(JoinedPathAnyhow(WithoutNothing(a), Internal::PieceOf(b)));
 }
 
 CString operator/(const char *a, const CString &b)
 {
-    return CString(JoinedPathAnyhow(CStringView::FromNullTerminatedString(a), ViewOf(b)));
+    return CString(JoinedPathAnyhow(CStringView::FromNullTerminatedString(a), Internal::PieceOf(b)));
 }
 
 CString operator/(CString &&a, const CString &b)
