@@ -112,28 +112,30 @@ void Break();
 #define QV_INTERNAL_FUNCTION_SIGNATURE __PRETTY_FUNCTION__
 #endif
 
-// One assertion site. Its flag and its texts belong to a hidden class of its own, since most sites stand in inline
-// functions. Without assertions the condition and the report are still compiled, so that such a build has no
+// The constant part of one site and its flag, in a hidden class of its own, since most sites stand in inline functions.
+#define QV_INTERNAL_SITE_CLASS(text, expandedText)                                                                     \
+    struct QV_INTERNAL_HIDDEN qv_SSite                                                                                 \
+    {                                                                                                                  \
+        static bool &Ignored()                                                                                         \
+        {                                                                                                              \
+            static bool ignored = false;                                                                               \
+            return ignored;                                                                                            \
+        }                                                                                                              \
+        static const QV_NAMESPACE::Assert::Internal::SSite &Site()                                                     \
+        {                                                                                                              \
+            static constexpr QV_NAMESPACE::Assert::Internal::SSite site = {__FILE__, text, expandedText, __LINE__};    \
+            return site;                                                                                               \
+        }                                                                                                              \
+    }
+
+// One assertion site. Without assertions the condition and the report are still compiled, so that such a build has no
 // unused variables, but never run.
 #define QV_INTERNAL_ASSERT_SITE(text, expandedText, report, ...)                                                       \
     do                                                                                                                 \
     {                                                                                                                  \
         if (QV_ASSERTS && QV_INTERNAL_UNLIKELY(!(__VA_ARGS__)))                                                        \
         {                                                                                                              \
-            struct QV_INTERNAL_HIDDEN qv_SSite                                                                         \
-            {                                                                                                          \
-                static bool &Ignored()                                                                                 \
-                {                                                                                                      \
-                    static bool ignored = false;                                                                       \
-                    return ignored;                                                                                    \
-                }                                                                                                      \
-                static const QV_NAMESPACE::Assert::Internal::SSite &Site()                                             \
-                {                                                                                                      \
-                    static constexpr QV_NAMESPACE::Assert::Internal::SSite site = {__FILE__, text, expandedText,       \
-                                                                                   __LINE__};                          \
-                    return site;                                                                                       \
-                }                                                                                                      \
-            };                                                                                                         \
+            QV_INTERNAL_SITE_CLASS(text, expandedText);                                                                \
             report;                                                                                                    \
         }                                                                                                              \
     } while (false)
@@ -156,6 +158,26 @@ void Break();
 // Private to the library: a check whose text is not literally its condition (a cheaper condition that answers the
 // same question, or a name that only the report uses).
 #define QV_INTERNAL_ASSERT_TEXT(text, ...) QV_INTERNAL_ASSERT_SITE(text, text, QV_INTERNAL_REPORT_PLAIN, __VA_ARGS__)
+
+// Private to the library: a check whose failure also ends what was asked for. An expression, true when the condition is
+// false, with assertions or without; with them it reports as QV_INTERNAL_ASSERT_TEXT does, with a flag of the site's own.
+//
+//     if (QV_INTERNAL_FAILS_TEXT("index < Count()", index < m_Count))
+//         return;
+#if QV_ASSERTS
+#define QV_INTERNAL_FAILS_SITE(text, expandedText, ...)                                                                \
+    (QV_INTERNAL_UNLIKELY(!(__VA_ARGS__)) &&                                                                           \
+     [](const char *function)                                                                                          \
+     {                                                                                                                 \
+         QV_INTERNAL_SITE_CLASS(text, expandedText);                                                                   \
+         QV_NAMESPACE::Assert::Internal::ReportSite(qv_SSite::Ignored(), qv_SSite::Site(), function);                  \
+         return true;                                                                                                  \
+     }(QV_INTERNAL_FUNCTION_SIGNATURE))
+#else
+#define QV_INTERNAL_FAILS_SITE(text, expandedText, ...) (QV_INTERNAL_UNLIKELY(!(__VA_ARGS__)))
+#endif
+#define QV_INTERNAL_FAILS_TEXT(text, ...) QV_INTERNAL_FAILS_SITE(text, text, __VA_ARGS__)
+#define QV_INTERNAL_FAILS(...) QV_INTERNAL_FAILS_SITE(#__VA_ARGS__, QV_INTERNAL_EXPANDED_TEXT(__VA_ARGS__), __VA_ARGS__)
 
 // QV_VERIFY(condition): an expression, true when the condition failed and the caller must take its failure path.
 // All verify sites share one ignore flag.

@@ -39,6 +39,14 @@ public:
         QV_ASSERT(index < static_cast<T>(m_Limit));
     }
 
+    template <typename T>
+    bool CheckAndLeave(T index) const
+    {
+        if (QV_INTERNAL_FAILS(index < static_cast<T>(m_Limit)))
+            return false;
+        return true;
+    }
+
 private:
     int m_Limit;
 };
@@ -397,6 +405,85 @@ TEST(Assertions, ASilencedPlainSiteSilencesNoVerifySite)
     recorder.SetAnswer(2);
     EXPECT_TRUE(QV_VERIFY(zero == 1));
     EXPECT_EQ(recorder.Count(), IfAsserting(1));
+}
+
+// A check that leaves: false when its condition holds, else a report as that of QV_ASSERT, and true.
+
+TEST(Assertions, ACheckThatLeavesIsFalseWithoutAReportWhenItsConditionHolds)
+{
+    const CAssertRecorder recorder;
+    SCounter counter;
+    EXPECT_FALSE(QV_INTERNAL_FAILS(counter.Yes()));
+    EXPECT_FALSE(QV_INTERNAL_FAILS_TEXT("named", counter.Yes()));
+    EXPECT_EQ(counter.m_Count, 2);
+    EXPECT_EQ(recorder.Count(), 0u);
+}
+
+TEST(Assertions, ACheckThatLeavesReportsOnceAndIsTrueWhenItsConditionFails)
+{
+    const CAssertRecorder recorder;
+    SCounter counter;
+    const int line = __LINE__ + 1;
+    EXPECT_TRUE(QV_INTERNAL_FAILS(counter.No()));
+    EXPECT_EQ(counter.m_Count, 1);
+    ASSERT_EQ(recorder.Count(), IfAsserting(1));
+    if (!kSitesReport)
+        return;
+    const SReport report = recorder.Last();
+    EXPECT_EQ(report.m_File, __FILE__);
+    EXPECT_EQ(report.m_Line, line);
+    EXPECT_NE(report.m_Function.find("TestBody()"), std::string::npos) << report.m_Function;
+    EXPECT_EQ(report.m_Expression, "counter.No()");
+    EXPECT_EQ(report.m_ExpandedExpression, "counter.No()");
+    EXPECT_EQ(report.m_Message, "counter.No()");
+}
+
+TEST(Assertions, ACheckThatLeavesCarriesTheTextItIsGiven)
+{
+    const CAssertRecorder recorder;
+    const int value = 6;
+    EXPECT_TRUE(QV_INTERNAL_FAILS_TEXT("value is small", value < QV_TEST_LIMIT));
+    EXPECT_TRUE(QV_INTERNAL_FAILS(value < QV_TEST_LIMIT));
+    ASSERT_EQ(recorder.Count(), IfAsserting(2));
+    if (!kSitesReport)
+        return;
+    EXPECT_EQ(recorder.Reports()[0].m_Expression, "value is small");
+    EXPECT_EQ(recorder.Reports()[0].m_ExpandedExpression, "value is small");
+    EXPECT_EQ(recorder.Reports()[1].m_Expression, "value < QV_TEST_LIMIT");
+    EXPECT_EQ(recorder.Reports()[1].m_ExpandedExpression, "value < 5");
+}
+
+TEST(Assertions, ACheckThatLeavesCarriesTheFullSignatureOfItsFunction)
+{
+    const CAssertRecorder recorder;
+    EXPECT_TRUE(AssertProbe::CChecked(2).CheckAndLeave<short>(1));
+    EXPECT_FALSE(AssertProbe::CChecked(2).CheckAndLeave<short>(2));
+    ASSERT_EQ(recorder.Count(), IfAsserting(1));
+    if (!kSitesReport)
+        return;
+    const std::string function = recorder.Last().m_Function;
+    EXPECT_NE(function.find("bool AssertProbe::CChecked::CheckAndLeave("), std::string::npos) << function;
+    EXPECT_NE(function.find("T = short"), std::string::npos) << function;
+    EXPECT_EQ(function.find("lambda"), std::string::npos) << function;
+}
+
+TEST(Assertions, ACheckThatLeavesIsSilencedAloneButStaysTrue)
+{
+    // A site is silenced for the rest of the process.
+    static bool s_Ran = false;
+    if (std::exchange(s_Ran, true))
+        GTEST_SKIP() << "repeated in one process";
+    CAssertRecorder recorder(1);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_TRUE(QV_INTERNAL_FAILS(i < 0));
+    EXPECT_EQ(recorder.Expressions(), IfAsserting({"i < 0"}));
+
+    recorder.SetAnswer(2);
+    const int zero = 0;
+    EXPECT_TRUE(QV_INTERNAL_FAILS(zero < 0));
+    EXPECT_TRUE(QV_VERIFY(zero < 0));
+    QV_ASSERT(zero < 0);
+    EXPECT_EQ(recorder.Expressions(), IfAsserting({"i < 0", "zero < 0", "zero < 0", "zero < 0"}));
 }
 
 TEST(Assertions, TheyReportBeforeMain)
