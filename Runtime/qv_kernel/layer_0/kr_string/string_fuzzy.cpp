@@ -8,12 +8,12 @@
 #include <algorithm>
 #include <cstring>
 
+#include "../kr_mem/mem_raw_block.h"
 #include "fuzzy_distance.h"
 #include "fuzzy_lanes.h"
 #include "fuzzy_lanes_wide.h"
 #include "fuzzy_short.h"
 #include "fuzzy_strips.h"
-#include "raw_block.h"
 
 namespace Quorvane
 {

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "raw_block.h"
+#include "../kr_mem/mem_raw_block.h"
 
 namespace Quorvane
 {

@@ -10,8 +10,8 @@
 #include <utility>
 
 #include "../kr_buffer/buffer_occurrences.h"
+#include "../kr_mem/mem_raw_block.h"
 #include "kr_mem_utils.h"
-#include "raw_block.h"
 #include "string_sizes.h"
 
 namespace Quorvane
