@@ -96,7 +96,8 @@ use_installed()
 # The static library with the defaults.
 install_library static
 [ -f "$(find "$scratch/moved/static" -name libqv_kernel.a)" ] || fail 'no libqv_kernel.a is installed'
-for file in include/quorvane/kr_string.h include/quorvane/qv_internal/qv_namespace.h share/licenses/quorvane/LICENSE; do
+for file in include/quorvane/kr_string.h include/quorvane/kr_internal/kr_string_inline.h \
+    include/quorvane/qv_internal/qv_namespace.h share/licenses/quorvane/LICENSE; do
     [ -f "$scratch/moved/static/$file" ] || fail "$file is not installed"
 done
 use_installed static 1

@@ -2,7 +2,8 @@
 # Rule: includes point down only. A public header includes public headers that stand before it in the order below; a
 # file of layer_0/<service>/ includes private headers of its own folder, its service's public headers, what stands before
 # those, and the private headers of services that do, as "../<service>/<name>.h", so that no build needs a further
-# include folder.
+# include folder. The inline bodies of a public header, kr_internal/<name>_inline.h, stand below it, for it ends with
+# them, and include it nevertheless, so that they compile alone.
 # Reason: a base that knows what is built on it cannot be used, tested or replaced alone; cycles start with one
 # convenient include.
 . "$(dirname "$0")/common.inc"
@@ -22,6 +23,9 @@ kr_memoryviews.h
 kr_buffer.h
 kr_containers_internals.h
 kr_containers_array.h
+kr_internal/kr_string_compare.h
+kr_internal/kr_string_split.h
+kr_internal/kr_string_inline.h
 kr_string.h
 kr_string_std.h
 '
@@ -109,6 +113,10 @@ LC_ALL=C awk -v order="$order" '
             sub(/^Runtime\/(qv_kernel\/)?include\//, "", name)
             limit = rank[name]
             if (!limit)
+                next
+            bodies = included
+            sub(/\.h$/, "_inline.h", bodies)
+            if (name == "kr_internal/" bodies)
                 next
         }
         base = included

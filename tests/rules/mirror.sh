@@ -6,11 +6,13 @@
 #   Runtime/include/x.h                      tests/include/x_test.cpp
 #   Runtime/qv_kernel/include/x.h            tests/qv_kernel/include/x_test.cpp
 #   Runtime/qv_kernel/layer_0/service/x.cpp  tests/qv_kernel/layer_0/service/x_test.cpp
+#
+# The private headers in qv_internal/ and kr_internal/ are tested with the public ones that include them.
 . "$(dirname "$0")/common.inc"
 
 (
     cd "$root" || exit 2
-    find Runtime/include Runtime/qv_kernel/include -name qv_internal -prune -o -name '*.h' -print
+    find Runtime/include Runtime/qv_kernel/include -name '*_internal' -prune -o -name '*.h' -print
     find Runtime/qv_kernel/layer_0 -name '*.cpp' -print
 ) 2>/dev/null | sort >"$scratch/sources"
 while IFS= read -r source; do

@@ -22,6 +22,8 @@ for header in include/qv_defs qv_kernel/include/kr_assert qv_kernel/include/kr_m
         put "$good/Runtime/$header.h"
     printf 'int Test();\n' | put "$good/tests/${header}_test.cpp"
 done
+printf '#pragma once\n\n#include "kr_string.h"\n' |
+    put "$good/Runtime/qv_kernel/include/kr_internal/kr_string_inline.h"
 put "$good/Runtime/qv_kernel/layer_0/kr_string/string.cpp" <<'END'
 #include "kr_string.h"
 
@@ -41,8 +43,8 @@ printf 'int main();\n' | put "$good/examples/first_example/main.cpp"
 printf 'A sample. %s(2030): gone by then.\n\n```cpp\nint main();\n```\n' "$todo" | put "$good/README.md"
 
 # shellcheck disable=SC2016
-for name in Runtime/include/ Runtime/qv_kernel/include/ Runtime/qv_kernel/layer_0/kr_string/ \
-    Runtime/qv_kernel/layer_0/kr_mem/ qv_defs.h kr_assert.h kr_mem.h kr_string.h; do
+for name in Runtime/include/ Runtime/qv_kernel/include/ Runtime/qv_kernel/include/kr_internal/ \
+    Runtime/qv_kernel/layer_0/kr_string/ Runtime/qv_kernel/layer_0/kr_mem/ qv_defs.h kr_assert.h kr_mem.h kr_string.h; do
     printf '| `%s` | what it is |\n' "$name"
 done | put "$good/docs/architecture.md"
 
@@ -122,6 +124,8 @@ printf '#def\\\nine HIDDEN 1\n' | bites macro_prefix $string
 printf '#include "kr_string.h"\n' | bites layering $defs
 printf '#include <kr_string.h>\n' | bites layering Runtime/qv_kernel/include/kr_mem.h
 printf '#include "kr_mem.h"\n' | bites layering Runtime/qv_kernel/include/kr_mem.h
+printf '#include "kr_string.h"\n' | bites layering Runtime/qv_kernel/include/kr_internal/kr_string_split.h
+printf '#include "kr_string_std.h"\n' | bites layering Runtime/qv_kernel/include/kr_internal/kr_string_inline.h
 printf '#include "mem_private.h"\n' | bites layering $source
 printf '#include "kr_string.h"\n' | bites layering Runtime/qv_kernel/layer_0/kr_mem/mem_private.h
 printf '#include "string_private.h"\n' | bites layering $string

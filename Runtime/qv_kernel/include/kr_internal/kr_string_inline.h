@@ -1,0 +1,365 @@
+// Private header: the inline bodies of kr_string.h.
+//
+// Users include kr_string.h, which ends with this header.
+//
+// Where a declaration has an attribute of lifetime, the compiler wants it here again.
+#pragma once
+
+#include "kr_string.h"
+
+#include <cstring>
+#include <utility>
+
+#include "kr_assert.h"
+#include "kr_internal/kr_string_compare.h"
+#include "kr_internal/kr_string_split.h"
+#include "qv_defs.h"
+#include "qv_guid.h"
+
+namespace Quorvane
+{
+
+inline void CStringContainer::_LengthenTo(u32 newLength)
+{
+    const u32 length = Length();
+    const u32 lastBlock = newLength & ~(kBlockBytes - 1);
+    // The block of the old terminator is zero behind it already.
+    if (lastBlock > length)
+        std::memset(m_Characters + lastBlock, 0, kBlockBytes);
+    m_Length += newLength - length;
+}
+
+inline bool CStringContainer::_BeginBlock(u32 newLength)
+{
+    if (newLength >= m_Capacity)
+        return false;
+    std::memset(m_Characters + newLength, 0, kBlockBytes);
+    return true;
+}
+
+// As few instructions as there can be: programs build text in this loop.
+inline bool CStringContainer::_AppendWithinRoom(char character)
+{
+    if (RefCount() != 1)
+        return false;
+    // One comparison for the form and for the longest length; with the reserved bit set it takes the longer road.
+    const u32 word = m_Length;
+    const u32 length = word - kResizableFlag;
+    if (length >= kLengthMask - 1)
+        return false;
+    // The block of the old terminator is ours to its end, and zero behind it: only a new block is a question.
+    const u32 newWord = word + 1;
+    if (QV_INTERNAL_UNLIKELY(newWord % kBlockBytes == 0) && !_BeginBlock(length + 1))
+        return false;
+    m_Characters[length] = character;
+    m_Length = newWord;
+    return true;
+}
+
+inline CString::CString(const char *source, u32 sourceLen)
+    : m_Container(sourceLen != 0 && source != nullptr && *source != '\0' ? CStringContainer::New(source, sourceLen)
+                                                                         : PStringContainer())
+{
+    // A count of 0 is answered first: not even one character may be read then.
+    QV_INTERNAL_ASSERT_TEXT("sourceLen == 0", sourceLen == 0 || (source != nullptr && *source != '\0'));
+}
+
+// The usual case of each comparison: two containers with characters. Everything else goes to the .cpp.
+
+inline bool CString::operator==(const CString &other) const
+{
+    const CStringContainer *a = m_Container.Get();
+    const CStringContainer *b = other.m_Container.Get();
+    const char *dataA = CStringContainer::SafeData(a);
+    const char *dataB = CStringContainer::SafeData(b);
+    if (QV_INTERNAL_UNLIKELY(dataA == nullptr || dataB == nullptr))
+        return Compare(other, CaseSensitive);
+    const u32 length = a->Length();
+    return length == b->Length() && (dataA == dataB || Internal::EqualCharacters(dataA, dataB, length));
+}
+
+inline bool CString::operator<(const CString &other) const
+{
+    const CStringContainer *a = m_Container.Get();
+    const CStringContainer *b = other.m_Container.Get();
+    const char *dataA = CStringContainer::SafeData(a);
+    const char *dataB = CStringContainer::SafeData(b);
+    if (QV_INTERNAL_UNLIKELY(dataA == nullptr || dataB == nullptr))
+        return _IsLess(other);
+    // The shorter one's terminator takes part. What may follow it, in a longer text that holds terminators, makes no text
+    // less than this.
+    return std::memcmp(dataA, dataB, QVMin(a->Length(), b->Length()) + 1) < 0;
+}
+
+inline bool CString::operator>(const CString &other) const
+{
+    const CStringContainer *a = m_Container.Get();
+    const CStringContainer *b = other.m_Container.Get();
+    const char *dataA = CStringContainer::SafeData(a);
+    const char *dataB = CStringContainer::SafeData(b);
+    if (QV_INTERNAL_UNLIKELY(dataA == nullptr || dataB == nullptr))
+        return _IsGreater(other);
+    const u32 wanted = a->Length() + 1;
+    const u32 common = QVMin(wanted, CStringContainer::_PaddedLength(b->Length()));
+    const int order = std::memcmp(dataA, dataB, common);
+    return order > 0 || (order == 0 && common < wanted);
+}
+
+inline char *CString::RawDataForWriting() QV_INTERNAL_LIFETIMEBOUND
+{
+    _MakeUnique();
+    CStringContainer *container = m_Container.Get();
+    if (QV_INTERNAL_UNLIKELY(container == nullptr))
+        return nullptr;
+    container->_ForgetSearched();
+    return container->Data();
+}
+
+inline CGuid CString::FindNextOf(char character, u32 start) const
+{
+    const u32 length = Length();
+    if (start >= length)
+        return CGuid::INVALID;
+    const char *data = Data();
+    QV_ASSERT(data != null);
+    if (data == nullptr)
+        return CGuid::INVALID;
+    const void *found = std::memchr(data + start, character, length - start);
+    return found != nullptr ? CGuid(static_cast<u32>(static_cast<const char *>(found) - data)) : CGuid::INVALID;
+}
+
+inline const char &CString::At(u32 index) const QV_INTERNAL_LIFETIMEBOUND
+{
+    const CStringContainer *container = m_Container.Get();
+    QV_INTERNAL_ASSERT_TEXT("_P::m_Ptr != null", container != nullptr);
+    if (QV_INTERNAL_UNLIKELY(container == nullptr))
+        return kNoCharacter;
+    QV_INTERNAL_ASSERT_TEXT("index < m_Container->Length()", index < container->Length());
+    if (QV_INTERNAL_UNLIKELY(index >= container->Length()))
+        return kNoCharacter;
+    return container->Data()[index];
+}
+
+inline const char &CString::First() const QV_INTERNAL_LIFETIMEBOUND
+{
+    const bool empty = Empty();
+    QV_INTERNAL_ASSERT_TEXT("!Empty()", !empty);
+    return QV_INTERNAL_LIKELY(!empty) ? *Data() : kNoCharacter;
+}
+
+inline const char &CString::Last() const QV_INTERNAL_LIFETIMEBOUND
+{
+    const bool empty = Empty();
+    QV_INTERNAL_ASSERT_TEXT("!Empty()", !empty);
+    const u32 length = Length();
+    return QV_INTERNAL_LIKELY(!empty && length != 0) ? Data()[length - 1] : kNoCharacter;
+}
+
+template <typename Predicate, typename>
+bool CString::Split(Predicate &&isSeparator, TArray<CString> &outPieces) const
+{
+    if (Empty())
+        return true;
+    // Nothing below looks at this handle again: it may lie in the array, which moves its elements when it grows.
+    Internal::CPredicateSplit split(Data(), Length(), outPieces);
+    char character;
+    while (split.Next(character))
+        split.Answer(character, isSeparator(character));
+    return !split.Failed();
+}
+
+namespace Internal
+{
+
+// What SNativeStringUtils::Length answers; known to the compiler for a literal.
+constexpr u32 LengthOfText(const char *str)
+{
+    constexpr u64 kMaxLength = 0xFFFFFFFFu;
+    return str != nullptr ? static_cast<u32>(QVMin<u64>(__builtin_strlen(str), kMaxLength)) : 0;
+}
+
+} // namespace Internal
+
+constexpr CStringView::CStringView(const char *str QV_INTERNAL_LIFETIMEBOUND)
+    : m_Data(str), m_Length(Internal::LengthOfText(str))
+{
+}
+
+inline CStringView::CStringView(const CString &string QV_INTERNAL_LIFETIMEBOUND)
+    : CStringView(string.Data(), string.Length())
+{
+}
+
+inline CStringView::CStringView(CString &&string QV_INTERNAL_LIFETIMEBOUND)
+    : CStringView(string.Data(), string.Length())
+{
+}
+
+namespace Internal
+{
+
+inline CStringView PieceOf(const CStringView &piece)
+{
+    return piece;
+}
+
+inline CStringView PieceOf(const CString &piece)
+{
+    return piece.Empty() ? CStringView() : CStringView(piece);
+}
+
+inline CStringView PieceOf(const char *piece)
+{
+    return CStringView::FromNullTerminatedString(piece);
+}
+
+// What stands on the left of the first seam: there a string counts by its length, as it does on the left of operator/.
+template <typename Piece>
+CStringView FirstPieceOf(const Piece &piece)
+{
+    return PieceOf(piece);
+}
+
+inline CStringView FirstPieceOf(const CString &piece)
+{
+    return CStringView(piece);
+}
+
+} // namespace Internal
+
+template <typename First, typename Second, typename... More>
+CString JoinPath(const First &first, const Second &second, const More &...more)
+{
+    const CStringView pieces[] = {Internal::FirstPieceOf(first), Internal::PieceOf(second), Internal::PieceOf(more)...};
+    return JoinPath(TMemoryView<const CStringView>(pieces));
+}
+
+// The comparisons that are others with their sides exchanged or their answer negated.
+
+namespace Internal
+{
+
+// Negative, 0 or positive.
+s32 OrderOfViews(const CStringView &a, const CStringView &b);
+s32 OrderOfViews(const CStringView &a, const char *b);
+
+} // namespace Internal
+
+inline bool operator==(const CStringView &a, const CString &b)
+{
+    return b == a;
+}
+inline bool operator!=(const CString &a, const CStringView &b)
+{
+    return !(a == b);
+}
+inline bool operator!=(const CStringView &a, const CString &b)
+{
+    return !(b == a);
+}
+inline bool operator<=(const CString &a, const CStringView &b)
+{
+    return !(a > b);
+}
+inline bool operator>=(const CString &a, const CStringView &b)
+{
+    return !(a < b);
+}
+inline bool operator<(const CStringView &a, const CString &b)
+{
+    return b > a;
+}
+inline bool operator>(const CStringView &a, const CString &b)
+{
+    return b < a;
+}
+inline bool operator<=(const CStringView &a, const CString &b)
+{
+    return b >= a;
+}
+inline bool operator>=(const CStringView &a, const CString &b)
+{
+    return b <= a;
+}
+inline bool operator<(const CStringView &a, const CStringView &b)
+{
+    return Internal::OrderOfViews(a, b) < 0;
+}
+inline bool operator>(const CStringView &a, const CStringView &b)
+{
+    return b < a;
+}
+inline bool operator<=(const CStringView &a, const CStringView &b)
+{
+    return !(b < a);
+}
+inline bool operator>=(const CStringView &a, const CStringView &b)
+{
+    return !(a < b);
+}
+inline bool operator<(const CStringView &a, const char *b)
+{
+    return Internal::OrderOfViews(a, b) < 0;
+}
+inline bool operator>(const CStringView &a, const char *b)
+{
+    return Internal::OrderOfViews(a, b) > 0;
+}
+inline bool operator<=(const CStringView &a, const char *b)
+{
+    return !(a > b);
+}
+inline bool operator>=(const CStringView &a, const char *b)
+{
+    return !(a < b);
+}
+inline bool operator<(const char *a, const CStringView &b)
+{
+    return b > a;
+}
+inline bool operator>(const char *a, const CStringView &b)
+{
+    return b < a;
+}
+inline bool operator<=(const char *a, const CStringView &b)
+{
+    return b >= a;
+}
+inline bool operator>=(const char *a, const CStringView &b)
+{
+    return b <= a;
+}
+inline bool operator==(const char *a, const CString &b)
+{
+    return b == a;
+}
+inline bool operator!=(const char *a, const CString &b)
+{
+    return b != a;
+}
+inline bool operator<(const char *a, const CString &b)
+{
+    return b > a;
+}
+inline bool operator>(const char *a, const CString &b)
+{
+    return b < a;
+}
+inline bool operator<=(const char *a, const CString &b)
+{
+    return b >= a;
+}
+inline bool operator>=(const char *a, const CString &b)
+{
+    return b <= a;
+}
+inline bool operator==(const char *a, const CStringView &b)
+{
+    return b == a;
+}
+inline bool operator!=(const char *a, const CStringView &b)
+{
+    return b != a;
+}
+
+} // namespace Quorvane
