@@ -164,6 +164,7 @@ printf 'void g(char *);\nvoid f(int n)\n{ char b[n];\ng(b); }\n' | bites stack $
 
 printf 'int   f( );\n' | bites format $source
 printf 'if x; then\n' | bites shell run.sh
+printf 'if x; then\n' | bites shell scripts/part.inc
 printf '#!/bin/bash\n' | bites shell run.sh
 printf '#!/bin/bash\n' | bites shell tool
 

@@ -5,7 +5,7 @@
 
 project_files | while IFS= read -r file; do
     case $file in
-        *.sh | tests/rules/*.inc) printf '%s\n' "$file" ;;
+        *.sh | scripts/*.inc | tests/rules/*.inc | tests/cross/*.inc | tests/support/compile.inc) printf '%s\n' "$file" ;;
         *) head -n 1 "$root/$file" | LC_ALL=C grep -q '^#! */.*sh' && printf '%s\n' "$file" ;;
     esac
 done >"$scratch/list"

@@ -1,0 +1,120 @@
+#!/bin/sh
+# ./run bench: measures all topics of benchmarks/, or those named.
+. "$(dirname "$0")/common.inc"
+. "$root/scripts/needs.inc"
+. "$root/scripts/build.inc"
+
+# Runs one benchmark program into a JSON file, in as many processes as wanted: where memory lies is drawn anew in each,
+# and a row may differ by a quarter with that. Its own words are shown only when it fails.
+#   measure <program> <JSON file> <repetitions> <seconds for each> <processes>
+measure()
+{
+    parts=
+    process=0
+    while [ "$process" -lt "$5" ]; do
+        process=$((process + 1))
+        part=${2%.json}.$process.json
+        "$1" --benchmark_enable_random_interleaving=true --benchmark_repetitions="$3" --benchmark_min_time="$4" \
+            --benchmark_out="$part" --benchmark_out_format=json >"$2.log" 2>&1 || {
+            cat "$2.log" >&2
+            return 1
+        }
+        parts="$parts $part"
+    done
+    # shellcheck disable=SC2086
+    python3 benchmarks/merge.py "$2" $parts
+}
+
+# Builds and measures topics in a preset, and prints their table.
+#   measure_topics <preset> <repetitions> <seconds for each> <processes> <topic...>
+measure_topics()
+{
+    preset=$1
+    repetitions=$2
+    seconds=$3
+    processes=$4
+    shift 4
+    # The topics are words.
+    # shellcheck disable=SC2046
+    build "$preset" $(printf 'bench_%s ' "$@") || return 1
+    results=build/$preset/results
+    mkdir -p "$results"
+    files=
+    failed=0
+    for topic in "$@"; do
+        say "measuring $topic"
+        # A result that cannot be had leaves no older one behind.
+        rm -f "$results/$topic.json"
+        if measure "build/$preset/benchmarks/bench_$topic" "$results/$topic.json" "$repetitions" "$seconds" \
+            "$processes"; then
+            files="$files $results/$topic.json"
+        else
+            failed=1
+        fi
+    done
+    [ -n "$files" ] || return 1
+    say ''
+    # shellcheck disable=SC2086
+    python3 benchmarks/table.py $files >"$results/table.txt" || failed=1
+    # shellcheck disable=SC2086
+    python3 benchmarks/table.py --markdown $files >"$results/table.md" || failed=1
+    cat "$results/table.txt"
+    say ''
+    say "In $results: the JSON of each topic, table.txt, table.md"
+    return $failed
+}
+
+list_topics()
+{
+    for source in benchmarks/*.cpp; do
+        name=${source##*/}
+        printf '%s\n' "${name%.cpp}"
+    done
+}
+
+presets=bench
+repetitions=7
+seconds=0.03
+processes=2
+publish=
+topics=
+while [ $# -gt 0 ]; do
+    case $1 in
+        --quick)
+            repetitions=3
+            seconds=0.01
+            processes=1
+            ;;
+        --plain) presets=bench-plain ;;
+        --publish) publish=yes ;;
+        -*)
+            complain "bench: unknown argument $1"
+            exit 2
+            ;;
+        *)
+            if [ ! -f "benchmarks/$1.cpp" ]; then
+                complain "bench: unknown topic $1; there are:"
+                list_topics >&2
+                exit 2
+            fi
+            topics="$topics $1"
+            ;;
+    esac
+    shift
+done
+if [ -n "$publish" ]; then
+    if [ -n "$topics" ]; then
+        complain 'bench: --publish is for all topics'
+        exit 2
+    fi
+    presets='bench bench-plain'
+fi
+[ -n "$topics" ] || topics=$(list_topics)
+
+ensure g++ cmake ninja-build libbenchmark-dev python3 -- \
+    libabsl-dev libboost-dev libfmt-dev libre2-dev qtbase5-dev gnuplot-nox
+for preset in $presets; do
+    # shellcheck disable=SC2086
+    measure_topics "$preset" $repetitions $seconds $processes $topics || exit 1
+done
+[ -z "$publish" ] || python3 benchmarks/publish.py build/bench build/bench-plain
