@@ -69,6 +69,8 @@ enum ECasingType : u32
     CasingType_Mixed = 3,
 };
 
+// ---- The container of characters ------------------------------------------------------------------------------------
+
 // The shared, reference-counted block of characters behind a string.
 //
 // Fixed form: object and characters in one block. Resizable form: the characters in a buffer of their own, which can
@@ -203,6 +205,8 @@ private:
     char *m_Characters; // fixed form: 32 bytes into this object's own block; resizable form: the buffer
 };
 
+// ---- The view -------------------------------------------------------------------------------------------------------
+
 // `m_Length` characters from `m_Data`, not necessarily terminated, owned by somebody else.
 //
 // A view is a plain value, valid only while the characters are neither freed nor changed: any write through a handle
@@ -222,6 +226,8 @@ public:
 
     // A view of the whole text; null gives the empty view.
     static CStringView FromNullTerminatedString(const char *str QV_INTERNAL_LIFETIMEBOUND);
+
+    // ---- Reading ----------------------------------------------------------------------------------------------------
 
     constexpr const char *Data() const { return m_Data; }
     constexpr u32 Length() const { return m_Length; }
@@ -246,28 +252,11 @@ public:
     // Nothing below reads outside the view, needs a terminator, copies or allocates. Views that result borrow from the
     // same characters. A null text counts as empty.
 
+    // ---- Pieces -----------------------------------------------------------------------------------------------------
+
     // The characters from `start`, or `count` of them; both clamped to the view.
     CStringView Slice(u32 start) const;
     CStringView Slice(u32 start, u32 count) const;
-
-    // Equality. As for strings, a terminator ends the comparison where both have one, and ignoring case follows the
-    // platform's library.
-    bool Compare(const char *other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
-    bool Compare(const CStringView &other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
-
-    // True when no character differs from its upper-case (lower-case) form.
-    bool IsUpper() const;
-    bool IsLower() const;
-    // Unspecified without a letter.
-    ECasingType AnalyzeCasing() const;
-
-    // Prefix, suffix and substring tests; case is ASCII case. An empty argument is contained in everything.
-    bool StartsWith(const CStringView &other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
-    bool StartsWith(const char *other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
-    bool EndsWith(const CStringView &other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
-    bool EndsWith(const char *other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
-    bool Contains(const CStringView &other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
-    bool Contains(const char *other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
 
     // The view without the given character, or any character of the set, at both ends, the start or the end. A null or
     // empty set strips nothing.
@@ -278,6 +267,29 @@ public:
     CStringView StripRight(char character) const;
     CStringView StripRight(const char *set) const;
 
+    // ---- Comparison -------------------------------------------------------------------------------------------------
+
+    // Equality. As for strings, a terminator ends the comparison where both have one, and ignoring case follows the
+    // platform's library.
+    bool Compare(const char *other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+    bool Compare(const CStringView &other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+
+    // Equality of all characters, embedded terminators included.
+    bool operator==(const char *other) const;
+    bool operator==(const CStringView &other) const;
+    bool operator!=(const char *other) const { return !(*this == other); }
+    bool operator!=(const CStringView &other) const { return !(*this == other); }
+
+    // ---- Casing -----------------------------------------------------------------------------------------------------
+
+    // True when no character differs from its upper-case (lower-case) form.
+    bool IsUpper() const;
+    bool IsLower() const;
+    // Unspecified without a letter.
+    ECasingType AnalyzeCasing() const;
+
+    // ---- Search -----------------------------------------------------------------------------------------------------
+
     // The index of the first character at or after `start`, or of the last one, that is the given character or one of
     // the set; CGuid::INVALID when there is none. A null or empty set finds nothing.
     CGuid FindFirstOf(char character) const { return FindNextOf(character, 0); }
@@ -286,16 +298,20 @@ public:
     CGuid FindNextOf(const char *set, u32 start) const;
     CGuid FindLastOf(char character) const;
 
-    // Equality of all characters, embedded terminators included.
-    bool operator==(const char *other) const;
-    bool operator==(const CStringView &other) const;
-    bool operator!=(const char *other) const { return !(*this == other); }
-    bool operator!=(const CStringView &other) const { return !(*this == other); }
+    // Prefix, suffix and substring tests; case is ASCII case. An empty argument is contained in everything.
+    bool StartsWith(const CStringView &other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+    bool StartsWith(const char *other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+    bool EndsWith(const CStringView &other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+    bool EndsWith(const char *other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+    bool Contains(const CStringView &other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
+    bool Contains(const char *other, ECaseSensitivity caseSensitivity = CaseSensitive) const;
 
 private:
     const char *m_Data;
     u32 m_Length;
 };
+
+// ---- The string -----------------------------------------------------------------------------------------------------
 
 // The string: a handle of one pointer that shares its characters with its copies.
 //
@@ -323,7 +339,9 @@ public:
     CString(const PStringContainer &container) : m_Container(container) {}
     CString(PStringContainer &&container) : m_Container(std::move(container)) {}
 
-    // Reading. Nothing here copies or allocates.
+    // ---- Reading ----------------------------------------------------------------------------------------------------
+
+    // Nothing here copies or allocates.
 
     // The characters, NUL-terminated; null for a string without a container.
     const char *Data() const QV_INTERNAL_LIFETIMEBOUND { return CStringContainer::SafeData(m_Container.Get()); }
@@ -350,7 +368,9 @@ public:
     // Bytes held by this handle and by its container, which other handles may share.
     ureg MemoryFootprint() const;
 
-    // Writing. Each first makes the characters this handle's own, by a copy of the fixed form when they are shared.
+    // ---- Writing ----------------------------------------------------------------------------------------------------
+
+    // Each first makes the characters this handle's own, by a copy of the fixed form when they are shared.
     // Fails: the handle is left empty, having released the shared characters.
 
     // Writable characters; null without a container, or when the copy cannot be had. After changing where the text
@@ -370,7 +390,12 @@ public:
     // Empties the string. One that is not shared keeps its container, length 0, for reuse; a shared one lets go of it.
     void Clear();
 
-    // Formatting, in the manner of printf. Fails: an empty string, also for a null format.
+    // Exchanges the containers; no count changes.
+    friend void swap(CString &a, CString &b) noexcept { a.m_Container.Swap(b.m_Container); }
+
+    // ---- Formatting -------------------------------------------------------------------------------------------------
+
+    // In the manner of printf. Fails: an empty string, also for a null format.
     // Stack: that of the platform's own formatting comes on top, some 3 KiB with floating-point numbers.
 
     // Any length, in the locale in force. Reports "format != null".
@@ -382,7 +407,9 @@ public:
     // Stack: 4 KiB.
     static CString Format(const char *format, ...) QV_INTERNAL_PRINTF(1, 2);
 
-    // Concatenation. The argument may be the string itself or any piece of it. Null and empty arguments change
+    // ---- Concatenation ----------------------------------------------------------------------------------------------
+
+    // The argument may be the string itself or any piece of it. Null and empty arguments change
     // nothing. A string that is not shared and of the resizable form grows in place; every other gets a new container
     // of that form. Returns: this string.
     // Fails: an empty string (what it held is released).
@@ -411,6 +438,12 @@ public:
     CString &Prepend(const char *other, u32 otherLength);
     CString &Prepend(char character);
 
+    CString &operator+=(const CString &other) { return Append(other); }
+    CString &operator+=(const CStringView &other) { return Append(other); }
+    CString &operator+=(const char *other) { return Append(other); }
+
+    // ---- Paths ------------------------------------------------------------------------------------------------------
+
     // Joins two path pieces with exactly one slash between them. Slashes inside either piece stay. An empty or null
     // argument still removes the slashes at the end of this string. A count is taken as it is: all `length` characters
     // are joined, but the search for a backslash ends at a terminator among them.
@@ -426,11 +459,17 @@ public:
     CString &AppendSlashAnd(const char *other);
     CString &AppendSlashAnd(const char *other, u32 length);
 
+    CString &operator/=(const CString &other) { return AppendSlashAnd(other); }
+    CString &operator/=(const CStringView &other) { return AppendSlashAnd(other); }
+    CString &operator/=(const char *other) { return AppendSlashAnd(other); }
+
     // Ends the string with a slash, unless it is empty or has one.
     CString &AppendSlash();
     CString SlashAppended() const;
 
-    // Casing. Works on the stored length, so characters behind an embedded terminator change too. A shared container is
+    // ---- Casing -----------------------------------------------------------------------------------------------------
+
+    // Works on the stored length, so characters behind an embedded terminator change too. A shared container is
     // copied first. Returns: this string.
     // Fails: an empty string; conversions report "_P::m_Ptr != null".
 
@@ -449,6 +488,8 @@ public:
     // Unspecified for an empty string, or one without a letter.
     ECasingType AnalyzeCasing() const;
 
+    // ---- Escaping ---------------------------------------------------------------------------------------------------
+
     // Escape sequences (the syntax is that of SNativeStringUtils::Escape). Both end at the first embedded terminator.
     // Returns: this string.
 
@@ -460,6 +501,8 @@ public:
     CString Escaped() const;
     CString Unescaped() const;
 
+    // ---- Edits ------------------------------------------------------------------------------------------------------
+
     // Takes the string as a line that ends at `column`, and appends the tabs and spaces that move its end `width`
     // columns further, with tab stops every `tabWidth` columns. Gives a new container of the fixed form.
     // Requires: a tab width, else reports "tabWidth != 0" and changes nothing.
@@ -470,6 +513,20 @@ public:
     // `Reversed` never touches this string. Fails (Reversed): an empty string.
     CString &Reverse();
     CString Reversed() const;
+
+    // Removes characters of the set from both ends, the start or the end. A null or empty set strips nothing; a string
+    // of nothing else is emptied. Nothing to strip leaves a shared container shared. Returns: this string.
+    // Fails: an empty string; Strip and StripRight report "data != null".
+    CString &Strip(const char *chars);
+    CString &StripLeft(const char *chars);
+    CString &StripRight(const char *chars);
+
+    // Blanks comments (the syntax is that of SNativeStringUtils::Uncomment); the length stays. Returns: this string.
+    // Requires: no embedded terminator, else reports "SNativeStringUtils::Length_16(Data()) == Length()".
+    // Fails: an empty string.
+    CString &Uncomment();
+
+    // ---- Replacing --------------------------------------------------------------------------------------------------
 
     // A new string in which every occurrence of the pattern is replaced, left to right and without overlap; replaced
     // text is not searched again. Ends at the first embedded terminator. A null or empty pattern gives a copy of the
@@ -487,17 +544,7 @@ public:
     // Fails: an empty string.
     CString Replace(char searchFor, char replaceWith) const;
 
-    // Removes characters of the set from both ends, the start or the end. A null or empty set strips nothing; a string
-    // of nothing else is emptied. Nothing to strip leaves a shared container shared. Returns: this string.
-    // Fails: an empty string; Strip and StripRight report "data != null".
-    CString &Strip(const char *chars);
-    CString &StripLeft(const char *chars);
-    CString &StripRight(const char *chars);
-
-    // Blanks comments (the syntax is that of SNativeStringUtils::Uncomment); the length stays. Returns: this string.
-    // Requires: no embedded terminator, else reports "SNativeStringUtils::Length_16(Data()) == Length()".
-    // Fails: an empty string.
-    CString &Uncomment();
+    // ---- Comparison -------------------------------------------------------------------------------------------------
 
     // Equality: `Compare` answers yes or no, it does not order. Ignoring case, buffers and views follow the platform's
     // library, strings ASCII. With buffers and views, a terminator ends the comparison where both have one.
@@ -526,7 +573,9 @@ public:
     bool operator<=(const char *other) const { return !(*this > other); }
     bool operator>=(const char *other) const { return !(*this < other); }
 
-    // Search. The index of what was found, or CGuid::INVALID.
+    // ---- Search -----------------------------------------------------------------------------------------------------
+
+    // The index of what was found, or CGuid::INVALID.
 
     // The first character at or after `start` that is `character`, or the last one; up to the stored length.
     CGuid FindFirstOf(char character) const { return FindNextOf(character, 0); }
@@ -554,7 +603,9 @@ public:
     // emptiness.
     bool Empty(const char *blanks) const;
 
-    // Extraction: a new string with the characters from `first` up to, not including, `last`. Equal indices give an
+    // ---- Extraction -------------------------------------------------------------------------------------------------
+
+    // A new string with the characters from `first` up to, not including, `last`. Equal indices give an
     // empty string. Fails: an empty string.
 
     // Requires: `first` within the string and `last` not beyond it, else reports "first < size && last <= size" and
@@ -568,7 +619,9 @@ public:
     // in what is extracted. Who cuts a long buffer into pieces moves `from` forward.
     static CString Extract(const char *from, u32 first, u32 last);
 
-    // Splitting. The pieces are the runs between separators: none is ever empty. Views borrow from this string's
+    // ---- Splitting --------------------------------------------------------------------------------------------------
+
+    // The pieces are the runs between separators: none is ever empty. Views borrow from this string's
     // characters; strings have characters of their own.
     // Returns: whether every piece was stored; the pieces before one that could not be stay in the array. A piece whose
     // memory is refused is stored as an empty string.
@@ -592,6 +645,8 @@ public:
     template <typename Predicate, typename = std::enable_if_t<std::is_invocable_r<bool, Predicate &, char>::value>>
     bool Split(Predicate &&isSeparator, TArray<CString> &outPieces) const;
 
+    // ---- Matching ---------------------------------------------------------------------------------------------------
+
     // Wildcard match of the whole string (the syntax is that of SNativeStringUtils::Match and MatchWithInhibitors). An
     // empty string matches null and patterns of nothing but stars; an empty pattern string matches an empty string
     // only.
@@ -601,7 +656,9 @@ public:
     bool MatchWithInhibitors(const char *pattern, ECaseSensitivity caseSensitivity = CaseSensitive) const;
     bool MatchWithInhibitors(const CString &pattern, ECaseSensitivity caseSensitivity = CaseSensitive) const;
 
-    // Fuzzy matching: a weight from 0 to 1 by edit distance, for look-ups that forgive typing errors. Case matters,
+    // ---- Fuzzy matching ---------------------------------------------------------------------------------------------
+
+    // A weight from 0 to 1 by edit distance, for look-ups that forgive typing errors. Case matters,
     // bytes are compared as they are, and emptiness goes by length. Reads only; may run on shared strings from several
     // threads.
 
@@ -646,16 +703,6 @@ public:
     // Cost: lengths multiplied, in time and in bits of memory.
     // Returns: false, with an empty output, when memory is refused.
     bool FuzzyMatchPositions(const CString &other, TArray<u32> &outPositions) const;
-
-    // Exchanges the containers; no count changes.
-    friend void swap(CString &a, CString &b) noexcept { a.m_Container.Swap(b.m_Container); }
-
-    CString &operator+=(const CString &other) { return Append(other); }
-    CString &operator+=(const CStringView &other) { return Append(other); }
-    CString &operator+=(const char *other) { return Append(other); }
-    CString &operator/=(const CString &other) { return AppendSlashAnd(other); }
-    CString &operator/=(const CStringView &other) { return AppendSlashAnd(other); }
-    CString &operator/=(const char *other) { return AppendSlashAnd(other); }
 
 private:
     // What an edit asks before it decides between writing in place and building anew.
@@ -718,6 +765,8 @@ struct TSortDefaultCompare<TArray<CString::SFuzzyMatchListElement>::Iterator>
 {
 };
 
+// ---- Splitting many strings alike -----------------------------------------------------------------------------------
+
 // Splits strings at any of a set of characters: configured once, used for many strings.
 //
 // Its rules differ from CString::Split on purpose: the piece between two adjacent separators, and before a leading one,
@@ -752,6 +801,8 @@ private:
     u8 m_SplitTable[256]; // by character as an unsigned byte: 1 for a separator; entry 0, the terminator, is one always
 };
 
+// ---- Concatenation and joining by operators -------------------------------------------------------------------------
+
 // Concatenation and path joining into a new string, as Append and AppendSlashAnd do it.
 // A temporary on the left is edited in place.
 // Allocates: once for the buffer and once for the object; no string is made of a view or a buffer on the left first.
@@ -785,6 +836,8 @@ CString JoinPath(const TMemoryView<const CStringView> &pieces);
 // The same of two pieces or more, each a CString, a CStringView or a NUL-terminated text.
 template <typename First, typename Second, typename... More>
 CString JoinPath(const First &first, const Second &second, const More &...more);
+
+// ---- Comparison by operators ----------------------------------------------------------------------------------------
 
 // Equality of a string and a view: of all characters, embedded terminators included. A string whose first character is
 // the terminator equals the empty view.
