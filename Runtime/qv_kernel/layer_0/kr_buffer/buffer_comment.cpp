@@ -103,7 +103,7 @@ u32 SNativeStringUtils::Uncomment(char *data)
         else
             ++at;
     }
-    return Internal::ReportedLength(static_cast<std::size_t>(at - data));
+    return Internal::Buffer::ReportedLength(static_cast<std::size_t>(at - data));
 }
 
 } // namespace Quorvane

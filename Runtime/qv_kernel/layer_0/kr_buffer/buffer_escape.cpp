@@ -140,7 +140,7 @@ char *PutWord(u64 word, char *dst)
 // and go, a wrong guess of the processor costs far more than writing twice.
 char *PutEscaped(char character, char *dst)
 {
-    const u32 letter = Internal::EscapeLetterOf(character);
+    const u32 letter = Internal::Buffer::EscapeLetterOf(character);
     const u32 hasLetter = letter != 0 ? 1 : 0;
     const u32 keepsItself = hasLetter - 1; // all bits or none
     *dst = '\\';
@@ -173,7 +173,7 @@ char *TakeUnescaped(const char *&src, const char *end, char *dst)
 u32 Terminate(const char *begin, char *end)
 {
     *end = 0;
-    return Internal::ReportedLength(static_cast<std::size_t>(end - begin));
+    return Internal::Buffer::ReportedLength(static_cast<std::size_t>(end - begin));
 }
 
 #if QV_SIMD_HAS_WIDE
@@ -352,25 +352,25 @@ std::size_t BoundedLength(const char *src, std::size_t maxLength)
 
 u32 SNativeStringUtils::Escape(const char *src, char *dst)
 {
-    src = Internal::TextOrEmpty(src);
+    src = Internal::Buffer::TextOrEmpty(src);
     return dst != nullptr ? EscapeCounted(src, std::strlen(src), dst) : 0;
 }
 
 u32 SNativeStringUtils::Escape(const char *src, char *dst, u32 maxLength)
 {
-    src = Internal::TextOrEmpty(src);
+    src = Internal::Buffer::TextOrEmpty(src);
     return dst != nullptr ? EscapeCounted(src, BoundedLength(src, maxLength), dst) : 0;
 }
 
 u32 SNativeStringUtils::Unescape(const char *src, char *dst)
 {
-    src = Internal::TextOrEmpty(src);
+    src = Internal::Buffer::TextOrEmpty(src);
     return dst != nullptr ? UnescapeCounted(src, std::strlen(src), dst) : 0;
 }
 
 u32 SNativeStringUtils::Unescape(const char *src, char *dst, u32 maxLength)
 {
-    src = Internal::TextOrEmpty(src);
+    src = Internal::Buffer::TextOrEmpty(src);
     return dst != nullptr ? UnescapeCounted(src, BoundedLength(src, maxLength), dst) : 0;
 }
 

@@ -5,9 +5,9 @@
 
 #include "buffer_find.h"
 #include "buffer_find_port.h"
-#include "buffer_search.h"
 #include "buffer_text.h"
 #include "buffer_wide.h"
+#include "two_way_search.h"
 
 namespace Quorvane
 {
@@ -117,8 +117,8 @@ const char *SNativeStringUtils::Find(const char *data, u32 length, const char *n
         return static_cast<const char *>(std::memchr(data, *needle, length));
     const SPairFound found = FindPair(data, length, NeedleFor(length, needle, needleLength));
     if (found.m_Outcome == Internal::PairFound_GaveUp)
-        return Internal::FindInAnyText<Internal::SCaseMatters>(data + found.m_Place, length - found.m_Place, needle,
-                                                               needleLength);
+        return Internal::Buffer::FindTwoWay<Internal::Buffer::SCaseMatters>(
+            data + found.m_Place, length - found.m_Place, needle, needleLength);
     return found.m_Outcome == Internal::PairFound_Here ? data + found.m_Place : nullptr;
 }
 
@@ -130,8 +130,8 @@ const char *SNativeStringUtils::FindCase(const char *data, u32 length, const cha
         return nullptr;
     const SPairFound found = FindPairCase(data, length, NeedleFor(length, needle, needleLength));
     if (found.m_Outcome == Internal::PairFound_GaveUp)
-        return Internal::FindInAnyText<Internal::SCaseIgnored>(data + found.m_Place, length - found.m_Place, needle,
-                                                               needleLength);
+        return Internal::Buffer::FindTwoWay<Internal::Buffer::SCaseIgnored>(
+            data + found.m_Place, length - found.m_Place, needle, needleLength);
     return found.m_Outcome == Internal::PairFound_Here ? data + found.m_Place : nullptr;
 }
 
@@ -140,12 +140,12 @@ const char *SNativeStringUtils::FindLast(const char *data, u32 length, char char
     if (length == 0)
         return nullptr;
     if (!Internal::WideIsWorthwhile(length))
-        return Internal::PortFindLast(data, length, character);
+        return Internal::Buffer::PortFindLast(data, length, character);
     const u32 last = Internal::Wide::LastOfByte(Bytes(data), length, static_cast<u8>(character));
     return last != length ? data + last : nullptr;
 }
 
-namespace Internal
+namespace Internal::Buffer
 {
 
 const char *FindInTerminated(const char *text, u32 length, const char *needle)
@@ -162,11 +162,10 @@ const char *FindInTerminated(const char *text, u32 length, const char *needle)
     const SPairFound found = FindPairTerminated(text, length, rareFirst);
     // No terminator stands before the place of giving up.
     if (found.m_Outcome == PairFound_GaveUp)
-        return FindInAnyText<SCaseMatters>(text + found.m_Place, std::strlen(text + found.m_Place), needle,
-                                           needleLength);
+        return FindTwoWay<SCaseMatters>(text + found.m_Place, std::strlen(text + found.m_Place), needle, needleLength);
     return found.m_Outcome == PairFound_Here ? text + found.m_Place : nullptr;
 }
 
-} // namespace Internal
+} // namespace Internal::Buffer
 
 } // namespace Quorvane

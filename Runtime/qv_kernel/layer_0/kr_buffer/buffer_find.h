@@ -3,7 +3,7 @@
 
 #include "qv_defs.h"
 
-namespace Quorvane::Internal
+namespace Quorvane::Internal::Buffer
 {
 
 // The first occurrence of `needle`, as `strstr` finds it; null when there is none. An empty needle stands everywhere.
@@ -11,4 +11,4 @@ namespace Quorvane::Internal
 // Cost: linear in both.
 const char *FindInTerminated(const char *text, u32 length, const char *needle);
 
-} // namespace Quorvane::Internal
+} // namespace Quorvane::Internal::Buffer

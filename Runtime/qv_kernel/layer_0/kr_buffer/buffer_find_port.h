@@ -5,7 +5,7 @@
 
 #include "qv_defs.h"
 
-namespace Quorvane::Internal
+namespace Quorvane::Internal::Buffer
 {
 
 // The last occurrence of a character in a text that is not empty; null when there is none.
@@ -21,4 +21,4 @@ inline const char *PortFindLast(const char *data, u32 length, char character)
 #endif
 }
 
-} // namespace Quorvane::Internal
+} // namespace Quorvane::Internal::Buffer

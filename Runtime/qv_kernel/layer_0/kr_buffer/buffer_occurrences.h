@@ -16,7 +16,7 @@
 
 #include "buffer_marks.h"
 
-namespace Quorvane::Internal
+namespace Quorvane::Internal::Buffer
 {
 
 // A pattern in two parts: its first word, by which candidates are chosen, and the rest.
@@ -182,4 +182,4 @@ void WalkOccurrences(const char *text, u32 length, const char *pattern, u32 patt
         TOccurrences<OnMatch>(text, length, pattern, patternLength, onMatch).WalkFrom(from);
 }
 
-} // namespace Quorvane::Internal
+} // namespace Quorvane::Internal::Buffer

@@ -7,7 +7,7 @@
 #include "kr_buffer.h"
 #include "qv_defs.h"
 
-namespace Quorvane::Internal
+namespace Quorvane::Internal::Buffer
 {
 
 // What follows the backslash in the character's escape sequence; 0 where it has none.
@@ -49,4 +49,4 @@ inline u32 ReportedLength(std::size_t length)
     return static_cast<u32>(QVMin(length, kMaxLength));
 }
 
-} // namespace Quorvane::Internal
+} // namespace Quorvane::Internal::Buffer

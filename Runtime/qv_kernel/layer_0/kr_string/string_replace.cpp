@@ -31,7 +31,8 @@ struct SReplacing
     template <typename OnMatch>
     void Walk(u32 from, const OnMatch &onMatch) const
     {
-        Internal::WalkOccurrences(m_Text.Data(), m_Text.Length(), m_Pattern.Data(), m_Pattern.Length(), from, onMatch);
+        Internal::Buffer::WalkOccurrences(m_Text.Data(), m_Text.Length(), m_Pattern.Data(), m_Pattern.Length(), from,
+                                          onMatch);
     }
 
     bool Grows() const { return m_Replacement.Length() > m_Pattern.Length(); }

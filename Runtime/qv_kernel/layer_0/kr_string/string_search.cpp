@@ -28,7 +28,7 @@ CGuid CString::FindNextOf(const char *str, u32 start) const
     QV_INTERNAL_ASSERT_TEXT("m_Container != null && m_Container->Data() != null", data != nullptr);
     if (data == nullptr)
         return CGuid::INVALID;
-    return IndexOf(Internal::FindInTerminated(data + start, Length() - start, str), data);
+    return IndexOf(Internal::Buffer::FindInTerminated(data + start, Length() - start, str), data);
 }
 
 CGuid CString::FindLastOf(char character) const

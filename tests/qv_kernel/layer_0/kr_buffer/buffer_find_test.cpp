@@ -10,8 +10,10 @@
 #include "every_text.h"
 #include "guarded_page.h"
 #include "guarded_text.h"
+#include "hard_needles.h"
 #include "kr_buffer.h"
 #include "kr_buffer/buffer_find.h"
+#include "kr_buffer/buffer_kernels.h"
 #include "kr_simd/simd_wide.h"
 
 namespace
@@ -204,6 +206,21 @@ TEST(BufferFind, TheCostIsLinearForANeedleThatRecursInPart)
     EXPECT_EQ(FindCase(text + 'B', needle), kCount / 2);
 }
 
+// The search by blocks gives up as long as what it has compared is linear.
+TEST(BufferFind, SearchingByPairsGivesUpWithinItsCredit)
+{
+    using CPairs = Internal::TPairSearch<Internal::SBlock, Internal::SExactBytes, Internal::End_Counted>;
+    for (const SHardCase &hard : HardCases(40000))
+    {
+        const u32 length = LengthOf(hard.m_Text);
+        const u32 needleLength = LengthOf(hard.m_Needle);
+        CPairs pairs(reinterpret_cast<const u8 *>(hard.m_Text.data()), length,
+                     {reinterpret_cast<const u8 *>(hard.m_Needle.data()), needleLength, 0, needleLength - 1});
+        pairs.Find();
+        EXPECT_LE(pairs.Spent(), CPairs::MostSpent(length) + needleLength);
+    }
+}
+
 TEST(BufferFind, EveryPeriodicNeedleIsFoundAsTheModelSays)
 {
     const std::vector<std::string> needles = EveryText("ab", 7);
@@ -317,7 +334,7 @@ size_t PlaceInTerminated(const char *text, const char *needle)
 
 size_t FoundInTerminated(const char *text, size_t length, const char *needle)
 {
-    const char *const found = Internal::FindInTerminated(text, static_cast<u32>(length), needle);
+    const char *const found = Internal::Buffer::FindInTerminated(text, static_cast<u32>(length), needle);
     return found != nullptr ? static_cast<size_t>(found - text) : std::string::npos;
 }
 

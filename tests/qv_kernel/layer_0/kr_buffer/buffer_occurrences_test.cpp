@@ -35,13 +35,13 @@ CIndices Walked(const std::string &text, const std::string &pattern, u32 from)
     const CGuardedText guardedText(text.data(), text.size());
     const CGuardedText guardedPattern(pattern.data(), pattern.size());
     CIndices indices;
-    Internal::WalkOccurrences(guardedText.Get(), static_cast<u32>(text.size()), guardedPattern.Get(),
-                              static_cast<u32>(pattern.size()), from,
-                              [&](u32 at)
-                              {
-                                  indices.push_back(at);
-                                  return true;
-                              });
+    Internal::Buffer::WalkOccurrences(guardedText.Get(), static_cast<u32>(text.size()), guardedPattern.Get(),
+                                      static_cast<u32>(pattern.size()), from,
+                                      [&](u32 at)
+                                      {
+                                          indices.push_back(at);
+                                          return true;
+                                      });
     return indices;
 }
 
@@ -53,7 +53,7 @@ u64 WastedOn(const std::string &text, const std::string &pattern, CIndices &outI
         outIndices.push_back(at);
         return true;
     };
-    using CWalk = Internal::TOccurrences<decltype(onMatch)>;
+    using CWalk = Internal::Buffer::TOccurrences<decltype(onMatch)>;
     CWalk walk(text.data(), static_cast<u32>(text.size()), pattern.data(), static_cast<u32>(pattern.size()), onMatch);
     walk.WalkFrom(0);
     EXPECT_LE(walk.Wasted(), CWalk::WasteAllowed(static_cast<u32>(text.size())) + pattern.size());
@@ -128,7 +128,7 @@ TEST_P(BufferOccurrences, WalkEndsWhereItIsToldTo)
         ++calls;
         return at != 8;
     };
-    Internal::WalkOccurrences(text.data(), 100, "aa", 2, 0, onMatch);
+    Internal::Buffer::WalkOccurrences(text.data(), 100, "aa", 2, 0, onMatch);
     EXPECT_EQ(calls, 5u);
 }
 

@@ -1,4 +1,4 @@
-#include "kr_buffer/buffer_match.h"
+#include "kr_buffer/buffer_wildcard.h"
 
 #include <algorithm>
 #include <random>
@@ -21,7 +21,7 @@ namespace
 
 using Quorvane::SNativeStringUtils;
 using Quorvane::u64;
-namespace Internal = Quorvane::Internal;
+namespace Buffer = Quorvane::Internal::Buffer;
 
 // Counts steps for the matcher.
 struct SStepCounter
@@ -44,17 +44,17 @@ struct SMatcher
 template <typename TCase, typename TInhibitors>
 bool Counted(const char *pattern, const char *text, SStepCounter &steps)
 {
-    return Internal::MatchWildcards<TCase, TInhibitors>(pattern, text, steps);
+    return Buffer::MatchWildcards<TCase, TInhibitors>(pattern, text, steps);
 }
 
-const SMatcher kMatch = {"Match", SNativeStringUtils::Match, Counted<Internal::SCaseMatters, Internal::SNoInhibitors>,
+const SMatcher kMatch = {"Match", SNativeStringUtils::Match, Counted<Buffer::SCaseMatters, Buffer::SNoInhibitors>,
                          false, false};
 const SMatcher kMatchCase = {"MatchCase", SNativeStringUtils::MatchCase,
-                             Counted<Internal::SCaseIgnored, Internal::SNoInhibitors>, true, false};
+                             Counted<Buffer::SCaseIgnored, Buffer::SNoInhibitors>, true, false};
 const SMatcher kMatchWithInhibitors = {"MatchWithInhibitors", SNativeStringUtils::MatchWithInhibitors,
-                                       Counted<Internal::SCaseMatters, Internal::SBackslashInhibits>, false, true};
+                                       Counted<Buffer::SCaseMatters, Buffer::SBackslashInhibits>, false, true};
 const SMatcher kMatchCaseWithInhibitors = {"MatchCaseWithInhibitors", SNativeStringUtils::MatchCaseWithInhibitors,
-                                           Counted<Internal::SCaseIgnored, Internal::SBackslashInhibits>, true, true};
+                                           Counted<Buffer::SCaseIgnored, Buffer::SBackslashInhibits>, true, true};
 const SMatcher kMatchers[] = {kMatch, kMatchCase, kMatchWithInhibitors, kMatchCaseWithInhibitors};
 
 // The promised bound, each text counted with its terminator.
@@ -107,7 +107,7 @@ std::string Repeated(const std::string &part, size_t count)
 
 // What holds for all four.
 
-TEST(BufferMatch, PlainPatternMatchesItselfOnly)
+TEST(BufferWildcard, PlainPatternMatchesItselfOnly)
 {
     for (const SMatcher &matcher : kMatchers)
     {
@@ -120,7 +120,7 @@ TEST(BufferMatch, PlainPatternMatchesItselfOnly)
     }
 }
 
-TEST(BufferMatch, StarStandsForAnyRun)
+TEST(BufferWildcard, StarStandsForAnyRun)
 {
     for (const SMatcher &matcher : kMatchers)
     {
@@ -134,7 +134,7 @@ TEST(BufferMatch, StarStandsForAnyRun)
     }
 }
 
-TEST(BufferMatch, StarStandsForTheEmptyRun)
+TEST(BufferWildcard, StarStandsForTheEmptyRun)
 {
     for (const SMatcher &matcher : kMatchers)
     {
@@ -145,7 +145,7 @@ TEST(BufferMatch, StarStandsForTheEmptyRun)
     }
 }
 
-TEST(BufferMatch, QuestionMarkStandsForExactlyOneCharacter)
+TEST(BufferWildcard, QuestionMarkStandsForExactlyOneCharacter)
 {
     for (const SMatcher &matcher : kMatchers)
     {
@@ -159,7 +159,7 @@ TEST(BufferMatch, QuestionMarkStandsForExactlyOneCharacter)
     }
 }
 
-TEST(BufferMatch, StarsAndQuestionMarksTogetherStandForAtLeastAsMany)
+TEST(BufferWildcard, StarsAndQuestionMarksTogetherStandForAtLeastAsMany)
 {
     for (const SMatcher &matcher : kMatchers)
     {
@@ -171,7 +171,7 @@ TEST(BufferMatch, StarsAndQuestionMarksTogetherStandForAtLeastAsMany)
     }
 }
 
-TEST(BufferMatch, EmptyTextIsMatchedByStarsAlone)
+TEST(BufferWildcard, EmptyTextIsMatchedByStarsAlone)
 {
     for (const SMatcher &matcher : kMatchers)
     {
@@ -183,13 +183,13 @@ TEST(BufferMatch, EmptyTextIsMatchedByStarsAlone)
     }
 }
 
-TEST(BufferMatch, EmptyPatternMatchesTheEmptyTextOnly)
+TEST(BufferWildcard, EmptyPatternMatchesTheEmptyTextOnly)
 {
     for (const SMatcher &matcher : kMatchers)
         EXPECT_FALSE(matcher.m_Match("", "a")) << matcher.m_Name;
 }
 
-TEST(BufferMatch, NullMatchesNothing)
+TEST(BufferWildcard, NullMatchesNothing)
 {
     for (const SMatcher &matcher : kMatchers)
     {
@@ -201,7 +201,7 @@ TEST(BufferMatch, NullMatchesNothing)
     }
 }
 
-TEST(BufferMatch, WildcardsInTheTextMeanNothing)
+TEST(BufferWildcard, WildcardsInTheTextMeanNothing)
 {
     for (const SMatcher &matcher : kMatchers)
     {
@@ -212,7 +212,7 @@ TEST(BufferMatch, WildcardsInTheTextMeanNothing)
     }
 }
 
-TEST(BufferMatch, TextsEndAtTheFirstTerminator)
+TEST(BufferWildcard, TextsEndAtTheFirstTerminator)
 {
     for (const SMatcher &matcher : kMatchers)
     {
@@ -223,7 +223,7 @@ TEST(BufferMatch, TextsEndAtTheFirstTerminator)
 
 // Case.
 
-TEST(BufferMatch, MatchTellsUpperFromLowerCase)
+TEST(BufferWildcard, MatchTellsUpperFromLowerCase)
 {
     EXPECT_FALSE(SNativeStringUtils::Match("abc", "aBc"));
     EXPECT_FALSE(SNativeStringUtils::Match("*B?", "abc"));
@@ -231,7 +231,7 @@ TEST(BufferMatch, MatchTellsUpperFromLowerCase)
     EXPECT_FALSE(SNativeStringUtils::MatchWithInhibitors("*B?", "abc"));
 }
 
-TEST(BufferMatch, MatchCaseIgnoresCase)
+TEST(BufferWildcard, MatchCaseIgnoresCase)
 {
     EXPECT_TRUE(SNativeStringUtils::MatchCase("abc", "aBC"));
     EXPECT_TRUE(SNativeStringUtils::MatchCase("*.OBJ", "Model.obj"));
@@ -240,7 +240,7 @@ TEST(BufferMatch, MatchCaseIgnoresCase)
 }
 
 // Two characters are the same when equal, or when one is the upper-case form of the other as ASCII has it.
-TEST(BufferMatch, EachCharacterMatchesItselfAndItsOtherCaseOnly)
+TEST(BufferWildcard, EachCharacterMatchesItselfAndItsOtherCaseOnly)
 {
     for (int a = 1; a < 256; ++a)
     {
@@ -261,7 +261,7 @@ TEST(BufferMatch, EachCharacterMatchesItselfAndItsOtherCaseOnly)
     }
 }
 
-TEST(BufferMatch, EachCharacterIsOneForTheWildcards)
+TEST(BufferWildcard, EachCharacterIsOneForTheWildcards)
 {
     for (const SMatcher &matcher : kMatchers)
     {
@@ -275,7 +275,7 @@ TEST(BufferMatch, EachCharacterIsOneForTheWildcards)
     }
 }
 
-TEST(BufferMatch, NoLocaleChangesCase)
+TEST(BufferWildcard, NoLocaleChangesCase)
 {
     InEveryLocale(
         [](const char *locale)
@@ -290,7 +290,7 @@ TEST(BufferMatch, NoLocaleChangesCase)
 
 // Inhibitors.
 
-TEST(BufferMatch, InhibitedWildcardsAreLiteral)
+TEST(BufferWildcard, InhibitedWildcardsAreLiteral)
 {
     EXPECT_TRUE(SNativeStringUtils::MatchWithInhibitors("a\\*c", "a*c"));
     EXPECT_FALSE(SNativeStringUtils::MatchWithInhibitors("a\\*c", "abc"));
@@ -302,7 +302,7 @@ TEST(BufferMatch, InhibitedWildcardsAreLiteral)
     EXPECT_FALSE(SNativeStringUtils::MatchCaseWithInhibitors("A\\*c", "abC"));
 }
 
-TEST(BufferMatch, InhibitedBackslashIsLiteral)
+TEST(BufferWildcard, InhibitedBackslashIsLiteral)
 {
     EXPECT_TRUE(SNativeStringUtils::MatchWithInhibitors("a\\\\b", "a\\b"));
     EXPECT_FALSE(SNativeStringUtils::MatchWithInhibitors("a\\\\b", "a\\\\b"));
@@ -312,20 +312,20 @@ TEST(BufferMatch, InhibitedBackslashIsLiteral)
     EXPECT_TRUE(SNativeStringUtils::MatchCaseWithInhibitors("A\\\\*", "a\\bcd"));
 }
 
-TEST(BufferMatch, InhibitedOrdinaryCharacterStandsForItself)
+TEST(BufferWildcard, InhibitedOrdinaryCharacterStandsForItself)
 {
     EXPECT_TRUE(SNativeStringUtils::MatchWithInhibitors("\\a\\.c", "a.c"));
     EXPECT_FALSE(SNativeStringUtils::MatchWithInhibitors("\\a\\.c", "\\a\\.c"));
 }
 
-TEST(BufferMatch, InhibitedLetterFollowsTheCaseRule)
+TEST(BufferWildcard, InhibitedLetterFollowsTheCaseRule)
 {
     EXPECT_FALSE(SNativeStringUtils::MatchWithInhibitors("\\a", "A"));
     EXPECT_TRUE(SNativeStringUtils::MatchCaseWithInhibitors("\\a", "A"));
     EXPECT_TRUE(SNativeStringUtils::MatchCaseWithInhibitors("*\\A", "xya"));
 }
 
-TEST(BufferMatch, LoneBackslashAtTheEndStandsForItself)
+TEST(BufferWildcard, LoneBackslashAtTheEndStandsForItself)
 {
     for (const SMatcher &matcher : {kMatchWithInhibitors, kMatchCaseWithInhibitors})
     {
@@ -340,7 +340,7 @@ TEST(BufferMatch, LoneBackslashAtTheEndStandsForItself)
     }
 }
 
-TEST(BufferMatch, WithoutInhibitorsBackslashIsOrdinary)
+TEST(BufferWildcard, WithoutInhibitorsBackslashIsOrdinary)
 {
     for (const SMatcher &matcher : {kMatch, kMatchCase})
     {
@@ -356,21 +356,21 @@ TEST(BufferMatch, WithoutInhibitorsBackslashIsOrdinary)
 
 constexpr size_t kLongest = kSlow ? 5 : 6;
 
-TEST(BufferMatch, EveryShortPatternAgreesWithTheModel)
+TEST(BufferWildcard, EveryShortPatternAgreesWithTheModel)
 {
     const std::vector<std::string> texts = EveryText("ab", kLongest);
     ExpectAgreement(kMatch, EveryText("ab*?", kLongest), texts);
     ExpectAgreement(kMatchWithInhibitors, EveryText("ab*?", kLongest), texts);
 }
 
-TEST(BufferMatch, EveryShortPatternAgreesWithTheModelWithoutCase)
+TEST(BufferWildcard, EveryShortPatternAgreesWithTheModelWithoutCase)
 {
     const std::vector<std::string> texts = EveryText("Ab", kLongest);
     ExpectAgreement(kMatchCase, EveryText("aB*?", kLongest), texts);
     ExpectAgreement(kMatchCaseWithInhibitors, EveryText("aB*?", kLongest), texts);
 }
 
-TEST(BufferMatch, EveryShortPatternOfSpecialCharactersAgreesWithTheModel)
+TEST(BufferWildcard, EveryShortPatternOfSpecialCharactersAgreesWithTheModel)
 {
     const std::vector<std::string> patterns = EveryText("a*?\\", 5);
     ExpectAgreement(kMatchWithInhibitors, patterns, EveryText("a*?\\", kSlow ? 3 : 4));
@@ -379,7 +379,7 @@ TEST(BufferMatch, EveryShortPatternOfSpecialCharactersAgreesWithTheModel)
     ExpectAgreement(kMatchCase, patterns, EveryText("A*\\", 4));
 }
 
-TEST(BufferMatch, LongerPatternsAgreeWithTheModel)
+TEST(BufferWildcard, LongerPatternsAgreeWithTheModel)
 {
     std::mt19937 random(20);
     const std::string patternAlphabet = "aaAb***?\\";
@@ -399,7 +399,7 @@ TEST(BufferMatch, LongerPatternsAgreeWithTheModel)
 
 // Cost.
 
-TEST(BufferMatch, StepsAreCharactersLookedAtAndStarsSkipped)
+TEST(BufferWildcard, StepsAreCharactersLookedAtAndStarsSkipped)
 {
     for (const SMatcher &matcher : kMatchers)
     {
@@ -415,7 +415,7 @@ TEST(BufferMatch, StepsAreCharactersLookedAtAndStarsSkipped)
 }
 
 // Trying every run for every star would take longer than the universe has existed.
-TEST(BufferMatch, ManyStarsStayWithinTheBound)
+TEST(BufferWildcard, ManyStarsStayWithinTheBound)
 {
     const std::string text(2000, 'a');
     const std::string patterns[] = {
@@ -435,7 +435,7 @@ TEST(BufferMatch, ManyStarsStayWithinTheBound)
 }
 
 // The worst case is real: the bound is no more than a small factor above it.
-TEST(BufferMatch, HardestPatternTakesAGoodPartOfTheBound)
+TEST(BufferWildcard, HardestPatternTakesAGoodPartOfTheBound)
 {
     const std::string text(2000, 'a');
     const std::string pattern = "*" + std::string(1000, 'a') + "b";
@@ -443,7 +443,7 @@ TEST(BufferMatch, HardestPatternTakesAGoodPartOfTheBound)
 }
 
 // A matcher that called itself for each star, or for each character, would need more stack than there is.
-TEST(BufferMatch, LongTextsNeedNoStack)
+TEST(BufferWildcard, LongTextsNeedNoStack)
 {
     const std::string text(400000, 'a');
     const std::string pattern = Repeated("*a", 400000);
@@ -455,7 +455,7 @@ TEST(BufferMatch, LongTextsNeedNoStack)
 }
 
 // What a text is asked for before the walk must never rule out a match.
-TEST(BufferMatch, NeedsAreMetByEveryTextThatMatches)
+TEST(BufferWildcard, NeedsAreMetByEveryTextThatMatches)
 {
     EXPECT_TRUE(SNativeStringUtils::Match("*a*a", "aa"));
     EXPECT_FALSE(SNativeStringUtils::Match("*a*a", "a"));
@@ -473,7 +473,7 @@ TEST(BufferMatch, NeedsAreMetByEveryTextThatMatches)
 }
 
 // Both texts end at a protected page.
-TEST(BufferMatch, NothingBehindTheTerminatorsIsRead)
+TEST(BufferWildcard, NothingBehindTheTerminatorsIsRead)
 {
     const char *const patterns[] = {"", "*", "abc", "a*c", "*?", "*x", "abc\\", "abcd", "a?c", "*\\"};
     const char *const texts[] = {"", "a", "abc", "abcabc", "abc\\"};

@@ -12,7 +12,7 @@
 
 #include "buffer_text.h"
 
-namespace Quorvane::Internal
+namespace Quorvane::Internal::Buffer
 {
 
 // Inhibitor policies: whether the character at `pattern` only makes the next one literal.
@@ -226,4 +226,4 @@ private:
     std::size_t m_TailLength = 0; // in characters of the text
 };
 
-} // namespace Quorvane::Internal
+} // namespace Quorvane::Internal::Buffer

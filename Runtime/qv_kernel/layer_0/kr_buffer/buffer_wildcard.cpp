@@ -1,5 +1,5 @@
 // Wildcard matches of native strings.
-#include "buffer_match.h"
+#include "buffer_wildcard.h"
 
 #include "kr_buffer.h"
 
@@ -14,32 +14,32 @@ bool MatchTexts(const char *pattern, const char *str)
 {
     if (pattern == nullptr || str == nullptr)
         return false;
-    if (!Internal::TWildcardNeeds<TCase, TInhibitors>(pattern).AreMetBy(str))
+    if (!Internal::Buffer::TWildcardNeeds<TCase, TInhibitors>(pattern).AreMetBy(str))
         return false;
-    Internal::SStepsUncounted steps;
-    return Internal::MatchWildcards<TCase, TInhibitors>(pattern, str, steps);
+    Internal::Buffer::SStepsUncounted steps;
+    return Internal::Buffer::MatchWildcards<TCase, TInhibitors>(pattern, str, steps);
 }
 
 } // namespace
 
 bool SNativeStringUtils::Match(const char *pattern, const char *str)
 {
-    return MatchTexts<Internal::SCaseMatters, Internal::SNoInhibitors>(pattern, str);
+    return MatchTexts<Internal::Buffer::SCaseMatters, Internal::Buffer::SNoInhibitors>(pattern, str);
 }
 
 bool SNativeStringUtils::MatchCase(const char *pattern, const char *str)
 {
-    return MatchTexts<Internal::SCaseIgnored, Internal::SNoInhibitors>(pattern, str);
+    return MatchTexts<Internal::Buffer::SCaseIgnored, Internal::Buffer::SNoInhibitors>(pattern, str);
 }
 
 bool SNativeStringUtils::MatchWithInhibitors(const char *pattern, const char *str)
 {
-    return MatchTexts<Internal::SCaseMatters, Internal::SBackslashInhibits>(pattern, str);
+    return MatchTexts<Internal::Buffer::SCaseMatters, Internal::Buffer::SBackslashInhibits>(pattern, str);
 }
 
 bool SNativeStringUtils::MatchCaseWithInhibitors(const char *pattern, const char *str)
 {
-    return MatchTexts<Internal::SCaseIgnored, Internal::SBackslashInhibits>(pattern, str);
+    return MatchTexts<Internal::Buffer::SCaseIgnored, Internal::Buffer::SBackslashInhibits>(pattern, str);
 }
 
 } // namespace Quorvane

@@ -1,14 +1,16 @@
 // Private header: the search for a substring in linear time and constant memory, whatever text and needle are.
 //
-// It is the two-way method. The needle is cut in two so that its local period at the cut is the needle's own period.
+// It is the two-way method of M. Crochemore and D. Perrin, "Two-way string-matching", Journal of the ACM 38 (1991),
+// pages 651 to 675. The needle is cut at a critical position, where its local period is the needle's own period.
 // Comparing the right part from left to right and only then the left part from right to left, a mismatch on the right
 // at the d-th character behind the cut allows a shift by d, and one on the left a shift by the period. The period is
 // known when the left part, which is no longer than it, stands in the needle once more one period later; otherwise it
 // is long, and a lower bound serves as well.
 //
-// The cost is linear: a mismatch on the right costs what it shifts. One on the left costs up to the needle's length;
-// either its shift is half of that, or the left part is sure to match after it, so that a mismatch on the right comes
-// next, if any, and the two shifts together are as long.
+// The paper remembers how much of the left part is known to match after a shift by the period. That is left out: the
+// cost stays linear without it. A mismatch on the right costs what it shifts. One on the left costs up to the needle's
+// length; either its shift is half of that, or the left part is sure to match after it, so that a mismatch on the right
+// comes next, if any, and the two shifts together are as long.
 //
 // Case and the counting of comparisons are policies, decided when the search is compiled. Only tests count.
 #pragma once
@@ -17,7 +19,7 @@
 
 #include "buffer_text.h"
 
-namespace Quorvane::Internal
+namespace Quorvane::Internal::Buffer
 {
 
 // The counting policy of the library; it compiles to nothing.
@@ -26,7 +28,7 @@ struct SComparisonsUncounted
     void Count() const {}
 };
 
-// Where a needle is cut, and the period of the part behind the cut.
+// Where a needle may be cut, and the period of the part behind the cut.
 struct SNeedleCut
 {
     std::size_t m_Position;
@@ -34,12 +36,12 @@ struct SNeedleCut
 };
 
 template <typename TCase, typename TComparisons>
-class TLinearSearch
+class TTwoWaySearch
 {
 public:
     // Requires: 1 <= needleLength. Borrows the needle and `comparisons`.
     // Cost: at most 9 comparisons for each character of the needle.
-    TLinearSearch(const char *needle, std::size_t needleLength, TComparisons &comparisons)
+    TTwoWaySearch(const char *needle, std::size_t needleLength, TComparisons &comparisons)
         : m_Needle(needle), m_Length(needleLength), m_Comparisons(comparisons)
     {
         const SNeedleCut ascending = _MaximalSuffix(false);
@@ -82,7 +84,8 @@ private:
         return reverse ? TCase::Fold(b) < TCase::Fold(a) : TCase::Fold(a) < TCase::Fold(b);
     }
 
-    // The last of all suffixes of the needle in dictionary order, or in that of the reversed alphabet.
+    // The last of all suffixes of the needle in dictionary order, or in that of the reversed alphabet. The shorter of the
+    // two begins at a critical position.
     SNeedleCut _MaximalSuffix(bool reverse) const
     {
         SNeedleCut best = {0, 1};
@@ -165,10 +168,10 @@ private:
 
 // The first occurrence of a needle of 1 character or more; null when there is none. Preparing it reads the whole needle.
 template <typename TCase>
-const char *FindInAnyText(const char *text, std::size_t textLength, const char *needle, std::size_t needleLength)
+const char *FindTwoWay(const char *text, std::size_t textLength, const char *needle, std::size_t needleLength)
 {
     SComparisonsUncounted comparisons;
-    return TLinearSearch<TCase, SComparisonsUncounted>(needle, needleLength, comparisons).FindIn(text, textLength);
+    return TTwoWaySearch<TCase, SComparisonsUncounted>(needle, needleLength, comparisons).FindIn(text, textLength);
 }
 
-} // namespace Quorvane::Internal
+} // namespace Quorvane::Internal::Buffer

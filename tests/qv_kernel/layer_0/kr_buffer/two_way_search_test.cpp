@@ -1,0 +1,164 @@
+// The two-way search: what it finds, and the comparisons that it takes.
+#include "kr_buffer/two_way_search.h"
+
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "every_text.h"
+#include "hard_needles.h"
+#include "search_model.h"
+
+namespace QuorvaneTest
+{
+
+namespace
+{
+
+namespace Buffer = Quorvane::Internal::Buffer;
+using Quorvane::u64;
+
+struct SComparisonCounter
+{
+    u64 m_Comparisons = 0;
+
+    void Count() { ++m_Comparisons; }
+};
+
+// Where the search finds the needle, and how many comparisons it takes; without case unless another one is wanted.
+template <typename TCase = Buffer::SCaseIgnored>
+size_t CountedFind(const std::string &text, const std::string &needle, u64 &comparisons)
+{
+    SComparisonCounter counter;
+    const Buffer::TTwoWaySearch<TCase, SComparisonCounter> search(needle.data(), needle.size(), counter);
+    const char *found = search.FindIn(text.data(), text.size());
+    comparisons = counter.m_Comparisons;
+    return found != nullptr ? static_cast<size_t>(found - text.data()) : std::string::npos;
+}
+
+// The promised bound.
+u64 MostComparisons(const std::string &text, const std::string &needle)
+{
+    return 4 * text.size() + 10 * needle.size();
+}
+
+// Needles of two letters have all kinds of periods; the search must not skip over an occurrence for any of them.
+TEST(TwoWaySearchCase, EveryNeedleIsFoundAtItsFirstPlaceWithinTheBound)
+{
+    const std::vector<std::string> texts = EveryText("aB", kSanitized ? 9 : 11);
+    const std::vector<std::string> needles = EveryText("Ab", kSanitized ? 6 : 8);
+    for (const std::string &needle : needles)
+    {
+        if (needle.empty())
+            continue;
+        for (const std::string &text : texts)
+        {
+            u64 comparisons = 0;
+            ASSERT_EQ(CountedFind(text, needle, comparisons), SearchModelFind(text, needle, true))
+                << text << " " << needle;
+            ASSERT_LE(comparisons, MostComparisons(text, needle)) << text << " " << needle;
+        }
+    }
+}
+
+TEST(TwoWaySearchCase, LongerNeedlesAreFoundAtTheirFirstPlaceWithinTheBound)
+{
+    std::mt19937 random(8);
+    const std::string alphabet = "aAbBc";
+    for (int round = 0; round < (kSanitized ? 5000 : 30000); ++round)
+    {
+        // A piece repeated, so that both have periods, with a few other characters.
+        std::string piece(1 + random() % 8, ' ');
+        for (char &character : piece)
+            character = alphabet[random() % alphabet.size()];
+        std::string text;
+        while (text.size() < 120)
+            text += piece;
+        for (unsigned i = 0; i < random() % 4; ++i)
+            text[random() % text.size()] = alphabet[random() % alphabet.size()];
+        std::string needle = text.substr(random() % 60, 1 + random() % 50);
+        if (random() % 2 == 0)
+            needle[random() % needle.size()] = alphabet[random() % alphabet.size()];
+        u64 comparisons = 0;
+        ASSERT_EQ(CountedFind(text, needle, comparisons), SearchModelFind(text, needle, true)) << text << " " << needle;
+        ASSERT_LE(comparisons, MostComparisons(text, needle)) << text << " " << needle;
+    }
+}
+
+// Trying every place would take up to needle times text comparisons.
+TEST(TwoWaySearchCase, NeedlesThatRecurInPartStayLinear)
+{
+    const std::string text(100000, 'a');
+    const std::string half(1000, 'A');
+    const std::string needles[] = {half + "b", "b" + half, half + "b" + half};
+    for (const std::string &needle : needles)
+    {
+        u64 comparisons = 0;
+        EXPECT_EQ(CountedFind(text, needle, comparisons), std::string::npos);
+        EXPECT_LE(comparisons, MostComparisons(text, needle));
+        // Nobody can tell without a look at one character in each stretch of the needle's length.
+        EXPECT_GE(comparisons, text.size() / needle.size());
+    }
+}
+
+// Needles and texts with a long period, broken in the text wherever a needle has nearly matched.
+TEST(TwoWaySearchCase, NeedlesWithAPeriodStayLinear)
+{
+    for (size_t pieceLength = 2; pieceLength <= 64; pieceLength += 7)
+    {
+        const std::string piece = std::string(pieceLength - 1, 'a') + "B";
+        const std::string reversed = "B" + std::string(pieceLength - 1, 'a');
+        for (const std::string &unit : {piece, reversed})
+        {
+            std::string needle;
+            for (int i = 0; i < 5; ++i)
+                needle += unit;
+            std::string text;
+            while (text.size() < 50000)
+                text += needle.substr(1) + needle.substr(0, needle.size() - 1) + "c";
+            u64 comparisons = 0;
+            EXPECT_EQ(CountedFind(text, needle, comparisons), SearchModelFind(text, needle, true));
+            EXPECT_LE(comparisons, MostComparisons(text, needle));
+        }
+    }
+}
+
+// With case.
+
+TEST(TwoWaySearch, EveryNeedleIsFoundAtItsFirstPlaceWithinTheBound)
+{
+    const std::vector<std::string> texts = EveryText("ab", kSanitized ? 9 : 11);
+    const std::vector<std::string> needles = EveryText("ab", kSanitized ? 6 : 8);
+    for (const std::string &needle : needles)
+    {
+        if (needle.empty())
+            continue;
+        for (const std::string &text : texts)
+        {
+            u64 comparisons = 0;
+            ASSERT_EQ(CountedFind<Buffer::SCaseMatters>(text, needle, comparisons), text.find(needle))
+                << text << " " << needle;
+            ASSERT_LE(comparisons, MostComparisons(text, needle)) << text << " " << needle;
+        }
+    }
+    u64 comparisons = 0;
+    EXPECT_EQ(CountedFind<Buffer::SCaseMatters>("xAbab", "ab", comparisons), 3u);
+}
+
+TEST(TwoWaySearch, HardNeedlesStayWithinTheBoundWithAndWithoutCase)
+{
+    for (const SHardCase &hard : HardCases(40000))
+    {
+        u64 comparisons = 0;
+        const size_t place = CountedFind<Buffer::SCaseMatters>(hard.m_Text, hard.m_Needle, comparisons);
+        EXPECT_LE(comparisons, MostComparisons(hard.m_Text, hard.m_Needle));
+        EXPECT_EQ(CountedFind<Buffer::SCaseIgnored>(hard.m_Text, hard.m_Needle, comparisons), place);
+        EXPECT_LE(comparisons, MostComparisons(hard.m_Text, hard.m_Needle));
+    }
+}
+
+} // namespace
+
+} // namespace QuorvaneTest
