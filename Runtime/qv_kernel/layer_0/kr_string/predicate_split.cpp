@@ -1,0 +1,113 @@
+// Splitting at what a predicate says: what is done between the questions, a stretch of the text at a time.
+#include "kr_string.h"
+
+#include <cstring>
+
+#include "../kr_buffer/buffer_marks.h"
+#include "split_pieces.h"
+
+namespace Quorvane::Internal
+{
+
+CPredicateSplit::CPredicateSplit(const char *data, u32 length, TArray<CString> &outPieces)
+    : m_Data(data),
+      m_Length(length),
+      m_HoldsTerminator(SNativeStringUtils::Length_16(data) != length),
+      m_Pieces(outPieces)
+{
+    std::memset(m_IsUnknown, 1, sizeof(m_IsUnknown));
+    std::memset(m_IsSeparator, 0, sizeof(m_IsSeparator));
+}
+
+bool CPredicateSplit::Next(char &outCharacter)
+{
+    while (m_Cut < m_Length)
+    {
+        const u32 end = m_Cut + QVMin(m_Length - m_Cut, kMarkedCharacters);
+        if (_FindUnknown(end))
+        {
+            outCharacter = m_Data[m_Known];
+            return true;
+        }
+        if (!_CutUpTo(end))
+        {
+            m_Failed = true;
+            return false;
+        }
+        m_Cut = end;
+    }
+    m_Failed = !_Finish();
+    return false;
+}
+
+// Whether there is a character to ask about before `end`. Almost all of them are met in the first stretch.
+bool CPredicateSplit::_FindUnknown(u32 end)
+{
+    if (m_Cut == 0)
+    {
+        while (m_Known < end && m_IsUnknown[static_cast<u8>(m_Data[m_Known])] == 0)
+            ++m_Known;
+        return m_Known < end;
+    }
+    u64 marks[kMarkWords];
+    const u32 count = end - m_Known;
+    MarkListed(marks, m_Data + m_Known, count, m_IsUnknown);
+    for (u32 at = 0; at < count; at += kMarksPerWord)
+    {
+        if (marks[at / kMarksPerWord] != 0)
+        {
+            m_Known += at + TrailingZeroBits(marks[at / kMarksPerWord]);
+            return true;
+        }
+    }
+    m_Known = end;
+    return false;
+}
+
+// Runs of separators are skipped as marks: to ask of each piece whether it is empty would be a mispredicted branch.
+bool CPredicateSplit::_CutUpTo(u32 end)
+{
+    const u32 count = end - m_Cut;
+    u64 marks[kMarkWords];
+    u64 beginMarks[kMarkWords];
+    u64 endMarks[kMarkWords];
+    MarkListed(marks, m_Data + m_Cut, count, m_IsSeparator);
+    MarkGaps(marks, count, m_AfterSeparator, beginMarks, endMarks);
+    // Every other character may begin a piece, or end one.
+    u16 begins[kMarkedCharacters / 2 + 1 + kIndexSlack];
+    u16 ends[kMarkedCharacters / 2 + 1 + kIndexSlack];
+    const u32 beginCount = ListMarks(begins, beginMarks, count);
+    const u32 endCount = ListMarks(ends, endMarks, count);
+    const auto cut = [&](auto &&sink)
+    {
+        u32 next = 0;
+        for (u32 i = 0; i < endCount; ++i)
+        {
+            const u32 first = m_InPiece ? m_First : m_Cut + begins[next++];
+            m_InPiece = false;
+            if (!sink.Add(m_Data + first, m_Cut + ends[i] - first))
+                return false;
+        }
+        if (next < beginCount)
+        {
+            m_First = m_Cut + begins[next];
+            m_InPiece = true;
+        }
+        return true;
+    };
+    return m_HoldsTerminator ? cut(String::TStringSink<String::Piece_Any>(m_Pieces))
+                             : cut(String::TStringSink<String::Piece_WithoutTerminator>(m_Pieces));
+}
+
+// Stores what stands behind the last separator.
+bool CPredicateSplit::_Finish()
+{
+    const u32 length = m_InPiece && m_First < m_Length ? m_Length - m_First : 0;
+    if (length == 0)
+        return true;
+    return m_HoldsTerminator
+               ? String::TStringSink<String::Piece_Any>(m_Pieces).Add(m_Data + m_First, length)
+               : String::TStringSink<String::Piece_WithoutTerminator>(m_Pieces).Add(m_Data + m_First, length);
+}
+
+} // namespace Quorvane::Internal

@@ -1,0 +1,278 @@
+// Splitting at what a predicate says.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+
+#include "edge_allocators.h"
+#include "every_text.h"
+#include "kr_string.h"
+#include "refusal_sweep.h"
+#include "split_checks.h"
+#include "split_model.h"
+#include "string_checks.h"
+
+namespace
+{
+
+using namespace Quorvane;
+using namespace QuorvaneTest;
+
+TEST(StringSplitPredicate, PiecesAreTheRunsThatItIsFalseFor)
+{
+    EXPECT_EQ(SplitAt("a,b;c", [](char c) { return c == ',' || c == ';'; }), (Pieces{"a", "b", "c"}));
+    EXPECT_EQ(SplitAt(",;a,;b;,", [](char c) { return c == ',' || c == ';'; }), (Pieces{"a", "b"}));
+    EXPECT_EQ(SplitAt("abc", [](char) { return false; }), (Pieces{"abc"}));
+    EXPECT_EQ(SplitAt("abc", [](char) { return true; }), Pieces());
+}
+
+TEST(StringSplitPredicate, PiecesAreAppendedAndTheOutputIsNeverCleared)
+{
+    TArray<CString> out = Strings({"first", "second"});
+    EXPECT_TRUE(CString("a|b").Split([](char c) { return c == '|'; }, out));
+    EXPECT_EQ(TextsOf(out), (Pieces{"first", "second", "a", "b"}));
+    EXPECT_TRUE(CString("|||").Split([](char c) { return c == '|'; }, out));
+    EXPECT_EQ(out.Count(), 4u);
+}
+
+TEST(StringSplitPredicate, AnEmptyStringLeavesTheOutputUntouchedAndAsksNothing)
+{
+    for (const CString &string : EmptyStrings())
+    {
+        TArray<CString> out = UsedStrings();
+        bool asked = false;
+        EXPECT_TRUE(string.Split(
+            [&asked](char)
+            {
+                asked = true;
+                return false;
+            },
+            out));
+        EXPECT_EQ(TextsOf(out), (Pieces{"old", "older", "oldest"}));
+        EXPECT_FALSE(asked);
+    }
+}
+
+TEST(StringSplitPredicate, ItIsAskedForEveryCharacterAndForNothingBehindThem)
+{
+    std::string text;
+    for (int byte = 1; byte < 256; ++byte)
+        text += static_cast<char>(byte);
+    bool asked[256] = {};
+    TArray<CString> out;
+    EXPECT_TRUE(Fixed(text).Split(
+        [&asked](char character)
+        {
+            asked[static_cast<u8>(character)] = true;
+            return character == '\xE9';
+        },
+        out));
+    for (int byte = 1; byte < 256; ++byte)
+        EXPECT_TRUE(asked[byte]) << byte;
+    EXPECT_FALSE(asked[0]);
+    EXPECT_EQ(TextsOf(out), (Pieces{text.substr(0, 0xE8), text.substr(0xE9)}));
+}
+
+TEST(StringSplitPredicate, ALongTextSplitsAsTheModelSaysWhereverNewCharactersBegin)
+{
+    // Separators and pieces across every multiple of 4096, characters that are met late, and one byte more each time.
+    std::string text;
+    u32 state = 1;
+    for (u32 i = 0; i < 20000; ++i)
+    {
+        state = state * 1664525u + 1013904223u;
+        const u32 kinds = 4 + i / 400;
+        text +=
+            static_cast<char>((state >> 16) % kinds < 2 ? ',' + (state >> 24) % 2 * 15 : 'a' + (state >> 16) % kinds);
+    }
+    const auto isSeparator = [](char c) { return c == ',' || c == ';' || c == '\xA0'; };
+    for (u32 length = 12250; length <= text.size(); length += length < 12330 ? 1 : 997)
+    {
+        const std::string part = text.substr(0, length);
+        std::vector<u32> asked(256, 0);
+        const auto counted = [&](char c)
+        {
+            ++asked[static_cast<u8>(c)];
+            return isSeparator(c);
+        };
+        Pieces expected;
+        std::string piece;
+        for (const char c : part + ';')
+        {
+            if (!isSeparator(c))
+                piece += c;
+            else if (!piece.empty())
+                expected.push_back(std::exchange(piece, std::string()));
+        }
+        TArray<CString> out;
+        EXPECT_TRUE(Fixed(part).Split(counted, out));
+        ASSERT_EQ(TextsOf(out), expected) << length;
+        for (u32 byte = 0; byte < 256; ++byte)
+            EXPECT_EQ(asked[byte], part.find(static_cast<char>(byte)) != std::string::npos ? 1u : 0u) << byte;
+    }
+}
+
+TEST(StringSplitPredicate, TheStoredLengthEndsTheTextNotATerminator)
+{
+    const CString string = Fixed(std::string("a,b\0c,d", 7));
+    CAssertRecorder recorder;
+    EXPECT_EQ(SplitAt(string, &IsComma), (Pieces{"a", std::string("b\0c", 3), "d"}));
+    ExpectReports(recorder, {kExtractCheck});
+
+    recorder.Clear();
+    EXPECT_EQ(SplitAt(string, [](char c) { return c == '\0' || c == ','; }), (Pieces{"a", "b", "c", "d"}));
+    EXPECT_EQ(recorder.Count(), 0u);
+}
+
+TEST(StringSplitPredicate, StringsShareNothingWithTheSource)
+{
+    const CString string("whole");
+    TArray<CString> out;
+    EXPECT_TRUE(string.Split(&IsComma, out));
+    ASSERT_EQ(out.Count(), 1u);
+    EXPECT_NE(out[0].Data(), string.Data());
+    EXPECT_EQ(ContainerOf(out[0])->RefCount(), 1u);
+    EXPECT_EQ(ContainerOf(string)->RefCount(), 1u);
+    ExpectText(out[0], "whole");
+}
+
+TEST(StringSplitPredicate, ASourceInTheOutputItselfStaysAndIsSplitWhileTheArrayGrows)
+{
+    for (u32 count = 1; count <= 9; ++count)
+        for (u32 index = 0; index < count; ++index)
+        {
+            TArray<CString> out = Strings(Pieces(count, "x"));
+            out[index] = CString("one,two,three,four,five,six,seven,eight,nine,ten");
+            Pieces expected = TextsOf(out);
+            for (const std::string &piece : SplitModelRuns(expected[index], ','))
+                expected.push_back(piece);
+            EXPECT_TRUE(out[index].Split(&IsComma, out));
+            ASSERT_EQ(TextsOf(out), expected) << index << " of " << count;
+        }
+}
+
+TEST(StringSplitPredicate, EveryRefusalLosesWhatItsRequestWasFor)
+{
+    const std::string text = ",1,2,3,,4,5,6,7,8,9,10,11";
+    struct SState
+    {
+        CString m_String;
+        TArray<CString> m_Out;
+        bool m_Result = false;
+    };
+    SweepRefusals(
+        [&]
+        {
+            SState state;
+            state.m_String = CString(text.c_str());
+            return state;
+        },
+        [](SState &state) { state.m_Result = state.m_String.Split(&IsComma, state.m_Out); },
+        [&](SState &state, const SRefusal &refusal, const CAssertRecorder &recorder)
+        {
+            const SSplitModelUnderRefusal expected = SplitModelUnderRefusal(
+                SplitModelRuns(text, ','), true, true, [&](u64 request) { return IsRefused(refusal, request); });
+            EXPECT_EQ(TextsOf(state.m_Out), expected.m_Pieces);
+            EXPECT_EQ(state.m_Result, !expected.m_Stopped);
+            EXPECT_EQ(recorder.Count(), IfAsserting(expected.m_RefusedGrowths));
+        });
+}
+
+TEST(StringSplitPredicate, AnArrayThatCannotGrowKeepsWhatItHeldBefore)
+{
+    TArray<CString> out = Strings(Pieces(9, "held"));
+    const CString string("a,b");
+    const CAssertRecorder recorder;
+    {
+        const CChoosyAllocator allocator([](u64, u64 size) { return size == 23 * sizeof(CString); });
+        EXPECT_FALSE(string.Split(&IsComma, out));
+    }
+    EXPECT_EQ(TextsOf(out), Pieces(9, "held"));
+    ExpectReports(recorder, {"false"});
+}
+
+// What a separator may be.
+
+struct SIsComma
+{
+    bool operator()(char character) const { return character == ','; }
+};
+
+struct SCountingIsComma
+{
+    bool operator()(char character)
+    {
+        ++m_Calls;
+        return character == ',';
+    }
+    int m_Calls = 0;
+};
+
+bool IsCommaOfInteger(int character)
+{
+    return character == ',';
+}
+
+TEST(StringSplitSeparator, LambdasFunctionsAndFunctionObjectsArePredicates)
+{
+    const CString string("a,b");
+    const Pieces expected = {"a", "b"};
+    const auto split = [&](auto &&predicate)
+    {
+        TArray<CString> out;
+        EXPECT_TRUE(string.Split(predicate, out));
+        return TextsOf(out);
+    };
+    const SIsComma constant;
+    SCountingIsComma counting;
+    int calls = 0;
+    EXPECT_EQ(split([](char c) { return c == ','; }), expected);
+    EXPECT_EQ(split(
+                  [calls](char c) mutable
+                  {
+                      ++calls;
+                      return c == ',';
+                  }),
+              expected);
+    EXPECT_EQ(split(IsComma), expected);
+    EXPECT_EQ(split(&IsComma), expected);
+    EXPECT_EQ(split(IsCommaOfInteger), expected);
+    EXPECT_EQ(split(std::function<bool(char)>(IsComma)), expected);
+    EXPECT_EQ(split(SIsComma()), expected);
+    EXPECT_EQ(split(constant), expected);
+    EXPECT_EQ(split(counting), expected);
+    // The caller's own object is asked, not a copy of it.
+    EXPECT_GE(counting.m_Calls, 3);
+}
+
+TEST(StringSplitSeparator, TemporaryPredicatesNeedNoName)
+{
+    TArray<CString> out;
+    EXPECT_TRUE(CString("a,b").Split([](char c) { return c == ','; }, out));
+    EXPECT_TRUE(CString("c,d").Split(IsComma, out));
+    EXPECT_TRUE(CString("e,f").Split(SIsComma(), out));
+    EXPECT_EQ(TextsOf(out), (Pieces{"a", "b", "c", "d", "e", "f"}));
+}
+
+TEST(StringSplitSeparator, IntegersAreCharacters)
+{
+    const CString string("a,b");
+    TArray<CString> strings = UsedStrings();
+    TArray<CStringView> views = UsedViews();
+    EXPECT_TRUE(string.Split(44, strings));
+    EXPECT_EQ(TextsOf(strings), (Pieces{"a", "b"}));
+    EXPECT_TRUE(string.Split(44, views));
+    EXPECT_EQ(TextsOf(views), (Pieces{"a", "b"}));
+    const signed char separator = 'a';
+    EXPECT_TRUE(string.Split(separator, strings));
+    EXPECT_EQ(TextsOf(strings), (Pieces{",b"}));
+}
+
+TEST_F(StringSplitLong, ManyPiecesBeforeALongTailSplitByAPredicate)
+{
+    TArray<CString> strings;
+    EXPECT_TRUE(m_String.Split(&IsComma, strings));
+    ExpectAllPieces(strings);
+}
+
+} // namespace
