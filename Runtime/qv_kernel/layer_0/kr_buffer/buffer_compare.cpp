@@ -1,4 +1,4 @@
-// Comparison of string containers' characters, a block at a time.
+// Comparison of string containers' characters, and of counted text without case, a block at a time.
 #include "kr_buffer.h"
 
 #include "buffer_kernels.h"
@@ -33,6 +33,14 @@ bool SNativeStringUtils::EqualCase_16(const char *a, const char *b, u32 length)
     if (Internal::WideIsWorthwhile(length))
         return Internal::Wide::FirstDifferenceCase(Bytes(a), Bytes(b), length) == length;
     return Internal::FirstDifference<SBlock, Internal::SLowerCaseBytes>(Bytes(a), Bytes(b), length) == length;
+}
+
+bool SNativeStringUtils::EqualCase(const char *data0, const char *data1, u32 length)
+{
+    if (Internal::WideIsWorthwhile(length))
+        return Internal::Wide::FirstDifferenceCase(Bytes(data0), Bytes(data1), length) == length;
+    using CBytes = Internal::SLowerCaseBytes;
+    return Internal::FirstDifferenceInCounted<SBlock, CBytes>(Bytes(data0), Bytes(data1), length) == length;
 }
 
 // Ordering must not read behind the block of the first difference: no wide blocks here.

@@ -1,4 +1,4 @@
-// Substring search in counted text, and comparison of counted text without case.
+// Substring search in counted text.
 #include "kr_buffer.h"
 
 #include <cstring>
@@ -98,14 +98,6 @@ SPairFound FindPairCase(const char *data, u32 length, const SNeedle &needle)
 }
 
 } // namespace
-
-bool SNativeStringUtils::EqualCase(const char *data0, const char *data1, u32 length)
-{
-    if (Internal::WideIsWorthwhile(length))
-        return Internal::Wide::FirstDifferenceCase(Bytes(data0), Bytes(data1), length) == length;
-    using CBytes = Internal::SLowerCaseBytes;
-    return Internal::FirstDifferenceInCounted<SBlock, CBytes>(Bytes(data0), Bytes(data1), length) == length;
-}
 
 const char *SNativeStringUtils::Find(const char *data, u32 length, const char *needle, u32 needleLength)
 {

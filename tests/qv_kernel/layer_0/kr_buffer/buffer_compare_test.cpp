@@ -1,4 +1,4 @@
-// Comparison of containers' characters: each helper in each form against the byte-wise model.
+// Comparison of containers' characters: each helper in each form against the byte-wise model; then of counted text.
 #include <cstring>
 #include <string>
 
@@ -6,7 +6,9 @@
 
 #include "buffer_forms.h"
 #include "buffer_model.h"
+#include "every_locale.h"
 #include "guarded_page.h"
+#include "guarded_text.h"
 #include "kr_buffer.h"
 
 using namespace Quorvane;
@@ -281,6 +283,63 @@ TYPED_TEST(BufferCompare, ToleratesMisalignedCharacters)
             CCanaryText a(text, '<', offset);
             CCanaryText b(text, '>', 0);
             ASSERT_NO_FATAL_FAILURE(ExpectAsModel<TypeParam>(a.Data(), b.Data(), text, text)) << length;
+        }
+    }
+}
+
+// Counted text.
+
+TEST(BufferEqualCase, CaseIsThatOfTheAsciiLettersInEveryLocale)
+{
+    InEveryLocale(
+        [](const char *locale)
+        {
+            SCOPED_TRACE(locale);
+            for (int a = 0; a < 256; ++a)
+            {
+                for (int b = 0; b < 256; ++b)
+                {
+                    const char first = static_cast<char>(a);
+                    const char second = static_cast<char>(b);
+                    ASSERT_EQ(SNativeStringUtils::EqualCase(&first, &second, 1),
+                              ModelLower(first) == ModelLower(second))
+                        << a << " and " << b;
+                }
+            }
+        });
+}
+
+TEST(BufferEqualCase, ComparesCountedTexts)
+{
+    EXPECT_TRUE(SNativeStringUtils::EqualCase("aBcx", "AbCy", 3));
+    EXPECT_FALSE(SNativeStringUtils::EqualCase("aBcx", "AbCy", 4));
+    EXPECT_FALSE(SNativeStringUtils::EqualCase("aBd", "AbC", 3));
+    EXPECT_TRUE(SNativeStringUtils::EqualCase("a", "b", 0));
+    EXPECT_TRUE(SNativeStringUtils::EqualCase(nullptr, nullptr, 0));
+}
+
+TEST(BufferEqualCase, GoesBeyondTerminators)
+{
+    EXPECT_TRUE(SNativeStringUtils::EqualCase("a\0B", "A\0b", 3));
+    EXPECT_FALSE(SNativeStringUtils::EqualCase("a\0B", "A\0c", 3));
+}
+
+TEST(BufferEqualCase, SeesADifferenceInEveryPlaceAndNothingBehindTheEnd)
+{
+    for (size_t length = 1; length <= 50; ++length)
+    {
+        const std::string text(length, 'q');
+        const std::string otherCase(length, 'Q');
+        const CGuardedText a(text.data(), length);
+        const CGuardedText b(otherCase.data(), length);
+        const u32 count = static_cast<u32>(length);
+        ASSERT_TRUE(SNativeStringUtils::EqualCase(a.Get(), b.Get(), count));
+        for (size_t place = 0; place < length; ++place)
+        {
+            b.Get()[place] = 'r';
+            ASSERT_FALSE(SNativeStringUtils::EqualCase(a.Get(), b.Get(), count));
+            ASSERT_TRUE(SNativeStringUtils::EqualCase(a.Get(), b.Get(), static_cast<u32>(place)));
+            b.Get()[place] = 'Q';
         }
     }
 }

@@ -1,4 +1,4 @@
-// Search in counted text, and comparison of counted text without case.
+// Search in counted text.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -129,8 +129,6 @@ TEST(BufferFind, CaseIsThatOfTheAsciiLettersInEveryLocale)
                     if (a <= 2 || b <= 2)
                         continue;
                     ASSERT_EQ(FindCase(text, needle), equal ? 2u : kNowhere) << a << " and " << b;
-                    ASSERT_EQ(SNativeStringUtils::EqualCase(text.data() + 2, needle.data(), 1), equal)
-                        << a << " and " << b;
                 }
             }
         });
@@ -254,41 +252,6 @@ TEST(BufferFind, EveryShortNeedleIsFoundInEveryShortTextAsTheModelSays)
             {
                 FAIL() << ::testing::PrintToString(texts[j]) << " in " << ::testing::PrintToString(texts[i]);
             }
-        }
-    }
-}
-
-TEST(BufferFind, EqualCaseComparesCountedTexts)
-{
-    EXPECT_TRUE(SNativeStringUtils::EqualCase("aBcx", "AbCy", 3));
-    EXPECT_FALSE(SNativeStringUtils::EqualCase("aBcx", "AbCy", 4));
-    EXPECT_FALSE(SNativeStringUtils::EqualCase("aBd", "AbC", 3));
-    EXPECT_TRUE(SNativeStringUtils::EqualCase("a", "b", 0));
-    EXPECT_TRUE(SNativeStringUtils::EqualCase(nullptr, nullptr, 0));
-}
-
-TEST(BufferFind, EqualCaseGoesBeyondTerminators)
-{
-    EXPECT_TRUE(SNativeStringUtils::EqualCase("a\0B", "A\0b", 3));
-    EXPECT_FALSE(SNativeStringUtils::EqualCase("a\0B", "A\0c", 3));
-}
-
-TEST(BufferFind, EqualCaseSeesADifferenceInEveryPlaceAndNothingBehindTheEnd)
-{
-    for (size_t length = 1; length <= 50; ++length)
-    {
-        const std::string text(length, 'q');
-        const std::string otherCase(length, 'Q');
-        const CGuardedText a(text.data(), length);
-        const CGuardedText b(otherCase.data(), length);
-        const u32 count = static_cast<u32>(length);
-        ASSERT_TRUE(SNativeStringUtils::EqualCase(a.Get(), b.Get(), count));
-        for (size_t place = 0; place < length; ++place)
-        {
-            b.Get()[place] = 'r';
-            ASSERT_FALSE(SNativeStringUtils::EqualCase(a.Get(), b.Get(), count));
-            ASSERT_TRUE(SNativeStringUtils::EqualCase(a.Get(), b.Get(), static_cast<u32>(place)));
-            b.Get()[place] = 'Q';
         }
     }
 }
