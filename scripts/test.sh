@@ -1,19 +1,82 @@
 #!/bin/sh
-# ./run test: builds and runs the tests.
+# ./run test: builds and runs all tests, the quick part of them, or those with matching names.
 . "$(dirname "$0")/common.inc"
 . "$root/scripts/needs.inc"
 . "$root/scripts/build.inc"
 . "$root/scripts/steps.inc"
 
+# Names of the tests of the quick build that match and are registered without their program: all but those of
+# GoogleTest's programs.
+match_scripts_and_drivers()
+{
+    ctest --test-dir build/quick -N -LE '^(unit|threads)$' -R "$1" 2>/dev/null |
+        sed -n '/_NOT_BUILT$/d; s/^ *Test *#[0-9]*: \([^ ]*\).*/\1/p'
+}
+
+# What is to be built for the tests that match: the programs of the build that their commands name.
+list_programs()
+{
+    ctest --test-dir build/quick -N -V -R "$1" 2>/dev/null | sed -n 's/^[0-9]*: Test command: //p' | tr '" ' '\n' |
+        sed -n "s,^$root/build/quick/.*/\\([a-z0-9_]*\\)\$,\\1,p" | grep -v '_scratch$' | sort -u
+}
+
+# What is to be built before the tests with matching names are known. Names of GoogleTest's tests have capitals and are
+# known when their programs are built; all others are in small letters, and so a pattern without capitals asks for those
+# first. Sets the pattern of CTest's and the programs.
+select_tests()
+{
+    pattern=
+    programs=
+    for name in "$@"; do
+        found=$(match_scripts_and_drivers "$name" | tr '\n' '|')
+        [ -z "$found" ] || pattern="$pattern|^(${found%|})\$"
+        case $name in
+            *[A-Z]*) ;;
+            *) [ -z "$found" ] || continue ;;
+        esac
+        pattern="$pattern|$name"
+        programs='qv_kernel_tests qv_kernel_thread_tests'
+    done
+    pattern=${pattern#|}
+}
+
+# Builds and runs the tests with matching names, in the quick build.
+test_by_name()
+{
+    ensure g++ cmake ninja-build libgtest-dev
+    # Sources that are new since the last build register tests.
+    build quick build.ninja || exit 1
+    select_tests "$@"
+    start=$(date +%s)
+    # The programs are words.
+    # shellcheck disable=SC2046,SC2086
+    build quick $programs $(list_programs "$pattern") || exit 1
+    if ctest --test-dir build/quick -N -R "$pattern" | grep -q -x 'Total Tests: 0'; then
+        complain "test: no test of the quick build has a name like: $*"
+        exit 1
+    fi
+    run_tests 'release (g++): by name' quick "$start" -R "$pattern"
+    summary
+    exit
+}
+
 quick=
 case ${1:-} in
     '') ;;
-    --quick) quick=yes ;;
-    *)
+    --quick)
+        quick=yes
+        shift
+        ;;
+    -*)
         complain "test: unknown argument $1"
         exit 2
         ;;
+    *) test_by_name "$@" ;;
 esac
+if [ -n "$quick" ] && [ $# -ne 0 ]; then
+    complain 'test: --quick is for all tests'
+    exit 2
+fi
 ensure g++ cmake ninja-build libgtest-dev libcli11-dev clang libclang-rt-dev -- \
     llvm clang-format pkg-config shellcheck locales libbenchmark-dev python3
 ensure_locales
