@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "buffer_text.h"
+#include "character_table.h"
 
 namespace Quorvane
 {

@@ -10,6 +10,7 @@
 #include "../kr_simd/simd_wide.h"
 #include "buffer_kernels.h"
 #include "buffer_text.h"
+#include "character_table.h"
 
 namespace Quorvane
 {
@@ -17,17 +18,9 @@ namespace Quorvane
 namespace
 {
 
-// The sequences. Which characters have one, and their letters, Escape reads from the character table; Unescape needs
-// the way back.
-
-struct SSequence
-{
-    char m_Character;
-    char m_Letter;
-};
-
-constexpr SSequence kSequences[] = {{'\a', 'a'}, {'\b', 'b'}, {'\t', 't'}, {'\n', 'n'},  {'\v', 'v'},
-                                    {'\f', 'f'}, {'\r', 'r'}, {'"', '"'},  {'\'', '\''}, {'\\', '\\'}};
+using Internal::Buffer::kEscapeSequences;
+using Internal::Buffer::ListedEscapeLetterOf;
+using Internal::Buffer::SEscapeSequence;
 
 constexpr u32 kCharacters = 256;
 
@@ -40,28 +33,20 @@ struct SCharacterMap
 constexpr SCharacterMap MapOfLetters()
 {
     SCharacterMap map = {};
-    for (const SSequence &sequence : kSequences)
+    for (const SEscapeSequence &sequence : kEscapeSequences)
         map.m_Of[static_cast<u8>(sequence.m_Letter)] = sequence.m_Character;
     return map;
 }
 
 constexpr SCharacterMap kCharacterOfLetter = MapOfLetters();
 
-constexpr char LetterOf(u32 character)
-{
-    for (const SSequence &sequence : kSequences)
-        if (static_cast<u8>(sequence.m_Character) == character)
-            return sequence.m_Letter;
-    return 0;
-}
-
 // Whether unescaping gives the character back from what it is escaped to: itself, or a backslash and its letter.
 constexpr bool ComesBack(u32 character)
 {
-    const char letter = LetterOf(character);
+    const u8 letter = ListedEscapeLetterOf(character);
     if (letter == 0)
         return character != '\\';
-    return static_cast<u8>(kCharacterOfLetter.m_Of[static_cast<u8>(letter)]) == character;
+    return static_cast<u8>(kCharacterOfLetter.m_Of[letter]) == character;
 }
 
 constexpr bool AllComeBack()
@@ -108,7 +93,7 @@ constexpr bool MayHoldEscaped(u64 word)
 // Whether no special character is missed, at either end of a word, and plain words pass.
 constexpr bool WordsAreJudgedRight()
 {
-    for (const SSequence &sequence : kSequences)
+    for (const SEscapeSequence &sequence : kEscapeSequences)
     {
         const u64 character = static_cast<u8>(sequence.m_Character);
         if (!MayHoldEscaped((WordOf('x') & ~u64(0xFF)) | character))
@@ -216,10 +201,10 @@ constexpr bool SequencesAreAsTheWideFormHasThem()
 {
     for (u32 character = 0; character < kCharacters; ++character)
     {
-        const char letter = LetterOf(character);
+        const u8 letter = ListedEscapeLetterOf(character);
         const bool isControl = character >= kFirstControl && character <= kLastControl;
         const bool isItself = character == '"' || character == '\'' || character == '\\';
-        if (isControl ? letter == 0 : isItself ? static_cast<u8>(letter) != character : letter != 0)
+        if (isControl ? letter == 0 : isItself ? letter != character : letter != 0)
             return false;
     }
     return true;

@@ -1,26 +1,14 @@
-// Private header: what the helpers on terminated text share. The rows of the character table by name, null taken as
-// the empty text, case as a policy, and lengths as the interface gives them.
+// Private header: what the helpers on native text share. Null taken as the empty text, case as a policy, and lengths.
 #pragma once
 
 #include <cstddef>
 
-#include "kr_buffer.h"
 #include "qv_defs.h"
+
+#include "character_table.h"
 
 namespace Quorvane::Internal::Buffer
 {
-
-// What follows the backslash in the character's escape sequence; 0 where it has none.
-inline u8 EscapeLetterOf(char character)
-{
-    return SNativeStringUtils::kr_buffer_char_lookups[256 + static_cast<u8>(character)];
-}
-
-// The character without its case, for comparisons. Only the terminator gives 0.
-inline u8 LowerCaseOf(char character)
-{
-    return SNativeStringUtils::kr_buffer_char_lookups[768 + static_cast<u8>(character)];
-}
 
 // Case policies: two characters are the same when their folded forms are.
 
