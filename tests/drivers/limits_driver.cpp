@@ -8,9 +8,10 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "kr_mem/mem_cache.h"
+#include "kr_mem/mem_membership.h"
 #include "kr_mem/mem_port.h"
 #include "kr_mem/mem_process.h"
+#include "kr_mem/mem_thread_cache.h"
 #include "kr_string.h"
 #include "process_cases.h"
 

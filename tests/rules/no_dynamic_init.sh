@@ -10,7 +10,7 @@
 # it gave to a plugin that is unloaded. Strings work after it, too.
 . "$(dirname "$0")/common.inc"
 
-end_of_allocator=Runtime/qv_kernel/layer_0/kr_mem/mem_small.cpp
+end_of_allocator=Runtime/qv_kernel/layer_0/kr_mem/mem_membership.cpp
 
 # Not CXX, which may well be g++.
 compiler=

@@ -1,13 +1,11 @@
 // For drivers whose cases need a process each in which nobody has used a string before.
 #pragma once
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <cstddef>
 #include <cstdio>
 
-#include "kr_mem/mem_cache.h"
+#include "kr_mem/mem_membership.h"
+#include "process_copy.h"
 
 namespace QuorvaneTest
 {
@@ -19,17 +17,6 @@ struct SProcessCase
     const char *m_Name;
     int (*m_Run)(); // answers 0 for success, or kCaseSkipped
 };
-
-// Runs it in a copy of this process. Returns: its answer, or the signal that ended it as a negative number.
-inline int RunInCopy(int (*run)())
-{
-    const pid_t child = fork();
-    if (child == 0)
-        _exit(run());
-    int status = -1;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-}
 
 // What a driver's main() answers. Skips all cases where small blocks are not our own: sanitizers need more addresses than
 // small limits leave, and their allocators do not go on in a copy of a busy process.

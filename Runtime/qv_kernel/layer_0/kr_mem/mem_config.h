@@ -27,10 +27,10 @@ constexpr bool kTracks = true;
 constexpr bool kTracks = false;
 #endif
 
-constexpr bool kMindsSanitizers = QV_MEM_CACHE != 2;
+constexpr bool kHonorsSanitizers = QV_MEM_CACHE != 2;
 
 #if defined(QV_INTERNAL_SANITIZED)
-constexpr bool kSanitized = kMindsSanitizers;
+constexpr bool kSanitized = kHonorsSanitizers;
 #else
 constexpr bool kSanitized = false;
 #endif

@@ -2,10 +2,11 @@
 // grows again and again gets room to do so.
 #include "mem_default.h"
 
-#include "mem_cache.h"
-#include "mem_config.h"
 #include "mem_large.h"
+#include "mem_policy.h"
 #include "mem_port.h"
+#include "mem_slabs.h"
+#include "mem_thread_cache.h"
 
 #if !defined(QV_MEM_TRACKING) || !QV_MEM_TRACKING
 
@@ -21,7 +22,7 @@ namespace
 void *AllocOfAlignment(u64 size, u32 alignment)
 {
     if (kCachesSmallBlocks && alignment <= kSmallStep)
-        return AllocShort(size);
+        return AllocFast(size);
     return AllocLarge(size, alignment);
 }
 
@@ -53,7 +54,7 @@ void *Move(void *block, u64 room, u64 newSize, u32 alignment)
     if (moved == nullptr)
         return nullptr;
     std::memcpy(moved, block, static_cast<std::size_t>(QVMin(room, newSize)));
-    FreeShort(block);
+    FreeByAddress(block);
     return moved;
 }
 
@@ -65,7 +66,8 @@ void *MoveOrResize(void *block, u64 room, u64 newSize, u32 alignment)
     return ReallocLarge(block, room, newSize);
 }
 
-// A block that more than doubles is on its way to a size that its owner knows; one that grows by less will do so again.
+// A block that grows by less than its size will grow again, and gets headroom. One that more than doubles was reserved
+// explicitly and gets none.
 u64 RoomyBytes(u64 room, u64 newSize)
 {
     const u64 roomy = newSize + newSize / 2;
@@ -85,12 +87,12 @@ void *GrowWithinSmall(void *block, u64 newSize)
     const u64 roomy = RoomyBytes(room, newSize);
     if (roomy > kMaxSmallBytes)
         return nullptr;
-    char *const moved = static_cast<char *>(AllocShort(roomy));
+    char *const moved = static_cast<char *>(AllocFast(roomy));
     if (moved == nullptr)
         return nullptr;
     for (u64 at = 0; at < room; at += kSmallStep)
         std::memcpy(moved + at, static_cast<const char *>(block) + at, kSmallStep);
-    FreeSmallBlock(block, sizeClass);
+    FreeFast(block, sizeClass);
     return moved;
 }
 
@@ -138,7 +140,7 @@ void *DefaultRealloc(void *block, u64 newSize, u32 alignment, EAllocType, const 
 
 void DefaultFree(void *block, EAllocType, EOrigin, const char *, const char *, u32, const char *)
 {
-    FreeShort(block);
+    FreeByAddress(block);
 }
 
 } // namespace Internal

@@ -9,13 +9,11 @@
 // Where a tool watches over the blocks, and where addresses are short, they are the platform's as they are.
 #pragma once
 
-#include "mem_cache.h"
+#include "mem_policy.h"
 #include "mem_port.h"
 
 namespace Quorvane::Mem::Internal
 {
-
-constexpr u32 kLargeAlignment = 32;
 
 // Where the block begins within the platform's, and the mark in front of it.
 struct SLargeHead
@@ -71,18 +69,23 @@ inline void *AllocLarge(u64 size, u32 alignment)
     return platformBlock != nullptr ? PutHead(platformBlock, LargeOffset(platformBlock, atLeast)) : nullptr;
 }
 
-// Null is ignored. Reports what is no block, and leaves it alone.
-inline void FreeLarge(void *block)
+// Null is ignored. Returns: false, with nothing done, for what is no block.
+inline bool FreeLarge(void *block)
 {
     if (block == nullptr)
-        return;
+        return true;
     if (!LargeBlocksHaveHeads())
-        return PortFree(block);
+    {
+        PortFree(block);
+        return true;
+    }
     if (QV_INTERNAL_UNLIKELY(!HasHead(block)))
-        return ReportForeign(block);
+        return false;
     char *const platformBlock = PlatformBlockOf(block);
+    // Known as no block from now on, for as long as the platform leaves the memory as it is.
     HeadOf(block).m_Mark = 0;
     PortFree(platformBlock);
+    return true;
 }
 
 // The bytes that may be used of a block; at least what was asked for.

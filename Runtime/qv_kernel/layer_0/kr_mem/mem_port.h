@@ -196,7 +196,7 @@ inline void PortWait(u32 rounds)
 }
 
 // A value of each thread, with which `atEnd` is called when a thread ends that has set one.
-typedef pthread_key_t PortThreadKey;
+using PortThreadKey = pthread_key_t;
 
 inline bool PortMakeThreadKey(PortThreadKey &outKey, void (*atEnd)(void *))
 {

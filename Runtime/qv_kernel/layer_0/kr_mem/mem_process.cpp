@@ -70,6 +70,8 @@ SProcess *MakeAt(ureg place)
 
 } // namespace
 
+QV_INTERNAL_CONSTINIT std::atomic<SProcess *> g_Process = {nullptr};
+
 ureg ProcessPlace(u32 which)
 {
     const SRegion &region = kRegions[which];

@@ -12,12 +12,17 @@
 // Copies of different layout do not share. Between those, no block may be exchanged, and one that is gets reported.
 #pragma once
 
+#include <atomic>
+
 #include "kr_mem.h"
 
+#include "mem_lock.h"
 #include "mem_slabs.h"
 
 namespace Quorvane::Mem::Internal
 {
+
+struct SThreadCache;
 
 // What one copy of the library adds to the process. Constant-initialised in each.
 struct SCopy
@@ -37,14 +42,39 @@ struct SProcess
     // Guards what follows.
     CProcessLock m_Lock;
     SCopy *m_Copies;
-    SSmallCache *m_Caches; // of all threads, and of all copies
-    bool m_IsReplaced;     // whether somebody has installed m_Allocator
+    SThreadCache *m_Caches; // of all threads, and of all copies
+    bool m_IsReplaced;      // whether somebody has installed m_Allocator
     SAllocator m_Allocator;
 };
 
 // Joins what other copies have begun, or begins it. Returns: null where the system refuses memory at all places.
 // Requires: any thread, at any time; all calls in a process answer alike once one of them was answered.
 SProcess *FindOrMakeProcess();
+
+// What this copy of the library has joined; null before.
+QV_INTERNAL_HIDDEN extern std::atomic<SProcess *> g_Process;
+
+// Requires: that this copy has joined.
+inline SProcess &Process()
+{
+    // Relaxed: everybody who writes it writes the same, and whoever asks here has seen the policy, or wrote it.
+    return *g_Process.load(std::memory_order_relaxed);
+}
+
+// Holds the lock of what the copies share. After a fork in the middle of a change the lists may be torn: what stands in
+// them belongs to threads that are not here.
+class CSharedGuard
+{
+public:
+    CSharedGuard() : m_Guard(Process().m_Lock)
+    {
+        if (m_Guard.WasLeft())
+            Process().m_Caches = nullptr;
+    }
+
+private:
+    CProcessGuard m_Guard;
+};
 
 // The places where it may lie, best first, and how many there are: for tests.
 constexpr u32 kProcessPlaces = 3;

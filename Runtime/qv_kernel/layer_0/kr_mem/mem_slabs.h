@@ -13,8 +13,9 @@
 // large as it is, and whoever asks is told so.
 #pragma once
 
+#include "mem_free_block.h"
 #include "mem_lock.h"
-#include "mem_small.h"
+#include "mem_policy.h"
 
 namespace Quorvane::Mem::Internal
 {
@@ -63,11 +64,6 @@ inline u32 SlabIndexOf(const void *block)
 inline u32 ClassOfSmallBlock(const void *block)
 {
     return ChunkOf(block)->m_Classes[SlabIndexOf(block)];
-}
-
-constexpr u64 ClassBytes(u32 sizeClass)
-{
-    return static_cast<u64>(sizeClass) * kSmallStep;
 }
 
 // Whether an address within a slab of the class is where one of its blocks begins.

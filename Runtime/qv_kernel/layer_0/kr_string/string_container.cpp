@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "../kr_buffer/buffer_blocks.h"
-#include "../kr_mem/mem_small.h"
+#include "../kr_mem/mem_fast_path.h"
 #include "kr_mem_utils.h"
 #include "kr_simd.h"
 #include "string_sizes.h"

@@ -1,3 +1,4 @@
+#include <malloc.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -11,9 +12,12 @@
 
 #include "child_process.h"
 #include "kr_mem.h"
-#include "kr_mem/mem_cache.h"
 #include "kr_mem/mem_config.h"
 #include "kr_mem/mem_large.h"
+#include "kr_mem/mem_membership.h"
+#include "kr_mem/mem_slabs.h"
+#include "kr_mem/mem_thread_cache.h"
+#include "small_blocks.h"
 
 namespace QuorvaneTest
 {
@@ -301,6 +305,20 @@ TEST(MemDefault, ABlockThatShrinksBelowHalfGivesRoomBack)
         EXPECT_LE(room, size / 4 + 48);
         Free(shrunk);
     }
+}
+
+TEST(MemDefault, FreeingLargeBlocksByAddressGivesTheMemoryBack)
+{
+#if defined(__GLIBC__) && !QV_TEST_IS_SANITIZED
+    constexpr size_t kBytes = 100000;
+    Free(Alloc(kBytes, 16));
+    const size_t before = mallinfo2().uordblks + mallinfo2().hblkhd;
+    for (int i = 0; i < 1000; ++i)
+        Free(Alloc(kBytes, 16));
+    EXPECT_LE(mallinfo2().uordblks + mallinfo2().hblkhd, before + 300 * kBytes);
+#else
+    GTEST_SKIP() << "the platform does not tell what is in use";
+#endif
 }
 
 TEST(MemDefault, LargeBlocksLieWithinLinesOfTheCacheHoweverTheyCameAbout)

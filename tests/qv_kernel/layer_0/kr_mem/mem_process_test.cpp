@@ -6,9 +6,10 @@
 
 #include <gtest/gtest.h>
 
-#include "kr_mem/mem_cache.h"
 #include "kr_mem/mem_lock.h"
+#include "kr_mem/mem_membership.h"
 #include "kr_mem/mem_port.h"
+#include "kr_mem/mem_thread_cache.h"
 
 namespace QuorvaneTest
 {

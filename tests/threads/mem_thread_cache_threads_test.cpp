@@ -1,8 +1,5 @@
 // The default allocator on several threads: small blocks through the threads' caches, larger ones beside them.
-#include "kr_mem/mem_small.h"
-
-#include <sys/wait.h>
-#include <unistd.h>
+#include "kr_mem/mem_thread_cache.h"
 
 #include <atomic>
 #include <cstring>
@@ -13,7 +10,9 @@
 
 #include <gtest/gtest.h>
 
-#include "kr_mem/mem_cache.h"
+#include "kr_mem/mem_fast_path.h"
+#include "kr_mem/mem_slabs.h"
+#include "process_copy.h"
 #include "thread_team.h"
 
 namespace QuorvaneTest
@@ -109,7 +108,7 @@ void Work(SMailbox &mailbox, u32 seed)
 
 } // namespace
 
-TEST(MemSmallThreads, NoLiveBlockIsHandedOutTwice)
+TEST(MemThreadCacheThreads, NoLiveBlockIsHandedOutTwice)
 {
     SMailbox mailbox;
     RunTeam(kThreads, [&](u32 thread) { Work(mailbox, thread); });
@@ -117,7 +116,7 @@ TEST(MemSmallThreads, NoLiveBlockIsHandedOutTwice)
         Drop(owned);
 }
 
-TEST(MemSmallThreads, ThreadsThatComeAndGoLeaveNothingBehind)
+TEST(MemThreadCacheThreads, ThreadsThatComeAndGoLeaveNothingBehind)
 {
     const u64 before = SmallFigures().m_LiveBlocks;
     for (u32 round = 0; round < 50; ++round)
@@ -134,7 +133,7 @@ TEST(MemSmallThreads, ThreadsThatComeAndGoLeaveNothingBehind)
     EXPECT_EQ(SmallFigures().m_LiveBlocks, before);
 }
 
-TEST(MemSmallThreads, ACopyOfTheProcessMayAllocate)
+TEST(MemThreadCacheThreads, ACopyOfTheProcessMayAllocate)
 {
     void *const block = Mem::_RawAlloc(64, 0, Mem::AllocType_Generic, Mem::Origin_Alloc, QV_INTERNAL_MEM_SITE);
     const bool isSmall = IsSmallBlock(block);
@@ -160,11 +159,9 @@ TEST(MemSmallThreads, ACopyOfTheProcessMayAllocate)
         });
     for (u32 round = 0; round < 30; ++round)
     {
-        const pid_t child = fork();
-        if (child == 0)
+        // The lock that another thread may have held is nobody's here.
+        const auto inCopy = []
         {
-            // The lock that another thread may have held is nobody's here.
-            alarm(20);
             std::mt19937 random(2);
             SOwned kept[400];
             for (SOwned &owned : kept)
@@ -175,11 +172,9 @@ TEST(MemSmallThreads, ACopyOfTheProcessMayAllocate)
                 held = held && Holds(owned);
                 Mem::Free(owned.m_Block, Mem::AllocType_Generic);
             }
-            _exit(held ? 0 : 1);
-        }
-        int status = -1;
-        ASSERT_EQ(waitpid(child, &status, 0), child);
-        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+            return held ? 0 : 1;
+        };
+        EXPECT_EQ(RunInCopy(inCopy), 0);
     }
     // Relaxed, as above.
     done.store(true, std::memory_order_relaxed);

@@ -1,0 +1,16 @@
+// What this process decides about its blocks.
+#include "mem_policy.h"
+
+#include "mem_port.h"
+
+namespace Quorvane::Mem::Internal
+{
+
+QV_INTERNAL_CONSTINIT TAtomic<u32> g_Policy;
+
+bool IsWatched()
+{
+    return kTracks || kSanitized || (kHonorsSanitizers && PortIsSanitized()) || PortRunsUnderValgrind();
+}
+
+} // namespace Quorvane::Mem::Internal

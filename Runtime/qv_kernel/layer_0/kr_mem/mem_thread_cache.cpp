@@ -1,0 +1,121 @@
+// The slow path to small blocks: bins that are refilled from the heap and flushed to it, and what is no small block.
+#include "mem_thread_cache.h"
+
+#include "mem_large.h"
+#include "mem_process.h"
+
+namespace Quorvane::Mem::Internal
+{
+
+namespace
+{
+
+u32 NextBatch(SBin &bin, u32 sizeClass)
+{
+    const u32 batch = bin.m_Batch;
+    bin.m_Batch = QVMin(2 * batch, BatchBlocks(sizeClass));
+    return batch;
+}
+
+// Refills the empty bin from the heap, and hands out the first block of the batch; without a cache, takes that block
+// alone. Null when memory is refused.
+void *Refill(SThreadCache *cache, u32 sizeClass)
+{
+    SFreeBlock *first = nullptr;
+    const u32 count = cache != nullptr ? NextBatch(cache->m_Bins[sizeClass], sizeClass) : 1;
+    const u32 taken = Process().m_Heap.Take(sizeClass, count, first);
+    if (taken > 1)
+    {
+        SBin &bin = cache->m_Bins[sizeClass];
+        bin.m_Head = first->m_Next;
+        bin.m_Vacant -= taken - 1;
+    }
+    return taken != 0 ? MakeLive(first, sizeClass) : nullptr;
+}
+
+// Puts a block into its bin, and gives the heap a batch first where that is full; without a cache, gives the block.
+void PutBack(SThreadCache *cache, void *block)
+{
+    const u32 sizeClass = ClassOfSmallBlock(block);
+    SFreeBlock *const freed = MakeFree(block, sizeClass, nullptr);
+    if (cache == nullptr)
+    {
+        Process().m_Heap.Give(freed, 1);
+        return;
+    }
+    SBin &bin = cache->m_Bins[sizeClass];
+    if (bin.m_Vacant == 0)
+    {
+        bin.m_Head = Process().m_Heap.Give(bin.m_Head, BatchBlocks(sizeClass));
+        bin.m_Vacant = BatchBlocks(sizeClass);
+    }
+    freed->m_Next = bin.m_Head;
+    bin.m_Head = freed;
+    --bin.m_Vacant;
+}
+
+// Whether a block that bears the mark of a free one is free: its last user may have left the mark where it was.
+bool LiesAmongFree(const void *block)
+{
+    const SFreeBlock *free = t_Cache->m_Bins[ClassOfSmallBlock(block)].m_Head;
+    while (free != nullptr && free != block)
+        free = free->m_Next;
+    return free != nullptr || Process().m_Heap.IsFree(block);
+}
+
+QV_INTERNAL_COLD bool IsFreedTwice(const void *block)
+{
+    const bool freed = LiesAmongFree(block);
+    QV_ASSERT_MESSAGE(!freed, "block %p was freed twice", block);
+    return freed;
+}
+
+} // namespace
+
+// From here on the range would reach the end of all addresses, where no block lies.
+QV_INTERNAL_CONSTINIT TAtomic<ureg> g_SmallRange(ureg(0) - kSmallRangeBytes);
+QV_INTERNAL_CONSTINIT TAtomic<ureg> g_SmallRangeKnown;
+
+bool IsSmallBlockSlow(ureg offset)
+{
+    // Null for an address that no block has: a thread that has seen the range sees the process that it was read from,
+    // also while another thread has not finished joining it.
+    SProcess *const process = g_Process.load(std::memory_order_relaxed);
+    if (process == nullptr)
+        return false;
+    const ureg known = process->m_Heap.MappedBytes();
+    g_SmallRangeKnown.Store(known);
+    return offset < known;
+}
+
+void *AllocSlow(u64 size)
+{
+    if (size > kMaxSmallBytes || g_Policy.Load() != Policy_Slabs)
+        return AllocLarge(size, kSmallStep);
+    // The class that serves it may have blocks left.
+    if (size == 0)
+        return AllocFast(1);
+    void *const block = Refill(CacheOfThread(), SmallClass(size));
+    return block != nullptr ? block : AllocLarge(size, kSmallStep);
+}
+
+void FreeSlow(void *block)
+{
+    if (IsSmallBlock(block))
+    {
+        if (!MayBeFree(block, ClassOfSmallBlock(block)) || !IsFreedTwice(block))
+            PutBack(CacheOfThread(), block);
+        return;
+    }
+    if (!FreeLarge(block))
+        ReportForeign(block);
+}
+
+void ReportForeign(const void *block)
+{
+    constexpr bool allocated = false;
+    QV_ASSERT_MESSAGE(allocated, "block %p was not allocated here, or was freed already", block);
+    static_cast<void>(block);
+}
+
+} // namespace Quorvane::Mem::Internal

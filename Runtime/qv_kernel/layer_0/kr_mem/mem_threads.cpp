@@ -1,0 +1,172 @@
+// Caches of small blocks that begin and end with their threads.
+#include "mem_threads.h"
+
+#include <new>
+
+#include "mem_free_block.h"
+#include "mem_port.h"
+#include "mem_process.h"
+
+namespace Quorvane::Mem::Internal
+{
+
+namespace
+{
+
+// The first batch of a class; each one is twice as large as the one before, so that who needs few takes few.
+constexpr u32 kFirstBatch = 4;
+
+// A thread that uses a few strings has no use for a cache, which costs more than it spares then. It gets one when it has
+// asked the heap this often.
+constexpr u32 kAskedBeforeCache = 16;
+
+// How often a thread without a cache has asked the heap.
+QV_INTERNAL_PLAIN_THREAD_LOCAL u32 t_Asked QV_INTERNAL_INITIAL_EXEC = 0;
+
+// The key whose destructor ends a thread's cache, and whether this copy has one. Guarded by the lock of what the copies
+// share.
+QV_INTERNAL_CONSTINIT bool g_HasCacheKey = false;
+QV_INTERNAL_CONSTINIT PortThreadKey g_CacheKey = {};
+
+// Tells this copy of the library from the others.
+const void *ThisCopy()
+{
+    return &g_CacheKey;
+}
+
+// ---- The list of caches. Its functions require the lock. --------------------------------------------------------------
+
+void LinkCache(SThreadCache *cache)
+{
+    SThreadCache *&first = Process().m_Caches;
+    cache->m_Previous = nullptr;
+    cache->m_Next = first;
+    if (first != nullptr)
+        first->m_Previous = cache;
+    first = cache;
+}
+
+void UnlinkCache(SThreadCache *cache)
+{
+    if (cache->m_Next != nullptr)
+        cache->m_Next->m_Previous = cache->m_Previous;
+    if (cache->m_Previous != nullptr)
+        cache->m_Previous->m_Next = cache->m_Next;
+    // After a fork that left the list torn, it begins anew without the caches from before, and this may be one of them.
+    else if (Process().m_Caches == cache)
+        Process().m_Caches = cache->m_Next;
+}
+
+// Gives all blocks of a cache back to the heap.
+void FlushCache(SThreadCache &cache)
+{
+    for (u32 sizeClass = 1; sizeClass < kSmallClassCount; ++sizeClass)
+    {
+        SBin &bin = cache.m_Bins[sizeClass];
+        const u32 kept = KeptBlocks(sizeClass) - bin.m_Vacant;
+        if (kept != 0)
+            bin.m_Head = Process().m_Heap.Give(bin.m_Head, kept);
+        bin.m_Vacant = KeptBlocks(sizeClass);
+    }
+}
+
+// The caches that a copy of the library left when it was unloaded, of threads that go on.
+void ReclaimOrphans()
+{
+    SThreadCache *next = nullptr;
+    for (SThreadCache *cache = Process().m_Caches; cache != nullptr; cache = next)
+    {
+        next = cache->m_Next;
+        if (cache->m_Owner != nullptr)
+            continue;
+        UnlinkCache(cache);
+        FlushCache(*cache);
+        PortFree(cache);
+    }
+}
+
+// ---- A thread's cache --------------------------------------------------------------------------------------------------
+
+// Destructors of the thread that run later find no cache, and go to the heap.
+void EndCache(void *ended)
+{
+    SThreadCache *const cache = static_cast<SThreadCache *>(ended);
+    t_Cache = &g_CacheEnded;
+    {
+        const CSharedGuard guard;
+        UnlinkCache(cache);
+    }
+    FlushCache(*cache);
+    PortFree(cache);
+}
+
+// Makes the end of the calling thread end this cache. Returns: false where it cannot be told.
+bool EndWithThread(SThreadCache *cache)
+{
+    const CSharedGuard guard;
+    if (!g_HasCacheKey || !PortSetThreadValue(g_CacheKey, cache))
+        return false;
+    LinkCache(cache);
+    return true;
+}
+
+// Returns: null where there can be none.
+QV_INTERNAL_COLD SThreadCache *MakeCache()
+{
+    // Should there be none, it takes as long again before this is tried again.
+    t_Asked = 0;
+    void *const memory = PortAlloc(sizeof(SThreadCache), 0);
+    if (memory == nullptr)
+        return nullptr;
+    SThreadCache *const cache = ::new (memory) SThreadCache{};
+    for (u32 sizeClass = 0; sizeClass < kSmallClassCount; ++sizeClass)
+        cache->m_Bins[sizeClass] = SBin{nullptr, KeptBlocks(sizeClass), QVMin(kFirstBatch, BatchBlocks(sizeClass))};
+    cache->m_Owner = ThisCopy();
+    if (!EndWithThread(cache))
+    {
+        PortFree(cache);
+        return nullptr;
+    }
+    t_Cache = cache;
+    return cache;
+}
+
+} // namespace
+
+QV_INTERNAL_CONSTINIT SThreadCache g_NoCacheYet = {};
+QV_INTERNAL_CONSTINIT SThreadCache g_CacheEnded = {};
+QV_INTERNAL_PLAIN_THREAD_LOCAL SThreadCache *t_Cache = &g_NoCacheYet;
+
+SThreadCache *CacheOfThreadSlow()
+{
+    if (t_Cache == &g_CacheEnded)
+        return nullptr;
+    if (t_Asked == kAskedBeforeCache)
+        return MakeCache();
+    ++t_Asked;
+    return nullptr;
+}
+
+void BeginCaches(const CSharedGuard &)
+{
+    ReclaimOrphans();
+    g_HasCacheKey = PortMakeThreadKey(g_CacheKey, &EndCache);
+}
+
+void EndCaches(const CSharedGuard &)
+{
+    if (g_HasCacheKey)
+        PortDropThreadKey(g_CacheKey);
+    g_HasCacheKey = false;
+    for (SThreadCache *cache = Process().m_Caches; cache != nullptr; cache = cache->m_Next)
+        if (cache->m_Owner == ThisCopy())
+            cache->m_Owner = nullptr;
+}
+
+void EndCacheOfThread()
+{
+    if (t_Cache != &g_NoCacheYet && t_Cache != &g_CacheEnded)
+        EndCache(t_Cache);
+}
+
+} // namespace Quorvane::Mem::Internal

@@ -1,0 +1,82 @@
+// The threads' caches of small blocks: what one is, and how it begins and ends with its thread.
+//
+// A thread gets a cache when it has asked the heap often enough for one to pay, and gives all of it back when it ends. A
+// key of the platform's threads tells of the end rather than a thread-local object: objects end before keys, whose
+// destructors may use strings, and a thread-local object would keep a plugin loaded until its thread ends.
+//
+// All caches of the process, of all copies of the library, stand in one list: a copy that is unloaded leaves those of
+// threads that go on, and the next one that joins reclaims them.
+#pragma once
+
+#include "mem_policy.h"
+
+// A plain variable of each thread: read without asking whether it was initialised.
+#if defined(__GNUC__) || defined(__clang__)
+#define QV_INTERNAL_PLAIN_THREAD_LOCAL __thread
+#else
+#define QV_INTERNAL_PLAIN_THREAD_LOCAL thread_local
+#endif
+
+// At a fixed distance from the thread's own address, in shared libraries too. This C library keeps room for such
+// variables of libraries that are loaded later.
+#if defined(__GLIBC__)
+#define QV_INTERNAL_INITIAL_EXEC __attribute__((tls_model("initial-exec")))
+#else
+#define QV_INTERNAL_INITIAL_EXEC
+#endif
+
+namespace Quorvane::Mem::Internal
+{
+
+struct SFreeBlock;
+class CSharedGuard;
+
+// A thread's free blocks of one class.
+struct SBin
+{
+    SFreeBlock *m_Head;
+    u32 m_Vacant; // how many more it may keep
+    u32 m_Batch;  // how many it takes from the heap when it is empty
+};
+
+// Other copies of the library in the process walk the list and empty what they reclaim, so all copies agree about this
+// layout.
+struct SThreadCache
+{
+    SBin m_Bins[kSmallClassCount];
+    // In the list of all caches of the process.
+    SThreadCache *m_Next;
+    SThreadCache *m_Previous;
+    const void *m_Owner; // an address in the copy of the library whose cache this is; null where that has gone
+};
+
+// Caches without a block and without a vacancy, so that nobody ever writes to them: of a thread that has none yet, and of
+// one whose cache has ended.
+QV_INTERNAL_HIDDEN extern SThreadCache g_NoCacheYet;
+QV_INTERNAL_HIDDEN extern SThreadCache g_CacheEnded;
+
+// The calling thread's cache; never null.
+QV_INTERNAL_HIDDEN extern QV_INTERNAL_PLAIN_THREAD_LOCAL SThreadCache *t_Cache QV_INTERNAL_INITIAL_EXEC;
+
+// Makes the calling thread's cache if it has asked often enough by now. Returns: null when it has none.
+QV_INTERNAL_HIDDEN SThreadCache *CacheOfThreadSlow();
+
+// The calling thread's cache, for which every block taken or given counts that did not come from one; null when it has
+// none.
+inline SThreadCache *CacheOfThread()
+{
+    SThreadCache *const cache = t_Cache;
+    return cache != &g_NoCacheYet && cache != &g_CacheEnded ? cache : CacheOfThreadSlow();
+}
+
+// From now on, threads of this copy of the library may have caches. Reclaims those that unloaded copies have left.
+QV_INTERNAL_HIDDEN void BeginCaches(const CSharedGuard &);
+
+// From now on, no thread gets one, and none that ends calls this copy. The caches of threads that go on stay as they are:
+// at the end of a process they may be in use.
+QV_INTERNAL_HIDDEN void EndCaches(const CSharedGuard &);
+
+// Ends the calling thread's cache, if it has one. What the thread frees after that goes to the heap.
+QV_INTERNAL_HIDDEN void EndCacheOfThread();
+
+} // namespace Quorvane::Mem::Internal

@@ -1,0 +1,350 @@
+// Small blocks through the threads' caches: what they are, how many are kept, and what is reported.
+#include "kr_mem/mem_thread_cache.h"
+
+#include <sys/resource.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "assert_recorder.h"
+#include "child_process.h"
+#include "kr_mem/mem_process.h"
+#include "small_blocks.h"
+
+namespace QuorvaneTest
+{
+
+namespace
+{
+
+using namespace SmallBlocks;
+
+// The writable memory of this process, as the system counts it against its limit; 0 when it does not tell.
+u64 WritableBytes()
+{
+    std::FILE *const file = std::fopen("/proc/self/status", "r");
+    unsigned long long kilobytes = 0;
+    char line[256];
+    while (file != nullptr && std::fgets(line, sizeof(line), file) != nullptr)
+        if (std::strncmp(line, "VmData:", 7) == 0)
+            kilobytes = std::strtoull(line + 7, nullptr, 10);
+    if (file != nullptr)
+        std::fclose(file);
+    return kilobytes * 1024;
+}
+
+class MemThreadCacheOwn : public COwnTest
+{
+};
+
+} // namespace
+
+TEST(MemThreadCache, BlocksAreAlignedDisjointAndOfTheirSize)
+{
+    for (u64 size = 0; size <= kMaxSmallBytes + 40; ++size)
+    {
+        u8 *const a = Alloc(size);
+        u8 *const b = Alloc(size);
+        ASSERT_NE(a, nullptr);
+        ASSERT_NE(b, nullptr);
+        EXPECT_EQ(reinterpret_cast<ureg>(a) % 16, 0u);
+        EXPECT_EQ(reinterpret_cast<ureg>(b) % 16, 0u);
+        std::memset(a, 1, static_cast<size_t>(size));
+        std::memset(b, 2, static_cast<size_t>(size));
+        EXPECT_TRUE(size == 0 || (a[0] == 1 && a[size - 1] == 1)) << size;
+        Free(a, size);
+        Free(b, size);
+    }
+}
+
+TEST(MemThreadCache, BothPathsShareTheirBlocks)
+{
+    const Mem::SAllocator former = Mem::SetAllocator(Mem::SAllocator());
+    for (const u64 size : {1u, 24u, 64u, 1072u, 2048u, 2049u, 5000u})
+        for (int i = 0; i < 300; ++i)
+        {
+            RawFree(Alloc(size), Mem::Origin_New);
+            Free(Mem::_RawAlloc(size, 16, Mem::AllocType_Generic, Mem::Origin_New, QV_INTERNAL_MEM_SITE), size);
+            former.m_Free(Alloc(size), Mem::AllocType_Generic, Mem::Origin_New, QV_INTERNAL_MEM_SITE);
+            Free(former.m_Alloc(size, 16, Mem::AllocType_Generic, Mem::Origin_New, QV_INTERNAL_MEM_SITE), size);
+        }
+}
+
+TEST(MemThreadCache, FreeingNullIsIgnored)
+{
+    Free(nullptr, 0);
+    Free(nullptr, 64);
+    Free(nullptr, 5000);
+}
+
+TEST(MemThreadCache, HugeSizesAreRefused)
+{
+    for (const u64 size : {~u64(0), ~u64(0) - 15, u64(1) << 63, u64(1) << 62})
+        EXPECT_EQ(Alloc(size), nullptr) << size;
+}
+
+TEST(MemThreadCache, LargerAlignmentsAreGiven)
+{
+    for (const u32 alignment : {32u, 64u, 4096u})
+    {
+        u8 *const block = Alloc(100, alignment);
+        EXPECT_EQ(reinterpret_cast<ureg>(block) % alignment, 0u);
+        Free(block, 100);
+    }
+}
+
+// Every live block holds a pattern of its own; one that is handed out twice, cut short or not copied loses it.
+TEST(MemThreadCache, LiveBlocksKeepTheirContents)
+{
+    struct SLive
+    {
+        u8 *m_Block;
+        u64 m_Size;
+        u8 m_Pattern;
+        bool m_Resized;
+    };
+    std::mt19937 random(7);
+    std::vector<SLive> live;
+    const auto holds = [](const SLive &entry)
+    {
+        for (u64 i = 0; i < entry.m_Size; ++i)
+            if (entry.m_Block[i] != entry.m_Pattern)
+                return false;
+        return true;
+    };
+    for (int step = 0; step < 60000; ++step)
+    {
+        const u32 choice = random() % 8;
+        if (choice < 4 || live.empty())
+        {
+            const u64 size = random() % (random() % 4 == 0 ? 6000 : 600);
+            const u8 pattern = static_cast<u8>(random());
+            live.push_back({RawAlloc(size), size, pattern, false});
+            std::memset(live.back().m_Block, pattern, static_cast<size_t>(size));
+            continue;
+        }
+        const size_t index = random() % live.size();
+        SLive &entry = live[index];
+        ASSERT_TRUE(holds(entry)) << step;
+        if (choice < 6)
+        {
+            const u64 size = random() % 6000;
+            entry.m_Block = RawRealloc(entry.m_Block, size);
+            entry.m_Resized = true;
+            entry.m_Size = QVMin(entry.m_Size, size);
+            ASSERT_TRUE(holds(entry)) << step;
+            entry.m_Size = size;
+            std::memset(entry.m_Block, entry.m_Pattern, static_cast<size_t>(size));
+            continue;
+        }
+        if (choice == 6 || entry.m_Resized)
+            RawFree(entry.m_Block);
+        else
+            FreeBlock(entry.m_Block, entry.m_Size, Mem::AllocType_Generic, Mem::Origin_Alloc, QV_INTERNAL_MEM_SITE);
+        entry = live.back();
+        live.pop_back();
+    }
+    for (const SLive &entry : live)
+    {
+        EXPECT_TRUE(holds(entry));
+        RawFree(entry.m_Block);
+    }
+}
+
+TEST_F(MemThreadCacheOwn, SizesUpToTheLimitAreOurOwn)
+{
+    for (const u64 size : {1u, 16u, 64u, 1072u, 2048u})
+    {
+        u8 *const block = Alloc(size);
+        EXPECT_TRUE(IsSmallBlock(block)) << size;
+        EXPECT_EQ(ClassOfSmallBlock(block), SmallClass(size));
+        Free(block, size);
+    }
+    u8 *const block = Alloc(kMaxSmallBytes + 1);
+    EXPECT_FALSE(IsSmallBlock(block));
+    Free(block, kMaxSmallBytes + 1);
+}
+
+TEST_F(MemThreadCacheOwn, TheBlockFreedLastIsTheNext)
+{
+    u8 *const a = Alloc(64);
+    Free(a, 64);
+    u8 *const b = Alloc(50);
+    EXPECT_EQ(a, b);
+    Free(b, 50);
+}
+
+TEST_F(MemThreadCacheOwn, BlocksTakeNoMoreThanTheirSize)
+{
+    constexpr size_t kCount = 100000;
+    const u32 before = SmallFigures().m_UsedSlabs;
+    std::vector<u8 *> blocks(kCount);
+    for (u8 *&block : blocks)
+        block = Alloc(64);
+    EXPECT_LE(SmallFigures().m_UsedSlabs - before, kCount * 64 / kSlabBytes + 1);
+    for (u8 *const block : blocks)
+        Free(block, 64);
+}
+
+TEST_F(MemThreadCacheOwn, AThreadKeepsNoMoreThanItsBound)
+{
+    OnAThread(
+        []
+        {
+            for (u64 size = 16; size <= kMaxSmallBytes; size += 16)
+            {
+                const u64 before = LiveBlocks();
+                AllocAndFree(size, 2000);
+                EXPECT_LE((LiveBlocks() - before) * size, kCachedBytesPerClass) << size;
+                EXPECT_GT(LiveBlocks(), before) << "nothing is kept of size " << size;
+            }
+        });
+}
+
+// What is freed by its address alone goes where it came from.
+TEST_F(MemThreadCacheOwn, FreeingByAddressGivesTheBlockBack)
+{
+    constexpr size_t kCount = 10000;
+    const u64 before = LiveBlocks();
+    std::vector<u8 *> blocks(kCount);
+    for (u8 *&block : blocks)
+        block = RawAlloc(64);
+    EXPECT_GE(LiveBlocks(), before + kCount - kCachedBytesPerClass / 64);
+    for (u8 *const block : blocks)
+        RawFree(block);
+    EXPECT_LE(LiveBlocks(), before + kCachedBytesPerClass / 64);
+}
+
+TEST_F(MemThreadCacheOwn, ABlockFreedTwiceIsReportedAndLeftAlone)
+{
+    for (const u64 size : {1u, 64u, 1072u, 2048u})
+    {
+        u8 *const block = Alloc(size);
+        u8 *const other = Alloc(size);
+        Free(block, size);
+        Free(other, size);
+        CAssertRecorder recorder;
+        Free(block, size);
+        EXPECT_EQ(recorder.Expressions(), IfAsserting(std::vector<std::string>{"!freed"}));
+        RawFree(block);
+        EXPECT_EQ(recorder.Count(), IfAsserting(2));
+        if (!kSitesReport)
+            continue;
+        // It lies in wait once only.
+        u8 *const again[] = {Alloc(size), Alloc(size), Alloc(size)};
+        EXPECT_NE(again[0], again[1]);
+        EXPECT_NE(again[1], again[2]);
+        EXPECT_NE(again[0], again[2]);
+        for (u8 *const one : again)
+            Free(one, size);
+        EXPECT_EQ(recorder.Count(), 2u);
+    }
+}
+
+// Also when it has left the cache of the thread that freed it, and by a thread that has none.
+TEST_F(MemThreadCacheOwn, ABlockFreedAgainMuchLaterIsReported)
+{
+    std::vector<u8 *> blocks(2000);
+    for (u8 *&block : blocks)
+        block = Alloc(2000);
+    for (u8 *const block : blocks)
+        Free(block, 2000);
+    OnAThread(
+        [&blocks]
+        {
+            CAssertRecorder recorder;
+            Free(blocks[1000], 2000);
+            EXPECT_EQ(recorder.Count(), IfAsserting(1));
+        });
+}
+
+TEST_F(MemThreadCacheOwn, TheMarkOfAFreeBlockInALiveOneIsNoReport)
+{
+    CAssertRecorder recorder;
+    u8 *const block = Alloc(64);
+    Free(block, 64);
+    u8 freed[64];
+    std::memcpy(freed, block, sizeof(freed));
+    ASSERT_EQ(Alloc(64), block);
+    std::memcpy(block, freed, sizeof(freed));
+    Free(block, 64);
+    EXPECT_EQ(recorder.Count(), 0u);
+    EXPECT_EQ(Alloc(64), block);
+    Free(block, 64);
+    EXPECT_EQ(recorder.Count(), 0u);
+}
+
+TEST_F(MemThreadCacheOwn, APointerIntoABlockIsReportedAndLeftAlone)
+{
+    if (!kSitesReport)
+        GTEST_SKIP() << "not looked at without assertions";
+    u8 *const block = RawAlloc(80);
+    u8 *const large = RawAlloc(8000);
+    for (const u32 offset : {1u, 8u, 16u, 32u, 64u})
+    {
+        CAssertRecorder recorder;
+        RawFree(block + offset);
+        RawFree(large + offset);
+        EXPECT_EQ(RawRealloc(block + offset, 5000), nullptr);
+        EXPECT_EQ(RawRealloc(large + offset, 50000), nullptr);
+        EXPECT_EQ(recorder.Expressions(), std::vector<std::string>(4, "allocated"));
+    }
+    RawFree(block);
+    RawFree(large);
+}
+
+TEST_F(MemThreadCacheOwn, APointerToSomethingElseIsReportedAndLeftAlone)
+{
+    CAssertRecorder recorder;
+    void *const platforms = std::malloc(100);
+    alignas(16) static u8 global[64];
+    alignas(16) u8 local[64] = {};
+    void *volatile const foreign[] = {platforms, global + 16, local + 16};
+    for (void *const block : foreign)
+        RawFree(block);
+    EXPECT_EQ(recorder.Expressions(), IfAsserting(std::vector<std::string>(3, "allocated")));
+    std::free(platforms);
+}
+
+TEST_F(MemThreadCacheOwn, WithoutMemoryForMoreOfThemThePlatformServes)
+{
+    const SChildResult child = RunInChild(
+        []
+        {
+            // Less than is there already, which is the step in which more is taken, and room for the platform.
+            const rlim_t most = static_cast<rlim_t>(WritableBytes() + (kChunkBytes - (1u << 20)));
+            while (FindOrMakeProcess()->m_Heap.MappedBytes() < kChunkBytes)
+                Alloc(kMaxSmallBytes);
+            const rlimit limit = {most, most};
+            if (WritableBytes() == 0 || setrlimit(RLIMIT_DATA, &limit) != 0)
+                return 1;
+            SFreeBlock *blocks = nullptr;
+            u64 count = 0;
+            for (bool isSmall = true; isSmall && count < 1000000; ++count)
+            {
+                void *const block = Alloc(64);
+                if (block == nullptr)
+                    return 2;
+                isSmall = IsSmallBlock(block);
+                blocks = ::new (block) SFreeBlock{blocks};
+            }
+            const bool platformServed = !IsSmallBlock(blocks);
+            while (blocks != nullptr)
+            {
+                SFreeBlock *const next = blocks->m_Next;
+                Free(blocks, 64);
+                blocks = next;
+            }
+            return platformServed ? 0 : 3;
+        });
+    EXPECT_EQ(child.m_ExitCode, 0) << child.m_Stderr;
+}
+
+} // namespace QuorvaneTest

@@ -1,0 +1,195 @@
+// How the threads' caches begin and end: what a thread leaves, and what its last destructors may still do.
+#include "kr_mem/mem_threads.h"
+
+#include <pthread.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "child_process.h"
+#include "small_blocks.h"
+
+namespace QuorvaneTest
+{
+
+namespace
+{
+
+using namespace SmallBlocks;
+
+// Allocates in its destructor, and remembers whether that worked.
+class CLateUser
+{
+public:
+    ~CLateUser()
+    {
+        AllocAndFree(64, 1000);
+        u8 *const block = Alloc(100);
+        std::memset(block, 1, 100);
+        Free(block, 100);
+        ++s_Destroyed;
+    }
+    static int s_Destroyed;
+};
+
+int CLateUser::s_Destroyed = 0;
+
+class MemThreadsOwn : public COwnTest
+{
+};
+
+} // namespace
+
+TEST(MemThreads, MayBeUsedAfterTheThreadsOwnDestructors)
+{
+    const int before = CLateUser::s_Destroyed;
+    OnAThread(
+        []
+        {
+            // Made before the thread's cache, so destroyed after it.
+            static thread_local CLateUser late;
+            static_cast<void>(&late);
+            AllocAndFree(64, 10);
+        });
+    EXPECT_EQ(CLateUser::s_Destroyed, before + 1);
+}
+
+TEST(MemThreads, MayFirstBeUsedByTheThreadsOwnDestructors)
+{
+    const int before = CLateUser::s_Destroyed;
+    OnAThread(
+        []
+        {
+            static thread_local CLateUser late;
+            static_cast<void>(&late);
+        });
+    EXPECT_EQ(CLateUser::s_Destroyed, before + 1);
+}
+
+TEST(MemThreads, MayBeUsedUntilTheProcessEnds)
+{
+    const SChildResult child = RunInChild(
+        []
+        {
+            static CLateUser last;
+            std::atexit([] { AllocAndFree(1072, 1000); });
+            static thread_local CLateUser late;
+            static_cast<void>(&late);
+            AllocAndFree(64, 10);
+            return 0;
+        });
+    EXPECT_EQ(child.m_ExitCode, 0);
+    EXPECT_EQ(child.m_Signal, 0);
+}
+
+TEST_F(MemThreadsOwn, AThreadThatEndsGivesItsBlocksBack)
+{
+    const u64 before = LiveBlocks();
+    u64 during = 0;
+    OnAThread(
+        [&during]
+        {
+            for (const u64 size : {16u, 64u, 1072u})
+                AllocAndFree(size, 1000);
+            during = LiveBlocks();
+        });
+    EXPECT_GT(during, before);
+    EXPECT_EQ(LiveBlocks(), before);
+}
+
+TEST_F(MemThreadsOwn, BlocksFreedByAnotherThreadComeBack)
+{
+    const u64 before = LiveBlocks();
+    std::vector<u8 *> blocks(5000);
+    OnAThread(
+        [&blocks]
+        {
+            for (u8 *&block : blocks)
+                block = Alloc(112);
+        });
+    EXPECT_EQ(LiveBlocks(), before + blocks.size());
+    OnAThread(
+        [&blocks]
+        {
+            for (u8 *const block : blocks)
+                Free(block, 112);
+        });
+    EXPECT_EQ(LiveBlocks(), before);
+}
+
+TEST_F(MemThreadsOwn, AnEndedThreadKeepsNothing)
+{
+    const u64 before = LiveBlocks();
+    OnAThread(
+        []
+        {
+            static thread_local CLateUser late;
+            static_cast<void>(&late);
+            AllocAndFree(64, 10);
+        });
+    EXPECT_EQ(LiveBlocks(), before);
+}
+
+// A key's destructor runs behind those of the thread's own objects.
+TEST_F(MemThreadsOwn, AThreadWhoseFirstBlockIsForAKeysDestructorKeepsNothing)
+{
+    pthread_key_t key;
+    ASSERT_EQ(pthread_key_create(&key, [](void *) { AllocAndFree(64, 1000); }), 0);
+    const u64 before = LiveBlocks();
+    for (int i = 0; i < 100; ++i)
+        OnAThread([key] { pthread_setspecific(key, &key); });
+    EXPECT_EQ(LiveBlocks(), before);
+    pthread_key_delete(key);
+}
+
+// Whichever of the two destructors the thread runs first.
+TEST_F(MemThreadsOwn, AThreadThatUsesBlocksInAKeysDestructorAgainKeepsNothing)
+{
+    pthread_key_t key;
+    ASSERT_EQ(pthread_key_create(&key, [](void *) { AllocAndFree(64, 1000); }), 0);
+    const u64 before = LiveBlocks();
+    for (int i = 0; i < 100; ++i)
+        OnAThread(
+            [key]
+            {
+                pthread_setspecific(key, &key);
+                AllocAndFree(112, 1000);
+            });
+    EXPECT_EQ(LiveBlocks(), before);
+    pthread_key_delete(key);
+}
+
+TEST_F(MemThreadsOwn, AThreadThatUsesAFewBlocksTakesNoMore)
+{
+    const u64 before = LiveBlocks();
+    OnAThread(
+        [before]
+        {
+            u8 *const first = Alloc(64);
+            u8 *const second = Alloc(112);
+            EXPECT_EQ(LiveBlocks(), before + 2);
+            Free(first, 64);
+            Free(second, 112);
+            EXPECT_EQ(LiveBlocks(), before);
+        });
+}
+
+TEST_F(MemThreadsOwn, ABlockMayOutliveItsThread)
+{
+    u8 *block = nullptr;
+    OnAThread(
+        [&block]
+        {
+            block = Alloc(64);
+            std::memset(block, 3, 64);
+        });
+    AllocAndFree(64, 3000);
+    EXPECT_EQ(block[0], 3);
+    EXPECT_EQ(block[63], 3);
+    Free(block, 64);
+}
+
+} // namespace QuorvaneTest
