@@ -1,8 +1,6 @@
 // Copies of the process, made while strings are in use: by other threads, and by the handlers that a program may have run
 // around a fork. Each case is a process of its own, in which nobody has used a string before.
 #include <pthread.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <cstdio>
@@ -20,7 +18,6 @@ using namespace Quorvane;
 using namespace QuorvaneTest;
 
 constexpr int kForks = 20;
-constexpr unsigned kSecondsAllowed = 60;
 
 bool UseStrings()
 {
@@ -47,16 +44,7 @@ void UseStringsInHandler()
 // Forks once. Returns: whether both processes could go on with their strings.
 bool ForkOnce()
 {
-    const pid_t child = fork();
-    if (child == 0)
-    {
-        // The parent's alarm is not inherited.
-        alarm(kSecondsAllowed);
-        _exit(UseStrings() && g_AllWell ? 0 : 1);
-    }
-    int status = -1;
-    return child > 0 && waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0 &&
-           UseStrings() && g_AllWell;
+    return RunInCopy([] { return UseStrings() && g_AllWell ? 0 : 1; }) == 0 && UseStrings() && g_AllWell;
 }
 
 bool ForkOften()
@@ -156,26 +144,19 @@ bool AHandlerThatWaitsForBusyThreads()
     return ForkOften();
 }
 
-// The copy of a copy, and so on.
+// Whether a copy of this process, a copy of that, and so on, can use strings.
+bool CanUseStringsInCopies(int generations)
+{
+    if (generations == 0)
+        return true;
+    const auto inCopy = [generations] { return UseStrings() && CanUseStringsInCopies(generations - 1) ? 0 : 1; };
+    return RunInCopy(inCopy) == 0 && UseStrings();
+}
+
 bool CopiesOfCopies()
 {
     const CBusyThreads threads;
-    for (int generation = 0; generation < 5; ++generation)
-    {
-        const pid_t child = fork();
-        if (child != 0)
-        {
-            int status = -1;
-            const bool isWell = waitpid(child, &status, 0) == child && status == 0 && UseStrings();
-            if (generation == 0)
-                return isWell;
-            _exit(isWell ? 0 : 1);
-        }
-        alarm(kSecondsAllowed);
-        if (!UseStrings())
-            _exit(1);
-    }
-    _exit(0);
+    return CanUseStringsInCopies(5);
 }
 
 // Formatting enters the "C" locale, one thread at a time.
@@ -190,40 +171,29 @@ bool BusyFormatting()
         });
     bool isWell = true;
     for (int i = 0; i < kForks && isWell; ++i)
-    {
-        const pid_t child = fork();
-        if (child == 0)
-        {
-            alarm(kSecondsAllowed);
-            _exit(CString::Format("%s/%d", "a", 1) == "a/1" ? 0 : 1);
-        }
-        int status = -1;
-        isWell = waitpid(child, &status, 0) == child && status == 0;
-    }
+        isWell = RunInCopy([] { return CString::Format("%s/%d", "a", 1) == "a/1" ? 0 : 1; }) == 0;
     done = true;
     busy.join();
     return isWell;
 }
 
-// A case that hangs ends.
 template <bool (*Case)()>
-int InTime()
+int Answer()
 {
-    alarm(kSecondsAllowed);
     return Case() ? 0 : 1;
 }
 
 constexpr SProcessCase kCases[] = {
-    {"StringsInPrepare", &InTime<&StringsInPrepare>},
-    {"StringsInParent", &InTime<&StringsInParent>},
-    {"StringsInChild", &InTime<&StringsInChild>},
-    {"FirstStringInPrepare", &InTime<&FirstStringInPrepare>},
-    {"FirstStringInParent", &InTime<&FirstStringInParent>},
-    {"FirstStringInChild", &InTime<&FirstStringInChild>},
-    {"StringsInAllAndBusyThreads", &InTime<&StringsInAllAndBusyThreads>},
-    {"AHandlerThatWaitsForBusyThreads", &InTime<&AHandlerThatWaitsForBusyThreads>},
-    {"CopiesOfCopies", &InTime<&CopiesOfCopies>},
-    {"BusyFormatting", &InTime<&BusyFormatting>},
+    {"StringsInPrepare", &Answer<&StringsInPrepare>},
+    {"StringsInParent", &Answer<&StringsInParent>},
+    {"StringsInChild", &Answer<&StringsInChild>},
+    {"FirstStringInPrepare", &Answer<&FirstStringInPrepare>},
+    {"FirstStringInParent", &Answer<&FirstStringInParent>},
+    {"FirstStringInChild", &Answer<&FirstStringInChild>},
+    {"StringsInAllAndBusyThreads", &Answer<&StringsInAllAndBusyThreads>},
+    {"AHandlerThatWaitsForBusyThreads", &Answer<&AHandlerThatWaitsForBusyThreads>},
+    {"CopiesOfCopies", &Answer<&CopiesOfCopies>},
+    {"BusyFormatting", &Answer<&BusyFormatting>},
 };
 
 } // namespace

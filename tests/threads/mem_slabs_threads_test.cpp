@@ -3,8 +3,6 @@
 #include "kr_mem/mem_slabs.h"
 
 #include <sys/mman.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <cstring>
@@ -18,6 +16,7 @@
 #include <gtest/gtest.h>
 
 #include "own_heap.h"
+#include "process_copy.h"
 #include "thread_team.h"
 
 namespace QuorvaneTest
@@ -175,15 +174,7 @@ TEST(MemSlabsThreads, ACopyOfTheProcessCanGoOnWhoeverHeldTheHeap)
         std::memset(kept.m_Block, kept.m_Pattern, 64);
         for (int round = 0; round < 50; ++round)
         {
-            const pid_t child = fork();
-            if (child == 0)
-            {
-                alarm(60);
-                _exit(IsUsable(*heap, kept) ? 0 : 1);
-            }
-            int status = -1;
-            EXPECT_EQ(waitpid(child, &status, 0), child);
-            EXPECT_EQ(status, 0);
+            EXPECT_EQ(RunInCopy([&] { return IsUsable(*heap, kept) ? 0 : 1; }), 0);
         }
         done = true;
         first.join();

@@ -1,8 +1,5 @@
 // Figures and misuse reports of the default allocator. Whether it tracks is a matter of how the library was built, so
 // the tests ask it.
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
@@ -14,6 +11,7 @@
 #include "assert_recorder.h"
 #include "child_process.h"
 #include "kr_mem.h"
+#include "process_copy.h"
 
 namespace QuorvaneTest
 {
@@ -324,18 +322,14 @@ TEST_F(MemTracking, ACopyOfTheProcessMayAllocateWhoeverWasAllocating)
     void *const before = Alloc(300);
     for (int round = 0; round < 50; ++round)
     {
-        const pid_t child = fork();
-        if (child == 0)
+        const auto inCopy = [before]
         {
-            alarm(60);
             Free(before);
             for (int i = 0; i < 1000; ++i)
                 Free(Realloc(Alloc(100), 200));
-            _exit(0);
-        }
-        int status = -1;
-        EXPECT_EQ(waitpid(child, &status, 0), child);
-        EXPECT_EQ(status, 0);
+            return 0;
+        };
+        EXPECT_EQ(RunInCopy(inCopy), 0);
     }
     done = true;
     first.join();
