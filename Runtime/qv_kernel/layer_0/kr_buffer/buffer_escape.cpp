@@ -326,13 +326,6 @@ u32 UnescapeCounted(const char *src, std::size_t length, char *dst)
     return Terminate(dst, out);
 }
 
-// The number of characters before the terminator, among the first `maxLength`.
-std::size_t BoundedLength(const char *src, std::size_t maxLength)
-{
-    const void *terminator = std::memchr(src, 0, maxLength);
-    return terminator != nullptr ? static_cast<std::size_t>(static_cast<const char *>(terminator) - src) : maxLength;
-}
-
 } // namespace
 
 u32 SNativeStringUtils::Escape(const char *src, char *dst)
@@ -344,7 +337,7 @@ u32 SNativeStringUtils::Escape(const char *src, char *dst)
 u32 SNativeStringUtils::Escape(const char *src, char *dst, u32 maxLength)
 {
     src = Internal::Buffer::TextOrEmpty(src);
-    return dst != nullptr ? EscapeCounted(src, BoundedLength(src, maxLength), dst) : 0;
+    return dst != nullptr ? EscapeCounted(src, Internal::Buffer::LengthWithin(src, maxLength), dst) : 0;
 }
 
 u32 SNativeStringUtils::Unescape(const char *src, char *dst)
@@ -356,7 +349,7 @@ u32 SNativeStringUtils::Unescape(const char *src, char *dst)
 u32 SNativeStringUtils::Unescape(const char *src, char *dst, u32 maxLength)
 {
     src = Internal::Buffer::TextOrEmpty(src);
-    return dst != nullptr ? UnescapeCounted(src, BoundedLength(src, maxLength), dst) : 0;
+    return dst != nullptr ? UnescapeCounted(src, Internal::Buffer::LengthWithin(src, maxLength), dst) : 0;
 }
 
 } // namespace Quorvane

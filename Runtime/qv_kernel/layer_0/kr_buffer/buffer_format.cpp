@@ -14,6 +14,8 @@
 
 #include "kr_mem.h"
 
+#include "buffer_text.h"
+
 namespace Quorvane
 {
 
@@ -190,9 +192,7 @@ u64 LengthOfText(const SConversion &conversion, const char *text)
         return kRefusedLength;
     if (conversion.m_Precision == kNoPrecision)
         return QVMax<u64>(conversion.m_Width, std::strlen(text));
-    const void *const terminator = std::memchr(text, '\0', conversion.m_Precision);
-    const u64 length =
-        terminator != nullptr ? static_cast<u64>(static_cast<const char *>(terminator) - text) : conversion.m_Precision;
+    const u64 length = Internal::Buffer::LengthWithin(text, conversion.m_Precision);
     return QVMax<u64>(conversion.m_Width, length);
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstring>
 
 #include "qv_defs.h"
 
@@ -27,6 +28,14 @@ struct SCaseIgnored
 inline const char *TextOrEmpty(const char *str)
 {
     return str != nullptr ? str : "";
+}
+
+// The number of characters before the terminator, or `count` when none stands among that many. With 0 null will do.
+template <typename TCount>
+TCount LengthWithin(const char *text, TCount count)
+{
+    const void *const terminator = count != 0 ? std::memchr(text, '\0', count) : nullptr;
+    return terminator != nullptr ? static_cast<TCount>(static_cast<const char *>(terminator) - text) : count;
 }
 
 // A length for the interface, whose lengths have 32 bits: longer ones become the largest, which every string operation

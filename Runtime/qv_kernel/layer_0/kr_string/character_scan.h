@@ -97,13 +97,6 @@ QV_BUFFER_INLINE inline bool HoldsTerminator(const char *str, u32 length)
     return terminators != 0 && at + TrailingZeroBits(terminators) / SBlock::kBitsPerByte < end;
 }
 
-// The number of characters before the terminator, or `length` when none stands within that many.
-inline u32 LengthWithin(const char *str, u32 length)
-{
-    const void *terminator = length != 0 ? std::memchr(str, '\0', length) : nullptr;
-    return terminator != nullptr ? static_cast<u32>(static_cast<const char *>(terminator) - str) : length;
-}
-
 // The index of the first character of a container's text that is `character` or a terminator, or else its length. None
 // of either stands in front of `from`.
 QV_BUFFER_INLINE inline u32 FindInBlocks(const char *characters, u32 from, u32 length, char character)

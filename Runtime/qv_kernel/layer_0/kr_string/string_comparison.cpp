@@ -4,7 +4,9 @@
 #include <cstring>
 
 #include "../kr_buffer/buffer_kernels.h"
+#include "../kr_buffer/buffer_text.h"
 #include "../kr_buffer/buffer_wide.h"
+#include "../kr_buffer/character_table.h"
 #include "character_scan.h"
 #include "null_text.h"
 #include "string_sizes.h"
@@ -98,7 +100,7 @@ s32 OrderOfTexts(const char *a, u32 lengthA, const char *b, u32 lengthB)
 // The order of the first bytes of two texts, lower-cased.
 s32 OrderIgnoringCase(const u8 *a, const u8 *b, u64 count)
 {
-    const u8 *const lower = SNativeStringUtils::kr_buffer_char_lookups + 3 * 256;
+    const u8 *const lower = SNativeStringUtils::kr_buffer_char_lookups + Internal::Buffer::kLowerRow;
     for (u64 i = 0; i < count; ++i)
         if (lower[a[i]] != lower[b[i]])
             return lower[a[i]] < lower[b[i]] ? -1 : 1;
@@ -154,7 +156,7 @@ s32 OrderOfViews(const CStringView &a, const char *b)
     if (a.Data() == nullptr || b == nullptr)
         return (a.Data() != nullptr) - (b != nullptr);
     // One character more than the view has decides which one is longer; nothing behind it is looked at.
-    const u32 length = LengthWithin(b, a.Length());
+    const u32 length = Buffer::LengthWithin(b, a.Length());
     const s32 order = OrderOfTexts(a.Data(), a.Length(), b, length);
     return order == 0 && b[length] != '\0' ? -1 : order;
 }
@@ -232,7 +234,7 @@ bool CString::LessThan(const char *other, ECaseSensitivity caseSensitivity) cons
     if (QV_INTERNAL_UNLIKELY(data == nullptr))
         return LessWithoutCharacters(data, other);
     // The buffer's terminator takes part, as far as this string goes.
-    const u32 length = Internal::LengthWithin(other, Length());
+    const u32 length = Internal::Buffer::LengthWithin(other, Length());
     if (caseSensitivity == CaseSensitive)
         return std::memcmp(data, other, static_cast<std::size_t>(length) + 1) < 0;
     return OrderIgnoringCase(Bytes(data), Bytes(other), static_cast<u64>(length) + 1) < 0;

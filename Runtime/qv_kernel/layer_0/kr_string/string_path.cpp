@@ -6,6 +6,7 @@
 #include "kr_string.h"
 
 #include "../kr_buffer/buffer_kernels.h"
+#include "../kr_buffer/buffer_text.h"
 #include "character_scan.h"
 #include "container_edits.h"
 
@@ -26,7 +27,7 @@ bool _ContainsBackSlash(const char *str, u32 length)
 {
     if (length <= Internal::kShortScan && !Internal::HoldsTerminator(str, length))
         return Internal::Holds(str, length, kBackSlash);
-    const u32 textLength = Internal::LengthWithin(str, length);
+    const u32 textLength = Internal::Buffer::LengthWithin(str, length);
     return textLength != 0 && std::memchr(str, kBackSlash, textLength) != nullptr;
 }
 

@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "../kr_buffer/buffer_text.h"
 #include "character_set.h"
 
 namespace Quorvane
@@ -20,9 +21,7 @@ u32 ReadableLength(const CStringView &view)
 // The number of characters before the first terminator in the view.
 u32 LengthToTerminator(const CStringView &view)
 {
-    const u32 length = ReadableLength(view);
-    const void *terminator = length != 0 ? std::memchr(view.Data(), '\0', length) : nullptr;
-    return terminator != nullptr ? static_cast<u32>(static_cast<const char *>(terminator) - view.Data()) : length;
+    return Internal::Buffer::LengthWithin(view.Data(), ReadableLength(view));
 }
 
 bool EqualBytes(const char *a, const char *b, u32 length)
