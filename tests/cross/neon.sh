@@ -44,9 +44,9 @@ compile_all \
     "$root"/Runtime/qv_kernel/layer_0/kr_buffer/buffer_edit.cpp \
     "$root"/Runtime/qv_kernel/layer_0/kr_buffer/buffer_find.cpp \
     "$root"/Runtime/qv_kernel/layer_0/kr_buffer/buffer_marks.cpp \
-    "$root"/Runtime/qv_kernel/layer_0/kr_simd/simd_wide.cpp \
+    "$root"/Runtime/qv_kernel/layer_0/kr_simd/simd_machine.cpp \
     "$root"/tests/qv_kernel/layer_0/kr_buffer/buffer_table_test.cpp \
-    "$root"/tests/qv_kernel/layer_0/kr_buffer/buffer_blocks_test.cpp \
+    "$root"/tests/qv_kernel/layer_0/kr_simd/simd_block_test.cpp \
     "$root"/tests/qv_kernel/layer_0/kr_buffer/buffer_kernels_test.cpp \
     "$root"/tests/qv_kernel/layer_0/kr_buffer/buffer_compare_test.cpp \
     "$root"/tests/qv_kernel/layer_0/kr_buffer/buffer_edit_test.cpp \

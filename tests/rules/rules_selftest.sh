@@ -155,7 +155,7 @@ printf '__attribute__((target("lzcnt"))) int f();\n' | bites wide_extensions $so
 printf 'bool b = __builtin_cpu_supports("lzcnt");\n' | bites wide_extensions $source
 printf 'int n = _lzcnt_u32(1);\n' | bites wide_extensions $source
 printf '#define NAMES QV_SIMD_WIDE_EXTENSIONS(A, B) ",lzcnt"\n' |
-    bites wide_extensions Runtime/qv_kernel/layer_0/kr_simd/simd_wide.h
+    bites wide_extensions Runtime/qv_kernel/layer_0/kr_simd/simd_machine.h
 printf 'add_compile_options(-mlzcnt)\n' | bites wide_extensions Runtime/qv_kernel/CMakeLists.txt
 
 printf 'void g(char *);\nvoid f()\n{ char b[5000];\ng(b); }\n' | bites stack $source

@@ -6,9 +6,9 @@
 #include <gtest/gtest.h>
 
 #include "kr_buffer.h"
-#include "kr_buffer/buffer_blocks.h"
 #include "kr_buffer/buffer_kernels.h"
 #include "kr_buffer/buffer_wide.h"
+#include "kr_simd/simd_block.h"
 
 namespace QuorvaneTest
 {
@@ -157,18 +157,18 @@ private:
     }
 };
 
-using SBlockPortable = Quorvane::Internal::SBlockPortable;
+using SBlockPortable = Quorvane::Internal::Simd::SBlockPortable;
 
-#if QV_BUFFER_HAS_SSE2
-using SBlockOfMachine = Quorvane::Internal::SBlockSse2;
-#elif QV_BUFFER_HAS_NEON
-using SBlockOfMachine = Quorvane::Internal::SBlockNeon;
+#if QV_SIMD_HAS_SSE2
+using SBlockOfMachine = Quorvane::Internal::Simd::SBlockSse2;
+#elif QV_SIMD_HAS_NEON
+using SBlockOfMachine = Quorvane::Internal::Simd::SBlockNeon;
 #endif
 
 #if QV_SIMD_HAS_WIDE
 using CBlockForms = ::testing::Types<SBlockPortable, SBlockOfMachine>;
 using CHelperForms = ::testing::Types<SPublicForm, SWideForm, TFormOf<SBlockPortable>, TFormOf<SBlockOfMachine>>;
-#elif QV_BUFFER_HAS_SSE2 || QV_BUFFER_HAS_NEON
+#elif QV_SIMD_HAS_SSE2 || QV_SIMD_HAS_NEON
 using CBlockForms = ::testing::Types<SBlockPortable, SBlockOfMachine>;
 using CHelperForms = ::testing::Types<SPublicForm, TFormOf<SBlockPortable>, TFormOf<SBlockOfMachine>>;
 #else
@@ -198,17 +198,17 @@ struct TFormName<SBlockPortable>
     static constexpr const char *kName = "Portable";
 };
 
-#if QV_BUFFER_HAS_SSE2
+#if QV_SIMD_HAS_SSE2
 template <>
-struct TFormName<Quorvane::Internal::SBlockSse2>
+struct TFormName<Quorvane::Internal::Simd::SBlockSse2>
 {
     static constexpr const char *kName = "Sse2";
 };
 #endif
 
-#if QV_BUFFER_HAS_NEON
+#if QV_SIMD_HAS_NEON
 template <>
-struct TFormName<Quorvane::Internal::SBlockNeon>
+struct TFormName<Quorvane::Internal::Simd::SBlockNeon>
 {
     static constexpr const char *kName = "Neon";
 };

@@ -8,18 +8,17 @@
 
 #include "kr_buffer.h"
 
-#include "buffer_blocks.h"
+#include "../kr_simd/simd_block.h"
+#include "../kr_simd/simd_wide.h"
 
-// A walk and its steps must become one loop: as calls they would pass every block through memory. For short texts the
-// calls of the kernels themselves would be felt, too.
-#if defined(__GNUC__) || defined(__clang__)
-#define QV_BUFFER_INLINE __attribute__((always_inline))
-#else
-#define QV_BUFFER_INLINE
-#endif
+#define QV_BUFFER_INLINE QV_SIMD_INLINE
 
 namespace Quorvane::Internal
 {
+
+using Simd::HighestSetBit;
+using Simd::SBlock;
+using Simd::TrailingZeroBits;
 
 // What to look for, and which two of its characters to look for first: by index, the same one in a needle of one.
 struct SNeedle

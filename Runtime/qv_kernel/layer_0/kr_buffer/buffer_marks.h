@@ -14,7 +14,7 @@
 
 #include "qv_defs.h"
 
-#include "buffer_blocks.h"
+#include "../kr_simd/simd_block.h"
 #include "buffer_kernels.h"
 
 namespace Quorvane::Internal
@@ -69,39 +69,6 @@ inline void MarkGaps(const u64 *marks, u32 count, u64 &before, u64 *begins, u64 
     }
 }
 
-// The bytes of a mask as 16 bits, byte 0 lowest.
-
-inline u32 BitsOf(const SBlockPortable &mask)
-{
-#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
-    constexpr u64 kGather = 0x8040201008040201u;
-#else
-    constexpr u64 kGather = 0x0102040810204080u;
-#endif
-    // One bit of each byte, all moved into the top byte: no two of them meet.
-    constexpr u64 kLowBits = 0x0101010101010101u;
-    const u64 lower = ((mask.m_Words[0] & kLowBits) * kGather) >> 56;
-    const u64 upper = ((mask.m_Words[1] & kLowBits) * kGather) >> 56;
-    return static_cast<u32>(lower | upper << 8);
-}
-
-#if QV_BUFFER_HAS_SSE2
-inline u32 BitsOf(const SBlockSse2 &mask)
-{
-    return static_cast<u32>(_mm_movemask_epi8(mask.m_Bytes));
-}
-#endif
-
-#if QV_BUFFER_HAS_NEON
-inline u32 BitsOf(const SBlockNeon &mask)
-{
-    // Each byte keeps the bit of its place in its half; the sum of a half is its bits.
-    static constexpr u8 kPlaces[SBlockNeon::kBytes] = {1, 2, 4, 8, 16, 32, 64, 128, 1, 2, 4, 8, 16, 32, 64, 128};
-    const uint8x16_t placed = vandq_u8(mask.m_Bytes, vld1q_u8(kPlaces));
-    return static_cast<u32>(vaddv_u8(vget_low_u8(placed))) | static_cast<u32>(vaddv_u8(vget_high_u8(placed))) << 8;
-}
-#endif
-
 // Fills the marks from the character `from` on, a multiple of kMarksPerWord: `full(offset)` gives the mask of a whole
 // block, `last(offset, count)` that of the `count` characters that are left, if any.
 template <typename Block, typename Full, typename Last>
@@ -110,10 +77,10 @@ QV_BUFFER_INLINE inline void MarkBlocks(u64 *marks, u32 from, u32 count, const F
     u32 at = from;
     for (; count - at >= kMarksPerWord; at += kMarksPerWord)
     {
-        const u64 a = BitsOf(full(at));
-        const u64 b = BitsOf(full(at + Block::kBytes));
-        const u64 c = BitsOf(full(at + 2 * Block::kBytes));
-        const u64 d = BitsOf(full(at + 3 * Block::kBytes));
+        const u64 a = full(at).DenseBits();
+        const u64 b = full(at + Block::kBytes).DenseBits();
+        const u64 c = full(at + 2 * Block::kBytes).DenseBits();
+        const u64 d = full(at + 3 * Block::kBytes).DenseBits();
         marks[at / kMarksPerWord] = a | b << 16 | c << 32 | d << 48;
     }
     if (at == count)
@@ -121,9 +88,9 @@ QV_BUFFER_INLINE inline void MarkBlocks(u64 *marks, u32 from, u32 count, const F
     u64 word = 0;
     u32 shift = 0;
     for (; count - at >= Block::kBytes; at += Block::kBytes, shift += Block::kBytes)
-        word |= static_cast<u64>(BitsOf(full(at))) << shift;
+        word |= static_cast<u64>(full(at).DenseBits()) << shift;
     if (at != count)
-        word |= static_cast<u64>(BitsOf(last(at, count - at))) << shift;
+        word |= static_cast<u64>(last(at, count - at).DenseBits()) << shift;
     marks[(count - 1) / kMarksPerWord] = word;
 }
 

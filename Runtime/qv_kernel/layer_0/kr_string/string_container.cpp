@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <cstring>
 
-#include "../kr_buffer/buffer_blocks.h"
 #include "../kr_mem/mem_fast_path.h"
+#include "../kr_simd/simd_block.h"
 #include "kr_mem_utils.h"
 #include "kr_simd.h"
 #include "string_sizes.h"
@@ -25,7 +25,7 @@ void ZeroLastBlock(char *characters, u32 length)
 // Zeroes what stands behind the terminator's place, it included, to the end of its block.
 void ZeroTail(char *characters, u32 length)
 {
-    using Internal::SBlock;
+    using Internal::Simd::SBlock;
     char *const lastBlock = characters + Internal::LastBlockStart(length);
     (SBlock::Padded(lastBlock) & SBlock::FirstBytes(length - Internal::LastBlockStart(length))).StorePadded(lastBlock);
 }

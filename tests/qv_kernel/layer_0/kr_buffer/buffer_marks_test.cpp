@@ -210,45 +210,4 @@ TEST_P(BufferMarks, GapsAreMarkedWhereTheyBeginAndEnd)
 
 INSTANTIATE_TEST_SUITE_P(Forms, BufferMarks, testing::Bool());
 
-namespace
-{
-
-template <typename Block>
-class BufferMaskBits : public testing::Test
-{
-};
-
-struct SBlockNames
-{
-    template <typename Block>
-    static std::string GetName(int index)
-    {
-        return std::to_string(index);
-    }
-};
-
-using CBlocks = testing::Types<
-#if QV_BUFFER_HAS_SSE2
-    Internal::SBlockSse2,
-#endif
-#if QV_BUFFER_HAS_NEON
-    Internal::SBlockNeon,
-#endif
-    Internal::SBlockPortable>;
-
-TYPED_TEST_SUITE(BufferMaskBits, CBlocks, SBlockNames);
-
-} // namespace
-
-TYPED_TEST(BufferMaskBits, EachByteGivesItsBit)
-{
-    for (u32 bits = 0; bits <= 0xFFFF; ++bits)
-    {
-        u8 bytes[TypeParam::kBytes];
-        for (u32 i = 0; i < TypeParam::kBytes; ++i)
-            bytes[i] = (bits >> i & 1) != 0 ? 0xFF : 0;
-        ASSERT_EQ(Internal::BitsOf(TypeParam::Padded(bytes)), bits);
-    }
-}
-
 } // namespace QuorvaneTest

@@ -1,28 +1,37 @@
-// Private header: 32 bytes as one value, for machines that have wide instructions (simd_wide.h).
+// Private header: 32 bytes as one value, for machines that have wide instructions (simd_machine.h).
 //
-// SBlockAvx2 has the interface of the forms in buffer_blocks.h, as far as kernels use it on whole blocks. It has no
-// bounded load: the last bytes of a text belong to the blocks of its CTail, since a container's characters end with a
-// block of 16. Its members may be called from a wide region only.
+// SBlockAvx2 has the interface of the forms in simd_block.h, as far as kernels use it on whole blocks. It has no bounded
+// load: the last bytes of a text belong to the blocks of its CTail, since a container's characters end with a block of
+// 16. Its members, and the functions here, may be called from a wide region only.
+//
+// It has a look-up in tables of 16 entries besides: Repeat() makes one of a block of 16 bytes, and LookUp(indices) gives
+// for each byte the entry that the lower half of its index names, or 0 where the top bit of the index is set.
 //
 // The intrinsics in words, where they do more than those of 16 bytes on twice as many:
 //     _mm256_testz_si256            whether the conjunction of two is zero
-//     _mm256_shuffle_epi8           the 16 bytes of each half in a new order
-//     _mm256_permute4x64_epi64      the four 64-bit values in a new order
+//     _mm256_shuffle_epi8           bytes of each half of the one, chosen by the lower four bits of the other's; 0 where
+//                                   their top bit is set
+//     _mm256_extracti128_si256      the lower or the upper half
+//     _mm256_broadcastsi128_si256   16 bytes in both halves
+//     _mm256_permute2x128_si256     the halves in a new order
+//     _mm_popcnt_u64                the number of bits set
+//     _tzcnt_u64                    the number of zero bits below the lowest one that is set; 64 when none is
 #pragma once
 
-#include "buffer_blocks.h"
+#include "simd_block.h"
 
 #if QV_SIMD_HAS_WIDE
 
 QV_SIMD_WIDE_BEGIN
 
-namespace Quorvane::Internal::Wide
+namespace Quorvane::Internal::Simd::Wide
 {
 
 struct SBlockAvx2
 {
     static constexpr u32 kBytes = 32;
     static constexpr u32 kBitsPerByte = 1;
+    static constexpr bool kHasLookUp = true;
     using CTail = SBlockSse2;
 
     struct SCounter
@@ -54,6 +63,14 @@ struct SBlockAvx2
     void StorePadded(void *block) const { _mm256_storeu_si256(static_cast<__m256i *>(block), m_Bytes); }
 
     static SBlockAvx2 Fill(u8 value) { return {_mm256_set1_epi8(static_cast<char>(value))}; }
+    // The same 16 bytes in both halves.
+    static SBlockAvx2 Repeat(const CTail &bytes) { return {_mm256_broadcastsi128_si256(bytes.m_Bytes)}; }
+    // One of the halves: 0 for the lower one, 1.
+    template <int index>
+    CTail Part() const
+    {
+        return {_mm256_extracti128_si256(m_Bytes, index)};
+    }
 
     static SBlockAvx2 EqualBytes(const SBlockAvx2 &a, const SBlockAvx2 &b)
     {
@@ -68,6 +85,10 @@ struct SBlockAvx2
         const __m256i moved = _mm256_sub_epi8(m_Bytes, _mm256_set1_epi8(static_cast<char>(first - 128)));
         return {_mm256_cmpgt_epi8(_mm256_set1_epi8(static_cast<char>(last - first + 1 - 128)), moved)};
     }
+
+    SBlockAvx2 LookUp(const SBlockAvx2 &indices) const { return {_mm256_shuffle_epi8(m_Bytes, indices.m_Bytes)}; }
+    // The upper four bits of each byte, as a number.
+    SBlockAvx2 UpperHalves() const { return {_mm256_and_si256(_mm256_srli_epi16(m_Bytes, 4), _mm256_set1_epi8(0x0F))}; }
 
     SBlockAvx2 Reversed() const
     {
@@ -88,11 +109,11 @@ struct SBlockAvx2
     bool Any() const { return Bits() != 0; }
     u32 First() const { return TrailingZeroBits(Bits() | kBehindBits); }
     u64 Bits() const { return static_cast<u32>(_mm256_movemask_epi8(m_Bytes)); }
+    u64 DenseBits() const { return Bits(); }
 
 private:
     static constexpr u64 kAllBits = 0xFFFFFFFFu;
     static constexpr u64 kBehindBits = 0x100000000u;
-    static constexpr int kSwapHalves = 0x4E; // 1 0 3 2
 };
 
 // Not friends within the type: g++ leaves those out of the region.
@@ -112,8 +133,37 @@ inline SBlockAvx2 operator^(const SBlockAvx2 &a, const SBlockAvx2 &b)
     return {_mm256_xor_si256(a.m_Bytes, b.m_Bytes)};
 }
 
-} // namespace Quorvane::Internal::Wide
+using CBlock = SBlockAvx2;
 
-QV_SIMD_WIDE_END
+// The look-up in a block of 16 bytes.
+inline SBlockSse2 LookUp(const SBlockSse2 &entries, const SBlockSse2 &indices)
+{
+    return {_mm_shuffle_epi8(entries.m_Bytes, indices.m_Bytes)};
+}
+
+constexpr bool kHasBitInstructions = true;
+
+inline u32 CountBits(u64 bits)
+{
+    return static_cast<u32>(_mm_popcnt_u64(bits));
+}
+
+inline u32 LowestSetBit(u64 value)
+{
+    return static_cast<u32>(_tzcnt_u64(value));
+}
+
+} // namespace Quorvane::Internal::Simd::Wide
+
+QV_SIMD_END
+
+#else
+
+namespace Quorvane::Internal::Simd
+{
+
+namespace Wide = Narrow;
+
+} // namespace Quorvane::Internal::Simd
 
 #endif

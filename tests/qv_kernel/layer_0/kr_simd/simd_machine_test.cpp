@@ -1,5 +1,5 @@
 // Wide instructions: asked for at run time, and compiled only between the two marks.
-#include "kr_simd/simd_wide.h"
+#include "kr_simd/simd_machine.h"
 
 #include <gtest/gtest.h>
 
@@ -36,34 +36,34 @@ u32 Sum(const std::vector<u32> &values)
 
 } // namespace Wide
 
-QV_SIMD_WIDE_END
+QV_SIMD_END
 
-TEST(SimdWide, RegionCompilesWideCodeInTemplatesAndLambdas)
+TEST(SimdMachine, RegionCompilesWideCodeInTemplatesAndLambdas)
 {
-    if (!Internal::HasWideInstructions())
+    if (!Internal::Simd::HasWideInstructions())
         GTEST_SKIP() << "this machine has no wide instructions";
     std::vector<u32> values(64);
     std::iota(values.begin(), values.end(), 1u);
     EXPECT_EQ(Wide::Sum(values), 64u * 65u / 2u);
 }
 
-TEST(SimdWide, AnswerIsThatOfTheCompilersQuestions)
+TEST(SimdMachine, AnswerIsThatOfTheCompilersQuestions)
 {
     __builtin_cpu_init();
-    EXPECT_EQ(Internal::AllowWideInstructions(true), __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") &&
-                                                         __builtin_cpu_supports("bmi2") &&
-                                                         __builtin_cpu_supports("popcnt"));
+    EXPECT_EQ(Internal::Simd::AllowWideInstructions(true),
+              __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2") &&
+                  __builtin_cpu_supports("popcnt"));
 }
 
 #endif
 
-TEST(SimdWide, CanBeDeniedAndAllowedAgain)
+TEST(SimdMachine, CanBeDeniedAndAllowedAgain)
 {
-    const bool present = Internal::AllowWideInstructions(true);
-    EXPECT_FALSE(Internal::AllowWideInstructions(false));
-    EXPECT_FALSE(Internal::HasWideInstructions());
-    EXPECT_EQ(Internal::AllowWideInstructions(true), present);
-    EXPECT_EQ(Internal::HasWideInstructions(), present);
+    const bool present = Internal::Simd::AllowWideInstructions(true);
+    EXPECT_FALSE(Internal::Simd::AllowWideInstructions(false));
+    EXPECT_FALSE(Internal::Simd::HasWideInstructions());
+    EXPECT_EQ(Internal::Simd::AllowWideInstructions(true), present);
+    EXPECT_EQ(Internal::Simd::HasWideInstructions(), present);
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 // Finds out once what the machine has.
-#include "simd_wide.h"
+#include "simd_machine.h"
 
-namespace Quorvane::Internal
+namespace Quorvane::Internal::Simd
 {
 
 #if QV_SIMD_HAS_WIDE
@@ -10,14 +10,8 @@ QV_INTERNAL_CONSTINIT std::atomic<u8> g_WideInstructions = {WideInstructions_Unk
 
 bool DetectWideInstructions()
 {
-    // The compiler's questions cover the system's share, too: whether it keeps the wide registers of a thread. They may
-    // come before the constructor that prepares them has run.
     __builtin_cpu_init();
-#define QV_SIMD_ASK(name) __builtin_cpu_supports(name)
-#define QV_SIMD_ASK_FURTHER(name) &&__builtin_cpu_supports(name)
-    const bool present = QV_SIMD_WIDE_EXTENSIONS(QV_SIMD_ASK, QV_SIMD_ASK_FURTHER);
-#undef QV_SIMD_ASK_FURTHER
-#undef QV_SIMD_ASK
+    const bool present = QV_SIMD_MACHINE_HAS(QV_SIMD_WIDE_EXTENSIONS);
     g_WideInstructions.store(present ? WideInstructions_Present : WideInstructions_Missing, std::memory_order_relaxed);
     return present;
 }
@@ -39,4 +33,4 @@ bool AllowWideInstructions(bool)
 
 #endif
 
-} // namespace Quorvane::Internal
+} // namespace Quorvane::Internal::Simd

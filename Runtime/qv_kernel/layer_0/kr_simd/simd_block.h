@@ -15,10 +15,12 @@
 //
 // A mask is a block whose bytes are 0xFF where something holds and 0 where it does not. Byte 0 is the one at the lowest
 // address, on machines of either byte order. Bits() gives a mask as an integer with one bit for each byte, byte i at bit
-// i * kBitsPerByte.
+// i * kBitsPerByte, as is cheapest to get; DenseBits() has byte i at bit i in every form, so that the bits of several
+// blocks can be put together.
 //
 // Kernels finish a text with blocks of the type CTail, which is no wider than a container's own blocks: here each form
-// itself. buffer_blocks_wide.h has the form of 32 bytes.
+// itself. simd_block_wide.h has the form of 32 bytes, simd_block_widest.h that of 64. What needs a table look-up within
+// a block asks for kHasLookUp, which none of the forms here has.
 //
 // To run the NEON form's tests on another machine, with a cross compiler and an emulator of programs: see
 // tests/cross/neon.sh.
@@ -43,7 +45,8 @@
 //                               vshrn_n_u16         each 16-bit value shifted right, its low 8 bits kept: shifted by 4,
 //                                                   a mask becomes 64 bits with 4 for each byte, byte 0 lowest
 //     _mm_sad_epu8                                  sum of the differences of each 8 bytes: against zero, their sum
-//                               vaddvq_u8           sum of all 16, as one byte
+//                               vaddvq_u8           sum of all 16, as one byte; vaddv_u8 of 8
+//                               vget_low_u8, ...    the lower, the upper half
 //                               vshrq_n_u8          each shifted right
 //     _mm_add_epi64                                 sums of the two 64-bit halves
 //     _mm_unpackhi_epi64                            the upper half of one, below that of the other
@@ -60,57 +63,33 @@
 
 #include "qv_defs.h"
 
-#include "../kr_simd/simd_wide.h"
+#include "simd_machine.h"
+#include "simd_words.h"
 
 #if defined(__SSE2__) || defined(_M_X64) || (defined(_M_IX86_FP) && _M_IX86_FP >= 2)
-#define QV_BUFFER_HAS_SSE2 1
+#define QV_SIMD_HAS_SSE2 1
 #include <emmintrin.h>
 #else
-#define QV_BUFFER_HAS_SSE2 0
+#define QV_SIMD_HAS_SSE2 0
 #endif
 
 // 32-bit Arm lacks the sums across a value, and on big-endian machines byte 0 is not the lowest: both are portable.
 #if (defined(__aarch64__) && !defined(__AARCH64EB__)) || defined(_M_ARM64)
-#define QV_BUFFER_HAS_NEON 1
+#define QV_SIMD_HAS_NEON 1
 #include <arm_neon.h>
 #else
-#define QV_BUFFER_HAS_NEON 0
+#define QV_SIMD_HAS_NEON 0
 #endif
 
-namespace Quorvane::Internal
+namespace Quorvane::Internal::Simd
 {
-
-// The number of zero bits below the lowest one that is set. Requires: a value other than 0.
-inline u32 TrailingZeroBits(u64 value)
-{
-#if defined(_MSC_VER) && !defined(__clang__)
-    u32 count = 0;
-    while ((value >> count & 1) == 0)
-        ++count;
-    return count;
-#else
-    return static_cast<u32>(__builtin_ctzll(value));
-#endif
-}
-
-// The index of the highest bit that is set. Requires: a value other than 0.
-inline u32 HighestSetBit(u64 value)
-{
-#if defined(_MSC_VER) && !defined(__clang__)
-    u32 index = 63;
-    while ((value >> index & 1) == 0)
-        --index;
-    return index;
-#else
-    return 63 - static_cast<u32>(__builtin_clzll(value));
-#endif
-}
 
 // The portable form: two words, whose bytes are worked side by side so that no carry passes from one to the next.
 struct QV_INTERNAL_HIDDEN SBlockPortable
 {
     static constexpr u32 kBytes = 16;
     static constexpr u32 kBitsPerByte = 1;
+    static constexpr bool kHasLookUp = false;
     using CTail = SBlockPortable;
 
     // Counts the bytes that masks mark.
@@ -213,23 +192,28 @@ struct QV_INTERNAL_HIDDEN SBlockPortable
     // For masks: whether any byte is marked, and the index of the first one that is, or kBytes.
     bool Any() const { return (m_Words[0] | m_Words[1]) != 0; }
     u32 First() const { return _FirstNonZero(); }
-    u64 Bits() const
-    {
-        u8 bytes[kBytes];
-        StorePadded(bytes);
-        u64 bits = 0;
-        for (u32 i = 0; i < kBytes; ++i)
-            bits |= static_cast<u64>(bytes[i] & 1) << i;
-        return bits;
-    }
+    u64 Bits() const { return _Gather(m_Words[0]) | _Gather(m_Words[1]) << 8; }
+    u64 DenseBits() const { return Bits(); }
 
 private:
-    static constexpr u64 kLowBits = 0x0101010101010101u;
-    static constexpr u64 kHighBits = 0x80 * kLowBits;
     static constexpr u64 kAllButHighBits = 0x7F * kLowBits;
 
+    // One bit of each byte, byte 0 lowest: all are moved into the top byte, and no two of them meet.
+    static u64 _Gather(u64 word)
+    {
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+        constexpr u64 kGather = 0x8040201008040201u;
+#else
+        constexpr u64 kGather = 0x0102040810204080u;
+#endif
+        return ((word & kLowBits) * kGather) >> 56;
+    }
+
     // The high bit of each byte spread over the byte.
-    static u64 _Spread(u64 highBits) { return (highBits >> 7) * 0xFF; }
+    static u64 _Spread(u64 highBits)
+    {
+        return (highBits >> 7) * 0xFF;
+    }
 
     static u64 _EqualBytes(u64 a, u64 b)
     {
@@ -266,13 +250,14 @@ private:
     }
 };
 
-#if QV_BUFFER_HAS_SSE2
+#if QV_SIMD_HAS_SSE2
 
 // The form of x86 machines. Its members mean what those of SBlockPortable do.
 struct SBlockSse2
 {
     static constexpr u32 kBytes = 16;
     static constexpr u32 kBitsPerByte = 1;
+    static constexpr bool kHasLookUp = false;
     using CTail = SBlockSse2;
 
     struct SCounter
@@ -362,6 +347,7 @@ struct SBlockSse2
     bool Any() const { return _TopBits() != 0; }
     u32 First() const { return TrailingZeroBits(_TopBits() | kBehindTopBits); }
     u64 Bits() const { return _TopBits(); }
+    u64 DenseBits() const { return _TopBits(); }
 
 private:
     static constexpr u32 kAllTopBits = 0xFFFF;
@@ -372,15 +358,16 @@ private:
     u32 _TopBits() const { return static_cast<u32>(_mm_movemask_epi8(m_Bytes)); }
 };
 
-#endif // QV_BUFFER_HAS_SSE2
+#endif // QV_SIMD_HAS_SSE2
 
-#if QV_BUFFER_HAS_NEON
+#if QV_SIMD_HAS_NEON
 
 // The form of 64-bit Arm machines. Its members mean what those of SBlockPortable do.
 struct SBlockNeon
 {
     static constexpr u32 kBytes = 16;
     static constexpr u32 kBitsPerByte = 4;
+    static constexpr bool kHasLookUp = false;
     using CTail = SBlockNeon;
 
     struct SCounter
@@ -444,6 +431,13 @@ struct SBlockNeon
     bool Any() const { return _Nibbles() != 0; }
     u32 First() const { return _FirstNibble(_Nibbles()); }
     u64 Bits() const { return _Nibbles() & 0x1111111111111111u; }
+    u64 DenseBits() const
+    {
+        // Each byte keeps the bit of its place in its half; the sum of a half is its bits.
+        static constexpr u8 kPlaces[kBytes] = {1, 2, 4, 8, 16, 32, 64, 128, 1, 2, 4, 8, 16, 32, 64, 128};
+        const uint8x16_t placed = vandq_u8(m_Bytes, vld1q_u8(kPlaces));
+        return static_cast<u64>(vaddv_u8(vget_low_u8(placed))) | static_cast<u64>(vaddv_u8(vget_high_u8(placed))) << 8;
+    }
 
 private:
     // A mask with 4 bits for each byte.
@@ -454,14 +448,33 @@ private:
     static u32 _FirstNibble(u64 nibbles) { return nibbles == 0 ? kBytes : TrailingZeroBits(nibbles) / 4; }
 };
 
-#endif // QV_BUFFER_HAS_NEON
+#endif // QV_SIMD_HAS_NEON
 
-#if QV_BUFFER_HAS_SSE2 && QV_SIMD_LEVEL >= 1
+#if QV_SIMD_HAS_SSE2 && QV_SIMD_LEVEL >= 1
 using SBlock = SBlockSse2;
-#elif QV_BUFFER_HAS_NEON && QV_SIMD_LEVEL >= 1
+#elif QV_SIMD_HAS_NEON && QV_SIMD_LEVEL >= 1
 using SBlock = SBlockNeon;
 #else
 using SBlock = SBlockPortable;
 #endif
 
-} // namespace Quorvane::Internal
+// What the narrow form's kernels are written over (simd_each_form.inc).
+namespace Narrow
+{
+
+using CBlock = SBlock;
+
+// Whether the machine has instructions for the functions that follow, which the wide forms have, too.
+constexpr bool kHasBitInstructions = false;
+
+using Simd::CountBits;
+
+// The index of the lowest bit that is set; 64 when none is.
+inline u32 LowestSetBit(u64 value)
+{
+    return value != 0 ? TrailingZeroBits(value) : 64;
+}
+
+} // namespace Narrow
+
+} // namespace Quorvane::Internal::Simd

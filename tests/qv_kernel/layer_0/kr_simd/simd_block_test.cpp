@@ -1,5 +1,5 @@
 // The block type: each operation of each form that this machine has, byte by byte.
-#include "kr_buffer/buffer_blocks.h"
+#include "kr_simd/simd_block.h"
 
 #include <array>
 #include <cstring>
@@ -56,15 +56,15 @@ SBytes MaskOf(u32 marked)
 }
 
 template <typename Block>
-class BufferBlocks : public ::testing::Test
+class SimdBlock : public ::testing::Test
 {
 };
 
-TYPED_TEST_SUITE(BufferBlocks, CBlockForms, SFormNames);
+TYPED_TEST_SUITE(SimdBlock, CBlockForms, SFormNames);
 
 } // namespace
 
-TYPED_TEST(BufferBlocks, PaddedLoadsAndStoresAWholeBlock)
+TYPED_TEST(SimdBlock, PaddedLoadsAndStoresAWholeBlock)
 {
     alignas(16) char source[16];
     std::memcpy(source, "0123456789abcdef", 16);
@@ -74,7 +74,7 @@ TYPED_TEST(BufferBlocks, PaddedLoadsAndStoresAWholeBlock)
     EXPECT_EQ(std::string(target, 48), "................0123456789abcdef................");
 }
 
-TYPED_TEST(BufferBlocks, PaddedToleratesMisalignedBlocks)
+TYPED_TEST(SimdBlock, PaddedToleratesMisalignedBlocks)
 {
     alignas(16) char bytes[48];
     for (u32 offset = 0; offset < 16; ++offset)
@@ -86,7 +86,7 @@ TYPED_TEST(BufferBlocks, PaddedToleratesMisalignedBlocks)
     }
 }
 
-TYPED_TEST(BufferBlocks, PaddedReadsNothingAroundTheBlock)
+TYPED_TEST(SimdBlock, PaddedReadsNothingAroundTheBlock)
 {
     const CGuardedPage page;
     const SBytes garbage = BytesOf(TypeParam::Fill(0xCD));
@@ -94,7 +94,7 @@ TYPED_TEST(BufferBlocks, PaddedReadsNothingAroundTheBlock)
     EXPECT_EQ(BytesOf(TypeParam::Padded(page.Begin())), garbage);
 }
 
-TYPED_TEST(BufferBlocks, BoundedLoadsTheCountAndZeros)
+TYPED_TEST(SimdBlock, BoundedLoadsTheCountAndZeros)
 {
     const char text[] = "0123456789abcdefghijklmnopqrstuvwxyz";
     for (u32 offset = 0; offset < 16; ++offset)
@@ -108,7 +108,7 @@ TYPED_TEST(BufferBlocks, BoundedLoadsTheCountAndZeros)
     }
 }
 
-TYPED_TEST(BufferBlocks, BoundedReadsNothingAroundTheBytes)
+TYPED_TEST(SimdBlock, BoundedReadsNothingAroundTheBytes)
 {
     const CGuardedPage page;
     for (u32 offset = 0; offset < 16; ++offset)
@@ -124,13 +124,13 @@ TYPED_TEST(BufferBlocks, BoundedReadsNothingAroundTheBytes)
     }
 }
 
-TYPED_TEST(BufferBlocks, BoundedOfNothingAcceptsNull)
+TYPED_TEST(SimdBlock, BoundedOfNothingAcceptsNull)
 {
     EXPECT_EQ(BytesOf(TypeParam::Bounded(nullptr, 0)), SBytes());
     TypeParam::Fill('x').StoreBounded(nullptr, 0);
 }
 
-TYPED_TEST(BufferBlocks, StoreBoundedWritesTheCountAndNoMore)
+TYPED_TEST(SimdBlock, StoreBoundedWritesTheCountAndNoMore)
 {
     const TypeParam block = BlockOf<TypeParam>(Ramp(0x81, 7));
     const SBytes bytes = Ramp(0x81, 7);
@@ -149,7 +149,7 @@ TYPED_TEST(BufferBlocks, StoreBoundedWritesTheCountAndNoMore)
     }
 }
 
-TYPED_TEST(BufferBlocks, StoreBoundedTouchesNothingAroundTheBytes)
+TYPED_TEST(SimdBlock, StoreBoundedTouchesNothingAroundTheBytes)
 {
     const CGuardedPage page;
     for (u32 count = 0; count <= 16; ++count)
@@ -161,19 +161,19 @@ TYPED_TEST(BufferBlocks, StoreBoundedTouchesNothingAroundTheBytes)
     }
 }
 
-TYPED_TEST(BufferBlocks, FillGivesOneValueToEveryByte)
+TYPED_TEST(SimdBlock, FillGivesOneValueToEveryByte)
 {
     for (u32 value = 0; value < 256; ++value)
         EXPECT_EQ(BytesOf(TypeParam::Fill(static_cast<u8>(value))), Ramp(value, 0));
 }
 
-TYPED_TEST(BufferBlocks, FirstBytesIsTheMaskOfTheCount)
+TYPED_TEST(SimdBlock, FirstBytesIsTheMaskOfTheCount)
 {
     for (u32 count = 0; count <= 16; ++count)
         EXPECT_EQ(BytesOf(TypeParam::FirstBytes(count)), MaskOf((1u << count) - 1)) << count;
 }
 
-TYPED_TEST(BufferBlocks, EqualBytesMarksEveryPairOfEqualValues)
+TYPED_TEST(SimdBlock, EqualBytesMarksEveryPairOfEqualValues)
 {
     for (u32 a = 0; a < 256; ++a)
     {
@@ -186,7 +186,7 @@ TYPED_TEST(BufferBlocks, EqualBytesMarksEveryPairOfEqualValues)
     }
 }
 
-TYPED_TEST(BufferBlocks, LesserBytesTakesTheLesserOfEveryPairOfValues)
+TYPED_TEST(SimdBlock, LesserBytesTakesTheLesserOfEveryPairOfValues)
 {
     for (u32 a = 0; a < 256; ++a)
     {
@@ -201,7 +201,7 @@ TYPED_TEST(BufferBlocks, LesserBytesTakesTheLesserOfEveryPairOfValues)
     }
 }
 
-TYPED_TEST(BufferBlocks, EqualBytesMarksOneByteWithoutItsNeighbours)
+TYPED_TEST(SimdBlock, EqualBytesMarksOneByteWithoutItsNeighbours)
 {
     // Every value against 0 between every pair of neighbours, in every place.
     for (const u8 left : kEdges)
@@ -226,7 +226,7 @@ TYPED_TEST(BufferBlocks, EqualBytesMarksOneByteWithoutItsNeighbours)
     }
 }
 
-TYPED_TEST(BufferBlocks, BetweenAsciiMarksTheRangeAlone)
+TYPED_TEST(SimdBlock, BetweenAsciiMarksTheRangeAlone)
 {
     const char ranges[][2] = {{'A', 'Z'},   {'a', 'z'},     {'0', '9'},   {'m', 'm'},
                               {'\0', '\0'}, {'\0', '\x7F'}, {'~', '\x7F'}};
@@ -246,7 +246,7 @@ TYPED_TEST(BufferBlocks, BetweenAsciiMarksTheRangeAlone)
     }
 }
 
-TYPED_TEST(BufferBlocks, BitOperationsWorkBitByBit)
+TYPED_TEST(SimdBlock, BitOperationsWorkBitByBit)
 {
     const SBytes a = Ramp(0x0F, 0x1D);
     const SBytes b = Ramp(0xF1, 0x35);
@@ -262,14 +262,14 @@ TYPED_TEST(BufferBlocks, BitOperationsWorkBitByBit)
     EXPECT_EQ(BytesOf(BlockOf<TypeParam>(a) ^ BlockOf<TypeParam>(b)), exclusive);
 }
 
-TYPED_TEST(BufferBlocks, ReversedPutsTheLastByteFirst)
+TYPED_TEST(SimdBlock, ReversedPutsTheLastByteFirst)
 {
     const SBytes bytes = {'0', '1', '2', '3', '4', '5', '6', '7', '8', '9', 'a', 'b', 'c', 'd', 'e', 0xFF};
     const SBytes reversed = {0xFF, 'e', 'd', 'c', 'b', 'a', '9', '8', '7', '6', '5', '4', '3', '2', '1', '0'};
     EXPECT_EQ(BytesOf(BlockOf<TypeParam>(bytes).Reversed()), reversed);
 }
 
-TYPED_TEST(BufferBlocks, SameAndFirstDifferenceSeeOneBitInAnyPlace)
+TYPED_TEST(SimdBlock, SameAndFirstDifferenceSeeOneBitInAnyPlace)
 {
     const SBytes bytes = Ramp(0x70, 5);
     const TypeParam block = BlockOf<TypeParam>(bytes);
@@ -284,7 +284,7 @@ TYPED_TEST(BufferBlocks, SameAndFirstDifferenceSeeOneBitInAnyPlace)
     }
 }
 
-TYPED_TEST(BufferBlocks, FirstDifferenceIsTheFirstOfSeveral)
+TYPED_TEST(SimdBlock, FirstDifferenceIsTheFirstOfSeveral)
 {
     for (u32 first = 0; first < 16; ++first)
     {
@@ -298,7 +298,7 @@ TYPED_TEST(BufferBlocks, FirstDifferenceIsTheFirstOfSeveral)
     }
 }
 
-TYPED_TEST(BufferBlocks, MasksTellWhetherWhereAndHowMany)
+TYPED_TEST(SimdBlock, MasksTellWhetherWhereAndHowMany)
 {
     for (u32 marked = 0; marked < 0x10000; ++marked)
     {
@@ -317,11 +317,12 @@ TYPED_TEST(BufferBlocks, MasksTellWhetherWhereAndHowMany)
         for (u32 i = 0; i < 16; ++i)
             bits |= u64(marked >> i & 1) << i * TypeParam::kBitsPerByte;
         ASSERT_EQ(mask.Bits(), bits) << marked;
+        ASSERT_EQ(mask.DenseBits(), marked) << marked;
         ASSERT_EQ(counter.Total(), count) << marked;
     }
 }
 
-TYPED_TEST(BufferBlocks, CountersDoNotWrapAroundByteByByte)
+TYPED_TEST(SimdBlock, CountersDoNotWrapAroundByteByByte)
 {
     typename TypeParam::SCounter counter;
     EXPECT_EQ(counter.Total(), 0u);
@@ -330,24 +331,15 @@ TYPED_TEST(BufferBlocks, CountersDoNotWrapAroundByteByByte)
     EXPECT_EQ(counter.Total(), 1120000u);
 }
 
-TEST(BufferBlocks, TheMachinesOwnFormIsTheLibrarys)
+TEST(SimdBlock, TheMachinesOwnFormIsTheLibrarys)
 {
 #if QV_SIMD_LEVEL == 0
-    EXPECT_TRUE((std::is_same<Internal::SBlock, Internal::SBlockPortable>::value));
+    EXPECT_TRUE((std::is_same<Internal::Simd::SBlock, Internal::Simd::SBlockPortable>::value));
 #elif defined(__SSE2__)
-    EXPECT_TRUE((std::is_same<Internal::SBlock, Internal::SBlockSse2>::value));
+    EXPECT_TRUE((std::is_same<Internal::Simd::SBlock, Internal::Simd::SBlockSse2>::value));
 #elif defined(__aarch64__) && defined(__AARCH64EL__)
-    EXPECT_TRUE((std::is_same<Internal::SBlock, Internal::SBlockNeon>::value));
+    EXPECT_TRUE((std::is_same<Internal::Simd::SBlock, Internal::Simd::SBlockNeon>::value));
 #else
-    EXPECT_TRUE((std::is_same<Internal::SBlock, Internal::SBlockPortable>::value));
+    EXPECT_TRUE((std::is_same<Internal::Simd::SBlock, Internal::Simd::SBlockPortable>::value));
 #endif
-}
-
-TEST(BufferBlocks, TrailingZeroBitsCountsToTheLowestBit)
-{
-    for (u32 bit = 0; bit < 64; ++bit)
-    {
-        EXPECT_EQ(Internal::TrailingZeroBits(u64(1) << bit), bit);
-        EXPECT_EQ(Internal::TrailingZeroBits(~u64(0) << bit), bit);
-    }
 }
