@@ -1,0 +1,145 @@
+// Private header: 64 bytes as one value, for machines that have the widest instructions (simd_machine.h).
+//
+// SBlockAvx512 has the interface of SBlockAvx2 (simd_block_wide.h), with blocks of 16 bytes for the end of a text as
+// there. No operation uses it: kernels are compiled and tested in it, so that it can be measured on machines that have
+// it, and until it has proven itself for an operation there, the wide form is taken. Its members may be called from a
+// widest region only.
+//
+// The intrinsics in words, where they do more than those of 32 bytes on twice as many:
+//     _mm512_cmp..._epi8_mask        what holds for each byte, as one bit for each, byte 0 lowest
+//     _mm512_movm_epi8               such bits as a mask of bytes
+//     _mm512_movepi8_mask            the top bit of each byte, as one bit for each
+//     _mm512_reduce_add_epi64        the sum of the eight 64-bit values
+//     _mm512_shuffle_i64x2           the four quarters in a new order
+//     _mm512_broadcast_i32x4         16 bytes in each quarter
+//     _mm512_extracti32x4_epi32      one of the quarters
+#pragma once
+
+#include "simd_block_wide.h"
+
+#if QV_SIMD_HAS_WIDEST
+
+QV_SIMD_WIDEST_BEGIN
+
+namespace Quorvane::Internal::Simd::Widest
+{
+
+struct SBlockAvx512
+{
+    static constexpr u32 kBytes = 64;
+    static constexpr u32 kBitsPerByte = 1;
+    static constexpr bool kHasLookUp = true;
+    using CTail = SBlockSse2;
+
+    struct SCounter
+    {
+        __m512i m_Sums;
+        SBlockSse2::SCounter m_Tail;
+
+        SCounter() : m_Sums(_mm512_setzero_si512()) {}
+
+        void Add(const SBlockAvx512 &mask)
+        {
+            const __m512i zero = _mm512_setzero_si512();
+            m_Sums = _mm512_add_epi64(m_Sums, _mm512_sad_epu8(_mm512_sub_epi8(zero, mask.m_Bytes), zero));
+        }
+        void Add(const SBlockSse2 &mask) { m_Tail.Add(mask); }
+        u32 Total() const { return static_cast<u32>(_mm512_reduce_add_epi64(m_Sums)) + m_Tail.Total(); }
+    };
+
+    __m512i m_Bytes;
+
+    static SBlockAvx512 Padded(const void *block) { return {_mm512_loadu_si512(block)}; }
+    void StorePadded(void *block) const { _mm512_storeu_si512(block, m_Bytes); }
+
+    static SBlockAvx512 Fill(u8 value) { return {_mm512_set1_epi8(static_cast<char>(value))}; }
+    static SBlockAvx512 Repeat(const CTail &bytes) { return {_mm512_broadcast_i32x4(bytes.m_Bytes)}; }
+    template <int index>
+    CTail Part() const
+    {
+        return {_mm512_extracti32x4_epi32(m_Bytes, index)};
+    }
+
+    static SBlockAvx512 EqualBytes(const SBlockAvx512 &a, const SBlockAvx512 &b)
+    {
+        return {_mm512_movm_epi8(_mm512_cmpeq_epi8_mask(a.m_Bytes, b.m_Bytes))};
+    }
+    static SBlockAvx512 LesserBytes(const SBlockAvx512 &a, const SBlockAvx512 &b)
+    {
+        return {_mm512_min_epu8(a.m_Bytes, b.m_Bytes)};
+    }
+    SBlockAvx512 BetweenAscii(char first, char last) const
+    {
+        // What lies below the range wraps to far above it.
+        const __m512i moved = _mm512_sub_epi8(m_Bytes, _mm512_set1_epi8(first));
+        return {_mm512_movm_epi8(_mm512_cmple_epu8_mask(moved, _mm512_set1_epi8(static_cast<char>(last - first))))};
+    }
+
+    SBlockAvx512 LookUp(const SBlockAvx512 &indices) const { return {_mm512_shuffle_epi8(m_Bytes, indices.m_Bytes)}; }
+    SBlockAvx512 UpperHalves() const
+    {
+        return {_mm512_and_si512(_mm512_srli_epi16(m_Bytes, 4), _mm512_set1_epi8(0x0F))};
+    }
+
+    SBlockAvx512 Reversed() const
+    {
+        const __m512i backwards = _mm512_broadcast_i32x4(
+            _mm_setr_epi8(0xF, 0xE, 0xD, 0xC, 0xB, 0xA, 0x9, 0x8, 0x7, 0x6, 0x5, 0x4, 0x3, 0x2, 0x1, 0x0));
+        return {_mm512_shuffle_epi8(_mm512_shuffle_i64x2(m_Bytes, m_Bytes, kQuartersBackwards), backwards)};
+    }
+
+    static bool Same(const SBlockAvx512 &a, const SBlockAvx512 &b) { return _Differences(a, b) == 0; }
+    static u32 FirstDifference(const SBlockAvx512 &a, const SBlockAvx512 &b)
+    {
+        return Wide::LowestSetBit(_Differences(a, b));
+    }
+    bool Any() const { return Bits() != 0; }
+    u32 First() const { return Wide::LowestSetBit(Bits()); }
+    u64 Bits() const { return _mm512_movepi8_mask(m_Bytes); }
+    u64 DenseBits() const { return Bits(); }
+
+private:
+    static constexpr int kQuartersBackwards = 0x1B; // 3 2 1 0
+
+    static u64 _Differences(const SBlockAvx512 &a, const SBlockAvx512 &b)
+    {
+        return _mm512_cmpneq_epi8_mask(a.m_Bytes, b.m_Bytes);
+    }
+};
+
+inline SBlockAvx512 operator&(const SBlockAvx512 &a, const SBlockAvx512 &b)
+{
+    return {_mm512_and_si512(a.m_Bytes, b.m_Bytes)};
+}
+
+inline SBlockAvx512 operator|(const SBlockAvx512 &a, const SBlockAvx512 &b)
+{
+    return {_mm512_or_si512(a.m_Bytes, b.m_Bytes)};
+}
+
+inline SBlockAvx512 operator^(const SBlockAvx512 &a, const SBlockAvx512 &b)
+{
+    return {_mm512_xor_si512(a.m_Bytes, b.m_Bytes)};
+}
+
+using CBlock = SBlockAvx512;
+
+using Wide::CountBits;
+using Wide::kHasBitInstructions;
+using Wide::LookUp;
+using Wide::LowestSetBit;
+
+} // namespace Quorvane::Internal::Simd::Widest
+
+QV_SIMD_END
+
+#else
+
+namespace Quorvane::Internal::Simd
+{
+
+namespace Widest = Wide;
+
+} // namespace Quorvane::Internal::Simd
+
+#endif
