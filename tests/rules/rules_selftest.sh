@@ -133,6 +133,7 @@ printf '#include "../kr_string/string_private.h"\n' | bites layering Runtime/qv_
 printf '#include "kr_unknown.h"\n' | bites layering $source
 printf '#pragma once\n' | bites layering Runtime/include/qv_unranked.h
 printf '#include "kr_mem.h"\n' | bites layering Runtime/qv_kernel/layer_0/kr_unranked/a.cpp
+printf '#include "kr_string.h"\n' | bites layering Runtime/qv_kernel/layer_0/kr_fuzzy/a.cpp
 
 # shellcheck disable=SC2016
 printf '| `kr_string.h` | no row for anything else |\n' | bites map docs/architecture.md

@@ -52,7 +52,7 @@ function is_report(name)
 
 function bound_of(name)
 {
-    if (name ~ /CString::FuzzyMatchList/)
+    if (name ~ /CString::FuzzyMatchList|Internal::Fuzzy::/)
         return 8192
     if (name ~ /CString::FuzzyMatch\(/)
         return 12288

@@ -75,7 +75,7 @@ for candidate in clang++ clang++-14 clang++-15 clang++-16 clang++-17 clang++-18 
         "$candidate" -std=c++17 -O2 -DNDEBUG -fno-exceptions -fstack-usage \
             "-I$root/Runtime/include" "-I$root/Runtime/qv_kernel/include" -c "$root/$source" -o clang.o 2>errors ||
             breach "$source: does not compile: $(grep -m 1 error errors)"
-        awk -F '\t' '$2 > ($1 ~ /Weigh|AdvanceWide/ ? 8192 : 4096) && $1 !~ /ReportFromStack/ {
+        awk -F '\t' '$2 > ($1 ~ /Weigh|AdvanceStrips/ ? 8192 : 4096) && $1 !~ /ReportFromStack/ {
             print "clang++: a frame of " $2 " bytes: " $1 }' clang.su >>"$breaches"
     done <sources
     break

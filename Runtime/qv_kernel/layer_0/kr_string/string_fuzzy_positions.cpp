@@ -1,111 +1,15 @@
-// Fuzzy matching, which characters match: a best alignment of two strings, walked back from its end.
-//
-// The recurrence of fuzzy_distance.h is computed cell by cell, and the step that led to each cell is kept in two bits.
+// Fuzzy matching, which characters match.
 #include "kr_string.h"
 
 #include <algorithm>
-#include <cstring>
 
-#include "../kr_mem/mem_raw_block.h"
+#include "../kr_fuzzy/fuzzy_alignment.h"
 
 namespace Quorvane
 {
 
-namespace
-{
-
-// How a cell was reached.
-enum EStep : u8
-{
-    Step_Match,      // both characters, which are equal
-    Step_Substitute, // both characters, which differ
-    Step_SkipColumn,
-    Step_SkipRow,
-};
-
-// The steps of all cells, four to a byte, and one row of distances, in one block.
-class CAlignment
-{
-public:
-    CAlignment(const CStringView &rows, const CStringView &columns)
-        : m_Rows(rows),
-          m_Columns(columns),
-          m_Cells(static_cast<u64>(rows.Length()) * columns.Length()),
-          m_Block(_RowBytes() + m_Cells / 4 + 1, alignof(u32))
-    {
-    }
-
-    // False when memory was refused.
-    bool IsReady() const { return m_Block.Data() != nullptr; }
-
-    void Compute()
-    {
-        u32 *const row = static_cast<u32 *>(m_Block.Data());
-        for (u32 j = 0; j <= m_Columns.Length(); ++j)
-            row[j] = j + 1;
-        std::memset(_Steps(), 0, static_cast<std::size_t>(m_Cells / 4 + 1));
-        for (u32 i = 0; i < m_Rows.Length(); ++i)
-            _ComputeRow(row, i);
-    }
-
-    // Calls `match(row, column)` for every matched pair, from the last to the first.
-    template <typename Match>
-    void WalkBack(const Match &match) const
-    {
-        u32 i = m_Rows.Length();
-        u32 j = m_Columns.Length();
-        while (i != 0 && j != 0)
-        {
-            const EStep step = _StepAt(i - 1, j - 1);
-            i -= step != Step_SkipColumn ? 1 : 0;
-            j -= step != Step_SkipRow ? 1 : 0;
-            if (step == Step_Match)
-                match(i, j);
-        }
-    }
-
-private:
-    u64 _RowBytes() const { return (static_cast<u64>(m_Columns.Length()) + 1) * sizeof(u32); }
-    u8 *_Steps() const { return static_cast<u8 *>(m_Block.Data()) + _RowBytes(); }
-
-    EStep _StepAt(u32 i, u32 j) const
-    {
-        const u64 cell = static_cast<u64>(i) * m_Columns.Length() + j;
-        return static_cast<EStep>((_Steps()[cell / 4] >> (cell % 4 * 2)) & 3);
-    }
-
-    void _KeepStep(u32 i, u32 j, EStep step)
-    {
-        const u64 cell = static_cast<u64>(i) * m_Columns.Length() + j;
-        u8 &steps = _Steps()[cell / 4];
-        steps = static_cast<u8>(steps | (step << (cell % 4 * 2)));
-    }
-
-    void _ComputeRow(u32 *row, u32 i)
-    {
-        u32 diagonal = row[0];
-        row[0] = i + 1;
-        for (u32 j = 0; j < m_Columns.Length(); ++j)
-        {
-            const u32 above = row[j + 1];
-            const bool equal = m_Rows.Data()[i] == m_Columns.Data()[j];
-            const u32 paired = diagonal - (equal ? 1 : 0);
-            const u32 skipped = QVMin(row[j], above);
-            // Neighbours differ by at most 1, so pairing equal characters is never worse than skipping one.
-            const EStep skip = row[j] <= above ? Step_SkipColumn : Step_SkipRow;
-            _KeepStep(i, j, paired <= skipped ? (equal ? Step_Match : Step_Substitute) : skip);
-            row[j + 1] = QVMin(paired, skipped) + 1;
-            diagonal = above;
-        }
-    }
-
-    CStringView m_Rows;
-    CStringView m_Columns;
-    u64 m_Cells;
-    Internal::CRawBlock m_Block;
-};
-
-} // namespace
+using Internal::Fuzzy::CAlignment;
+using Internal::Fuzzy::SText;
 
 bool CString::FuzzyMatchPositions(const CString &other, TArray<u32> &outPositions) const
 {
@@ -115,7 +19,7 @@ bool CString::FuzzyMatchPositions(const CString &other, TArray<u32> &outPosition
     if (a.Empty() || b.Empty())
         return true;
     const bool thisIsRows = a.Length() < b.Length();
-    CAlignment alignment(thisIsRows ? a : b, thisIsRows ? b : a);
+    CAlignment alignment(SText::Of(thisIsRows ? a : b), SText::Of(thisIsRows ? b : a));
     if (!alignment.IsReady() || !outPositions.Reserve(QVMin(a.Length(), b.Length())))
         return false;
     alignment.Compute();

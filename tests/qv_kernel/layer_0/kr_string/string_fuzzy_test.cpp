@@ -14,11 +14,11 @@
 #include "every_text.h"
 #include "fuzzy_model.h"
 #include "fuzzy_texts.h"
-#include "kr_simd/simd_wide.h"
 #include "kr_string.h"
 #include "refusal_sweep.h"
 #include "string_checks.h"
 #include "text_pieces.h"
+#include "wide_choice.h"
 
 namespace
 {
@@ -604,70 +604,6 @@ TEST(StringFuzzyList, RefusedMemoryWeighsZeroForThatEntryAlone)
 
 // Both forms of the code, with wide vectors and without.
 
-// Allows or denies wide vectors while it lives.
-class CWideChoice
-{
-public:
-    explicit CWideChoice(bool allowed) { Internal::AllowWideInstructions(allowed); }
-    ~CWideChoice() { Internal::AllowWideInstructions(true); }
-    CWideChoice(const CWideChoice &) = delete;
-    CWideChoice &operator=(const CWideChoice &) = delete;
-};
-
-TEST(StringFuzzyForms, EveryPairOfShortTextsWeighsAsTheRecurrenceSays)
-{
-    const std::vector<std::string> texts = EveryText("ab", kSanitized ? 4 : 5);
-    const std::vector<CString> strings = StringsOf(texts);
-    for (const bool wide : {false, true})
-    {
-        const CWideChoice choice(wide);
-        for (size_t i = 0; i < texts.size(); ++i)
-        {
-            const std::vector<float> expected = ModelWeights(texts[i], texts);
-            ASSERT_EQ(ListWeights(strings[i], ListOf(strings)), expected) << texts[i] << ", wide " << wide;
-            for (size_t j = 0; j < texts.size(); ++j)
-                ASSERT_EQ(strings[i].FuzzyMatch(strings[j]), expected[j])
-                    << texts[i] << " and " << texts[j] << ", wide " << wide;
-        }
-    }
-}
-
-// Every length around which pairs change their ways: registers, words, pairs of words, groups of eight.
-TEST(StringFuzzyForms, EveryPairOfLengthsWeighsAsTheRecurrenceSays)
-{
-    const size_t lengths[] = {1,   15,  16,  17,  32,  33,  63,  64,  65,  127, 128,
-                              129, 136, 192, 193, 256, 320, 511, 512, 513, 577, 1030};
-    CFuzzyTexts source(15);
-    for (const std::string &alphabet : {kFewLetters, kBytes})
-        for (const size_t length : lengths)
-            for (const size_t otherLength : lengths)
-            {
-                if (kSanitized && length * otherLength > 100000)
-                    continue;
-                const std::string query = source.Random(alphabet, length);
-                const std::string other = source.Below(2) == 0 ? source.Random(alphabet, otherLength)
-                                                               : source.Misspelt(query, alphabet, otherLength);
-                const float expected = FuzzyModelWeight(query, other);
-                for (const bool wide : {false, true})
-                {
-                    const CWideChoice choice(wide);
-                    ASSERT_EQ(Weight(query, other), expected) << length << " and " << otherLength << ", wide " << wide;
-                }
-            }
-}
-
-// All lengths of rows and of columns that one group of eight strips may have at its edges.
-TEST(StringFuzzyForms, EveryLengthOfStripsWeighsAsTheRecurrenceSays)
-{
-    CFuzzyTexts source(16);
-    for (size_t length = 125; length < 700; length += kSanitized ? 67 : 7)
-    {
-        const std::string query = source.Random("abc", length);
-        const std::string other = source.Misspelt(query, "abc", length + source.Below(20));
-        ASSERT_EQ(Weight(query, other), FuzzyModelWeight(query, other)) << length;
-    }
-}
-
 TEST(StringFuzzyForms, EveryCountOfEntriesWeighsAsTheRecurrenceSays)
 {
     CFuzzyTexts source(17);
@@ -693,30 +629,6 @@ TEST(StringFuzzyForms, EveryCountOfEntriesWeighsAsTheRecurrenceSays)
                     << queryLength << " against " << count << ", wide " << wide;
                 ASSERT_EQ(Top(Fixed(query), list, 0.3f, 5), FuzzyModelTop(expected, 0.3f, 5))
                     << queryLength << " against " << count << ", wide " << wide;
-            }
-        }
-}
-
-// Queries whose characters differ in their upper halves, in their lower halves, and in both.
-TEST(StringFuzzyForms, EveryByteIsFoundWhereverTheQueryHoldsIt)
-{
-    std::vector<std::string> texts;
-    for (int byte = 0; byte < 256; ++byte)
-        texts.push_back(std::string(1, static_cast<char>(byte)));
-    const std::vector<CString> strings = StringsOf(texts);
-    for (const unsigned factor : {1u, 16u, 17u, 7u})
-        for (const unsigned length : {1u, 8u, 9u, 16u, 25u, 32u})
-        {
-            std::string query;
-            for (unsigned i = 0; i < length; ++i)
-                query += static_cast<char>((i * factor + i / 16) & 0xFF);
-            const std::vector<float> expected = ModelWeights(query, texts);
-            for (const bool wide : {false, true})
-            {
-                const CWideChoice choice(wide);
-                ASSERT_EQ(ListWeights(Fixed(query), ListOf(strings)), expected) << factor << ", wide " << wide;
-                for (size_t i = 0; i < texts.size(); ++i)
-                    ASSERT_EQ(Fixed(query).FuzzyMatch(strings[i]), expected[i]) << factor << ", wide " << wide;
             }
         }
 }

@@ -1,0 +1,95 @@
+// Where the characters of a text stand, as bits by character: for one strip of rows, and for some of them.
+#pragma once
+
+#include "fuzzy_recurrence.h"
+
+namespace Quorvane::Internal::Fuzzy
+{
+
+// For every byte value, the rows of one strip that hold it.
+struct SMasks
+{
+    u64 m_Rows[256];
+
+    void Clear() { std::memset(m_Rows, 0, sizeof(m_Rows)); }
+
+    // Clears only what a text will look up: less than all for short texts.
+    void ClearFor(const SText &text)
+    {
+        for (u32 i = 0; i < text.m_Length; ++i)
+            m_Rows[static_cast<u8>(text.m_Data[i])] = 0;
+    }
+
+    void Add(const SText &rows)
+    {
+        for (u32 i = 0; i < rows.m_Length; ++i)
+            m_Rows[static_cast<u8>(rows.m_Data[i])] |= 1ull << i;
+    }
+};
+
+// The same of some strips, for the byte values that occur in their rows: all others share one entry. Rows seldom hold
+// more than some ten different characters, and a table of all byte values would be most of the stack that there is.
+template <u32 kStrips>
+struct TEntries
+{
+    static constexpr u32 kNone = 0; // the entry of byte values that no row holds
+
+    const u8 *m_EntryOf;          // by byte value
+    const u64 (*m_Rows)[kStrips]; // of each entry the even strips, then the odd ones
+
+    const u64 (&Of(char character) const)[kStrips] { return m_Rows[m_EntryOf[static_cast<u8>(character)]]; }
+};
+
+// Room for `kEntries` different characters, one less than entries.
+template <u32 kStrips, u32 kEntries>
+class TEntryTable
+{
+public:
+    static_assert(kEntries <= 256, "an entry's number has 8 bits");
+
+    TEntryTable()
+    {
+        std::memset(m_EntryOf, TEntries<kStrips>::kNone, sizeof(m_EntryOf));
+        std::memset(m_Rows[0], 0, sizeof(m_Rows[0]));
+    }
+
+    // Adds rows. To be called once.
+    // Returns: false when they hold too many different characters.
+    bool Add(const SText &rows)
+    {
+        u32 used = 1;
+        for (u32 i = 0; i < rows.m_Length; ++i)
+        {
+            u8 &entry = m_EntryOf[static_cast<u8>(rows.m_Data[i])];
+            if (entry == TEntries<kStrips>::kNone)
+            {
+                if (used == kEntries)
+                    return false;
+                std::memset(m_Rows[used], 0, sizeof(m_Rows[used]));
+                entry = static_cast<u8>(used++);
+            }
+            m_Rows[entry][_PlaceOf(i / kStripRows)] |= 1ull << (i % kStripRows);
+        }
+        return true;
+    }
+
+    TEntries<kStrips> Entries() const { return {m_EntryOf, m_Rows}; }
+
+private:
+    static u32 _PlaceOf(u32 strip) { return strip % 2 * (kStrips / 2) + strip / 2; }
+
+    alignas(32) u64 m_Rows[kEntries][kStrips];
+    u8 m_EntryOf[256];
+};
+
+constexpr u32 kPairStrips = 2;
+constexpr u32 kPairRows = kPairStrips * kStripRows;
+
+// Two strips of rows, however many different characters they hold.
+class CPairMasks : public TEntryTable<kPairStrips, kPairRows + 1>
+{
+public:
+    explicit CPairMasks(const SText &rows) { Add(rows); }
+};
+
+} // namespace Quorvane::Internal::Fuzzy

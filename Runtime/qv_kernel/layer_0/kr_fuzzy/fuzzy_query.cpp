@@ -1,0 +1,75 @@
+// One query against many texts: which lanes weigh them, and what is weighed alone.
+#include "fuzzy_query.h"
+
+#include <utility>
+
+#include "fuzzy_row.h"
+
+namespace Quorvane::Internal::Fuzzy
+{
+
+template <typename Query, typename Use>
+void CQuery::_UseLanes(Query &query, const Use &use)
+{
+    switch (query.m_LanesUsed)
+    {
+    case Lanes_None:
+        return;
+    case Lanes_Narrow16:
+        return use(query.m_Narrow16);
+    case Lanes_Narrow32:
+        return use(query.m_Narrow32);
+    case Lanes_Wide16:
+        return use(query.m_Wide16);
+    case Lanes_Wide32:
+        return use(query.m_Wide32);
+    }
+}
+
+CQuery::CQuery(const SText &query) : m_Query(query), m_LanesUsed(_ChooseLanes())
+{
+    m_Masks.Clear();
+    m_Masks.Add(query);
+    _UseLanes(*this, [&](auto &lanes) { lanes.SetQuery(query.m_Data, query.m_Length); });
+}
+
+CQuery::ELanes CQuery::_ChooseLanes() const
+{
+    if (m_Query.m_Length <= Narrow::TLanes<u16>::kMaxQuery)
+        return HasWideInstructions() ? Lanes_Wide16 : Lanes_Narrow16;
+    if (m_Query.m_Length <= Narrow::TLanes<u32>::kMaxQuery)
+        return HasWideInstructions() ? Lanes_Wide32 : Lanes_Narrow32;
+    return Lanes_None;
+}
+
+bool CQuery::_WeighAlone(const SText &text, float &outWeight) const
+{
+    outWeight = 0.0f;
+    if (text.m_Length == 0)
+        return true;
+    const u32 length = m_Query.m_Length;
+    const CRow row(QVMax(length, text.m_Length));
+    if (!row.IsGranted())
+        return false;
+    const EBits bits = length < text.m_Length ? Bits_Rows : Bits_Columns;
+    const u32 distance = HasWideInstructions() ? Wide::DistanceOfStrip(m_Masks, length, bits, text)
+                                               : Narrow::DistanceOfStrip(m_Masks, length, bits, text);
+    outWeight = WeightAt(length + text.m_Length, distance);
+    return true;
+}
+
+// Leaves the group empty.
+void CQuery::_WeighGroup(SGroup &group, float *outWeights) const
+{
+    const u32 used = std::exchange(group.m_Used, 0u);
+    if (used == 0)
+        return;
+    for (u32 lane = used; lane < kLaneTexts; ++lane)
+        group.m_Texts.m_Lengths[lane] = 0;
+    float weights[kLaneTexts];
+    _UseLanes(*this, [&](const auto &lanes) { lanes.Weigh(group.m_Texts, weights); });
+    for (u32 lane = 0; lane < used; ++lane)
+        outWeights[group.m_Indices[lane]] = weights[lane];
+}
+
+} // namespace Quorvane::Internal::Fuzzy

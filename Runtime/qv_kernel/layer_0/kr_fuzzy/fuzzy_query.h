@@ -1,0 +1,191 @@
+// The weights of many texts for one query: what is known of the query is computed once.
+//
+// Texts are asked for by index, one after the other, and weights come in the same order, in batches: short texts of
+// about one length are weighed together, sixteen at a time.
+#pragma once
+
+#include "fuzzy_distance.h"
+#include "fuzzy_forms.h"
+
+namespace Quorvane::Internal::Fuzzy
+{
+
+// A query of 1 to 64 characters that is weighed against many texts.
+class QV_INTERNAL_HIDDEN CQuery
+{
+public:
+    static constexpr u32 kMaxLength = kStripRows;
+
+    explicit CQuery(const SText &query);
+
+    // The weights of `count` texts, of which `textAt(i)` is one.
+    // Allocates: as WeighPair, for each text that is long.
+    // Fails: returns false when memory was refused for one of them, which then weighs 0.
+    template <typename TextAt>
+    bool Weigh(const TextAt &textAt, u32 count, float *outWeights) const;
+
+private:
+    // Which of the lanes are used, by the query's length and by what the machine has.
+    enum ELanes : u8
+    {
+        Lanes_None,
+        Lanes_Narrow16,
+        Lanes_Narrow32,
+        Lanes_Wide16,
+        Lanes_Wide32,
+    };
+
+    // Texts that are weighed together because they take about as long, and whose weights these are.
+    struct SGroup
+    {
+        SLaneTexts m_Texts;
+        u32 m_Indices[kLaneTexts];
+        u32 m_Used;
+    };
+
+    // Of up to 16 characters, of up to 32, and of more.
+    static constexpr u32 kGroups = 3;
+
+    ELanes _ChooseLanes() const;
+    // Calls `use(lanes)` with those of the query, if any.
+    template <typename Query, typename Use>
+    static void _UseLanes(Query &query, const Use &use);
+    bool _WeighAlone(const SText &text, float &outWeight) const;
+    void _WeighGroup(SGroup &group, float *outWeights) const;
+
+    bool _FitsLanes(const SText &text) const
+    {
+        return m_LanesUsed != Lanes_None && text.m_Length != 0 && text.m_Length <= kMaxLaneText;
+    }
+
+    SText m_Query;
+    ELanes m_LanesUsed;
+    SMasks m_Masks;
+    union
+    {
+        Narrow::TLanes<u16> m_Narrow16;
+        Narrow::TLanes<u32> m_Narrow32;
+        Wide::TLanes<u16> m_Wide16;
+        Wide::TLanes<u32> m_Wide32;
+    };
+};
+
+template <typename TextAt>
+bool CQuery::Weigh(const TextAt &textAt, u32 count, float *outWeights) const
+{
+    SGroup groups[kGroups];
+    for (SGroup &group : groups)
+        group.m_Used = 0;
+    bool granted = true;
+    for (u32 i = 0; i < count; ++i)
+    {
+        const SText text = textAt(i);
+        if (!_FitsLanes(text))
+        {
+            granted = _WeighAlone(text, outWeights[i]) && granted;
+            continue;
+        }
+        SGroup &group = groups[QVMin((text.m_Length - 1) / 16, kGroups - 1)];
+        group.m_Texts.m_Data[group.m_Used] = text.m_Data;
+        group.m_Texts.m_Lengths[group.m_Used] = static_cast<u16>(text.m_Length);
+        group.m_Indices[group.m_Used++] = i;
+        if (group.m_Used == kLaneTexts)
+            _WeighGroup(group, outWeights);
+    }
+    for (SGroup &group : groups)
+        _WeighGroup(group, outWeights);
+    return granted;
+}
+
+// Texts that are weighed at a time: of each batch some lanes stay empty.
+constexpr u32 kBatch = 256;
+
+// The same of those that are wanted: the more, the later it is learnt which ones need no weighing.
+constexpr u32 kWantedBatch = 64;
+
+// Each of the following weighs `count` texts in order, those that `wants(text)` lets pass, if it is asked, and hands
+// (index, weight) to `take`. False when memory was refused for a text; it weighs 0 then. None is inline, so that the
+// stack holds what one of them needs.
+
+// By a query of 1 to 64 characters.
+template <typename TextAt, typename Take>
+QV_INTERNAL_NOINLINE bool WeighAllByMasks(const SText &query, u32 count, const TextAt &textAt, const Take &take)
+{
+    const CQuery scorer(query);
+    float weights[kBatch];
+    bool granted = true;
+    for (u32 first = 0; first < count; first += kBatch)
+    {
+        const u32 batch = QVMin(count - first, kBatch);
+        granted = scorer.Weigh([&](u32 i) { return textAt(first + i); }, batch, weights) && granted;
+        for (u32 i = 0; i < batch; ++i)
+            take(first + i, weights[i]);
+    }
+    return granted;
+}
+
+// Those that are wanted, by a query of 1 to 64 characters.
+template <typename TextAt, typename Wants, typename Take>
+QV_INTERNAL_NOINLINE bool WeighWantedByMasks(const SText &query, u32 count, const TextAt &textAt, const Wants &wants,
+                                             const Take &take)
+{
+    const CQuery scorer(query);
+    u32 indices[kWantedBatch];
+    float weights[kWantedBatch];
+    bool granted = true;
+    for (u32 next = 0; next < count;)
+    {
+        u32 batch = 0;
+        for (; next < count && batch < kWantedBatch; ++next)
+        {
+            indices[batch] = next;
+            batch += wants(textAt(next)) ? 1 : 0;
+        }
+        granted = scorer.Weigh([&](u32 i) { return textAt(indices[i]); }, batch, weights) && granted;
+        for (u32 i = 0; i < batch; ++i)
+            take(indices[i], weights[i]);
+    }
+    return granted;
+}
+
+// One by one: longer queries have nothing to keep from one to the next.
+template <typename TextAt, typename Wants, typename Take>
+QV_INTERNAL_NOINLINE bool WeighPairs(const SText &query, u32 count, const TextAt &textAt, const Wants &wants,
+                                     const Take &take)
+{
+    bool granted = true;
+    for (u32 i = 0; i < count; ++i)
+    {
+        const SText text = textAt(i);
+        if (!wants(text))
+            continue;
+        float weight;
+        granted = WeighPair(query, text, weight) && granted;
+        take(i, weight);
+    }
+    return granted;
+}
+
+inline bool HasMasks(const SText &query)
+{
+    return query.m_Length != 0 && query.m_Length <= CQuery::kMaxLength;
+}
+
+// By any query.
+template <typename TextAt, typename Take>
+bool WeighAll(const SText &query, u32 count, const TextAt &textAt, const Take &take)
+{
+    return HasMasks(query) ? WeighAllByMasks(query, count, textAt, take)
+                           : WeighPairs(
+                                 query, count, textAt, [](const SText &) { return true; }, take);
+}
+
+// Those that are wanted, by any query.
+template <typename TextAt, typename Wants, typename Take>
+bool WeighWanted(const SText &query, u32 count, const TextAt &textAt, const Wants &wants, const Take &take)
+{
+    return HasMasks(query) ? WeighWantedByMasks(query, count, textAt, wants, take)
+                           : WeighPairs(query, count, textAt, wants, take);
+}
+
+} // namespace Quorvane::Internal::Fuzzy
