@@ -55,7 +55,7 @@ inline void CopyUpTo32(void *dstBytes, const void *srcBytes, u64 byteCount)
 }
 
 // Requires: `byteCount` of 1 to kShortCopyBytes. The ranges may overlap.
-inline void CopyShort(void *dst, const void *src, u64 byteCount)
+inline void CopyUpTo64(void *dst, const void *src, u64 byteCount)
 {
     if (byteCount > 32)
         CopyFrontAndBack<TBytes<32>>(static_cast<unsigned char *>(dst), static_cast<const unsigned char *>(src),
@@ -65,12 +65,12 @@ inline void CopyShort(void *dst, const void *src, u64 byteCount)
 }
 
 // Copies bytes between ranges that are known not to overlap.
-inline void CopyDistinct(void *dst, const void *src, u64 byteCount)
+inline void CopyDisjoint(void *dst, const void *src, u64 byteCount)
 {
     if (byteCount > kShortCopyBytes)
         std::memcpy(dst, src, static_cast<std::size_t>(byteCount));
     else if (byteCount != 0)
-        CopyShort(dst, src, byteCount);
+        CopyUpTo64(dst, src, byteCount);
 }
 
 } // namespace Internal
@@ -101,7 +101,7 @@ inline void Copy(void *dst, const void *src, u64 byteCount)
     if (QV_INTERNAL_UNLIKELY(overlaps))
         Copy_Overlapped(dst, src, byteCount);
     else
-        Internal::CopyDistinct(dst, src, byteCount);
+        Internal::CopyDisjoint(dst, src, byteCount);
 }
 
 // True when the address is a multiple of N, a power of two. Null is aligned.

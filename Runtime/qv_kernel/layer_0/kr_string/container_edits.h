@@ -134,7 +134,7 @@ private:
         outCopy = CStringContainer::New(nullptr, length);
         if (outCopy == null)
             return false;
-        Mem::Internal::CopyDistinct(outCopy->Data(), other, there);
+        Mem::Internal::CopyDisjoint(outCopy->Data(), other, there);
         std::memset(outCopy->Data() + there, 0, length - there);
         other = outCopy->Data();
         return true;

@@ -82,7 +82,7 @@ private:
             for (u32 at = 0; at < offset; at += kStep)
                 std::memcpy(m_WriteTo + at, m_From + at, kStep);
         else
-            Mem::Internal::CopyDistinct(m_WriteTo, m_From, offset);
+            Mem::Internal::CopyDisjoint(m_WriteTo, m_From, offset);
         m_WriteTo += offset;
     }
 
@@ -92,7 +92,7 @@ private:
         if (length <= kShortReplacement && _HasRoom(kShortReplacement))
             std::memcpy(m_WriteTo, m_Short, kShortReplacement);
         else
-            Mem::Internal::CopyDistinct(m_WriteTo, m_Replacement.Data(), length);
+            Mem::Internal::CopyDisjoint(m_WriteTo, m_Replacement.Data(), length);
         m_WriteTo += length;
     }
 
@@ -149,7 +149,7 @@ inline bool WriteSameLength(char *writeTo, const SReplacing &replacing)
             Write(writeTo + copied, text + copied, count);
             copied += count;
         }
-        Mem::Internal::CopyDistinct(writeTo + at, replacing.m_Replacement.Data(), patternLength);
+        Mem::Internal::CopyDisjoint(writeTo + at, replacing.m_Replacement.Data(), patternLength);
         return true;
     };
     replacing.ForEachMatch(0, onMatch);

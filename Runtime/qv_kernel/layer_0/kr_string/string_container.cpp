@@ -124,7 +124,7 @@ PStringContainer CStringContainer::New(const char *str, u32 len)
     QV_ASSERT(Mem::IsAligned<0x10>(target));
     ZeroLastBlock(target, len);
     if (str != nullptr)
-        Mem::Internal::CopyDistinct(target, str, len);
+        Mem::Internal::CopyDisjoint(target, str, len);
     container->_AddFirstReference();
     return PStringContainer(container, Internal::SAdoptReference());
 }
@@ -153,7 +153,7 @@ PStringContainer CStringContainer::NewResizable(const char *str, u32 len, u32 ca
     QV_ASSERT(Mem::IsAligned<0x10>(data));
     ZeroLastBlock(data, len);
     if (str != nullptr)
-        Mem::Internal::CopyDistinct(data, str, len);
+        Mem::Internal::CopyDisjoint(data, str, len);
     CStringContainer *container =
         new (block) CStringContainer(len | kResizableFlag, static_cast<u32>(bufferBytes), data);
     static_assert(kSearchedOffset >= sizeof(CStringContainer) &&

@@ -20,7 +20,7 @@ void MoveToFront(char *data, u32 from, u64 byteCount)
     if (byteCount > Mem::Internal::kShortCopyBytes)
         Mem::Copy_Overlapped(data, data + from, byteCount);
     else if (byteCount != 0)
-        Mem::Internal::CopyShort(data, data + from, byteCount);
+        Mem::Internal::CopyUpTo64(data, data + from, byteCount);
 }
 
 } // namespace

@@ -122,7 +122,7 @@ struct SPathPieces
     char *WriteApart(char *writeToBegin) const
     {
         char *const writeTo = _RightPlace(writeToBegin);
-        Mem::Internal::CopyDistinct(writeTo, m_Right, m_RightLength);
+        Mem::Internal::CopyDisjoint(writeTo, m_Right, m_RightLength);
         return _WriteSlash(writeTo);
     }
 
@@ -178,7 +178,7 @@ PStringContainer NewJoinedPath(const char *a, const SPathPieces &pieces)
     if (newContainer == null)
         return newContainer;
     char *const writeToBegin = newContainer->Data();
-    Mem::Internal::CopyDistinct(writeToBegin, a, pieces.m_LeftLength);
+    Mem::Internal::CopyDisjoint(writeToBegin, a, pieces.m_LeftLength);
     CheckJoined(writeToBegin, pieces.WriteApart(writeToBegin), newLen);
     return newContainer;
 }
@@ -355,7 +355,7 @@ PStringContainer JoinedPath(const CString &a, CStringView b)
     if (QV_VERIFY(newContainer != null))
         return newContainer;
     char *const writeTo = newContainer->Data();
-    Mem::Internal::CopyShort(writeTo, a.Data(), aLen);
+    Mem::Internal::CopyUpTo64(writeTo, a.Data(), aLen);
     writeTo[aLen] = kSlash;
     Mem::Internal::CopyUpTo32(writeTo + aLen + 1, b.Data(), bLen);
     return newContainer;
@@ -447,7 +447,7 @@ QV_INTERNAL_NOINLINE CString JoinPathAnyhow(const TMemoryView<const CStringView>
     const u32 kept = pieces.Count() > 1 ? SPathEnd::Of(first.Data(), first.Length()).m_Kept : path->Length();
     char *const writeToBegin = path->Data();
     char *writeTo = writeToBegin + kept;
-    Mem::Internal::CopyDistinct(writeToBegin, first.Data(), kept);
+    Mem::Internal::CopyDisjoint(writeToBegin, first.Data(), kept);
     WalkPath(pieces, [&](const SPathPieces &join) { writeTo = join.WriteApart(writeToBegin); });
     CheckJoined(writeToBegin, writeTo, path->Length());
     return CString(std::move(path));
@@ -476,7 +476,7 @@ void WritePlainly(const TMemoryView<const CStringView> &pieces, char *writeTo)
 {
     for (const CStringView &piece : pieces)
     {
-        Mem::Internal::CopyShort(writeTo, piece.Data(), piece.Length());
+        Mem::Internal::CopyUpTo64(writeTo, piece.Data(), piece.Length());
         writeTo += piece.Length();
         *writeTo++ = kSlash;
     }
