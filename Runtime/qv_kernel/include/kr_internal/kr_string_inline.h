@@ -121,8 +121,7 @@ inline CGuid CString::FindNextOf(char character, u32 start) const
     if (start >= length)
         return CGuid::INVALID;
     const char *data = Data();
-    QV_ASSERT(data != null);
-    if (data == nullptr)
+    if (QV_INTERNAL_FAILS(data != null))
         return CGuid::INVALID;
     const void *found = std::memchr(data + start, character, length - start);
     return found != nullptr ? CGuid(static_cast<u32>(static_cast<const char *>(found) - data)) : CGuid::INVALID;
@@ -131,28 +130,26 @@ inline CGuid CString::FindNextOf(char character, u32 start) const
 inline const char &CString::At(u32 index) const QV_INTERNAL_LIFETIMEBOUND
 {
     const CStringContainer *container = m_Container.Get();
-    QV_INTERNAL_ASSERT_TEXT("_P::m_Ptr != null", container != nullptr);
-    if (QV_INTERNAL_UNLIKELY(container == nullptr))
+    if (QV_INTERNAL_FAILS_TEXT("_P::m_Ptr != null", container != nullptr))
         return kNoCharacter;
-    QV_INTERNAL_ASSERT_TEXT("index < m_Container->Length()", index < container->Length());
-    if (QV_INTERNAL_UNLIKELY(index >= container->Length()))
+    if (QV_INTERNAL_FAILS_TEXT("index < m_Container->Length()", index < container->Length()))
         return kNoCharacter;
     return container->Data()[index];
 }
 
 inline const char &CString::First() const QV_INTERNAL_LIFETIMEBOUND
 {
-    const bool empty = Empty();
-    QV_INTERNAL_ASSERT_TEXT("!Empty()", !empty);
-    return QV_INTERNAL_LIKELY(!empty) ? *Data() : kNoCharacter;
+    if (QV_INTERNAL_FAILS(!Empty()))
+        return kNoCharacter;
+    return *Data();
 }
 
 inline const char &CString::Last() const QV_INTERNAL_LIFETIMEBOUND
 {
-    const bool empty = Empty();
-    QV_INTERNAL_ASSERT_TEXT("!Empty()", !empty);
+    if (QV_INTERNAL_FAILS(!Empty()))
+        return kNoCharacter;
     const u32 length = Length();
-    return QV_INTERNAL_LIKELY(!empty && length != 0) ? Data()[length - 1] : kNoCharacter;
+    return QV_INTERNAL_LIKELY(length != 0) ? Data()[length - 1] : kNoCharacter;
 }
 
 template <typename Predicate, typename>

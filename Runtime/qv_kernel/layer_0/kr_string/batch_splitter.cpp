@@ -54,8 +54,7 @@ void SplitBatch(TArray<CString> &outPieces, const CString &source, const u8 *tab
 {
     outPieces.Clear();
     const char *const text = source.Data();
-    QV_INTERNAL_ASSERT_TEXT("_P::m_Ptr != null", text != nullptr);
-    if (text == nullptr)
+    if (QV_INTERNAL_FAILS_TEXT("_P::m_Ptr != null", text != nullptr))
         return;
     if (table[0] != 0)
         SplitListed(outPieces, text, source.Length(), table);

@@ -2,6 +2,7 @@
 #include "kr_string.h"
 
 #include "../kr_buffer/buffer_edit.h"
+#include "null_text.h"
 
 namespace Quorvane
 {
@@ -14,11 +15,11 @@ bool IsConversion(ECasingType casing)
     return casing == CasingType_Lowercase || casing == CasingType_Uppercase;
 }
 
-// Whether there is a letter from `first` to `last`. A view of null has no characters, whatever its length says.
+// Whether there is a letter from `first` to `last`.
 bool HasLetterBetween(const CStringView &text, char first, char last)
 {
     const u8 *const data = reinterpret_cast<const u8 *>(text.Data());
-    const u32 length = data != nullptr ? text.Length() : 0;
+    const u32 length = Internal::String::ReadableLength(text);
     return Internal::WideIsWorthwhile(length) ? Internal::Wide::AnyBetweenAscii(data, length, first, last)
                                               : Internal::AnyBetweenAscii<Internal::SBlock>(data, length, first, last);
 }
@@ -40,9 +41,9 @@ void ConvertInPlace(CString &string)
     if (string.Empty())
         return;
     char *const data = string.RawDataForWriting();
-    QV_INTERNAL_ASSERT_TEXT("_P::m_Ptr != null", data != nullptr);
-    if (data != nullptr)
-        Convert(data, string.Length());
+    if (QV_INTERNAL_FAILS_TEXT("_P::m_Ptr != null", data != nullptr))
+        return;
+    Convert(data, string.Length());
 }
 
 } // namespace
@@ -114,8 +115,7 @@ CString CString::ConformedTo(ECasingType casing) const
     // The private copy of a container that is shared with the result, and its conversion, in one pass.
     PStringContainer copy = CStringContainer::New(null, Length());
     CStringContainer *container = copy.Get();
-    QV_INTERNAL_ASSERT_TEXT("_P::m_Ptr != null", container != nullptr);
-    if (container == nullptr)
+    if (QV_INTERNAL_FAILS_TEXT("_P::m_Ptr != null", container != nullptr))
         return CString();
     if (casing == CasingType_Lowercase)
         SNativeStringUtils::Lowercase_16(container->Data(), Data(), container->Length());

@@ -17,6 +17,7 @@ namespace Quorvane
 namespace
 {
 
+using Internal::String::IsNullOrEmpty;
 using Internal::SBlock;
 using Internal::SExactBytes;
 using Internal::SLowerCaseBytes;
@@ -166,11 +167,11 @@ s32 OrderOfViews(const CStringView &a, const char *b)
 bool CString::Compare(const char *other, ECaseSensitivity caseSensitivity) const
 {
     if (m_Container == null)
-        return Internal::IsNullOrEmpty(other);
+        return IsNullOrEmpty(other);
     const char *data = Data();
     QV_INTERNAL_ASSERT_TEXT("m_Container->Data() != null", data != nullptr);
     if (other == nullptr || data == nullptr)
-        return Internal::IsNullOrEmpty(data) && Internal::IsNullOrEmpty(other);
+        return IsNullOrEmpty(data) && IsNullOrEmpty(other);
     if (caseSensitivity != CaseSensitive)
         return SNativeStringUtils::EqualCase(data, other);
     return data == other || SNativeStringUtils::Equal(data, other);
@@ -183,7 +184,7 @@ bool CString::Compare(const CStringView &other, ECaseSensitivity caseSensitivity
     const char *data = Data();
     QV_INTERNAL_ASSERT_TEXT("m_Container->Data() != null", data != nullptr);
     if (other.Empty())
-        return Internal::IsNullOrEmpty(data);
+        return IsNullOrEmpty(data);
     const u32 length = Length();
     if (length != other.Length() || data == nullptr || other.Data() == nullptr)
         return false;
@@ -228,8 +229,8 @@ bool CString::LessThan(const CString &other, ECaseSensitivity caseSensitivity) c
 
 bool CString::LessThan(const char *other, ECaseSensitivity caseSensitivity) const
 {
-    if (m_Container == null || Internal::IsNullOrEmpty(other))
-        return m_Container == null && !Internal::IsNullOrEmpty(other);
+    if (m_Container == null || IsNullOrEmpty(other))
+        return m_Container == null && !IsNullOrEmpty(other);
     const char *data = Data();
     if (QV_INTERNAL_UNLIKELY(data == nullptr))
         return LessWithoutCharacters(data, other);

@@ -166,8 +166,7 @@ PStringContainer CStringContainer::NewResizable(const char *str, u32 len, u32 ca
 
 bool CStringContainer::_Reallocate(u32 newLength)
 {
-    QV_ASSERT(SupportsDynamicResize());
-    if (!SupportsDynamicResize() || newLength >= kLengthMask)
+    if (QV_INTERNAL_FAILS(SupportsDynamicResize()) || newLength >= kLengthMask)
         return false;
     const u64 newCapacity = Internal::GrownBytes(newLength);
     void *moved = Mem::_RawRealloc(m_Characters, newCapacity, Internal::kCharacterBlockBytes, Mem::AllocType_Generic,
@@ -184,8 +183,7 @@ void CStringContainer::_InternalSetLength(u32 newLength)
 {
     const u32 oldLength = Length();
     char *data = m_Characters;
-    QV_ASSERT(newLength < kLengthMask);
-    if (newLength >= kLengthMask)
+    if (QV_INTERNAL_FAILS(newLength < kLengthMask))
         return;
     const bool fits = newLength < m_Capacity && data != nullptr;
     QV_INTERNAL_ASSERT_TEXT("data[newLength] == '\\0'", fits && data[newLength] == '\0');

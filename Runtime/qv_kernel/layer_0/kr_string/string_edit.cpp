@@ -14,6 +14,8 @@ namespace Quorvane
 namespace
 {
 
+using Internal::String::IsNullOrEmpty;
+
 // Moves what is left of a stripped text to its front: mostly little, for which a call would be felt.
 void MoveToFront(char *data, u32 from, u64 byteCount)
 {
@@ -32,10 +34,10 @@ CString &CString::Reverse()
         return *this;
     container->_ForgetSearched();
     char *data = container->Data();
-    QV_ASSERT(data != null);
+    if (QV_INTERNAL_FAILS(data != null))
+        return *this;
     QV_INTERNAL_ASSERT_ALIGNED_16(data);
-    if (data != nullptr)
-        Internal::ReverseCharacters(data, container->Length());
+    Internal::ReverseCharacters(data, container->Length());
     return *this;
 }
 
@@ -62,7 +64,7 @@ CString CString::Replace(char searchFor, char replaceWith) const
 
 CString &CString::Strip(const char *chars)
 {
-    if (Internal::IsNullOrEmpty(chars) || Data() == nullptr)
+    if (IsNullOrEmpty(chars) || Data() == nullptr)
         return *this;
     // Both ends are found before either is stripped: the set may lie in the string itself.
     const Internal::CCharacterSet set(chars);
@@ -83,7 +85,7 @@ CString &CString::Strip(const char *chars)
 
 CString &CString::StripLeft(const char *chars)
 {
-    if (Internal::IsNullOrEmpty(chars) || Data() == nullptr)
+    if (IsNullOrEmpty(chars) || Data() == nullptr)
         return *this;
     const u32 length = Length();
     const u32 stripped = Internal::CountLeading(Data(), length, Internal::CCharacterSet(chars));
@@ -102,7 +104,7 @@ CString &CString::StripLeft(const char *chars)
 
 CString &CString::StripRight(const char *chars)
 {
-    if (Internal::IsNullOrEmpty(chars) || Data() == nullptr)
+    if (IsNullOrEmpty(chars) || Data() == nullptr)
         return *this;
     const u32 length = Length();
     const u32 newLength = Internal::LengthWithoutTrailing(Data(), length, Internal::CCharacterSet(chars));

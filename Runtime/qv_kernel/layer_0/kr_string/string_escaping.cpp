@@ -49,9 +49,9 @@ CString &CString::Unescape()
         return *this;
     _MakeUnique();
     CStringContainer *container = m_Container.Get();
-    QV_INTERNAL_ASSERT_TEXT("_P::m_Ptr != null", container != nullptr);
-    QV_INTERNAL_ASSERT_TEXT("m_Container->RefCount() == 1", container != nullptr && container->RefCount() == 1);
-    if (container == nullptr)
+    const bool isMissing = QV_INTERNAL_FAILS_TEXT("_P::m_Ptr != null", container != nullptr);
+    QV_INTERNAL_ASSERT_TEXT("m_Container->RefCount() == 1", !isMissing && container->RefCount() == 1);
+    if (isMissing)
         return *this;
     container->UnsafeSetLength(SNativeStringUtils::Unescape(container->Data(), container->Data()));
     return *this;
@@ -73,8 +73,7 @@ CString CString::Unescaped() const
 
 u32 CString::Ident(u32 column, u32 width, u32 tabWidth)
 {
-    QV_ASSERT(tabWidth != 0);
-    if (tabWidth == 0)
+    if (QV_INTERNAL_FAILS(tabWidth != 0))
         return 0;
     const SIndent indent = IndentOf(column, width, tabWidth);
     const char *oldData = Data();
@@ -85,8 +84,7 @@ u32 CString::Ident(u32 column, u32 width, u32 tabWidth)
     PStringContainer indented = CStringContainer::New(null, newLength);
     if (indented == null)
         return 0;
-    QV_ASSERT(oldLength == 0 || oldData != null);
-    if (oldLength != 0 && oldData == nullptr)
+    if (QV_INTERNAL_FAILS(oldLength == 0 || oldData != null))
         return 0;
     char *writeTo = indented->Data();
     Mem::Copy(writeTo, oldData, oldLength);

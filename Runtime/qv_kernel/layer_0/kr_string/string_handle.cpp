@@ -67,8 +67,9 @@ char &CString::LastForWriting()
 char &CString::_CharacterForWriting(u32 index)
 {
     char *data = RawDataForWriting();
-    QV_INTERNAL_ASSERT_TEXT("_P::m_Ptr != null", data != nullptr);
-    return data != nullptr ? data[index] : ScratchCharacter();
+    if (QV_INTERNAL_FAILS_TEXT("_P::m_Ptr != null", data != nullptr))
+        return ScratchCharacter();
+    return data[index];
 }
 
 void CString::Clear()

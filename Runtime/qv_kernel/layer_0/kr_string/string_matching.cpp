@@ -1,6 +1,8 @@
 // Wildcard matching: the empty strings are decided here, everything else by the native matchers.
 #include "kr_string.h"
 
+#include "null_text.h"
+
 namespace Quorvane
 {
 
@@ -14,7 +16,7 @@ bool MatchesEmpty(const char *pattern)
 {
     while (pattern != nullptr && *pattern == '*')
         ++pattern;
-    return pattern == nullptr || *pattern == '\0';
+    return Internal::String::IsNullOrEmpty(pattern);
 }
 
 bool MatchWith(FMatcher matcher, const CString &string, const char *pattern)

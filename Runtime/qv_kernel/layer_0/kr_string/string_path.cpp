@@ -9,6 +9,7 @@
 #include "../kr_buffer/buffer_text.h"
 #include "character_scan.h"
 #include "container_edits.h"
+#include "null_text.h"
 
 namespace Quorvane
 {
@@ -17,6 +18,7 @@ namespace
 {
 
 using Internal::SContainerEdits;
+using Internal::String::ReadableView;
 
 constexpr char kSlash = '/';
 constexpr char kBackSlash = '\\';
@@ -329,12 +331,6 @@ CString CString::SlashAppended() const
 namespace
 {
 
-// A view of nothing has no characters, whatever its length says.
-CStringView WithoutNothing(CStringView view)
-{
-    return view.Data() != nullptr ? view : CStringView();
-}
-
 // Out of line, so that the common case needs no frame for the others.
 QV_INTERNAL_NOINLINE PStringContainer JoinedPathAnyhow(CStringView a, CStringView b)
 {
@@ -377,7 +373,7 @@ CString operator/(const CString &a, const CString &b)
 
 CString operator/(const CString &a, const CStringView &b)
 {
-    return JoinedOrLeft(a, WithoutNothing(b));
+    return JoinedOrLeft(a, ReadableView(b));
 }
 
 CString operator/(const CString &a, const char *b)
@@ -387,7 +383,7 @@ CString operator/(const CString &a, const char *b)
 
 CString operator/(const CStringView &a, const CString &b)
 {
-    return CString(JoinedPathAnyhow(WithoutNothing(a), Internal::PieceOf(b)));
+    return CString(JoinedPathAnyhow(ReadableView(a), Internal::PieceOf(b)));
 }
 
 CString operator/(const char *a, const CString &b)
@@ -419,12 +415,12 @@ namespace
 template <typename Use>
 u32 WalkPath(const TMemoryView<const CStringView> &pieces, const Use &use)
 {
-    const CStringView first = WithoutNothing(pieces[0]);
+    const CStringView first = ReadableView(pieces[0]);
     SPathEnd end = SPathEnd::Of(first.Data(), first.Length());
     u32 length = first.Length();
     for (u32 i = 1; i < pieces.Count(); ++i)
     {
-        const CStringView piece = WithoutNothing(pieces[i]);
+        const CStringView piece = ReadableView(pieces[i]);
         SPathPieces join(end, piece.Data(), piece.Length());
         if (i + 1 != pieces.Count())
             end = join.TrimEnd();
@@ -436,10 +432,10 @@ u32 WalkPath(const TMemoryView<const CStringView> &pieces, const Use &use)
 
 QV_INTERNAL_NOINLINE CString JoinPathAnyhow(const TMemoryView<const CStringView> &pieces)
 {
-    const CStringView first = WithoutNothing(pieces[0]);
+    const CStringView first = ReadableView(pieces[0]);
     CheckLeftSide(first.Data(), first.Length());
     for (u32 i = 1; i < pieces.Count(); ++i)
-        CheckRightSide(pieces[i].Data(), WithoutNothing(pieces[i]).Length());
+        CheckRightSide(pieces[i].Data(), ReadableView(pieces[i]).Length());
     PStringContainer path = NewPath(WalkPath(pieces, [](const SPathPieces &) {}));
     if (path == null)
         return CString();

@@ -10,6 +10,7 @@
 
 #include "../kr_mem/mem_raw_block.h"
 #include "match_offsets.h"
+#include "null_text.h"
 #include "replacement_writer.h"
 #include "string_sizes.h"
 
@@ -20,6 +21,7 @@ namespace
 {
 
 using Internal::String::CMatchOffsets;
+using Internal::String::ReadableView;
 using Internal::String::SReplacing;
 using Internal::String::Write;
 using Internal::String::WriteReplaced;
@@ -148,9 +150,9 @@ CString CString::Replace(const CStringView &pattern, const CStringView &replacem
     const u32 length = SNativeStringUtils::Length(Data());
     if (length == 0)
         return *this;
-    const CStringView withLength(replacement.Data(), replacement.Data() != nullptr ? replacement.Length() : 0);
-    const SReplacing replacing = {CStringView(Data(), length), pattern, withLength};
-    return withLength.Length() == pattern.Length() ? ReplaceBySameLength(replacing) : ReplaceByOtherLength(replacing);
+    const SReplacing replacing = {CStringView(Data(), length), pattern, ReadableView(replacement)};
+    return replacing.m_Replacement.Length() == pattern.Length() ? ReplaceBySameLength(replacing)
+                                                                : ReplaceByOtherLength(replacing);
 }
 
 CString CString::Replace(const CStringView &pattern, const char *replacement) const

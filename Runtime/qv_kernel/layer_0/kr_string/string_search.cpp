@@ -13,10 +13,8 @@ namespace Quorvane
 namespace
 {
 
-CGuid IndexOf(const char *found, const char *data)
-{
-    return found != nullptr ? CGuid(checked_numcast<u32>(found - data)) : CGuid::INVALID;
-}
+using Internal::String::IndexOf;
+using Internal::String::IsNullOrEmpty;
 
 } // namespace
 
@@ -25,8 +23,7 @@ CGuid CString::FindNextOf(const char *str, u32 start) const
     if (str == nullptr || start >= Length())
         return CGuid::INVALID;
     const char *data = Data();
-    QV_INTERNAL_ASSERT_TEXT("m_Container != null && m_Container->Data() != null", data != nullptr);
-    if (data == nullptr)
+    if (QV_INTERNAL_FAILS_TEXT("m_Container != null && m_Container->Data() != null", data != nullptr))
         return CGuid::INVALID;
     return IndexOf(Internal::Buffer::FindInTerminated(data + start, Length() - start, str), data);
 }
@@ -34,11 +31,10 @@ CGuid CString::FindNextOf(const char *str, u32 start) const
 CGuid CString::FindLastOf(char character) const
 {
     const u32 length = Length();
-    if (length == 0)
-        return CGuid::INVALID;
     const char *data = Data();
-    QV_ASSERT(data != null);
-    return data != nullptr ? IndexOf(SNativeStringUtils::FindLast(data, length, character), data) : CGuid::INVALID;
+    if (length == 0 || QV_INTERNAL_FAILS(data != null))
+        return CGuid::INVALID;
+    return IndexOf(SNativeStringUtils::FindLast(data, length, character), data);
 }
 
 bool CString::StartsWith(const char *other, ECaseSensitivity caseSensitivity) const
@@ -90,7 +86,7 @@ bool CString::Empty(const char *blanks) const
 {
     if (Empty())
         return true;
-    if (Internal::IsNullOrEmpty(blanks))
+    if (IsNullOrEmpty(blanks))
         return false;
     // The terminator is in no set, so it ends the walk.
     const Internal::CCharacterSet set(blanks);

@@ -5,6 +5,7 @@
 
 #include "../kr_buffer/buffer_text.h"
 #include "character_set.h"
+#include "null_text.h"
 
 namespace Quorvane
 {
@@ -12,11 +13,8 @@ namespace Quorvane
 namespace
 {
 
-// A view of null has no characters to look at, whatever its length says.
-u32 ReadableLength(const CStringView &view)
-{
-    return view.Data() != nullptr ? view.Length() : 0;
-}
+using Internal::String::IndexOf;
+using Internal::String::ReadableLength;
 
 // The number of characters before the first terminator in the view.
 u32 LengthToTerminator(const CStringView &view)
@@ -32,12 +30,6 @@ bool EqualBytes(const char *a, const char *b, u32 length)
 bool EqualText(const char *a, const char *b, u32 length, ECaseSensitivity caseSensitivity)
 {
     return caseSensitivity != CaseSensitive ? SNativeStringUtils::EqualCase(a, b, length) : EqualBytes(a, b, length);
-}
-
-// The index of what was found in the characters from `data` on.
-CGuid IndexOf(const char *found, const char *data)
-{
-    return found != nullptr ? CGuid(static_cast<u32>(found - data)) : CGuid::INVALID;
 }
 
 CStringView StrippedLeft(const CStringView &view, const Internal::CCharacterSet &set)
