@@ -2,8 +2,8 @@
 # Rule: includes point down only. A public header includes public headers that stand before it in the order below; a
 # file of layer_0/<service>/ includes private headers of its own folder, its service's public headers, what stands before
 # those, and the private headers of services that do, as "../<service>/<name>.h", so that no build needs a further
-# include folder. The inline bodies of a public header, kr_internal/<name>_inline.h, stand below it, for it ends with
-# them, and include it nevertheless, so that they compile alone.
+# include folder. What defines the declarations of a public header, kr_internal/<name>_[<part>_]inline.h, stands below it,
+# for it ends with them, and includes it nevertheless, so that it compiles alone.
 # Reason: a base that knows what is built on it cannot be used, tested or replaced alone; cycles start with one
 # convenient include.
 . "$(dirname "$0")/common.inc"
@@ -20,10 +20,16 @@ kr_mem_utils.h
 kr_simd.h
 kr_mem.h
 kr_refptr.h
+kr_internal/kr_memoryviews_scratch.h
+kr_internal/kr_memoryviews_iterator_inline.h
 kr_memoryviews.h
 kr_buffer.h
 kr_fuzzy/
+kr_internal/kr_containers_internals_inline.h
 kr_containers_internals.h
+kr_internal/kr_containers_array_block.h
+kr_internal/kr_containers_array_iterator_inline.h
+kr_internal/kr_containers_array_inline.h
 kr_containers_array.h
 kr_internal/kr_string_compare.h
 kr_internal/kr_string_split.h
@@ -116,9 +122,9 @@ LC_ALL=C awk -v order="$order" '
             limit = rank[name]
             if (!limit)
                 next
-            bodies = included
-            sub(/\.h$/, "_inline.h", bodies)
-            if (name == "kr_internal/" bodies)
+            declared = included
+            sub(/\.h$/, "_", declared)
+            if (index(name, "kr_internal/" declared) == 1 && name ~ /_inline\.h$/)
                 next
         }
         base = included

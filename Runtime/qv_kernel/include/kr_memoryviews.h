@@ -12,6 +12,7 @@
 #include <type_traits>
 
 #include "kr_assert.h"
+#include "kr_internal/kr_memoryviews_scratch.h"
 #include "qv_defs.h"
 
 namespace Quorvane
@@ -27,40 +28,6 @@ constexpr bool IsQualificationConversion = std::is_convertible<U (*)[], T (*)[]>
 // True when an array of U may become a view of T. Arrays of characters do not: a literal's terminator would count.
 template <typename U, typename T>
 constexpr bool IsViewableArray = IsQualificationConversion<U, T> && !std::is_same<std::remove_cv_t<U>, char>::value;
-
-// Memory of the thread's own for one element, which nobody constructs or destroys.
-template <typename Element>
-QV_INTERNAL_HIDDEN void *ScratchMemory()
-{
-    static thread_local struct
-    {
-        alignas(Element) unsigned char m_Bytes[sizeof(Element)];
-    } scratch;
-    return scratch.m_Bytes;
-}
-
-// What an access outside a view or an array refers to after its report: a fresh element of the thread's own, valid
-// until the thread's next such access. Types that cannot be default-constructed see zeroed memory.
-template <typename T>
-QV_INTERNAL_HIDDEN T &ScratchElement()
-{
-    typedef std::remove_cv_t<T> Element;
-    if constexpr (!std::is_default_constructible<Element>::value)
-    {
-        return *static_cast<Element *>(std::memset(ScratchMemory<Element>(), 0, sizeof(Element)));
-    }
-    else if constexpr (std::is_const<T>::value)
-    {
-        // Nobody can put anything into it, so there is nothing to destroy when the thread ends.
-        return *::new (ScratchMemory<Element>()) Element{};
-    }
-    else
-    {
-        static thread_local Element scratch{};
-        scratch.~Element();
-        return *::new (static_cast<void *>(&scratch)) Element{};
-    }
-}
 
 } // namespace Internal
 
@@ -199,77 +166,8 @@ class TStridedMemoryView : public TStridedMemoryViewBase<T>
 
 public:
     // Steps through the elements; random access in the manner of a pointer. With a stride of 0 the address stays where it
-    // is, so that the steps themselves are counted; they order, compare and measure iterators then. The address is a
-    // number, since the end may lie far behind the last element, where no pointer may point.
-    class Iterator
-    {
-    public:
-        typedef std::random_access_iterator_tag iterator_category;
-        typedef std::remove_cv_t<T> value_type;
-        typedef std::ptrdiff_t difference_type;
-        typedef T *pointer;
-        typedef T &reference;
-
-        Iterator() : m_Address(0), m_Stride(0), m_Repeats(0) {}
-        Iterator(const u8 *address, u32 stride)
-            : m_Address(reinterpret_cast<ureg>(address)), m_Stride(stride), m_Repeats(0)
-        {
-        }
-
-        T &operator*() const { return *reinterpret_cast<T *>(m_Address); }
-        T *operator->() const { return &**this; }
-        T &operator[](difference_type n) const { return *(*this + n); }
-
-        Iterator &operator++() { return *this += 1; }
-        Iterator &operator--() { return *this -= 1; }
-        Iterator operator++(int)
-        {
-            const Iterator before = *this;
-            ++*this;
-            return before;
-        }
-        Iterator operator--(int)
-        {
-            const Iterator before = *this;
-            --*this;
-            return before;
-        }
-        Iterator &operator+=(difference_type n)
-        {
-            if (QV_INTERNAL_UNLIKELY(m_Stride == 0))
-                m_Repeats += static_cast<u32>(n);
-            else
-                m_Address += static_cast<ureg>(n) * m_Stride;
-            return *this;
-        }
-        Iterator &operator-=(difference_type n) { return *this += -n; }
-        friend Iterator operator+(Iterator it, difference_type n) { return it += n; }
-        friend Iterator operator+(difference_type n, Iterator it) { return it += n; }
-        friend Iterator operator-(Iterator it, difference_type n) { return it -= n; }
-        friend difference_type operator-(const Iterator &a, const Iterator &b)
-        {
-            if (QV_INTERNAL_UNLIKELY(a.m_Stride == 0))
-                return static_cast<difference_type>(a.m_Repeats) - static_cast<difference_type>(b.m_Repeats);
-            return static_cast<difference_type>(a.m_Address - b.m_Address) / static_cast<difference_type>(a.m_Stride);
-        }
-        friend bool operator==(const Iterator &a, const Iterator &b)
-        {
-            return a.m_Address == b.m_Address && (QV_INTERNAL_LIKELY(a.m_Stride != 0) || a.m_Repeats == b.m_Repeats);
-        }
-        friend bool operator!=(const Iterator &a, const Iterator &b) { return !(a == b); }
-        friend bool operator<(const Iterator &a, const Iterator &b)
-        {
-            return a.m_Address < b.m_Address || (a.m_Address == b.m_Address && a.m_Repeats < b.m_Repeats);
-        }
-        friend bool operator>(const Iterator &a, const Iterator &b) { return b < a; }
-        friend bool operator<=(const Iterator &a, const Iterator &b) { return !(b < a); }
-        friend bool operator>=(const Iterator &a, const Iterator &b) { return !(a < b); }
-
-    private:
-        ureg m_Address;
-        u32 m_Stride;
-        u32 m_Repeats; // steps taken with a stride of 0, else 0
-    };
+    // is, so that the steps themselves are counted; they order, compare and measure iterators then.
+    class Iterator;
 
     TStridedMemoryView() : _Base({nullptr, 0, static_cast<u32>(sizeof(T))}) {}
     TStridedMemoryView(T *data, u32 count, u32 stride = sizeof(T)) : _Base({_Raw(data), count, stride}) {}
@@ -313,3 +211,5 @@ private:
 };
 
 } // namespace Quorvane
+
+#include "kr_internal/kr_memoryviews_iterator_inline.h"

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "../kr_buffer/buffer_marks.h"
+#include "../kr_containers/containers_array_access.h"
 #include "kr_string.h"
 
 namespace Quorvane::Internal::String

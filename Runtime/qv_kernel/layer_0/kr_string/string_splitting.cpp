@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "../kr_buffer/buffer_marks.h"
+#include "../kr_containers/containers_array_access.h"
 #include "split_pieces.h"
 
 namespace Quorvane

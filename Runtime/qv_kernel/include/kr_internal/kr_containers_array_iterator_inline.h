@@ -1,0 +1,177 @@
+// Private header: the checked iterator of arrays, as kr_containers_array.h promises it.
+//
+// Users include kr_containers_array.h.
+#pragma once
+
+#include "kr_containers_array.h"
+
+#include <cstddef>
+#include <iterator>
+#include <memory>
+#include <type_traits>
+
+#include "kr_assert.h"
+#include "kr_memoryviews.h"
+#include "qv_defs.h"
+
+namespace Quorvane
+{
+
+template <typename T, typename BaseImpl>
+template <typename RealType>
+class TArray_Base<T, BaseImpl>::TDebugContiguousBaseIterator : private RealType
+{
+    typedef typename RealType::ElementType _Element;
+
+    template <typename OtherType>
+    friend class TDebugContiguousBaseIterator;
+
+public:
+    typedef std::random_access_iterator_tag iterator_category;
+    typedef std::remove_cv_t<_Element> value_type;
+    typedef s32 difference_type;
+    typedef _Element *pointer;
+    typedef _Element &reference;
+
+    TDebugContiguousBaseIterator() = default;
+    TDebugContiguousBaseIterator(pointer position, const TArray_Base *owner) : RealType{position}, m_Owner(owner) {}
+    // From the iterator to elements of the same type, to the one to const elements.
+    template <typename OtherType, typename = std::enable_if_t<Internal::IsQualificationConversion<
+                                      typename OtherType::ElementType, typename RealType::ElementType>>>
+    TDebugContiguousBaseIterator(const TDebugContiguousBaseIterator<OtherType> &other)
+        : RealType{other.m_Ptr}, m_Owner(other.m_Owner)
+    {
+    }
+
+    reference operator*() const
+    {
+        if (QV_ASSERTS && QV_INTERNAL_UNLIKELY(!_AtElement()))
+            return _Inaccessible();
+        return *RealType::m_Ptr;
+    }
+    pointer operator->() const { return std::addressof(**this); }
+    reference operator[](s32 n) const { return *(*this + n); }
+
+    TDebugContiguousBaseIterator &operator+=(s32 n)
+    {
+        _Move(n);
+        return *this;
+    }
+    TDebugContiguousBaseIterator &operator-=(s32 n)
+    {
+        _Move(-s64(n));
+        return *this;
+    }
+    TDebugContiguousBaseIterator &operator++() { return *this += 1; }
+    TDebugContiguousBaseIterator &operator--() { return *this -= 1; }
+    TDebugContiguousBaseIterator operator++(int)
+    {
+        const TDebugContiguousBaseIterator before = *this;
+        ++*this;
+        return before;
+    }
+    TDebugContiguousBaseIterator operator--(int)
+    {
+        const TDebugContiguousBaseIterator before = *this;
+        --*this;
+        return before;
+    }
+    friend TDebugContiguousBaseIterator operator+(TDebugContiguousBaseIterator it, s32 n) { return it += n; }
+    friend TDebugContiguousBaseIterator operator+(s32 n, TDebugContiguousBaseIterator it) { return it += n; }
+    friend TDebugContiguousBaseIterator operator-(TDebugContiguousBaseIterator it, s32 n) { return it -= n; }
+    friend s32 operator-(const TDebugContiguousBaseIterator &a, const TDebugContiguousBaseIterator &b)
+    {
+        return a._Minus(b);
+    }
+
+    friend bool operator==(const TDebugContiguousBaseIterator &a, const TDebugContiguousBaseIterator &b)
+    {
+        _AssertInStorage(a, b);
+        return a.m_Ptr == b.m_Ptr;
+    }
+    friend bool operator<(const TDebugContiguousBaseIterator &a, const TDebugContiguousBaseIterator &b)
+    {
+        _AssertInStorage(a, b);
+        return a.m_Ptr < b.m_Ptr;
+    }
+    friend bool operator!=(const TDebugContiguousBaseIterator &a, const TDebugContiguousBaseIterator &b)
+    {
+        return !(a == b);
+    }
+    friend bool operator>(const TDebugContiguousBaseIterator &a, const TDebugContiguousBaseIterator &b)
+    {
+        return b < a;
+    }
+    friend bool operator<=(const TDebugContiguousBaseIterator &a, const TDebugContiguousBaseIterator &b)
+    {
+        return !(b < a);
+    }
+    friend bool operator>=(const TDebugContiguousBaseIterator &a, const TDebugContiguousBaseIterator &b)
+    {
+        return !(a < b);
+    }
+
+private:
+    void _AssertInStorage() const
+    {
+        QV_ASSERT(m_Owner != null && RealType::m_Ptr >= m_Owner->_RawBegin() && RealType::m_Ptr <= m_Owner->_RawEnd());
+    }
+    static void _AssertInStorage(const TDebugContiguousBaseIterator &a, const TDebugContiguousBaseIterator &b)
+    {
+        a._AssertInStorage();
+        b._AssertInStorage();
+    }
+
+    bool _AtElement() const
+    {
+        return m_Owner != nullptr && RealType::m_Ptr >= m_Owner->_RawBegin() && RealType::m_Ptr < m_Owner->_RawEnd();
+    }
+
+    // Addresses instead of pointers, which may not leave their array even to be compared.
+    ureg _AddressAt(s64 n) const
+    {
+        return reinterpret_cast<ureg>(RealType::m_Ptr) + static_cast<ureg>(n) * sizeof(_Element);
+    }
+    bool _InStorage(ureg address) const
+    {
+        return m_Owner != nullptr && address >= reinterpret_cast<ureg>(m_Owner->_RawBegin()) &&
+               address <= reinterpret_cast<ureg>(m_Owner->_RawEnd());
+    }
+
+    void _Move(s64 n)
+    {
+        if (QV_ASSERTS && QV_INTERNAL_UNLIKELY(!_InStorage(_AddressAt(n))))
+            _MoveOutside(n);
+        else
+            RealType::m_Ptr += static_cast<std::ptrdiff_t>(n);
+    }
+    QV_INTERNAL_COLD void _MoveOutside(s64 n)
+    {
+        RealType::m_Ptr = reinterpret_cast<pointer>(_AddressAt(n));
+        _AssertInStorage();
+    }
+
+    s32 _Minus(const TDebugContiguousBaseIterator &other) const
+    {
+        QV_ASSERT_MESSAGE(m_Owner == other.m_Owner, "unrelated iterators.");
+        if (QV_ASSERTS && QV_INTERNAL_UNLIKELY(m_Owner != other.m_Owner))
+            return 0;
+        return static_cast<s32>(RealType::m_Ptr - other.m_Ptr);
+    }
+
+    // What a dereference outside the elements refers to, after its one report.
+    QV_INTERNAL_COLD reference _Inaccessible() const
+    {
+        QV_ASSERT(RealType::m_Ptr != null);
+        if (RealType::m_Ptr != nullptr)
+            _AssertInStorage();
+        if (m_Owner != nullptr && RealType::m_Ptr != nullptr)
+            QV_ASSERT_MESSAGE(RealType::m_Ptr != m_Owner->_RawEnd(),
+                              "invalid operation: trying to dereference Iterator::End()");
+        return Internal::ScratchElement<_Element>();
+    }
+
+    const TArray_Base *m_Owner = nullptr;
+};
+
+} // namespace Quorvane

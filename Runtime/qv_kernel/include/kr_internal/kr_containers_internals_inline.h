@@ -1,0 +1,257 @@
+// Private header: the steps of the sorts that kr_containers_internals.h declares.
+//
+// Users include kr_containers_internals.h, which ends with this header.
+#pragma once
+
+#include "kr_containers_internals.h"
+
+#include <iterator>
+#include <utility>
+
+#include "qv_defs.h"
+
+namespace Quorvane
+{
+
+namespace Internal
+{
+
+// The constants and types of a sort.
+template <typename Compare, typename Iterator>
+struct TQuickSortTraits
+{
+    typedef typename std::iterator_traits<Iterator>::value_type Value;
+    typedef typename std::iterator_traits<Iterator>::difference_type Difference;
+
+    enum : u32
+    {
+        kMaxElementCount = 4294967295u, // of a range; not tested
+        kSubdivisionLimit = 12,         // ranges of at most this many elements go to the short sort
+        kStackSize = 28,                // pending ranges
+    };
+};
+
+// The steps of the quick sort. Bounds are inclusive: `lo` and `hi` are the first and the last element of a range.
+//
+// A comparator may answer anything, differently each time even: no step leaves the range or fails to end.
+// - `_MoveApart` meets ranges of 13 elements and more, so the pivot starts above `lo`, and it only ever moves to a
+//   `loElem`, which has been advanced: `mid` > `lo` throughout. Each round advances `loElem` (to `mid` at most, or
+//   beyond it while it is at most `hi`) and moves `hiElem` back, starting at `hi`, by one and then no further than
+//   `mid`. A round starts with `lo` < `loElem` <= `hiElem` < `hi`, but for the first, so it ends with
+//   `loElem` <= `hi` + 1 and `lo` <= `hiElem` < `hi`.
+// - `_SkipEqual` starts from the `hiElem` behind that. It passes `mid`, which is above `lo`, by one at most before it
+//   stops at `lo`; and as it moves back at least once, `lo` <= `hiElem` < `loElem` and `hiElem` < `hi` hold at its end.
+// - So the two parts are disjoint and each is smaller than the range: the sort ends, whatever the comparator says. The
+//   part it goes on with is at most half of the range, so what is pending while a range of 13 elements or more is cut
+//   is at most log2(count / 13) ranges.
+template <typename Compare, typename Iterator>
+class TQuickSort
+{
+    typedef TQuickSortTraits<Compare, Iterator> _Traits;
+
+public:
+    TQuickSort(Iterator begin, Iterator end) : m_Lo(begin), m_Hi(end - 1) {}
+
+    // Sorts; the range has two elements or more.
+    void Sort();
+
+    static void Swap(Iterator a, Iterator b)
+    {
+        typename _Traits::Value held(std::move(*a));
+        *a = std::move(*b);
+        *b = std::move(held);
+    }
+
+private:
+    bool _IsShort() const
+    {
+        return m_Hi - m_Lo + 1 <= static_cast<typename _Traits::Difference>(_Traits::kSubdivisionLimit);
+    }
+
+    Iterator _MedianOfThree() const;
+    Iterator _MoveApart(Iterator mid, Iterator &loElem, Iterator &hiElem) const;
+    void _SkipEqual(Iterator mid, Iterator &hiElem) const;
+
+    bool _GoOnWithSmaller(Iterator hiElem, Iterator loElem);
+    void _Push(Iterator lo, Iterator hi);
+    bool _Pop();
+
+    // 28 pending ranges are enough for all that checked iterators can count, 2^31 - 1 elements. Raw pointers can
+    // designate up to kMaxElementCount, which takes one more.
+    Iterator m_LoStack[_Traits::kStackSize + 1];
+    Iterator m_HiStack[_Traits::kStackSize + 1];
+    u32 m_Pending = 0;
+
+    // The range at hand.
+    Iterator m_Lo;
+    Iterator m_Hi;
+};
+
+} // namespace Internal
+
+template <typename Compare, typename Iterator>
+void InsertionSort(Iterator begin, Iterator end)
+{
+    if (end - begin < 2)
+        return;
+    for (Iterator cur = end - 1; cur > begin; --cur)
+    {
+        Iterator best = cur;
+        for (Iterator scan = cur; scan > begin;)
+        {
+            --scan;
+            if (!Compare::Less(*scan, *best))
+                best = scan;
+        }
+        if (best != cur)
+            Internal::TQuickSort<Compare, Iterator>::Swap(best, cur);
+    }
+}
+
+template <typename Compare, typename Iterator>
+void QuickSort(Iterator begin, Iterator end)
+{
+    if (end - begin < 2)
+        return;
+    Internal::TQuickSort<Compare, Iterator>(begin, end).Sort();
+}
+
+template <typename Iterator>
+void QuickSort(Iterator begin, Iterator end)
+{
+    QuickSort<TSortDefaultCompare<Iterator>>(begin, end);
+}
+
+namespace Internal
+{
+
+template <typename Compare, typename Iterator>
+void TQuickSort<Compare, Iterator>::Sort()
+{
+    for (;;)
+    {
+        if (_IsShort())
+        {
+            InsertionSort<Compare>(m_Lo, m_Hi + 1);
+            if (!_Pop())
+                return;
+            continue;
+        }
+        Iterator loElem = m_Lo;
+        Iterator hiElem = m_Hi;
+        const Iterator mid = _MoveApart(_MedianOfThree(), loElem, hiElem);
+        _SkipEqual(mid, hiElem);
+        if (!_GoOnWithSmaller(hiElem, loElem) && !_Pop())
+            return;
+    }
+}
+
+// Puts the first, the middle and the last element in order. Returns the middle one's place.
+template <typename Compare, typename Iterator>
+Iterator TQuickSort<Compare, Iterator>::_MedianOfThree() const
+{
+    const Iterator mid = m_Lo + (m_Hi - m_Lo + 1) / 2;
+    if (Compare::Less(*mid, *m_Lo))
+        Swap(mid, m_Lo);
+    if (Compare::Less(*m_Hi, *m_Lo))
+        Swap(m_Hi, m_Lo);
+    if (Compare::Less(*m_Hi, *mid))
+        Swap(m_Hi, mid);
+    return mid;
+}
+
+// Exchanges elements greater than the pivot for such that are not, from both ends, until the ends have passed each
+// other. Returns the pivot's place: it may have been exchanged itself.
+template <typename Compare, typename Iterator>
+Iterator TQuickSort<Compare, Iterator>::_MoveApart(Iterator mid, Iterator &loElem, Iterator &hiElem) const
+{
+    for (;;)
+    {
+        if (mid > loElem)
+        {
+            do
+                ++loElem;
+            while (loElem < mid && !Compare::Less(*mid, *loElem));
+        }
+        // Not an "else": the pivot is not compared with itself but stepped over.
+        if (mid <= loElem)
+        {
+            do
+                ++loElem;
+            while (loElem <= m_Hi && !Compare::Less(*mid, *loElem));
+        }
+        do
+            --hiElem;
+        while (hiElem > mid && Compare::Less(*mid, *hiElem));
+
+        if (hiElem < loElem)
+            return mid;
+        Swap(loElem, hiElem);
+        if (mid == hiElem)
+            mid = loElem;
+    }
+}
+
+// Takes elements equal to the pivot off the end of the lower part, so that they are not sorted again.
+template <typename Compare, typename Iterator>
+void TQuickSort<Compare, Iterator>::_SkipEqual(Iterator mid, Iterator &hiElem) const
+{
+    ++hiElem;
+    if (mid < hiElem)
+    {
+        do
+            --hiElem;
+        while (hiElem > mid && Compare::Equal(*mid, *hiElem));
+    }
+    if (mid >= hiElem)
+    {
+        do
+            --hiElem;
+        while (hiElem > m_Lo && Compare::Equal(*mid, *hiElem));
+    }
+}
+
+// Defers the larger of the parts [m_Lo, hiElem] and [loElem, m_Hi], the lower one when they are equal, and makes the
+// other one the range at hand. Returns false when the other one needs no sorting.
+template <typename Compare, typename Iterator>
+bool TQuickSort<Compare, Iterator>::_GoOnWithSmaller(Iterator hiElem, Iterator loElem)
+{
+    if (hiElem - m_Lo >= m_Hi - loElem)
+    {
+        _Push(m_Lo, hiElem);
+        m_Lo = loElem;
+    }
+    else
+    {
+        _Push(loElem, m_Hi);
+        m_Hi = hiElem;
+    }
+    return m_Lo < m_Hi;
+}
+
+// Defers a range; not one of a single element.
+template <typename Compare, typename Iterator>
+void TQuickSort<Compare, Iterator>::_Push(Iterator lo, Iterator hi)
+{
+    if (!(lo < hi))
+        return;
+    m_LoStack[m_Pending] = lo;
+    m_HiStack[m_Pending] = hi;
+    ++m_Pending;
+}
+
+// Makes the range deferred last the one at hand. Returns false when there is none.
+template <typename Compare, typename Iterator>
+bool TQuickSort<Compare, Iterator>::_Pop()
+{
+    if (m_Pending == 0)
+        return false;
+    --m_Pending;
+    m_Lo = m_LoStack[m_Pending];
+    m_Hi = m_HiStack[m_Pending];
+    return true;
+}
+
+} // namespace Internal
+
+} // namespace Quorvane

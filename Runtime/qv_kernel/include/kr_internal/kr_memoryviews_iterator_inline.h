@@ -1,0 +1,88 @@
+// Private header: the iterator of strided views, as kr_memoryviews.h promises it.
+//
+// Users include kr_memoryviews.h, which ends with this header.
+#pragma once
+
+#include "kr_memoryviews.h"
+
+#include <cstddef>
+#include <iterator>
+#include <type_traits>
+
+#include "qv_defs.h"
+
+namespace Quorvane
+{
+
+// The address is a number, since the end may lie far behind the last element, where no pointer may point.
+template <typename T>
+class TStridedMemoryView<T>::Iterator
+{
+public:
+    typedef std::random_access_iterator_tag iterator_category;
+    typedef std::remove_cv_t<T> value_type;
+    typedef std::ptrdiff_t difference_type;
+    typedef T *pointer;
+    typedef T &reference;
+
+    Iterator() : m_Address(0), m_Stride(0), m_Repeats(0) {}
+    Iterator(const u8 *address, u32 stride) : m_Address(reinterpret_cast<ureg>(address)), m_Stride(stride), m_Repeats(0)
+    {
+    }
+
+    T &operator*() const { return *reinterpret_cast<T *>(m_Address); }
+    T *operator->() const { return &**this; }
+    T &operator[](difference_type n) const { return *(*this + n); }
+
+    Iterator &operator++() { return *this += 1; }
+    Iterator &operator--() { return *this -= 1; }
+    Iterator operator++(int)
+    {
+        const Iterator before = *this;
+        ++*this;
+        return before;
+    }
+    Iterator operator--(int)
+    {
+        const Iterator before = *this;
+        --*this;
+        return before;
+    }
+    Iterator &operator+=(difference_type n)
+    {
+        if (QV_INTERNAL_UNLIKELY(m_Stride == 0))
+            m_Repeats += static_cast<u32>(n);
+        else
+            m_Address += static_cast<ureg>(n) * m_Stride;
+        return *this;
+    }
+    Iterator &operator-=(difference_type n) { return *this += -n; }
+    friend Iterator operator+(Iterator it, difference_type n) { return it += n; }
+    friend Iterator operator+(difference_type n, Iterator it) { return it += n; }
+    friend Iterator operator-(Iterator it, difference_type n) { return it -= n; }
+    friend difference_type operator-(const Iterator &a, const Iterator &b)
+    {
+        if (QV_INTERNAL_UNLIKELY(a.m_Stride == 0))
+            return static_cast<difference_type>(a.m_Repeats) - static_cast<difference_type>(b.m_Repeats);
+        return static_cast<difference_type>(a.m_Address - b.m_Address) / static_cast<difference_type>(a.m_Stride);
+    }
+    friend bool operator==(const Iterator &a, const Iterator &b)
+    {
+        return a.m_Address == b.m_Address && (QV_INTERNAL_LIKELY(a.m_Stride != 0) || a.m_Repeats == b.m_Repeats);
+    }
+    friend bool operator!=(const Iterator &a, const Iterator &b) { return !(a == b); }
+    friend bool operator<(const Iterator &a, const Iterator &b)
+    {
+        return a.m_Address < b.m_Address || (a.m_Address == b.m_Address && a.m_Repeats < b.m_Repeats);
+    }
+    friend bool operator>(const Iterator &a, const Iterator &b) { return b < a; }
+    friend bool operator<=(const Iterator &a, const Iterator &b) { return !(b < a); }
+    friend bool operator>=(const Iterator &a, const Iterator &b) { return !(a < b); }
+
+private:
+    ureg m_Address;
+    u32 m_Stride;
+    u32 m_Repeats; // steps taken with a stride of 0, else 0
+};
+
+} // namespace Quorvane
