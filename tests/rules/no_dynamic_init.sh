@@ -24,19 +24,20 @@ done
 command -v readelf >/dev/null 2>&1 || skip 'readelf is missing'
 
 (cd "$root" && find Runtime/qv_kernel/layer_0 -name '*.cpp' -print | sort) >"$scratch/sources"
+keep_objects
+compile_objects "$scratch/sources" "$compiler" -std=c++17 -O0 -fno-exceptions \
+    -Wglobal-constructors -Wexit-time-destructors -IRuntime/include -IRuntime/qv_kernel/include
+
 while IFS= read -r source; do
-    if ! "$compiler" -std=c++17 -O0 -fno-exceptions \
-        -Wglobal-constructors -Wexit-time-destructors \
-        "-I$root/Runtime/include" "-I$root/Runtime/qv_kernel/include" \
-        -c "$root/$source" -o "$scratch/object.o" 2>"$scratch/errors"; then
-        breach "$source: does not compile: $(grep -m 1 error "$scratch/errors")"
+    if [ ! -f "$objects/$source.o" ]; then
+        breach "$source: does not compile: $(grep -m 1 error "$objects/$source.o.said")"
         continue
     fi
     allowed=
     [ "$source" != "$end_of_allocator" ] || allowed=.fini_array.101
-    sections=$(readelf -S -W "$scratch/object.o" | grep -E -o '\.(init_array|fini_array|ctors|dtors|preinit_array)(\.[0-9]+)?\b' | sort -u | tr '\n' ' ')
+    sections=$(readelf -S -W "$objects/$source.o" | grep -E -o '\.(init_array|fini_array|ctors|dtors|preinit_array)(\.[0-9]+)?\b' | sort -u | tr '\n' ' ')
     [ "${sections% }" != "$allowed" ] || sections=
     [ -z "$sections" ] || breach "$source: has sections $sections"
-    sed -n "s,^$root/,,; /-Wglobal-constructors\|-Wexit-time-destructors/p" "$scratch/errors" >>"$breaches"
+    grep -e -Wglobal-constructors -e -Wexit-time-destructors "$objects/$source.o.said" >>"$breaches"
 done <"$scratch/sources"
 verdict

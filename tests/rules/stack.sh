@@ -25,7 +25,7 @@ rm -f "$scratch/probe.ci"
 
 # What is a template in the headers, as a user would have it.
 if [ -f "$root/Runtime/qv_kernel/include/kr_containers_array.h" ]; then
-    cat >"$scratch/probe.cpp" <<'PROBE'
+    cat >"$scratch/probe" <<'PROBE'
 #include "kr_string.h"
 
 namespace Quorvane
@@ -49,39 +49,43 @@ CString Join(const CString &a, const CStringView &b, const char *c)
 } // namespace Quorvane
 PROBE
 else
-    : >"$scratch/probe.cpp"
+    : >"$scratch/probe"
 fi
 
-cd "$scratch" || exit 2
-number=0
-(cd "$root" && find Runtime/qv_kernel/layer_0 -name '*.cpp' -print | sort) >sources
-sed "s,^,$root/," sources >paths
-echo probe.cpp >>paths
-while IFS= read -r source; do
-    number=$((number + 1))
-    # The graph goes beside the object.
-    if ! "$compiler" -std=c++17 -O2 -DNDEBUG -fno-exceptions -fcallgraph-info=su \
-        "-I$root/Runtime/include" "-I$root/Runtime/qv_kernel/include" -c "$source" -o "$number.o" 2>errors; then
-        breach "$source: does not compile: $(grep -m 1 error errors)"
-    fi
-done <paths
+(cd "$root" && find Runtime/qv_kernel/layer_0 -name '*.cpp' -print | sort) >"$scratch/sources"
+
+# Notes those that do not compile.
+expect_objects()
+{
+    while IFS= read -r source; do
+        [ -f "$objects/$source.o" ] || breach "$source: does not compile: $(grep -m 1 error "$objects/$source.o.said")"
+    done <"$1"
+}
 
 # Frames have the bounds of the operations they belong to.
 for candidate in clang++ clang++-14 clang++-15 clang++-16 clang++-17 clang++-18 clang++-19; do
-    printf 'int f();\n' >probe_clang.cpp
+    printf 'int f();\n' >"$scratch/probe_clang.cpp"
     command -v "$candidate" >/dev/null 2>&1 || continue
-    "$candidate" -fstack-usage -c probe_clang.cpp -o probe_clang.o 2>/dev/null || continue
-    while IFS= read -r source; do
-        "$candidate" -std=c++17 -O2 -DNDEBUG -fno-exceptions -fstack-usage \
-            "-I$root/Runtime/include" "-I$root/Runtime/qv_kernel/include" -c "$root/$source" -o clang.o 2>errors ||
-            breach "$source: does not compile: $(grep -m 1 error errors)"
-        awk -F '\t' '$2 > ($1 ~ /Weigh|AdvanceStrips/ ? 8192 : 4096) && $1 !~ /ReportFromStack/ {
-            print "clang++: a frame of " $2 " bytes: " $1 }' clang.su >>"$breaches"
-    done <sources
+    (cd "$scratch" && "$candidate" -fstack-usage -c probe_clang.cpp -o probe_clang.o) 2>/dev/null || continue
+    keep_objects clang
+    compile_objects "$scratch/sources" "$candidate" -std=c++17 -O2 -DNDEBUG -fno-exceptions -fstack-usage \
+        -IRuntime/include -IRuntime/qv_kernel/include
+    expect_objects "$scratch/sources"
+    sed "s,^,$objects/,; s,\$,.su," "$scratch/sources" | tr '\n' '\0' | xargs -0 cat 2>/dev/null | awk -F '\t' '
+        $2 > ($1 ~ /Weigh|AdvanceStrips/ ? 8192 : 4096) && $1 !~ /ReportFromStack/ {
+            print "clang++: a frame of " $2 " bytes: " $1 }' >>"$breaches"
     break
 done
 
-awk -v ways="${STACK_WAYS:-0}" -v root="$root" -f "$rules/stack.awk" ./*.ci >table
-grep -v '^breach: ' table
-sed -n 's/^breach: //p' table >>"$breaches"
+# The graph goes beside the object.
+keep_objects g++
+cmp -s "$scratch/probe" "$objects/probe.cpp" || cp "$scratch/probe" "$objects/probe.cpp"
+echo probe.cpp | cat "$scratch/sources" - >"$scratch/with_probe"
+compile_objects "$scratch/with_probe" "$compiler" -std=c++17 -O2 -DNDEBUG -fno-exceptions -fcallgraph-info=su \
+    -IRuntime/include -IRuntime/qv_kernel/include
+expect_objects "$scratch/with_probe"
+sed "s,^,$objects/,; s,\$,.ci," "$scratch/with_probe" | tr '\n' '\0' | xargs -0 cat 2>/dev/null |
+    awk -v ways="${STACK_WAYS:-0}" -v root="$root" -f "$rules/stack.awk" >"$scratch/table"
+grep -v '^breach: ' "$scratch/table"
+sed -n 's/^breach: //p' "$scratch/table" >>"$breaches"
 verdict
