@@ -27,11 +27,11 @@ struct SRecord
     u32 m_Line;
     const char *m_Tag;
     const char *m_File;
-    bool m_Freed; // held back, so that freeing it again is noticed
+    bool m_Freed; // in quarantine, so that freeing it again is noticed
 };
 
 constexpr u32 kBucketBits = 16;
-constexpr u32 kHeldBackCount = 256;
+constexpr u32 kQuarantineBlocks = 256;
 constexpr u32 kMaxLeaksReported = 16;
 
 // Everything below is guarded by the lock. Each change leaves it whole at every moment, so that a copy of the process in
@@ -39,9 +39,9 @@ constexpr u32 kMaxLeaksReported = 16;
 QV_INTERNAL_CONSTINIT Internal::CProcessLock g_Lock;
 // All records, chained by a hash of the block's address.
 QV_INTERNAL_CONSTINIT SRecord *g_Buckets[1u << kBucketBits] = {};
-// The blocks freed last, in a ring.
-QV_INTERNAL_CONSTINIT SRecord *g_HeldBack[kHeldBackCount] = {};
-QV_INTERNAL_CONSTINIT u32 g_HeldBackNext = 0;
+// The blocks freed last, in a ring: the platform gets each of them when kQuarantineBlocks others were freed after it.
+QV_INTERNAL_CONSTINIT SRecord *g_Quarantine[kQuarantineBlocks] = {};
+QV_INTERNAL_CONSTINIT u32 g_QuarantineNext = 0;
 
 // The link that holds the block's record, or the null link at the end of its bucket.
 SRecord *&Find(const void *block)
@@ -66,13 +66,13 @@ void Unlink(SRecord *record)
     Find(record->m_Block) = record->m_Next;
 }
 
-// Keeps the freed block back, and gives the platform the one that has waited longest.
-void HoldBack(SRecord *record)
+// Keeps the freed block, and gives the platform the one that has waited longest.
+void Quarantine(SRecord *record)
 {
     record->m_Freed = true;
-    SRecord *const longest = g_HeldBack[g_HeldBackNext];
-    g_HeldBack[g_HeldBackNext] = record;
-    g_HeldBackNext = (g_HeldBackNext + 1) % kHeldBackCount;
+    SRecord *const longest = g_Quarantine[g_QuarantineNext];
+    g_Quarantine[g_QuarantineNext] = record;
+    g_QuarantineNext = (g_QuarantineNext + 1) % kQuarantineBlocks;
     if (longest == nullptr)
         return;
     Unlink(longest);
@@ -101,7 +101,7 @@ void Report(const SFault &fault, const void *block, const char *file, u32 line, 
         Assert::Internal::Break();
 }
 
-// The record of a live block, or null and the fault.
+// Requires the lock. Returns: the record of a live block, or null and the fault.
 SRecord *FindLive(const void *block, SFault &outFault)
 {
     SRecord *record = Find(block);
@@ -117,6 +117,33 @@ SRecord *FindLive(const void *block, SFault &outFault)
     outFault.m_Expression = "!freed";
     outFault.m_What = "was freed twice";
     return nullptr;
+}
+
+// Requires the lock. Returns: the record of a live block that may be resized, or null and the fault.
+SRecord *FindResizable(const void *block, SFault &outFault)
+{
+    SRecord *const record = FindLive(block, outFault);
+    if (record == nullptr || record->m_Origin == Origin_Alloc)
+        return record;
+    outFault.m_Expression = "origin == Origin_Alloc";
+    outFault.m_What = "is an object and cannot be resized";
+    return nullptr;
+}
+
+// Requires the lock. `resized` is the record of the new block but for its address.
+// Returns: null when memory is refused; the block and its record are then as they were.
+void *Resize(SRecord *record, u32 alignment, const SRecord &resized)
+{
+    // Out of its bucket before its address changes.
+    Unlink(record);
+    void *const moved = Internal::PortRealloc(record->m_Block, resized.m_Size, alignment);
+    if (moved != nullptr)
+    {
+        *record = resized;
+        record->m_Block = moved;
+    }
+    Link(record);
+    return moved;
 }
 
 bool SameTag(const char *a, const char *b)
@@ -192,22 +219,8 @@ void *DefaultRealloc(void *block, u64 newSize, u32 alignment, EAllocType type, c
     void *moved = nullptr;
     {
         const Internal::CProcessGuard guard(g_Lock);
-        if (SRecord *record = FindLive(block, fault))
-        {
-            if (record->m_Origin != Origin_Alloc)
-            {
-                fault.m_Expression = "origin == Origin_Alloc";
-                fault.m_What = "is an object and cannot be resized";
-            }
-            else
-            {
-                Unlink(record);
-                moved = PortRealloc(block, newSize, alignment);
-                if (moved != nullptr)
-                    *record = SRecord{nullptr, moved, newSize, Origin_Alloc, line, tag, file, false};
-                Link(record);
-            }
-        }
+        if (SRecord *const record = FindResizable(block, fault))
+            moved = Resize(record, alignment, SRecord{nullptr, nullptr, newSize, Origin_Alloc, line, tag, file, false});
     }
     Report(fault, block, file, line, function);
     return moved;
@@ -226,7 +239,7 @@ void DefaultFree(void *block, EAllocType, EOrigin origin, const char *, const ch
                 fault.m_Expression = "origin == allocatedOrigin";
                 fault.m_What = "was freed with another origin than it was allocated with";
             }
-            HoldBack(record);
+            Quarantine(record);
         }
     }
     Report(fault, block, file, line, function);
