@@ -58,7 +58,8 @@ void *Move(void *block, u64 room, u64 newSize, u32 alignment)
     return moved;
 }
 
-// Large blocks of the common alignment are resized by the platform, which may spare the copy.
+// Large blocks of the common alignment are resized by the platform, which may spare the copy. A block that becomes small
+// stays large: it is freed by its address.
 void *MoveOrResize(void *block, u64 room, u64 newSize, u32 alignment)
 {
     if (IsSmallBlock(block) || !CanReallocLarge(block, alignment))

@@ -26,11 +26,12 @@ public:
     {
         for (u32 rounds = 0;; ++rounds)
         {
+            // The exchange is a full barrier: what the holder before released is visible behind it.
             const u32 holder = m_Holder.Load();
             if (holder != process && m_Holder.SetValueIfEqualTo(process, holder))
                 return holder != kNobody;
             if (holder == process)
-                PortWait(rounds);
+                PortBackOff(rounds);
         }
     }
     void Unlock() { m_Holder.StoreReleased(kNobody); }

@@ -123,7 +123,7 @@ inline void PortUnmap(ureg address, ureg bytes)
 }
 
 // Lets the system take the memory behind usable addresses; they stay usable, and their contents are lost.
-inline void PortForget(void *begin, ureg bytes)
+inline void PortDiscard(void *begin, ureg bytes)
 {
     // A refusal, of memory that is locked for instance, costs nothing but that memory.
     static_cast<void>(madvise(begin, bytes, MADV_DONTNEED));
@@ -182,7 +182,7 @@ inline bool PortWipeOnFork(void *page, ureg bytes)
 }
 
 // Lets other threads run, those of lower priority too, after `rounds` times of asking for something in vain.
-inline void PortWait(u32 rounds)
+inline void PortBackOff(u32 rounds)
 {
     constexpr u32 kYields = 16;
     constexpr long kNanoseconds = 20000;

@@ -14,9 +14,9 @@ namespace
 // The first slab of the heap's range: the records of its chunk, what is shared, and a page that copies of the process
 // find empty.
 constexpr ureg kSharedOffset = kChunkRecordBytes;
-constexpr ureg kNumberOffset = kSlabBytes / 2;
+constexpr ureg kProcessIdOffset = kSlabBytes / 2;
 
-static_assert(kSharedOffset + sizeof(SProcess) <= kNumberOffset, "the first slab holds all of it");
+static_assert(kSharedOffset + sizeof(SProcess) <= kProcessIdOffset, "the first slab holds all of it");
 
 // What copies must agree about. To be counted up with every change of what they share, or of what it means.
 constexpr u64 kLayoutVersion = 1;
@@ -51,7 +51,7 @@ bool IsShared(ureg place)
         return false;
     const SProcess &process = *SharedAt(place);
     for (u32 rounds = 0; process.m_Layout.Load() == 0 && rounds < kMaxRounds; ++rounds)
-        PortWait(rounds);
+        PortBackOff(rounds);
     return process.m_Layout.Load() == kProcessLayout;
 }
 
@@ -61,7 +61,7 @@ SProcess *MakeAt(ureg place)
     if (!PortMapAt(place, kSlabBytes))
         return IsShared(place) ? SharedAt(place) : nullptr;
     SProcess *const process = ::new (SharedAt(place)) SProcess{};
-    void *const number = reinterpret_cast<void *>(place + kNumberOffset);
+    void *const number = reinterpret_cast<void *>(place + kProcessIdOffset);
     const bool isWiped = PortWipeOnFork(number, sizeof(TAtomic<u32>));
     process->m_Heap.Begin(place, isWiped ? ::new (number) TAtomic<u32> : nullptr);
     process->m_Layout.Store(kProcessLayout);

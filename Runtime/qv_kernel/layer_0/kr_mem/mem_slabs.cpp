@@ -39,14 +39,15 @@ SSlab *Pop(SSlab *&list)
     return slab;
 }
 
-// The number of this process, which is asked for once where copies of the process forget it.
-u32 NumberOf(TAtomic<u32> *process)
+// The system is asked once in a process; a copy of it finds a zero there and asks again. Two threads that ask at once
+// write the same.
+u32 CachedProcessId(TAtomic<u32> *cached)
 {
-    if (process == nullptr)
+    if (cached == nullptr)
         return PortProcessId();
-    if (process->Load() == 0)
-        process->Store(PortProcessId());
-    return process->Load();
+    if (cached->Load() == 0)
+        cached->Store(PortProcessId());
+    return cached->Load();
 }
 
 } // namespace
@@ -54,7 +55,7 @@ u32 NumberOf(TAtomic<u32> *process)
 class CSlabHeap::CGuard
 {
 public:
-    explicit CGuard(CSlabHeap &heap) : m_Guard(heap.m_Lock, NumberOf(heap.m_Process))
+    explicit CGuard(CSlabHeap &heap) : m_Guard(heap.m_Lock, CachedProcessId(heap.m_CachedProcessId))
     {
         if (QV_INTERNAL_UNLIKELY(m_Guard.WasLeft()))
             heap._Abandon();
@@ -64,10 +65,10 @@ private:
     CProcessGuard m_Guard;
 };
 
-void CSlabHeap::Begin(ureg base, TAtomic<u32> *process)
+void CSlabHeap::Begin(ureg base, TAtomic<u32> *cachedProcessId)
 {
     ::new (reinterpret_cast<void *>(base)) SChunk{};
-    m_Process = process;
+    m_CachedProcessId = cachedProcessId;
     m_Base = base;
     m_NextSlab = base + kSlabBytes;
     m_End.Store(base + kSlabBytes);
@@ -132,14 +133,15 @@ void CSlabHeap::_Abandon()
 {
     m_AbandonedEnd = m_End.Load();
     m_NextSlab = m_AbandonedEnd;
-    for (SSlab *&slab : m_WithRoom)
+    for (SSlab *&slab : m_WithBlocks)
         slab = nullptr;
     m_Idle = nullptr;
     m_Returned = nullptr;
     m_Figures = SSlabFigures{};
 }
 
-// Appends up to `count` blocks of a slab to the list that ends in `link`; first those that came back, then fresh ones.
+// Appends up to `count` blocks of a slab to the list that ends in `link`; first those that came back, whose memory is
+// likelier to be in the processor's cache, then fresh ones.
 u32 CSlabHeap::_Cut(SSlab *slab, u32 sizeClass, u32 count, SFreeBlock **&link)
 {
     u32 cut = 0;
@@ -166,8 +168,8 @@ u32 CSlabHeap::_Cut(SSlab *slab, u32 sizeClass, u32 count, SFreeBlock **&link)
 // A slab of the class that has blocks to take; null when memory is refused.
 SSlab *CSlabHeap::_SlabFor(u32 sizeClass)
 {
-    if (m_WithRoom[sizeClass] != nullptr)
-        return m_WithRoom[sizeClass];
+    if (m_WithBlocks[sizeClass] != nullptr)
+        return m_WithBlocks[sizeClass];
     SSlab *const slab = _UnusedSlab();
     if (slab == nullptr)
         return nullptr;
@@ -178,7 +180,7 @@ SSlab *CSlabHeap::_SlabFor(u32 sizeClass)
     return slab;
 }
 
-// A slab that serves no class: best one that still has its memory.
+// A slab that serves no class: best one that still has its memory, then one whose addresses are in use already.
 SSlab *CSlabHeap::_UnusedSlab()
 {
     if (m_Idle != nullptr)
@@ -198,7 +200,8 @@ SSlab *CSlabHeap::_UnusedSlab()
     return &ChunkOf(memory)->m_Slabs[SlabIndexOf(memory)];
 }
 
-// As much again as there is, and never beyond the end of a chunk.
+// As much again as there is, and never beyond the end of a chunk, so that the records of each chunk are mapped with it.
+// A power of two divides what is mapped until the first chunk is whole; later steps are chunks.
 bool CSlabHeap::_MapMore()
 {
     const ureg end = m_End.Load();
@@ -213,6 +216,7 @@ bool CSlabHeap::_MapMore()
         ::new (reinterpret_cast<void *>(end)) SChunk{};
         m_NextSlab += kSlabBytes;
     }
+    // Last: whoever reads it may look up the class of any block below it.
     m_End.Store(end + bytes);
     return true;
 }
@@ -238,7 +242,7 @@ void CSlabHeap::_GiveOne(SFreeBlock *block)
 
 void CSlabHeap::_LinkToClass(SSlab *slab, u32 sizeClass)
 {
-    SSlab *&first = m_WithRoom[sizeClass];
+    SSlab *&first = m_WithBlocks[sizeClass];
     slab->m_Previous = nullptr;
     slab->m_Next = first;
     if (first != nullptr)
@@ -248,7 +252,7 @@ void CSlabHeap::_LinkToClass(SSlab *slab, u32 sizeClass)
 
 void CSlabHeap::_UnlinkFromClass(SSlab *slab, u32 sizeClass)
 {
-    SSlab *&linkToIt = slab->m_Previous != nullptr ? slab->m_Previous->m_Next : m_WithRoom[sizeClass];
+    SSlab *&linkToIt = slab->m_Previous != nullptr ? slab->m_Previous->m_Next : m_WithBlocks[sizeClass];
     linkToIt = slab->m_Next;
     if (slab->m_Next != nullptr)
         slab->m_Next->m_Previous = slab->m_Previous;
@@ -263,7 +267,7 @@ void CSlabHeap::_Retire(SSlab *slab)
         ++m_Figures.m_IdleSlabs;
         return Push(m_Idle, slab);
     }
-    PortForget(MemoryOf(slab), kSlabBytes);
+    PortDiscard(MemoryOf(slab), kSlabBytes);
     ++m_Figures.m_ReturnedSlabs;
     Push(m_Returned, slab);
 }

@@ -10,7 +10,7 @@
 // its memory goes back to the system when many such are idle.
 //
 // Nothing is reserved: where the system refuses the next addresses, or somebody else has mapped them, the heap stays as
-// large as it is, and whoever asks is told so.
+// large as it is, and Take returns fewer blocks.
 #pragma once
 
 #include "mem_free_block.h"
@@ -66,9 +66,8 @@ inline u32 ClassOfSmallBlock(const void *block)
     return ChunkOf(block)->m_Classes[SlabIndexOf(block)];
 }
 
-// Whether an address within a slab of the class is where one of its blocks begins.
-// The test of divisibility by a product is Lemire's, Kaser's and Kurz's (Faster remainder by direct computation, 2019);
-// it is exact for numbers and divisors of 16 bits.
+// For a test of divisibility by a product instead of a division (Lemire, Kaser, Kurz: Faster remainder by direct
+// computation, 2019), exact for numbers and divisors of 16 bits.
 struct SDivisors
 {
     u32 m_Largest[kSmallClassCount]; // the largest 32-bit remainder that a multiple of the class leaves
@@ -82,6 +81,7 @@ struct SDivisors
 
 QV_INTERNAL_HIDDEN inline constexpr SDivisors kDivisors;
 
+// Whether an address within a slab of the class is where one of its blocks begins.
 inline bool IsStartOfBlock(const void *block, u32 sizeClass)
 {
     const u32 offset = static_cast<u32>(reinterpret_cast<ureg>(block) % kSlabBytes);
@@ -105,8 +105,10 @@ public:
     CSlabHeap &operator=(const CSlabHeap &) = delete;
 
     // Begins at a multiple of a chunk's size, where one slab of memory is mapped that reads as zero. The chunk's records
-    // take its first kChunkRecordBytes; the rest of it is the caller's. `process` outlives the heap, and may be null.
-    void Begin(ureg base, TAtomic<u32> *process);
+    // take its first kChunkRecordBytes; the rest of it is the caller's.
+    // `cachedProcessId` lies in memory that reads as zero in copies of the process, and outlives the heap; where the
+    // system has no such memory it is null, and each lock costs a system call.
+    void Begin(ureg base, TAtomic<u32> *cachedProcessId);
     // Unmaps all but that slab, whatever lives in it.
     void End();
 
@@ -114,7 +116,8 @@ public:
     // The bytes from the base on in which blocks may lie. Grows; any thread may ask.
     ureg MappedBytes() const { return m_End.Load() - m_Base; }
 
-    // Takes up to `count` blocks of a class, linked in the order of their addresses where they are fresh.
+    // Takes up to `count` blocks of a class, linked in the order of their addresses where they are fresh: who fills them
+    // one after the other walks through memory forwards.
     // Returns their number, 0 when memory is refused.
     u32 Take(u32 sizeClass, u32 count, SFreeBlock *&outFirst);
     // Gives back the first `count` blocks of a list, of any classes. Returns the rest of the list.
@@ -142,13 +145,13 @@ private:
     bool _IsAbandoned(const void *block) const { return reinterpret_cast<ureg>(block) < m_AbandonedEnd; }
 
     CProcessLock m_Lock;
-    TAtomic<u32> *m_Process = nullptr;
+    TAtomic<u32> *m_CachedProcessId = nullptr;
     ureg m_Base = 0;
     // The next slab that was never used, and the end of what is mapped.
     ureg m_NextSlab = 0;
     TAtomic<ureg> m_End;
-    ureg m_AbandonedEnd = 0;                  // below it, nothing is taken or given any more
-    SSlab *m_WithRoom[kSmallClassCount] = {}; // slabs of each class with blocks to take
+    ureg m_AbandonedEnd = 0;                    // below it, nothing is taken or given any more
+    SSlab *m_WithBlocks[kSmallClassCount] = {}; // slabs of each class with blocks to take
     SSlab *m_Idle = nullptr;
     SSlab *m_Returned = nullptr;
     SSlabFigures m_Figures = {};

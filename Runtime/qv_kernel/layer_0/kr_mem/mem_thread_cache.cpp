@@ -54,7 +54,8 @@ void PutBack(SThreadCache *cache, void *block)
     --bin.m_Vacant;
 }
 
-// Whether a block that bears the mark of a free one is free: its last user may have left the mark where it was.
+// Whether a block that bears the mark of a free one is free: its user may have copied the mark back into it. Other
+// threads' caches are not looked through; they change without a lock.
 bool LiesAmongFree(const void *block)
 {
     const SFreeBlock *free = t_Cache->m_Bins[ClassOfSmallBlock(block)].m_Head;
@@ -84,6 +85,7 @@ bool IsSmallBlockSlow(ureg offset)
     if (process == nullptr)
         return false;
     const ureg known = process->m_Heap.MappedBytes();
+    // The store of a thread that is late may take it back a little: then this is asked once more.
     g_SmallRangeKnown.Store(known);
     return offset < known;
 }
