@@ -163,6 +163,9 @@ printf 'void g(char *);\nvoid f()\n{ char b[5000];\ng(b); }\n' | bites stack $so
 printf 'void g(char *);\nvoid f(int n)\n{ char b[10];\ng(b);\nif (n != 0) f(n - 1);\ng(b); }\n' | bites stack $source
 printf 'void g(char *);\nvoid f(int n)\n{ char b[n];\ng(b); }\n' | bites stack $source
 
+printf 'TEST(Suite, Name)\n{\n}\n' | bites framework_header tests/include/qv_defs_test.cpp
+printf 'void Check()\n{\n    EXPECT_EQ(1, 1);\n}\n' | bites framework_header tests/support/checks.h
+
 printf 'int   f( );\n' | bites format $source
 printf 'if x; then\n' | bites shell run.sh
 printf 'if x; then\n' | bites shell scripts/part.inc
