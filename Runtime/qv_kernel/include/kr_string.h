@@ -17,13 +17,20 @@
 // more than 1 KiB say so. What the platform's own functions and the report of a failed assertion take is not counted.
 //
 // What users meet sooner or later:
-// - emptiness is judged by the first character: a text that begins with a terminator is empty whatever its length;
+// - emptiness is judged by the first character: a text that begins with a terminator is empty whatever its length; what
+//   each operation makes of such a text stands in a table in front of CString;
+// - `Data()` of a string without characters is null as a rule, which the platform's printf does not take;
 // - `Prepend` to an empty handle takes the whole text up to its terminator, whatever count was given;
 // - `Escape`, `Unescape` and the substring `Replace` end at the first embedded terminator;
 // - `Reverse` writes a shared block: every string that shares it sees the reversal;
 // - with embedded terminators, order is no strict weak order, and equality is not transitive between the string, the
 //   view and the buffer forms;
-// - `Format` leaves the process in the "C" locale.
+// - `Format` leaves the process in the "C" locale, and cuts its result at 3198 characters; `VAFormat` does neither;
+// - a path join takes a backslash for the caller's mistake and reports it; it does not convert it;
+// - a path join with nothing still takes the slashes off the end, where `Append` of nothing changes nothing;
+// - a copy for writing is of the fixed form: a string that could grow in place can no longer once it was shared and
+//   written; the next append makes it resizable again;
+// - a view does not keep the characters alive, and any write through a handle may move them.
 #pragma once
 
 #include <cstdarg>
@@ -310,6 +317,63 @@ private:
     const char *m_Data;
     u32 m_Length;
 };
+
+// ---- What nothing means ---------------------------------------------------------------------------------------------
+
+// Three kinds of strings are Empty(): one without a container (null), one whose container has length 0 (empty), and one
+// of any length that begins with a terminator. Arguments are of these kinds, too: a null text is null, and so is a view of
+// null whatever its length; a text ends at its terminator, so that one with a terminator in front is empty, unless it is
+// counted.
+//
+// A dash means that nothing happens or comes out, "by length" what happens to any other text, "null" a string without a
+// container; reports are those that the declarations name.
+//
+//                              null                   empty                  begins with a terminator
+//     Constructor of it        null                   null                   counted text: reports, null
+//     CStringView::ToString    null                   null                   by length
+//     Data, Length             null, 0                a text of "", 0        by length
+//     First, Last              report                 report                 report
+//     Clear                    -                      -                      -: the length stays
+//     Format of it             null; VAFormat reports null                   null (a format is a text)
+//     Append to it             becomes the other side becomes the other side becomes the other side; *: by length
+//     Append of it             -                      -                      string, counted text: -; view: by length
+//     Path join to it          no left side           no left side           by length
+//     Path join of it          takes slashes off      takes slashes off      string: takes slashes off; else by length
+//     Casing                   -                      -                      -; no letters
+//     Escape, Unescape         -                      -                      -
+//     Ident                    gives the blanks       gives the blanks       by length
+//     Reverse, Strip           -                      -                      by length
+//     Strip with a set of it   -                      -                      - (a set is a text)
+//     Uncomment                -                      -                      reports
+//     Replace in it            null                   the string itself      the string itself
+//     Replace of it            the string itself      the string itself      view: is found nowhere
+//     Replace by it            takes matches out      takes matches out      view: ends the result at the first match
+//     Replace a character      null                   null                   by length
+//     == null                  true                   true                   true
+//     == an empty string       true                   true                   false
+//     == "", text or view      true                   true                   true
+//     == a view of it          true                   true                   false, but Compare goes by length
+//     < an empty string        true                   false                  false
+//     > an empty string        false                  false                  true
+//     Find a character in it   -                      -                      by length
+//     Find a text in it        -                      -                      from `start` to the next terminator
+//     Find it                  -                      at `start`             at `start` (it is a text)
+//     Contains and its kin     hold null and "" only  hold null and "" only  by length
+//     Contains it, and its kin true                   true                   string, view: by length
+//     Empty(set)               true                   true                   true
+//     Empty(it)                asks for Empty()       asks for Empty()       asks for Empty() (a set is a text)
+//     Extract from a string    reports, null          reports, null          by length, but reports
+//     Extract from a buffer    reports, null          reports, by count      reports, by count
+//     Split                    -                      -                      -
+//     CStringBatchSplitter     reports, -             -                      -
+//     Match                    by null and stars      by null and stars      by null and stars
+//     Match with it, a text    Empty(), or reports    Empty()                Empty()
+//     Match with it, a string  Empty()                Empty()                Empty()
+//     Fuzzy weight with null   1                      1                      0
+//     * it is not shared and of the resizable form
+//
+// A view goes by its length, but one of null has no characters. Its Compare ends where both sides have a terminator,
+// its == does not.
 
 // ---- The string -----------------------------------------------------------------------------------------------------
 
