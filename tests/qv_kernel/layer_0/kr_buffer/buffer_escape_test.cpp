@@ -10,7 +10,8 @@
 #include "every_text.h"
 #include "guarded_text.h"
 #include "kr_buffer.h"
-#include "kr_simd/simd_wide.h"
+#include "kr_buffer/escape_kernels.h"
+#include "kr_simd/simd_machine.h"
 
 namespace QuorvaneTest
 {
@@ -400,8 +401,10 @@ TEST(BufferEscape, LongTextsAgreeWithTheModelAndComeBack)
     }
 }
 
-// Around the ends of the blocks that wide forms take, from texts without a special character to texts of nothing else.
-TEST(BufferEscape, WideInstructionsChangeNothing)
+// Calls `check` with texts around the ends of the blocks that wide forms take, from texts without a special character to
+// texts of nothing else.
+template <typename FCheck>
+void ForTextsOfAnyDensity(const FCheck &check)
 {
     const std::string special = "\a\b\t\n\v\f\r\"'\\";
     const std::string ordinary = "az09 \x01\x06\x0E\x1F\x7F\x80\x87\x8D\xA2\xDC\xFF";
@@ -415,14 +418,52 @@ TEST(BufferEscape, WideInstructionsChangeNothing)
             while (text.size() < length)
                 text +=
                     random() % oneIn == 0 ? special[random() % special.size()] : ordinary[random() % ordinary.size()];
-            const std::string wide = Escaped(text);
-            Quorvane::Internal::AllowWideInstructions(false);
-            const std::string plain = Escaped(text);
-            Quorvane::Internal::AllowWideInstructions(true);
-            ASSERT_EQ(wide, EscapeModelEscaped(text));
-            ASSERT_EQ(plain, wide);
+            ASSERT_NO_FATAL_FAILURE(check(text));
         }
     }
+}
+
+TEST(BufferEscape, WideInstructionsChangeNothing)
+{
+    ForTextsOfAnyDensity(
+        [](const std::string &text)
+        {
+            const std::string wide = Escaped(text);
+            Quorvane::Internal::Simd::AllowWideInstructions(false);
+            const std::string plain = Escaped(text);
+            Quorvane::Internal::Simd::AllowWideInstructions(true);
+            ASSERT_EQ(wide, EscapeModelEscaped(text));
+            ASSERT_EQ(plain, wide);
+        });
+}
+
+// Takes whole blocks, leaves at least the characters that it needs behind them, and writes into no more than the result.
+void ExpectBlocksEscaped(size_t (*escape)(const char *, size_t, char *&), size_t blockBytes, const std::string &text)
+{
+    const size_t leastLeft = 8;
+    const size_t taken = text.size() < leastLeft ? 0 : (text.size() - leastLeft) / blockBytes * blockBytes;
+    const std::string expected = EscapeModelEscaped(text.substr(0, taken));
+    std::string room(EscapeModelEscaped(text).size() + 16, '#');
+    char *end = &room[0];
+    ASSERT_EQ(escape(text.data(), text.size(), end), taken);
+    ASSERT_EQ(room.substr(0, static_cast<size_t>(end - room.data())), expected);
+    ASSERT_EQ(room.substr(room.size() - 16), std::string(16, '#'));
+}
+
+TEST(BufferEscape, BlocksOf32AreEscapedWhole)
+{
+    if (!Quorvane::Internal::Simd::HasWideInstructions())
+        GTEST_SKIP() << "this machine has no wide instructions";
+    ForTextsOfAnyDensity([](const std::string &text)
+                         { ExpectBlocksEscaped(Quorvane::Internal::Buffer::Wide::EscapeBlocks, 32, text); });
+}
+
+TEST(BufferEscape, BlocksOf64AreEscapedWhole)
+{
+    if (!Quorvane::Internal::Simd::HasWidestInstructions())
+        GTEST_SKIP() << "this machine has no widest instructions";
+    ForTextsOfAnyDensity([](const std::string &text)
+                         { ExpectBlocksEscaped(Quorvane::Internal::Buffer::Widest::EscapeBlocks, 64, text); });
 }
 
 TEST(BufferEscape, NoLocaleChangesASequence)
