@@ -1,14 +1,19 @@
 // The block forms that this machine has, and the `_16` helpers in each of them, for typed tests.
 #pragma once
 
+#include <cstddef>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "kr_buffer.h"
 #include "kr_buffer/buffer_kernels.h"
-#include "kr_buffer/buffer_wide.h"
-#include "kr_simd/simd_block.h"
+
+#define QV_SIMD_NAMESPACE QuorvaneTest
+#define QV_SIMD_KERNELS "support/buffer_form.inc"
+#include "kr_simd/simd_each_form.inc"
 
 namespace QuorvaneTest
 {
@@ -17,8 +22,8 @@ namespace QuorvaneTest
 template <typename Block>
 struct TFormOf
 {
-    using CExact = Quorvane::Internal::SExactBytes;
-    using CLowerCase = Quorvane::Internal::SLowerCaseBytes;
+    using CExact = Narrow::Kernels::SExactBytes;
+    using CLowerCase = Narrow::Kernels::SLowerCaseBytes;
 
     static bool IsAvailable() { return true; }
 
@@ -28,47 +33,38 @@ struct TFormOf
 
     static bool Equal(const char *a, const char *b, Quorvane::u32 length)
     {
-        return Quorvane::Internal::FirstDifference<Block, CExact>(Bytes(a), Bytes(b), length) == length;
+        return Narrow::Kernels::FirstDifference<Block, CExact>(Bytes(a), Bytes(b), length) == length;
     }
     static bool EqualCase(const char *a, const char *b, Quorvane::u32 length)
     {
-        return Quorvane::Internal::FirstDifference<Block, CLowerCase>(Bytes(a), Bytes(b), length) == length;
+        return Narrow::Kernels::FirstDifference<Block, CLowerCase>(Bytes(a), Bytes(b), length) == length;
     }
     static Quorvane::s32 Compare(const char *a, const char *b, Quorvane::u32 length)
     {
-        return Quorvane::Internal::CompareBytes<Block, CExact>(Bytes(a), Bytes(b), length);
+        return Narrow::Kernels::CompareBytes<Block, CExact>(Bytes(a), Bytes(b), length);
     }
     static Quorvane::s32 CompareCase(const char *a, const char *b, Quorvane::u32 length)
     {
-        return Quorvane::Internal::CompareBytes<Block, CLowerCase>(Bytes(a), Bytes(b), length);
+        return Narrow::Kernels::CompareBytes<Block, CLowerCase>(Bytes(a), Bytes(b), length);
     }
-    static void Reverse(char *data, Quorvane::u32 length)
-    {
-        Quorvane::Internal::ReverseBytes<Block>(Bytes(data), length);
-    }
-    static void Uppercase(char *data, Quorvane::u32 length)
-    {
-        Quorvane::Internal::FlipCase<Block>(Bytes(data), length, 'a', 'z');
-    }
-    static void Lowercase(char *data, Quorvane::u32 length)
-    {
-        Quorvane::Internal::FlipCase<Block>(Bytes(data), length, 'A', 'Z');
-    }
+    static void Reverse(char *data, Quorvane::u32 length) { Narrow::Kernels::ReverseBytes<Block>(Bytes(data), length); }
+    static void Uppercase(char *data, Quorvane::u32 length) { Narrow::Kernels::Uppercase<Block>(Bytes(data), length); }
+    static void Lowercase(char *data, Quorvane::u32 length) { Narrow::Kernels::Lowercase<Block>(Bytes(data), length); }
     static void Uppercase(char *dst, const char *src, Quorvane::u32 length)
     {
-        Quorvane::Internal::FlipCaseIntoCopy<Block>(Bytes(dst), Bytes(src), length, 'a', 'z');
+        Narrow::Kernels::UppercaseIntoCopy<Block>(Bytes(dst), Bytes(src), length);
     }
     static void Lowercase(char *dst, const char *src, Quorvane::u32 length)
     {
-        Quorvane::Internal::FlipCaseIntoCopy<Block>(Bytes(dst), Bytes(src), length, 'A', 'Z');
+        Narrow::Kernels::LowercaseIntoCopy<Block>(Bytes(dst), Bytes(src), length);
     }
     static Quorvane::u32 Replace(char *data, Quorvane::u32 length, char from, char to)
     {
-        return Quorvane::Internal::ReplaceInPlace<Block>(Bytes(data), length, Byte(from), Byte(to));
+        return Narrow::Kernels::ReplaceInPlace<Block>(Bytes(data), length, Byte(from), Byte(to));
     }
     static Quorvane::u32 Replace(char *dst, const char *src, Quorvane::u32 length, char from, char to)
     {
-        return Quorvane::Internal::ReplaceIntoCopy<Block>(Bytes(dst), Bytes(src), length, Byte(from), Byte(to));
+        return Narrow::Kernels::ReplaceIntoCopy<Block>(Bytes(dst), Bytes(src), length, Byte(from), Byte(to));
     }
 };
 
@@ -107,54 +103,42 @@ struct SPublicForm
     }
 };
 
-// The kernels of 32-byte blocks at every length, also where the library would not use them, and what has no wide kernel
-// as the library offers it.
-struct SWideForm : SPublicForm
+// The kernels of a form with wider blocks at every length, also where the library would not use them, and what has no
+// wide kernel as the library offers it.
+template <typename Kernels>
+struct TWiderForm : SPublicForm
 {
-    using CBytes = TFormOf<Quorvane::Internal::SBlock>;
-
-    static bool IsAvailable() { return Quorvane::Internal::HasWideInstructions(); }
-
     static bool EqualCase(const char *a, const char *b, Quorvane::u32 length)
     {
-        return FirstDifferenceCase(a, b, length) == length;
+        return Kernels::EqualCase(a, b, length);
     }
-    static void Reverse(char *data, Quorvane::u32 length)
-    {
-        Quorvane::Internal::Wide::ReverseBytes(CBytes::Bytes(data), length);
-    }
-    static void Uppercase(char *data, Quorvane::u32 length)
-    {
-        Quorvane::Internal::Wide::Uppercase(CBytes::Bytes(data), length);
-    }
-    static void Lowercase(char *data, Quorvane::u32 length)
-    {
-        Quorvane::Internal::Wide::Lowercase(CBytes::Bytes(data), length);
-    }
-    static void Uppercase(char *dst, const char *src, Quorvane::u32 length)
-    {
-        Quorvane::Internal::Wide::UppercaseIntoCopy(CBytes::Bytes(dst), CBytes::Bytes(src), length);
-    }
-    static void Lowercase(char *dst, const char *src, Quorvane::u32 length)
-    {
-        Quorvane::Internal::Wide::LowercaseIntoCopy(CBytes::Bytes(dst), CBytes::Bytes(src), length);
-    }
+    static void Reverse(char *data, Quorvane::u32 length) { Kernels::Reverse(data, length); }
+    static void Uppercase(char *data, Quorvane::u32 length) { Kernels::Uppercase(data, length); }
+    static void Lowercase(char *data, Quorvane::u32 length) { Kernels::Lowercase(data, length); }
+    static void Uppercase(char *dst, const char *src, Quorvane::u32 length) { Kernels::Uppercase(dst, src, length); }
+    static void Lowercase(char *dst, const char *src, Quorvane::u32 length) { Kernels::Lowercase(dst, src, length); }
     static Quorvane::u32 Replace(char *data, Quorvane::u32 length, char from, char to)
     {
-        return Quorvane::Internal::Wide::ReplaceInPlace(CBytes::Bytes(data), length, CBytes::Byte(from),
-                                                        CBytes::Byte(to));
+        return Kernels::Replace(data, length, from, to);
     }
     static Quorvane::u32 Replace(char *dst, const char *src, Quorvane::u32 length, char from, char to)
     {
-        return Quorvane::Internal::Wide::ReplaceIntoCopy(CBytes::Bytes(dst), CBytes::Bytes(src), length,
-                                                         CBytes::Byte(from), CBytes::Byte(to));
+        return Kernels::Replace(dst, src, length, from, to);
     }
+};
 
-private:
-    static Quorvane::u32 FirstDifferenceCase(const char *a, const char *b, Quorvane::u32 length)
-    {
-        return Quorvane::Internal::Wide::FirstDifferenceCase(CBytes::Bytes(a), CBytes::Bytes(b), length);
-    }
+// The wider forms that the machine may lack. Where a build has none, each name means the next narrower one.
+
+struct SWideForm : TWiderForm<Wide::SKernels>
+{
+    using CKernels = Wide::SKernels;
+    static bool IsAvailable() { return Quorvane::Internal::Simd::HasWideInstructions(); }
+};
+
+struct SWidestForm : TWiderForm<Widest::SKernels>
+{
+    using CKernels = Widest::SKernels;
+    static bool IsAvailable() { return Quorvane::Internal::Simd::HasWidestInstructions(); }
 };
 
 using SBlockPortable = Quorvane::Internal::Simd::SBlockPortable;
@@ -167,13 +151,20 @@ using SBlockOfMachine = Quorvane::Internal::Simd::SBlockNeon;
 
 #if QV_SIMD_HAS_WIDE
 using CBlockForms = ::testing::Types<SBlockPortable, SBlockOfMachine>;
-using CHelperForms = ::testing::Types<SPublicForm, SWideForm, TFormOf<SBlockPortable>, TFormOf<SBlockOfMachine>>;
+using CHelperForms =
+    ::testing::Types<SPublicForm, SWideForm, SWidestForm, TFormOf<SBlockPortable>, TFormOf<SBlockOfMachine>>;
 #elif QV_SIMD_HAS_SSE2 || QV_SIMD_HAS_NEON
 using CBlockForms = ::testing::Types<SBlockPortable, SBlockOfMachine>;
 using CHelperForms = ::testing::Types<SPublicForm, TFormOf<SBlockPortable>, TFormOf<SBlockOfMachine>>;
 #else
 using CBlockForms = ::testing::Types<SBlockPortable>;
 using CHelperForms = ::testing::Types<SPublicForm, TFormOf<SBlockPortable>>;
+#endif
+
+#if QV_SIMD_HAS_WIDE
+using CWiderForms = ::testing::Types<SWideForm, SWidestForm>;
+#else
+using CWiderForms = ::testing::Types<SWideForm>;
 #endif
 
 // What a form is called in the tests' names.
@@ -190,6 +181,12 @@ template <>
 struct TFormName<SWideForm>
 {
     static constexpr const char *kName = "Wide";
+};
+
+template <>
+struct TFormName<SWidestForm>
+{
+    static constexpr const char *kName = "Widest";
 };
 
 template <>

@@ -1,16 +1,17 @@
 // Comparison of string containers' characters, and of counted text without case, a block at a time.
 #include "kr_buffer.h"
 
+#include <cstring>
+
 #include "buffer_kernels.h"
-#include "buffer_wide.h"
 
 namespace Quorvane
 {
 
+using namespace Internal::Buffer;
+
 namespace
 {
-
-using Internal::SBlock;
 
 const u8 *Bytes(const void *data)
 {
@@ -22,37 +23,34 @@ const u8 *Bytes(const void *data)
 bool SNativeStringUtils::Equal_16(const void *a, const void *b, u32 length)
 {
     // From a few blocks on, the platform's routine is as wide as the machine.
-    constexpr u32 kMostForBlocks = 16;
-    if (length > kMostForBlocks)
+    constexpr u32 kMaxForBlocks = 16;
+    if (length > kMaxForBlocks)
         return std::memcmp(a, b, length) == 0;
-    return Internal::FirstDifference<SBlock, Internal::SExactBytes>(Bytes(a), Bytes(b), length) == length;
+    return Narrow::FirstDifference<Narrow::CBlock, Narrow::SExactBytes>(Bytes(a), Bytes(b), length) == length;
 }
 
 bool SNativeStringUtils::EqualCase_16(const char *a, const char *b, u32 length)
 {
-    if (Internal::WideIsWorthwhile(length))
-        return Internal::Wide::FirstDifferenceCase(Bytes(a), Bytes(b), length) == length;
-    return Internal::FirstDifference<SBlock, Internal::SLowerCaseBytes>(Bytes(a), Bytes(b), length) == length;
+    if (length >= kMinWideLength && Internal::Simd::HasWideInstructions())
+        return Wide::FirstDifferenceCase(Bytes(a), Bytes(b), length) == length;
+    return Narrow::FirstDifference<Narrow::CBlock, Narrow::SLowerCaseBytes>(Bytes(a), Bytes(b), length) == length;
 }
 
 bool SNativeStringUtils::EqualCase(const char *data0, const char *data1, u32 length)
 {
-    if (Internal::WideIsWorthwhile(length))
-        return Internal::Wide::FirstDifferenceCase(Bytes(data0), Bytes(data1), length) == length;
-    using CBytes = Internal::SLowerCaseBytes;
-    return Internal::FirstDifferenceInCounted<SBlock, CBytes>(Bytes(data0), Bytes(data1), length) == length;
+    return QV_SIMD_CALL(length >= kMinWideLength, FirstDifferenceCase(Bytes(data0), Bytes(data1), length)) == length;
 }
 
 // Ordering must not read behind the block of the first difference: no wide blocks here.
 
 s32 SNativeStringUtils::Compare_16(const void *a, const void *b, u32 length)
 {
-    return Internal::CompareBytes<SBlock, Internal::SExactBytes>(Bytes(a), Bytes(b), length);
+    return Narrow::CompareBytes<Narrow::CBlock, Narrow::SExactBytes>(Bytes(a), Bytes(b), length);
 }
 
 s32 SNativeStringUtils::CompareCase_16(const char *a, const char *b, u32 length)
 {
-    return Internal::CompareBytes<SBlock, Internal::SLowerCaseBytes>(Bytes(a), Bytes(b), length);
+    return Narrow::CompareBytes<Narrow::CBlock, Narrow::SLowerCaseBytes>(Bytes(a), Bytes(b), length);
 }
 
 } // namespace Quorvane

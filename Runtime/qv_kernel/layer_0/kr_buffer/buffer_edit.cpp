@@ -6,55 +6,43 @@
 namespace Quorvane
 {
 
-using Internal::BytesOf;
+using namespace Internal::Buffer;
 
 void SNativeStringUtils::Reverse_16(char *data, u32 length)
 {
-    Internal::ReverseCharacters(data, length);
+    ReverseInPlace(data, length);
 }
 
 void SNativeStringUtils::Uppercase_16(char *data, u32 length)
 {
-    Internal::RaiseCharacters(data, length);
+    UppercaseInPlace(data, length);
 }
 
 void SNativeStringUtils::Lowercase_16(char *data, u32 length)
 {
-    Internal::LowerCharacters(data, length);
+    LowercaseInPlace(data, length);
 }
 
 void SNativeStringUtils::Uppercase_16(char *dst, const char *src, u32 length)
 {
-    if (Internal::WideIsWorthwhile(length))
-        Internal::Wide::UppercaseIntoCopy(BytesOf(dst), BytesOf(src), length);
-    else
-        Internal::FlipCaseIntoCopy<Internal::SBlock>(BytesOf(dst), BytesOf(src), length, 'a', 'z');
+    QV_SIMD_CALL(length >= kMinWideLength, UppercaseIntoCopy(BytesOf(dst), BytesOf(src), length));
 }
 
 void SNativeStringUtils::Lowercase_16(char *dst, const char *src, u32 length)
 {
-    if (Internal::WideIsWorthwhile(length))
-        Internal::Wide::LowercaseIntoCopy(BytesOf(dst), BytesOf(src), length);
-    else
-        Internal::FlipCaseIntoCopy<Internal::SBlock>(BytesOf(dst), BytesOf(src), length, 'A', 'Z');
+    QV_SIMD_CALL(length >= kMinWideLength, LowercaseIntoCopy(BytesOf(dst), BytesOf(src), length));
 }
 
 u32 SNativeStringUtils::Replace_16(char *data, u32 length, char from, char to)
 {
-    const u8 fromByte = static_cast<u8>(from);
-    const u8 toByte = static_cast<u8>(to);
-    return Internal::WideIsWorthwhile(length)
-               ? Internal::Wide::ReplaceInPlace(BytesOf(data), length, fromByte, toByte)
-               : Internal::ReplaceInPlace<Internal::SBlock>(BytesOf(data), length, fromByte, toByte);
+    return QV_SIMD_CALL(length >= kMinWideLength,
+                        ReplaceInPlace(BytesOf(data), length, static_cast<u8>(from), static_cast<u8>(to)));
 }
 
 u32 SNativeStringUtils::Replace_16(char *dst, const char *src, u32 length, char from, char to)
 {
-    const u8 fromByte = static_cast<u8>(from);
-    const u8 toByte = static_cast<u8>(to);
-    return Internal::WideIsWorthwhile(length)
-               ? Internal::Wide::ReplaceIntoCopy(BytesOf(dst), BytesOf(src), length, fromByte, toByte)
-               : Internal::ReplaceIntoCopy<Internal::SBlock>(BytesOf(dst), BytesOf(src), length, fromByte, toByte);
+    return QV_SIMD_CALL(length >= kMinWideLength, ReplaceIntoCopy(BytesOf(dst), BytesOf(src), length,
+                                                                  static_cast<u8>(from), static_cast<u8>(to)));
 }
 
 } // namespace Quorvane

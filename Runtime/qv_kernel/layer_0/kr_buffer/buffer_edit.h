@@ -1,12 +1,11 @@
-// Private header: the edits that keep the length, as inline functions: short texts would feel one call more.
+// Private header: the edits that keep the length, as inline functions: a call more would cost short texts too much.
 //
 // Of containers' characters: 16-byte aligned, the terminator's block zero behind them.
 #pragma once
 
 #include "buffer_kernels.h"
-#include "buffer_wide.h"
 
-namespace Quorvane::Internal
+namespace Quorvane::Internal::Buffer
 {
 
 inline u8 *BytesOf(char *data)
@@ -19,28 +18,19 @@ inline const u8 *BytesOf(const char *data)
     return reinterpret_cast<const u8 *>(data);
 }
 
-inline void ReverseCharacters(char *data, u32 length)
+inline void ReverseInPlace(char *data, u32 length)
 {
-    if (WideIsWorthwhile(length))
-        Wide::ReverseBytes(BytesOf(data), length);
-    else
-        ReverseBytes<SBlock>(BytesOf(data), length);
+    QV_SIMD_CALL(length >= kMinWideLength, ReverseBytes(BytesOf(data), length));
 }
 
-inline void RaiseCharacters(char *data, u32 length)
+inline void UppercaseInPlace(char *data, u32 length)
 {
-    if (WideIsWorthwhile(length))
-        Wide::Uppercase(BytesOf(data), length);
-    else
-        FlipCase<SBlock>(BytesOf(data), length, 'a', 'z');
+    QV_SIMD_CALL(length >= kMinWideLength, Uppercase(BytesOf(data), length));
 }
 
-inline void LowerCharacters(char *data, u32 length)
+inline void LowercaseInPlace(char *data, u32 length)
 {
-    if (WideIsWorthwhile(length))
-        Wide::Lowercase(BytesOf(data), length);
-    else
-        FlipCase<SBlock>(BytesOf(data), length, 'A', 'Z');
+    QV_SIMD_CALL(length >= kMinWideLength, Lowercase(BytesOf(data), length));
 }
 
-} // namespace Quorvane::Internal
+} // namespace Quorvane::Internal::Buffer

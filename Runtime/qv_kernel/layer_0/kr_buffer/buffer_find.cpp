@@ -5,19 +5,17 @@
 
 #include "buffer_find.h"
 #include "buffer_find_port.h"
+#include "buffer_kernels.h"
 #include "buffer_text.h"
-#include "buffer_wide.h"
 #include "two_way_search.h"
 
 namespace Quorvane
 {
 
+using namespace Internal::Buffer;
+
 namespace
 {
-
-using Internal::SBlock;
-using Internal::SNeedle;
-using Internal::SPairFound;
 
 const u8 *Bytes(const char *data)
 {
@@ -73,30 +71,6 @@ SNeedle NeedleFor(u32 length, const char *needle, u32 needleLength)
     return {bytes, needleLength, first, RarestBut(bytes, needleLength, bytes[first])};
 }
 
-SPairFound FindPair(const char *data, u32 length, const SNeedle &needle)
-{
-    if (Internal::WideIsWorthwhile(length))
-        return Internal::Wide::FindPair(Bytes(data), length, needle);
-    using CSearch = Internal::TPairSearch<SBlock, Internal::SExactBytes, Internal::End_Counted>;
-    return CSearch(Bytes(data), length, needle).Find();
-}
-
-SPairFound FindPairTerminated(const char *data, u32 length, const SNeedle &needle)
-{
-    if (Internal::WideIsWorthwhile(length))
-        return Internal::Wide::FindPairTerminated(Bytes(data), length, needle);
-    using CSearch = Internal::TPairSearch<SBlock, Internal::SExactBytes, Internal::End_Terminated>;
-    return CSearch(Bytes(data), length, needle).Find();
-}
-
-SPairFound FindPairCase(const char *data, u32 length, const SNeedle &needle)
-{
-    if (Internal::WideIsWorthwhile(length))
-        return Internal::Wide::FindPairCase(Bytes(data), length, needle);
-    using CSearch = Internal::TPairSearch<SBlock, Internal::SLowerCaseBytes, Internal::End_Counted>;
-    return CSearch(Bytes(data), length, needle).Find();
-}
-
 } // namespace
 
 const char *SNativeStringUtils::Find(const char *data, u32 length, const char *needle, u32 needleLength)
@@ -107,11 +81,12 @@ const char *SNativeStringUtils::Find(const char *data, u32 length, const char *n
         return nullptr;
     if (needleLength == 1)
         return static_cast<const char *>(std::memchr(data, *needle, length));
-    const SPairFound found = FindPair(data, length, NeedleFor(length, needle, needleLength));
-    if (found.m_Outcome == Internal::PairFound_GaveUp)
+    const SNeedle rareFirst = NeedleFor(length, needle, needleLength);
+    const SPairFound found = QV_SIMD_CALL(length >= kMinWideLength, FindPair(Bytes(data), length, rareFirst));
+    if (found.m_Outcome == PairFound_GaveUp)
         return Internal::Buffer::FindTwoWay<Internal::Buffer::SCaseMatters>(
             data + found.m_Place, length - found.m_Place, needle, needleLength);
-    return found.m_Outcome == Internal::PairFound_Here ? data + found.m_Place : nullptr;
+    return found.m_Outcome == PairFound_Here ? data + found.m_Place : nullptr;
 }
 
 const char *SNativeStringUtils::FindCase(const char *data, u32 length, const char *needle, u32 needleLength)
@@ -120,20 +95,21 @@ const char *SNativeStringUtils::FindCase(const char *data, u32 length, const cha
         return data;
     if (needleLength > length)
         return nullptr;
-    const SPairFound found = FindPairCase(data, length, NeedleFor(length, needle, needleLength));
-    if (found.m_Outcome == Internal::PairFound_GaveUp)
+    const SNeedle rareFirst = NeedleFor(length, needle, needleLength);
+    const SPairFound found = QV_SIMD_CALL(length >= kMinWideLength, FindPairCase(Bytes(data), length, rareFirst));
+    if (found.m_Outcome == PairFound_GaveUp)
         return Internal::Buffer::FindTwoWay<Internal::Buffer::SCaseIgnored>(
             data + found.m_Place, length - found.m_Place, needle, needleLength);
-    return found.m_Outcome == Internal::PairFound_Here ? data + found.m_Place : nullptr;
+    return found.m_Outcome == PairFound_Here ? data + found.m_Place : nullptr;
 }
 
 const char *SNativeStringUtils::FindLast(const char *data, u32 length, char character)
 {
     if (length == 0)
         return nullptr;
-    if (!Internal::WideIsWorthwhile(length))
+    if (length < kMinWideLength || !Internal::Simd::HasWideInstructions())
         return Internal::Buffer::PortFindLast(data, length, character);
-    const u32 last = Internal::Wide::LastOfByte(Bytes(data), length, static_cast<u8>(character));
+    const u32 last = Wide::LastOfByte(Bytes(data), length, static_cast<u8>(character));
     return last != length ? data + last : nullptr;
 }
 
@@ -151,7 +127,7 @@ const char *FindInTerminated(const char *text, u32 length, const char *needle)
     if (needleLength > length)
         return nullptr;
     const SNeedle rareFirst = NeedleFor(length, needle, static_cast<u32>(needleLength));
-    const SPairFound found = FindPairTerminated(text, length, rareFirst);
+    const SPairFound found = QV_SIMD_CALL(length >= kMinWideLength, FindPairTerminated(Bytes(text), length, rareFirst));
     // No terminator stands before the place of giving up.
     if (found.m_Outcome == PairFound_GaveUp)
         return FindTwoWay<SCaseMatters>(text + found.m_Place, std::strlen(text + found.m_Place), needle, needleLength);

@@ -1,24 +1,27 @@
-// Private header: the kernels of buffer_kernels.inc, for the block types that every machine of the kind has.
+// Private header: the kernels of buffer_kernels.inc in each form, Narrow, Wide and Widest (simd_each_form.inc).
+//
+// They give the same results to the last byte, and none of them touches memory that another one does not. Callers take
+//
+//     QV_SIMD_CALL(length >= kMinWideLength, FirstDifferenceCase(a, b, length))
 #pragma once
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <type_traits>
 
 #include "kr_buffer.h"
 
-#include "../kr_simd/simd_block.h"
+#include "../kr_simd/simd_block_widest.h"
 #include "../kr_simd/simd_wide.h"
+#include "character_table.h"
 
-#define QV_BUFFER_INLINE QV_SIMD_INLINE
-
-namespace Quorvane::Internal
+namespace Quorvane::Internal::Buffer
 {
 
-using Simd::HighestSetBit;
-using Simd::SBlock;
-using Simd::TrailingZeroBits;
+// Shorter texts do not ask what the machine has: the check costs more than it saves.
+constexpr u32 kMinWideLength = 48;
 
 // What to look for, and which two of its characters to look for first: by index, the same one in a needle of one.
 struct SNeedle
@@ -44,6 +47,8 @@ struct SPairFound
     u32 m_Place;
 };
 
-#include "buffer_kernels.inc"
+} // namespace Quorvane::Internal::Buffer
 
-} // namespace Quorvane::Internal
+#define QV_SIMD_NAMESPACE Quorvane::Internal::Buffer
+#define QV_SIMD_KERNELS "../kr_buffer/buffer_kernels.inc"
+#include "../kr_simd/simd_each_form.inc"

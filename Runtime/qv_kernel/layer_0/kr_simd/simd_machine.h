@@ -108,7 +108,7 @@ enum EWideInstructions : u8
 extern std::atomic<u8> g_WideInstructions;
 
 // Asks the machine, and remembers.
-bool DetectWideInstructions();
+QV_INTERNAL_COLD bool DetectWideInstructions();
 
 // Whether this machine can run what stands in a wide region.
 // Cost: a load and a branch that is always predicted.

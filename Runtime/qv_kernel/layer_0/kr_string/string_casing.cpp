@@ -10,6 +10,9 @@ namespace Quorvane
 namespace
 {
 
+namespace Narrow = Internal::Buffer::Narrow;
+namespace Wide = Internal::Buffer::Wide;
+
 bool IsConversion(ECasingType casing)
 {
     return casing == CasingType_Lowercase || casing == CasingType_Uppercase;
@@ -20,8 +23,7 @@ bool HasLetterBetween(const CStringView &text, char first, char last)
 {
     const u8 *const data = reinterpret_cast<const u8 *>(text.Data());
     const u32 length = Internal::String::ReadableLength(text);
-    return Internal::WideIsWorthwhile(length) ? Internal::Wide::AnyBetweenAscii(data, length, first, last)
-                                              : Internal::AnyBetweenAscii<Internal::SBlock>(data, length, first, last);
+    return QV_SIMD_CALL(length >= Internal::Buffer::kMinWideLength, AnyBetweenAscii(data, length, first, last));
 }
 
 bool HasUppercaseLetter(const CStringView &text)
@@ -83,13 +85,13 @@ ECasingType CString::AnalyzeCasing() const
 
 CString &CString::ToUppercase()
 {
-    ConvertInPlace<&Internal::RaiseCharacters>(*this);
+    ConvertInPlace<&Internal::Buffer::UppercaseInPlace>(*this);
     return *this;
 }
 
 CString &CString::ToLowercase()
 {
-    ConvertInPlace<&Internal::LowerCharacters>(*this);
+    ConvertInPlace<&Internal::Buffer::LowercaseInPlace>(*this);
     return *this;
 }
 

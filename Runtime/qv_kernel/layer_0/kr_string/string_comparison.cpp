@@ -5,7 +5,6 @@
 
 #include "../kr_buffer/buffer_kernels.h"
 #include "../kr_buffer/buffer_text.h"
-#include "../kr_buffer/buffer_wide.h"
 #include "../kr_buffer/character_table.h"
 #include "character_scan.h"
 #include "null_text.h"
@@ -17,10 +16,11 @@ namespace Quorvane
 namespace
 {
 
+using Internal::Buffer::Narrow::OrderOfBytes;
+using Internal::Buffer::Narrow::SExactBytes;
+using Internal::Buffer::Narrow::SLowerCaseBytes;
+using Internal::Simd::SBlock;
 using Internal::String::IsNullOrEmpty;
-using Internal::SBlock;
-using Internal::SExactBytes;
-using Internal::SLowerCaseBytes;
 
 // Short texts are compared right here, where most of the time would go into calls.
 constexpr u32 kShortText = 2 * SBlock::kBytes;
@@ -61,10 +61,10 @@ s32 OrderOfLong(const char *a, const char *b, u32 length, ECaseSensitivity caseS
 {
     if (caseSensitivity == CaseSensitive)
         return std::memcmp(a, b, length);
-    if (!Internal::WideIsWorthwhile(length))
+    if (length < Internal::Buffer::kMinWideLength || !Internal::Simd::HasWideInstructions())
         return SNativeStringUtils::CompareCase_16(a, b, length);
-    const u32 index = Internal::Wide::FirstDifferenceCase(Bytes(a), Bytes(b), length);
-    return index != length ? Internal::OrderOfBytes<SLowerCaseBytes>(Bytes(a)[index], Bytes(b)[index]) : 0;
+    const u32 index = Internal::Buffer::Wide::FirstDifferenceCase(Bytes(a), Bytes(b), length);
+    return index != length ? OrderOfBytes<SLowerCaseBytes>(Bytes(a)[index], Bytes(b)[index]) : 0;
 }
 
 // The sign of the order of two containers' bytes, of which both have `length`, at least 1.
@@ -76,7 +76,7 @@ s32 OrderOfBlocks(const char *a, const char *b, u32 length, ECaseSensitivity cas
     u32 index = FirstDifferenceInBlock<Comparison>(a, b, 0);
     if (index == SBlock::kBytes && length > SBlock::kBytes)
         index = FirstDifferenceInBlock<Comparison>(a, b, SBlock::kBytes);
-    return index < length ? Internal::OrderOfBytes<Comparison>(Bytes(a)[index], Bytes(b)[index]) : 0;
+    return index < length ? OrderOfBytes<Comparison>(Bytes(a)[index], Bytes(b)[index]) : 0;
 }
 
 // The order of two containers' characters, as far as the first `lengthA` + 1 bytes tell: the terminator takes part.
@@ -139,8 +139,8 @@ namespace Internal
 
 bool EqualManyCharacters(const char *a, const char *b, u32 length)
 {
-    return QV_INTERNAL_LIKELY(HasWideInstructions()) ? Wide::Equal(Bytes(a), Bytes(b), length)
-                                                     : std::memcmp(a, b, length) == 0;
+    return QV_INTERNAL_LIKELY(Simd::HasWideInstructions()) ? Buffer::Wide::EqualInCounted(Bytes(a), Bytes(b), length)
+                                                           : std::memcmp(a, b, length) == 0;
 }
 
 // A view of null orders with a null buffer, before every text.

@@ -37,7 +37,7 @@ CString &CString::Reverse()
     if (QV_INTERNAL_FAILS(data != null))
         return *this;
     QV_INTERNAL_ASSERT_ALIGNED_16(data);
-    Internal::ReverseCharacters(data, container->Length());
+    Internal::Buffer::ReverseInPlace(data, container->Length());
     return *this;
 }
 

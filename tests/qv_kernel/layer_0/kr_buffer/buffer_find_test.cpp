@@ -207,7 +207,8 @@ TEST(BufferFind, TheCostIsLinearForANeedleThatRecursInPart)
 // The search by blocks gives up as long as what it has compared is linear.
 TEST(BufferFind, SearchingByPairsGivesUpWithinItsCredit)
 {
-    using CPairs = Internal::TPairSearch<Internal::SBlock, Internal::SExactBytes, Internal::End_Counted>;
+    namespace Kernels = Internal::Buffer::Narrow;
+    using CPairs = Kernels::TPairSearch<Kernels::CBlock, Kernels::SExactBytes, Kernels::End_Counted>;
     for (const SHardCase &hard : HardCases(40000))
     {
         const u32 length = LengthOf(hard.m_Text);

@@ -1,4 +1,4 @@
-// The walk over blocks, which all kernels share.
+// The walk over blocks, which the kernels of containers share.
 #include "kr_buffer/buffer_kernels.h"
 
 #include <utility>
@@ -36,7 +36,7 @@ std::vector<std::pair<size_t, u32>> StepsOf(u32 length, size_t most)
         steps.emplace_back(at, count);
         return steps.size() < most;
     };
-    Internal::WalkBlocks<Block>(nullptr, length, full, last);
+    Narrow::Kernels::WalkBlocks<Block>(nullptr, length, full, last);
     return steps;
 }
 
@@ -86,8 +86,99 @@ TYPED_TEST(BufferWalk, ReachesTheEndOfTheLongestText)
         lastCount = count;
         return true;
     };
-    Internal::WalkBlocks<TypeParam>(nullptr, 0xFFFFFFFFu, full, last);
+    Narrow::Kernels::WalkBlocks<TypeParam>(nullptr, 0xFFFFFFFFu, full, last);
     EXPECT_EQ(lastFull, 0xFFFFFFE0u);
     EXPECT_EQ(lastAt, 0xFFFFFFF0u);
     EXPECT_EQ(lastCount, 15u);
+}
+
+namespace
+{
+
+// The walks of the wider forms.
+template <typename Form>
+class BufferWalkWider : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        if (!Form::IsAvailable())
+            GTEST_SKIP() << "this machine has no such instructions";
+    }
+};
+
+TYPED_TEST_SUITE(BufferWalkWider, CWiderForms, SFormNames);
+
+// An address of nothing: a walk reads nothing itself.
+const u8 *AddressOf(size_t address)
+{
+    return reinterpret_cast<const u8 *>(address);
+}
+
+} // namespace
+
+TYPED_TEST(BufferWalkWider, VisitsEveryByteOnceInOrder)
+{
+    constexpr u32 kBytes = TypeParam::CKernels::kBlockBytes;
+    // Past the length from which on a walk begins at a boundary.
+    for (u32 length = 0; length <= 36 * kBytes; ++length)
+    {
+        for (size_t offset = 0; offset < kBytes; offset += 16)
+        {
+            const auto steps = TypeParam::CKernels::WalkSteps(AddressOf(4096 + offset), length, 10000);
+            size_t reached = 0;
+            for (const auto &step : steps)
+            {
+                ASSERT_EQ(step.first, reached) << length;
+                const bool isLast = &step == &steps.back();
+                ASSERT_TRUE(step.second == kBytes || step.second == 16 || (isLast && step.second < 16)) << length;
+                ASSERT_GT(step.second, 0u);
+                reached += step.second;
+            }
+            ASSERT_EQ(reached, length);
+        }
+    }
+}
+
+TYPED_TEST(BufferWalkWider, LongWalksTakeWideBlocksFromABoundaryOn)
+{
+    constexpr u32 kBytes = TypeParam::CKernels::kBlockBytes;
+    for (size_t offset = 0; offset < kBytes; offset += 16)
+    {
+        const size_t address = 4096 + offset;
+        for (const auto &step : TypeParam::CKernels::WalkSteps(AddressOf(address), 33 * kBytes, 10000))
+        {
+            if (step.second == kBytes)
+            {
+                ASSERT_EQ((address + step.first) % kBytes, 0u) << offset;
+            }
+        }
+    }
+}
+
+TYPED_TEST(BufferWalkWider, MisalignedTextsHaveNoBoundaryToReach)
+{
+    constexpr u32 kBytes = TypeParam::CKernels::kBlockBytes;
+    for (size_t offset = 1; offset < 16; ++offset)
+    {
+        size_t reached = 0;
+        for (const auto &step : TypeParam::CKernels::WalkSteps(AddressOf(4096 + offset), 40 * kBytes + 5, 10000))
+        {
+            ASSERT_EQ(step.first, reached);
+            reached += step.second;
+        }
+        ASSERT_EQ(reached, 40 * kBytes + 5);
+    }
+}
+
+TYPED_TEST(BufferWalkWider, EndsWhereAStepSaysSo)
+{
+    constexpr u32 kBytes = TypeParam::CKernels::kBlockBytes;
+    for (const u32 length : {1u, 16u, 3 * kBytes + 16, 8 * kBytes + kBytes - 1, 33 * kBytes + 17})
+    {
+        const u8 *const data = AddressOf(4096 + 16);
+        const size_t all = TypeParam::CKernels::WalkSteps(data, length, 10000).size();
+        for (size_t most = 1; most <= all; ++most)
+            EXPECT_EQ(TypeParam::CKernels::WalkSteps(data, length, most).size(), most) << length;
+    }
 }

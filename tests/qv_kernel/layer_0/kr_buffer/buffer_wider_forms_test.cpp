@@ -1,5 +1,6 @@
-// The wide kernels that no typed test covers, and the library with and without them: the same answers.
-#include "kr_buffer/buffer_wide.h"
+// The kernels of the wider forms that no other typed test covers, and the library with and without the wide one: the
+// same answers.
+#include "kr_buffer/buffer_kernels.h"
 
 #include <cstring>
 #include <string>
@@ -7,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "buffer_forms.h"
 #include "buffer_model.h"
 #include "guarded_page.h"
 #include "kr_string.h"
@@ -18,7 +20,7 @@ namespace
 {
 
 // Past four of the widest blocks.
-constexpr u32 kMostLength = 130;
+constexpr u32 kMostLength = 290;
 
 const u8 *Bytes(const char *text)
 {
@@ -30,24 +32,39 @@ u32 LengthOf(const std::string &text)
     return static_cast<u32>(text.size());
 }
 
+// The kernels of each wider form.
+template <typename Form>
+class BufferWiderForms : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        if (!Form::IsAvailable())
+            GTEST_SKIP() << "this machine has no such instructions";
+    }
+};
+
+TYPED_TEST_SUITE(BufferWiderForms, CWiderForms, SFormNames);
+
+// The library with and without the wide form.
 class BufferWide : public ::testing::Test
 {
 protected:
     void SetUp() override
     {
-        if (!Internal::HasWideInstructions())
+        if (!Internal::Simd::HasWideInstructions())
             GTEST_SKIP() << "this machine has no wide instructions";
     }
-    void TearDown() override { Internal::AllowWideInstructions(true); }
+    void TearDown() override { Internal::Simd::AllowWideInstructions(true); }
 };
 
 // What `ask` answers without and with wide instructions must be the same; gives that answer.
 template <typename Ask>
 auto AnswerOfBoth(const Ask &ask)
 {
-    Internal::AllowWideInstructions(false);
+    Internal::Simd::AllowWideInstructions(false);
     const auto narrow = ask();
-    Internal::AllowWideInstructions(true);
+    Internal::Simd::AllowWideInstructions(true);
     const auto wide = ask();
     EXPECT_EQ(narrow, wide);
     return wide;
@@ -60,8 +77,9 @@ std::string TextOf(const CString &string)
 
 } // namespace
 
-TEST_F(BufferWide, FirstDifferenceIsFoundInEveryPlaceAtTheEndOfMemory)
+TYPED_TEST(BufferWiderForms, FirstDifferenceIsFoundInEveryPlaceAtTheEndOfMemory)
 {
+    using CKernels = typename TypeParam::CKernels;
     const CGuardedPage pageA;
     const CGuardedPage pageB;
     for (u32 length = 0; length <= kMostLength; ++length)
@@ -71,19 +89,20 @@ TEST_F(BufferWide, FirstDifferenceIsFoundInEveryPlaceAtTheEndOfMemory)
         char *const b = pageB.Last(length);
         std::memcpy(a, text.data(), length);
         std::memcpy(b, ModelUpper(text).data(), length);
-        ASSERT_EQ(Internal::Wide::FirstDifferenceCase(Bytes(a), Bytes(b), length), length);
+        ASSERT_EQ(CKernels::FirstDifferenceCase(a, b, length), length);
         for (u32 place = 0; place < length; ++place)
         {
             const char kept = b[place];
             b[place] = static_cast<char>(kept ^ 0x80);
-            ASSERT_EQ(Internal::Wide::FirstDifferenceCase(Bytes(a), Bytes(b), length), place) << length;
+            ASSERT_EQ(CKernels::FirstDifferenceCase(a, b, length), place) << length;
             b[place] = kept;
         }
     }
 }
 
-TEST_F(BufferWide, FirstDifferenceOfEveryPairOfBytes)
+TYPED_TEST(BufferWiderForms, FirstDifferenceOfEveryPairOfBytes)
 {
+    using CKernels = typename TypeParam::CKernels;
     for (u32 i = 0; i < 256; ++i)
     {
         std::string a(64, static_cast<char>(i));
@@ -92,59 +111,61 @@ TEST_F(BufferWide, FirstDifferenceOfEveryPairOfBytes)
             std::string b(64, static_cast<char>(i));
             b[45] = static_cast<char>(j);
             const bool same = ModelLower(a[45]) == ModelLower(b[45]);
-            ASSERT_EQ(Internal::Wide::FirstDifferenceCase(Bytes(a.data()), Bytes(b.data()), 64), same ? 64u : 45u);
+            ASSERT_EQ(CKernels::FirstDifferenceCase(a.data(), b.data(), 64), same ? 64u : 45u);
         }
     }
 }
 
-TEST_F(BufferWide, EqualSeesADifferenceInEveryPlaceAtTheEndOfMemory)
+TYPED_TEST(BufferWiderForms, EqualSeesADifferenceInEveryPlaceAtTheEndOfMemory)
 {
+    using CKernels = typename TypeParam::CKernels;
     const CGuardedPage pageA;
     const CGuardedPage pageB;
     // Past two rounds of eight blocks, from the least that is taken.
-    for (u32 length = 32; length <= 600; ++length)
+    for (u32 length = CKernels::kBlockBytes; length <= 1200; ++length)
     {
         const std::string text = MixedText(length);
         char *const a = pageA.Last(length);
         char *const b = pageB.Last(length);
         std::memcpy(a, text.data(), length);
         std::memcpy(b, text.data(), length);
-        ASSERT_TRUE(Internal::Wide::Equal(Bytes(a), Bytes(b), length)) << length;
+        ASSERT_TRUE(CKernels::EqualInCounted(a, b, length)) << length;
         for (u32 place = 0; place < length; ++place)
         {
             b[place] = static_cast<char>(b[place] ^ 0x80);
-            ASSERT_FALSE(Internal::Wide::Equal(Bytes(a), Bytes(b), length)) << length << ", " << place;
+            ASSERT_FALSE(CKernels::EqualInCounted(a, b, length)) << length << ", " << place;
             b[place] = static_cast<char>(b[place] ^ 0x80);
         }
     }
 }
 
-TEST_F(BufferWide, TheLastByteIsFoundInEveryPlaceAtBothEndsOfMemory)
+TYPED_TEST(BufferWiderForms, TheLastByteIsFoundInEveryPlaceAtBothEndsOfMemory)
 {
+    using CKernels = typename TypeParam::CKernels;
     const CGuardedPage page;
-    for (u32 length = 32; length <= 300; ++length)
+    for (u32 length = CKernels::kBlockBytes; length <= 600; ++length)
     {
         for (char *const text : {page.Begin(), page.Begin() + 1, page.Last(length)})
         {
             std::memset(text, 'a', length);
-            ASSERT_EQ(Internal::Wide::LastOfByte(Bytes(text), length, 'b'), length);
+            ASSERT_EQ(CKernels::LastOfByte(text, length, 'b'), length);
             for (u32 place = 0; place < length; ++place)
             {
                 // All that come before are found no more.
                 text[place] = 'b';
-                ASSERT_EQ(Internal::Wide::LastOfByte(Bytes(text), length, 'b'), place) << length;
+                ASSERT_EQ(CKernels::LastOfByte(text, length, 'b'), place) << length;
             }
         }
     }
 }
 
-TEST_F(BufferWide, EditsAreTheSameAtEveryAlignmentOfAContainer)
+TYPED_TEST(BufferWiderForms, EditsAreTheSameAtEveryAlignmentOfAContainer)
 {
+    using CKernels = typename TypeParam::CKernels;
     alignas(64) char memory[512];
     for (u32 offset = 0; offset < 64; offset += 16)
     {
         char *const text = memory + offset;
-        u8 *const bytes = reinterpret_cast<u8 *>(text);
         for (u32 length = 48; length <= 400; ++length)
         {
             const std::string before = MixedText(length);
@@ -156,20 +177,19 @@ TEST_F(BufferWide, EditsAreTheSameAtEveryAlignmentOfAContainer)
                 EXPECT_EQ(text[length], '|') << length;
                 return std::string(text, length);
             };
-            ASSERT_EQ(edited([&] { Internal::Wide::Uppercase(bytes, length); }), ModelUpper(before)) << length;
-            ASSERT_EQ(edited([&] { Internal::Wide::Lowercase(bytes, length); }), ModelLower(before)) << length;
+            ASSERT_EQ(edited([&] { CKernels::Uppercase(text, length); }), ModelUpper(before)) << length;
+            ASSERT_EQ(edited([&] { CKernels::Lowercase(text, length); }), ModelLower(before)) << length;
             size_t count = 0;
             const std::string replaced = ModelReplace(before, 'Z', '.', &count);
-            ASSERT_EQ(edited([&] { EXPECT_EQ(Internal::Wide::ReplaceInPlace(bytes, length, 'Z', '.'), count); }),
-                      replaced);
-            ASSERT_EQ(edited([&] { Internal::Wide::ReverseBytes(bytes, length); }),
-                      std::string(before.rbegin(), before.rend()));
+            ASSERT_EQ(edited([&] { EXPECT_EQ(CKernels::Replace(text, length, 'Z', '.'), count); }), replaced);
+            ASSERT_EQ(edited([&] { CKernels::Reverse(text, length); }), std::string(before.rbegin(), before.rend()));
         }
     }
 }
 
-TEST_F(BufferWide, LettersAreFoundInEveryPlaceAtTheEndOfMemory)
+TYPED_TEST(BufferWiderForms, LettersAreFoundInEveryPlaceAtTheEndOfMemory)
 {
+    using CKernels = typename TypeParam::CKernels;
     const CGuardedPage page;
     const char notLetters[] = {'@', '[', '`', '{', '\0', '\x7F', '\xC1', '\xE1'};
     for (u32 length = 0; length <= kMostLength; ++length)
@@ -177,24 +197,83 @@ TEST_F(BufferWide, LettersAreFoundInEveryPlaceAtTheEndOfMemory)
         char *const text = page.Last(length);
         for (u32 i = 0; i < length; ++i)
             text[i] = notLetters[i % sizeof(notLetters)];
-        ASSERT_FALSE(Internal::Wide::AnyBetweenAscii(Bytes(text), length, 'a', 'z')) << length;
-        ASSERT_FALSE(Internal::Wide::AnyBetweenAscii(Bytes(text), length, 'A', 'Z')) << length;
+        ASSERT_FALSE(CKernels::AnyBetweenAscii(text, length, 'a', 'z')) << length;
+        ASSERT_FALSE(CKernels::AnyBetweenAscii(text, length, 'A', 'Z')) << length;
         for (u32 place = 0; place < length; ++place)
         {
             const char kept = text[place];
             text[place] = place % 2 == 0 ? 'a' : 'z';
-            ASSERT_TRUE(Internal::Wide::AnyBetweenAscii(Bytes(text), length, 'a', 'z')) << length << ", " << place;
-            ASSERT_FALSE(Internal::Wide::AnyBetweenAscii(Bytes(text), length, 'A', 'Z')) << length << ", " << place;
+            ASSERT_TRUE(CKernels::AnyBetweenAscii(text, length, 'a', 'z')) << length << ", " << place;
+            ASSERT_FALSE(CKernels::AnyBetweenAscii(text, length, 'A', 'Z')) << length << ", " << place;
             text[place] = kept;
         }
     }
 }
 
-TEST_F(BufferWide, ReplaceCountsMoreHitsThanAByteHolds)
+TYPED_TEST(BufferWiderForms, ReplaceCountsMoreHitsThanAByteHolds)
 {
+    using CKernels = typename TypeParam::CKernels;
     std::vector<char> text(70032, 'a');
-    EXPECT_EQ(Internal::Wide::ReplaceInPlace(reinterpret_cast<u8 *>(text.data()), 70001, 'a', 'b'), 70001u);
+    EXPECT_EQ(CKernels::Replace(text.data(), 70001, 'a', 'b'), 70001u);
     EXPECT_EQ(std::string(text.data(), text.size()), std::string(70001, 'b') + std::string(31, 'a'));
+}
+
+TYPED_TEST(BufferWiderForms, NeedlesAreFoundInEveryPlaceAtTheEndOfMemory)
+{
+    using CKernels = typename TypeParam::CKernels;
+    const CGuardedPage page;
+    for (const std::string needle : {"ab", "aXb", "needle", "a needle that is longer than one wide block is"})
+    {
+        for (u32 length = LengthOf(needle); length <= kMostLength; ++length)
+        {
+            char *const text = page.Last(length);
+            // Full of beginnings, and of first characters at the right distance of last ones.
+            for (u32 i = 0; i < length; ++i)
+                text[i] = needle[i % (needle.size() - 1)];
+            const Internal::Buffer::SNeedle wanted = {Bytes(needle.data()), LengthOf(needle), 0, LengthOf(needle) - 1};
+            for (u32 place = 0; place + needle.size() <= length; ++place)
+            {
+                const std::string kept(text + place, needle.size());
+                std::memcpy(text + place, needle.data(), needle.size());
+                const u32 first = static_cast<u32>(std::string(text, length).find(needle));
+                for (const auto &find : {&CKernels::FindPair, &CKernels::FindPairCase, &CKernels::FindPairTerminated})
+                {
+                    const Internal::Buffer::SPairFound found = find(text, length, wanted);
+                    ASSERT_EQ(found.m_Outcome, Internal::Buffer::PairFound_Here) << length << ", " << place;
+                    ASSERT_EQ(found.m_Place, first) << length << ", " << place;
+                }
+                std::memcpy(text + place, kept.data(), kept.size());
+            }
+        }
+    }
+}
+
+TYPED_TEST(BufferWiderForms, PairsAreFoundInTextsPastTheRareCharacters)
+{
+    // Long enough for the fours in which the first character is rare, for those in which it is not, and for the blocks
+    // behind; a needle in every place around a block's ends, at every alignment of one.
+    using CKernels = typename TypeParam::CKernels;
+    constexpr u32 kBytes = CKernels::kBlockBytes;
+    const std::string needle = "needle";
+    const Internal::Buffer::SNeedle wanted = {Bytes(needle.data()), LengthOf(needle), 0, LengthOf(needle) - 1};
+    for (const char filler : {'x', 'n'})
+    {
+        for (u32 offset = 0; offset < kBytes; ++offset)
+        {
+            std::vector<char> memory(offset + 40 * kBytes, filler);
+            char *const text = memory.data() + offset;
+            const u32 length = static_cast<u32>(memory.size()) - offset;
+            ASSERT_EQ(CKernels::FindPair(text, length, wanted).m_Outcome, Internal::Buffer::PairFound_Nowhere);
+            for (u32 place = length - LengthOf(needle); place > length - 9 * kBytes; place -= 5)
+            {
+                std::vector<char> copy(text, text + length);
+                std::memcpy(copy.data() + place, needle.data(), needle.size());
+                const Internal::Buffer::SPairFound found = CKernels::FindPair(copy.data(), length, wanted);
+                ASSERT_EQ(found.m_Outcome, Internal::Buffer::PairFound_Here) << offset << ", " << place;
+                ASSERT_EQ(found.m_Place, place) << offset;
+            }
+        }
+    }
 }
 
 TEST_F(BufferWide, NeedlesAreFoundInEveryPlaceAtTheEndOfMemory)
@@ -270,9 +349,8 @@ TEST_F(BufferWide, SearchesThatGiveUpAreFinishedByAnother)
     middle[500] = 'c';
     EXPECT_EQ(AnswerOfBoth([&] { return find(middle); }), nullptr);
     EXPECT_EQ(AnswerOfBoth([&] { return findCase(middle); }), nullptr);
-    EXPECT_EQ(
-        Internal::Wide::FindPair(Bytes(text.data()), LengthOf(text), {Bytes(middle.data()), 1000, 0, 999}).m_Outcome,
-        Internal::PairFound_GaveUp);
+    EXPECT_EQ(Wide::SKernels::FindPair(text.data(), LengthOf(text), {Bytes(middle.data()), 1000, 0, 999}).m_Outcome,
+              Internal::Buffer::PairFound_GaveUp);
     EXPECT_EQ(AnswerOfBoth([&] { return find(atEnd); }), text.data() + text.size() - atEnd.size());
     std::string behind = text + middle + text;
     const char *const found = AnswerOfBoth(
