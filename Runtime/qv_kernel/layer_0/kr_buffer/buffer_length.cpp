@@ -1,18 +1,16 @@
 // Lengths of native strings.
 #include "kr_buffer.h"
 
-#include <cstddef>
 #include <cstring>
+
+#include "buffer_text.h"
 
 namespace Quorvane
 {
 
 u32 SNativeStringUtils::Length(const char *str)
 {
-    constexpr std::size_t kMaxLength = 0xFFFFFFFFu;
-    if (str == nullptr)
-        return 0;
-    return static_cast<u32>(QVMin(std::strlen(str), kMaxLength));
+    return str != nullptr ? Internal::Buffer::ReportedLength(std::strlen(str)) : 0;
 }
 
 u32 SNativeStringUtils::Length_16(const char *str)

@@ -1,11 +1,11 @@
 // Private header: all occurrences of a pattern, for texts that hold many.
 //
-// A search that is called again behind each occurrence prepares itself every time, and looks at the rest of a block
-// that it has seen already. Here the places where the pattern's first and last characters stand at the right distance
-// are marked, a stretch of the text at a time, those of them chosen where its first word stands, and only these compared
-// in full.
+// A search that is called again behind each occurrence prepares itself every time, and looks once more at the rest of a
+// block that it has seen. Here a bitmap tells where the pattern's first and last characters stand at the right distance,
+// a chunk of the text at a time. Of these places those are candidates where its first word stands, and only candidates
+// are compared in full.
 //
-// Texts and patterns of few different characters have many such places and few occurrences. What comparing in vain may
+// Texts and patterns of few different characters have many candidates and few occurrences. What comparing in vain may
 // cost is bounded by the text walked so far; from there on the linear search takes over.
 #pragma once
 
@@ -38,7 +38,7 @@ public:
         u32 whole = count;
         while (whole != 0 && room - indices[whole - 1] < kWordBytes)
             --whole;
-        // Whether one is kept is what processors cannot guess.
+        // Counted, not branched on: whether one is kept would be a mispredicted branch.
         u32 kept = 0;
         for (u32 i = 0; i < whole; ++i)
         {
@@ -103,7 +103,7 @@ public:
     static constexpr u64 WasteAllowed(u32 walked) { return 4096 + 4 * static_cast<u64>(walked); }
 
 private:
-    // Not inline: its lists are off the stack again when the search goes on without them.
+    // Not inline, so that its bitmap and its indices are off the stack when the search goes on without them.
     QV_INTERNAL_NOINLINE void _WalkMarked(u32 from)
     {
         const u32 places = m_Length < m_PatternLength ? 0 : m_Length - m_PatternLength + 1;
