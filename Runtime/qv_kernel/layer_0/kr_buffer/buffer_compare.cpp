@@ -4,21 +4,12 @@
 #include <cstring>
 
 #include "buffer_kernels.h"
+#include "buffer_text.h"
 
 namespace Quorvane
 {
 
 using namespace Internal::Buffer;
-
-namespace
-{
-
-const u8 *Bytes(const void *data)
-{
-    return static_cast<const u8 *>(data);
-}
-
-} // namespace
 
 bool SNativeStringUtils::Equal_16(const void *a, const void *b, u32 length)
 {
@@ -26,31 +17,32 @@ bool SNativeStringUtils::Equal_16(const void *a, const void *b, u32 length)
     constexpr u32 kMaxForBlocks = 16;
     if (length > kMaxForBlocks)
         return std::memcmp(a, b, length) == 0;
-    return Narrow::FirstDifference<Narrow::CBlock, Narrow::SExactBytes>(Bytes(a), Bytes(b), length) == length;
+    return Narrow::FirstDifference<Narrow::CBlock, Narrow::SExactBytes>(ToBytes(a), ToBytes(b), length) == length;
 }
 
 bool SNativeStringUtils::EqualCase_16(const char *a, const char *b, u32 length)
 {
     if (length >= kMinWideLength && Internal::Simd::HasWideInstructions())
-        return Wide::FirstDifferenceCase(Bytes(a), Bytes(b), length) == length;
-    return Narrow::FirstDifference<Narrow::CBlock, Narrow::SLowerCaseBytes>(Bytes(a), Bytes(b), length) == length;
+        return Wide::FirstDifferenceCase(ToBytes(a), ToBytes(b), length) == length;
+    return Narrow::FirstDifference<Narrow::CBlock, Narrow::SLowerCaseBytes>(ToBytes(a), ToBytes(b), length) == length;
 }
 
 bool SNativeStringUtils::EqualCase(const char *data0, const char *data1, u32 length)
 {
-    return QV_SIMD_CALL(length >= kMinWideLength, FirstDifferenceCase(Bytes(data0), Bytes(data1), length)) == length;
+    return QV_SIMD_CALL(length >= kMinWideLength, FirstDifferenceCase(ToBytes(data0), ToBytes(data1), length)) ==
+           length;
 }
 
 // Ordering must not read behind the block of the first difference: no wide blocks here.
 
 s32 SNativeStringUtils::Compare_16(const void *a, const void *b, u32 length)
 {
-    return Narrow::CompareBytes<Narrow::CBlock, Narrow::SExactBytes>(Bytes(a), Bytes(b), length);
+    return Narrow::CompareBytes<Narrow::CBlock, Narrow::SExactBytes>(ToBytes(a), ToBytes(b), length);
 }
 
 s32 SNativeStringUtils::CompareCase_16(const char *a, const char *b, u32 length)
 {
-    return Narrow::CompareBytes<Narrow::CBlock, Narrow::SLowerCaseBytes>(Bytes(a), Bytes(b), length);
+    return Narrow::CompareBytes<Narrow::CBlock, Narrow::SLowerCaseBytes>(ToBytes(a), ToBytes(b), length);
 }
 
 } // namespace Quorvane

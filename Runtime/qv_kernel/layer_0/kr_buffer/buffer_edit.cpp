@@ -25,23 +25,23 @@ void SNativeStringUtils::Lowercase_16(char *data, u32 length)
 
 void SNativeStringUtils::Uppercase_16(char *dst, const char *src, u32 length)
 {
-    QV_SIMD_CALL(length >= kMinWideLength, UppercaseIntoCopy(BytesOf(dst), BytesOf(src), length));
+    QV_SIMD_CALL(length >= kMinWideLength, UppercaseIntoCopy(ToBytes(dst), ToBytes(src), length));
 }
 
 void SNativeStringUtils::Lowercase_16(char *dst, const char *src, u32 length)
 {
-    QV_SIMD_CALL(length >= kMinWideLength, LowercaseIntoCopy(BytesOf(dst), BytesOf(src), length));
+    QV_SIMD_CALL(length >= kMinWideLength, LowercaseIntoCopy(ToBytes(dst), ToBytes(src), length));
 }
 
 u32 SNativeStringUtils::Replace_16(char *data, u32 length, char from, char to)
 {
     return QV_SIMD_CALL(length >= kMinWideLength,
-                        ReplaceInPlace(BytesOf(data), length, static_cast<u8>(from), static_cast<u8>(to)));
+                        ReplaceInPlace(ToBytes(data), length, static_cast<u8>(from), static_cast<u8>(to)));
 }
 
 u32 SNativeStringUtils::Replace_16(char *dst, const char *src, u32 length, char from, char to)
 {
-    return QV_SIMD_CALL(length >= kMinWideLength, ReplaceIntoCopy(BytesOf(dst), BytesOf(src), length,
+    return QV_SIMD_CALL(length >= kMinWideLength, ReplaceIntoCopy(ToBytes(dst), ToBytes(src), length,
                                                                   static_cast<u8>(from), static_cast<u8>(to)));
 }
 

@@ -4,33 +4,24 @@
 #pragma once
 
 #include "buffer_kernels.h"
+#include "buffer_text.h"
 
 namespace Quorvane::Internal::Buffer
 {
 
-inline u8 *BytesOf(char *data)
-{
-    return reinterpret_cast<u8 *>(data);
-}
-
-inline const u8 *BytesOf(const char *data)
-{
-    return reinterpret_cast<const u8 *>(data);
-}
-
 inline void ReverseInPlace(char *data, u32 length)
 {
-    QV_SIMD_CALL(length >= kMinWideLength, ReverseBytes(BytesOf(data), length));
+    QV_SIMD_CALL(length >= kMinWideLength, ReverseBytes(ToBytes(data), length));
 }
 
 inline void UppercaseInPlace(char *data, u32 length)
 {
-    QV_SIMD_CALL(length >= kMinWideLength, Uppercase(BytesOf(data), length));
+    QV_SIMD_CALL(length >= kMinWideLength, Uppercase(ToBytes(data), length));
 }
 
 inline void LowercaseInPlace(char *data, u32 length)
 {
-    QV_SIMD_CALL(length >= kMinWideLength, Lowercase(BytesOf(data), length));
+    QV_SIMD_CALL(length >= kMinWideLength, Lowercase(ToBytes(data), length));
 }
 
 } // namespace Quorvane::Internal::Buffer

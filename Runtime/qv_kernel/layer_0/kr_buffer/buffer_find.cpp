@@ -17,11 +17,6 @@ using namespace Internal::Buffer;
 namespace
 {
 
-const u8 *Bytes(const char *data)
-{
-    return reinterpret_cast<const u8 *>(data);
-}
-
 // How common each character is in texts, paths and programs: 0 for the rarest.
 struct SCommonness
 {
@@ -64,7 +59,7 @@ u32 RarestBut(const u8 *needle, u32 needleLength, int except)
 // one in a short text.
 SNeedle NeedleFor(u32 length, const char *needle, u32 needleLength)
 {
-    const u8 *const bytes = Bytes(needle);
+    const u8 *const bytes = ToBytes(needle);
     if (length < kLongText)
         return {bytes, needleLength, 0, needleLength - 1};
     const u32 first = RarestBut(bytes, needleLength, -1);
@@ -82,7 +77,7 @@ const char *SNativeStringUtils::Find(const char *data, u32 length, const char *n
     if (needleLength == 1)
         return static_cast<const char *>(std::memchr(data, *needle, length));
     const SNeedle rareFirst = NeedleFor(length, needle, needleLength);
-    const SPairFound found = QV_SIMD_CALL(length >= kMinWideLength, FindPair(Bytes(data), length, rareFirst));
+    const SPairFound found = QV_SIMD_CALL(length >= kMinWideLength, FindPair(ToBytes(data), length, rareFirst));
     if (found.m_Outcome == PairFound_GaveUp)
         return Internal::Buffer::FindTwoWay<Internal::Buffer::SCaseMatters>(
             data + found.m_Place, length - found.m_Place, needle, needleLength);
@@ -96,7 +91,7 @@ const char *SNativeStringUtils::FindCase(const char *data, u32 length, const cha
     if (needleLength > length)
         return nullptr;
     const SNeedle rareFirst = NeedleFor(length, needle, needleLength);
-    const SPairFound found = QV_SIMD_CALL(length >= kMinWideLength, FindPairCase(Bytes(data), length, rareFirst));
+    const SPairFound found = QV_SIMD_CALL(length >= kMinWideLength, FindPairCase(ToBytes(data), length, rareFirst));
     if (found.m_Outcome == PairFound_GaveUp)
         return Internal::Buffer::FindTwoWay<Internal::Buffer::SCaseIgnored>(
             data + found.m_Place, length - found.m_Place, needle, needleLength);
@@ -109,7 +104,7 @@ const char *SNativeStringUtils::FindLast(const char *data, u32 length, char char
         return nullptr;
     if (length < kMinWideLength || !Internal::Simd::HasWideInstructions())
         return Internal::Buffer::PortFindLast(data, length, character);
-    const u32 last = Wide::LastOfByte(Bytes(data), length, static_cast<u8>(character));
+    const u32 last = Wide::LastOfByte(ToBytes(data), length, static_cast<u8>(character));
     return last != length ? data + last : nullptr;
 }
 
@@ -127,7 +122,8 @@ const char *FindInTerminated(const char *text, u32 length, const char *needle)
     if (needleLength > length)
         return nullptr;
     const SNeedle rareFirst = NeedleFor(length, needle, static_cast<u32>(needleLength));
-    const SPairFound found = QV_SIMD_CALL(length >= kMinWideLength, FindPairTerminated(Bytes(text), length, rareFirst));
+    const SPairFound found =
+        QV_SIMD_CALL(length >= kMinWideLength, FindPairTerminated(ToBytes(text), length, rareFirst));
     // No terminator stands before the place of giving up.
     if (found.m_Outcome == PairFound_GaveUp)
         return FindTwoWay<SCaseMatters>(text + found.m_Place, std::strlen(text + found.m_Place), needle, needleLength);

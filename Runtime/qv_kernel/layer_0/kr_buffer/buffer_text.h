@@ -1,4 +1,5 @@
-// Private header: what the helpers on native text share. Null taken as the empty text, case as a policy, and lengths.
+// Private header: what the helpers on native text share. Characters as bytes, case as a policy, null taken as the empty
+// text, and lengths.
 #pragma once
 
 #include <cstddef>
@@ -10,6 +11,18 @@
 
 namespace Quorvane::Internal::Buffer
 {
+
+// Characters as unsigned bytes, which kernels work on.
+
+inline u8 *ToBytes(char *characters)
+{
+    return reinterpret_cast<u8 *>(characters);
+}
+
+inline const u8 *ToBytes(const void *characters)
+{
+    return static_cast<const u8 *>(characters);
+}
 
 // Case policies: two characters are the same when their folded forms are.
 

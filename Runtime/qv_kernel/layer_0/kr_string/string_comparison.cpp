@@ -19,16 +19,12 @@ namespace
 using Internal::Buffer::Narrow::OrderOfBytes;
 using Internal::Buffer::Narrow::SExactBytes;
 using Internal::Buffer::Narrow::SLowerCaseBytes;
+using Internal::Buffer::ToBytes;
 using Internal::Simd::SBlock;
 using Internal::String::IsNullOrEmpty;
 
 // Short texts are compared right here, where most of the time would go into calls.
 constexpr u32 kShortText = 2 * SBlock::kBytes;
-
-const u8 *Bytes(const char *data)
-{
-    return reinterpret_cast<const u8 *>(data);
-}
 
 // The index of the first byte in which two containers' blocks from `at` on differ as `Comparison` sees them; the number
 // of a block's bytes behind `at` when none does.
@@ -63,8 +59,8 @@ s32 OrderOfLong(const char *a, const char *b, u32 length, ECaseSensitivity caseS
         return std::memcmp(a, b, length);
     if (length < Internal::Buffer::kMinWideLength || !Internal::Simd::HasWideInstructions())
         return SNativeStringUtils::CompareCase_16(a, b, length);
-    const u32 index = Internal::Buffer::Wide::FirstDifferenceCase(Bytes(a), Bytes(b), length);
-    return index != length ? OrderOfBytes<SLowerCaseBytes>(Bytes(a)[index], Bytes(b)[index]) : 0;
+    const u32 index = Internal::Buffer::Wide::FirstDifferenceCase(ToBytes(a), ToBytes(b), length);
+    return index != length ? OrderOfBytes<SLowerCaseBytes>(ToBytes(a)[index], ToBytes(b)[index]) : 0;
 }
 
 // The sign of the order of two containers' bytes, of which both have `length`, at least 1.
@@ -76,7 +72,7 @@ s32 OrderOfBlocks(const char *a, const char *b, u32 length, ECaseSensitivity cas
     u32 index = FirstDifferenceInBlock<Comparison>(a, b, 0);
     if (index == SBlock::kBytes && length > SBlock::kBytes)
         index = FirstDifferenceInBlock<Comparison>(a, b, SBlock::kBytes);
-    return index < length ? OrderOfBytes<Comparison>(Bytes(a)[index], Bytes(b)[index]) : 0;
+    return index < length ? OrderOfBytes<Comparison>(ToBytes(a)[index], ToBytes(b)[index]) : 0;
 }
 
 // The order of two containers' characters, as far as the first `lengthA` + 1 bytes tell: the terminator takes part.
@@ -139,8 +135,9 @@ namespace Internal
 
 bool EqualManyCharacters(const char *a, const char *b, u32 length)
 {
-    return QV_INTERNAL_LIKELY(Simd::HasWideInstructions()) ? Buffer::Wide::EqualInCounted(Bytes(a), Bytes(b), length)
-                                                           : std::memcmp(a, b, length) == 0;
+    return QV_INTERNAL_LIKELY(Simd::HasWideInstructions())
+               ? Buffer::Wide::EqualInCounted(ToBytes(a), ToBytes(b), length)
+               : std::memcmp(a, b, length) == 0;
 }
 
 // A view of null orders with a null buffer, before every text.
@@ -238,7 +235,7 @@ bool CString::LessThan(const char *other, ECaseSensitivity caseSensitivity) cons
     const u32 length = Internal::Buffer::LengthWithin(other, Length());
     if (caseSensitivity == CaseSensitive)
         return std::memcmp(data, other, static_cast<std::size_t>(length) + 1) < 0;
-    return OrderIgnoringCase(Bytes(data), Bytes(other), static_cast<u64>(length) + 1) < 0;
+    return OrderIgnoringCase(ToBytes(data), ToBytes(other), static_cast<u64>(length) + 1) < 0;
 }
 
 bool CString::operator<(const char *other) const
