@@ -6,43 +6,16 @@
 #include <memory>
 #include <utility>
 
+#include "driver_checks.h"
 #include "kr_containers_array.h"
 #include "kr_containers_internals.h"
 #include "kr_string.h"
 
 using namespace Quorvane;
+using namespace QuorvaneTest;
 
 namespace
 {
-
-int g_Failures = 0;
-int g_Reports = 0;
-char g_LastMessage[256];
-
-#define QV_TEST_CHECK(...) Check((__VA_ARGS__), #__VA_ARGS__, __LINE__)
-
-void Check(bool holds, const char *text, int line)
-{
-    if (holds)
-        return;
-    std::printf("%s(%d): %s\n", __FILE__, line, text);
-    ++g_Failures;
-}
-
-int RecordReport(const char *, const char *, int, const char *, const char *, const char *message)
-{
-    ++g_Reports;
-    std::snprintf(g_LastMessage, sizeof(g_LastMessage), "%s", message);
-    return 2;
-}
-
-// The reports since the last call; plain sites make none in a build without assertions.
-int TakeReports()
-{
-    return std::exchange(g_Reports, 0);
-}
-
-constexpr int kFromSites = QV_ASSERTS ? 1 : 0;
 
 // A small generator: the same numbers everywhere.
 u32 NextRandom()
@@ -227,7 +200,5 @@ int main()
     WalkMisuse();
     WalkRefusedMemory();
     WalkMonitor();
-    if (g_Failures == 0)
-        std::puts("array: every result is right");
-    return g_Failures == 0 ? 0 : 1;
+    return ExitCode();
 }

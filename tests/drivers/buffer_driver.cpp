@@ -6,6 +6,7 @@
 #include <cstring>
 #include <memory>
 
+#include "driver_checks.h"
 #include "kr_buffer.h"
 
 namespace
@@ -14,17 +15,15 @@ namespace
 using Quorvane::SNativeStringUtils;
 using Quorvane::u32;
 
-int g_Failures = 0;
-
+// Of many texts: which one it was says more than the line.
 void Check(bool holds, const char *what, const char *text)
 {
-    if (holds)
-        return;
-    ++g_Failures;
-    std::fprintf(stderr, "failed: %s of \"%s\"\n", what, text);
+    if (!holds)
+        std::fprintf(stderr, "%s of \"%s\":\n", what, text);
+    QV_TEST_CHECK(holds);
 }
 
-typedef std::unique_ptr<char[]> PBlock;
+using PBlock = std::unique_ptr<char[]>;
 
 PBlock Block(size_t bytes)
 {
@@ -181,5 +180,5 @@ int main()
     WalkMatches();
     WalkUncomments();
     WalkSearches();
-    return g_Failures == 0 ? 0 : 1;
+    return QuorvaneTest::ExitCode();
 }

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "comparison_matrix.h"
+#include "driver_checks.h"
 #include "kr_mem_utils.h"
 #include "kr_string.h"
 
@@ -13,50 +14,11 @@ namespace
 {
 
 using namespace Quorvane;
+using namespace QuorvaneTest;
 
 constexpr u32 kMaxText = 600;
 constexpr u32 kHandles = 5;
 constexpr u32 kSteps = 200000;
-
-int g_Faults = 0;
-
-#define CHECK(...)                                                                                                     \
-    do                                                                                                                 \
-    {                                                                                                                  \
-        if (!(__VA_ARGS__))                                                                                            \
-            Fault(__LINE__, #__VA_ARGS__);                                                                             \
-    } while (false)
-
-void Fault(int line, const char *what)
-{
-    if (++g_Faults <= 10)
-        std::fprintf(stderr, "line %d: wrong: %s\n", line, what);
-}
-
-// Reports of assertions are wrong results too: the walk breaks no contract.
-int g_Reports = 0;
-
-int CountReport(const char *, const char *, int, const char *expression, const char *, const char *)
-{
-    std::fprintf(stderr, "reported: %s\n", expression);
-    ++g_Reports;
-    return 2;
-}
-
-// The same numbers in every run.
-class CRandom
-{
-public:
-    // Below `bound`.
-    u32 Next(u32 bound)
-    {
-        m_State = m_State * 6364136223846793005ull + 1442695040888963407ull;
-        return static_cast<u32>(m_State >> 33) % bound;
-    }
-
-private:
-    u64 m_State = 20240301;
-};
 
 // A text in a plain array.
 struct SModel
@@ -175,14 +137,14 @@ bool ModelEqualCase(const SModel &a, const SModel &b)
 // Text and zero tail; every byte of it must be initialised.
 void CheckString(const CString &string, const SModel &model)
 {
-    CHECK(string.Length() == model.m_Length);
-    CHECK(string.Empty() == (model.m_Length == 0));
+    QV_TEST_CHECK(string.Length() == model.m_Length);
+    QV_TEST_CHECK(string.Empty() == (model.m_Length == 0));
     if (string.Data() == nullptr)
         return;
-    CHECK(Mem::IsAligned<16>(string.Data()));
-    CHECK(std::memcmp(string.Data(), model.m_Text, model.m_Length) == 0);
+    QV_TEST_CHECK(Mem::IsAligned<16>(string.Data()));
+    QV_TEST_CHECK(std::memcmp(string.Data(), model.m_Text, model.m_Length) == 0);
     for (u32 i = model.m_Length; i < model.m_Length / 16 * 16 + 16; ++i)
-        CHECK(string.Data()[i] == '\0');
+        QV_TEST_CHECK(string.Data()[i] == '\0');
 }
 
 // A copy of a text in a block of its own, without a byte to spare: what is read behind it is seen.
@@ -207,7 +169,7 @@ private:
 
 struct SWalk
 {
-    CRandom m_Random;
+    CRandom m_Random{20240301};
     CString m_Strings[kHandles];
     SModel m_Models[kHandles];
 
@@ -257,13 +219,13 @@ void SWalk::Edit(u32 index)
         string.ToUppercase();
         for (u32 i = 0; i < model.m_Length; ++i)
             model.m_Text[i] = Upper(model.m_Text[i]);
-        CHECK(string.IsUpper());
+        QV_TEST_CHECK(string.IsUpper());
         break;
     case 1:
         string.ToLowercase();
         for (u32 i = 0; i < model.m_Length; ++i)
             model.m_Text[i] = Lower(model.m_Text[i]);
-        CHECK(string.IsLower());
+        QV_TEST_CHECK(string.IsLower());
         break;
     case 2:
         string.ConformTo(CasingType_Mixed);
@@ -289,7 +251,7 @@ void SWalk::Edit(u32 index)
     default:
         string.Uncomment();
         // Where comments are is not the model's business: nothing but blanks may have come in.
-        CHECK(string.Length() == model.m_Length);
+        QV_TEST_CHECK(string.Length() == model.m_Length);
         for (u32 i = 0; i < model.m_Length; ++i)
             if (string[i] == ' ' && model.m_Text[i] != '\n' && model.m_Text[i] != '\r')
                 model.m_Text[i] = ' ';
@@ -344,7 +306,7 @@ void SWalk::Indent(u32 index)
         m_Models[index].Push(tabStop <= column + width ? '\t' : ' ');
         at = tabStop <= column + width ? tabStop : at + 1;
     }
-    CHECK(m_Strings[index].Ident(column, width, tabWidth) == m_Models[index].m_Length - before);
+    QV_TEST_CHECK(m_Strings[index].Ident(column, width, tabWidth) == m_Models[index].m_Length - before);
 }
 
 void SWalk::Compare(u32 index, u32 other)
@@ -357,15 +319,15 @@ void SWalk::Compare(u32 index, u32 other)
     if (modelA.m_Length != 0 && modelB.m_Length != 0)
     {
         const int order = ModelOrder(modelA, modelB);
-        CHECK(QuorvaneTest::CountWrongComparisons(a, modelA.m_Text, b, modelB.m_Text, order) == 0);
+        QV_TEST_CHECK(CountWrongComparisons(a, modelA.m_Text, b, modelB.m_Text, order) == 0);
     }
     const bool equalCase = ModelEqualCase(modelA, modelB);
     const CExactText exact(modelB);
-    CHECK(a.Compare(b, CaseInsensitive) == equalCase);
-    CHECK(a.Compare(modelB.m_Text, CaseInsensitive) == equalCase);
-    CHECK(a.Compare(exact.View(), CaseInsensitive) == equalCase);
-    CHECK((a == exact.View()) == (modelA.m_Length == modelB.m_Length && ModelOrder(modelA, modelB) == 0));
-    CHECK(!(a.LessThan(b, CaseInsensitive) && b.LessThan(a, CaseInsensitive)));
+    QV_TEST_CHECK(a.Compare(b, CaseInsensitive) == equalCase);
+    QV_TEST_CHECK(a.Compare(modelB.m_Text, CaseInsensitive) == equalCase);
+    QV_TEST_CHECK(a.Compare(exact.View(), CaseInsensitive) == equalCase);
+    QV_TEST_CHECK((a == exact.View()) == (modelA.m_Length == modelB.m_Length && ModelOrder(modelA, modelB) == 0));
+    QV_TEST_CHECK(!(a.LessThan(b, CaseInsensitive) && b.LessThan(a, CaseInsensitive)));
 }
 
 void SWalk::AskViews(u32 index, u32 other)
@@ -378,29 +340,30 @@ void SWalk::AskViews(u32 index, u32 other)
     u32 found = 0;
     while (found < model.m_Length && !model.StartsAt(found, piece))
         ++found;
-    CHECK(view.Contains(exactPiece.View()) == (found < model.m_Length || piece.m_Length == 0));
-    CHECK(view.StartsWith(exactPiece.View()) == model.StartsAt(0, piece));
-    CHECK(view.StartsWith(exactPiece.View(), CaseInsensitive) || !model.StartsAt(0, piece));
-    CHECK(view.EndsWith(exactPiece.View()) ==
-          (piece.m_Length <= model.m_Length && model.StartsAt(model.m_Length - piece.m_Length, piece)));
-    CHECK(view.Compare(exactPiece.View(), CaseInsensitive) == ModelEqualCase(model, piece));
+    QV_TEST_CHECK(view.Contains(exactPiece.View()) == (found < model.m_Length || piece.m_Length == 0));
+    QV_TEST_CHECK(view.StartsWith(exactPiece.View()) == model.StartsAt(0, piece));
+    QV_TEST_CHECK(view.StartsWith(exactPiece.View(), CaseInsensitive) || !model.StartsAt(0, piece));
+    QV_TEST_CHECK(view.EndsWith(exactPiece.View()) ==
+                  (piece.m_Length <= model.m_Length && model.StartsAt(model.m_Length - piece.m_Length, piece)));
+    QV_TEST_CHECK(view.Compare(exactPiece.View(), CaseInsensitive) == ModelEqualCase(model, piece));
     const u32 start = m_Random.Next(30);
     const u32 count = m_Random.Next(30);
     const u32 clamped = start < model.m_Length ? start : model.m_Length;
-    CHECK(view.Slice(start).Length() == model.m_Length - clamped);
-    CHECK(view.Slice(start, count).Length() == (count < model.m_Length - clamped ? count : model.m_Length - clamped));
+    QV_TEST_CHECK(view.Slice(start).Length() == model.m_Length - clamped);
+    QV_TEST_CHECK(view.Slice(start, count).Length() ==
+                  (count < model.m_Length - clamped ? count : model.m_Length - clamped));
     SModel stripped = model;
     ModelStrip(stripped, " a", true, true);
-    CHECK(view.Strip(" a") == stripped.View());
+    QV_TEST_CHECK(view.Strip(" a") == stripped.View());
     for (const char c : {'a', ' ', '\xFF'})
     {
         const void *first = clamped < model.m_Length ? std::strchr(model.m_Text + clamped, c) : nullptr;
         const void *last = model.m_Length != 0 ? std::strrchr(model.m_Text, c) : nullptr;
         const char set[] = {c, '\0'};
-        CHECK(view.FindNextOf(c, start).Valid() == (first != nullptr));
-        CHECK(first == nullptr || model.m_Text + view.FindNextOf(c, start).Get() == first);
-        CHECK(view.FindNextOf(set, start).Get() == view.FindNextOf(c, start).Get());
-        CHECK(last == nullptr ? !view.FindLastOf(c).Valid() : model.m_Text + view.FindLastOf(c).Get() == last);
+        QV_TEST_CHECK(view.FindNextOf(c, start).Valid() == (first != nullptr));
+        QV_TEST_CHECK(first == nullptr || model.m_Text + view.FindNextOf(c, start).Get() == first);
+        QV_TEST_CHECK(view.FindNextOf(set, start).Get() == view.FindNextOf(c, start).Get());
+        QV_TEST_CHECK(last == nullptr ? !view.FindLastOf(c).Valid() : model.m_Text + view.FindLastOf(c).Get() == last);
     }
 }
 
@@ -458,7 +421,7 @@ void WalkEscapedTails()
         CString string = model.View().ToString();
         string.Escape();
         for (u32 i = string.Length(); i < 2 * length + 2; ++i)
-            CHECK(string.Data()[i] == '\0');
+            QV_TEST_CHECK(string.Data()[i] == '\0');
         string.Unescape();
         CheckString(string, model);
     }
@@ -468,11 +431,11 @@ void WalkEscapedTails()
 
 int main()
 {
-    const Assert::FHandler handler = Assert::SetHandler(&CountReport);
+    const Assert::FHandler handler = Assert::SetHandler(&RecordReport);
     WalkEscapedTails();
     WalkAtRandom();
-    CHECK(QuorvaneTest::CountWrongComparisonsOfOtherOperands() == 0);
-    CHECK(g_Reports == 0);
+    QV_TEST_CHECK(CountWrongComparisonsOfOtherOperands() == 0);
+    QV_TEST_CHECK(TakeReports() == 0);
     Assert::SetHandler(handler);
-    return g_Faults == 0 ? 0 : 1;
+    return ExitCode();
 }

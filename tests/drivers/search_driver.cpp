@@ -4,56 +4,19 @@
 #include <cstdio>
 #include <cstring>
 
+#include "driver_checks.h"
 #include "kr_string.h"
 
 namespace
 {
 
 using namespace Quorvane;
+using namespace QuorvaneTest;
 
 constexpr u32 kMaxText = 320;
 constexpr u32 kListCount = 150;
 
-int g_Faults = 0;
-
-#define CHECK(...)                                                                                                     \
-    do                                                                                                                 \
-    {                                                                                                                  \
-        if (!(__VA_ARGS__))                                                                                            \
-            Fault(__LINE__, #__VA_ARGS__);                                                                             \
-    } while (false)
-
-void Fault(int line, const char *what)
-{
-    if (++g_Faults <= 10)
-        std::fprintf(stderr, "line %d: wrong: %s\n", line, what);
-}
-
-// Reports of assertions are wrong results too, but where the walk breaks a contract and says so.
-int g_Reports = 0;
-
-int CountReport(const char *, const char *, int, const char *, const char *, const char *)
-{
-    ++g_Reports;
-    return 2;
-}
-
-// The same numbers in every run.
-class CRandom
-{
-public:
-    // Below `bound`.
-    u32 Next(u32 bound)
-    {
-        m_State = m_State * 6364136223846793005ull + 1442695040888963407ull;
-        return static_cast<u32>(m_State >> 33) % bound;
-    }
-
-private:
-    u64 m_State = 19700101;
-};
-
-CRandom g_Random;
+CRandom g_Random(19700101);
 
 // A text in a plain array, terminated.
 struct SText
@@ -118,25 +81,25 @@ void WalkSearches()
         const u32 start = g_Random.Next(text.m_Length + 2);
         for (const char *part : {"a", "ab", "aab", "\xE9\xE9", "x"})
         {
-            CHECK(Place(string.FindNextOf(part, start)) == FindByHand(text, part, start));
-            CHECK(string.Contains(part) == (FindByHand(text, part, 0) >= 0));
-            CHECK(string.StartsWith(part) == (FindByHand(text, part, 0) == 0));
+            QV_TEST_CHECK(Place(string.FindNextOf(part, start)) == FindByHand(text, part, start));
+            QV_TEST_CHECK(string.Contains(part) == (FindByHand(text, part, 0) >= 0));
+            QV_TEST_CHECK(string.StartsWith(part) == (FindByHand(text, part, 0) == 0));
         }
         for (const char *character : {"a", "b", " ", "\xE9", "x"})
         {
-            CHECK(Place(string.FindNextOf(*character, start)) == FindByHand(text, character, start));
+            QV_TEST_CHECK(Place(string.FindNextOf(*character, start)) == FindByHand(text, character, start));
             const char *last = std::strrchr(text.m_Text, *character);
-            CHECK(Place(string.FindLastOf(*character)) == (last != nullptr ? last - text.m_Text : -1));
+            QV_TEST_CHECK(Place(string.FindLastOf(*character)) == (last != nullptr ? last - text.m_Text : -1));
             const bool ends = text.m_Length != 0 && text.m_Text[text.m_Length - 1] == *character;
-            CHECK(string.EndsWith(character) == ends);
+            QV_TEST_CHECK(string.EndsWith(character) == ends);
         }
-        CHECK(string.Empty("ab") == (std::strspn(text.m_Text, "ab") == text.m_Length));
+        QV_TEST_CHECK(string.Empty("ab") == (std::strspn(text.m_Text, "ab") == text.m_Length));
         if (text.m_Length == 0)
             continue;
         const u32 first = g_Random.Next(text.m_Length);
         const u32 last = first + g_Random.Next(text.m_Length - first + 1);
-        CHECK(Is(string.Extract(first, last), text.m_Text + first, last - first));
-        CHECK(Is(CString::Extract(text.m_Text, first, last), text.m_Text + first, last - first));
+        QV_TEST_CHECK(Is(string.Extract(first, last), text.m_Text + first, last - first));
+        QV_TEST_CHECK(Is(CString::Extract(text.m_Text, first, last), text.m_Text + first, last - first));
     }
 }
 
@@ -152,11 +115,11 @@ void CheckRuns(const TArray<Piece> &pieces, const SText &text, const char *separ
         const u32 length = static_cast<u32>(std::strcspn(cur, separators));
         if (length == 0)
             break;
-        CHECK(count < pieces.Count() && Is(pieces[count], cur, length));
+        QV_TEST_CHECK(count < pieces.Count() && Is(pieces[count], cur, length));
         ++count;
         cur += length;
     }
-    CHECK(pieces.Count() == count);
+    QV_TEST_CHECK(pieces.Count() == count);
 }
 
 void CheckFields(const TArray<CString> &pieces, const SText &text, const char *separators)
@@ -165,11 +128,11 @@ void CheckFields(const TArray<CString> &pieces, const SText &text, const char *s
     for (const char *cur = text.m_Text; *cur != '\0'; ++count)
     {
         const u32 length = static_cast<u32>(std::strcspn(cur, separators));
-        CHECK(count < pieces.Count() && Is(pieces[count], cur, length));
+        QV_TEST_CHECK(count < pieces.Count() && Is(pieces[count], cur, length));
         cur += length;
         cur += *cur != '\0' ? 1 : 0;
     }
-    CHECK(pieces.Count() == count);
+    QV_TEST_CHECK(pieces.Count() == count);
 }
 
 void WalkSplits()
@@ -184,16 +147,16 @@ void WalkSplits()
     {
         text.SetRandom("abc,,\xE9;", 100);
         const CString string = text.ToString();
-        CHECK(string.Split(',', views));
+        QV_TEST_CHECK(string.Split(',', views));
         CheckRuns(views, text, ",");
-        CHECK(string.Split_ThreadSafe('\xE9', views));
+        QV_TEST_CHECK(string.Split_ThreadSafe('\xE9', views));
         CheckRuns(views, text, "\xE9");
-        CHECK(string.Split(',', strings));
+        QV_TEST_CHECK(string.Split(',', strings));
         CheckRuns(strings, text, ",");
-        CHECK(string.Split_ThreadSafe(';', strings));
+        QV_TEST_CHECK(string.Split_ThreadSafe(';', strings));
         CheckRuns(strings, text, ";");
         strings.Clear();
-        CHECK(string.Split([](char c) { return c == ',' || c == ';'; }, strings));
+        QV_TEST_CHECK(string.Split([](char c) { return c == ',' || c == ';'; }, strings));
         CheckRuns(strings, text, ",;");
         if (string.Data() == nullptr)
             continue;
@@ -203,7 +166,7 @@ void WalkSplits()
         splitter.Split_ThreadSafe(strings.Last(), strings);
         CheckFields(strings, text, ",\xE9");
         strings.PushBack(string);
-        CHECK(strings.Last().Split(',', strings));
+        QV_TEST_CHECK(strings.Last().Split(',', strings));
         CheckRuns(strings, text, ",");
     }
 }
@@ -227,12 +190,12 @@ void WalkMatches()
         pattern.SetRandom("ab*?", 7);
         const CString string = text.ToString();
         const bool expected = MatchesByHand(pattern.m_Text, text.m_Text);
-        CHECK(string.Match(pattern.m_Text) == expected);
-        CHECK(string.MatchWithInhibitors(pattern.m_Text) == expected);
+        QV_TEST_CHECK(string.Match(pattern.m_Text) == expected);
+        QV_TEST_CHECK(string.MatchWithInhibitors(pattern.m_Text) == expected);
         if (pattern.m_Length == 0)
             continue;
-        CHECK(string.Uppercase().Match(pattern.ToString(), CaseInsensitive) == expected);
-        CHECK(string.Uppercase().MatchWithInhibitors(pattern.ToString(), CaseInsensitive) == expected);
+        QV_TEST_CHECK(string.Uppercase().Match(pattern.ToString(), CaseInsensitive) == expected);
+        QV_TEST_CHECK(string.Uppercase().MatchWithInhibitors(pattern.ToString(), CaseInsensitive) == expected);
     }
 }
 
@@ -291,19 +254,19 @@ void SFuzzyWalk::Set(u32 maxQuery)
 // What the output must be, whatever the order of equals: `count` entries that are there once, none better left out.
 void SFuzzyWalk::CheckRanking(float tolerance, u32 count)
 {
-    CHECK(m_Ranked.Count() == count);
+    QV_TEST_CHECK(m_Ranked.Count() == count);
     bool seen[kListCount] = {};
     float last = 2.0f;
     for (const CString::SFuzzyMatchListElement &element : m_Ranked)
     {
-        CHECK(element.m_IndexInStringList < kListCount && !seen[element.m_IndexInStringList]);
-        CHECK(element.m_MatchWeight == m_Expected[element.m_IndexInStringList]);
-        CHECK(element.m_MatchWeight >= tolerance && element.m_MatchWeight <= last);
+        QV_TEST_CHECK(element.m_IndexInStringList < kListCount && !seen[element.m_IndexInStringList]);
+        QV_TEST_CHECK(element.m_MatchWeight == m_Expected[element.m_IndexInStringList]);
+        QV_TEST_CHECK(element.m_MatchWeight >= tolerance && element.m_MatchWeight <= last);
         seen[element.m_IndexInStringList] = true;
         last = element.m_MatchWeight;
     }
     for (u32 i = 0; i < kListCount && count != 0; ++i)
-        CHECK(seen[i] || m_Expected[i] < tolerance || m_Expected[i] <= last);
+        QV_TEST_CHECK(seen[i] || m_Expected[i] < tolerance || m_Expected[i] <= last);
 }
 
 void SFuzzyWalk::Walk(u32 maxQuery)
@@ -314,8 +277,8 @@ void SFuzzyWalk::Walk(u32 maxQuery)
     query.FuzzyMatchList(list, TMemoryView<float>(m_Weights));
     for (u32 i = 0; i < kListCount; ++i)
     {
-        CHECK(m_Weights[i] == m_Expected[i]);
-        CHECK(query.FuzzyMatch(m_Strings[i]) == m_Expected[i]);
+        QV_TEST_CHECK(m_Weights[i] == m_Expected[i]);
+        QV_TEST_CHECK(query.FuzzyMatch(m_Strings[i]) == m_Expected[i]);
     }
     const float tolerance = static_cast<float>(g_Random.Next(10)) / 10.0f;
     u32 kept = 0;
@@ -324,15 +287,16 @@ void SFuzzyWalk::Walk(u32 maxQuery)
     query.FuzzyMatchList_Ordered(list, m_Ranked, tolerance);
     CheckRanking(tolerance, kept);
     const u32 maxCount = g_Random.Next(kListCount + 10);
-    CHECK(query.FuzzyMatchList_Top(list, m_Ranked, tolerance, maxCount));
+    QV_TEST_CHECK(query.FuzzyMatchList_Top(list, m_Ranked, tolerance, maxCount));
     CheckRanking(tolerance, QVMin(kept, maxCount));
     for (u32 i = 0; i < 10; ++i)
     {
-        CHECK(query.FuzzyMatchPositions(m_Strings[i], m_Positions));
+        QV_TEST_CHECK(query.FuzzyMatchPositions(m_Strings[i], m_Positions));
         for (u32 k = 0; k < m_Positions.Count(); ++k)
         {
-            CHECK(m_Positions[k] < m_Query.m_Length && (k == 0 || m_Positions[k - 1] < m_Positions[k]));
-            CHECK(std::memchr(m_Texts[i].m_Text, m_Query.m_Text[m_Positions[k]], m_Texts[i].m_Length) != nullptr);
+            QV_TEST_CHECK(m_Positions[k] < m_Query.m_Length && (k == 0 || m_Positions[k - 1] < m_Positions[k]));
+            QV_TEST_CHECK(std::memchr(m_Texts[i].m_Text, m_Query.m_Text[m_Positions[k]], m_Texts[i].m_Length) !=
+                          nullptr);
         }
     }
 }
@@ -352,38 +316,36 @@ void WalkFuzzyMatches()
 // Bad input: a report where the contract promises one, and no damage.
 void WalkBadInput()
 {
-    const int before = g_Reports;
     const CString text("abc");
-    CHECK(text.Extract(3, 3).Data() == nullptr);
-    CHECK(text.Extract(2, 1).Data() == nullptr);
-    CHECK(CString::Extract(nullptr, 0, 1).Data() == nullptr);
-    CHECK(!text.Match(static_cast<const char *>(nullptr)));
+    QV_TEST_CHECK(text.Extract(3, 3).Data() == nullptr);
+    QV_TEST_CHECK(text.Extract(2, 1).Data() == nullptr);
+    QV_TEST_CHECK(CString::Extract(nullptr, 0, 1).Data() == nullptr);
+    QV_TEST_CHECK(!text.Match(static_cast<const char *>(nullptr)));
     TArray<CString> out;
     out.PushBack(text);
     CStringBatchSplitter splitter;
     splitter.Split(CString(), out);
-    CHECK(out.Empty());
+    QV_TEST_CHECK(out.Empty());
     splitter.RemoveSplitChar('\0');
     splitter.Split(text, out);
-    CHECK(out.Count() == 1 && Is(out[0], "abc", 3));
+    QV_TEST_CHECK(out.Count() == 1 && Is(out[0], "abc", 3));
     float weights[2] = {-1.0f, -1.0f};
     text.FuzzyMatchList(TStridedMemoryView<const CString>(&text, 1), TMemoryView<float>(weights));
-    CHECK(weights[0] == 1.0f && weights[1] == -1.0f);
-    CHECK(g_Reports - before == (QV_ASSERTS ? 7 : 0));
-    g_Reports = before;
+    QV_TEST_CHECK(weights[0] == 1.0f && weights[1] == -1.0f);
+    QV_TEST_CHECK(TakeReports() == 7 * kFromSites);
 }
 
 } // namespace
 
 int main()
 {
-    const Assert::FHandler handler = Assert::SetHandler(&CountReport);
+    const Assert::FHandler handler = Assert::SetHandler(&RecordReport);
     WalkSearches();
     WalkSplits();
     WalkMatches();
     WalkFuzzyMatches();
     WalkBadInput();
-    CHECK(g_Reports == 0);
+    QV_TEST_CHECK(TakeReports() == 0);
     Assert::SetHandler(handler);
-    return g_Faults == 0 ? 0 : 1;
+    return ExitCode();
 }

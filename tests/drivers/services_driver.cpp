@@ -6,6 +6,7 @@
 #include <cstring>
 #include <utility>
 
+#include "driver_checks.h"
 #include "kr_assert.h"
 #include "kr_atomic.h"
 #include "kr_buffer.h"
@@ -18,42 +19,10 @@
 #include "qv_guid.h"
 
 using namespace Quorvane;
+using namespace QuorvaneTest;
 
 namespace
 {
-
-int g_Failures = 0;
-int g_Reports = 0;
-char g_LastMessage[256];
-
-#define QV_TEST_CHECK(...) Check((__VA_ARGS__), #__VA_ARGS__, __LINE__)
-
-void Check(bool holds, const char *text, int line)
-{
-    if (holds)
-        return;
-    std::printf("%s(%d): %s\n", __FILE__, line, text);
-    ++g_Failures;
-}
-
-int RecordReport(const char *file, const char *function, int line, const char *expression,
-                 const char *expandedExpression, const char *message)
-{
-    ++g_Reports;
-    // Reads every text to its end.
-    const std::size_t length = std::strlen(file) + std::strlen(function) + std::strlen(expression) +
-                               std::strlen(expandedExpression) + std::strlen(message);
-    std::snprintf(g_LastMessage, sizeof(g_LastMessage), "%s", message);
-    return length != 0 && line > 0 ? 2 : 3;
-}
-
-// The reports since the last call; plain sites make none in a build without assertions.
-int TakeReports()
-{
-    return std::exchange(g_Reports, 0);
-}
-
-constexpr int kFromSites = QV_ASSERTS ? 1 : 0;
 
 void *Alloc(u64 size, u32 alignment, Mem::EOrigin origin)
 {
@@ -62,7 +31,7 @@ void *Alloc(u64 size, u32 alignment, Mem::EOrigin origin)
 
 void DriveAssertions()
 {
-    const int value = g_Failures + 1;
+    const int value = g_Faults + 1;
     QV_ASSERT(value > 0);
     QV_TEST_CHECK(TakeReports() == 0);
     QV_ASSERT(value < 0);
@@ -267,6 +236,5 @@ int main()
     DriveReferences();
     DriveViews();
     DriveNativeText();
-    std::printf("%d failures\n", g_Failures);
-    return g_Failures == 0 ? 0 : 1;
+    return ExitCode();
 }

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <utility>
 
+#include "driver_checks.h"
 #include "kr_mem_utils.h"
 #include "kr_string.h"
 
@@ -13,49 +14,11 @@ namespace
 {
 
 using namespace Quorvane;
+using namespace QuorvaneTest;
 
 constexpr u32 kMaxText = 2000;
 constexpr u32 kHandles = 6;
 constexpr u32 kSteps = 200000;
-
-int g_Faults = 0;
-
-#define CHECK(...)                                                                                                     \
-    do                                                                                                                 \
-    {                                                                                                                  \
-        if (!(__VA_ARGS__))                                                                                            \
-            Fault(__LINE__, #__VA_ARGS__);                                                                             \
-    } while (false)
-
-void Fault(int line, const char *what)
-{
-    if (++g_Faults <= 10)
-        std::fprintf(stderr, "line %d: wrong: %s\n", line, what);
-}
-
-// Reports of assertions are wrong results too: the walk breaks no contract, but where it says so.
-int g_Reports = 0;
-
-int CountReport(const char *, const char *, int, const char *, const char *, const char *)
-{
-    ++g_Reports;
-    return 2;
-}
-
-// The same numbers in every run.
-class CRandom
-{
-public:
-    // Below `bound`.
-    u32 Next(u32 bound)
-    {
-        m_State = m_State * 6364136223846793005ull + 1442695040888963407ull;
-        return static_cast<u32>(m_State >> 33) % bound;
-    }
-
-private:
-    u64 m_State = 20240229;
-};
 
 // A text in a plain array.
 struct SModel
@@ -96,17 +59,17 @@ struct SModel
 // Text and zero tail; every byte of it must be initialised.
 void CheckString(const CString &string, const SModel &model)
 {
-    CHECK(string.Length() == model.m_Length);
-    CHECK(string.Empty() == (model.m_Length == 0));
+    QV_TEST_CHECK(string.Length() == model.m_Length);
+    QV_TEST_CHECK(string.Empty() == (model.m_Length == 0));
     if (string.Data() == nullptr)
     {
-        CHECK(model.m_Length == 0);
+        QV_TEST_CHECK(model.m_Length == 0);
         return;
     }
-    CHECK(Mem::IsAligned<16>(string.Data()));
-    CHECK(std::memcmp(string.Data(), model.m_Text, model.m_Length) == 0);
+    QV_TEST_CHECK(Mem::IsAligned<16>(string.Data()));
+    QV_TEST_CHECK(std::memcmp(string.Data(), model.m_Text, model.m_Length) == 0);
     for (u32 i = model.m_Length; i < model.m_Length / 16 * 16 + 16; ++i)
-        CHECK(string.Data()[i] == '\0');
+        QV_TEST_CHECK(string.Data()[i] == '\0');
 }
 
 CString VAFormat(const char *format, ...)
@@ -120,7 +83,7 @@ CString VAFormat(const char *format, ...)
 
 struct SWalk
 {
-    CRandom m_Random;
+    CRandom m_Random{20240229};
     CString m_Strings[kHandles];
     SModel m_Models[kHandles];
 
@@ -325,21 +288,21 @@ void SWalk::Read(u32 index)
     const CString &string = m_Strings[index];
     const SModel &model = m_Models[index];
     const CStringView view = string;
-    CHECK(view.Length() == model.m_Length);
-    CHECK(view.Data() == string.Data());
-    CHECK(string.View().Count() == model.m_Length);
-    CHECK(string.MemoryFootprint() >= sizeof(CString) + (string.Data() != nullptr ? model.m_Length + 32 : 0));
+    QV_TEST_CHECK(view.Length() == model.m_Length);
+    QV_TEST_CHECK(view.Data() == string.Data());
+    QV_TEST_CHECK(string.View().Count() == model.m_Length);
+    QV_TEST_CHECK(string.MemoryFootprint() >= sizeof(CString) + (string.Data() != nullptr ? model.m_Length + 32 : 0));
     if (model.m_Length == 0)
         return;
     const u32 at = m_Random.Next(model.m_Length);
-    CHECK(string.At(at) == model.m_Text[at]);
-    CHECK(string[at] == model.m_Text[at]);
-    CHECK(view[at] == model.m_Text[at]);
-    CHECK(string.First() == model.m_Text[0]);
-    CHECK(string.Last() == model.m_Text[model.m_Length - 1]);
+    QV_TEST_CHECK(string.At(at) == model.m_Text[at]);
+    QV_TEST_CHECK(string[at] == model.m_Text[at]);
+    QV_TEST_CHECK(view[at] == model.m_Text[at]);
+    QV_TEST_CHECK(string.First() == model.m_Text[0]);
+    QV_TEST_CHECK(string.Last() == model.m_Text[model.m_Length - 1]);
     const CString ended = string.SlashAppended();
-    CHECK(ended.Last() == '/');
-    CHECK(string.Last() == model.m_Text[model.m_Length - 1]);
+    QV_TEST_CHECK(ended.Last() == '/');
+    QV_TEST_CHECK(string.Last() == model.m_Text[model.m_Length - 1]);
 }
 
 void SWalk::Step()
@@ -401,71 +364,69 @@ void WalkContainers()
     for (u32 length = 0; length < 70; ++length)
     {
         const PStringContainer fixed = CStringContainer::New(text, length);
-        CHECK((fixed == null) == (length == 0));
+        QV_TEST_CHECK((fixed == null) == (length == 0));
         const PStringContainer container = CStringContainer::NewResizable(text, length, 0);
-        CHECK(container != null && container->Length() == length && container->SupportsDynamicResize());
+        QV_TEST_CHECK(container != null && container->Length() == length && container->SupportsDynamicResize());
         for (u32 room = length; room < 400; room += 37)
-            CHECK(container->DynamicResize(room));
-        CHECK(std::memcmp(container->Data(), text, length) == 0);
+            QV_TEST_CHECK(container->DynamicResize(room));
+        QV_TEST_CHECK(std::memcmp(container->Data(), text, length) == 0);
         std::memcpy(container->Data(), text, 90);
         container->Data()[90] = '\0';
         container->Rebuild();
-        CHECK(container->Length() == 90);
+        QV_TEST_CHECK(container->Length() == 90);
         container->Data()[length] = '\0';
         container->UnsafeSetLength(length);
-        CHECK(CStringContainer::SafeLength(container.Get()) == length);
+        QV_TEST_CHECK(CStringContainer::SafeLength(container.Get()) == length);
         for (u32 i = length; i <= 90; ++i)
-            CHECK(container->Data()[i] == '\0');
-        CHECK(container->MemoryFootprint() >= 90);
+            QV_TEST_CHECK(container->Data()[i] == '\0');
+        QV_TEST_CHECK(container->MemoryFootprint() >= 90);
         container->Clear();
-        CHECK(container->Length() == 0 && container->Data()[0] == '\0');
+        QV_TEST_CHECK(container->Length() == 0 && container->Data()[0] == '\0');
     }
 }
 
 void WalkFormats()
 {
     const CString line = CString::Format("%d of %s: %.3f", 7, "nine", 1.25);
-    CHECK(std::strcmp(line.Data(), "7 of nine: 1.250") == 0);
-    CHECK(std::strcmp(std::setlocale(LC_ALL, nullptr), "C") == 0);
+    QV_TEST_CHECK(std::strcmp(line.Data(), "7 of nine: 1.250") == 0);
+    QV_TEST_CHECK(std::strcmp(std::setlocale(LC_ALL, nullptr), "C") == 0);
     for (const int length : {0, 1, 15, 16, 511, 512, 3198, 3199, 5000})
     {
         const CString spaces = VAFormat("%*s", length, "");
-        CHECK(spaces.Length() == static_cast<u32>(length));
+        QV_TEST_CHECK(spaces.Length() == static_cast<u32>(length));
         const CString cut = CString::Format("%*s", length, "");
-        CHECK(cut.Length() == static_cast<u32>(length < 3198 ? length : 3198));
+        QV_TEST_CHECK(cut.Length() == static_cast<u32>(length < 3198 ? length : 3198));
         for (u32 i = 0; i < spaces.Length(); ++i)
-            CHECK(spaces[i] == ' ');
+            QV_TEST_CHECK(spaces[i] == ' ');
     }
 }
 
 // Bad input: a report where the contract promises one, and no damage.
 void WalkBadInput()
 {
-    const int before = g_Reports;
     CString none;
-    CHECK(none.At(0) == '\0' && none.First() == '\0' && none.Last() == '\0');
+    QV_TEST_CHECK(none.At(0) == '\0' && none.First() == '\0' && none.Last() == '\0');
     none.AtForWriting(0) = 'x';
-    CHECK(CString("", 3).Data() == nullptr);
-    CHECK(CStringContainer::New("abc")->DynamicResize(3) == false);
+    QV_TEST_CHECK(CString("", 3).Data() == nullptr);
+    QV_TEST_CHECK(CStringContainer::New("abc")->DynamicResize(3) == false);
     const PStringContainer container = CStringContainer::NewResizable("abc");
     container->UnsafeSetLength(1000);
     container->UnsafeSetLength(0x3FFFFFFF);
-    CHECK(container->Length() == 3);
-    CHECK(CString("a\\").AppendSlashAnd("b").Length() == 4);
-    CHECK(g_Reports - before == (QV_ASSERTS ? 9 : 0));
-    g_Reports = before;
+    QV_TEST_CHECK(container->Length() == 3);
+    QV_TEST_CHECK(CString("a\\").AppendSlashAnd("b").Length() == 4);
+    QV_TEST_CHECK(TakeReports() == 9 * kFromSites);
 }
 
 } // namespace
 
 int main()
 {
-    const Assert::FHandler handler = Assert::SetHandler(&CountReport);
+    const Assert::FHandler handler = Assert::SetHandler(&RecordReport);
     WalkContainers();
     WalkFormats();
     WalkBadInput();
     WalkAtRandom();
-    CHECK(g_Reports == 0);
+    QV_TEST_CHECK(TakeReports() == 0);
     Assert::SetHandler(handler);
-    return g_Faults == 0 ? 0 : 1;
+    return ExitCode();
 }
