@@ -83,6 +83,7 @@ private:
         QV_FUZZ_CHECK(m_String.IsUpper() == (StartsWithTerminator(m_Text) || ModelUppercase(m_Text) == m_Text));
         QV_FUZZ_CHECK(m_String.IsLower() == (StartsWithTerminator(m_Text) || ModelLowercase(m_Text) == m_Text));
         QV_FUZZ_CHECK(m_String.AnalyzeCasing() == (StartsWithTerminator(m_Text) ? 0 : ModelCasing(m_Text)));
+        _CheckConverted();
         const u32 casing = m_Input.Below(5);
         const CString conformed = m_String.ConformedTo(static_cast<ECasingType>(casing));
         m_String.ConformTo(static_cast<ECasingType>(casing));
@@ -92,6 +93,17 @@ private:
                                                                                  : m_Text;
         _ExpectCopy(conformed, expected);
         _Expect(expected);
+    }
+
+    void _CheckConverted()
+    {
+        const std::string upper = StartsWithTerminator(m_Text) ? m_Text : ModelUppercase(m_Text);
+        const std::string lower = StartsWithTerminator(m_Text) ? m_Text : ModelLowercase(m_Text);
+        _ExpectCopy(m_String.Uppercase(), upper);
+        _ExpectCopy(m_String.Lowercase(), lower);
+        CString turned = m_String;
+        _ExpectCopy(turned.ToUppercase(), upper);
+        _ExpectCopy(turned.ToLowercase(), lower);
     }
 
     void _Escape()

@@ -161,8 +161,13 @@ private:
         const std::string added = m_Input.PlainText();
         const std::string removed = m_Input.PlainText();
         CStringBatchSplitter splitter;
-        splitter.AddSplitChars(added.c_str());
-        splitter.RemoveSplitChars(removed.c_str());
+        // One half one by one, the other one as a list.
+        for (const char character : added.substr(0, added.size() / 2))
+            splitter.AddSplitChar(character);
+        splitter.AddSplitChars(added.c_str() + added.size() / 2);
+        for (const char character : removed.substr(0, removed.size() / 2))
+            splitter.RemoveSplitChar(character);
+        splitter.RemoveSplitChars(removed.c_str() + removed.size() / 2);
         std::string set;
         for (const char character : added)
             if (removed.find(character) == std::string::npos)

@@ -37,6 +37,8 @@ END
 printf '#pragma once\n' | put "$good/Runtime/qv_kernel/layer_0/kr_string/string_private.h"
 printf '#pragma once\n' | put "$good/Runtime/qv_kernel/layer_0/kr_mem/mem_private.h"
 printf 'int Test();\n' | put "$good/tests/qv_kernel/layer_0/kr_string/string_test.cpp"
+printf '#include <gtest/gtest.h>\n\nTEST(String, LengthCountsCharacters)\n' | put "$good/tests/support/string_test.cpp"
+printf 'CString::At;\n' | put "$good/tests/fuzz/string_fuzz.cpp"
 printf '#!/bin/sh\necho "$#"\n' | put "$good/run.sh"
 printf 'int main();\n' | put "$good/examples/first_example/main.cpp"
 # shellcheck disable=SC2016
@@ -77,7 +79,7 @@ for script in "$rules"/*.sh; do
     esac
 done
 
-# bites <rule> <file>: the rule must name the file once its content is replaced by stdin.
+# bites <rule> <file> [text]: the rule must name the file, and say the text, once its content is replaced by stdin.
 bites()
 {
     rm -rf "$bad"
@@ -94,6 +96,8 @@ bites()
         breach "$1: answers $code for a bad $2"
     elif ! grep -q -F "$2" "$scratch/output"; then
         breach "$1: does not name the bad $2: $(tail -n 1 "$scratch/output")"
+    elif ! grep -q -F -e "${3:-}" "$scratch/output"; then
+        breach "$1: does not say of the bad $2: $3"
     fi
 }
 
@@ -139,6 +143,14 @@ printf '#include "kr_string.h"\n' | bites layering Runtime/qv_kernel/layer_0/kr_
 printf '| `kr_string.h` | no row for anything else |\n' | bites map docs/architecture.md
 printf '#pragma once\n' | bites map Runtime/qv_kernel/include/kr_new.h
 printf 'int a;\n' | bites map Runtime/qv_kernel/layer_0/new.cpp
+
+printf 'class CString\n{\npublic:\n    CString();\n    u32 Width() const;\n};\n' | bites operations $string
+printf 'class CString\n{\npublic:\n    char At(u32 index) const;\n};\n' |
+    bites operations $string 'no test is named after CString::At'
+printf 'class CString\n{\npublic:\n    u32 Length() const;\n};\n' |
+    bites operations $string 'no fuzz target uses CString::Length'
+printf 'class CStringView\n{\npublic:\n    u32 Length() const;\n};\n' |
+    bites operations $string 'no test is named after CStringView::Length'
 
 printf '#pragma once\n' | bites mirror Runtime/include/qv_new.h
 printf 'int a;\n' | bites mirror Runtime/qv_kernel/layer_0/kr_mem/mem.cpp

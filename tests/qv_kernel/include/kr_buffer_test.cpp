@@ -1,9 +1,12 @@
 #include "kr_buffer.h"
 
 #include <cstdarg>
+#include <string>
 #include <type_traits>
 
 #include <gtest/gtest.h>
+
+#include "string_checks.h"
 
 namespace QuorvaneTest
 {
@@ -42,6 +45,27 @@ TEST(Buffer, NullAndEmptyTextHaveLength0)
 {
     EXPECT_EQ(SNativeStringUtils::Length(nullptr), 0u);
     EXPECT_EQ(SNativeStringUtils::Length(""), 0u);
+}
+
+TEST(Buffer, CompareCaseOrdersByLetterNotByCase)
+{
+    EXPECT_EQ(SNativeStringUtils::CompareCase("Quick", "qUICK"), 0);
+    EXPECT_LT(SNativeStringUtils::CompareCase("QUICK", "quick fox"), 0);
+    EXPECT_GT(SNativeStringUtils::CompareCase("quick fox", "QUICK"), 0);
+    EXPECT_LT(SNativeStringUtils::CompareCase("apple", "Banana"), 0);
+    EXPECT_GT(SNativeStringUtils::CompareCase("Banana", "apple"), 0);
+    EXPECT_EQ(SNativeStringUtils::CompareCase("", ""), 0);
+    EXPECT_LT(SNativeStringUtils::CompareCase("", "a"), 0);
+}
+
+TEST(Buffer, CompareCaseReportsNullAndOrdersItBeforeEveryText)
+{
+    const CAssertRecorder recorder;
+    const std::string report = "data0 != null && data1 != null";
+    EXPECT_LT(SNativeStringUtils::CompareCase(nullptr, ""), 0);
+    EXPECT_GT(SNativeStringUtils::CompareCase("", nullptr), 0);
+    EXPECT_EQ(SNativeStringUtils::CompareCase(nullptr, nullptr), 0);
+    ExpectReports(recorder, {report, report, report});
 }
 
 } // namespace QuorvaneTest

@@ -72,7 +72,7 @@ void ExpectAsModel(const std::string &textA, const std::string &textB)
 
 } // namespace
 
-TYPED_TEST(BufferCompare, EqualIsTrueForTheSameBytesOnly)
+TYPED_TEST(BufferCompare, Equal16IsTrueForTheSameBytesOnlyAndEqualCase16WithoutCase)
 {
     CCanaryText a("same text, and more than one block of it");
     CCanaryText b("same text, and more than one block of it");
@@ -119,7 +119,7 @@ TYPED_TEST(BufferCompare, BytesAreUnsigned)
     EXPECT_GT(TypeParam::CompareCase(high.Data(), ascii.Data(), 1), 0);
 }
 
-TYPED_TEST(BufferCompare, WithoutCaseTheLowerCaseFormsDecide)
+TYPED_TEST(BufferCompare, CompareCase16IsDecidedByTheLowerCaseForms)
 {
     // '_' stands between the two cases.
     CCanaryText upper("Z");
@@ -128,7 +128,7 @@ TYPED_TEST(BufferCompare, WithoutCaseTheLowerCaseFormsDecide)
     EXPECT_GT(TypeParam::CompareCase(upper.Data(), underscore.Data(), 1), 0);
 }
 
-TYPED_TEST(BufferCompare, TheFirstDifferenceDecides)
+TYPED_TEST(BufferCompare, Compare16IsDecidedByTheFirstDifference)
 {
     CCanaryText a("aaaaaaaaaaaaaaaaaaaa1bbbbbbbbbbbbbbbbbbb9");
     CCanaryText b("aaaaaaaaaaaaaaaaaaaa2bbbbbbbbbbbbbbbbbbb0");

@@ -123,7 +123,7 @@ const char kReplacements[][2] = {{'a', 'b'}, {'Z', '\xFF'}, {'\xE1', 'x'}, {'\x8
 
 // Casing.
 
-TYPED_TEST(BufferEdit, CasingTurnsLettersAndNothingElse)
+TYPED_TEST(BufferEdit, Uppercase16AndLowercase16TurnLettersAndNothingElse)
 {
     const std::string text = "The Quick-Brown FOX @[`{ 0123 \xC1\xE1\xDA\xFA end";
     const std::string upper = "THE QUICK-BROWN FOX @[`{ 0123 \xC1\xE1\xDA\xFA END";
@@ -225,7 +225,7 @@ TYPED_TEST(BufferEdit, CasingIntoCopyStaysBetweenProtectedPages)
 
 // Reversal.
 
-TYPED_TEST(BufferEdit, ReverseTurnsTheTextAround)
+TYPED_TEST(BufferEdit, Reverse16TurnsTheTextAround)
 {
     ExpectEdited("abc", '\0', 0, "cba", TypeParam::Reverse);
     ExpectEdited("0123456789abcdef", '\0', 0, "fedcba9876543210", TypeParam::Reverse);
@@ -254,7 +254,7 @@ TYPED_TEST(BufferEdit, ReverseStaysBetweenProtectedPages)
 
 // Replacement in place.
 
-TYPED_TEST(BufferEdit, ReplaceInPlaceTellsHowMany)
+TYPED_TEST(BufferEdit, Replace16InPlaceTellsHowMany)
 {
     CCanaryText text("banana, and one more banana");
     EXPECT_EQ(TypeParam::Replace(text.Data(), 27, 'a', 'o'), 7u);

@@ -61,7 +61,7 @@ protected:
 
 } // namespace
 
-TEST_F(BufferFormat, AResultThatFitsIsWrittenToTheBuffer)
+TEST_F(BufferFormat, VAFormatWritesAResultThatFitsToTheBuffer)
 {
     char *const result = Format(m_Buffer.First(), m_Buffer.Last(), m_Length, "%s=%d", "key", -5);
     EXPECT_EQ(result, m_Buffer.First());

@@ -290,7 +290,7 @@ TEST(BufferWildcard, NoLocaleChangesCase)
 
 // Inhibitors.
 
-TEST(BufferWildcard, InhibitedWildcardsAreLiteral)
+TEST(BufferWildcard, MatchWithInhibitorsAndMatchCaseWithInhibitorsTakeInhibitedWildcardsLiterally)
 {
     EXPECT_TRUE(SNativeStringUtils::MatchWithInhibitors("a\\*c", "a*c"));
     EXPECT_FALSE(SNativeStringUtils::MatchWithInhibitors("a\\*c", "abc"));

@@ -166,7 +166,7 @@ TEST(StringBatchSplitter, EveryByteHasItsOwnEntry)
                       "d"}));
 }
 
-TEST(StringBatchSplitter, ListsAddAndRemoveEachOfTheirCharacters)
+TEST(StringBatchSplitter, AddSplitCharsAndRemoveSplitCharsTakeEachCharacterOfAList)
 {
     CStringBatchSplitter splitter;
     splitter.AddSplitChars(" ,;");
@@ -207,7 +207,7 @@ TEST(StringBatchSplitter, RemovingWhatWasNeverAddedLeavesTheTable)
     EXPECT_EQ(TableOf(splitter), TableWith(","));
 }
 
-TEST(StringBatchSplitter, AddingTwiceIsAddingOnce)
+TEST(StringBatchSplitter, AddSplitCharTwiceIsAddSplitCharOnce)
 {
     CStringBatchSplitter splitter = SplitterAt(",,");
     splitter.AddSplitChar(',');
@@ -228,7 +228,7 @@ TEST(StringBatchSplitter, ListsThatAreStringsGoByTheirStoredLength)
     EXPECT_EQ(TableOf(splitter), TableWith("c"));
 }
 
-TEST(StringBatchSplitter, RemovingTheTerminatorReportsAndRemovesIt)
+TEST(StringBatchSplitter, RemoveSplitCharOfTheTerminatorReportsAndRemovesIt)
 {
     CStringBatchSplitter splitter = SplitterAt(",");
     const CAssertRecorder recorder;
@@ -328,7 +328,7 @@ TEST(StringBatchSplitter, ASourceInTheOutputItselfIsSplitInWhole)
             }
 }
 
-TEST(StringBatchSplitter, TheThreadSafeFormHoldsAReferenceOfItsOwnAndDropsIt)
+TEST(StringBatchSplitter, SplitThreadSafeHoldsAReferenceOfItsOwnAndDropsIt)
 {
     CString string("one,two,three");
     TArray<CString> out;

@@ -154,7 +154,7 @@ TEST(StringCasing, ConversionsDetachASharedContainerEvenWhereNoCharacterChanges)
     ExpectText(other, "ABC");
 }
 
-TEST(StringCasing, CopiesLeaveTheSourceUnchanged)
+TEST(StringCasing, UppercaseLowercaseAndConformedToLeaveTheSourceUnchanged)
 {
     const CString source("aBc");
     const CStringContainer *const container = ContainerOf(source);

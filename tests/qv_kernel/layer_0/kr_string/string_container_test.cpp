@@ -602,6 +602,21 @@ TEST(StringContainer, DynamicResizeGrowsToTheLongestTextAndNoFurther)
 
 // Resizing.
 
+TEST(StringContainer, SupportsDynamicResizeTellsTheFormWhateverTheLength)
+{
+    const PStringContainer fixed = CStringContainer::New(kText, 20);
+    const PStringContainer resizable = CStringContainer::NewResizable(kText, 20, 40);
+    ASSERT_TRUE(fixed != null && resizable != null);
+    EXPECT_FALSE(fixed->SupportsDynamicResize());
+    EXPECT_TRUE(resizable->SupportsDynamicResize());
+    EXPECT_TRUE(resizable->DynamicResize(400));
+    EXPECT_TRUE(resizable->SupportsDynamicResize());
+    fixed->Clear();
+    resizable->Clear();
+    EXPECT_FALSE(fixed->SupportsDynamicResize());
+    EXPECT_TRUE(resizable->SupportsDynamicResize());
+}
+
 TEST(StringContainer, DynamicResizeWithinTheCapacityChangesNothing)
 {
     CTestAllocator allocator;
@@ -752,7 +767,7 @@ TEST(StringContainer, LengtheningZeroesTheTailOfTheNewLastBlock)
     }
 }
 
-TEST(StringContainer, SetLengthReportsAMissingTerminator)
+TEST(StringContainer, UnsafeSetLengthReportsAMissingTerminator)
 {
     CAssertRecorder recorder;
     const PStringContainer container = CStringContainer::New("abcdef");
@@ -764,7 +779,7 @@ TEST(StringContainer, SetLengthReportsAMissingTerminator)
     ExpectWellFormed(*container);
 }
 
-TEST(StringContainer, SetLengthOfTheMaskOrMoreReportsAndChangesNothing)
+TEST(StringContainer, UnsafeSetLengthOfTheMaskOrMoreReportsAndChangesNothing)
 {
     for (const u32 length : {0x3FFFFFFFu, 0x40000000u, 0x80000003u, 0xFFFFFFFFu})
     {
@@ -779,7 +794,7 @@ TEST(StringContainer, SetLengthOfTheMaskOrMoreReportsAndChangesNothing)
     }
 }
 
-TEST(StringContainer, SetLengthBeyondTheBlockReportsAndChangesNothing)
+TEST(StringContainer, UnsafeSetLengthBeyondTheBlockReportsAndChangesNothing)
 {
     CTestAllocator allocator;
     const struct
@@ -804,7 +819,7 @@ TEST(StringContainer, SetLengthBeyondTheBlockReportsAndChangesNothing)
         }
 }
 
-TEST(StringContainer, SetLengthUpToTheEndOfTheBlockIsAllowed)
+TEST(StringContainer, UnsafeSetLengthUpToTheEndOfTheBlockIsAllowed)
 {
     CAssertRecorder recorder;
     CTestAllocator allocator;
@@ -897,7 +912,7 @@ TEST(StringContainer, RebuildOfCharactersThatFillTheRoomStopsAtTheCapacity)
 
 // Figures and null-safe access.
 
-TEST(StringContainer, FootprintOfAFixedContainerIsItsBlock)
+TEST(StringContainer, MemoryFootprintOfAFixedContainerIsItsBlock)
 {
     EXPECT_EQ(CStringContainer::New(kText, 1)->MemoryFootprint(), 48u);
     EXPECT_EQ(CStringContainer::New(kText, 15)->MemoryFootprint(), 48u);
@@ -905,7 +920,7 @@ TEST(StringContainer, FootprintOfAFixedContainerIsItsBlock)
     EXPECT_EQ(CStringContainer::New(kText, 60)->MemoryFootprint(), 96u);
 }
 
-TEST(StringContainer, FootprintOfAFixedContainerFollowsItsLength)
+TEST(StringContainer, MemoryFootprintOfAFixedContainerFollowsItsLength)
 {
     const PStringContainer container = CStringContainer::New(kText, 60);
     container->Data()[3] = '\0';
@@ -913,7 +928,7 @@ TEST(StringContainer, FootprintOfAFixedContainerFollowsItsLength)
     EXPECT_EQ(container->MemoryFootprint(), 48u);
 }
 
-TEST(StringContainer, FootprintOfAResizableContainerIsItsCapacityAnd32)
+TEST(StringContainer, MemoryFootprintOfAResizableContainerIsItsCapacityAnd32)
 {
     const PStringContainer container = CStringContainer::NewResizable("abc");
     EXPECT_EQ(container->MemoryFootprint(), 64u);

@@ -120,7 +120,7 @@ TEST(StringFuzzyPositions, TerminatorsAreCharacters)
     EXPECT_EQ(Match(std::string("a\0b", 3), "b"), (Positions{2}));
 }
 
-TEST(StringFuzzyPositions, TheStringItselfMatchesInAllItsCharacters)
+TEST(StringFuzzyPositions, FuzzyMatchPositionsOfTheStringItselfAreAllItsCharacters)
 {
     const CString string = Resizable("itself");
     TArray<u32> out;

@@ -117,7 +117,7 @@ TEST(StringFuzzy, WorkedValues)
     EXPECT_EQ(Weight("abcd", "abce"), 0.875f);
 }
 
-TEST(StringFuzzy, EqualTextsWeighExactlyOne)
+TEST(StringFuzzy, FuzzyMatchOfEqualTextsIsExactlyOne)
 {
     CFuzzyTexts source(1);
     for (size_t length = 1; length <= 300; ++length)
@@ -486,7 +486,7 @@ TEST(StringFuzzyList, PiecesOfAListGiveTheSameWeightsAsTheWhole)
     }
 }
 
-TEST(StringFuzzyList, AnEmptyListWritesNothing)
+TEST(StringFuzzyList, FuzzyMatchListOfNoEntriesWritesNothing)
 {
     const CAssertRecorder recorder;
     CString("abc").FuzzyMatchList(TStridedMemoryView<const CString>(), TMemoryView<float>());
@@ -692,7 +692,7 @@ TEST(StringFuzzyOrdered, AHigherWeightIsLess)
     ExpectRankingOrder<TSortDefaultCompare<SElement *>>();
 }
 
-TEST(StringFuzzyOrdered, EntriesAtOrAboveTheToleranceAreRankedBestFirst)
+TEST(StringFuzzyOrdered, FuzzyMatchListOrderedRanksEntriesAtOrAboveTheToleranceBestFirst)
 {
     const std::vector<CString> strings = {CString("xyz"), CString("abd"), CString("abc"), CString("abcd"), CString()};
     TArray<SElement> out;
@@ -892,7 +892,7 @@ TEST(StringFuzzyTop, EveryCountAndToleranceGivesWhatTheModelGives)
     }
 }
 
-TEST(StringFuzzyTop, NoMoreThanTheCountAreKept)
+TEST(StringFuzzyTop, FuzzyMatchListTopKeepsNoMoreThanTheCount)
 {
     CFuzzyTexts source(14);
     const std::vector<CString> strings = StringsOf(MixedTexts(source, "abcabc", kFewLetters, 100));

@@ -350,7 +350,7 @@ TEST(String, FirstAndLastAreTheEndsOfTheText)
     ExpectReports(recorder, {});
 }
 
-TEST(String, FootprintIsTheContainersAndTheHandle)
+TEST(String, MemoryFootprintIsTheContainersAndTheHandle)
 {
     EXPECT_EQ(CString().MemoryFootprint(), sizeof(CString));
     EXPECT_EQ(CString("abc").MemoryFootprint(), 48u + sizeof(CString));
@@ -430,7 +430,7 @@ TEST(String, WritingCopiesEmbeddedTerminators)
     EXPECT_EQ(TextOf(writer), std::string("a\0c", 3));
 }
 
-TEST(String, WritingTwiceCopiesOnce)
+TEST(String, RawDataForWritingTwiceCopiesOnce)
 {
     CTestAllocator allocator;
     CString writer("abc");
@@ -501,7 +501,7 @@ TEST(String, WritableCharactersUnshareFirst)
     EXPECT_EQ(ContainerOf(other)->RefCount(), 1u);
 }
 
-TEST(String, WritableCharactersOfAnOnlyHolderAreInPlace)
+TEST(String, FirstForWritingLastForWritingAndAtForWritingOfAnOnlyHolderAreInPlace)
 {
     CString string("abc");
     EXPECT_EQ(&string.AtForWriting(1), string.Data() + 1);

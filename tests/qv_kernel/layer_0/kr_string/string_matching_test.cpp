@@ -80,7 +80,7 @@ TEST(StringMatching, EveryNonZeroSensitivityIgnoresCase)
     }
 }
 
-TEST(StringMatching, InhibitorsBelongToTheirFlavourOnly)
+TEST(StringMatching, InhibitorsBelongToMatchWithInhibitorsAlone)
 {
     EXPECT_TRUE(CString("a*").MatchWithInhibitors("a\\*"));
     EXPECT_FALSE(CString("ab").MatchWithInhibitors("a\\*"));

@@ -26,7 +26,7 @@ using namespace QuorvaneTest;
 
 // ---- Two pieces ----------------------------------------------------------------------------------------------------
 
-TEST(StringPathJoin, TableOfResults)
+TEST(StringPathJoin, AppendSlashAndJoinsAsTheTableSays)
 {
     const struct
     {

@@ -192,7 +192,7 @@ TEST(StringSplit, ViewsLieInTheBufferOfTheSource)
     }
 }
 
-TEST(StringSplit, ViewsCopyNoCharacter)
+TEST(StringSplit, SplitAndSplitThreadSafeIntoViewsCopyNoCharacter)
 {
     CTestAllocator allocator;
     {

@@ -482,7 +482,7 @@ TEST(StringViewOperations, ContainsFindsANeedleThatRecursInPart)
 
 // Stripping.
 
-TEST(StringViewOperations, StripNarrowsAtBothEndsAtTheStartOrAtTheEnd)
+TEST(StringViewOperations, StripNarrowsAtBothEndsStripLeftAtTheStartAndStripRightAtTheEnd)
 {
     const char text[] = "xxaxbxx";
     const CStringView view(text, 7);
