@@ -13,18 +13,18 @@ namespace Quorvane
 {
 
 // Integers by width. `u64` and `s64` are the `long long` types, so `%llu` and `%lld` print them everywhere.
-typedef std::uint8_t u8;
-typedef std::uint16_t u16;
-typedef std::uint32_t u32;
-typedef unsigned long long u64;
-typedef std::int8_t s8;
-typedef std::int16_t s16;
-typedef std::int32_t s32;
-typedef signed long long s64;
+using u8 = std::uint8_t;
+using u16 = std::uint16_t;
+using u32 = std::uint32_t;
+using u64 = unsigned long long;
+using s8 = std::int8_t;
+using s16 = std::int16_t;
+using s32 = std::int32_t;
+using s64 = signed long long;
 
 // Integers as wide as a pointer.
-typedef std::uintptr_t ureg;
-typedef std::intptr_t sreg;
+using ureg = std::uintptr_t;
+using sreg = std::intptr_t;
 
 static_assert(sizeof(u64) == 8 && sizeof(s64) == 8, "64-bit integers have 64 bits");
 static_assert(sizeof(ureg) == sizeof(void *), "pointer-wide integers are as wide as a pointer");
@@ -52,12 +52,12 @@ namespace Internal
 template <typename T, bool IsEnum = std::is_enum<T>::value>
 struct TIntegerOf
 {
-    typedef T Type;
+    using Type = T;
 };
 template <typename T>
 struct TIntegerOf<T, true>
 {
-    typedef std::underlying_type_t<T> Type;
+    using Type = std::underlying_type_t<T>;
 };
 
 // True when a floating-point value lies in the range of T, which is no floating-point type; false for what is no number.
@@ -65,9 +65,9 @@ struct TIntegerOf<T, true>
 template <typename T, typename Floating>
 constexpr bool IsWithin(const Floating &value)
 {
-    typedef std::numeric_limits<typename TIntegerOf<T>::Type> CLimits;
+    using CLimits = std::numeric_limits<typename TIntegerOf<T>::Type>;
     // A power of 2, and one or 0: every floating-point type as wide as a double holds them exactly.
-    typedef std::common_type_t<Floating, double> CWide;
+    using CWide = std::common_type_t<Floating, double>;
     constexpr CWide kBeyond = static_cast<CWide>(CLimits::max() / 2 + 1) * 2;
     constexpr CWide kLowest = static_cast<CWide>(CLimits::min());
     return value >= kLowest && value < kBeyond;
@@ -77,7 +77,7 @@ constexpr bool IsWithin(const Floating &value)
 template <typename T, typename Floating>
 constexpr T NearestEnd(const Floating &value)
 {
-    typedef std::numeric_limits<typename TIntegerOf<T>::Type> CLimits;
+    using CLimits = std::numeric_limits<typename TIntegerOf<T>::Type>;
     if (value > 0)
         return static_cast<T>(CLimits::max());
     return value < 0 ? static_cast<T>(CLimits::min()) : static_cast<T>(0);
@@ -97,7 +97,7 @@ constexpr To NumericCast(const From &value)
 template <typename To, typename From>
 constexpr bool SurvivesNumericCast(const To &result, const From &value)
 {
-    typedef std::remove_cv_t<From> CValue;
+    using CValue = std::remove_cv_t<From>;
     if constexpr (std::is_floating_point<From>::value && !std::is_floating_point<To>::value)
         return IsWithin<To>(value) && static_cast<CValue>(result) == value;
     else if constexpr (std::is_floating_point<To>::value && !std::is_floating_point<From>::value)

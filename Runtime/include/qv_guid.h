@@ -47,6 +47,6 @@ public:
 template <typename T>
 constexpr TGuid<T> TGuid<T>::INVALID = TGuid<T>();
 
-typedef TGuid<u32> CGuid;
+using CGuid = TGuid<u32>;
 
 } // namespace Quorvane

@@ -104,7 +104,7 @@ struct SArrayAccess; // for services of the library
 template <typename T, typename BaseImpl>
 class TArray_Base : public BaseImpl
 {
-    typedef BaseImpl _Impl;
+    using _Impl = BaseImpl;
 
 public:
     using _Impl::_Count;
@@ -122,8 +122,8 @@ public:
     template <typename RealType>
     class TDebugContiguousBaseIterator;
 
-    typedef TDebugContiguousBaseIterator<Internal::TContiguousBaseIterator<T>> Iterator;
-    typedef TDebugContiguousBaseIterator<Internal::TContiguousBaseIterator<const T>> ConstIterator;
+    using Iterator = TDebugContiguousBaseIterator<Internal::TContiguousBaseIterator<T>>;
+    using ConstIterator = TDebugContiguousBaseIterator<Internal::TContiguousBaseIterator<const T>>;
 
     // Checked iterators.
     Iterator Begin() QV_INTERNAL_LIFETIMEBOUND { return Iterator(_Impl::_RawBegin(), this); }
@@ -220,9 +220,9 @@ private:
 template <typename T, typename Controller = TArrayStaticController<0, 8, 8, 0, 2>>
 class TArray : public TArray_Base<T, TArray_BaseContainerImpl<T, Controller, TTypeTraits<T>::HasTrivialRelocate>>
 {
-    typedef TArray_BaseContainerImpl<T, Controller, TTypeTraits<T>::HasTrivialRelocate> BaseImpl;
-    typedef TArray_Base<T, BaseImpl> _Base;
-    typedef Internal::TRangeRelocator<T, TTypeTraits<T>::HasTrivialRelocate> _Relocator;
+    using BaseImpl = TArray_BaseContainerImpl<T, Controller, TTypeTraits<T>::HasTrivialRelocate>;
+    using _Base = TArray_Base<T, BaseImpl>;
+    using _Relocator = Internal::TRangeRelocator<T, TTypeTraits<T>::HasTrivialRelocate>;
 
 public:
     using BaseImpl::_Count;

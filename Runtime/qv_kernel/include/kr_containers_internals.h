@@ -95,7 +95,7 @@ private:
 template <typename Iterator>
 struct TSortDefaultCompare
 {
-    typedef typename std::iterator_traits<Iterator>::value_type Value;
+    using Value = typename std::iterator_traits<Iterator>::value_type;
 
     static bool Less(const Value &a, const Value &b) { return a < b; }
     static bool Equal(const Value &a, const Value &b) { return a == b; }

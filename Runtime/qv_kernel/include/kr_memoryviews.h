@@ -160,7 +160,7 @@ private:
 template <typename T>
 class TStridedMemoryView : public TStridedMemoryViewBase<T>
 {
-    typedef TStridedMemoryViewBase<T> _Base;
+    using _Base = TStridedMemoryViewBase<T>;
 
     static const u8 *_Raw(const volatile void *data) { return static_cast<const u8 *>(const_cast<const void *>(data)); }
 

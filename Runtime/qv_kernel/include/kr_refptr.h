@@ -136,7 +136,7 @@ class TBaseRefPtr;
 template <typename T>
 class TBaseRefPtr<T, false> : protected Internal::TRefPtrMember<T>
 {
-    typedef Internal::TRefPtrMember<T> _P;
+    using _P = Internal::TRefPtrMember<T>;
 
     template <typename U, bool _Weak>
     friend class TBaseRefPtr;

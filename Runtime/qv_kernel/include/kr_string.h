@@ -58,7 +58,7 @@ namespace Internal
 struct SContainerEdits; // the edits that grow a container in place
 }
 
-typedef TRefPtr<CStringContainer> PStringContainer;
+using PStringContainer = TRefPtr<CStringContainer>;
 
 // Whether an operation tells upper from lower case. Every non-zero value ignores case.
 enum ECaseSensitivity : u32

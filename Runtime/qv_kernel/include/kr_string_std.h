@@ -78,7 +78,7 @@ inline std::string_view ComparableText(const char *text)
 // gives the standard's view of them (of the empty view, for a text that begins with a terminator).
 struct SStringHash
 {
-    typedef void is_transparent;
+    using is_transparent = void;
 
     template <typename Text>
     std::size_t operator()(const Text &text) const
@@ -90,7 +90,7 @@ struct SStringHash
 // The equality that goes with it, between any two forms.
 struct SStringEqual
 {
-    typedef void is_transparent;
+    using is_transparent = void;
 
     template <typename TextA, typename TextB>
     bool operator()(const TextA &a, const TextB &b) const

@@ -98,7 +98,7 @@ namespace Internal
 template <typename Element>
 struct TContiguousBaseIterator
 {
-    typedef Element ElementType;
+    using ElementType = Element;
 
     Element *m_Ptr = nullptr;
 };

@@ -21,17 +21,17 @@ template <typename T, typename BaseImpl>
 template <typename RealType>
 class TArray_Base<T, BaseImpl>::TDebugContiguousBaseIterator : private RealType
 {
-    typedef typename RealType::ElementType _Element;
+    using _Element = typename RealType::ElementType;
 
     template <typename OtherType>
     friend class TDebugContiguousBaseIterator;
 
 public:
-    typedef std::random_access_iterator_tag iterator_category;
-    typedef std::remove_cv_t<_Element> value_type;
-    typedef s32 difference_type;
-    typedef _Element *pointer;
-    typedef _Element &reference;
+    using iterator_category = std::random_access_iterator_tag;
+    using value_type = std::remove_cv_t<_Element>;
+    using difference_type = s32;
+    using pointer = _Element *;
+    using reference = _Element &;
 
     TDebugContiguousBaseIterator() = default;
     TDebugContiguousBaseIterator(pointer position, const TArray_Base *owner) : RealType{position}, m_Owner(owner) {}

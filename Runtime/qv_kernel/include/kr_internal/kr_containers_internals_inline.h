@@ -20,8 +20,8 @@ namespace Internal
 template <typename Compare, typename Iterator>
 struct TQuickSortTraits
 {
-    typedef typename std::iterator_traits<Iterator>::value_type Value;
-    typedef typename std::iterator_traits<Iterator>::difference_type Difference;
+    using Value = typename std::iterator_traits<Iterator>::value_type;
+    using Difference = typename std::iterator_traits<Iterator>::difference_type;
 
     enum : u32
     {
@@ -47,7 +47,7 @@ struct TQuickSortTraits
 template <typename Compare, typename Iterator>
 class TQuickSort
 {
-    typedef TQuickSortTraits<Compare, Iterator> _Traits;
+    using _Traits = TQuickSortTraits<Compare, Iterator>;
 
 public:
     TQuickSort(Iterator begin, Iterator end) : m_Lo(begin), m_Hi(end - 1) {}

@@ -19,11 +19,11 @@ template <typename T>
 class TStridedMemoryView<T>::Iterator
 {
 public:
-    typedef std::random_access_iterator_tag iterator_category;
-    typedef std::remove_cv_t<T> value_type;
-    typedef std::ptrdiff_t difference_type;
-    typedef T *pointer;
-    typedef T &reference;
+    using iterator_category = std::random_access_iterator_tag;
+    using value_type = std::remove_cv_t<T>;
+    using difference_type = std::ptrdiff_t;
+    using pointer = T *;
+    using reference = T &;
 
     Iterator() : m_Address(0), m_Stride(0), m_Repeats(0) {}
     Iterator(const u8 *address, u32 stride) : m_Address(reinterpret_cast<ureg>(address)), m_Stride(stride), m_Repeats(0)

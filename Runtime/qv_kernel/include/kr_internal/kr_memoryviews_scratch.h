@@ -31,7 +31,7 @@ QV_INTERNAL_HIDDEN void *ScratchMemory()
 template <typename T>
 QV_INTERNAL_HIDDEN T &ScratchElement()
 {
-    typedef std::remove_cv_t<T> Element;
+    using Element = std::remove_cv_t<T>;
     if constexpr (!std::is_default_constructible<Element>::value)
     {
         return *static_cast<Element *>(std::memset(ScratchMemory<Element>(), 0, sizeof(Element)));
