@@ -7,36 +7,24 @@
 // The namespace's name as a macro, for macros that must reach into it from any other namespace.
 #define QV_NAMESPACE Quorvane
 
+// What stands below, and the atomics, is written with the builtins and attributes that these compilers share.
+#if !defined(__GNUC__) && !defined(__clang__)
+#error "Quorvane is written for g++, clang++ and clang-cl"
+#endif
+
 // Branch hints: a check that fails is the exception.
-#if defined(__GNUC__) || defined(__clang__)
 #define QV_INTERNAL_LIKELY(...) __builtin_expect(!!(__VA_ARGS__), 1)
 #define QV_INTERNAL_UNLIKELY(...) __builtin_expect(!!(__VA_ARGS__), 0)
-#else
-#define QV_INTERNAL_LIKELY(...) (!!(__VA_ARGS__))
-#define QV_INTERNAL_UNLIKELY(...) (!!(__VA_ARGS__))
-#endif
 
 // A function that is kept out of line, so that its caller need not save registers for it; and one of reporting or
 // recovery, which is kept out of the way of the hot code, too.
-#if defined(__GNUC__) || defined(__clang__)
 #define QV_INTERNAL_NOINLINE __attribute__((noinline))
 #define QV_INTERNAL_COLD __attribute__((cold, noinline))
-#elif defined(_MSC_VER)
-#define QV_INTERNAL_NOINLINE __declspec(noinline)
-#define QV_INTERNAL_COLD __declspec(noinline)
-#else
-#define QV_INTERNAL_NOINLINE
-#define QV_INTERNAL_COLD
-#endif
 
 // A printf-like function: 1-based positions of the format and of its first argument (0 for a va_list).
 // Member functions that are not static count `this` as position 1.
-#if defined(__GNUC__) || defined(__clang__)
 #define QV_INTERNAL_PRINTF(formatIndex, firstArgumentIndex)                                                            \
     __attribute__((format(printf, formatIndex, firstArgumentIndex)))
-#else
-#define QV_INTERNAL_PRINTF(formatIndex, firstArgumentIndex)
-#endif
 
 // A returned view or reference must not outlive the marked argument (or the object, after a member's parameters).
 #if defined(__clang__)
@@ -48,10 +36,8 @@
 // A global that is initialised by the compiler, before any code runs; the build fails where it would not be.
 #if defined(__clang__)
 #define QV_INTERNAL_CONSTINIT [[clang::require_constant_initialization]]
-#elif defined(__GNUC__)
-#define QV_INTERNAL_CONSTINIT __constinit
 #else
-#define QV_INTERNAL_CONSTINIT
+#define QV_INTERNAL_CONSTINIT __constinit
 #endif
 
 // A global that is never destroyed, so that it can be used from any destructor at exit.

@@ -106,12 +106,6 @@ void Break();
 // The text of the arguments after macro expansion; `#__VA_ARGS__` in the macro that uses it gives them as written.
 #define QV_INTERNAL_EXPANDED_TEXT(...) #__VA_ARGS__
 
-#if defined(_MSC_VER) && !defined(__clang__)
-#define QV_INTERNAL_FUNCTION_SIGNATURE __FUNCSIG__
-#else
-#define QV_INTERNAL_FUNCTION_SIGNATURE __PRETTY_FUNCTION__
-#endif
-
 // The constant part of one site and its flag, in a hidden class of its own, since most sites stand in inline functions.
 #define QV_INTERNAL_SITE_CLASS(text, expandedText)                                                                     \
     struct QV_INTERNAL_HIDDEN qv_SSite                                                                                 \
@@ -141,10 +135,10 @@ void Break();
     } while (false)
 
 #define QV_INTERNAL_REPORT_PLAIN                                                                                       \
-    QV_NAMESPACE::Assert::Internal::ReportSite(qv_SSite::Ignored(), qv_SSite::Site(), QV_INTERNAL_FUNCTION_SIGNATURE)
+    QV_NAMESPACE::Assert::Internal::ReportSite(qv_SSite::Ignored(), qv_SSite::Site(), __PRETTY_FUNCTION__)
 #define QV_INTERNAL_REPORT_FORMAT(...)                                                                                 \
-    QV_NAMESPACE::Assert::Internal::ReportSiteFormat(qv_SSite::Ignored(), qv_SSite::Site(),                            \
-                                                     QV_INTERNAL_FUNCTION_SIGNATURE, __VA_ARGS__)
+    QV_NAMESPACE::Assert::Internal::ReportSiteFormat(qv_SSite::Ignored(), qv_SSite::Site(), __PRETTY_FUNCTION__,       \
+                                                     __VA_ARGS__)
 
 // QV_ASSERT(condition): reports the condition's text when it is false.
 #define QV_ASSERT(...)                                                                                                 \
@@ -172,7 +166,7 @@ void Break();
          QV_INTERNAL_SITE_CLASS(text, expandedText);                                                                   \
          QV_NAMESPACE::Assert::Internal::ReportSite(qv_SSite::Ignored(), qv_SSite::Site(), function);                  \
          return true;                                                                                                  \
-     }(QV_INTERNAL_FUNCTION_SIGNATURE))
+     }(__PRETTY_FUNCTION__))
 #else
 #define QV_INTERNAL_FAILS_SITE(text, expandedText, ...) (QV_INTERNAL_UNLIKELY(!(__VA_ARGS__)))
 #endif
@@ -187,7 +181,7 @@ void Break();
      QV_NAMESPACE::Assert::Internal::ReportVerify(                                                                     \
          QV_NAMESPACE::Assert::Internal::SSite{__FILE__, #__VA_ARGS__, QV_INTERNAL_EXPANDED_TEXT(__VA_ARGS__),         \
                                                __LINE__},                                                              \
-         QV_INTERNAL_FUNCTION_SIGNATURE))
+         __PRETTY_FUNCTION__))
 #else
 #define QV_VERIFY(...) (QV_INTERNAL_UNLIKELY(!(__VA_ARGS__)))
 #endif
