@@ -33,7 +33,7 @@ struct SNativeStringUtils
     // Letters are the ASCII letters; every other byte is its own upper-case and lower-case form.
     static const u8 kr_buffer_char_lookups[4 * 256];
 
-    // Length and formatting.
+    // ---- Length and formatting --------------------------------------------------------------------------------------
 
     // The number of characters before the terminator; 0 for null. Texts beyond 32 bits give 0xFFFFFFFF, which every
     // string operation refuses.
@@ -50,7 +50,9 @@ struct SNativeStringUtils
     static char *VAFormat(char *buffer, const char *bufferLast, u32 &outLength, const char *format, va_list args)
         QV_INTERNAL_PRINTF(4, 0);
 
-    // Comparison of terminated text. Three-way results are negative, 0 or positive.
+    // ---- Comparison -------------------------------------------------------------------------------------------------
+
+    // Of terminated text. Three-way results are negative, 0 or positive.
     // Requires: two texts, else reports "data0 != null && data1 != null"; null then counts as a text before every
     // other one.
 
@@ -58,6 +60,9 @@ struct SNativeStringUtils
     static bool EqualCase(const char *data0, const char *data1);
     static s32 Compare(const char *data0, const char *data1);
     static s32 CompareCase(const char *data0, const char *data1);
+
+    // True when the first `length` characters are equal but for case. Neither text needs a terminator.
+    static bool EqualCase(const char *data0, const char *data1, u32 length);
 
     // Equality of the first `length` bytes of two containers' characters, both of which have as many.
 
@@ -71,7 +76,9 @@ struct SNativeStringUtils
     static s32 Compare_16(const void *a, const void *b, u32 length);
     static s32 CompareCase_16(const char *a, const char *b, u32 length);
 
-    // Edits of the first `length` characters of a container. What stands behind them stays as it is: the rest of the
+    // ---- Edits ------------------------------------------------------------------------------------------------------
+
+    // Of the first `length` characters of a container. What stands behind them stays as it is: the rest of the
     // last block is written back unchanged.
 
     static void Reverse_16(char *data, u32 length);
@@ -85,6 +92,8 @@ struct SNativeStringUtils
     static u32 Replace_16(char *data, u32 length, char from, char to);
     // The same while copying, as above.
     static u32 Replace_16(char *dst, const char *src, u32 length, char from, char to);
+
+    // ---- Search -----------------------------------------------------------------------------------------------------
 
     // Prefix, suffix and substring tests of terminated text. A null or empty second argument is contained in every
     // text, the null one (which counts as empty) included.
@@ -108,8 +117,7 @@ struct SNativeStringUtils
     // The last of the first `length` characters that is `character`; null when there is none. Cost: linear.
     static const char *FindLast(const char *data, u32 length, char character);
 
-    // True when the first `length` characters are equal but for case. Neither text needs a terminator.
-    static bool EqualCase(const char *data0, const char *data1, u32 length);
+    // ---- Matching ---------------------------------------------------------------------------------------------------
 
     // Wildcard match of the whole text: `*` stands for any run of characters, the empty one included, `?` for exactly
     // one. With inhibitors, a backslash makes the next character of the pattern literal; a lone one at the end stands
@@ -121,7 +129,9 @@ struct SNativeStringUtils
     static bool MatchWithInhibitors(const char *pattern, const char *str);
     static bool MatchCaseWithInhibitors(const char *pattern, const char *str);
 
-    // Escape sequences. Each of \a \b \t \n \v \f \r \" \' \\ becomes a backslash and a letter (or the character
+    // ---- Escaping ---------------------------------------------------------------------------------------------------
+
+    // Each of \a \b \t \n \v \f \r \" \' \\ becomes a backslash and a letter (or the character
     // itself), every other character stays; Unescape turns exactly these sequences back and leaves any other backslash
     // as it is, so it undoes Escape for every text.
     // `dst` gets the result and a terminator: at most 2 * length + 1 bytes for Escape, length + 1 for Unescape.
@@ -134,6 +144,8 @@ struct SNativeStringUtils
     static u32 Unescape(const char *src, char *dst);
     static u32 Unescape(const char *src, char *dst, u32 maxLength);
 
+    // ---- Comments ---------------------------------------------------------------------------------------------------
+
     // Blanks the comments of terminated text in place: // to before the end of the line, which a backslash before the
     // line end continues, and /* */ (not nested; an unterminated one runs to the end). Nothing inside "..." and '...'
     // literals, which have \ escapes and end at an unescaped newline, is a comment. Each character of a comment becomes a
@@ -142,7 +154,7 @@ struct SNativeStringUtils
     static u32 Uncomment(char *data);
 };
 
-// Inline bodies.
+// ---- Inline bodies --------------------------------------------------------------------------------------------------
 
 namespace Internal
 {
