@@ -15,6 +15,7 @@
 
 #include "../kr_simd/simd_block_widest.h"
 #include "../kr_simd/simd_wide.h"
+#include "buffer_bitmap.h"
 #include "character_table.h"
 
 namespace Quorvane::Internal::Buffer

@@ -14,7 +14,7 @@
 #include "kr_buffer.h"
 #include "qv_defs.h"
 
-#include "buffer_marks.h"
+#include "buffer_bitmap.h"
 
 namespace Quorvane::Internal::Buffer
 {
@@ -91,7 +91,7 @@ public:
     {
         m_From = from;
         m_Next = from;
-        _WalkMarked(from);
+        _WalkChunks(from);
         if (m_IsTooCostly)
             _SearchOn();
     }
@@ -104,18 +104,19 @@ public:
 
 private:
     // Not inline, so that its bitmap and its indices are off the stack when the search goes on without them.
-    QV_INTERNAL_NOINLINE void _WalkMarked(u32 from)
+    QV_INTERNAL_NOINLINE void _WalkChunks(u32 from)
     {
         const u32 places = m_Length < m_PatternLength ? 0 : m_Length - m_PatternLength + 1;
-        for (u32 at = from; at < places; at += kMarkedCharacters)
+        for (u32 at = from; at < places; at += kChunkCharacters)
         {
-            const u32 count = QVMin(places - at, kMarkedCharacters);
+            const u32 count = QVMin(places - at, kChunkCharacters);
             if (m_Next >= at + count)
                 continue;
-            u64 marks[kMarkWords];
-            MarkPairs(marks, m_Text + at, count, m_Pattern[0], m_PatternLength - 1, m_Pattern[m_PatternLength - 1]);
-            u16 indices[kMarkedCharacters + kIndexSlack];
-            const u32 listed = ListMarks(indices, marks, count);
+            u64 bitmap[kBitmapWords];
+            FindPairMatches(bitmap, m_Text + at, count, m_Pattern[0], m_PatternLength - 1,
+                            m_Pattern[m_PatternLength - 1]);
+            u16 indices[kChunkCharacters + kIndexSlack];
+            const u32 listed = ListMatches(indices, bitmap, count);
             if (!_WalkCandidates(at, indices, m_Comparison.KeepCandidates(indices, listed, m_Text + at, m_Length - at)))
                 return;
         }

@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#include "../kr_buffer/buffer_marks.h"
+#include "../kr_buffer/buffer_bitmap.h"
 #include "split_pieces.h"
 
 namespace Quorvane
@@ -21,7 +21,8 @@ using Internal::String::WalkPieces;
 // Splits at the characters that the table lists, the terminator among them.
 void SplitListed(TArray<CString> &outPieces, const char *text, u32 length, const u8 *table)
 {
-    const auto mark = [&](u64 *marks, u32 at, u32 count) { Internal::MarkListed(marks, text + at, count, table); };
+    const auto find = [&](u64 *bitmap, u32 at, u32 count)
+    { Internal::Buffer::FindTableMatches(bitmap, text + at, count, table); };
     TStringSink<Piece_WithoutTerminator> sink(outPieces);
     const auto onPiece = [&](u32 begin, u32 end)
     {
@@ -30,7 +31,7 @@ void SplitListed(TArray<CString> &outPieces, const char *text, u32 length, const
     };
     const void *const terminator = std::memchr(text, '\0', length);
     const char *const end = terminator != nullptr ? static_cast<const char *>(terminator) : text + length;
-    WalkPieces(static_cast<u32>(end - text), mark, onPiece);
+    WalkPieces(static_cast<u32>(end - text), find, onPiece);
 }
 
 // The same by a table whose entry of the terminator was cleared against its contract: pieces may hold terminators then,

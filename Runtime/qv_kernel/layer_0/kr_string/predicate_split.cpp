@@ -1,13 +1,16 @@
-// Splitting at what a predicate says: what is done between the questions, a stretch of the text at a time.
+// Splitting at what a predicate says: what is done between the questions, a chunk of the text at a time.
 #include "kr_string.h"
 
 #include <cstring>
 
-#include "../kr_buffer/buffer_marks.h"
+#include "../kr_buffer/buffer_bitmap.h"
+#include "../kr_simd/simd_words.h"
 #include "split_pieces.h"
 
 namespace Quorvane::Internal
 {
+
+using namespace Buffer;
 
 CPredicateSplit::CPredicateSplit(const char *data, u32 length, TArray<CString> &outPieces)
     : m_Data(data),
@@ -23,7 +26,7 @@ bool CPredicateSplit::Next(char &outCharacter)
 {
     while (m_Cut < m_Length)
     {
-        const u32 end = m_Cut + QVMin(m_Length - m_Cut, kMarkedCharacters);
+        const u32 end = m_Cut + QVMin(m_Length - m_Cut, kChunkCharacters);
         if (_FindUnknown(end))
         {
             outCharacter = m_Data[m_Known];
@@ -40,7 +43,7 @@ bool CPredicateSplit::Next(char &outCharacter)
     return false;
 }
 
-// Whether there is a character to ask about before `end`. Almost all of them are met in the first stretch.
+// Whether there is a character to ask about before `end`. Almost all of them are met in the first chunk.
 bool CPredicateSplit::_FindUnknown(u32 end)
 {
     if (m_Cut == 0)
@@ -49,14 +52,14 @@ bool CPredicateSplit::_FindUnknown(u32 end)
             ++m_Known;
         return m_Known < end;
     }
-    u64 marks[kMarkWords];
+    u64 bitmap[kBitmapWords];
     const u32 count = end - m_Known;
-    MarkListed(marks, m_Data + m_Known, count, m_IsUnknown);
-    for (u32 at = 0; at < count; at += kMarksPerWord)
+    FindTableMatches(bitmap, m_Data + m_Known, count, m_IsUnknown);
+    for (u32 at = 0; at < count; at += kBitmapWordBits)
     {
-        if (marks[at / kMarksPerWord] != 0)
+        if (bitmap[at / kBitmapWordBits] != 0)
         {
-            m_Known += at + TrailingZeroBits(marks[at / kMarksPerWord]);
+            m_Known += at + Simd::TrailingZeroBits(bitmap[at / kBitmapWordBits]);
             return true;
         }
     }
@@ -64,20 +67,20 @@ bool CPredicateSplit::_FindUnknown(u32 end)
     return false;
 }
 
-// Runs of separators are skipped as marks: to ask of each piece whether it is empty would be a mispredicted branch.
+// Runs of separators are skipped in the bitmaps: to ask of each piece whether it is empty would be a mispredicted branch.
 bool CPredicateSplit::_CutUpTo(u32 end)
 {
     const u32 count = end - m_Cut;
-    u64 marks[kMarkWords];
-    u64 beginMarks[kMarkWords];
-    u64 endMarks[kMarkWords];
-    MarkListed(marks, m_Data + m_Cut, count, m_IsSeparator);
-    MarkGaps(marks, count, m_AfterSeparator, beginMarks, endMarks);
+    u64 bitmap[kBitmapWords];
+    u64 beginBits[kBitmapWords];
+    u64 endBits[kBitmapWords];
+    FindTableMatches(bitmap, m_Data + m_Cut, count, m_IsSeparator);
+    FindRuns(bitmap, count, m_AfterSeparator, beginBits, endBits);
     // Every other character may begin a piece, or end one.
-    u16 begins[kMarkedCharacters / 2 + 1 + kIndexSlack];
-    u16 ends[kMarkedCharacters / 2 + 1 + kIndexSlack];
-    const u32 beginCount = ListMarks(begins, beginMarks, count);
-    const u32 endCount = ListMarks(ends, endMarks, count);
+    u16 begins[kChunkCharacters / 2 + 1 + kIndexSlack];
+    u16 ends[kChunkCharacters / 2 + 1 + kIndexSlack];
+    const u32 beginCount = ListMatches(begins, beginBits, count);
+    const u32 endCount = ListMatches(ends, endBits, count);
     const auto cut = [&](auto &&sink)
     {
         u32 next = 0;

@@ -145,7 +145,7 @@ inline bool WriteSameLength(char *writeTo, const SReplacing &replacing)
         any = true;
         if (at + patternLength > copied)
         {
-            const u32 count = QVMin(length - copied, at - copied + patternLength + kMarkedCharacters);
+            const u32 count = QVMin(length - copied, at - copied + patternLength + Buffer::kChunkCharacters);
             Write(writeTo + copied, text + copied, count);
             copied += count;
         }

@@ -1,7 +1,7 @@
 // What the ways of splitting share: the walk over the pieces of a text, and the array that strings of them go to.
 #pragma once
 
-#include "../kr_buffer/buffer_marks.h"
+#include "../kr_buffer/buffer_bitmap.h"
 #include "../kr_containers/containers_array_access.h"
 #include "kr_string.h"
 
@@ -36,17 +36,17 @@ private:
 };
 
 // Calls `onPiece(begin, end)`, indices both, for what stands before each separator, and for what stands behind the last
-// one unless that is nothing. `mark(marks, at, count)` marks the separators among `count` characters from `at` on.
+// one unless that is nothing. `find(bitmap, at, count)` finds the separators among `count` characters from `at` on.
 // Returns: false when `onPiece` did, which ends the walk.
-template <typename Mark, typename OnPiece>
-bool WalkPieces(u32 length, const Mark &mark, const OnPiece &onPiece)
+template <typename Find, typename OnPiece>
+bool WalkPieces(u32 length, const Find &find, const OnPiece &onPiece)
 {
-    u64 marks[kMarkWords];
+    u64 bitmap[Buffer::kBitmapWords];
     u32 begin = 0;
-    for (u32 at = 0; at < length; at += kMarkedCharacters)
+    for (u32 at = 0; at < length; at += Buffer::kChunkCharacters)
     {
-        const u32 count = QVMin(length - at, kMarkedCharacters);
-        mark(marks, at, count);
+        const u32 count = QVMin(length - at, Buffer::kChunkCharacters);
+        find(bitmap, at, count);
         const auto onSeparator = [&](u32 index)
         {
             const u32 end = at + index;
@@ -54,7 +54,7 @@ bool WalkPieces(u32 length, const Mark &mark, const OnPiece &onPiece)
             begin = end + 1;
             return onPiece(first, end);
         };
-        if (!WalkMarks(marks, count, onSeparator))
+        if (!Buffer::ForEachMatch(bitmap, count, onSeparator))
             return false;
     }
     return begin >= length || onPiece(begin, length);

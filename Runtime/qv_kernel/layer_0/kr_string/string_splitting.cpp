@@ -3,7 +3,7 @@
 
 #include <cstring>
 
-#include "../kr_buffer/buffer_marks.h"
+#include "../kr_buffer/buffer_bitmap.h"
 #include "../kr_containers/containers_array_access.h"
 #include "split_pieces.h"
 
@@ -92,10 +92,10 @@ template <typename Sink>
 bool SplitText(Sink &&sink, const CString &source, char separator)
 {
     const char *const text = source.Data();
-    const auto mark = [&](u64 *marks, u32 at, u32 count)
-    { Internal::MarkCharacter(marks, text + at, count, separator); };
+    const auto find = [&](u64 *bitmap, u32 at, u32 count)
+    { Internal::Buffer::FindMatches(bitmap, text + at, count, separator); };
     const auto onPiece = [&](u32 begin, u32 end) { return begin == end || sink.Add(text + begin, end - begin); };
-    return WalkPieces(source.Length(), mark, onPiece);
+    return WalkPieces(source.Length(), find, onPiece);
 }
 
 bool SplitInto(TArray<CStringView> &outPieces, const CString &source, char separator)
@@ -108,11 +108,11 @@ bool SplitInto(TArray<CStringView> &outPieces, const CString &source, char separ
     const char *const end = begin + source.Length();
     for (const char *text = begin; text != end;)
     {
-        const u32 count = QVMin(static_cast<u32>(end - text), Internal::kMarkedCharacters);
-        u64 marks[Internal::kMarkWords];
-        u16 indices[Internal::kMarkedCharacters + Internal::kIndexSlack];
-        Internal::MarkCharacter(marks, text, count, separator);
-        if (!sink.AddAll(text, indices, Internal::ListMarks(indices, marks, count), begin))
+        const u32 count = QVMin(static_cast<u32>(end - text), Internal::Buffer::kChunkCharacters);
+        u64 bitmap[Internal::Buffer::kBitmapWords];
+        u16 indices[Internal::Buffer::kChunkCharacters + Internal::Buffer::kIndexSlack];
+        Internal::Buffer::FindMatches(bitmap, text, count, separator);
+        if (!sink.AddAll(text, indices, Internal::Buffer::ListMatches(indices, bitmap, count), begin))
             return false;
         text += count;
     }

@@ -73,7 +73,7 @@ protected:
 TEST_P(BufferOccurrences, OnePatternIsFoundAtEveryPlace)
 {
     for (const std::string pattern : {"x", "xy", "xyz", "xyzabcd", "xyzabcde", "xyzabcdef", "xyzabcdefghijklmnopqrst"})
-        for (u32 length = 0; length <= 4 * Internal::kMarksPerWord + 1; length += length < 100 ? 1 : 13)
+        for (u32 length = 0; length <= 4 * Internal::Buffer::kBitmapWordBits + 1; length += length < 100 ? 1 : 13)
             for (u32 at = 0; at + pattern.size() <= length; ++at)
             {
                 std::string text(length, '-');
@@ -105,7 +105,7 @@ TEST_P(BufferOccurrences, RandomTextsOfFewCharactersAgreeWithTheSearch)
 
 TEST_P(BufferOccurrences, StretchesFollowEachOther)
 {
-    constexpr u32 kEdge = Internal::kMarkedCharacters;
+    constexpr u32 kEdge = Internal::Buffer::kChunkCharacters;
     for (const std::string pattern : {"x", "xyz", "xyzabcdefghij"})
         for (u32 at = kEdge - 20; at < kEdge + 20; ++at)
         {

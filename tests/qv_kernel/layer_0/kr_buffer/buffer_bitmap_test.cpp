@@ -1,4 +1,4 @@
-#include "kr_buffer/buffer_marks.h"
+#include "kr_buffer/buffer_bitmap.h"
 
 #include <random>
 #include <string>
@@ -22,18 +22,18 @@ namespace Internal = Quorvane::Internal;
 
 using CIndices = std::vector<u32>;
 
-// Lengths around the ends of blocks, of words and of a whole stretch.
+// Lengths around the ends of blocks, of words and of a whole chunk.
 std::vector<u32> Lengths()
 {
     std::vector<u32> lengths;
-    for (u32 length = 0; length <= 4 * Internal::kMarksPerWord + 1; ++length)
+    for (u32 length = 0; length <= 4 * Internal::Buffer::kBitmapWordBits + 1; ++length)
         lengths.push_back(length);
-    for (u32 back = 0; back <= Internal::kMarksPerWord; ++back)
-        lengths.push_back(Internal::kMarkedCharacters - back);
+    for (u32 back = 0; back <= Internal::Buffer::kBitmapWordBits; ++back)
+        lengths.push_back(Internal::Buffer::kChunkCharacters - back);
     return lengths;
 }
 
-// Text of few characters, some of them above 127, so that every second one or so is marked.
+// Text of few characters, some of them above 127, so that every second one or so matches.
 std::string MakeText(u32 length)
 {
     static const char kCharacters[] = {'a', 'b', ',', '\0', '\x7F', '\x80', '\xAC', '\xFF'};
@@ -44,27 +44,27 @@ std::string MakeText(u32 length)
     return text;
 }
 
-// The marks as a walk meets them; what lies behind them must be zero to the end of the word.
-CIndices Walked(const u64 *marks, u32 count)
+// The matches as they are visited; what lies behind them must be zero to the end of the word.
+CIndices Visited(const u64 *bitmap, u32 count)
 {
     CIndices indices;
-    Internal::WalkMarks(marks, count,
-                        [&](u32 index)
-                        {
-                            indices.push_back(index);
-                            return true;
-                        });
+    Internal::Buffer::ForEachMatch(bitmap, count,
+                                   [&](u32 index)
+                                   {
+                                       indices.push_back(index);
+                                       return true;
+                                   });
     for (const u32 index : indices)
         EXPECT_LT(index, count);
     return indices;
 }
 
-template <typename IsMarked>
-CIndices Expected(u32 count, const IsMarked &isMarked)
+template <typename IsMatch>
+CIndices Expected(u32 count, const IsMatch &isMatch)
 {
     CIndices indices;
     for (u32 i = 0; i < count; ++i)
-        if (isMarked(i))
+        if (isMatch(i))
             indices.push_back(i);
     return indices;
 }
@@ -78,18 +78,18 @@ CGuardedText Padded(const std::string &text)
 }
 
 // With and without wide instructions.
-class BufferMarks : public testing::TestWithParam<bool>
+class BufferBitmap : public testing::TestWithParam<bool>
 {
 protected:
     void SetUp() override { Internal::AllowWideInstructions(GetParam()); }
     void TearDown() override { Internal::AllowWideInstructions(true); }
 
-    u64 m_Marks[Internal::kMarkWords];
+    u64 m_Bitmap[Internal::Buffer::kBitmapWords];
 };
 
 } // namespace
 
-TEST_P(BufferMarks, CharactersAreMarkedWithoutReadingBehindTheirBlock)
+TEST_P(BufferBitmap, CharactersAreFoundWithoutReadingBehindTheirBlock)
 {
     for (const u32 length : Lengths())
     {
@@ -97,13 +97,13 @@ TEST_P(BufferMarks, CharactersAreMarkedWithoutReadingBehindTheirBlock)
         const CGuardedText guarded = Padded(text);
         for (const char wanted : {',', '\0', '\xFF', 'z'})
         {
-            Internal::MarkCharacter(m_Marks, guarded.Get(), length, wanted);
-            EXPECT_EQ(Walked(m_Marks, length), Expected(length, [&](u32 i) { return text[i] == wanted; })) << length;
+            Internal::Buffer::FindMatches(m_Bitmap, guarded.Get(), length, wanted);
+            EXPECT_EQ(Visited(m_Bitmap, length), Expected(length, [&](u32 i) { return text[i] == wanted; })) << length;
         }
     }
 }
 
-TEST_P(BufferMarks, ListedCharactersAreMarkedWithoutReadingBehindTheText)
+TEST_P(BufferBitmap, ListedCharactersAreFoundWithoutReadingBehindTheText)
 {
     const std::vector<std::string> lists = {std::string(), std::string(1, '\0'), ",", "a,\x80\xFF",
                                             std::string("\0\x7F\x80\xAC", 4)};
@@ -116,15 +116,15 @@ TEST_P(BufferMarks, ListedCharactersAreMarkedWithoutReadingBehindTheText)
         {
             const std::string text = MakeText(length);
             const CGuardedText guarded(text.data(), text.size());
-            Internal::MarkListed(m_Marks, guarded.Get(), length, table);
-            EXPECT_EQ(Walked(m_Marks, length),
+            Internal::Buffer::FindTableMatches(m_Bitmap, guarded.Get(), length, table);
+            EXPECT_EQ(Visited(m_Bitmap, length),
                       Expected(length, [&](u32 i) { return list.find(text[i]) != std::string::npos; }))
                 << length;
         }
     }
 }
 
-TEST_P(BufferMarks, EveryCharacterIsListedByItself)
+TEST_P(BufferBitmap, EveryCharacterIsListedByItself)
 {
     std::string all;
     for (u32 character = 0; character < 256; ++character)
@@ -133,12 +133,12 @@ TEST_P(BufferMarks, EveryCharacterIsListedByItself)
     {
         u8 table[256] = {};
         table[character] = 1;
-        Internal::MarkListed(m_Marks, all.data(), 256, table);
-        EXPECT_EQ(Walked(m_Marks, 256), CIndices(1, character));
+        Internal::Buffer::FindTableMatches(m_Bitmap, all.data(), 256, table);
+        EXPECT_EQ(Visited(m_Bitmap, 256), CIndices(1, character));
     }
 }
 
-TEST_P(BufferMarks, PairsAreMarkedWithoutReadingBehindTheText)
+TEST_P(BufferBitmap, PairsAreFoundWithoutReadingBehindTheText)
 {
     for (const u32 length : Lengths())
     {
@@ -146,8 +146,9 @@ TEST_P(BufferMarks, PairsAreMarkedWithoutReadingBehindTheText)
         {
             const std::string text = MakeText(length + distance);
             const CGuardedText guarded(text.data(), text.size());
-            Internal::MarkPairs(m_Marks, guarded.Get(), length, 'a', distance, distance == 0 ? 'a' : '\x80');
-            EXPECT_EQ(Walked(m_Marks, length),
+            Internal::Buffer::FindPairMatches(m_Bitmap, guarded.Get(), length, 'a', distance,
+                                              distance == 0 ? 'a' : '\x80');
+            EXPECT_EQ(Visited(m_Bitmap, length),
                       Expected(length, [&](u32 i)
                                { return text[i] == 'a' && (distance == 0 || text[i + distance] == '\x80'); }))
                 << length << " and " << distance;
@@ -155,59 +156,59 @@ TEST_P(BufferMarks, PairsAreMarkedWithoutReadingBehindTheText)
     }
 }
 
-TEST_P(BufferMarks, WalkEndsWhereItIsToldTo)
+TEST_P(BufferBitmap, VisitEndsWhereItIsToldTo)
 {
-    const std::string text(Internal::kMarkedCharacters, 'a');
-    Internal::MarkCharacter(m_Marks, Padded(text).Get(), Internal::kMarkedCharacters, 'a');
-    for (const u32 last : {0u, 1u, 63u, 64u, Internal::kMarkedCharacters - 1})
+    const std::string text(Internal::Buffer::kChunkCharacters, 'a');
+    Internal::Buffer::FindMatches(m_Bitmap, Padded(text).Get(), Internal::Buffer::kChunkCharacters, 'a');
+    for (const u32 last : {0u, 1u, 63u, 64u, Internal::Buffer::kChunkCharacters - 1})
     {
         u32 calls = 0;
-        const auto onMark = [&](u32 index)
+        const auto onMatch = [&](u32 index)
         {
             ++calls;
             return index != last;
         };
-        EXPECT_FALSE(Internal::WalkMarks(m_Marks, Internal::kMarkedCharacters, onMark));
+        EXPECT_FALSE(Internal::Buffer::ForEachMatch(m_Bitmap, Internal::Buffer::kChunkCharacters, onMatch));
         EXPECT_EQ(calls, last + 1);
     }
 }
 
-TEST_P(BufferMarks, GapsAreMarkedWhereTheyBeginAndEnd)
+TEST_P(BufferBitmap, RunsAreFoundWhereTheyBeginAndEnd)
 {
     for (const u32 length : Lengths())
     {
-        // A second mark in a row now and then, and gaps longer than a word.
+        // A second match in a row now and then, and runs longer than a word.
         std::string text = MakeText(length);
         for (u32 i = 0; i < length; ++i)
             if (i % 500 > 300)
                 text[i] = 'a';
         u8 table[256] = {};
         table[static_cast<u8>('b')] = table[static_cast<u8>(',')] = 1;
-        const auto isMarked = [&](u32 i) { return text[i] == 'b' || text[i] == ','; };
+        const auto isMatch = [&](u32 i) { return text[i] == 'b' || text[i] == ','; };
         for (const u64 first : {0u, 1u})
         {
-            u64 begins[Internal::kMarkWords];
-            u64 ends[Internal::kMarkWords];
+            u64 begins[Internal::Buffer::kBitmapWords];
+            u64 ends[Internal::Buffer::kBitmapWords];
             u64 before = first;
-            Internal::MarkListed(m_Marks, text.data(), length, table);
-            Internal::MarkGaps(m_Marks, length, before, begins, ends);
-            const auto isBehindMark = [&](u32 i) { return i == 0 ? first != 0 : isMarked(i - 1); };
-            std::vector<Quorvane::u16> listed(length + Internal::kIndexSlack + 1);
-            u32 count = Internal::ListMarks(listed.data(), begins, length);
+            Internal::Buffer::FindTableMatches(m_Bitmap, text.data(), length, table);
+            Internal::Buffer::FindRuns(m_Bitmap, length, before, begins, ends);
+            const auto isBehindMatch = [&](u32 i) { return i == 0 ? first != 0 : isMatch(i - 1); };
+            std::vector<Quorvane::u16> listed(length + Internal::Buffer::kIndexSlack + 1);
+            u32 count = Internal::Buffer::ListMatches(listed.data(), begins, length);
             // One may seem to begin behind the last character.
             count -= count != 0 && listed[count - 1] == length ? 1 : 0;
             EXPECT_EQ(CIndices(listed.begin(), listed.begin() + count),
-                      Expected(length, [&](u32 i) { return isBehindMark(i) && !isMarked(i); }))
+                      Expected(length, [&](u32 i) { return isBehindMatch(i) && !isMatch(i); }))
                 << length;
-            count = Internal::ListMarks(listed.data(), ends, length);
+            count = Internal::Buffer::ListMatches(listed.data(), ends, length);
             EXPECT_EQ(CIndices(listed.begin(), listed.begin() + count),
-                      Expected(length, [&](u32 i) { return !isBehindMark(i) && isMarked(i); }))
+                      Expected(length, [&](u32 i) { return !isBehindMatch(i) && isMatch(i); }))
                 << length;
-            EXPECT_EQ(before, length == 0 ? first : u64{isMarked(length - 1)}) << length;
+            EXPECT_EQ(before, length == 0 ? first : u64{isMatch(length - 1)}) << length;
         }
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Forms, BufferMarks, testing::Bool());
+INSTANTIATE_TEST_SUITE_P(Forms, BufferBitmap, testing::Bool());
 
 } // namespace QuorvaneTest

@@ -1,0 +1,30 @@
+// Bitmaps of matches, in the form that the machine has.
+#include "buffer_bitmap.h"
+
+#include "buffer_kernels.h"
+
+namespace Quorvane::Internal::Buffer
+{
+
+void FindMatches(u64 *bitmap, const char *text, u32 count, char character)
+{
+    QV_SIMD_CALL(true, FindMatches(bitmap, text, count, character));
+}
+
+void FindTableMatches(u64 *bitmap, const char *text, u32 count, const u8 *table)
+{
+    // Preparing the look-up costs as much as looking up a word of characters one by one.
+    QV_SIMD_CALL(count >= 2 * kBitmapWordBits, FindTableMatches(bitmap, text, count, table));
+}
+
+void FindPairMatches(u64 *bitmap, const char *text, u32 count, char first, u32 distance, char second)
+{
+    QV_SIMD_CALL(true, FindPairMatches(bitmap, text, count, first, distance, second));
+}
+
+u32 ListMatches(u16 *indices, const u64 *bitmap, u32 count)
+{
+    return QV_SIMD_CALL(true, ListMatches(indices, bitmap, count));
+}
+
+} // namespace Quorvane::Internal::Buffer
