@@ -1,5 +1,6 @@
 #!/bin/sh
-# Proves the rules: each holds for a small tree that keeps it, and bites on a sample that breaks it.
+# Proves the rules: each holds for a small tree that keeps it, bites on a sample that breaks it, and is in the list of
+# CONTRIBUTING.md.
 # Reason: a rule that never fails cannot be told from one that does not look.
 . "$(dirname "$0")/common.inc"
 
@@ -191,7 +192,10 @@ printf '```cpp\nint other();\n```\n' | bites readme_example docs/page.md
 
 for script in "$rules"/*.sh; do
     name=$(basename "$script" .sh)
-    [ "$name" = "$rule" ] || grep -q -x "$name" "$proven" || breach "$name: has no bad sample in this script"
+    [ "$name" != "$rule" ] || continue
+    grep -q -x "$name" "$proven" || breach "$name: has no bad sample in this script"
+    # shellcheck disable=SC2016
+    grep -q -F "| \`$name\` |" "$root/CONTRIBUTING.md" || breach "$name: has no row in CONTRIBUTING.md"
 done
 
 case $skipped in
