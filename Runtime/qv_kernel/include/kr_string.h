@@ -55,8 +55,11 @@ class CStringContainer;
 
 namespace Internal
 {
-struct SContainerEdits; // the edits that grow a container in place
+namespace String
+{
+struct SGrowth; // the edits that grow a text
 }
+} // namespace Internal
 
 using PStringContainer = TRefPtr<CStringContainer>;
 
@@ -130,7 +133,7 @@ public:
     // behind, and the last block of a longer one.
     // Requires: a length below kLengthMask and a terminator there, else reports "newLength < kLengthMask" or
     // "data[newLength] == '\0'". A length of kLengthMask or beyond the block changes nothing.
-    void UnsafeSetLength(u32 newLength) { _InternalSetLength(newLength); }
+    void UnsafeSetLength(u32 newLength) { _SetLength(newLength); }
 
     // Sets the length to 0, keeping the room.
     void Clear();
@@ -159,10 +162,9 @@ public:
 
 private:
     friend class CString;
-    friend struct Internal::SContainerEdits;
+    friend struct Internal::String::SGrowth;
 
     static constexpr u32 kResizableFlag = 0x80000000;
-    static constexpr u32 kFlagsMask = 0xC0000000;
     static constexpr u32 kBlockBytes = 16;
 
     // Bytes of the blocks that hold `length` characters and their terminator.
@@ -175,15 +177,16 @@ private:
 
     bool _Reallocate(u32 newLength);
 
-    void _InternalSetLength(u32 newLength);
+    // UnsafeSetLength.
+    void _SetLength(u32 newLength);
 
-    // Sets a longer length, for which there is room, before the characters are written: what must be zero behind them
-    // is zero then.
-    void _LengthenTo(u32 newLength);
+    // The one place where a length changes; `difference` is modulo 2^32, so that it may be negative. Lengths stay below
+    // kLengthMask, so the flags above them stay what they are. Zeroing what is behind the text is up to the caller.
+    void _ChangeLengthBy(u32 difference) { m_Length += difference; }
 
     // Appends a character, not the terminator, where the holder of the only reference has room for it.
     // Returns: false, with nothing done, where it has not.
-    bool _AppendWithinRoom(char character);
+    bool _AppendFast(char character);
     bool _BeginBlock(u32 newLength);
 
     // How many characters from the front path joins have found to be neither backslashes nor terminators, so that they
@@ -489,8 +492,8 @@ public:
     {
         CStringContainer *container = m_Container.Get();
         if (QV_INTERNAL_UNLIKELY(container == nullptr || character == '\0'))
-            return _AppendCharacter(character);
-        return QV_INTERNAL_LIKELY(container->_AppendWithinRoom(character)) ? *this : _AppendCharacter(character);
+            return _AppendSlow(character);
+        return QV_INTERNAL_LIKELY(container->_AppendFast(character)) ? *this : _AppendSlow(character);
     }
 
     // The same at the front. Beware: prepending to an empty string takes the whole text up to its terminator, whatever
@@ -785,15 +788,17 @@ private:
     bool _IsLess(const CString &other) const;
     bool _IsGreater(const CString &other) const;
 
-    CString &_AppendCharacter(char character);
-    CString &_Concatenate(const char *other, u32 length);
-    CString &_ConcatenateMany(const char *other, u32 length);
-    CString &_Prepend(const char *other, u32 length);
-    CString &_PrependMany(const char *other, u32 length);
+    // The fast path of each does what a few characters from elsewhere need that find room; it leaves the rest to the slow
+    // one.
+    CString &_AppendSlow(char character);
+    CString &_AppendFast(const char *other, u32 length);
+    CString &_AppendSlow(const char *other, u32 length);
+    CString &_PrependFast(const char *other, u32 length);
+    CString &_PrependSlow(const char *other, u32 length);
+    CString &_JoinFast(const char *b, u32 bLen);
+    CString &_JoinSlow(const char *b, u32 bLen, bool mayGrow);
+    bool _ContainsBackslash() const;
     static CString _Extract(const char *from, u32 first, u32 last, u32 checked);
-    bool _HoldsBackSlash() const;
-    CString &_ConcatenatePath(const char *b, u32 bLen);
-    CString &_ConcatenatePathAnyhow(const char *b, u32 bLen, bool mayGrow);
 
     static const char kNoCharacter;
 

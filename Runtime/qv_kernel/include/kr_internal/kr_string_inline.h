@@ -19,16 +19,6 @@
 namespace Quorvane
 {
 
-inline void CStringContainer::_LengthenTo(u32 newLength)
-{
-    const u32 length = Length();
-    const u32 lastBlock = newLength & ~(kBlockBytes - 1);
-    // The block of the old terminator is zero behind it already.
-    if (lastBlock > length)
-        std::memset(m_Characters + lastBlock, 0, kBlockBytes);
-    m_Length += newLength - length;
-}
-
 inline bool CStringContainer::_BeginBlock(u32 newLength)
 {
     if (newLength >= m_Capacity)
@@ -38,21 +28,20 @@ inline bool CStringContainer::_BeginBlock(u32 newLength)
 }
 
 // As few instructions as there can be: programs build text in this loop.
-inline bool CStringContainer::_AppendWithinRoom(char character)
+inline bool CStringContainer::_AppendFast(char character)
 {
     if (RefCount() != 1)
         return false;
-    // One comparison for the form and for the longest length; with the reserved bit set it takes the longer road.
+    // One comparison for the form and for the longest length; with the reserved bit set it takes the slow path.
     const u32 word = m_Length;
     const u32 length = word - kResizableFlag;
     if (length >= kLengthMask - 1)
         return false;
-    // The block of the old terminator is ours to its end, and zero behind it: only a new block is a question.
-    const u32 newWord = word + 1;
-    if (QV_INTERNAL_UNLIKELY(newWord % kBlockBytes == 0) && !_BeginBlock(length + 1))
+    // The block of the old terminator is ours to its end, and zero behind it: only a new block needs a capacity check.
+    if (QV_INTERNAL_UNLIKELY((word + 1) % kBlockBytes == 0) && !_BeginBlock(length + 1))
         return false;
+    _ChangeLengthBy(1);
     m_Characters[length] = character;
-    m_Length = newWord;
     return true;
 }
 
@@ -195,29 +184,29 @@ inline CStringView::CStringView(CString &&string QV_INTERNAL_LIFETIMEBOUND)
 namespace Internal
 {
 
-inline CStringView PieceOf(const CStringView &piece)
+inline CStringView ToView(const CStringView &piece)
 {
     return piece;
 }
 
-inline CStringView PieceOf(const CString &piece)
+inline CStringView ToView(const CString &piece)
 {
     return piece.Empty() ? CStringView() : CStringView(piece);
 }
 
-inline CStringView PieceOf(const char *piece)
+inline CStringView ToView(const char *piece)
 {
     return CStringView::FromNullTerminatedString(piece);
 }
 
 // What stands on the left of the first seam: there a string counts by its length, as it does on the left of operator/.
 template <typename Piece>
-CStringView FirstPieceOf(const Piece &piece)
+CStringView FirstToView(const Piece &piece)
 {
-    return PieceOf(piece);
+    return ToView(piece);
 }
 
-inline CStringView FirstPieceOf(const CString &piece)
+inline CStringView FirstToView(const CString &piece)
 {
     return CStringView(piece);
 }
@@ -227,7 +216,7 @@ inline CStringView FirstPieceOf(const CString &piece)
 template <typename First, typename Second, typename... More>
 CString JoinPath(const First &first, const Second &second, const More &...more)
 {
-    const CStringView pieces[] = {Internal::FirstPieceOf(first), Internal::PieceOf(second), Internal::PieceOf(more)...};
+    const CStringView pieces[] = {Internal::FirstToView(first), Internal::ToView(second), Internal::ToView(more)...};
     return JoinPath(TMemoryView<const CStringView>(pieces));
 }
 

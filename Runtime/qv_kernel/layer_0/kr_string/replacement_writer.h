@@ -7,7 +7,7 @@
 #include "kr_mem_utils.h"
 #include "kr_string.h"
 #include "match_offsets.h"
-#include "string_sizes.h"
+#include "string_block.h"
 
 namespace Quorvane::Internal::String
 {

@@ -8,7 +8,7 @@
 #include "../kr_buffer/character_table.h"
 #include "character_scan.h"
 #include "null_text.h"
-#include "string_sizes.h"
+#include "string_block.h"
 
 namespace Quorvane
 {
@@ -81,7 +81,7 @@ template <typename Comparison>
 s32 Order(const char *a, u32 lengthA, const char *b, u32 lengthB, ECaseSensitivity caseSensitivity)
 {
     const u64 wanted = static_cast<u64>(lengthA) + 1;
-    const u64 common = QVMin(wanted, Internal::PaddedBytes(lengthB));
+    const u64 common = QVMin(wanted, Internal::String::PaddedBytes(lengthB));
     const s32 order = OrderOfBlocks<Comparison>(a, b, static_cast<u32>(common), caseSensitivity);
     return order == 0 && common < wanted ? 1 : order;
 }

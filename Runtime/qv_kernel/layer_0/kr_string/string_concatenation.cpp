@@ -9,7 +9,7 @@
 #include <cstring>
 
 #include "character_scan.h"
-#include "container_edits.h"
+#include "string_growth.h"
 
 namespace Quorvane
 {
@@ -17,19 +17,21 @@ namespace Quorvane
 namespace
 {
 
-using Internal::SContainerEdits;
+using Internal::String::SGrowth;
+
+constexpr const char *kCountCheck = "otherLength <= SNativeStringUtils::Length(other)";
 
 // True when the text has that many characters before its terminator. Nothing behind the terminator is looked at, nor
 // behind the count, nor behind the string's own room.
 bool HasAsMany(const CStringContainer *container, const char *str, u32 length)
 {
-    return !SContainerEdits::GoesBeyondRoom(container, str, length) && !Internal::HoldsTerminator(str, length);
+    return !SGrowth::EndsBeyondRoom(container, str, length) && !Internal::HoldsTerminator(str, length);
 }
 
 // A new resizable container with the two texts in a row; null when memory is refused.
-PStringContainer NewJoined(const char *first, u32 firstLength, const char *second, u32 secondLength)
+PStringContainer NewSum(const char *first, u32 firstLength, const char *second, u32 secondLength)
 {
-    const u32 newLength = Internal::CheckedSum(firstLength, secondLength);
+    const u32 newLength = Internal::String::CheckedSum(firstLength, secondLength);
     PStringContainer container = CStringContainer::NewResizable(null, newLength, 0);
     if (container == null)
         return container;
@@ -41,58 +43,34 @@ PStringContainer NewJoined(const char *first, u32 firstLength, const char *secon
     return container;
 }
 
-// The common case of both edits, with 1 to kFew characters. Returns: false, with nothing done, in every other case.
-
-bool MayAddFewWithinRoom(const CStringContainer *container, const char *other, u32 length)
+// Whether the fast path is that of an argument: a few characters from elsewhere, for which there is room.
+QV_SIMD_INLINE inline bool IsFastSum(const CStringContainer *container, const char *other, u32 length)
 {
-    return container != nullptr && length - 1 < SContainerEdits::kFew && SContainerEdits::MayGrow(*container) &&
-           SContainerEdits::HasRoomFor(*container, length) && SContainerEdits::IsElsewhere(*container, other, length);
+    return container != nullptr && length - 1 < SGrowth::kMaxInlineCopy && SGrowth::MayGrowFast(*container) &&
+           SGrowth::HasRoomFor(*container, length) && !SGrowth::OverlapsRoomFast(*container, other, length);
 }
 
-bool AppendFewWithinRoom(CStringContainer *container, const char *other, u32 length)
-{
-    if (!MayAddFewWithinRoom(container, other, length))
-        return false;
-    Mem::Internal::CopyUpTo32(SContainerEdits::ExtendBy(*container, length), other, length);
-    return true;
-}
-
-bool PrependFewWithinRoom(CStringContainer *container, const char *other, u32 length)
-{
-    if (!MayAddFewWithinRoom(container, other, length))
-        return false;
-    const u32 oldLength = container->Length();
-    SContainerEdits::ExtendBy(*container, length);
-    SContainerEdits::SetSearched(*container, 0);
-    char *const data = container->Data();
-    std::memmove(data + length, data, oldLength);
-    Mem::Internal::CopyUpTo32(data, other, length);
-    return true;
-}
-
-// The insertions return false, with the container as it was, when it cannot grow. What lies in the container's own room
+// In place. Each returns false, with the container as it was, when it cannot grow. What overlaps the container's own room
 // is moved to its place before anything else is written there, be it the zeros behind the new end.
 
 bool AppendFromRoom(CStringContainer &container, const char *other, u32 length)
 {
-    const u32 newLength = Internal::CheckedSum(container.Length(), length);
-    if (!SContainerEdits::GrowAround(container, newLength, other))
+    const u32 newLength = Internal::String::CheckedSum(container.Length(), length);
+    if (!SGrowth::ReserveAround(container, newLength, other))
         return false;
     Mem::Copy_Overlapped(container.Data() + container.Length(), other, length);
-    SContainerEdits::EndAt(container, newLength);
+    SGrowth::EndAt(container, newLength);
     return true;
 }
 
 bool AppendInPlace(CStringContainer &container, const char *other, u32 length)
 {
-    if (SContainerEdits::IsInRoom(container, other, length))
+    if (SGrowth::OverlapsRoom(container, other, length))
         return AppendFromRoom(container, other, length);
-    const u32 oldLength = container.Length();
-    const u32 newLength = Internal::CheckedSum(oldLength, length);
-    if (!container.DynamicResize(newLength))
+    char *const writeTo = SGrowth::Lengthen(container, length);
+    if (writeTo == nullptr)
         return false;
-    SContainerEdits::LengthenTo(container, newLength);
-    Mem::Copy(container.Data() + oldLength, other, length);
+    Mem::Copy(writeTo, other, length);
     return true;
 }
 
@@ -113,8 +91,8 @@ void MoveRoomToFront(char *data, u32 oldLength, const char *other, u32 length)
 bool PrependFromRoom(CStringContainer &container, const char *other, u32 length)
 {
     const u32 oldLength = container.Length();
-    const u32 newLength = Internal::CheckedSum(oldLength, length);
-    if (!SContainerEdits::GrowAround(container, newLength, other))
+    const u32 newLength = Internal::String::CheckedSum(oldLength, length);
+    if (!SGrowth::ReserveAround(container, newLength, other))
         return false;
     char *const data = container.Data();
     const bool endsInText = static_cast<u64>(other - data) + length <= oldLength;
@@ -122,20 +100,18 @@ bool PrependFromRoom(CStringContainer &container, const char *other, u32 length)
         MoveOwnTextToFront(data, oldLength, other, length);
     else
         MoveRoomToFront(data, oldLength, other, length);
-    SContainerEdits::EndAt(container, newLength);
+    SGrowth::EndAt(container, newLength);
     return true;
 }
 
 bool PrependInPlace(CStringContainer &container, const char *other, u32 length)
 {
-    SContainerEdits::SetSearched(container, 0);
-    if (SContainerEdits::IsInRoom(container, other, length))
+    SGrowth::SetSearched(container, 0);
+    if (SGrowth::OverlapsRoom(container, other, length))
         return PrependFromRoom(container, other, length);
     const u32 oldLength = container.Length();
-    const u32 newLength = Internal::CheckedSum(oldLength, length);
-    if (!container.DynamicResize(newLength))
+    if (SGrowth::Lengthen(container, length) == nullptr)
         return false;
-    SContainerEdits::LengthenTo(container, newLength);
     char *const data = container.Data();
     Mem::Copy_Overlapped(data + length, data, oldLength);
     Mem::Copy(data, other, length);
@@ -150,17 +126,21 @@ bool CString::_IsUniqueAndResizable() const
     return container != nullptr && container->SupportsDynamicResize() && container->RefCount() == 1;
 }
 
-// In the common case no register has to be saved: what all other cases need is a function of its own.
-CString &CString::_Concatenate(const char *other, u32 length)
+// The slow paths are functions of their own, so that the fast ones save no register.
+
+CString &CString::_AppendFast(const char *other, u32 length)
 {
-    const bool isDone = AppendFewWithinRoom(m_Container.Get(), other, length);
-    return QV_INTERNAL_LIKELY(isDone) ? *this : _ConcatenateMany(other, length);
+    CStringContainer *const container = m_Container.Get();
+    if (!QV_INTERNAL_LIKELY(IsFastSum(container, other, length)))
+        return _AppendSlow(other, length);
+    Mem::Internal::CopyUpTo32(SGrowth::LengthenFast(*container, length), other, length);
+    return *this;
 }
 
-QV_INTERNAL_NOINLINE CString &CString::_ConcatenateMany(const char *other, u32 length)
+QV_INTERNAL_NOINLINE CString &CString::_AppendSlow(const char *other, u32 length)
 {
     PStringContainer copy;
-    if (!SContainerEdits::CopyBeyondRoom(m_Container.Get(), other, length, copy))
+    if (!SGrowth::CopyBeyondRoom(m_Container.Get(), other, length, copy))
     {
         m_Container.Clear();
         return *this;
@@ -173,17 +153,25 @@ QV_INTERNAL_NOINLINE CString &CString::_ConcatenateMany(const char *other, u32 l
     }
     QV_ASSERT(CStringContainer::SafeData(m_Container.Get()) != null);
     if (!uniqueAndResizable || !AppendInPlace(*m_Container, other, length))
-        m_Container = NewJoined(Data(), Length(), other, length);
+        m_Container = NewSum(Data(), Length(), other, length);
     return *this;
 }
 
-CString &CString::_Prepend(const char *other, u32 length)
+CString &CString::_PrependFast(const char *other, u32 length)
 {
-    const bool isDone = PrependFewWithinRoom(m_Container.Get(), other, length);
-    return QV_INTERNAL_LIKELY(isDone) ? *this : _PrependMany(other, length);
+    CStringContainer *const container = m_Container.Get();
+    if (!QV_INTERNAL_LIKELY(IsFastSum(container, other, length)))
+        return _PrependSlow(other, length);
+    const u32 oldLength = container->Length();
+    SGrowth::LengthenFast(*container, length);
+    SGrowth::SetSearched(*container, 0);
+    char *const data = container->Data();
+    std::memmove(data + length, data, oldLength);
+    Mem::Internal::CopyUpTo32(data, other, length);
+    return *this;
 }
 
-QV_INTERNAL_NOINLINE CString &CString::_PrependMany(const char *other, u32 length)
+QV_INTERNAL_NOINLINE CString &CString::_PrependSlow(const char *other, u32 length)
 {
     const bool uniqueAndResizable = _IsUniqueAndResizable();
     if (!uniqueAndResizable && Empty())
@@ -193,51 +181,50 @@ QV_INTERNAL_NOINLINE CString &CString::_PrependMany(const char *other, u32 lengt
         return *this;
     }
     PStringContainer copy;
-    if (!SContainerEdits::CopyBeyondRoom(m_Container.Get(), other, length, copy))
+    if (!SGrowth::CopyBeyondRoom(m_Container.Get(), other, length, copy))
     {
         m_Container.Clear();
         return *this;
     }
     QV_ASSERT(CStringContainer::SafeData(m_Container.Get()) != null);
     if (!uniqueAndResizable || !PrependInPlace(*m_Container, other, length))
-        m_Container = NewJoined(other, length, Data(), Length());
+        m_Container = NewSum(other, length, Data(), Length());
     return *this;
 }
 
 CString &CString::Append(const CString &other)
 {
-    return other.Empty() ? *this : _Concatenate(other.Data(), other.Length());
+    return other.Empty() ? *this : _AppendFast(other.Data(), other.Length());
 }
 
 CString &CString::Append(const CStringView &other)
 {
-    return other.Empty() || other.Data() == nullptr ? *this : _Concatenate(other.Data(), other.Length());
+    return other.Empty() || other.Data() == nullptr ? *this : _AppendFast(other.Data(), other.Length());
 }
 
 CString &CString::Append(const char *other)
 {
     if (other == nullptr || *other == '\0')
         return *this;
-    return _Concatenate(other, SNativeStringUtils::Length(other));
+    return _AppendFast(other, SNativeStringUtils::Length(other));
 }
 
 CString &CString::Append(const char *other, u32 otherLength)
 {
     if (other == nullptr || otherLength == 0 || *other == '\0')
         return *this;
-    QV_INTERNAL_ASSERT_TEXT("otherLength <= SNativeStringUtils::Length(other)",
-                            HasAsMany(m_Container.Get(), other, otherLength));
-    return _Concatenate(other, otherLength);
+    QV_INTERNAL_ASSERT_TEXT(kCountCheck, HasAsMany(m_Container.Get(), other, otherLength));
+    return _AppendFast(other, otherLength);
 }
 
-CString &CString::_AppendCharacter(char character)
+CString &CString::_AppendSlow(char character)
 {
-    return character == '\0' ? *this : _Concatenate(&character, 1);
+    return character == '\0' ? *this : _AppendFast(&character, 1);
 }
 
 CString &CString::Prepend(const CString &other)
 {
-    return other.Empty() ? *this : _Prepend(other.Data(), other.Length());
+    return other.Empty() ? *this : _PrependFast(other.Data(), other.Length());
 }
 
 CString &CString::Prepend(const CStringView &other)
@@ -245,11 +232,11 @@ CString &CString::Prepend(const CStringView &other)
     if (other.Empty() || other.Data() == nullptr)
         return *this;
     if (_IsUniqueAndResizable() || !Empty())
-        return _Prepend(other.Data(), other.Length());
+        return _PrependFast(other.Data(), other.Length());
     // A view need not be terminated: taken as it is, not up to a terminator.
     const char *data = other.Data();
     PStringContainer copy;
-    const bool isThere = SContainerEdits::CopyBeyondRoom(m_Container.Get(), data, other.Length(), copy);
+    const bool isThere = SGrowth::CopyBeyondRoom(m_Container.Get(), data, other.Length(), copy);
     if (isThere && copy == null)
         copy = CStringContainer::New(data, other.Length());
     m_Container = std::move(copy);
@@ -260,16 +247,15 @@ CString &CString::Prepend(const char *other)
 {
     if (other == nullptr || *other == '\0')
         return *this;
-    return _Prepend(other, SNativeStringUtils::Length(other));
+    return _PrependFast(other, SNativeStringUtils::Length(other));
 }
 
 CString &CString::Prepend(const char *other, u32 otherLength)
 {
     if (other == nullptr || otherLength == 0 || *other == '\0')
         return *this;
-    QV_INTERNAL_ASSERT_TEXT("otherLength <= SNativeStringUtils::Length(other)",
-                            HasAsMany(m_Container.Get(), other, otherLength));
-    return _Prepend(other, otherLength);
+    QV_INTERNAL_ASSERT_TEXT(kCountCheck, HasAsMany(m_Container.Get(), other, otherLength));
+    return _PrependFast(other, otherLength);
 }
 
 CString &CString::Prepend(char character)
@@ -283,48 +269,48 @@ CString &CString::Prepend(char character)
 namespace
 {
 
-CString Joined(const CString &a, const CStringView &b)
+CString Sum(const CString &a, const CStringView &b)
 {
     if (b.Empty() || b.Data() == nullptr)
         return a;
     return a.Empty() ? CString(CStringContainer::NewResizable(b.Data(), b.Length(), 0))
-                     : CString(NewJoined(a.Data(), a.Length(), b.Data(), b.Length()));
+                     : CString(NewSum(a.Data(), a.Length(), b.Data(), b.Length()));
 }
 
 // With a view on the left, which a string would be made of that is empty by its first character, too.
-CString Joined(const CStringView &a, const CString &b)
+CString Sum(const CStringView &a, const CString &b)
 {
     if (b.Empty())
         return a.ToString();
     const bool nothing = a.Empty() || a.Data() == nullptr || *a.Data() == '\0';
-    return CString(NewJoined(a.Data(), nothing ? 0 : a.Length(), b.Data(), b.Length()));
+    return CString(NewSum(a.Data(), nothing ? 0 : a.Length(), b.Data(), b.Length()));
 }
 
 } // namespace
 
 CString operator+(const CString &a, const CString &b)
 {
-    return Joined(a, Internal::PieceOf(b));
+    return Sum(a, Internal::ToView(b));
 }
 
 CString operator+(const CString &a, const CStringView &b)
 {
-    return Joined(a, b);
+    return Sum(a, b);
 }
 
 CString operator+(const CString &a, const char *b)
 {
-    return Joined(a, CStringView::FromNullTerminatedString(b));
+    return Sum(a, CStringView::FromNullTerminatedString(b));
 }
 
 CString operator+(const CStringView &a, const CString &b)
 {
-    return Joined(a, b);
+    return Sum(a, b);
 }
 
 CString operator+(const char *a, const CString &b)
 {
-    return Joined(CStringView::FromNullTerminatedString(a), b);
+    return Sum(CStringView::FromNullTerminatedString(a), b);
 }
 
 CString operator+(CString &&a, const CString &b)

@@ -1,14 +1,13 @@
-// The shared character block: creation, growth, and the one function that sets lengths.
+// The shared character block: creation, growth of its buffer, and the checked setting of its length.
 #include "kr_string.h"
 
 #include <cstddef>
 #include <cstring>
 
 #include "../kr_mem/mem_fast_path.h"
-#include "../kr_simd/simd_block.h"
 #include "kr_mem_utils.h"
 #include "kr_simd.h"
-#include "string_sizes.h"
+#include "string_block.h"
 
 namespace Quorvane
 {
@@ -16,41 +15,12 @@ namespace Quorvane
 namespace
 {
 
-// Zeroes the block that will hold the terminator: the tail that block-wise readers rely on.
-void ZeroLastBlock(char *characters, u32 length)
-{
-    SIMD::Float4::Zero().StoreAligned16(characters + Internal::LastBlockStart(length));
-}
+namespace String = Internal::String;
 
-// Zeroes what stands behind the terminator's place, it included, to the end of its block.
-void ZeroTail(char *characters, u32 length)
+// Zeroes the last block of new characters, and reports memory that is not aligned.
+void ZeroNewLastBlock(char *characters, u32 length)
 {
-    using Internal::Simd::SBlock;
-    char *const lastBlock = characters + Internal::LastBlockStart(length);
-    (SBlock::Padded(lastBlock) & SBlock::FirstBytes(length - Internal::LastBlockStart(length))).StorePadded(lastBlock);
-}
-
-// Zeroes one character or more; up to 16 of them in two stores that may overlap.
-void ZeroCharacters(char *characters, u32 count)
-{
-    if (count > 16)
-        std::memset(characters, 0, count);
-    else if (count >= 8)
-    {
-        std::memset(characters, 0, 8);
-        std::memset(characters + count - 8, 0, 8);
-    }
-    else if (count >= 4)
-    {
-        std::memset(characters, 0, 4);
-        std::memset(characters + count - 4, 0, 4);
-    }
-    else
-    {
-        characters[0] = '\0';
-        characters[count / 2] = '\0';
-        characters[count - 1] = '\0';
-    }
+    SIMD::Float4::Zero().StoreAligned16(characters + String::LastBlockStart(length));
 }
 
 void *AllocObject(u64 size, u32 alignment)
@@ -65,7 +35,7 @@ void FreeObject(void *block, u64 size)
 
 void *AllocBuffer(u64 size)
 {
-    return Mem::Internal::AllocBlock(size, Internal::kCharacterBlockBytes, Mem::AllocType_Generic, Mem::Origin_Alloc,
+    return Mem::Internal::AllocBlock(size, String::kCharacterBlockBytes, Mem::AllocType_Generic, Mem::Origin_Alloc,
                                      QV_INTERNAL_MEM_SITE);
 }
 
@@ -76,7 +46,7 @@ void FreeBuffer(void *block)
 
 } // namespace
 
-static_assert(sizeof(CStringContainer) <= Internal::kContainerHeaderBytes, "fixed characters follow the fields");
+static_assert(sizeof(CStringContainer) <= String::kContainerHeaderBytes, "fixed characters follow the fields");
 
 CStringContainer::CStringContainer(u32 lengthAndFlags, u32 capacity, char *characters)
     : m_Length(lengthAndFlags), m_Capacity(capacity), m_Characters(characters)
@@ -100,8 +70,8 @@ void CStringContainer::_FreeBuffer()
 void CStringContainer::_Destroy(CStringContainer *container)
 {
     // Nothing but the buffer outlives the object: its destructors would do no more than this, several calls later.
-    const u64 size = container->SupportsDynamicResize() ? Internal::kResizableObjectBytes
-                                                        : container->m_Capacity + Internal::kContainerHeaderBytes;
+    const u64 size = container->SupportsDynamicResize() ? String::kResizableObjectBytes
+                                                        : container->m_Capacity + String::kContainerHeaderBytes;
     container->_FreeBuffer();
     FreeObject(container, size);
 }
@@ -115,14 +85,14 @@ PStringContainer CStringContainer::New(const char *str, u32 len)
 {
     if (len == 0 || len >= kLengthMask)
         return PStringContainer();
-    const u64 characterBytes = Internal::PaddedBytes(len);
-    void *block = AllocObject(characterBytes + Internal::kContainerHeaderBytes, Internal::kCharacterBlockBytes);
+    const u64 characterBytes = String::PaddedBytes(len);
+    void *block = AllocObject(characterBytes + String::kContainerHeaderBytes, String::kCharacterBlockBytes);
     if (block == nullptr)
         return PStringContainer();
-    char *target = static_cast<char *>(block) + Internal::kContainerHeaderBytes;
+    char *target = static_cast<char *>(block) + String::kContainerHeaderBytes;
     CStringContainer *container = new (block) CStringContainer(len, static_cast<u32>(characterBytes), target);
     QV_ASSERT(Mem::IsAligned<0x10>(target));
-    ZeroLastBlock(target, len);
+    ZeroNewLastBlock(target, len);
     if (str != nullptr)
         Mem::Internal::CopyDisjoint(target, str, len);
     container->_AddFirstReference();
@@ -137,27 +107,27 @@ PStringContainer CStringContainer::NewResizable(const char *str)
 PStringContainer CStringContainer::NewResizable(const char *str, u32 len, u32 capacity)
 {
     const u32 stringLen = len;
-    const u32 capacityLen = capacity != 0 ? capacity : QVMax(len, Internal::kCharacterBlockBytes);
+    const u32 capacityLen = capacity != 0 ? capacity : QVMax(len, String::kCharacterBlockBytes);
     QV_ASSERT(capacityLen >= stringLen);
-    const u64 bufferBytes = Internal::PaddedBytes(QVMax(capacityLen, stringLen));
+    const u64 bufferBytes = String::PaddedBytes(QVMax(capacityLen, stringLen));
     if (len >= kLengthMask || bufferBytes > 0xFFFFFFFFu)
         return PStringContainer();
     char *data = static_cast<char *>(AllocBuffer(bufferBytes));
-    void *block = AllocObject(Internal::kResizableObjectBytes, 0);
+    void *block = AllocObject(String::kResizableObjectBytes, 0);
     if (data == nullptr || block == nullptr)
     {
         FreeBuffer(data);
-        FreeObject(block, Internal::kResizableObjectBytes);
+        FreeObject(block, String::kResizableObjectBytes);
         return PStringContainer();
     }
     QV_ASSERT(Mem::IsAligned<0x10>(data));
-    ZeroLastBlock(data, len);
+    ZeroNewLastBlock(data, len);
     if (str != nullptr)
         Mem::Internal::CopyDisjoint(data, str, len);
     CStringContainer *container =
         new (block) CStringContainer(len | kResizableFlag, static_cast<u32>(bufferBytes), data);
     static_assert(kSearchedOffset >= sizeof(CStringContainer) &&
-                      kSearchedOffset + sizeof(u32) <= Internal::kResizableObjectBytes,
+                      kSearchedOffset + sizeof(u32) <= String::kResizableObjectBytes,
                   "it stands behind the fields, in the object's block");
     container->_SetSearched(0);
     container->_AddFirstReference();
@@ -168,8 +138,8 @@ bool CStringContainer::_Reallocate(u32 newLength)
 {
     if (QV_INTERNAL_FAILS(SupportsDynamicResize()) || newLength >= kLengthMask)
         return false;
-    const u64 newCapacity = Internal::GrownBytes(newLength);
-    void *moved = Mem::_RawRealloc(m_Characters, newCapacity, Internal::kCharacterBlockBytes, Mem::AllocType_Generic,
+    const u64 newCapacity = String::GrownBytes(newLength);
+    void *moved = Mem::_RawRealloc(m_Characters, newCapacity, String::kCharacterBlockBytes, Mem::AllocType_Generic,
                                    QV_INTERNAL_MEM_SITE);
     if (moved == nullptr)
         return false;
@@ -179,7 +149,7 @@ bool CStringContainer::_Reallocate(u32 newLength)
     return true;
 }
 
-void CStringContainer::_InternalSetLength(u32 newLength)
+void CStringContainer::_SetLength(u32 newLength)
 {
     const u32 oldLength = Length();
     char *data = m_Characters;
@@ -192,13 +162,13 @@ void CStringContainer::_InternalSetLength(u32 newLength)
     // Up to the old terminator, which is zero already; of a longer text, to the end of its last block.
     if (newLength < oldLength)
     {
-        ZeroCharacters(data + newLength, oldLength - newLength);
+        String::ZeroCharacters(data + newLength, oldLength - newLength);
         if (SupportsDynamicResize())
             _SetSearched(QVMin(_Searched(), newLength));
     }
     else
-        ZeroTail(data, newLength);
-    m_Length = newLength | (m_Length & kFlagsMask);
+        String::ZeroTail(data, newLength);
+    _ChangeLengthBy(newLength - oldLength);
 }
 
 void CStringContainer::Clear()
@@ -206,7 +176,7 @@ void CStringContainer::Clear()
     if (m_Characters == nullptr)
         return;
     m_Characters[0] = '\0';
-    _InternalSetLength(0);
+    _SetLength(0);
 }
 
 void CStringContainer::Rebuild()
@@ -219,13 +189,13 @@ void CStringContainer::Rebuild()
     // Characters that fill all the room lose the last one to the terminator.
     char *end = terminator != nullptr ? data + (static_cast<const char *>(terminator) - data) : data + m_Capacity - 1;
     *end = '\0';
-    _InternalSetLength(static_cast<u32>(end - data));
+    _SetLength(static_cast<u32>(end - data));
 }
 
 u64 CStringContainer::MemoryFootprint() const
 {
-    const u64 characterBytes = SupportsDynamicResize() ? m_Capacity : Internal::PaddedBytes(Length());
-    return characterBytes + Internal::kContainerHeaderBytes;
+    const u64 characterBytes = SupportsDynamicResize() ? m_Capacity : String::PaddedBytes(Length());
+    return characterBytes + String::kContainerHeaderBytes;
 }
 
 } // namespace Quorvane

@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "kr_mem_utils.h"
-#include "string_sizes.h"
+#include "string_block.h"
 
 namespace Quorvane
 {
@@ -33,7 +33,7 @@ CString &CString::Escape()
     if (Empty())
         return *this;
     const u64 newCapacity = 2 * static_cast<u64>(Length());
-    PStringContainer escaped = CStringContainer::New(null, Internal::CheckedLength(newCapacity + 1));
+    PStringContainer escaped = CStringContainer::New(null, Internal::String::CheckedLength(newCapacity + 1));
     if (escaped == null)
         return *this;
     const u32 length = SNativeStringUtils::Escape(Data(), escaped->Data());
@@ -78,7 +78,7 @@ u32 CString::Ident(u32 column, u32 width, u32 tabWidth)
     const SIndent indent = IndentOf(column, width, tabWidth);
     const char *oldData = Data();
     const u32 oldLength = Length();
-    const u32 newLength = Internal::CheckedLength(oldLength + indent.m_Tabs + indent.m_Spaces);
+    const u32 newLength = Internal::String::CheckedLength(oldLength + indent.m_Tabs + indent.m_Spaces);
     if (newLength == 0)
         return 0;
     PStringContainer indented = CStringContainer::New(null, newLength);

@@ -12,7 +12,7 @@
 #include "match_offsets.h"
 #include "null_text.h"
 #include "replacement_writer.h"
-#include "string_sizes.h"
+#include "string_block.h"
 
 namespace Quorvane
 {
@@ -32,7 +32,7 @@ u32 CountOccurrences(const SReplacing &replacing, CMatchOffsets &offsets)
 {
     const u32 length = replacing.m_Text.Length();
     const u32 growth = replacing.Grows() ? replacing.m_Replacement.Length() - replacing.m_Pattern.Length() : 0;
-    const u32 limit = growth != 0 ? (Internal::kRefusedLength - 1 - length) / growth : length;
+    const u32 limit = growth != 0 ? (Internal::String::kRefusedLength - 1 - length) / growth : length;
     u32 count = 0;
     u32 endOfLast = 0;
     const auto onMatch = [&](u32 at)
@@ -134,7 +134,7 @@ CString ReplaceByOtherLength(const SReplacing &replacing)
     const u64 newLength = LengthReplaced(replacing, count);
     if (newLength == 0)
         return CString();
-    PStringContainer written = CStringContainer::New(null, Internal::CheckedLength(newLength));
+    PStringContainer written = CStringContainer::New(null, Internal::String::CheckedLength(newLength));
     if (written == null)
         return replacing.Grows() ? ReplaceMatchByMatch(replacing, count, offsets) : CString();
     WriteReplaced(written->Data(), static_cast<u32>(newLength), replacing, count, offsets);

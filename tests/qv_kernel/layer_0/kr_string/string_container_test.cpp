@@ -8,7 +8,7 @@
 
 #include "kr_mem.h"
 #include "kr_string.h"
-#include "kr_string/string_sizes.h"
+#include "kr_string/string_block.h"
 #include "odd_allocators.h"
 #include "refusal_sweep.h"
 #include "string_checks.h"
@@ -52,56 +52,56 @@ void ExpectCall(const SAllocatorCall &call, u64 size, u32 alignment, Mem::EOrigi
 
 TEST(StringSizes, PaddedBytesHoldTheTextAndItsTerminatorInBlocksOf16)
 {
-    EXPECT_EQ(Internal::PaddedBytes(0), 16u);
-    EXPECT_EQ(Internal::PaddedBytes(1), 16u);
-    EXPECT_EQ(Internal::PaddedBytes(15), 16u);
-    EXPECT_EQ(Internal::PaddedBytes(16), 32u);
-    EXPECT_EQ(Internal::PaddedBytes(31), 32u);
-    EXPECT_EQ(Internal::PaddedBytes(32), 48u);
+    EXPECT_EQ(Internal::String::PaddedBytes(0), 16u);
+    EXPECT_EQ(Internal::String::PaddedBytes(1), 16u);
+    EXPECT_EQ(Internal::String::PaddedBytes(15), 16u);
+    EXPECT_EQ(Internal::String::PaddedBytes(16), 32u);
+    EXPECT_EQ(Internal::String::PaddedBytes(31), 32u);
+    EXPECT_EQ(Internal::String::PaddedBytes(32), 48u);
 }
 
 TEST(StringSizes, PaddedBytesDoNotWrapAt32Bits)
 {
-    EXPECT_EQ(Internal::PaddedBytes(0xFFFFFFEFu), 0xFFFFFFF0u);
-    EXPECT_EQ(Internal::PaddedBytes(0xFFFFFFF0u), 0x100000000u);
-    EXPECT_EQ(Internal::PaddedBytes(0xFFFFFFFFu), 0x100000000u);
+    EXPECT_EQ(Internal::String::PaddedBytes(0xFFFFFFEFu), 0xFFFFFFF0u);
+    EXPECT_EQ(Internal::String::PaddedBytes(0xFFFFFFF0u), 0x100000000u);
+    EXPECT_EQ(Internal::String::PaddedBytes(0xFFFFFFFFu), 0x100000000u);
 }
 
 TEST(StringSizes, GrownBytesAreTheLengthAnd256RoundedUpToABlock)
 {
-    EXPECT_EQ(Internal::GrownBytes(0), 256u);
-    EXPECT_EQ(Internal::GrownBytes(1), 272u);
-    EXPECT_EQ(Internal::GrownBytes(16), 272u);
-    EXPECT_EQ(Internal::GrownBytes(17), 288u);
-    EXPECT_EQ(Internal::GrownBytes(32), 288u);
-    EXPECT_EQ(Internal::GrownBytes(0xFFFFFFFFu), 0x100000100u);
+    EXPECT_EQ(Internal::String::GrownBytes(0), 256u);
+    EXPECT_EQ(Internal::String::GrownBytes(1), 272u);
+    EXPECT_EQ(Internal::String::GrownBytes(16), 272u);
+    EXPECT_EQ(Internal::String::GrownBytes(17), 288u);
+    EXPECT_EQ(Internal::String::GrownBytes(32), 288u);
+    EXPECT_EQ(Internal::String::GrownBytes(0xFFFFFFFFu), 0x100000100u);
 }
 
 TEST(StringSizes, ALengthThatNoStringCanHaveIsRefused)
 {
-    EXPECT_EQ(Internal::CheckedLength(0), 0u);
-    EXPECT_EQ(Internal::CheckedLength(0x3FFFFFFEu), 0x3FFFFFFEu);
-    EXPECT_EQ(Internal::CheckedLength(0x3FFFFFFFu), Internal::kRefusedLength);
-    EXPECT_EQ(Internal::CheckedLength(0x40000000u), Internal::kRefusedLength);
-    EXPECT_EQ(Internal::CheckedLength(0x100000000u), Internal::kRefusedLength);
-    EXPECT_EQ(Internal::CheckedLength(~0ull), Internal::kRefusedLength);
+    EXPECT_EQ(Internal::String::CheckedLength(0), 0u);
+    EXPECT_EQ(Internal::String::CheckedLength(0x3FFFFFFEu), 0x3FFFFFFEu);
+    EXPECT_EQ(Internal::String::CheckedLength(0x3FFFFFFFu), Internal::String::kRefusedLength);
+    EXPECT_EQ(Internal::String::CheckedLength(0x40000000u), Internal::String::kRefusedLength);
+    EXPECT_EQ(Internal::String::CheckedLength(0x100000000u), Internal::String::kRefusedLength);
+    EXPECT_EQ(Internal::String::CheckedLength(~0ull), Internal::String::kRefusedLength);
 }
 
 TEST(StringSizes, SumsOfLengthsDoNotWrap)
 {
-    EXPECT_EQ(Internal::CheckedSum(2, 3), 5u);
-    EXPECT_EQ(Internal::CheckedSum(0x3FFFFFFEu, 0), 0x3FFFFFFEu);
-    EXPECT_EQ(Internal::CheckedSum(0x3FFFFFFEu, 1), Internal::kRefusedLength);
-    EXPECT_EQ(Internal::CheckedSum(0xFFFFFFFFu, 1), Internal::kRefusedLength);
-    EXPECT_EQ(Internal::CheckedSum(0xFFFFFFFFu, 0xFFFFFFFFu), Internal::kRefusedLength);
+    EXPECT_EQ(Internal::String::CheckedSum(2, 3), 5u);
+    EXPECT_EQ(Internal::String::CheckedSum(0x3FFFFFFEu, 0), 0x3FFFFFFEu);
+    EXPECT_EQ(Internal::String::CheckedSum(0x3FFFFFFEu, 1), Internal::String::kRefusedLength);
+    EXPECT_EQ(Internal::String::CheckedSum(0xFFFFFFFFu, 1), Internal::String::kRefusedLength);
+    EXPECT_EQ(Internal::String::CheckedSum(0xFFFFFFFFu, 0xFFFFFFFFu), Internal::String::kRefusedLength);
 }
 
 TEST(StringSizes, TheLastBlockIsTheOneOfTheTerminator)
 {
-    EXPECT_EQ(Internal::LastBlockStart(0), 0u);
-    EXPECT_EQ(Internal::LastBlockStart(15), 0u);
-    EXPECT_EQ(Internal::LastBlockStart(16), 16u);
-    EXPECT_EQ(Internal::LastBlockStart(31), 16u);
+    EXPECT_EQ(Internal::String::LastBlockStart(0), 0u);
+    EXPECT_EQ(Internal::String::LastBlockStart(15), 0u);
+    EXPECT_EQ(Internal::String::LastBlockStart(16), 16u);
+    EXPECT_EQ(Internal::String::LastBlockStart(31), 16u);
 }
 
 // Creation of the fixed form.

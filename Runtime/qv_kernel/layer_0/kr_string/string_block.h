@@ -1,12 +1,15 @@
-// The one home of size arithmetic: the padding of characters to 16-byte blocks, and lengths that may not fit.
+// The blocks that characters live in: their sizes, lengths that may not fit, and the zeros behind a text.
 //
 // Everything is computed in 64 bits from 32-bit lengths, so nothing here wraps. A length that a string cannot have
 // becomes `kRefusedLength`, which every creator and every resize refuses as if memory were exhausted.
 #pragma once
 
+#include <cstring>
+
+#include "../kr_simd/simd_block.h"
 #include "kr_string.h"
 
-namespace Quorvane::Internal
+namespace Quorvane::Internal::String
 {
 
 // Characters live in blocks of this many bytes, each aligned to its size.
@@ -53,9 +56,46 @@ constexpr u64 GrownBytes(u32 length)
     return PaddedBytes(static_cast<u64>(length) + kGrowthHeadroom - 1);
 }
 
+// Zeroes the block that will hold the terminator, on whose zeros block-wise readers rely.
+inline void ZeroLastBlock(char *characters, u32 length)
+{
+    std::memset(characters + LastBlockStart(length), 0, kCharacterBlockBytes);
+}
+
+// Zeroes what stands behind the terminator's place, it included, to the end of its block.
+inline void ZeroTail(char *characters, u32 length)
+{
+    using Simd::SBlock;
+    char *const lastBlock = characters + LastBlockStart(length);
+    (SBlock::Padded(lastBlock) & SBlock::FirstBytes(length - LastBlockStart(length))).StorePadded(lastBlock);
+}
+
+// Zeroes one character or more; up to 16 of them in two stores that may overlap.
+inline void ZeroCharacters(char *characters, u32 count)
+{
+    if (count > 16)
+        std::memset(characters, 0, count);
+    else if (count >= 8)
+    {
+        std::memset(characters, 0, 8);
+        std::memset(characters + count - 8, 0, 8);
+    }
+    else if (count >= 4)
+    {
+        std::memset(characters, 0, 4);
+        std::memset(characters + count - 4, 0, 4);
+    }
+    else
+    {
+        characters[0] = '\0';
+        characters[count / 2] = '\0';
+        characters[count - 1] = '\0';
+    }
+}
+
 static_assert(PaddedBytes(0) == 16 && PaddedBytes(15) == 16 && PaddedBytes(16) == 32, "a terminator needs room too");
 static_assert(PaddedBytes(0xFFFFFFFFu) == 0x100000000ull, "sizes do not wrap");
 static_assert(GrownBytes(32) == ((32 + 271) & ~15), "growth is length + 256, rounded up to a block");
 static_assert(CheckedSum(0xFFFFFFFFu, 2) == kRefusedLength, "sums do not wrap");
 
-} // namespace Quorvane::Internal
+} // namespace Quorvane::Internal::String
