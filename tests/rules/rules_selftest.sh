@@ -140,6 +140,11 @@ printf '#pragma once\n' | bites layering Runtime/include/qv_unranked.h
 printf '#include "kr_mem.h"\n' | bites layering Runtime/qv_kernel/layer_0/kr_unranked/a.cpp
 printf '#include "kr_string.h"\n' | bites layering Runtime/qv_kernel/layer_0/kr_fuzzy/a.cpp
 
+printf 'm_Length = 1;\n' | bites one_length_door $source
+printf 'container.m_Length += 1;\n' | bites one_length_door $source
+printf 'void f(S *s) { ++s->m_Length; }\n' | bites one_length_door $source
+printf 'void _SetLength(u32 length) { m_Length = length; }\n' | bites one_length_door $string
+
 # shellcheck disable=SC2016
 printf '| `kr_string.h` | no row for anything else |\n' | bites map docs/architecture.md
 printf '#pragma once\n' | bites map Runtime/qv_kernel/include/kr_new.h
