@@ -16,7 +16,7 @@
 // A mask is a block whose bytes are 0xFF where something holds and 0 where it does not. Byte 0 is the one at the lowest
 // address, on machines of either byte order. Bits() gives a mask as an integer with one bit for each byte, byte i at bit
 // i * kBitsPerByte, as is cheapest to get; DenseBits() has byte i at bit i in every form, so that the bits of several
-// blocks can be put together.
+// blocks can be put together. Where kHasBitGather, an instruction gives them at once.
 //
 // Kernels finish a text with blocks of the type CTail, which is no wider than a container's own blocks: here each form
 // itself. simd_block_wide.h has the form of 32 bytes, simd_block_widest.h that of 64. What needs a table look-up within
@@ -89,6 +89,7 @@ struct QV_INTERNAL_HIDDEN SBlockPortable
 {
     static constexpr u32 kBytes = 16;
     static constexpr u32 kBitsPerByte = 1;
+    static constexpr bool kHasBitGather = false;
     static constexpr bool kHasLookUp = false;
     using CTail = SBlockPortable;
 
@@ -257,6 +258,7 @@ struct SBlockSse2
 {
     static constexpr u32 kBytes = 16;
     static constexpr u32 kBitsPerByte = 1;
+    static constexpr bool kHasBitGather = true;
     static constexpr bool kHasLookUp = false;
     using CTail = SBlockSse2;
 
@@ -367,6 +369,7 @@ struct SBlockNeon
 {
     static constexpr u32 kBytes = 16;
     static constexpr u32 kBitsPerByte = 4;
+    static constexpr bool kHasBitGather = false;
     static constexpr bool kHasLookUp = false;
     using CTail = SBlockNeon;
 

@@ -31,6 +31,7 @@ struct SBlockAvx2
 {
     static constexpr u32 kBytes = 32;
     static constexpr u32 kBitsPerByte = 1;
+    static constexpr bool kHasBitGather = true;
     static constexpr bool kHasLookUp = true;
     using CTail = SBlockSse2;
 

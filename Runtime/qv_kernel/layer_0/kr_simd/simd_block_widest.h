@@ -28,6 +28,7 @@ struct SBlockAvx512
 {
     static constexpr u32 kBytes = 64;
     static constexpr u32 kBitsPerByte = 1;
+    static constexpr bool kHasBitGather = true;
     static constexpr bool kHasLookUp = true;
     using CTail = SBlockSse2;
 
