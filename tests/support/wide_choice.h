@@ -1,7 +1,7 @@
 // The choice of the machine's wide vectors, for a time.
 #pragma once
 
-#include "kr_simd/simd_wide.h"
+#include "kr_simd/simd_machine.h"
 
 namespace QuorvaneTest
 {
@@ -10,8 +10,8 @@ namespace QuorvaneTest
 class CWideChoice
 {
 public:
-    explicit CWideChoice(bool allowed) { Quorvane::Internal::AllowWideInstructions(allowed); }
-    ~CWideChoice() { Quorvane::Internal::AllowWideInstructions(true); }
+    explicit CWideChoice(bool allowed) { Quorvane::Internal::Simd::AllowWideInstructions(allowed); }
+    ~CWideChoice() { Quorvane::Internal::Simd::AllowWideInstructions(true); }
     CWideChoice(const CWideChoice &) = delete;
     CWideChoice &operator=(const CWideChoice &) = delete;
 };

@@ -22,7 +22,7 @@ enum EStep : u8
 class CAlignment
 {
 public:
-    CAlignment(const SText &rows, const SText &columns)
+    CAlignment(SText rows, SText columns)
         : m_Rows(rows),
           m_Columns(columns),
           m_Cells(static_cast<u64>(rows.m_Length) * columns.m_Length),

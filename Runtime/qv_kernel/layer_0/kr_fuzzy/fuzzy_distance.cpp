@@ -1,7 +1,7 @@
 // The weight of two texts: the distance in the form that the machine has, on the stack or in a block.
 #include "fuzzy_distance.h"
 
-#include "fuzzy_forms.h"
+#include "fuzzy_kernels.h"
 #include "fuzzy_row.h"
 
 namespace Quorvane::Internal::Fuzzy
@@ -11,15 +11,14 @@ namespace
 {
 
 // Of rows and columns, neither of them empty; `carries` is null where the columns need no block.
-QV_FUZZY_INLINE inline float WeightOf(const SText &rows, const SText &columns, Carry *carries)
+QV_SIMD_INLINE inline float WeightOf(SText rows, SText columns, Carry *carries)
 {
-    const u32 distance =
-        HasWideInstructions() ? Wide::Distance(rows, columns, carries) : Narrow::Distance(rows, columns, carries);
+    const u32 distance = QV_SIMD_CALL(true, Distance(rows, columns, carries));
     return WeightAt(rows.m_Length + columns.m_Length, distance);
 }
 
 // Columns that need a block. Not inline: other pairs have nothing to free.
-QV_INTERNAL_NOINLINE bool WeighLong(const SText &rows, const SText &columns, float &outWeight)
+QV_INTERNAL_NOINLINE bool WeighLong(SText rows, SText columns, float &outWeight)
 {
     outWeight = 0.0f;
     const CRow row(columns.m_Length);
@@ -31,14 +30,14 @@ QV_INTERNAL_NOINLINE bool WeighLong(const SText &rows, const SText &columns, flo
 
 } // namespace
 
-bool WeighPair(const SText &query, const SText &other, float &outWeight)
+bool WeighPair(SText query, SText other, float &outWeight)
 {
     outWeight = WeightOfEmpty(query.m_Length, other.m_Length);
     if (query.m_Length == 0 || other.m_Length == 0)
         return true;
     const bool queryIsRows = query.m_Length < other.m_Length;
-    const SText &rows = queryIsRows ? query : other;
-    const SText &columns = queryIsRows ? other : query;
+    const SText rows = queryIsRows ? query : other;
+    const SText columns = queryIsRows ? other : query;
     if (columns.m_Length >= kMinBlockLength)
         return WeighLong(rows, columns, outWeight);
     outWeight = WeightOf(rows, columns, nullptr);

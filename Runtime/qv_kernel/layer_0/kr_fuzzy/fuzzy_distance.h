@@ -10,6 +10,6 @@ namespace Quorvane::Internal::Fuzzy
 // Allocates: 4 bytes for each character of the longer text, and 4 more, when it has kMinBlockLength or more and neither is
 // empty.
 // Fails: returns false when memory is refused; the weight is 0 then.
-bool WeighPair(const SText &query, const SText &other, float &outWeight);
+bool WeighPair(SText query, SText other, float &outWeight);
 
 } // namespace Quorvane::Internal::Fuzzy

@@ -19,6 +19,9 @@ struct SLaneTexts
 {
     const char *m_Data[kLaneTexts];
     alignas(32) u16 m_Lengths[kLaneTexts]; // 0 for an unused lane
+
+    // The characters of a text from one on that its 16-byte blocks start with; zeros where it has ended.
+    const char *From(u32 text, u32 start) const { return start < m_Lengths[text] ? m_Data[text] + start : kEndedText; }
 };
 
 } // namespace Quorvane::Internal::Fuzzy

@@ -14,13 +14,13 @@ struct SMasks
     void Clear() { std::memset(m_Rows, 0, sizeof(m_Rows)); }
 
     // Clears only what a text will look up: less than all for short texts.
-    void ClearFor(const SText &text)
+    void ClearFor(SText text)
     {
         for (u32 i = 0; i < text.m_Length; ++i)
             m_Rows[static_cast<u8>(text.m_Data[i])] = 0;
     }
 
-    void Add(const SText &rows)
+    void Add(SText rows)
     {
         for (u32 i = 0; i < rows.m_Length; ++i)
             m_Rows[static_cast<u8>(rows.m_Data[i])] |= 1ull << i;
@@ -55,7 +55,7 @@ public:
 
     // Adds rows. To be called once.
     // Returns: false when they hold too many different characters.
-    bool Add(const SText &rows)
+    bool Add(SText rows)
     {
         u32 used = 1;
         for (u32 i = 0; i < rows.m_Length; ++i)
@@ -89,7 +89,7 @@ constexpr u32 kPairRows = kPairStrips * kStripRows;
 class CPairMasks : public TEntryTable<kPairStrips, kPairRows + 1>
 {
 public:
-    explicit CPairMasks(const SText &rows) { Add(rows); }
+    explicit CPairMasks(SText rows) { Add(rows); }
 };
 
 } // namespace Quorvane::Internal::Fuzzy

@@ -26,7 +26,7 @@ void CQuery::_UseLanes(Query &query, const Use &use)
     }
 }
 
-CQuery::CQuery(const SText &query) : m_Query(query), m_LanesUsed(_ChooseLanes())
+CQuery::CQuery(SText query) : m_Query(query), m_LanesUsed(_ChooseLanes())
 {
     m_Masks.Clear();
     m_Masks.Add(query);
@@ -36,13 +36,13 @@ CQuery::CQuery(const SText &query) : m_Query(query), m_LanesUsed(_ChooseLanes())
 CQuery::ELanes CQuery::_ChooseLanes() const
 {
     if (m_Query.m_Length <= Narrow::TLanes<u16>::kMaxQuery)
-        return HasWideInstructions() ? Lanes_Wide16 : Lanes_Narrow16;
+        return Simd::HasWideInstructions() ? Lanes_Wide16 : Lanes_Narrow16;
     if (m_Query.m_Length <= Narrow::TLanes<u32>::kMaxQuery)
-        return HasWideInstructions() ? Lanes_Wide32 : Lanes_Narrow32;
+        return Simd::HasWideInstructions() ? Lanes_Wide32 : Lanes_Narrow32;
     return Lanes_None;
 }
 
-bool CQuery::_WeighAlone(const SText &text, float &outWeight) const
+bool CQuery::_WeighAlone(SText text, float &outWeight) const
 {
     outWeight = 0.0f;
     if (text.m_Length == 0)
@@ -52,8 +52,7 @@ bool CQuery::_WeighAlone(const SText &text, float &outWeight) const
     if (!row.IsGranted())
         return false;
     const EBits bits = length < text.m_Length ? Bits_Rows : Bits_Columns;
-    const u32 distance = HasWideInstructions() ? Wide::DistanceOfStrip(m_Masks, length, bits, text)
-                                               : Narrow::DistanceOfStrip(m_Masks, length, bits, text);
+    const u32 distance = QV_SIMD_CALL(true, DistanceOfStrip(m_Masks, length, bits, text));
     outWeight = WeightAt(length + text.m_Length, distance);
     return true;
 }

@@ -5,7 +5,7 @@
 #pragma once
 
 #include "fuzzy_distance.h"
-#include "fuzzy_forms.h"
+#include "fuzzy_kernels.h"
 
 namespace Quorvane::Internal::Fuzzy
 {
@@ -16,7 +16,7 @@ class QV_INTERNAL_HIDDEN CQuery
 public:
     static constexpr u32 kMaxLength = kStripRows;
 
-    explicit CQuery(const SText &query);
+    explicit CQuery(SText query);
 
     // The weights of `count` texts, of which `textAt(i)` is one.
     // Allocates: as WeighPair, for each text that is long.
@@ -50,14 +50,15 @@ private:
     // Calls `use(lanes)` with those of the query, if any.
     template <typename Query, typename Use>
     static void _UseLanes(Query &query, const Use &use);
-    bool _WeighAlone(const SText &text, float &outWeight) const;
+    bool _WeighAlone(SText text, float &outWeight) const;
     void _WeighGroup(SGroup &group, float *outWeights) const;
 
-    bool _FitsLanes(const SText &text) const
-    {
-        return m_LanesUsed != Lanes_None && text.m_Length != 0 && text.m_Length <= kMaxLaneText;
-    }
+    static bool _FitsLanes(SText text) { return text.m_Length != 0 && text.m_Length <= kMaxLaneText; }
 
+    template <typename TextAt>
+    bool _WeighEachAlone(const TextAt &textAt, u32 count, float *outWeights) const;
+    template <typename TextAt>
+    bool _WeighInGroups(const TextAt &textAt, u32 count, float *outWeights) const;
     SText m_Query;
     ELanes m_LanesUsed;
     SMasks m_Masks;
@@ -72,6 +73,22 @@ private:
 
 template <typename TextAt>
 bool CQuery::Weigh(const TextAt &textAt, u32 count, float *outWeights) const
+{
+    return m_LanesUsed != Lanes_None ? _WeighInGroups(textAt, count, outWeights)
+                                     : _WeighEachAlone(textAt, count, outWeights);
+}
+
+template <typename TextAt>
+bool CQuery::_WeighEachAlone(const TextAt &textAt, u32 count, float *outWeights) const
+{
+    bool granted = true;
+    for (u32 i = 0; i < count; ++i)
+        granted = _WeighAlone(textAt(i), outWeights[i]) && granted;
+    return granted;
+}
+
+template <typename TextAt>
+bool CQuery::_WeighInGroups(const TextAt &textAt, u32 count, float *outWeights) const
 {
     SGroup groups[kGroups];
     for (SGroup &group : groups)
@@ -109,7 +126,7 @@ constexpr u32 kWantedBatch = 64;
 
 // By a query of 1 to 64 characters.
 template <typename TextAt, typename Take>
-QV_INTERNAL_NOINLINE bool WeighAllByMasks(const SText &query, u32 count, const TextAt &textAt, const Take &take)
+QV_INTERNAL_NOINLINE bool WeighAllByMasks(SText query, u32 count, TextAt textAt, const Take &take)
 {
     const CQuery scorer(query);
     float weights[kBatch];
@@ -126,7 +143,7 @@ QV_INTERNAL_NOINLINE bool WeighAllByMasks(const SText &query, u32 count, const T
 
 // Those that are wanted, by a query of 1 to 64 characters.
 template <typename TextAt, typename Wants, typename Take>
-QV_INTERNAL_NOINLINE bool WeighWantedByMasks(const SText &query, u32 count, const TextAt &textAt, const Wants &wants,
+QV_INTERNAL_NOINLINE bool WeighWantedByMasks(SText query, u32 count, TextAt textAt, const Wants &wants,
                                              const Take &take)
 {
     const CQuery scorer(query);
@@ -150,8 +167,7 @@ QV_INTERNAL_NOINLINE bool WeighWantedByMasks(const SText &query, u32 count, cons
 
 // One by one: longer queries have nothing to keep from one to the next.
 template <typename TextAt, typename Wants, typename Take>
-QV_INTERNAL_NOINLINE bool WeighPairs(const SText &query, u32 count, const TextAt &textAt, const Wants &wants,
-                                     const Take &take)
+QV_INTERNAL_NOINLINE bool WeighPairs(SText query, u32 count, TextAt textAt, const Wants &wants, const Take &take)
 {
     bool granted = true;
     for (u32 i = 0; i < count; ++i)
@@ -166,23 +182,23 @@ QV_INTERNAL_NOINLINE bool WeighPairs(const SText &query, u32 count, const TextAt
     return granted;
 }
 
-inline bool HasMasks(const SText &query)
+inline bool HasMasks(SText query)
 {
     return query.m_Length != 0 && query.m_Length <= CQuery::kMaxLength;
 }
 
 // By any query.
 template <typename TextAt, typename Take>
-bool WeighAll(const SText &query, u32 count, const TextAt &textAt, const Take &take)
+bool WeighAll(SText query, u32 count, TextAt textAt, const Take &take)
 {
     return HasMasks(query) ? WeighAllByMasks(query, count, textAt, take)
                            : WeighPairs(
-                                 query, count, textAt, [](const SText &) { return true; }, take);
+                                 query, count, textAt, [](SText) { return true; }, take);
 }
 
 // Those that are wanted, by any query.
 template <typename TextAt, typename Wants, typename Take>
-bool WeighWanted(const SText &query, u32 count, const TextAt &textAt, const Wants &wants, const Take &take)
+bool WeighWanted(SText query, u32 count, TextAt textAt, const Wants &wants, const Take &take)
 {
     return HasMasks(query) ? WeighWantedByMasks(query, count, textAt, wants, take)
                            : WeighPairs(query, count, textAt, wants, take);

@@ -24,13 +24,6 @@
 
 #include "qv_defs.h"
 
-// A walk and its steps must become one loop: as calls they would pass the columns through memory.
-#if defined(__GNUC__) || defined(__clang__)
-#define QV_FUZZY_INLINE __attribute__((always_inline))
-#else
-#define QV_FUZZY_INLINE
-#endif
-
 namespace Quorvane::Internal::Fuzzy
 {
 
@@ -71,22 +64,6 @@ struct SBoundary
 constexpr SBoundary BoundaryOf(EBits bits, u32 textLength)
 {
     return bits == Bits_Rows ? SBoundary{~1ull, 0, textLength + 1} : SBoundary{~0ull, 1, textLength};
-}
-
-// The number of bits set.
-inline u32 CountBits(u64 bits)
-{
-    bits -= (bits >> 1) & 0x5555555555555555ull;
-    bits = (bits & 0x3333333333333333ull) + ((bits >> 2) & 0x3333333333333333ull);
-    bits = (bits + (bits >> 4)) & 0x0F0F0F0F0F0F0F0Full;
-    return static_cast<u32>((bits * 0x0101010101010101ull) >> 56);
-}
-
-// What the first `rows` differences of a column come to, modulo 2^32.
-inline u32 SumOfColumn(u64 plus, u64 minus, u32 rows)
-{
-    const u64 counted = rows < kStripRows ? (1ull << rows) - 1 : ~0ull;
-    return CountBits(plus & counted) - CountBits(minus & counted);
 }
 
 // The horizontal difference between two columns in one row: bit 0 for what is not +1, bit 1 for -1.

@@ -146,7 +146,7 @@ bool CString::FuzzyMatchList_Top(const TStridedMemoryView<const CString> &string
     CTopMatches top(outBest, Length(), tolerance, limit);
     const bool granted = Internal::Fuzzy::WeighWanted(
         SText::Of(*this), stringList.Count(), [&](u32 index) { return SText::Of(stringList[index]); },
-        [&](const SText &text) { return top.Wants(text.m_Length); },
+        [&](SText text) { return top.Wants(text.m_Length); },
         [&](u32 index, float weight) { top.Take(index, weight); });
     if (!granted)
     {

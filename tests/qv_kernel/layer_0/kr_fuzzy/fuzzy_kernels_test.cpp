@@ -1,0 +1,173 @@
+// The kernels of fuzzy matching in every form that the machine has, those that no operation takes among them.
+#include "kr_fuzzy/fuzzy_kernels.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "every_text.h"
+#include "fuzzy_model.h"
+#include "fuzzy_texts.h"
+#include "kr_string.h"
+#include "text_pieces.h"
+
+namespace
+{
+
+using namespace Quorvane;
+using namespace QuorvaneTest;
+using namespace Internal::Fuzzy;
+
+struct SNarrow
+{
+    template <typename Lane>
+    using TLanes = Narrow::TLanes<Lane>;
+
+    static constexpr u32 kStripsRows = Narrow::kStripsRows;
+
+    static bool IsAvailable() { return true; }
+    static u32 Distance(SText rows, SText columns, Carry *carries) { return Narrow::Distance(rows, columns, carries); }
+    static bool AdvanceStrips(SText rows, u64 plus, SText columns, Carry *carries, u32 &distance)
+    {
+        return Narrow::AdvanceStrips<36>(Narrow::SBand{rows, plus}, columns, carries, distance);
+    }
+};
+
+struct SWide
+{
+    template <typename Lane>
+    using TLanes = Wide::TLanes<Lane>;
+
+    static constexpr u32 kStripsRows = Wide::kStripsRows;
+
+    static bool IsAvailable() { return Internal::Simd::HasWideInstructions(); }
+    static u32 Distance(SText rows, SText columns, Carry *carries) { return Wide::Distance(rows, columns, carries); }
+    static bool AdvanceStrips(SText rows, u64 plus, SText columns, Carry *carries, u32 &distance)
+    {
+        return Wide::AdvanceStrips<36>(Wide::SBand{rows, plus}, columns, carries, distance);
+    }
+};
+
+struct SWidest
+{
+    template <typename Lane>
+    using TLanes = Widest::TLanes<Lane>;
+
+    static constexpr u32 kStripsRows = Widest::kStripsRows;
+
+    static bool IsAvailable() { return Internal::Simd::HasWidestInstructions(); }
+    static u32 Distance(SText rows, SText columns, Carry *carries) { return Widest::Distance(rows, columns, carries); }
+    static bool AdvanceStrips(SText rows, u64 plus, SText columns, Carry *carries, u32 &distance)
+    {
+        return Widest::AdvanceStrips<36>(Widest::SBand{rows, plus}, columns, carries, distance);
+    }
+};
+
+template <typename Form>
+class FuzzyKernels : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        if (!Form::IsAvailable())
+            GTEST_SKIP() << "this machine has no such form";
+    }
+};
+
+using Forms = testing::Types<SNarrow, SWide, SWidest>;
+TYPED_TEST_SUITE(FuzzyKernels, Forms);
+
+TYPED_TEST(FuzzyKernels, EveryPairOfLengthsHasTheDistanceOfTheRecurrence)
+{
+    const size_t lengths[] = {1, 2, 15, 16, 17, 31, 32, 33, 63, 64, 65, 127, 128, 129, 200, 255, 256, 300, 520, 700};
+    CFuzzyTexts source(21);
+    for (const size_t rowCount : lengths)
+        for (const size_t columnCount : lengths)
+        {
+            if (rowCount > columnCount || (kSanitized && rowCount * columnCount > 100000))
+                continue;
+            const std::string columns = source.Random("abc", columnCount);
+            const std::string rows = source.Misspelt(columns, "abc", rowCount);
+            // Of equal lengths, the rows are the other text.
+            const unsigned expected = FuzzyModelDistance(columns, rows);
+            const CString rowString = Fixed(rows);
+            const CString columnString = Fixed(columns);
+            std::vector<Carry> carries(columnCount);
+            ASSERT_EQ(TypeParam::Distance(SText::Of(rowString), SText::Of(columnString),
+                                          columnCount < kMinBlockLength ? nullptr : carries.data()),
+                      expected)
+                << rowCount << " and " << columnCount;
+        }
+}
+
+TYPED_TEST(FuzzyKernels, StripsSideBySideHaveTheDistanceOfTheRecurrence)
+{
+    CFuzzyTexts source(22);
+    for (u32 rowCount = kPairRows + 1; rowCount <= TypeParam::kStripsRows; rowCount += kSanitized ? 61 : 13)
+    {
+        const std::string columns = source.Random("abcd", rowCount + source.Below(40));
+        const std::string rows = source.Misspelt(columns, "abcd", rowCount);
+        const CString rowString = Fixed(rows);
+        const CString columnString = Fixed(columns);
+        const SBoundary boundary = BoundaryOf(Bits_Rows, columnString.Length());
+        std::vector<Carry> carries(columns.size());
+        BeginCarries(boundary, carries.data(), columnString.Length());
+        u32 distance = boundary.m_Top;
+        ASSERT_TRUE(TypeParam::AdvanceStrips(SText::Of(rowString), boundary.m_Plus, SText::Of(columnString),
+                                             carries.data(), distance));
+        ASSERT_EQ(distance, FuzzyModelDistance(columns, rows)) << rowCount;
+    }
+}
+
+TYPED_TEST(FuzzyKernels, StripsOfTooManyDifferentCharactersChangeNothing)
+{
+    std::string rows;
+    for (u32 i = 0; i < kPairRows + 1; ++i)
+        rows += static_cast<char>('!' + i % 36);
+    const CString string = Fixed(rows);
+    std::vector<Carry> carries(rows.size(), 2);
+    const std::vector<Carry> before = carries;
+    u32 distance = 7;
+    EXPECT_FALSE(TypeParam::AdvanceStrips(SText::Of(string), ~0ull, SText::Of(string), carries.data(), distance));
+    EXPECT_EQ(distance, 7u);
+    EXPECT_EQ(carries, before);
+}
+
+template <typename Lanes>
+void ExpectWeights(size_t queryLength, CFuzzyTexts &source)
+{
+    const std::string query = source.Random("abc", queryLength);
+    std::vector<std::string> texts;
+    for (u32 i = 0; i < kLaneTexts; ++i)
+        texts.push_back(source.Misspelt(query, "abc", 1 + source.Below(i % 4 == 0 ? kMaxLaneText : 40)));
+    const std::vector<CString> strings = StringsOf(texts);
+    Lanes lanes;
+    lanes.SetQuery(query.data(), static_cast<u32>(query.size()));
+    for (u32 used = 0; used <= kLaneTexts; ++used)
+    {
+        SLaneTexts laneTexts = {};
+        for (u32 i = 0; i < used; ++i)
+        {
+            laneTexts.m_Data[i] = strings[i].Data();
+            laneTexts.m_Lengths[i] = static_cast<u16>(strings[i].Length());
+        }
+        float weights[kLaneTexts];
+        lanes.Weigh(laneTexts, weights);
+        for (u32 i = 0; i < used; ++i)
+            ASSERT_EQ(weights[i], FuzzyModelWeight(query, texts[i])) << queryLength << ", " << used << ", " << i;
+    }
+}
+
+TYPED_TEST(FuzzyKernels, LanesHaveTheWeightsOfTheRecurrence)
+{
+    CFuzzyTexts source(23);
+    for (size_t queryLength = 1; queryLength <= 32; ++queryLength)
+    {
+        if (queryLength <= 16)
+            ExpectWeights<typename TypeParam::template TLanes<u16>>(queryLength, source);
+        ExpectWeights<typename TypeParam::template TLanes<u32>>(queryLength, source);
+    }
+}
+
+} // namespace
