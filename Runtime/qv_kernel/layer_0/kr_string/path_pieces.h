@@ -3,8 +3,8 @@
 
 #include <cstring>
 
+#include "../kr_buffer/buffer_scan.h"
 #include "../kr_buffer/buffer_text.h"
-#include "character_scan.h"
 #include "kr_mem_utils.h"
 #include "null_text.h"
 #include "string_growth.h"
@@ -19,8 +19,8 @@ constexpr char kBackslash = '\\';
 // that terminator is looked at.
 inline bool ContainsBackslash(const char *str, u32 length)
 {
-    if (length <= kShortScan && !HoldsTerminator(str, length))
-        return Holds(str, length, kBackslash);
+    if (length <= Buffer::kMaxShortScan && !Buffer::HoldsTerminator(str, length))
+        return Buffer::Holds(str, length, kBackslash);
     const u32 textLength = Buffer::LengthWithin(str, length);
     return textLength != 0 && std::memchr(str, kBackslash, textLength) != nullptr;
 }
@@ -30,7 +30,7 @@ inline bool ContainsBackslash(const char *str, u32 length)
 QV_SIMD_INLINE inline u32 SearchFurther(CStringContainer &container)
 {
     const u32 length = container.Length();
-    const u32 place = FindInBlocks(container.Data(), SGrowth::Searched(container), length, kBackslash);
+    const u32 place = Buffer::FindInBlocks(container.Data(), SGrowth::Searched(container), length, kBackslash);
     SGrowth::SetSearched(container, place);
     return place;
 }

@@ -4,9 +4,9 @@
 #include <cstring>
 
 #include "../kr_buffer/buffer_kernels.h"
+#include "../kr_buffer/buffer_scan.h"
 #include "../kr_buffer/buffer_text.h"
 #include "../kr_buffer/character_table.h"
-#include "character_scan.h"
 #include "null_text.h"
 #include "string_block.h"
 

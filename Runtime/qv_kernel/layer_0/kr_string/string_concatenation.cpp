@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "character_scan.h"
+#include "../kr_buffer/buffer_scan.h"
 #include "string_growth.h"
 
 namespace Quorvane
@@ -25,7 +25,7 @@ constexpr const char *kCountCheck = "otherLength <= SNativeStringUtils::Length(o
 // behind the count, nor behind the string's own room.
 bool HasAsMany(const CStringContainer *container, const char *str, u32 length)
 {
-    return !SGrowth::EndsBeyondRoom(container, str, length) && !Internal::HoldsTerminator(str, length);
+    return !SGrowth::EndsBeyondRoom(container, str, length) && !Internal::Buffer::HoldsTerminator(str, length);
 }
 
 // A new resizable container with the two texts in a row; null when memory is refused.

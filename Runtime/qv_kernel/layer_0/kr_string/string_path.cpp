@@ -42,7 +42,7 @@ bool IsFastJoin(CStringContainer &container, const char *b, u32 bLen)
 {
     return bLen - 1 < SGrowth::kMaxInlineCopy && SGrowth::MayGrowFast(container) &&
            !SGrowth::OverlapsRoomFast(container, b, bLen) && NeedsNoTrimming(container.Data(), container.Length(), b) &&
-           (!QV_ASSERTS || !Internal::Holds(b, bLen, kBackslash)) &&
+           (!QV_ASSERTS || !Internal::Buffer::Holds(b, bLen, kBackslash)) &&
            (!QV_ASSERTS || SearchFurther(container) == container.Length());
 }
 
@@ -111,8 +111,8 @@ PStringContainer JoinTwoFast(const CString &a, CStringView b)
     const u32 bLen = b.Length();
     const bool isFast = bLen - 1 < SGrowth::kMaxInlineCopy && aLen <= Mem::Internal::kShortCopyBytes &&
                         NeedsNoTrimming(a.Data(), aLen, b.Data()) &&
-                        (!QV_ASSERTS || !Internal::Holds(b.Data(), bLen, kBackslash)) &&
-                        (!QV_ASSERTS || !Internal::HoldsInBlocks(a.Data(), aLen, kBackslash));
+                        (!QV_ASSERTS || !Internal::Buffer::Holds(b.Data(), bLen, kBackslash)) &&
+                        (!QV_ASSERTS || !Internal::Buffer::HoldsInBlocks(a.Data(), aLen, kBackslash));
     if (!QV_INTERNAL_LIKELY(isFast))
         return JoinTwoSlow(CStringView(a), b);
     PStringContainer newContainer = CStringContainer::NewResizable(null, aLen + 1 + bLen, 0);
@@ -163,7 +163,7 @@ u32 FastLength(const TMemoryView<const CStringView> &pieces)
         const u32 pieceLength = piece.Length();
         const bool isFast = data != nullptr && pieceLength - 1 < Mem::Internal::kShortCopyBytes &&
                             data[pieceLength - 1] != kSlash && (data[0] != kSlash || length == 0) &&
-                            (!QV_ASSERTS || !Internal::Holds(data, pieceLength, kBackslash));
+                            (!QV_ASSERTS || !Internal::Buffer::Holds(data, pieceLength, kBackslash));
         if (!isFast)
             return 0;
         length += pieceLength + 1;
@@ -248,7 +248,8 @@ CString &CString::AppendSlashAnd(const char *other, u32 length)
     if (other == nullptr || length == 0)
         return _JoinFast("", 0);
     // The fast path looks at all of a few characters at once. It is for those that are there.
-    const bool mayBeShort = QV_ASSERTS && length <= SGrowth::kMaxInlineCopy && Internal::HoldsTerminator(other, length);
+    const bool mayBeShort =
+        QV_ASSERTS && length <= SGrowth::kMaxInlineCopy && Internal::Buffer::HoldsTerminator(other, length);
     return mayBeShort ? _JoinSlow(other, length, true) : _JoinFast(other, length);
 }
 

@@ -1,5 +1,5 @@
 // The scan for a character, which looks at short texts from both ends at once.
-#include "kr_string/character_scan.h"
+#include "kr_buffer/buffer_scan.h"
 
 #include <cstring>
 
@@ -13,7 +13,7 @@ namespace
 using namespace Quorvane;
 using namespace QuorvaneTest;
 
-TEST(CharacterScan, OneCharacterIsFoundInEveryPlaceOfEveryLengthAndNoneAround)
+TEST(BufferScan, OneCharacterIsFoundInEveryPlaceOfEveryLengthAndNoneAround)
 {
     const CGuardedPage page;
     for (u32 length = 0; length <= 130; ++length)
@@ -23,21 +23,21 @@ TEST(CharacterScan, OneCharacterIsFoundInEveryPlaceOfEveryLengthAndNoneAround)
             std::memset(page.Begin(), '/', page.Bytes());
             char *const text = atFront ? page.Begin() : page.Last(length);
             std::memset(text, 'a', length);
-            ASSERT_FALSE(Internal::Holds(text, length, '/')) << length;
+            ASSERT_FALSE(Internal::Buffer::Holds(text, length, '/')) << length;
             for (u32 place = 0; place < length; ++place)
             {
                 text[place] = '/';
-                ASSERT_TRUE(Internal::Holds(text, length, '/')) << length << ", " << place;
+                ASSERT_TRUE(Internal::Buffer::Holds(text, length, '/')) << length << ", " << place;
                 // A character that differs from it in one bit.
                 text[place] = '/' ^ 0x01;
-                ASSERT_FALSE(Internal::Holds(text, length, '/')) << length << ", " << place;
+                ASSERT_FALSE(Internal::Buffer::Holds(text, length, '/')) << length << ", " << place;
                 text[place] = 'a';
             }
         }
     }
 }
 
-TEST(CharacterScan, OneCharacterIsFoundInEveryPlaceOfAContainersBlocks)
+TEST(BufferScan, OneCharacterIsFoundInEveryPlaceOfAContainersBlocks)
 {
     const CGuardedPage page;
     for (u32 length = 1; length <= 130; ++length)
@@ -46,11 +46,11 @@ TEST(CharacterScan, OneCharacterIsFoundInEveryPlaceOfAContainersBlocks)
         char *const text = page.Last(bytes);
         std::memset(text, 0, bytes);
         std::memset(text, 'a', length);
-        ASSERT_FALSE(Internal::HoldsInBlocks(text, length, '/')) << length;
+        ASSERT_FALSE(Internal::Buffer::HoldsInBlocks(text, length, '/')) << length;
         for (u32 place = 0; place < length; ++place)
         {
             text[place] = '/';
-            ASSERT_TRUE(Internal::HoldsInBlocks(text, length, '/')) << length << ", " << place;
+            ASSERT_TRUE(Internal::Buffer::HoldsInBlocks(text, length, '/')) << length << ", " << place;
             text[place] = 'a';
         }
     }

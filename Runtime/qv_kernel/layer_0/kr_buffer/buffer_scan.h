@@ -1,54 +1,40 @@
-// Whether a character stands in a text: what edits ask of every argument, most of which are short.
+// Private header: whether a character stands in a text, which edits ask of every argument, most of which are short.
 #pragma once
 
 #include <cstring>
 
-#include "../kr_buffer/buffer_kernels.h"
 #include "../kr_mem/mem_config.h"
+#include "../kr_simd/simd_block.h"
 
-namespace Quorvane::Internal
+namespace Quorvane::Internal::Buffer
 {
+
+using Simd::HoldsByte;
+using Simd::LoadWord;
+using Simd::SBlock;
 
 // Scans up to this many characters without a call.
-constexpr u32 kShortScan = 64;
-
-// A value of type T from any address.
-template <typename T>
-T LoadAs(const char *str)
-{
-    T value;
-    std::memcpy(&value, str, sizeof(T));
-    return value;
-}
-
-// Whether one of the bytes is `byte`: subtracting 1 from each borrows into the top bit of those that are 0 after the
-// exclusive or (S. E. Anderson, Bit Twiddling Hacks: "Determine if a word has a zero byte").
-inline bool HoldsByte(u64 bytes, u8 byte)
-{
-    constexpr u64 kOnes = 0x0101010101010101u;
-    const u64 difference = bytes ^ kOnes * byte;
-    return ((difference - kOnes) & ~difference & kOnes << 7) != 0;
-}
+constexpr u32 kMaxShortScan = 64;
 
 // Whether a character stands within the first `length`, fewer than a block. The front and the back are looked at
 // together; they overlap in the middle.
-QV_BUFFER_INLINE inline bool HoldsShort(const char *str, u32 length, char character)
+QV_SIMD_INLINE inline bool HoldsShort(const char *str, u32 length, char character)
 {
     const u8 byte = static_cast<u8>(character);
     if (length >= sizeof(u64))
-        return HoldsByte(LoadAs<u64>(str), byte) || HoldsByte(LoadAs<u64>(str + length - sizeof(u64)), byte);
+        return HoldsByte(LoadWord<u64>(str), byte) || HoldsByte(LoadWord<u64>(str + length - sizeof(u64)), byte);
     if (length >= sizeof(u32))
-        return HoldsByte(LoadAs<u32>(str) | static_cast<u64>(LoadAs<u32>(str + length - sizeof(u32))) << 32, byte);
+        return HoldsByte(LoadWord<u32>(str) | static_cast<u64>(LoadWord<u32>(str + length - sizeof(u32))) << 32, byte);
     return length != 0 && (str[0] == character || str[length / 2] == character || str[length - 1] == character);
 }
 
 // Whether a character stands within the first `length`, all of which are there. A short scan goes block by block; the
 // last one overlaps the one before.
-QV_BUFFER_INLINE inline bool Holds(const char *str, u32 length, char character)
+QV_SIMD_INLINE inline bool Holds(const char *str, u32 length, char character)
 {
     if (length < SBlock::kBytes)
         return HoldsShort(str, length, character);
-    if (length > kShortScan)
+    if (length > kMaxShortScan)
         return std::memchr(str, character, length) != nullptr;
     const SBlock wanted = SBlock::Fill(static_cast<u8>(character));
     SBlock found = SBlock::EqualBytes(SBlock::Bounded(str + length - SBlock::kBytes, SBlock::kBytes), wanted);
@@ -61,7 +47,7 @@ QV_BUFFER_INLINE inline bool Holds(const char *str, u32 length, char character)
 // end of the block.
 inline bool HoldsInBlocks(const char *characters, u32 length, char character)
 {
-    if (length > kShortScan)
+    if (length > kMaxShortScan)
         return std::memchr(characters, character, length) != nullptr;
     const SBlock wanted = SBlock::Fill(static_cast<u8>(character));
     SBlock found = SBlock::EqualBytes(SBlock::Padded(characters), wanted);
@@ -79,9 +65,9 @@ constexpr bool kReadsBlocks = true;
 
 // Whether a terminator stands within the first `length` characters of a text whose count may be wrong. Nothing behind
 // the terminator is needed: a short scan loads aligned blocks, none of which lies in two pages.
-QV_BUFFER_INLINE inline bool HoldsTerminator(const char *str, u32 length)
+QV_SIMD_INLINE inline bool HoldsTerminator(const char *str, u32 length)
 {
-    if (!kReadsBlocks || length > kShortScan)
+    if (!kReadsBlocks || length > kMaxShortScan)
         return length != 0 && std::memchr(str, '\0', length) != nullptr;
     const u32 skipped = static_cast<u32>(reinterpret_cast<ureg>(str) % SBlock::kBytes);
     const char *block = reinterpret_cast<const char *>(reinterpret_cast<ureg>(str) - skipped);
@@ -94,12 +80,12 @@ QV_BUFFER_INLINE inline bool HoldsTerminator(const char *str, u32 length)
         at += SBlock::kBytes;
         terminators = SBlock::EqualBytes(SBlock::Padded(block + at), SBlock::Fill(0)).Bits();
     }
-    return terminators != 0 && at + TrailingZeroBits(terminators) / SBlock::kBitsPerByte < end;
+    return terminators != 0 && at + Simd::TrailingZeroBits(terminators) / SBlock::kBitsPerByte < end;
 }
 
 // The index of the first character of a container's text that is `character` or a terminator, or else its length. None
 // of either stands in front of `from`.
-QV_BUFFER_INLINE inline u32 FindInBlocks(const char *characters, u32 from, u32 length, char character)
+QV_SIMD_INLINE inline u32 FindInBlocks(const char *characters, u32 from, u32 length, char character)
 {
     const SBlock wanted = SBlock::Fill(static_cast<u8>(character));
     const SBlock terminator = SBlock::Fill(0);
@@ -113,4 +99,4 @@ QV_BUFFER_INLINE inline u32 FindInBlocks(const char *characters, u32 from, u32 l
     return length;
 }
 
-} // namespace Quorvane::Internal
+} // namespace Quorvane::Internal::Buffer
