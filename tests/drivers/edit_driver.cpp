@@ -250,7 +250,7 @@ void SWalk::Edit(u32 index)
         break;
     default:
         string.Uncomment();
-        // Where comments are is not the model's business: nothing but blanks may have come in.
+        // The model does not know where comments are: nothing but blanks may have come in.
         QV_TEST_CHECK(string.Length() == model.m_Length);
         for (u32 i = 0; i < model.m_Length; ++i)
             if (string[i] == ' ' && model.m_Text[i] != '\n' && model.m_Text[i] != '\r')

@@ -42,13 +42,13 @@ bool Limit(decltype(RLIMIT_AS) resource, u64 bytes)
     return setrlimit(resource, &limit) == 0;
 }
 
-// Makes and drops `count` strings of 40 characters, at most kMostStrings. Returns: whether all were there.
-constexpr u32 kMostStrings = 60000;
+// Makes and drops `count` strings of 40 characters, at most kMaxStrings. Returns: whether all were there.
+constexpr u32 kMaxStrings = 60000;
 
 bool UseStrings(u32 count)
 {
     // The handles need no memory of the system then.
-    static CString strings[kMostStrings];
+    static CString strings[kMaxStrings];
     for (u32 i = 0; i < count; ++i)
         strings[i] = CString("forty characters, neither less nor more.");
     u32 whole = 0;
@@ -143,7 +143,7 @@ int GrowthEndsWhereSomebodyElsesMemoryBegins()
     if (!PortMapAt(reinterpret_cast<ureg>(inTheWay), kSlabBytes))
         return kCaseSkipped;
     std::memset(inTheWay, 0x5A, kSlabBytes);
-    if (!UseStrings(kMostStrings))
+    if (!UseStrings(kMaxStrings))
         return 1;
     for (u32 i = 0; i < kSlabBytes; ++i)
         if (inTheWay[i] != 0x5A)

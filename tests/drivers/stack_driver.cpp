@@ -39,7 +39,7 @@ namespace
 
 using namespace Quorvane;
 
-typedef CString::SFuzzyMatchListElement RankedElement;
+using RankedElement = CString::SFuzzyMatchListElement;
 
 // Bytes that operations may take.
 constexpr size_t kPlain = 4096;

@@ -49,7 +49,7 @@ private:
 class CChoosyAllocator
 {
 public:
-    typedef std::function<bool(Quorvane::u64 nth, Quorvane::u64 size)> FRefuses;
+    using FRefuses = std::function<bool(Quorvane::u64 nth, Quorvane::u64 size)>;
 
     explicit CChoosyAllocator(FRefuses refuses);
     ~CChoosyAllocator();

@@ -21,7 +21,7 @@ constexpr bool kSanitized = false;
 constexpr bool kSanitized = false;
 #endif
 
-// So is code that is not optimised: one optimised build takes the longest road, the others one that is good enough.
+// So is code that is not optimised: one optimised build runs the longest tests, the others shorter ones.
 #if defined(__OPTIMIZE__)
 constexpr bool kSlow = kSanitized;
 #else

@@ -101,7 +101,7 @@ inline unsigned FuzzyModelDistanceMatching(const std::string &query, const std::
 }
 
 // Index and weight.
-typedef std::pair<unsigned, float> FuzzyModelElement;
+using FuzzyModelElement = std::pair<unsigned, float>;
 
 struct SFuzzyModelOrder
 {

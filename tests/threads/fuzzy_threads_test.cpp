@@ -16,7 +16,7 @@ namespace
 using namespace Quorvane;
 using namespace QuorvaneTest;
 
-typedef CString::SFuzzyMatchListElement SElement;
+using SElement = CString::SFuzzyMatchListElement;
 
 constexpr u32 kThreads = 4;
 

@@ -53,7 +53,7 @@ std::atomic<u32> CShared::s_Created;
 std::atomic<u32> CShared::s_Deleted;
 std::atomic<u32> CShared::s_SumAtEnd;
 
-typedef TRefPtr<CShared> PShared;
+using PShared = TRefPtr<CShared>;
 
 // Relaxed, as in the class above: the tests' own counters must not order what the counts have to.
 u32 Deleted()

@@ -15,13 +15,13 @@ namespace
 constexpr unsigned kMaxMessageBytes = 4096;
 
 // Messages are formatted on the stack when they are this short. Threads and fibers may have little of it, so longer ones
-// lie in a reserve for as long as the handler runs. No reserve is ever waited for: where all are taken, by handlers that
-// run at the same time, a message goes to the stack whatever its length. An allocation is out of the question, since the
-// allocator asserts, too; memory of each thread would be there in all of them, for what next to none ever needs.
+// lie in a buffer of the process for as long as the handler runs. No buffer is ever waited for: where all are taken, by
+// handlers that run at the same time, a message goes to the stack whatever its length. Nothing is allocated, since the
+// allocator asserts, too; and a buffer of each thread would take its memory in all threads, for what hardly any needs.
 constexpr unsigned kShortMessageBytes = 512;
-constexpr unsigned kReserves = 4;
-char g_Reserves[kReserves][kMaxMessageBytes];
-bool g_ReserveIsTaken[kReserves];
+constexpr unsigned kLongMessages = 4;
+char g_LongMessages[kLongMessages][kMaxMessageBytes];
+bool g_LongMessageIsTaken[kLongMessages];
 
 int DefaultHandler(const char *file, const char *function, int line, const char *expression,
                    const char *expandedExpression, const char *message)
@@ -108,13 +108,14 @@ QV_INTERNAL_PRINTF(2, 0)
 QV_INTERNAL_COLD
 int ReportLong(const SFailure &failure, const char *format, std::va_list args)
 {
-    for (unsigned i = 0; i < kReserves; ++i)
+    for (unsigned i = 0; i < kLongMessages; ++i)
     {
-        if (__atomic_exchange_n(&g_ReserveIsTaken[i], true, __ATOMIC_ACQUIRE))
+        // Acquire, and release below: whoever takes the buffer next writes to it after its last reader is done.
+        if (__atomic_exchange_n(&g_LongMessageIsTaken[i], true, __ATOMIC_ACQUIRE))
             continue;
-        std::vsnprintf(g_Reserves[i], kMaxMessageBytes, format, args);
-        const int answer = Report(failure, g_Reserves[i]);
-        __atomic_store_n(&g_ReserveIsTaken[i], false, __ATOMIC_RELEASE);
+        std::vsnprintf(g_LongMessages[i], kMaxMessageBytes, format, args);
+        const int answer = Report(failure, g_LongMessages[i]);
+        __atomic_store_n(&g_LongMessageIsTaken[i], false, __ATOMIC_RELEASE);
         return answer;
     }
     return ReportFromStack(failure, format, args);
@@ -127,6 +128,7 @@ int EvalAssertFormatV(const SFailure &failure, const char *format, std::va_list 
     if (t_InsideHandler)
         return Internal::Answer_Continue;
     char message[kShortMessageBytes];
+    // A second formatting of a long message needs arguments of its own: the first one consumes these.
     std::va_list argsAgain;
     va_copy(argsAgain, args);
     const int length = format != nullptr ? std::vsnprintf(message, sizeof(message), format, args) : -1;
