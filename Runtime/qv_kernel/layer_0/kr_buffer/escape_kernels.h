@@ -84,7 +84,7 @@ constexpr SExpansions MakeExpansions()
     return expansions;
 }
 
-inline constexpr SExpansions kExpansions = MakeExpansions();
+QV_INTERNAL_HIDDEN inline constexpr SExpansions kExpansions = MakeExpansions();
 
 } // namespace Quorvane::Internal::Buffer
 
