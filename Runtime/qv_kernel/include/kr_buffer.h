@@ -182,32 +182,28 @@ inline s32 PlatformCompareCase(const char *a, const char *b, std::size_t maxLeng
 
 inline bool SNativeStringUtils::Equal(const char *data0, const char *data1)
 {
-    QV_ASSERT(data0 != null && data1 != null);
-    if (QV_INTERNAL_UNLIKELY(data0 == nullptr || data1 == nullptr))
+    if (QV_INTERNAL_FAILS(data0 != null && data1 != null))
         return data0 == data1;
     return std::strcmp(data0, data1) == 0;
 }
 
 inline s32 SNativeStringUtils::Compare(const char *data0, const char *data1)
 {
-    QV_ASSERT(data0 != null && data1 != null);
-    if (QV_INTERNAL_UNLIKELY(data0 == nullptr || data1 == nullptr))
+    if (QV_INTERNAL_FAILS(data0 != null && data1 != null))
         return (data0 != nullptr) - (data1 != nullptr);
     return std::strcmp(data0, data1);
 }
 
 inline bool SNativeStringUtils::EqualCase(const char *data0, const char *data1)
 {
-    QV_ASSERT(data0 != null && data1 != null);
-    if (QV_INTERNAL_UNLIKELY(data0 == nullptr || data1 == nullptr))
+    if (QV_INTERNAL_FAILS(data0 != null && data1 != null))
         return data0 == data1;
     return Internal::PlatformCompareCase(data0, data1) == 0;
 }
 
 inline s32 SNativeStringUtils::CompareCase(const char *data0, const char *data1)
 {
-    QV_ASSERT(data0 != null && data1 != null);
-    if (QV_INTERNAL_UNLIKELY(data0 == nullptr || data1 == nullptr))
+    if (QV_INTERNAL_FAILS(data0 != null && data1 != null))
         return (data0 != nullptr) - (data1 != nullptr);
     return Internal::PlatformCompareCase(data0, data1);
 }

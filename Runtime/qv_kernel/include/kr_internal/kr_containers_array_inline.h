@@ -47,8 +47,7 @@ bool TArray_BaseContainerImpl<T, Controller, HasTrivialRelocate>::_GrowByOne()
 template <typename T, typename Controller, bool HasTrivialRelocate>
 bool TArray_BaseContainerImpl<T, Controller, HasTrivialRelocate>::_ReallocBuffer(u32 newMaxCount)
 {
-    QV_ASSERT(newMaxCount >= _Count());
-    if (newMaxCount < m_Count)
+    if (QV_INTERNAL_FAILS(newMaxCount >= _Count()))
         return false;
     if (g_KRContainersConfig_MonitorTArrays)
         CContainersMonitorTArrays::RegisterNewMemoryMovement((s64(newMaxCount) - s64(m_MaxCount)) * s64(kElementBytes));
@@ -137,8 +136,7 @@ CGuid TArray<T, Controller>::_Append(T &&element)
 template <typename T, typename Controller>
 void TArray<T, Controller>::PopBack()
 {
-    QV_ASSERT(!_Base::Empty());
-    if (_Base::Empty())
+    if (QV_INTERNAL_FAILS(!_Base::Empty()))
         return;
     --m_Count;
     _Base::_DestroyElements(m_Count, m_Count + 1);
@@ -147,8 +145,7 @@ void TArray<T, Controller>::PopBack()
 template <typename T, typename Controller>
 CGuid TArray<T, Controller>::Insert(u32 index, T &&element)
 {
-    QV_ASSERT(index <= _Count());
-    if (index > m_Count)
+    if (QV_INTERNAL_FAILS(index <= _Count()))
         return CGuid::INVALID;
     const u32 own = _IndexOfOwn(element);
     QV_INTERNAL_ASSERT_TEXT("ureg(&element + 1) <= ureg(BaseImpl::_Data()) || "
@@ -167,8 +164,7 @@ CGuid TArray<T, Controller>::Insert(u32 index, T &&element)
 template <typename T, typename Controller>
 void TArray<T, Controller>::Remove(u32 index)
 {
-    QV_ASSERT(index < _Count());
-    if (index >= m_Count)
+    if (QV_INTERNAL_FAILS(index < _Count()))
         return;
     _Base::_DestroyElements(index, index + 1);
     _Relocator::Relocate(m_Data + index, m_Data + index + 1, m_Count - index - 1);
@@ -191,8 +187,7 @@ bool TArray<T, Controller>::Resize(u32 count)
 template <typename T, typename Controller>
 bool TArray<T, Controller>::CopyFrom(const TMemoryView<const T> &source)
 {
-    QV_ASSERT(source.Data() != null || source.Empty());
-    if (source.Data() == nullptr && !source.Empty())
+    if (QV_INTERNAL_FAILS(source.Data() != null || source.Empty()))
         return false;
     const bool own = Mem::Overlaps(m_Data, u64(m_Count) * sizeof(T), source.Data(), u64(source.Count()) * sizeof(T));
     if (own || source.Count() > m_MaxCount)
