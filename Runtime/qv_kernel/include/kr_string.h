@@ -53,13 +53,10 @@ namespace Quorvane
 class CString;
 class CStringContainer;
 
-namespace Internal
-{
-namespace String
+namespace Internal::String
 {
 struct SGrowth; // the edits that grow a text
 }
-} // namespace Internal
 
 using PStringContainer = TRefPtr<CStringContainer>;
 

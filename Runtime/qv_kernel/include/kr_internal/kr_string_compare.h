@@ -10,7 +10,7 @@
 namespace Quorvane
 {
 
-namespace Internal
+namespace Internal::String
 {
 
 // The difference of two values of type T from any two addresses, 0 when they are the same.
@@ -24,14 +24,14 @@ inline T DifferenceOf(const char *a, const char *b)
     return static_cast<T>(valueA ^ valueB);
 }
 
-// Equality of many characters, more than 32.
-bool EqualManyCharacters(const char *a, const char *b, u32 length);
+// Equality of more than 32 characters.
+bool EqualCharactersSlow(const char *a, const char *b, u32 length);
 
 // Equality of `length` characters. Few of them are compared as two values that overlap in the middle.
 inline bool EqualCharacters(const char *a, const char *b, u32 length)
 {
     if (length > 4 * sizeof(u64))
-        return EqualManyCharacters(a, b, length);
+        return EqualCharactersSlow(a, b, length);
     if (length > 2 * sizeof(u64))
         return (DifferenceOf<u64>(a, b) | DifferenceOf<u64>(a + 8, b + 8) |
                 DifferenceOf<u64>(a + length - 16, b + length - 16) |
@@ -43,6 +43,6 @@ inline bool EqualCharacters(const char *a, const char *b, u32 length)
     return length == 0 || (a[0] == b[0] && a[length / 2] == b[length / 2] && a[length - 1] == b[length - 1]);
 }
 
-} // namespace Internal
+} // namespace Internal::String
 
 } // namespace Quorvane

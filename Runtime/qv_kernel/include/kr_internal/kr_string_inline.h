@@ -64,7 +64,7 @@ inline bool CString::operator==(const CString &other) const
     if (QV_INTERNAL_UNLIKELY(dataA == nullptr || dataB == nullptr))
         return Compare(other, CaseSensitive);
     const u32 length = a->Length();
-    return length == b->Length() && (dataA == dataB || Internal::EqualCharacters(dataA, dataB, length));
+    return length == b->Length() && (dataA == dataB || Internal::String::EqualCharacters(dataA, dataB, length));
 }
 
 inline bool CString::operator<(const CString &other) const
@@ -147,14 +147,14 @@ bool CString::Split(Predicate &&isSeparator, TArray<CString> &outPieces) const
     if (Empty())
         return true;
     // Nothing below looks at this handle again: it may lie in the array, which moves its elements when it grows.
-    Internal::CPredicateSplit split(Data(), Length(), outPieces);
+    Internal::String::CPredicateSplit split(Data(), Length(), outPieces);
     char character;
     while (split.Next(character))
         split.Answer(character, isSeparator(character));
     return !split.Failed();
 }
 
-namespace Internal
+namespace Internal::String
 {
 
 // What SNativeStringUtils::Length answers; known to the compiler for a literal.
@@ -164,10 +164,10 @@ constexpr u32 LengthOfText(const char *str)
     return str != nullptr ? static_cast<u32>(QVMin<u64>(__builtin_strlen(str), kMaxLength)) : 0;
 }
 
-} // namespace Internal
+} // namespace Internal::String
 
 constexpr CStringView::CStringView(const char *str QV_INTERNAL_LIFETIMEBOUND)
-    : m_Data(str), m_Length(Internal::LengthOfText(str))
+    : m_Data(str), m_Length(Internal::String::LengthOfText(str))
 {
 }
 
@@ -181,7 +181,7 @@ inline CStringView::CStringView(CString &&string QV_INTERNAL_LIFETIMEBOUND)
 {
 }
 
-namespace Internal
+namespace Internal::String
 {
 
 inline CStringView ToView(const CStringView &piece)
@@ -201,35 +201,36 @@ inline CStringView ToView(const char *piece)
 
 // What stands on the left of the first seam: there a string counts by its length, as it does on the left of operator/.
 template <typename Piece>
-CStringView FirstToView(const Piece &piece)
+CStringView ToViewByLength(const Piece &piece)
 {
     return ToView(piece);
 }
 
-inline CStringView FirstToView(const CString &piece)
+inline CStringView ToViewByLength(const CString &piece)
 {
     return CStringView(piece);
 }
 
-} // namespace Internal
+} // namespace Internal::String
 
 template <typename First, typename Second, typename... More>
 CString JoinPath(const First &first, const Second &second, const More &...more)
 {
-    const CStringView pieces[] = {Internal::FirstToView(first), Internal::ToView(second), Internal::ToView(more)...};
+    const CStringView pieces[] = {Internal::String::ToViewByLength(first), Internal::String::ToView(second),
+                                  Internal::String::ToView(more)...};
     return JoinPath(TMemoryView<const CStringView>(pieces));
 }
 
 // The comparisons that are others with their sides exchanged or their answer negated.
 
-namespace Internal
+namespace Internal::String
 {
 
 // Negative, 0 or positive.
 s32 OrderOfViews(const CStringView &a, const CStringView &b);
 s32 OrderOfViews(const CStringView &a, const char *b);
 
-} // namespace Internal
+} // namespace Internal::String
 
 inline bool operator==(const CStringView &a, const CString &b)
 {
@@ -269,7 +270,7 @@ inline bool operator>=(const CStringView &a, const CString &b)
 }
 inline bool operator<(const CStringView &a, const CStringView &b)
 {
-    return Internal::OrderOfViews(a, b) < 0;
+    return Internal::String::OrderOfViews(a, b) < 0;
 }
 inline bool operator>(const CStringView &a, const CStringView &b)
 {
@@ -285,11 +286,11 @@ inline bool operator>=(const CStringView &a, const CStringView &b)
 }
 inline bool operator<(const CStringView &a, const char *b)
 {
-    return Internal::OrderOfViews(a, b) < 0;
+    return Internal::String::OrderOfViews(a, b) < 0;
 }
 inline bool operator>(const CStringView &a, const char *b)
 {
-    return Internal::OrderOfViews(a, b) > 0;
+    return Internal::String::OrderOfViews(a, b) > 0;
 }
 inline bool operator<=(const CStringView &a, const char *b)
 {

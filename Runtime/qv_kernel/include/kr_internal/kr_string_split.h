@@ -11,7 +11,7 @@ namespace Quorvane
 
 class CString;
 
-namespace Internal
+namespace Internal::String
 {
 
 // Cuts a text at the characters for which a predicate is true, and appends the pieces that are not empty. It asks about
@@ -57,6 +57,6 @@ private:
     u8 m_IsSeparator[256];
 };
 
-} // namespace Internal
+} // namespace Internal::String
 
 } // namespace Quorvane

@@ -3,7 +3,7 @@
 
 #include "qv_defs.h"
 
-namespace Quorvane::Internal
+namespace Quorvane::Internal::String
 {
 
 class CCharacterSet
@@ -67,4 +67,4 @@ inline u32 LengthWithoutTrailing(const char *data, u32 length, const CCharacterS
     return length;
 }
 
-} // namespace Quorvane::Internal
+} // namespace Quorvane::Internal::String

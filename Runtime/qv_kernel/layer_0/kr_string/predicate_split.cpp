@@ -7,7 +7,7 @@
 #include "../kr_simd/simd_words.h"
 #include "split_pieces.h"
 
-namespace Quorvane::Internal
+namespace Quorvane::Internal::String
 {
 
 using namespace Buffer;
@@ -98,8 +98,8 @@ bool CPredicateSplit::_CutUpTo(u32 end)
         }
         return true;
     };
-    return m_HoldsTerminator ? cut(String::TStringSink<String::Piece_Any>(m_Pieces))
-                             : cut(String::TStringSink<String::Piece_WithoutTerminator>(m_Pieces));
+    return m_HoldsTerminator ? cut(TStringSink<Piece_Any>(m_Pieces))
+                             : cut(TStringSink<Piece_WithoutTerminator>(m_Pieces));
 }
 
 // Stores what stands behind the last separator.
@@ -108,9 +108,8 @@ bool CPredicateSplit::_Finish()
     const u32 length = m_InPiece && m_First < m_Length ? m_Length - m_First : 0;
     if (length == 0)
         return true;
-    return m_HoldsTerminator
-               ? String::TStringSink<String::Piece_Any>(m_Pieces).Add(m_Data + m_First, length)
-               : String::TStringSink<String::Piece_WithoutTerminator>(m_Pieces).Add(m_Data + m_First, length);
+    return m_HoldsTerminator ? TStringSink<Piece_Any>(m_Pieces).Add(m_Data + m_First, length)
+                             : TStringSink<Piece_WithoutTerminator>(m_Pieces).Add(m_Data + m_First, length);
 }
 
-} // namespace Quorvane::Internal
+} // namespace Quorvane::Internal::String

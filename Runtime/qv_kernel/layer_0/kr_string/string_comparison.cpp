@@ -45,12 +45,13 @@ bool EqualShort(const char *a, const char *b, u32 length)
     return FirstDifferenceInBlock<Comparison>(a, b, SBlock::kBytes) >= length;
 }
 
-bool EqualCharacters(const char *a, const char *b, u32 length, ECaseSensitivity caseSensitivity)
+bool EqualInBlocks(const char *a, const char *b, u32 length, ECaseSensitivity caseSensitivity)
 {
     if (caseSensitivity != CaseSensitive)
         return length <= kShortText ? EqualShort<SLowerCaseBytes>(a, b, length)
                                     : SNativeStringUtils::EqualCase_16(a, b, length);
-    return length <= kShortText ? EqualShort<SExactBytes>(a, b, length) : Internal::EqualManyCharacters(a, b, length);
+    return length <= kShortText ? EqualShort<SExactBytes>(a, b, length)
+                                : Internal::String::EqualCharactersSlow(a, b, length);
 }
 
 s32 OrderOfLong(const char *a, const char *b, u32 length, ECaseSensitivity caseSensitivity)
@@ -104,8 +105,7 @@ s32 OrderIgnoringCase(const u8 *a, const u8 *b, u64 count)
     return 0;
 }
 
-// Containers without characters, which have no business here. Out of line, so that what is done for the others needs no
-// register saved for a report.
+// Invalid containers: null data. Out of line, so that what is done for the others saves no register for a report.
 
 QV_INTERNAL_COLD bool EqualWithoutCharacters(const CString &a, const CString &b)
 {
@@ -130,10 +130,10 @@ QV_INTERNAL_COLD s32 OrderWithoutCharacters(const char *data, const char *otherD
 
 } // namespace
 
-namespace Internal
+namespace Internal::String
 {
 
-bool EqualManyCharacters(const char *a, const char *b, u32 length)
+bool EqualCharactersSlow(const char *a, const char *b, u32 length)
 {
     return QV_INTERNAL_LIKELY(Simd::HasWideInstructions())
                ? Buffer::Wide::EqualInCounted(ToBytes(a), ToBytes(b), length)
@@ -159,7 +159,7 @@ s32 OrderOfViews(const CStringView &a, const char *b)
     return order == 0 && b[length] != '\0' ? -1 : order;
 }
 
-} // namespace Internal
+} // namespace Internal::String
 
 bool CString::Compare(const char *other, ECaseSensitivity caseSensitivity) const
 {
@@ -205,7 +205,7 @@ bool CString::Compare(const CString &other, ECaseSensitivity caseSensitivity) co
         return false;
     if (srcA == srcB && caseSensitivity == CaseSensitive)
         return true;
-    return EqualCharacters(srcA, srcB, length, caseSensitivity);
+    return EqualInBlocks(srcA, srcB, length, caseSensitivity);
 }
 
 bool CString::LessThan(const CString &other, ECaseSensitivity caseSensitivity) const

@@ -290,7 +290,7 @@ CString Sum(const CStringView &a, const CString &b)
 
 CString operator+(const CString &a, const CString &b)
 {
-    return Sum(a, Internal::ToView(b));
+    return Sum(a, Internal::String::ToView(b));
 }
 
 CString operator+(const CString &a, const CStringView &b)

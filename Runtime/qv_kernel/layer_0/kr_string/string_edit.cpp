@@ -14,9 +14,12 @@ namespace Quorvane
 namespace
 {
 
+using Internal::String::CCharacterSet;
+using Internal::String::CountLeading;
+using Internal::String::LengthWithoutTrailing;
 using Internal::String::IsNullOrEmpty;
 
-// Moves what is left of a stripped text to its front: mostly little, for which a call would be felt.
+// Moves what is left of a stripped text to its front: mostly little, for which a call costs more than the copy.
 void MoveToFront(char *data, u32 from, u64 byteCount)
 {
     if (byteCount > Mem::Internal::kShortCopyBytes)
@@ -67,10 +70,10 @@ CString &CString::Strip(const char *chars)
     if (IsNullOrEmpty(chars) || Data() == nullptr)
         return *this;
     // Both ends are found before either is stripped: the set may lie in the string itself.
-    const Internal::CCharacterSet set(chars);
+    const CCharacterSet set(chars);
     const u32 length = Length();
-    const u32 end = Internal::LengthWithoutTrailing(Data(), length, set);
-    const u32 begin = Internal::CountLeading(Data(), end, set);
+    const u32 end = LengthWithoutTrailing(Data(), length, set);
+    const u32 begin = CountLeading(Data(), end, set);
     const u32 newLength = end - begin;
     if (newLength == length)
         return *this;
@@ -88,7 +91,7 @@ CString &CString::StripLeft(const char *chars)
     if (IsNullOrEmpty(chars) || Data() == nullptr)
         return *this;
     const u32 length = Length();
-    const u32 stripped = Internal::CountLeading(Data(), length, Internal::CCharacterSet(chars));
+    const u32 stripped = CountLeading(Data(), length, CCharacterSet(chars));
     if (stripped == length)
         Clear();
     if (stripped == length || stripped == 0)
@@ -107,7 +110,7 @@ CString &CString::StripRight(const char *chars)
     if (IsNullOrEmpty(chars) || Data() == nullptr)
         return *this;
     const u32 length = Length();
-    const u32 newLength = Internal::LengthWithoutTrailing(Data(), length, Internal::CCharacterSet(chars));
+    const u32 newLength = LengthWithoutTrailing(Data(), length, CCharacterSet(chars));
     if (newLength == length)
         return *this;
     char *data = RawDataForWriting();

@@ -36,7 +36,7 @@ CString CString::Format(const char *format, ...)
     va_list args;
     va_start(args, format);
     // One byte less than there is: a result is cut at 3198 characters.
-    const int length = Internal::PortFormatInCLocale(buffer, kStackBytes - 1, format, args);
+    const int length = Internal::String::PortFormatInCLocale(buffer, kStackBytes - 1, format, args);
     va_end(args);
     buffer[kStackBytes - 1] = '\0';
     // Not by way of the terminated text's constructor, whose frames would be on top of the buffer.

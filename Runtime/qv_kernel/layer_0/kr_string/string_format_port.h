@@ -18,7 +18,7 @@
 #include "../kr_mem/mem_lock.h"
 #include "qv_defs.h"
 
-namespace Quorvane::Internal
+namespace Quorvane::Internal::String
 {
 
 // The name that this library gave the "C" locale last, null before. There it lies in constant memory, so that the
@@ -28,7 +28,7 @@ QV_INTERNAL_HIDDEN inline std::atomic<const char *> g_NameOfCLocale = {nullptr};
 // One thread at a time asks for the name of the locale and changes it: a change frees the name before.
 QV_INTERNAL_CONSTINIT QV_INTERNAL_HIDDEN inline Mem::Internal::CProcessLock g_LocaleLock;
 
-inline void EnterCLocaleSlowly()
+inline void EnterCLocaleSlow()
 {
     const Mem::Internal::CProcessGuard guard(g_LocaleLock);
     const char *current = std::setlocale(LC_ALL, nullptr);
@@ -50,7 +50,7 @@ inline void EnterCLocale()
 {
     const char *known = g_NameOfCLocale.load(std::memory_order_relaxed);
     if (known == nullptr || std::setlocale(LC_ALL, nullptr) != known)
-        EnterCLocaleSlowly();
+        EnterCLocaleSlow();
 }
 
 // vsnprintf in the process' locale, "C", also where the calling thread has a locale of its own.
@@ -68,4 +68,4 @@ inline int PortFormatInCLocale(char *buffer, std::size_t size, const char *forma
     return length;
 }
 
-} // namespace Quorvane::Internal
+} // namespace Quorvane::Internal::String

@@ -283,7 +283,7 @@ CString JoinPath(const TMemoryView<const CStringView> &pieces)
 
 CString operator/(const CString &a, const CString &b)
 {
-    return JoinTwoOrLeft(a, Internal::ToView(b));
+    return JoinTwoOrLeft(a, ToView(b));
 }
 
 CString operator/(const CString &a, const CStringView &b)
@@ -298,12 +298,12 @@ CString operator/(const CString &a, const char *b)
 
 CString operator/(const CStringView &a, const CString &b)
 {
-    return CString(JoinTwoSlow(ReadableView(a), Internal::ToView(b)));
+    return CString(JoinTwoSlow(ReadableView(a), ToView(b)));
 }
 
 CString operator/(const char *a, const CString &b)
 {
-    return CString(JoinTwoSlow(CStringView::FromNullTerminatedString(a), Internal::ToView(b)));
+    return CString(JoinTwoSlow(CStringView::FromNullTerminatedString(a), ToView(b)));
 }
 
 CString operator/(CString &&a, const CString &b)

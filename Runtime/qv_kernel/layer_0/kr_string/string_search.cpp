@@ -13,6 +13,7 @@ namespace Quorvane
 namespace
 {
 
+using Internal::String::CCharacterSet;
 using Internal::String::IndexOf;
 using Internal::String::IsNullOrEmpty;
 
@@ -89,7 +90,7 @@ bool CString::Empty(const char *blanks) const
     if (IsNullOrEmpty(blanks))
         return false;
     // The terminator is in no set, so it ends the walk.
-    const Internal::CCharacterSet set(blanks);
+    const CCharacterSet set(blanks);
     const char *cur = Data();
     while (set.Contains(*cur))
         ++cur;

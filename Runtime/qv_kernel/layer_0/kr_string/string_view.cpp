@@ -13,6 +13,9 @@ namespace Quorvane
 namespace
 {
 
+using Internal::String::CCharacterSet;
+using Internal::String::CountLeading;
+using Internal::String::LengthWithoutTrailing;
 using Internal::String::IndexOf;
 using Internal::String::ReadableLength;
 
@@ -22,35 +25,32 @@ u32 LengthToTerminator(const CStringView &view)
     return Internal::Buffer::LengthWithin(view.Data(), ReadableLength(view));
 }
 
-bool EqualBytes(const char *a, const char *b, u32 length)
+bool EqualCounted(const char *a, const char *b, u32 length)
 {
     return length == 0 || std::memcmp(a, b, length) == 0;
 }
 
 bool EqualText(const char *a, const char *b, u32 length, ECaseSensitivity caseSensitivity)
 {
-    return caseSensitivity != CaseSensitive ? SNativeStringUtils::EqualCase(a, b, length) : EqualBytes(a, b, length);
+    return caseSensitivity != CaseSensitive ? SNativeStringUtils::EqualCase(a, b, length) : EqualCounted(a, b, length);
 }
 
-CStringView StrippedLeft(const CStringView &view, const Internal::CCharacterSet &set)
+CStringView StrippedLeft(const CStringView &view, const CCharacterSet &set)
 {
-    return view.Slice(Internal::CountLeading(view.Data(), ReadableLength(view), set));
+    return view.Slice(CountLeading(view.Data(), ReadableLength(view), set));
 }
 
-CStringView StrippedRight(const CStringView &view, const Internal::CCharacterSet &set)
+CStringView StrippedRight(const CStringView &view, const CCharacterSet &set)
 {
-    return view.Slice(0, Internal::LengthWithoutTrailing(view.Data(), ReadableLength(view), set));
+    return view.Slice(0, LengthWithoutTrailing(view.Data(), ReadableLength(view), set));
 }
 
-CStringView Stripped(const CStringView &view, const Internal::CCharacterSet &set)
+CStringView Stripped(const CStringView &view, const CCharacterSet &set)
 {
     return StrippedRight(StrippedLeft(view, set), set);
 }
 
-CStringView ViewOf(const char *text)
-{
-    return CStringView::FromNullTerminatedString(text);
-}
+using Internal::String::ToView;
 
 } // namespace
 
@@ -111,7 +111,7 @@ bool CStringView::operator==(const CStringView &other) const
         return false;
     if (m_Data == nullptr || other.m_Data == nullptr)
         return m_Length == 0 || m_Data == other.m_Data;
-    return EqualBytes(m_Data, other.m_Data, m_Length);
+    return EqualCounted(m_Data, other.m_Data, m_Length);
 }
 
 bool CStringView::StartsWith(const CStringView &other, ECaseSensitivity caseSensitivity) const
@@ -142,47 +142,47 @@ bool CStringView::Contains(const CStringView &other, ECaseSensitivity caseSensit
 
 bool CStringView::StartsWith(const char *other, ECaseSensitivity caseSensitivity) const
 {
-    return StartsWith(ViewOf(other), caseSensitivity);
+    return StartsWith(ToView(other), caseSensitivity);
 }
 
 bool CStringView::EndsWith(const char *other, ECaseSensitivity caseSensitivity) const
 {
-    return EndsWith(ViewOf(other), caseSensitivity);
+    return EndsWith(ToView(other), caseSensitivity);
 }
 
 bool CStringView::Contains(const char *other, ECaseSensitivity caseSensitivity) const
 {
-    return Contains(ViewOf(other), caseSensitivity);
+    return Contains(ToView(other), caseSensitivity);
 }
 
 CStringView CStringView::Strip(char character) const
 {
-    return Stripped(*this, Internal::CCharacterSet(character));
+    return Stripped(*this, CCharacterSet(character));
 }
 
 CStringView CStringView::Strip(const char *set) const
 {
-    return Stripped(*this, Internal::CCharacterSet(set));
+    return Stripped(*this, CCharacterSet(set));
 }
 
 CStringView CStringView::StripLeft(char character) const
 {
-    return StrippedLeft(*this, Internal::CCharacterSet(character));
+    return StrippedLeft(*this, CCharacterSet(character));
 }
 
 CStringView CStringView::StripLeft(const char *set) const
 {
-    return StrippedLeft(*this, Internal::CCharacterSet(set));
+    return StrippedLeft(*this, CCharacterSet(set));
 }
 
 CStringView CStringView::StripRight(char character) const
 {
-    return StrippedRight(*this, Internal::CCharacterSet(character));
+    return StrippedRight(*this, CCharacterSet(character));
 }
 
 CStringView CStringView::StripRight(const char *set) const
 {
-    return StrippedRight(*this, Internal::CCharacterSet(set));
+    return StrippedRight(*this, CCharacterSet(set));
 }
 
 CGuid CStringView::FindNextOf(char character, u32 start) const
@@ -195,7 +195,7 @@ CGuid CStringView::FindNextOf(char character, u32 start) const
 
 CGuid CStringView::FindNextOf(const char *set, u32 start) const
 {
-    const Internal::CCharacterSet characters(set);
+    const CCharacterSet characters(set);
     const u32 length = ReadableLength(*this);
     for (u32 i = start; i < length; ++i)
         if (characters.Contains(m_Data[i]))

@@ -869,11 +869,11 @@ TEST(StringComparison, EqualCharactersLooksAtEachOfThemAndAtNothingAround)
             char *const b = atFront ? pageB.Begin() : pageB.Last(length);
             for (u32 i = 0; i < length; ++i)
                 a[i] = b[i] = static_cast<char>(1 + i);
-            ASSERT_TRUE(Internal::EqualCharacters(a, b, length)) << length;
+            ASSERT_TRUE(Internal::String::EqualCharacters(a, b, length)) << length;
             for (u32 place = 0; place < length; ++place)
             {
                 b[place] = static_cast<char>(b[place] ^ 0x80);
-                ASSERT_FALSE(Internal::EqualCharacters(a, b, length)) << length << ", " << place;
+                ASSERT_FALSE(Internal::String::EqualCharacters(a, b, length)) << length << ", " << place;
                 b[place] = a[place];
             }
         }
