@@ -59,6 +59,7 @@ private:
     bool _WeighEachAlone(const TextAt &textAt, u32 count, float *outWeights) const;
     template <typename TextAt>
     bool _WeighInGroups(const TextAt &textAt, u32 count, float *outWeights) const;
+
     SText m_Query;
     ELanes m_LanesUsed;
     SMasks m_Masks;
