@@ -7,9 +7,9 @@
 
 #include <cstring>
 
+#include "buffer_kernels.h"
 #include "buffer_text.h"
 #include "character_table.h"
-#include "escape_kernels.h"
 
 namespace Quorvane
 {

@@ -17,13 +17,13 @@ using namespace Internal::Buffer;
 namespace
 {
 
-// How common each character is in texts, paths and programs: 0 for the rarest.
+// How common each character is in texts, paths and programs: 0 for the rarest, and for those that no such text has.
 struct SCommonness
 {
     u8 m_Ranks[256];
 };
 
-constexpr SCommonness CommonnessOfCharacters()
+constexpr SCommonness RankCharacters()
 {
     constexpr char kRarestFirst[] = "QZXJKVzqYWUjHGBxFDMOLkPNRIAECST5637849,()201*:-\"'w=/._;vybgpfmucdlhrsniaote ";
     SCommonness commonness = {};
@@ -32,19 +32,19 @@ constexpr SCommonness CommonnessOfCharacters()
     return commonness;
 }
 
-constexpr SCommonness kCommonness = CommonnessOfCharacters();
+constexpr SCommonness kCommonness = RankCharacters();
 
 // Where a text is this long, it pays to look at the needle first.
 constexpr u32 kLongText = 512;
-// Characters of the needle that are looked at.
-constexpr u32 kMostLookedAt = 64;
+// As many characters of the needle are examined: a rarer one further behind is not worth the time.
+constexpr u32 kMaxExamined = 64;
 
 // The first of the needle's rarest characters but `except`; the last character where there is no other.
 u32 RarestBut(const u8 *needle, u32 needleLength, int except)
 {
     u32 rarest = needleLength - 1;
     u32 rank = sizeof(kCommonness.m_Ranks);
-    for (u32 i = 0; i < QVMin(needleLength, kMostLookedAt); ++i)
+    for (u32 i = 0; i < QVMin(needleLength, kMaxExamined); ++i)
     {
         if (needle[i] != except && kCommonness.m_Ranks[needle[i]] < rank)
         {
@@ -55,8 +55,8 @@ u32 RarestBut(const u8 *needle, u32 needleLength, int except)
     return rarest;
 }
 
-// Looks for the needle by the two characters that a long text is likely to have least of; by its first and its last
-// one in a short text.
+// What to look for: in a long text the two characters of the needle that it is likely to have least of, in a short one,
+// where choosing takes longer than it saves, the first and the last.
 SNeedle NeedleFor(u32 length, const char *needle, u32 needleLength)
 {
     const u8 *const bytes = ToBytes(needle);
@@ -64,6 +64,16 @@ SNeedle NeedleFor(u32 length, const char *needle, u32 needleLength)
         return {bytes, needleLength, 0, needleLength - 1};
     const u32 first = RarestBut(bytes, needleLength, -1);
     return {bytes, needleLength, first, RarestBut(bytes, needleLength, bytes[first])};
+}
+
+// What was found, when a search that gave up is finished by the two-way search, whose cost is linear in every text.
+template <typename TCase>
+const char *Finish(const SPairFound &found, const char *data, std::size_t length, const char *needle,
+                   std::size_t needleLength)
+{
+    if (found.m_Outcome == PairFound_GaveUp)
+        return FindTwoWay<TCase>(data + found.m_Place, length - found.m_Place, needle, needleLength);
+    return found.m_Outcome == PairFound_Here ? data + found.m_Place : nullptr;
 }
 
 } // namespace
@@ -78,10 +88,7 @@ const char *SNativeStringUtils::Find(const char *data, u32 length, const char *n
         return static_cast<const char *>(std::memchr(data, *needle, length));
     const SNeedle rareFirst = NeedleFor(length, needle, needleLength);
     const SPairFound found = QV_SIMD_CALL(length >= kMinWideLength, FindPair(ToBytes(data), length, rareFirst));
-    if (found.m_Outcome == PairFound_GaveUp)
-        return Internal::Buffer::FindTwoWay<Internal::Buffer::SCaseMatters>(
-            data + found.m_Place, length - found.m_Place, needle, needleLength);
-    return found.m_Outcome == PairFound_Here ? data + found.m_Place : nullptr;
+    return Finish<SCaseMatters>(found, data, length, needle, needleLength);
 }
 
 const char *SNativeStringUtils::FindCase(const char *data, u32 length, const char *needle, u32 needleLength)
@@ -92,10 +99,7 @@ const char *SNativeStringUtils::FindCase(const char *data, u32 length, const cha
         return nullptr;
     const SNeedle rareFirst = NeedleFor(length, needle, needleLength);
     const SPairFound found = QV_SIMD_CALL(length >= kMinWideLength, FindPairCase(ToBytes(data), length, rareFirst));
-    if (found.m_Outcome == PairFound_GaveUp)
-        return Internal::Buffer::FindTwoWay<Internal::Buffer::SCaseIgnored>(
-            data + found.m_Place, length - found.m_Place, needle, needleLength);
-    return found.m_Outcome == PairFound_Here ? data + found.m_Place : nullptr;
+    return Finish<SCaseIgnored>(found, data, length, needle, needleLength);
 }
 
 const char *SNativeStringUtils::FindLast(const char *data, u32 length, char character)
@@ -103,7 +107,7 @@ const char *SNativeStringUtils::FindLast(const char *data, u32 length, char char
     if (length == 0)
         return nullptr;
     if (length < kMinWideLength || !Internal::Simd::HasWideInstructions())
-        return Internal::Buffer::PortFindLast(data, length, character);
+        return PortFindLast(data, length, character);
     const u32 last = Wide::LastOfByte(ToBytes(data), length, static_cast<u8>(character));
     return last != length ? data + last : nullptr;
 }

@@ -17,6 +17,7 @@
 #include "../kr_simd/simd_wide.h"
 #include "buffer_bitmap.h"
 #include "character_table.h"
+#include "escape_tables.h"
 
 namespace Quorvane::Internal::Buffer
 {

@@ -10,7 +10,7 @@
 #include "every_text.h"
 #include "guarded_text.h"
 #include "kr_buffer.h"
-#include "kr_buffer/escape_kernels.h"
+#include "kr_buffer/buffer_kernels.h"
 #include "kr_simd/simd_machine.h"
 
 namespace QuorvaneTest

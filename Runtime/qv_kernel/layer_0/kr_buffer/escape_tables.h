@@ -1,12 +1,8 @@
-// Private header: the kernel of escape_kernels.inc in each form (simd_each_form.inc), and what it looks up, which the
-// compiler makes.
+// Private header: what the kernel of escaping.inc looks up. Made by the compiler.
 #pragma once
-
-#include <cstddef>
 
 #include "qv_defs.h"
 
-#include "../kr_simd/simd_block_widest.h"
 #include "character_table.h"
 
 namespace Quorvane::Internal::Buffer
@@ -87,7 +83,3 @@ constexpr SExpansions MakeExpansions()
 QV_INTERNAL_HIDDEN inline constexpr SExpansions kExpansions = MakeExpansions();
 
 } // namespace Quorvane::Internal::Buffer
-
-#define QV_SIMD_NAMESPACE Quorvane::Internal::Buffer
-#define QV_SIMD_KERNELS "../kr_buffer/escape_kernels.inc"
-#include "../kr_simd/simd_each_form.inc"
