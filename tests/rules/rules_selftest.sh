@@ -167,6 +167,16 @@ printf 'struct S { ~S(); };\nS s;\n' | bites no_dynamic_init $source
 printf 'int f();\nint n = f();\n' | bites no_dynamic_init $source
 printf 'struct S { ~S(); };\nS &f()\n{ static S s;\nreturn s; }\n' | bites no_dynamic_init $source
 
+printf 'void JoinMany(int n);\n' | bites words $source
+printf 'void FreeSlowly(int n);\n' | bites words $string
+printf '// Else it takes the longer road.\n' | bites words $source
+printf 'constexpr int kMostBytes = 1;\n' | bites words $source
+printf 'bool ContainsBackSlash(char c);\n' | bites words $source
+printf 'int Twice(int n)\n{\n    return 2 * n;\n}\n' | put "$good/Runtime/qv_kernel/layer_0/kr_mem/mem_private.h"
+printf 'int Twice(char n)\n{\n    return 2 * n;\n}\n' |
+    bites words Runtime/qv_kernel/layer_0/kr_string/string_private.h
+printf '#pragma once\n' | put "$good/Runtime/qv_kernel/layer_0/kr_mem/mem_private.h"
+
 printf '_Pragma("GCC target(\\"avx2,lzcnt\\")")\n' | bites wide_extensions $source
 printf '#pragma clang attribute push(__attribute__((target("lzcnt"))), apply_to = function)\n' |
     bites wide_extensions $source

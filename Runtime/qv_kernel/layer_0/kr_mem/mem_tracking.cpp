@@ -88,7 +88,7 @@ struct SFault
     SRecord m_Record = {};
 };
 
-void Report(const SFault &fault, const void *block, const char *file, u32 line, const char *function)
+void ReportFault(const SFault &fault, const void *block, const char *file, u32 line, const char *function)
 {
     if (fault.m_Expression == nullptr)
         return;
@@ -182,8 +182,8 @@ void ReportLeaks()
     if (count == 0)
         return;
     for (u64 i = 0; i < QVMin<u64>(count, kMaxLeaksReported); ++i)
-        Report(SFault{"!leaked", "was leaked", leaks[i]}, leaks[i].m_Block, leaks[i].m_File, leaks[i].m_Line,
-               __PRETTY_FUNCTION__);
+        ReportFault(SFault{"!leaked", "was leaked", leaks[i]}, leaks[i].m_Block, leaks[i].m_File, leaks[i].m_Line,
+                    __PRETTY_FUNCTION__);
     Assert::EvalAssertFormat(__FILE__, __PRETTY_FUNCTION__, __LINE__, "!leaked", "!leaked",
                              "%llu blocks of %llu bytes were leaked", count, bytes);
 }
@@ -222,7 +222,7 @@ void *DefaultRealloc(void *block, u64 newSize, u32 alignment, EAllocType type, c
         if (SRecord *const record = FindResizable(block, fault))
             moved = Resize(record, alignment, SRecord{nullptr, nullptr, newSize, Origin_Alloc, line, tag, file, false});
     }
-    Report(fault, block, file, line, function);
+    ReportFault(fault, block, file, line, function);
     return moved;
 }
 
@@ -242,7 +242,7 @@ void DefaultFree(void *block, EAllocType, EOrigin origin, const char *, const ch
             Quarantine(record);
         }
     }
-    Report(fault, block, file, line, function);
+    ReportFault(fault, block, file, line, function);
 }
 
 } // namespace Internal

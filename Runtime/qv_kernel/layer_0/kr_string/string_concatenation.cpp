@@ -23,7 +23,7 @@ constexpr const char *kCountCheck = "otherLength <= SNativeStringUtils::Length(o
 
 // True when the text has that many characters before its terminator. Nothing behind the terminator is looked at, nor
 // behind the count, nor behind the string's own room.
-bool HasAsMany(const CStringContainer *container, const char *str, u32 length)
+bool HasCount(const CStringContainer *container, const char *str, u32 length)
 {
     return !SGrowth::EndsBeyondRoom(container, str, length) && !Internal::Buffer::HoldsTerminator(str, length);
 }
@@ -213,7 +213,7 @@ CString &CString::Append(const char *other, u32 otherLength)
 {
     if (other == nullptr || otherLength == 0 || *other == '\0')
         return *this;
-    QV_INTERNAL_ASSERT_TEXT(kCountCheck, HasAsMany(m_Container.Get(), other, otherLength));
+    QV_INTERNAL_ASSERT_TEXT(kCountCheck, HasCount(m_Container.Get(), other, otherLength));
     return _AppendFast(other, otherLength);
 }
 
@@ -254,7 +254,7 @@ CString &CString::Prepend(const char *other, u32 otherLength)
 {
     if (other == nullptr || otherLength == 0 || *other == '\0')
         return *this;
-    QV_INTERNAL_ASSERT_TEXT(kCountCheck, HasAsMany(m_Container.Get(), other, otherLength));
+    QV_INTERNAL_ASSERT_TEXT(kCountCheck, HasCount(m_Container.Get(), other, otherLength));
     return _PrependFast(other, otherLength);
 }
 
