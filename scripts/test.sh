@@ -13,10 +13,12 @@ match_scripts_and_drivers()
         sed -n '/_NOT_BUILT$/d; s/^ *Test *#[0-9]*: \([^ ]*\).*/\1/p'
 }
 
-# What is to be built for the tests that match: the programs of the build that their commands name.
+# What is to be built for the tests that match: the programs of the build that their commands name. CTest itself does not
+# say those that are not built.
 list_programs()
 {
-    ctest --test-dir build/quick -N -V -R "$1" 2>/dev/null | sed -n 's/^[0-9]*: Test command: //p' | tr '" ' '\n' |
+    ctest --test-dir build/quick -N -R "$1" 2>/dev/null | sed -n 's/^ *Test *#[0-9]*: \([^ ]*\).*/add_test([=[\1]=] /p' |
+        grep -h -F -f - build/quick/tests/CTestTestfile.cmake | tr '" ' '\n' |
         sed -n "s,^$root/build/quick/.*/\\([a-z0-9_]*\\)\$,\\1,p" | grep -v '_scratch$' | sort -u
 }
 
@@ -48,9 +50,9 @@ test_by_name()
     build quick build.ninja || exit 1
     select_tests "$@"
     start=$(date +%s)
-    # The programs are words.
+    # The programs are words. Without any, everything would be built.
     # shellcheck disable=SC2046,SC2086
-    build quick $programs $(list_programs "$pattern") || exit 1
+    build quick build.ninja $programs $(list_programs "$pattern") || exit 1
     for name in "$@"; do
         if ctest --test-dir build/quick -N -R "$name" | grep -q -x 'Total Tests: 0'; then
             complain "test: no test of the quick build has a name like: $name"
