@@ -1,18 +1,17 @@
 // Private header: 64 bytes as one value, for machines that have the widest instructions (simd_machine.h).
 //
 // SBlockAvx512 has the interface of SBlockAvx2 (simd_block_wide.h), with blocks of 16 bytes for the end of a text as
-// there. No operation uses it: kernels are compiled and tested in it, so that it can be measured on machines that have
-// it, and until it has proven itself for an operation there, the wide form is taken. Its members may be called from a
-// widest region only.
+// there. No operation uses it yet, because what it would gain an operation has not been measured; the kernels are compiled
+// and tested in it, so that it can be. Its members may be called from a widest region only.
 //
 // The intrinsics in words, where they do more than those of 32 bytes on twice as many:
 //     _mm512_cmp..._epi8_mask        what holds for each byte, as one bit for each, byte 0 lowest
 //     _mm512_movm_epi8               such bits as a mask of bytes
 //     _mm512_movepi8_mask            the top bit of each byte, as one bit for each
-//     _mm512_reduce_add_epi64        the sum of the eight 64-bit values
-//     _mm512_shuffle_i64x2           the four quarters in a new order
-//     _mm512_broadcast_i32x4         16 bytes in each quarter
-//     _mm512_extracti32x4_epi32      one of the quarters
+//     _mm512_maskz_...               of lanes whose bit in a mask is not set nothing but zero
+//     _mm512_..._shuffle_i64x2       the four quarters in a new order
+//     _mm512_..._broadcast_i32x4     16 bytes in each quarter
+//     _mm512_..._extracti32x4_epi32  one of the quarters
 #pragma once
 
 #include "simd_block_wide.h"
@@ -45,7 +44,15 @@ struct SBlockAvx512
             m_Sums = _mm512_add_epi64(m_Sums, _mm512_sad_epu8(_mm512_sub_epi8(zero, mask.m_Bytes), zero));
         }
         void Add(const SBlockSse2 &mask) { m_Tail.Add(mask); }
-        u32 Total() const { return static_cast<u32>(_mm512_reduce_add_epi64(m_Sums)) + m_Tail.Total(); }
+        u32 Total() const
+        {
+            u64 sums[kBytes / sizeof(u64)];
+            _mm512_storeu_si512(sums, m_Sums);
+            u64 total = m_Tail.Total();
+            for (const u64 sum : sums)
+                total += sum;
+            return static_cast<u32>(total);
+        }
     };
 
     __m512i m_Bytes;
@@ -54,11 +61,11 @@ struct SBlockAvx512
     void StorePadded(void *block) const { _mm512_storeu_si512(block, m_Bytes); }
 
     static SBlockAvx512 Fill(u8 value) { return {_mm512_set1_epi8(static_cast<char>(value))}; }
-    static SBlockAvx512 Repeat(const CTail &bytes) { return {_mm512_broadcast_i32x4(bytes.m_Bytes)}; }
+    static SBlockAvx512 Repeat(const CTail &bytes) { return {_mm512_maskz_broadcast_i32x4(kAllWords, bytes.m_Bytes)}; }
     template <int index>
     CTail Part() const
     {
-        return {_mm512_extracti32x4_epi32(m_Bytes, index)};
+        return {_mm512_maskz_extracti32x4_epi32(kAllWordsOfTail, m_Bytes, index)};
     }
 
     static SBlockAvx512 EqualBytes(const SBlockAvx512 &a, const SBlockAvx512 &b)
@@ -84,9 +91,10 @@ struct SBlockAvx512
 
     SBlockAvx512 Reversed() const
     {
-        const __m512i backwards = _mm512_broadcast_i32x4(
-            _mm_setr_epi8(0xF, 0xE, 0xD, 0xC, 0xB, 0xA, 0x9, 0x8, 0x7, 0x6, 0x5, 0x4, 0x3, 0x2, 0x1, 0x0));
-        return {_mm512_shuffle_epi8(_mm512_shuffle_i64x2(m_Bytes, m_Bytes, kQuartersBackwards), backwards)};
+        const __m512i backwards = _mm512_maskz_broadcast_i32x4(
+            kAllWords, _mm_setr_epi8(0xF, 0xE, 0xD, 0xC, 0xB, 0xA, 0x9, 0x8, 0x7, 0x6, 0x5, 0x4, 0x3, 0x2, 0x1, 0x0));
+        return {_mm512_shuffle_epi8(_mm512_maskz_shuffle_i64x2(kAllHalves, m_Bytes, m_Bytes, kQuartersBackwards),
+                                    backwards)};
     }
 
     static bool Same(const SBlockAvx512 &a, const SBlockAvx512 &b) { return _Differences(a, b) == 0; }
@@ -101,6 +109,12 @@ struct SBlockAvx512
 
 private:
     static constexpr int kQuartersBackwards = 0x1B; // 3 2 1 0
+
+    // With a mask of all, which costs nothing: g++ 12 warns of what the forms without one leave undefined
+    // (https://gcc.gnu.org/PR105593).
+    static constexpr __mmask16 kAllWords = 0xFFFF;
+    static constexpr __mmask8 kAllHalves = 0xFF;
+    static constexpr __mmask8 kAllWordsOfTail = 0xF;
 
     static u64 _Differences(const SBlockAvx512 &a, const SBlockAvx512 &b)
     {
