@@ -187,6 +187,18 @@ printf '#define NAMES QV_SIMD_WIDE_EXTENSIONS(A, B) ",lzcnt"\n' |
     bites wide_extensions Runtime/qv_kernel/layer_0/kr_simd/simd_machine.h
 printf 'add_compile_options(-mlzcnt)\n' | bites wide_extensions Runtime/qv_kernel/CMakeLists.txt
 
+printf '#include <immintrin.h>\n' | bites intrinsics $source
+printf '#include <arm_neon.h>\n' | bites intrinsics $source
+printf 'void f() { _mm_pause(); }\n' | bites intrinsics $source
+printf 'int f(__m256i bytes);\n' | bites intrinsics $source
+printf 'int n = static_cast<int>(_tzcnt_u64(1));\n' | bites intrinsics $source
+printf 'auto mask = vceqq_u8(a, b);\n' | bites intrinsics $source
+printf 'uint8x16_t bytes;\n' | bites intrinsics $source
+printf 'bool b = __builtin_cpu_supports(name);\n' | bites intrinsics $source
+printf 'QV_SIMD_WIDE_BEGIN\n' | bites intrinsics $source
+printf 'namespace Quorvane::Internal::Wide\n{\n' | bites intrinsics $source
+printf '#include "kernel.inc"\n#include "../kr_string/kernel.inc"\n' | bites intrinsics $source
+
 printf 'void g(char *);\nvoid f()\n{ char b[5000];\ng(b); }\n' | bites stack $source
 printf 'void g(char *);\nvoid f(int n)\n{ char b[10];\ng(b);\nif (n != 0) f(n - 1);\ng(b); }\n' | bites stack $source
 printf 'void g(char *);\nvoid f(int n)\n{ char b[n];\ng(b); }\n' | bites stack $source
