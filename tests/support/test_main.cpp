@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "kr_simd/simd_wide.h"
+#include "kr_simd/simd_machine.h"
 
 namespace
 {
@@ -23,7 +23,7 @@ int main(int argc, char **argv)
 {
     ::testing::InitGoogleTest(&argc, argv);
     if (std::getenv("QV_TEST_NO_WIDE") != nullptr)
-        Quorvane::Internal::AllowWideInstructions(false);
+        Quorvane::Internal::Simd::AllowWideInstructions(false);
     // The listeners own it.
     ::testing::UnitTest::GetInstance()->listeners().Append(new CLocaleKeeper);
     return RUN_ALL_TESTS();

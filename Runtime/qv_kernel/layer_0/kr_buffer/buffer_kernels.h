@@ -14,7 +14,6 @@
 #include "kr_buffer.h"
 
 #include "../kr_simd/simd_block_widest.h"
-#include "../kr_simd/simd_wide.h"
 #include "buffer_bitmap.h"
 #include "character_table.h"
 #include "escape_tables.h"

@@ -29,7 +29,7 @@
 #define QV_SIMD_LEVEL 2
 #endif
 
-#if QV_SIMD_LEVEL >= 2 && defined(__x86_64__) && (defined(__GNUC__) || defined(__clang__))
+#if QV_SIMD_LEVEL >= 2 && defined(__x86_64__)
 #define QV_SIMD_HAS_WIDE 1
 #define QV_SIMD_HAS_WIDEST 1
 #include <immintrin.h>
@@ -40,11 +40,7 @@
 
 // A walk and its steps must become one loop: as calls they would pass every block through memory. For short texts the
 // call of a kernel itself costs more than its work, too.
-#if defined(__GNUC__) || defined(__clang__)
 #define QV_SIMD_INLINE __attribute__((always_inline))
-#else
-#define QV_SIMD_INLINE
-#endif
 
 #if QV_SIMD_HAS_WIDE
 

@@ -63,27 +63,13 @@ constexpr bool HoldsByte(u64 word, u8 byte)
 // The number of zero bits below the lowest one that is set. Requires: a value other than 0.
 inline u32 TrailingZeroBits(u64 value)
 {
-#if defined(_MSC_VER) && !defined(__clang__)
-    u32 count = 0;
-    while ((value >> count & 1) == 0)
-        ++count;
-    return count;
-#else
     return static_cast<u32>(__builtin_ctzll(value));
-#endif
 }
 
 // The index of the highest bit that is set. Requires: a value other than 0.
 inline u32 HighestSetBit(u64 value)
 {
-#if defined(_MSC_VER) && !defined(__clang__)
-    u32 index = 63;
-    while ((value >> index & 1) == 0)
-        --index;
-    return index;
-#else
     return 63 - static_cast<u32>(__builtin_clzll(value));
-#endif
 }
 
 // The number of bits that are set: sums of neighbouring pairs, fours and bytes, as not every machine of the kind counts.

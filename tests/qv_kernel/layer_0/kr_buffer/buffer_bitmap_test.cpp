@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "guarded_text.h"
-#include "kr_simd/simd_wide.h"
+#include "kr_simd/simd_block.h"
 
 namespace QuorvaneTest
 {
@@ -73,7 +73,7 @@ CIndices Expected(u32 count, const IsMatch &isMatch)
 CGuardedText Padded(const std::string &text)
 {
     std::string padded = text;
-    padded.resize((text.size() / Internal::SBlock::kBytes + 1) * Internal::SBlock::kBytes);
+    padded.resize((text.size() / Internal::Simd::SBlock::kBytes + 1) * Internal::Simd::SBlock::kBytes);
     return CGuardedText(padded.data(), padded.size());
 }
 
@@ -81,8 +81,8 @@ CGuardedText Padded(const std::string &text)
 class BufferBitmap : public testing::TestWithParam<bool>
 {
 protected:
-    void SetUp() override { Internal::AllowWideInstructions(GetParam()); }
-    void TearDown() override { Internal::AllowWideInstructions(true); }
+    void SetUp() override { Internal::Simd::AllowWideInstructions(GetParam()); }
+    void TearDown() override { Internal::Simd::AllowWideInstructions(true); }
 
     u64 m_Bitmap[Internal::Buffer::kBitmapWords];
 };

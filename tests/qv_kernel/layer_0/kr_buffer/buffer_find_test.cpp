@@ -14,7 +14,7 @@
 #include "kr_buffer.h"
 #include "kr_buffer/buffer_find.h"
 #include "kr_buffer/buffer_kernels.h"
-#include "kr_simd/simd_wide.h"
+#include "kr_simd/simd_machine.h"
 
 namespace
 {
@@ -309,7 +309,7 @@ TEST(BufferFind, ATerminatedTextIsSearchedUpToItsFirstTerminatorInBothForms)
     const CGuardedPage page;
     for (const bool wide : {false, true})
     {
-        Internal::AllowWideInstructions(wide);
+        Internal::Simd::AllowWideInstructions(wide);
         // A needle of rare characters, one of frequent ones, and single ones.
         for (const std::string needle : {"zebra", "text", "a longer needle that holds an X somewhere in it", "z", "e"})
         {
@@ -340,7 +340,7 @@ TEST(BufferFind, ATerminatedTextIsSearchedUpToItsFirstTerminatorInBothForms)
             }
         }
     }
-    Internal::AllowWideInstructions(true);
+    Internal::Simd::AllowWideInstructions(true);
 }
 
 TEST(BufferFind, ATerminatedTextHoldsTheEmptyNeedleAndNoLongerOne)

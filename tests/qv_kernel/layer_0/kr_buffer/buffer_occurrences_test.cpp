@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "guarded_text.h"
-#include "kr_simd/simd_wide.h"
+#include "kr_simd/simd_machine.h"
 
 namespace QuorvaneTest
 {
@@ -64,8 +64,8 @@ u64 WastedOn(const std::string &text, const std::string &pattern, CIndices &outI
 class BufferOccurrences : public testing::TestWithParam<bool>
 {
 protected:
-    void SetUp() override { Internal::AllowWideInstructions(GetParam()); }
-    void TearDown() override { Internal::AllowWideInstructions(true); }
+    void SetUp() override { Internal::Simd::AllowWideInstructions(GetParam()); }
+    void TearDown() override { Internal::Simd::AllowWideInstructions(true); }
 };
 
 } // namespace
