@@ -127,7 +127,7 @@ constexpr u32 kWantedBatch = 64;
 
 // By a query of 1 to 64 characters.
 template <typename TextAt, typename Take>
-QV_INTERNAL_NOINLINE bool WeighAllByMasks(SText query, u32 count, TextAt textAt, const Take &take)
+QV_INTERNAL_NOINLINE bool WeighAllByMasks(SText query, u32 count, TextAt textAt, Take take)
 {
     const CQuery scorer(query);
     float weights[kBatch];
@@ -144,8 +144,7 @@ QV_INTERNAL_NOINLINE bool WeighAllByMasks(SText query, u32 count, TextAt textAt,
 
 // Those that are wanted, by a query of 1 to 64 characters.
 template <typename TextAt, typename Wants, typename Take>
-QV_INTERNAL_NOINLINE bool WeighWantedByMasks(SText query, u32 count, TextAt textAt, const Wants &wants,
-                                             const Take &take)
+QV_INTERNAL_NOINLINE bool WeighWantedByMasks(SText query, u32 count, TextAt textAt, Wants wants, Take take)
 {
     const CQuery scorer(query);
     u32 indices[kWantedBatch];
@@ -168,7 +167,7 @@ QV_INTERNAL_NOINLINE bool WeighWantedByMasks(SText query, u32 count, TextAt text
 
 // One by one: longer queries have nothing to keep from one to the next.
 template <typename TextAt, typename Wants, typename Take>
-QV_INTERNAL_NOINLINE bool WeighPairs(SText query, u32 count, TextAt textAt, const Wants &wants, const Take &take)
+QV_INTERNAL_NOINLINE bool WeighPairs(SText query, u32 count, TextAt textAt, Wants wants, Take take)
 {
     bool granted = true;
     for (u32 i = 0; i < count; ++i)
@@ -190,7 +189,7 @@ inline bool HasMasks(SText query)
 
 // By any query.
 template <typename TextAt, typename Take>
-bool WeighAll(SText query, u32 count, TextAt textAt, const Take &take)
+bool WeighAll(SText query, u32 count, TextAt textAt, Take take)
 {
     return HasMasks(query) ? WeighAllByMasks(query, count, textAt, take)
                            : WeighPairs(
@@ -199,7 +198,7 @@ bool WeighAll(SText query, u32 count, TextAt textAt, const Take &take)
 
 // Those that are wanted, by any query.
 template <typename TextAt, typename Wants, typename Take>
-bool WeighWanted(SText query, u32 count, TextAt textAt, const Wants &wants, const Take &take)
+bool WeighWanted(SText query, u32 count, TextAt textAt, Wants wants, Take take)
 {
     return HasMasks(query) ? WeighWantedByMasks(query, count, textAt, wants, take)
                            : WeighPairs(query, count, textAt, wants, take);

@@ -46,16 +46,8 @@ public:
 
     void Take(u32 index, float weight)
     {
-        if (!_Qualifies(weight))
-            return;
-        _ForgetVerdicts();
-        if (m_Best.Count() == m_Limit)
-        {
-            std::pop_heap(m_Best.begin(), m_Best.end(), SIsBetter());
-            m_Best.PopBack();
-        }
-        m_Best.PushBack(RankedElement(index, weight));
-        std::push_heap(m_Best.begin(), m_Best.end(), SIsBetter());
+        if (_Qualifies(weight))
+            _Keep(RankedElement(index, weight));
     }
 
     void Sort() { std::sort_heap(m_Best.begin(), m_Best.end(), SIsBetter()); }
@@ -89,6 +81,19 @@ private:
     bool _MayQualify(u32 length) const
     {
         return m_QueryLength == 0 || length == 0 || _Qualifies(Internal::Fuzzy::MaxWeight(m_QueryLength, length));
+    }
+
+    // Not inline: few entries of a long list are kept, and all are asked.
+    QV_INTERNAL_NOINLINE void _Keep(const RankedElement &element)
+    {
+        _ForgetVerdicts();
+        if (m_Best.Count() == m_Limit)
+        {
+            std::pop_heap(m_Best.begin(), m_Best.end(), SIsBetter());
+            m_Best.PopBack();
+        }
+        m_Best.PushBack(element);
+        std::push_heap(m_Best.begin(), m_Best.end(), SIsBetter());
     }
 
     void _ForgetVerdicts() { std::memset(m_Verdicts, Verdict_Unknown, sizeof(m_Verdicts)); }
