@@ -1,4 +1,4 @@
-// Edits of a text as a whole: reversing, replacing a character, stripping, escaping.
+// Edits of a text as a whole: reversing, repeating, replacing a character, stripping, escaping.
 #include <algorithm>
 #include <cstring>
 #include <string>
@@ -45,6 +45,30 @@ void AddReversal(size_t size)
         });
 #endif
     row.Limit("copy", CopyLimit(size));
+}
+
+// As many times as give about `size` characters.
+void AddRepetition(const std::string &piece, size_t size)
+{
+    const size_t times = size / piece.size();
+    CRow row("repeat_" + std::to_string(piece.size()), size);
+    row.Add("ours", [text = CString(piece.c_str()), times] { return text.Repeat(static_cast<u32>(times)); });
+    row.Add("std::string",
+            [piece, times]
+            {
+                std::string repeated;
+                repeated.reserve(piece.size() * times);
+                for (size_t i = 0; i < times; ++i)
+                    repeated += piece;
+                return repeated;
+            });
+    if (piece.size() == 1)
+        row.Add("std::string(n, c)", [piece, times] { return std::string(times, piece[0]); });
+#if QV_BENCH_QT
+    row.Add("QByteArray",
+            [text = QByteArray::fromStdString(piece), times] { return text.repeated(static_cast<int>(times)); });
+#endif
+    row.Limit("malloc+copy", MallocAndCopyLimit(size + 1));
 }
 
 void AddCharacterReplacement(size_t size)
@@ -212,6 +236,8 @@ void RegisterRows()
     {
         AddReversal(size);
         AddCharacterReplacement(size);
+        AddRepetition("-", size);
+        AddRepetition("Some/piece/of/16", size);
     }
     AddStripping();
     AddEscaping(65536);

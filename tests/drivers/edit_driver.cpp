@@ -88,6 +88,15 @@ void ModelReverse(SModel &model)
     model = result;
 }
 
+void ModelRepeat(SModel &model, u32 times)
+{
+    const SModel once = model;
+    model.Clear();
+    for (; times != 0; --times)
+        for (u32 i = 0; i < once.m_Length; ++i)
+            model.Push(once.m_Text[i]);
+}
+
 void ModelReplace(SModel &model, const SModel &pattern, const SModel &replacement)
 {
     SModel result;
@@ -213,7 +222,7 @@ void SWalk::Edit(u32 index)
 {
     CString &string = m_Strings[index];
     SModel &model = m_Models[index];
-    switch (m_Random.Next(8))
+    switch (m_Random.Next(9))
     {
     case 0:
         string.ToUppercase();
@@ -248,6 +257,14 @@ void SWalk::Edit(u32 index)
         string = string.Reversed();
         ModelReverse(model);
         break;
+    case 7:
+    {
+        // As often as the model has room for.
+        const u32 times = m_Random.Next(model.m_Length <= kMaxText / 2 ? 4 : 2);
+        string = string.Repeat(times);
+        ModelRepeat(model, times);
+        break;
+    }
     default:
         string.Uncomment();
         // The model does not know where comments are: nothing but blanks may have come in.

@@ -356,6 +356,7 @@ void MeasureOthers()
     Measure("ToUppercase", kPlain, edited(&CString::ToUppercase));
     Measure("Escape", kPlain, edited(&CString::Escape));
     Measure("Unescape", kPlain, edited(&CString::Unescape));
+    Measure("Repeat", kPlain, [&] { static_cast<void>(text.Repeat(3)); });
     Measure("Append, prepend, join", kPlain,
             [&]
             {

@@ -38,7 +38,7 @@ public:
         m_Shared = (choice & 1) != 0 ? m_String : CString();
         m_SharedText = (choice & 1) != 0 ? m_Text : std::string();
         m_Watch.BeginStep();
-        switch ((choice >> 1) % 11)
+        switch ((choice >> 1) % 12)
         {
         case 0:
             return _Begin();
@@ -60,8 +60,10 @@ public:
             return _Reverse();
         case 9:
             return _Uncomment();
-        default:
+        case 10:
             return _Indent();
+        default:
+            return _Repeat();
         }
     }
 
@@ -203,6 +205,15 @@ private:
         // Whoever shares the characters sees it.
         m_SharedText = ModelReversed(m_SharedText);
         _Expect(ModelReversed(m_Text));
+    }
+
+    void _Repeat()
+    {
+        const u32 times = m_Input.Below(5);
+        const CString repeated = m_String.Repeat(times);
+        _ExpectCopy(repeated, ModelRepeated(m_Text, times));
+        m_String = repeated;
+        _Expect(ModelRepeated(m_Text, times));
     }
 
     void _Uncomment()

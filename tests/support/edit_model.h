@@ -109,11 +109,19 @@ inline std::string ModelStrip(const std::string &text, const std::string &set)
     return ModelStripLeft(ModelStripRight(text, set), set);
 }
 
-// Reversing and replacing.
+// Reversing, repeating and replacing.
 
 inline std::string ModelReversed(const std::string &text)
 {
     return std::string(text.rbegin(), text.rend());
+}
+
+inline std::string ModelRepeated(const std::string &text, unsigned times)
+{
+    std::string result;
+    for (unsigned i = 0; i < times; ++i)
+        result += text;
+    return result;
 }
 
 // Where the pattern occurs, left to right and without overlap. The pattern is not empty.

@@ -343,6 +343,7 @@ private:
 //     Escape, Unescape         -                      -                      -
 //     Ident                    gives the blanks       gives the blanks       by length
 //     Reverse, Strip           -                      -                      by length
+//     Repeat it                null                   null; once: itself     by length
 //     Strip with a set of it   -                      -                      - (a set is a text)
 //     Uncomment                -                      -                      reports
 //     Replace in it            null                   the string itself      the string itself
@@ -577,6 +578,12 @@ public:
     // `Reversed` never touches this string. Fails (Reversed): an empty string.
     CString &Reverse();
     CString Reversed() const;
+
+    // A new string: the characters `times` times in a row, embedded terminators included. An empty string for none, and
+    // a copy of the handle for once.
+    // Report "data != null" for a container without characters.
+    // Fails: an empty string, also where the result would be too long.
+    CString Repeat(u32 times) const;
 
     // Removes characters of the set from both ends, the start or the end. A null or empty set strips nothing; a string
     // of nothing else is emptied. Nothing to strip leaves a shared container shared. Returns: this string.

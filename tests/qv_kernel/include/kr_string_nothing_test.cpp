@@ -297,6 +297,15 @@ TEST(StringOfNothing, StripWithASetOfIt)
         ExpectNoEffect(string, [=](CString &edited) { edited.Strip(set).StripLeft(set).StripRight(set); });
 }
 
+TEST(StringOfNothing, RepeatIt)
+{
+    EXPECT_TRUE(IsNull(Null().Repeat(2)));
+    const CString empty = Empty();
+    EXPECT_TRUE(IsNull(empty.Repeat(2)));
+    EXPECT_TRUE(IsSame(empty.Repeat(1), empty));
+    EXPECT_EQ(TextOf(Begun().Repeat(2)), TerminatorAnd("ab") + TerminatorAnd("ab"));
+}
+
 TEST(StringOfNothing, Uncomment)
 {
     const auto uncomment = [](CString &string) { string.Uncomment(); };
