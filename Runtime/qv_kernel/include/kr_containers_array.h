@@ -328,6 +328,72 @@ struct TTypeTraits<TArray<T, Controller>>
     static constexpr bool HasTrivialRelocate = true;
 };
 
+// ---- Where memory comes from ----------------------------------------------------------------------------------------
+
+// All other bodies are in private headers. These stand here because the place that allocators and the handler of
+// assertions are told is this header.
+
+template <typename T, typename Controller, bool HasTrivialRelocate>
+bool TArray_BaseContainerImpl<T, Controller, HasTrivialRelocate>::_ReallocBuffer(u32 newMaxCount)
+{
+    if (QV_INTERNAL_FAILS(newMaxCount >= _Count()))
+        return false;
+    if (g_KRContainersConfig_MonitorTArrays)
+        CContainersMonitorTArrays::RegisterNewMemoryMovement((s64(newMaxCount) - s64(m_MaxCount)) * s64(kElementBytes));
+    if (newMaxCount == 0)
+    {
+        _FreeBuffer();
+        return true;
+    }
+
+    const u64 bytes = newMaxCount * kElementBytes;
+    T *data = nullptr;
+    if constexpr (HasTrivialRelocate)
+        data = static_cast<T *>(
+            Mem::_RawRealloc(m_Data, bytes, _BlockAlignment(), Mem::AllocType_Generic, QV_INTERNAL_MEM_SITE));
+    else
+        data = _MoveToNewBuffer(bytes);
+    if (data == nullptr)
+    {
+        _ReportRefusedGrowth(newMaxCount, bytes);
+        return false;
+    }
+    m_Data = data;
+    m_MaxCount = newMaxCount;
+    return true;
+}
+
+// For elements whose bytes may not be moved. Returns the new block, the old one is gone; or null, and nothing is.
+template <typename T, typename Controller, bool HasTrivialRelocate>
+T *TArray_BaseContainerImpl<T, Controller, HasTrivialRelocate>::_MoveToNewBuffer(u64 bytes)
+{
+    T *const data = static_cast<T *>(
+        Mem::_RawAlloc(bytes, _BlockAlignment(), Mem::AllocType_Generic, Mem::Origin_Alloc, QV_INTERNAL_MEM_SITE));
+    if (data == nullptr)
+        return nullptr;
+    Internal::TRangeRelocator<T, false>::Relocate(data, m_Data, m_Count);
+    Mem::_RawFree(m_Data, Mem::AllocType_Generic, Mem::Origin_Alloc, QV_INTERNAL_MEM_SITE);
+    return data;
+}
+
+template <typename T, typename Controller, bool HasTrivialRelocate>
+void TArray_BaseContainerImpl<T, Controller, HasTrivialRelocate>::_FreeBuffer()
+{
+    Mem::_RawFree(m_Data, Mem::AllocType_Generic, Mem::Origin_Alloc, QV_INTERNAL_MEM_SITE);
+    m_Data = nullptr;
+    m_MaxCount = 0;
+}
+
+// The name of the element type stays empty: there is none without run-time types.
+template <typename T, typename Controller, bool HasTrivialRelocate>
+void TArray_BaseContainerImpl<T, Controller, HasTrivialRelocate>::_ReportRefusedGrowth(u32 newMaxCount, u64 bytes)
+{
+    QV_ASSERT_MESSAGE(false, "could not grow array of TArray<%s> to %d elements (%llu bytes)\n", "",
+                      static_cast<s32>(newMaxCount), bytes);
+    static_cast<void>(newMaxCount);
+    static_cast<void>(bytes);
+}
+
 } // namespace Quorvane
 
 #include "kr_internal/kr_containers_array_inline.h"
