@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "../kr_buffer/buffer_bitmap.h"
+#include "null_text.h"
 #include "split_pieces.h"
 
 namespace Quorvane
@@ -55,7 +56,7 @@ void SplitBatch(TArray<CString> &outPieces, const CString &source, const u8 *tab
 {
     outPieces.Clear();
     const char *const text = source.Data();
-    if (QV_INTERNAL_FAILS_TEXT("_P::m_Ptr != null", text != nullptr))
+    if (QV_INTERNAL_FAILS_TEXT(Internal::String::kContainerCheck, text != nullptr))
         return;
     if (table[0] != 0)
         SplitListed(outPieces, text, source.Length(), table);

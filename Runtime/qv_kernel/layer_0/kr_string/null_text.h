@@ -1,10 +1,13 @@
-// Null counts as empty: texts and views that may be null, and what was looked for and may be null for not found.
+// What may be null: texts and views, for which it counts as empty, containers, and what was looked for.
 #pragma once
 
 #include "kr_string.h"
 
 namespace Quorvane::Internal::String
 {
+
+// What is reported where a handle has no container, or could not get its own: the check of the pointer it consists of.
+constexpr const char *kContainerCheck = "_P::m_Ptr != null";
 
 inline bool IsNullOrEmpty(const char *text)
 {

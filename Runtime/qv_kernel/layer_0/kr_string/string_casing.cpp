@@ -43,7 +43,7 @@ void ConvertInPlace(CString &string)
     if (string.Empty())
         return;
     char *const data = string.RawDataForWriting();
-    if (QV_INTERNAL_FAILS_TEXT("_P::m_Ptr != null", data != nullptr))
+    if (QV_INTERNAL_FAILS_TEXT(Internal::String::kContainerCheck, data != nullptr))
         return;
     Convert(data, string.Length());
 }
@@ -117,7 +117,7 @@ CString CString::ConformedTo(ECasingType casing) const
     // The private copy of a container that is shared with the result, and its conversion, in one pass.
     PStringContainer copy = CStringContainer::New(null, Length());
     CStringContainer *container = copy.Get();
-    if (QV_INTERNAL_FAILS_TEXT("_P::m_Ptr != null", container != nullptr))
+    if (QV_INTERNAL_FAILS_TEXT(Internal::String::kContainerCheck, container != nullptr))
         return CString();
     if (casing == CasingType_Lowercase)
         SNativeStringUtils::Lowercase_16(container->Data(), Data(), container->Length());

@@ -23,6 +23,8 @@ using Internal::Buffer::ToBytes;
 using Internal::Simd::SBlock;
 using Internal::String::IsNullOrEmpty;
 
+constexpr const char *kDataCheck = "m_Container->Data() != null";
+
 // Short texts are compared right here, where most of the time would go into calls.
 constexpr u32 kShortText = 2 * SBlock::kBytes;
 
@@ -166,7 +168,7 @@ bool CString::Compare(const char *other, ECaseSensitivity caseSensitivity) const
     if (m_Container == null)
         return IsNullOrEmpty(other);
     const char *data = Data();
-    QV_INTERNAL_ASSERT_TEXT("m_Container->Data() != null", data != nullptr);
+    QV_INTERNAL_ASSERT_TEXT(kDataCheck, data != nullptr);
     if (other == nullptr || data == nullptr)
         return IsNullOrEmpty(data) && IsNullOrEmpty(other);
     if (caseSensitivity != CaseSensitive)
@@ -179,7 +181,7 @@ bool CString::Compare(const CStringView &other, ECaseSensitivity caseSensitivity
     if (m_Container == null)
         return other.Empty();
     const char *data = Data();
-    QV_INTERNAL_ASSERT_TEXT("m_Container->Data() != null", data != nullptr);
+    QV_INTERNAL_ASSERT_TEXT(kDataCheck, data != nullptr);
     if (other.Empty())
         return IsNullOrEmpty(data);
     const u32 length = Length();

@@ -17,6 +17,8 @@ namespace
 
 namespace String = Internal::String;
 
+constexpr const char *kTerminatorCheck = "data[newLength] == '\\0'";
+
 // Zeroes the last block of new characters, and reports memory that is not aligned.
 void ZeroNewLastBlock(char *characters, u32 length)
 {
@@ -156,7 +158,7 @@ void CStringContainer::_SetLength(u32 newLength)
     if (QV_INTERNAL_FAILS(newLength < kLengthMask))
         return;
     const bool fits = newLength < m_Capacity && data != nullptr;
-    QV_INTERNAL_ASSERT_TEXT("data[newLength] == '\\0'", fits && data[newLength] == '\0');
+    QV_INTERNAL_ASSERT_TEXT(kTerminatorCheck, fits && data[newLength] == '\0');
     if (!fits)
         return;
     // Up to the old terminator, which is zero already; of a longer text, to the end of its last block.
@@ -185,7 +187,7 @@ void CStringContainer::Rebuild()
     if (data == nullptr)
         return;
     const void *terminator = std::memchr(data, '\0', m_Capacity);
-    QV_INTERNAL_ASSERT_TEXT("data[newLength] == '\\0'", terminator != nullptr);
+    QV_INTERNAL_ASSERT_TEXT(kTerminatorCheck, terminator != nullptr);
     // Characters that fill all the room lose the last one to the terminator.
     char *end = terminator != nullptr ? data + (static_cast<const char *>(terminator) - data) : data + m_Capacity - 1;
     *end = '\0';

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "kr_mem_utils.h"
+#include "null_text.h"
 #include "string_block.h"
 
 namespace Quorvane
@@ -49,7 +50,7 @@ CString &CString::Unescape()
         return *this;
     _MakeUnique();
     CStringContainer *container = m_Container.Get();
-    const bool isMissing = QV_INTERNAL_FAILS_TEXT("_P::m_Ptr != null", container != nullptr);
+    const bool isMissing = QV_INTERNAL_FAILS_TEXT(Internal::String::kContainerCheck, container != nullptr);
     QV_INTERNAL_ASSERT_TEXT("m_Container->RefCount() == 1", !isMissing && container->RefCount() == 1);
     if (isMissing)
         return *this;

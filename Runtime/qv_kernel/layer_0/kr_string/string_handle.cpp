@@ -1,6 +1,8 @@
 // The string handle: construction, the private copy before a write, and clearing.
 #include "kr_string.h"
 
+#include "null_text.h"
+
 namespace Quorvane
 {
 
@@ -67,7 +69,7 @@ char &CString::LastForWriting()
 char &CString::_CharacterForWriting(u32 index)
 {
     char *data = RawDataForWriting();
-    if (QV_INTERNAL_FAILS_TEXT("_P::m_Ptr != null", data != nullptr))
+    if (QV_INTERNAL_FAILS_TEXT(Internal::String::kContainerCheck, data != nullptr))
         return ScratchCharacter();
     return data[index];
 }

@@ -9,7 +9,7 @@ namespace Quorvane
 namespace
 {
 
-typedef bool (*FMatcher)(const char *pattern, const char *str);
+using FMatcher = bool (*)(const char *pattern, const char *str);
 
 // What an empty string matches: null, and nothing but stars.
 bool MatchesEmpty(const char *pattern)
