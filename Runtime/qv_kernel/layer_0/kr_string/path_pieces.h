@@ -109,6 +109,8 @@ struct SPathPieces
         m_LeftLength = left.m_Kept;
         m_Right = b + bSkip;
         m_RightLength = bLen - bSkip;
+        // One between two sides that have characters left; where the left one has none, one for the root, if either
+        // side began with a slash.
         m_Slash = m_LeftLength != 0 ? m_RightLength != 0 : bRooted || left.m_WasRoot;
     }
 

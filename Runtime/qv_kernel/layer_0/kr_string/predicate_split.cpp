@@ -22,6 +22,7 @@ CPredicateSplit::CPredicateSplit(const char *data, u32 length, TArray<CString> &
     std::memset(m_IsSeparator, 0, sizeof(m_IsSeparator));
 }
 
+// A chunk is cut as soon as all of its characters have their answers.
 bool CPredicateSplit::Next(char &outCharacter)
 {
     while (m_Cut < m_Length)
@@ -43,7 +44,8 @@ bool CPredicateSplit::Next(char &outCharacter)
     return false;
 }
 
-// Whether there is a character to ask about before `end`. Almost all of them are met in the first chunk.
+// Whether there is a character to ask about before `end`. Almost all of them are met in the first chunk, which is
+// walked character by character: a bitmap would have to be made anew after each answer.
 bool CPredicateSplit::_FindUnknown(u32 end)
 {
     if (m_Cut == 0)
@@ -86,6 +88,7 @@ bool CPredicateSplit::_CutUpTo(u32 end)
         u32 next = 0;
         for (u32 i = 0; i < endCount; ++i)
         {
+            // A piece that began in an earlier chunk has no place among the begins of this one.
             const u32 first = m_InPiece ? m_First : m_Cut + begins[next++];
             m_InPiece = false;
             if (!sink.Add(m_Data + first, m_Cut + ends[i] - first))
@@ -102,7 +105,8 @@ bool CPredicateSplit::_CutUpTo(u32 end)
                              : cut(TStringSink<Piece_WithoutTerminator>(m_Pieces));
 }
 
-// Stores what stands behind the last separator.
+// Stores what stands behind the last separator. Where that one is the last character, a piece may seem to begin at the
+// end of the text.
 bool CPredicateSplit::_Finish()
 {
     const u32 length = m_InPiece && m_First < m_Length ? m_Length - m_First : 0;

@@ -75,6 +75,7 @@ private:
 
     bool _HasRoom(u32 count) const { return m_RoomEnd - m_WriteTo >= static_cast<s64>(count); }
 
+    // Whole steps end less than kStep behind the offset; what they write there is written over by what comes next.
     void _WriteText(u32 offset)
     {
         if (offset <= kShortOffset && _HasRoom(offset + kStep) &&
@@ -115,7 +116,7 @@ inline void WriteReplaced(char *writeTo, u32 newLength, const SReplacing &replac
         Write(writeTo, replacing.m_Text.Data(), newLength);
         return;
     }
-    // The zeros behind the text are in its last block.
+    // No step goes into the last block, where the zeros behind the result are written already.
     CReplacementWriter writer(writeTo, LastBlockStart(newLength), replacing);
     const u32 known = QVMin(count, offsets.Count());
     offsets.ForEach(known, [&](u32 offset) { writer.Replace(offset); });
@@ -145,6 +146,7 @@ inline bool WriteSameLength(char *writeTo, const SReplacing &replacing)
         any = true;
         if (at + patternLength > copied)
         {
+            // A chunk further than the match, so that matches close to each other share one copy.
             const u32 count = QVMin(length - copied, at - copied + patternLength + Buffer::kChunkCharacters);
             Write(writeTo + copied, text + copied, count);
             copied += count;

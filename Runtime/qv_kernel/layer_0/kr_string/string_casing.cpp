@@ -101,6 +101,7 @@ CString &CString::ConformTo(ECasingType casing)
         return ToUppercase();
     if (casing == CasingType_Lowercase)
         return ToLowercase();
+    // Other casings change no character, but make the container this string's own as a conversion does.
     if (!Empty())
         _MakeUnique();
     return *this;

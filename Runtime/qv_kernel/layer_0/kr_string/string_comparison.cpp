@@ -37,7 +37,8 @@ u32 FirstDifferenceInBlock(const char *a, const char *b, u32 at)
     return at + SBlock::FirstDifference(differences, SBlock::Fill(0));
 }
 
-// Equality of two containers' characters, at most kShortText of them. Each has at least one block.
+// Equality of two containers' characters, at most kShortText of them. Each has at least one block; the second one is
+// read only where it holds characters. What stands behind `length` in a block does not count.
 template <typename Comparison>
 bool EqualShort(const char *a, const char *b, u32 length)
 {
@@ -56,6 +57,8 @@ bool EqualInBlocks(const char *a, const char *b, u32 length, ECaseSensitivity ca
                                 : Internal::String::EqualCharactersSlow(a, b, length);
 }
 
+// Both have all `length` bytes, so the platform's routine and the wide kernel may read further than the first
+// difference.
 s32 OrderOfLong(const char *a, const char *b, u32 length, ECaseSensitivity caseSensitivity)
 {
     if (caseSensitivity == CaseSensitive)
@@ -86,6 +89,7 @@ s32 Order(const char *a, u32 lengthA, const char *b, u32 lengthB, ECaseSensitivi
     const u64 wanted = static_cast<u64>(lengthA) + 1;
     const u64 common = QVMin(wanted, Internal::String::PaddedBytes(lengthB));
     const s32 order = OrderOfBlocks<Comparison>(a, b, static_cast<u32>(common), caseSensitivity);
+    // Where no block of `b` differs, `a` goes on behind them, and is the greater one.
     return order == 0 && common < wanted ? 1 : order;
 }
 
@@ -189,6 +193,7 @@ bool CString::Compare(const CStringView &other, ECaseSensitivity caseSensitivity
         return false;
     if (caseSensitivity != CaseSensitive)
         return Internal::PlatformCompareCase(data, other.Data(), length) == 0;
+    // Not memcmp, which operator== takes: behind a terminator that both have, anything is equal.
     return data == other.Data() || std::strncmp(data, other.Data(), length) == 0;
 }
 

@@ -43,7 +43,8 @@ PStringContainer NewSum(const char *first, u32 firstLength, const char *second, 
     return container;
 }
 
-// Whether the fast path is that of an argument: a few characters from elsewhere, for which there is room.
+// Whether the fast path is that of an argument: a few characters from elsewhere, for which there is room. `length` - 1
+// wraps for 0, so that one comparison asks for both bounds.
 QV_SIMD_INLINE inline bool IsFastSum(const CStringContainer *container, const char *other, u32 length)
 {
     return container != nullptr && length - 1 < SGrowth::kMaxInlineCopy && SGrowth::MayGrowFast(*container) &&
@@ -106,6 +107,7 @@ bool PrependFromRoom(CStringContainer &container, const char *other, u32 length)
 
 bool PrependInPlace(CStringContainer &container, const char *other, u32 length)
 {
+    // What was searched will stand behind characters that were not.
     SGrowth::SetSearched(container, 0);
     if (SGrowth::OverlapsRoom(container, other, length))
         return PrependFromRoom(container, other, length);

@@ -94,6 +94,7 @@ PStringContainer CStringContainer::New(const char *str, u32 len)
     char *target = static_cast<char *>(block) + String::kContainerHeaderBytes;
     CStringContainer *container = new (block) CStringContainer(len, static_cast<u32>(characterBytes), target);
     QV_ASSERT(Mem::IsAligned<0x10>(target));
+    // First, since it zeroes all of the block, where the last characters go, too.
     ZeroNewLastBlock(target, len);
     if (str != nullptr)
         Mem::Internal::CopyDisjoint(target, str, len);
@@ -111,6 +112,7 @@ PStringContainer CStringContainer::NewResizable(const char *str, u32 len, u32 ca
     const u32 stringLen = len;
     const u32 capacityLen = capacity != 0 ? capacity : QVMax(len, String::kCharacterBlockBytes);
     QV_ASSERT(capacityLen >= stringLen);
+    // A capacity that was reported as too small does for the text all the same.
     const u64 bufferBytes = String::PaddedBytes(QVMax(capacityLen, stringLen));
     if (len >= kLengthMask || bufferBytes > 0xFFFFFFFFu)
         return PStringContainer();
@@ -161,7 +163,8 @@ void CStringContainer::_SetLength(u32 newLength)
     QV_INTERNAL_ASSERT_TEXT(kTerminatorCheck, fits && data[newLength] == '\0');
     if (!fits)
         return;
-    // Up to the old terminator, which is zero already; of a longer text, to the end of its last block.
+    // A shorter text leaves characters behind, up to the old terminator, from which on its block is zero already. Of a
+    // longer one, which the caller has written, the rest of the last block is not known to be zero.
     if (newLength < oldLength)
     {
         String::ZeroCharacters(data + newLength, oldLength - newLength);

@@ -19,7 +19,8 @@ using Internal::String::CountLeading;
 using Internal::String::LengthWithoutTrailing;
 using Internal::String::IsNullOrEmpty;
 
-// Moves what is left of a stripped text to its front: mostly little, for which a call costs more than the copy.
+// Moves what is left of a stripped text to its front: mostly little, for which a call costs more than the copy. Either
+// copy may overlap.
 void MoveToFront(char *data, u32 from, u64 byteCount)
 {
     if (byteCount > Mem::Internal::kShortCopyBytes)
@@ -35,6 +36,7 @@ CString &CString::Reverse()
     CStringContainer *container = m_Container.Get();
     if (CStringContainer::SafeLength(container) == 0)
         return *this;
+    // No private copy: every string that shares the characters sees them reversed.
     container->_ForgetSearched();
     char *data = container->Data();
     if (QV_INTERNAL_FAILS(data != null))
@@ -100,6 +102,7 @@ CString &CString::StripLeft(const char *chars)
     if (data == nullptr)
         return *this;
     const u32 newLength = length - stripped;
+    // With the terminator.
     MoveToFront(data, stripped, static_cast<u64>(newLength) + 1);
     m_Container->UnsafeSetLength(newLength);
     return *this;

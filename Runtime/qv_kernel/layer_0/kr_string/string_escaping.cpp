@@ -33,6 +33,7 @@ CString &CString::Escape()
 {
     if (Empty())
         return *this;
+    // No character becomes more than two.
     const u64 newCapacity = 2 * static_cast<u64>(Length());
     PStringContainer escaped = CStringContainer::New(null, Internal::String::CheckedLength(newCapacity + 1));
     if (escaped == null)
@@ -54,6 +55,8 @@ CString &CString::Unescape()
     QV_INTERNAL_ASSERT_TEXT("m_Container->RefCount() == 1", !isMissing && container->RefCount() == 1);
     if (isMissing)
         return *this;
+    // In place: no sequence is shorter than what it stands for. What was searched for backslashes has none, and so
+    // stays as it is and searched.
     container->UnsafeSetLength(SNativeStringUtils::Unescape(container->Data(), container->Data()));
     return *this;
 }

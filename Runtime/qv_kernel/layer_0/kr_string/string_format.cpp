@@ -12,6 +12,8 @@ namespace Quorvane
 CString CString::VAFormat(const char *format, va_list args)
 {
     QV_ASSERT(format != null);
+    // Little: the platform takes stack of its own, of which a thread may have no more than 16 KiB. Longer results take
+    // a block.
     constexpr u32 kStackBytes = 512;
     char buffer[kStackBytes];
     char *const bufferLast = buffer + kStackBytes - 1;

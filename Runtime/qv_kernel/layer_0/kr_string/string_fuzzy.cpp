@@ -86,6 +86,7 @@ private:
     // Not inline: few entries of a long list are kept, and all are asked.
     QV_INTERNAL_NOINLINE void _Keep(const RankedElement &element)
     {
+        // Verdicts depend on the worst element kept, which may be a better one now.
         _ForgetVerdicts();
         if (m_Best.Count() == m_Limit)
         {

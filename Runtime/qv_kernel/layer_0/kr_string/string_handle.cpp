@@ -48,6 +48,8 @@ void CString::RebuildAfterRawModification()
         m_Container->Rebuild();
 }
 
+// The reading access reports, and answers kNoCharacter where there is none: its address tells it from every character.
+
 char &CString::AtForWriting(u32 index)
 {
     const bool readable = &At(index) != &kNoCharacter;
@@ -83,6 +85,7 @@ void CString::Clear()
         m_Container.Clear();
         return;
     }
+    // Its own container keeps its room. The new length is checked for the terminator, which comes first.
     char *data = m_Container->Data();
     QV_ASSERT(data != null);
     *data = '\0';

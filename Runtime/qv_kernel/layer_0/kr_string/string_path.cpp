@@ -69,6 +69,8 @@ bool JoinInPlaceSlow(CStringContainer &container, SPathPieces pieces)
     QV_INTERNAL_ASSERT_TEXT("writeTo != null", writeToBegin != nullptr);
     SGrowth::KeepSearched(container, pieces.m_LeftLength);
     const char *writeTo = pieces.WriteBehindLeft(writeToBegin);
+    // Only Lengthen has set the length: not where the right side overlaps the room, nor where the path becomes shorter
+    // by the slashes that it loses.
     if (newLen != container.Length())
         SGrowth::EndAt(container, newLen);
     CheckJoined(writeToBegin, writeTo, newLen);
@@ -153,7 +155,8 @@ QV_INTERNAL_NOINLINE CString JoinManySlow(const TMemoryView<const CStringView> &
     return CString(std::move(path));
 }
 
-// The length of the path where the fast path is that of the pieces, else 0.
+// The length of the path where the fast path is that of the pieces, else 0. None of them is empty then, nor ends with a
+// slash, and only the first one may begin with one.
 u32 FastLength(const TMemoryView<const CStringView> &pieces)
 {
     u64 length = 0;
@@ -179,6 +182,7 @@ void WriteFast(const TMemoryView<const CStringView> &pieces, char *writeTo)
         writeTo += piece.Length();
         *writeTo++ = kSlash;
     }
+    // The slash behind the last piece is where the terminator belongs.
     writeTo[-1] = '\0';
 }
 
@@ -199,6 +203,7 @@ CString &CString::_JoinFast(const char *b, u32 bLen)
     CStringContainer *const container = m_Container.Get();
     const bool isFast = container != nullptr && IsFastJoin(*container, b, bLen);
     const bool isDone = isFast && JoinInPlaceFast(*container, b, bLen);
+    // When the fast path fails, growth was refused: it is not asked for again.
     return QV_INTERNAL_LIKELY(isDone) ? *this : _JoinSlow(b, bLen, !isFast);
 }
 

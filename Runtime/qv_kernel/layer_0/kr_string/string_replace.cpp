@@ -103,6 +103,7 @@ CString ReplacedUpToTerminator(const SReplacing &replacing, const char *terminat
 // is there.
 QV_INTERNAL_NOINLINE CString ReplaceMatchByMatch(const SReplacing &replacing, u32 count, const CMatchOffsets &offsets)
 {
+    // The block of the text as it is, before any replacement.
     Internal::CRawBlock work(static_cast<u64>(replacing.m_Text.Length()) + 1);
     if (work.Data() == nullptr)
         return CString();
@@ -147,6 +148,7 @@ CString CString::Replace(const CStringView &pattern, const CStringView &replacem
 {
     if (pattern.Empty() || pattern.Data() == nullptr)
         return *this;
+    // Up to the first terminator: what stands behind it is not searched, and not in the result.
     const u32 length = SNativeStringUtils::Length(Data());
     if (length == 0)
         return *this;

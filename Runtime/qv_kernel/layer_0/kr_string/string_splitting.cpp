@@ -45,7 +45,8 @@ public:
     {
         for (u32 i = 0; i < count;)
         {
-            // An empty one is written, too, and written over by the next.
+            // An empty one is written, too, and written over by the next: whether there is one would be a mispredicted
+            // branch.
             const char *first = begin;
             CStringView *to = m_Data + m_Count;
             CStringView *const end = m_Data + m_Room;

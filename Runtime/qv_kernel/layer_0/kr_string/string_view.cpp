@@ -96,12 +96,14 @@ bool CStringView::Compare(const CStringView &other, ECaseSensitivity caseSensiti
         return false;
     if (m_Data == nullptr || other.m_Data == nullptr)
         return m_Length == 0 || m_Data == other.m_Data;
+    // Not memcmp, which operator== takes: behind a terminator that both have, anything is equal.
     return caseSensitivity != CaseSensitive ? Internal::PlatformCompareCase(m_Data, other.m_Data, m_Length) == 0
                                             : std::strncmp(m_Data, other.m_Data, m_Length) == 0;
 }
 
 bool CStringView::operator==(const char *other) const
 {
+    // A view with a terminator in it is the same as no terminated text.
     return LengthToTerminator(*this) == m_Length && Compare(other, CaseSensitive);
 }
 
