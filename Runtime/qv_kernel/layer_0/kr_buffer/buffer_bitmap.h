@@ -18,7 +18,7 @@ namespace Quorvane::Internal::Buffer
 constexpr u32 kBitmapWordBits = 64;
 constexpr u32 kBitmapWords = 16;
 constexpr u32 kChunkCharacters = kBitmapWordBits * kBitmapWords; // at most: the lists of a chunk lie on the stack
-constexpr u32 kIndexSlack = 4;
+constexpr u32 kIndexSlack = 4; // how far a list may be written behind its end: indices are written some at a time
 static_assert(kChunkCharacters <= 0x10000, "an index has 16 bits");
 
 // Each finds, among the first `count` characters of a text, at most kChunkCharacters:

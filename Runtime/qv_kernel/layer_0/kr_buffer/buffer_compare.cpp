@@ -13,7 +13,7 @@ using namespace Internal::Buffer;
 
 bool SNativeStringUtils::Equal_16(const void *a, const void *b, u32 length)
 {
-    // From a few blocks on, the platform's routine is as wide as the machine.
+    // One block. Beyond it, the platform's routine is as wide as the machine.
     constexpr u32 kMaxForBlocks = 16;
     if (length > kMaxForBlocks)
         return std::memcmp(a, b, length) == 0;

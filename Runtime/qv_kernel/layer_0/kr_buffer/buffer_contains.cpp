@@ -57,6 +57,7 @@ bool ContainsInWindows(const char *str, const char *needle, std::size_t needleLe
     for (std::size_t window = kFirstWindow;; window = QVMin(2 * window, kMaxWindow))
     {
         const std::size_t length = QVMax(window, least);
+        // A window may reach beyond the text: memchr reads in order, as far as can be told, and stops at what it finds.
         const char *const end = static_cast<const char *>(std::memchr(str, 0, length));
         if (end != nullptr)
             return FindMeasured<TCase>(str, static_cast<std::size_t>(end - str), needle, needleLength) != nullptr;

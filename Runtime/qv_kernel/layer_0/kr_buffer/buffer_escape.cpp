@@ -119,6 +119,7 @@ char *PutEscaped(const char *src, const char *end, char *dst)
 char *TakeUnescaped(const char *&src, const char *end, char *dst)
 {
     char character = *src++;
+    // A backslash at the end has nothing behind it, and stands for itself, as one before any other character does.
     if (character == '\\' && src != end)
     {
         const char meant = kCharacterOfLetter.m_Of[static_cast<u8>(*src)];

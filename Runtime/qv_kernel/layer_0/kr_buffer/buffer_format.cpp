@@ -52,6 +52,7 @@ char *FormatToBlock(u32 length, const char *format, va_list args)
     if (block == nullptr)
         return nullptr;
     const int written = std::vsnprintf(block, static_cast<std::size_t>(length) + 1, format, args);
+    // Not so only where the length was foreseen wrong, or an argument has changed since: then there is no result.
     if (written == static_cast<int>(length))
         return block;
     Mem::_RawFree(block, Mem::AllocType_Generic, Mem::Origin_Alloc, QV_INTERNAL_MEM_SITE);
@@ -75,6 +76,7 @@ char *SNativeStringUtils::VAFormat(char *buffer, const char *bufferLast, u32 &ou
     if (length == 0)
     {
         length = FormatToBuffer(buffer, room, format, args);
+        // Only a change is stored: threads that format alike would take the line of the cache from each other.
         if (foresees != (length > room))
             wasTooLong.store(length > room ? 1 : 0, std::memory_order_relaxed);
     }

@@ -172,6 +172,7 @@ public:
         if (length < m_TailLength)
             return false;
         const char *const tail = text + (length - m_TailLength);
+        // What is between the stars is looked up by memchr, which knows no folding.
         return _EndsWithTail(tail) && (!TCase::kIsExact || _HasMiddles(text, tail));
     }
 

@@ -50,6 +50,7 @@ struct SConversion
 
 constexpr u32 kNoPrecision = ~0u;
 
+// Stops in a number that is too large: its next digit is no letter of a conversion, which makes that one unknown.
 u32 TakeNumber(const char *&next)
 {
     u32 number = 0;
@@ -106,6 +107,7 @@ SConversion ConversionAt(const char *percent)
         return {percent, next + 1, 0, 0, Argument_Nothing, false};
     while (*next == '-' || *next == '+' || *next == ' ' || *next == '#' || *next == '0')
         ++next;
+    // A zero alone fills the width with zeros instead of blanks, as many of them.
     const bool hasFlags = next != percent + 1 && !(next == percent + 2 && percent[1] == '0');
     const u32 width = TakeNumber(next);
     const u32 precision = *next == '.' ? TakeNumber(++next) : kNoPrecision;

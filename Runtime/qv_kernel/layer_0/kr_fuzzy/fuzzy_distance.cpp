@@ -35,6 +35,7 @@ bool WeighPair(SText query, SText other, float &outWeight)
     outWeight = WeightOfEmpty(query.m_Length, other.m_Length);
     if (query.m_Length == 0 || other.m_Length == 0)
         return true;
+    // Of equal lengths the other text runs along the rows, on which the weight depends (fuzzy_recurrence.h).
     const bool queryIsRows = query.m_Length < other.m_Length;
     const SText rows = queryIsRows ? query : other;
     const SText columns = queryIsRows ? other : query;

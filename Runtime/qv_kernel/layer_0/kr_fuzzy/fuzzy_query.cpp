@@ -48,6 +48,8 @@ bool CQuery::_WeighAlone(SText text, float &outWeight) const
     if (text.m_Length == 0)
         return true;
     const u32 length = m_Query.m_Length;
+    // One strip writes no differences for another. The block is asked for all the same, so that a long text has no
+    // weight where it would have none as a pair.
     const CRow row(QVMax(length, text.m_Length));
     if (!row.IsGranted())
         return false;

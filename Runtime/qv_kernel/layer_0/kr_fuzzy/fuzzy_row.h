@@ -7,8 +7,8 @@
 namespace Quorvane::Internal::Fuzzy
 {
 
-// One counter of 32 bits for each cell of the recurrence's row, as texts up to a length need it. None for lengths below
-// kMinBlockLength.
+// 4 bytes for each cell of the recurrence's row, for texts up to a length; none for lengths below kMinBlockLength. The
+// differences take one of the four: the size of the block is part of what is promised (README.md).
 class CRow
 {
 public:
