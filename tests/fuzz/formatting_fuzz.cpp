@@ -10,7 +10,7 @@ namespace
 using namespace QuorvaneFuzz;
 
 // Format cuts longer results.
-constexpr std::size_t kMostOfFormat = 3198;
+constexpr std::size_t kMaxFormatted = 3198;
 
 // All take the same arguments: a width, a precision, a text, a number.
 constexpr const char *kFormats[] = {"%*.*s|%d", "%-*.*s%x", "%*.*s%+08d%%", "[%*.*s](%c)", "\xE4%*.*s\\%u\n%%"};
@@ -67,7 +67,7 @@ void CheckFormat(u32 room, CWatch &watch, const char *format, ...)
 
 void CheckCut(CWatch &watch, const std::string &text, int number)
 {
-    const std::string expected = (text + '|' + std::to_string(number)).substr(0, kMostOfFormat);
+    const std::string expected = (text + '|' + std::to_string(number)).substr(0, kMaxFormatted);
     watch.BeginStep();
     const CString string = CString::Format("%s|%d", text.c_str(), number);
     QV_FUZZ_CHECK(IsWellFormed(string));

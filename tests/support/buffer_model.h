@@ -84,12 +84,12 @@ inline std::string MixedText(size_t length, size_t start = 0)
     return text;
 }
 
-// Room for texts of up to kMost characters at the beginning of an aligned block (or `offset` bytes behind one), with
+// Room for texts of up to kMaxLength characters at the beginning of an aligned block (or `offset` bytes behind one), with
 // canaries in front and behind.
 class CCanaryText
 {
 public:
-    static constexpr size_t kMost = 176;
+    static constexpr size_t kMaxLength = 176;
 
     // The text, then `behind` to the end of the terminator's block, then canaries.
     explicit CCanaryText(const std::string &text, char behind = '\0', size_t offset = 0) : m_Offset(offset)
@@ -107,7 +107,7 @@ private:
     static constexpr size_t kFront = 32;
     static constexpr int kCanary = 0xA5;
 
-    alignas(16) char m_Bytes[kFront + kMost + 16 + 64];
+    alignas(16) char m_Bytes[kFront + kMaxLength + 16 + 64];
     size_t m_Offset;
 };
 

@@ -31,7 +31,7 @@ protected:
 TYPED_TEST_SUITE(BufferCompare, CHelperForms, SFormNames);
 
 // Past four of the widest blocks.
-constexpr u32 kMostLength = 130;
+constexpr u32 kMaxLength = 130;
 
 u32 LengthOf(const std::string &text)
 {
@@ -182,7 +182,7 @@ TYPED_TEST(BufferCompare, EveryPairOfBytesIsAsTheModelSays)
 
 TYPED_TEST(BufferCompare, EqualTextsOfEveryLengthWhateverStandsBehind)
 {
-    for (u32 length = 0; length <= kMostLength; ++length)
+    for (u32 length = 0; length <= kMaxLength; ++length)
     {
         const std::string text = MixedText(length);
         CCanaryText a(text, '<');
@@ -196,7 +196,7 @@ TYPED_TEST(BufferCompare, OneDifferenceInEveryPlaceOfEveryLength)
     // The lowest bit, the one between the cases, and the highest.
     for (const int bit : {0x01, 0x20, 0x80})
     {
-        for (u32 length = 1; length <= kMostLength; ++length)
+        for (u32 length = 1; length <= kMaxLength; ++length)
         {
             for (u32 place = 0; place < length; ++place)
             {
@@ -212,7 +212,7 @@ TYPED_TEST(BufferCompare, OneDifferenceInEveryPlaceOfEveryLength)
 
 TYPED_TEST(BufferCompare, TextsThatDifferInCaseEverywhere)
 {
-    for (u32 length = 0; length <= kMostLength; ++length)
+    for (u32 length = 0; length <= kMaxLength; ++length)
     {
         const std::string text = MixedText(length, 3);
         ASSERT_NO_FATAL_FAILURE(ExpectAsModel<TypeParam>(ModelUpper(text), ModelLower(text))) << length;
@@ -222,7 +222,7 @@ TYPED_TEST(BufferCompare, TextsThatDifferInCaseEverywhere)
 TYPED_TEST(BufferCompare, DifferencesAfterTheLengthAreNotSeen)
 {
     // In the same block and in the next.
-    for (u32 length = 0; length <= kMostLength; ++length)
+    for (u32 length = 0; length <= kMaxLength; ++length)
     {
         const std::string same = MixedText(length);
         CCanaryText a(same + "x" + MixedText(20, 1));
@@ -235,7 +235,7 @@ TYPED_TEST(BufferCompare, ReadsNoBlockThatHoldsNoByteToCompare)
 {
     const CGuardedPage pageA;
     const CGuardedPage pageB;
-    for (u32 length = 1; length <= kMostLength; ++length)
+    for (u32 length = 1; length <= kMaxLength; ++length)
     {
         const std::string text = MixedText(length);
         const size_t bytes = BlockBytes(length);
@@ -254,7 +254,7 @@ TYPED_TEST(BufferCompare, OrderingReadsNothingBehindTheBlockOfTheFirstDifference
 {
     const CGuardedPage shortPage;
     const CGuardedPage longPage;
-    for (u32 length = 1; length <= kMostLength; ++length)
+    for (u32 length = 1; length <= kMaxLength; ++length)
     {
         for (u32 place = 0; place < length; ++place)
         {
@@ -277,7 +277,7 @@ TYPED_TEST(BufferCompare, ToleratesMisalignedCharacters)
 {
     for (const size_t offset : {1u, 8u, 15u})
     {
-        for (u32 length = 0; length <= kMostLength; ++length)
+        for (u32 length = 0; length <= kMaxLength; ++length)
         {
             const std::string text = MixedText(length);
             CCanaryText a(text, '<', offset);

@@ -31,7 +31,7 @@ protected:
 TYPED_TEST_SUITE(BufferEdit, CHelperForms, SFormNames);
 
 // Past four of the widest blocks.
-constexpr u32 kMostLength = 130;
+constexpr u32 kMaxLength = 130;
 
 u32 LengthOf(const std::string &text)
 {
@@ -58,7 +58,7 @@ void ExpectEdited(const std::string &text, char behind, size_t offset, const std
 template <typename Edit, typename Model>
 void ExpectEditedAtEveryLength(const Edit &edit, const Model &model)
 {
-    for (size_t length = 0; length <= kMostLength; ++length)
+    for (size_t length = 0; length <= kMaxLength; ++length)
     {
         const std::string text = MixedText(length, length);
         for (const char behind : {'\0', 'a', 'A', '\xE1'})
@@ -74,7 +74,7 @@ template <typename Edit, typename Model>
 void ExpectEditedBetweenProtectedPages(const Edit &edit, const Model &model)
 {
     const CGuardedPage page;
-    for (size_t length = 0; length <= kMostLength; ++length)
+    for (size_t length = 0; length <= kMaxLength; ++length)
     {
         const std::string text = MixedText(length, length);
         const size_t bytes = BlockBytes(length + 1);
@@ -191,7 +191,7 @@ TYPED_TEST(BufferEdit, CasingIntoCopyAtEveryLengthZeroesTheTailAlone)
 {
     const auto upper = [](char *dst, const char *src, u32 length) { TypeParam::Uppercase(dst, src, length); };
     const auto lower = [](char *dst, const char *src, u32 length) { TypeParam::Lowercase(dst, src, length); };
-    for (size_t length = 0; length <= kMostLength; ++length)
+    for (size_t length = 0; length <= kMaxLength; ++length)
     {
         const std::string text = MixedText(length, length);
         for (const char behind : {'\0', 'a', 'A', '\xE1'})
@@ -206,7 +206,7 @@ TYPED_TEST(BufferEdit, CasingIntoCopyStaysBetweenProtectedPages)
 {
     const CGuardedPage sourcePage;
     const CGuardedPage targetPage;
-    for (size_t length = 0; length <= kMostLength; ++length)
+    for (size_t length = 0; length <= kMaxLength; ++length)
     {
         const std::string text = MixedText(length);
         const size_t bytes = BlockBytes(length + 1);
@@ -235,7 +235,7 @@ TYPED_TEST(BufferEdit, Reverse16TurnsTheTextAround)
 
 TYPED_TEST(BufferEdit, ReverseOfDistinctCharactersAtEveryLength)
 {
-    for (size_t length = 0; length <= kMostLength; ++length)
+    for (size_t length = 0; length <= kMaxLength; ++length)
     {
         const std::string text = AllCharacters(0xE0).substr(0, length);
         ASSERT_NO_FATAL_FAILURE(ExpectEdited(text, '\0', 0, Reversed(text), TypeParam::Reverse));
@@ -279,7 +279,7 @@ TYPED_TEST(BufferEdit, ReplaceInPlaceOfTerminatorsLeavesTheTail)
 
 TYPED_TEST(BufferEdit, ReplaceInPlaceFindsOneHitInEveryPlace)
 {
-    for (u32 length = 1; length <= kMostLength; ++length)
+    for (u32 length = 1; length <= kMaxLength; ++length)
     {
         for (u32 place = 0; place < length; ++place)
         {
@@ -296,7 +296,7 @@ TYPED_TEST(BufferEdit, ReplaceInPlaceFindsOneHitInEveryPlace)
 
 TYPED_TEST(BufferEdit, ReplaceInPlaceDoesNotSeeWhatStandsBehind)
 {
-    for (u32 length = 0; length <= kMostLength; ++length)
+    for (u32 length = 0; length <= kMaxLength; ++length)
     {
         const std::string text(length, 'x');
         CCanaryText actual(text, 'a');
@@ -375,7 +375,7 @@ TYPED_TEST(BufferEdit, ReplaceIntoCopyAtEveryLengthZeroesTheTailAlone)
 {
     for (const auto &pair : kReplacements)
     {
-        for (size_t length = 0; length <= kMostLength; ++length)
+        for (size_t length = 0; length <= kMaxLength; ++length)
         {
             for (const char behind : {'\0', pair[0], 'x'})
                 ASSERT_NO_FATAL_FAILURE(ExpectCopied<TypeParam>(MixedText(length, length), behind, pair[0], pair[1]));
@@ -385,7 +385,7 @@ TYPED_TEST(BufferEdit, ReplaceIntoCopyAtEveryLengthZeroesTheTailAlone)
 
 TYPED_TEST(BufferEdit, ReplaceIntoCopyFindsOneHitInEveryPlace)
 {
-    for (size_t length = 1; length <= kMostLength; ++length)
+    for (size_t length = 1; length <= kMaxLength; ++length)
     {
         for (size_t place = 0; place < length; ++place)
         {
@@ -406,7 +406,7 @@ TYPED_TEST(BufferEdit, ReplaceIntoCopyWritesTheTerminatorsOwnBlock)
 
 TYPED_TEST(BufferEdit, ReplaceIntoItselfWorksInPlace)
 {
-    for (size_t length = 0; length <= kMostLength; ++length)
+    for (size_t length = 0; length <= kMaxLength; ++length)
     {
         const std::string text = MixedText(length);
         size_t count = 0;
@@ -421,7 +421,7 @@ TYPED_TEST(BufferEdit, ReplaceIntoCopyStaysBetweenProtectedPages)
 {
     const CGuardedPage sourcePage;
     const CGuardedPage targetPage;
-    for (size_t length = 0; length <= kMostLength; ++length)
+    for (size_t length = 0; length <= kMaxLength; ++length)
     {
         const std::string text = MixedText(length);
         const size_t bytes = BlockBytes(length + 1);

@@ -20,7 +20,7 @@ namespace
 {
 
 // Past four of the widest blocks.
-constexpr u32 kMostLength = 290;
+constexpr u32 kMaxLength = 290;
 
 const u8 *Bytes(const char *text)
 {
@@ -82,7 +82,7 @@ TYPED_TEST(BufferWiderForms, FirstDifferenceIsFoundInEveryPlaceAtTheEndOfMemory)
     using CKernels = typename TypeParam::CKernels;
     const CGuardedPage pageA;
     const CGuardedPage pageB;
-    for (u32 length = 0; length <= kMostLength; ++length)
+    for (u32 length = 0; length <= kMaxLength; ++length)
     {
         const std::string text = MixedText(length);
         char *const a = pageA.Last(length);
@@ -192,7 +192,7 @@ TYPED_TEST(BufferWiderForms, LettersAreFoundInEveryPlaceAtTheEndOfMemory)
     using CKernels = typename TypeParam::CKernels;
     const CGuardedPage page;
     const char notLetters[] = {'@', '[', '`', '{', '\0', '\x7F', '\xC1', '\xE1'};
-    for (u32 length = 0; length <= kMostLength; ++length)
+    for (u32 length = 0; length <= kMaxLength; ++length)
     {
         char *const text = page.Last(length);
         for (u32 i = 0; i < length; ++i)
@@ -224,7 +224,7 @@ TYPED_TEST(BufferWiderForms, NeedlesAreFoundInEveryPlaceAtTheEndOfMemory)
     const CGuardedPage page;
     for (const std::string needle : {"ab", "aXb", "needle", "a needle that is longer than one wide block is"})
     {
-        for (u32 length = LengthOf(needle); length <= kMostLength; ++length)
+        for (u32 length = LengthOf(needle); length <= kMaxLength; ++length)
         {
             char *const text = page.Last(length);
             // Full of beginnings, and of first characters at the right distance of last ones.
@@ -281,7 +281,7 @@ TEST_F(BufferWide, NeedlesAreFoundInEveryPlaceAtTheEndOfMemory)
     const CGuardedPage page;
     for (const std::string needle : {"ab", "aXb", "needle", "a needle that is longer than one wide block is"})
     {
-        for (u32 length = LengthOf(needle); length <= kMostLength; ++length)
+        for (u32 length = LengthOf(needle); length <= kMaxLength; ++length)
         {
             char *const text = page.Last(length);
             // Full of beginnings, and of first characters at the right distance of last ones.
