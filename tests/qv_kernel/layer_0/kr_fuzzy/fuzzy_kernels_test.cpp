@@ -76,7 +76,7 @@ protected:
 };
 
 using Forms = testing::Types<SNarrow, SWide, SWidest>;
-TYPED_TEST_SUITE(FuzzyKernels, Forms);
+TYPED_TEST_SUITE(FuzzyKernels, Forms, );
 
 TYPED_TEST(FuzzyKernels, EveryPairOfLengthsHasTheDistanceOfTheRecurrence)
 {
