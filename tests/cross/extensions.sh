@@ -17,7 +17,7 @@ emulator=$(find_emulator x86_64)
 [ -n "$emulator" ] || skip 'qemu-x86_64 is missing'
 
 # What is compiled for wide instructions, and what is told apart by single bytes or bits in it.
-[ $# -ne 0 ] || set -- '--gtest_filter=SimdWide.*:BufferWide.*:BufferMaskBits*:BufferBlocks*:*/Wide.Answers*:'\
+[ $# -ne 0 ] || set -- '--gtest_filter=Simd*:BufferWide.*:BufferWiderForms*:BufferWalkWider*:BufferBitmap*:'\
 'BufferFind.FindLast*:BufferFind.ANeedle*:StringSearch.*:StringCasing.*:StringViewOperations.Find*'
 
 scratch=$(mktemp -d) || exit 2
@@ -41,7 +41,7 @@ check()
         return
     fi
     took=wide
-    grep -q '^\[  SKIPPED \] SimdWide\.RegionCompiles' "$scratch/output" && took=narrow
+    grep -q '^\[  SKIPPED \] SimdMachine\.RegionCompiles' "$scratch/output" && took=narrow
     printf 'extensions: -cpu %s: %s, the %s forms\n' "$machine" "$(sed -n 's/^\[  PASSED  \] \(.*\)\./\1/p' "$scratch/output")" \
         "$took"
     [ "$took" = "$form" ] || {

@@ -26,7 +26,11 @@ struct SModel
     char m_Text[2 * kMaxText + 1] = {};
     u32 m_Length = 0;
 
-    void Clear() { m_Length = 0; }
+    void Clear()
+    {
+        m_Length = 0;
+        m_Text[0] = '\0';
+    }
     void Push(char c)
     {
         if (m_Length < 2 * kMaxText)
