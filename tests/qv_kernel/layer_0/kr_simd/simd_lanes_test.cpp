@@ -21,14 +21,6 @@ void Fill(Number (&numbers)[count], unsigned seed)
         number = static_cast<Number>(random());
 }
 
-u32 BitsOf(u64 number)
-{
-    u32 count = 0;
-    for (; number != 0; number &= number - 1)
-        ++count;
-    return count;
-}
-
 TEST(SimdLanes, NarrowWordsMove)
 {
     using CLanes = Narrow::SWordLanes;
@@ -46,6 +38,14 @@ TEST(SimdLanes, NarrowWordsMove)
 }
 
 #if QV_SIMD_HAS_WIDE
+
+u32 BitsOf(u64 number)
+{
+    u32 count = 0;
+    for (; number != 0; number &= number - 1)
+        ++count;
+    return count;
+}
 
 QV_SIMD_WIDE_BEGIN
 
