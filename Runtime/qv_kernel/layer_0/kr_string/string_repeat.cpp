@@ -1,6 +1,8 @@
 // Repetition: a text several times in a row.
 #include "kr_string.h"
 
+#include <cstring>
+
 #include "kr_mem_utils.h"
 #include "string_block.h"
 
@@ -38,8 +40,14 @@ CString CString::Repeat(u32 times) const
     PStringContainer container = CStringContainer::New(null, newLength);
     if (container == null)
         return CString();
-    Mem::Internal::CopyDisjoint(container->Data(), data, length);
-    FillFromFront(container->Data(), length, newLength);
+    // A single character takes one call: separators and padding are repeated most.
+    if (length == 1)
+        std::memset(container->Data(), *data, newLength);
+    else
+    {
+        Mem::Internal::CopyDisjoint(container->Data(), data, length);
+        FillFromFront(container->Data(), length, newLength);
+    }
     return CString(std::move(container));
 }
 
