@@ -579,10 +579,11 @@ public:
     CString &Reverse();
     CString Reversed() const;
 
-    // A new string: the characters `times` times in a row, embedded terminators included. An empty string for none, and
-    // a copy of the handle for once.
-    // Report "data != null" for a container without characters.
-    // Fails: an empty string, also where the result would be too long.
+    // Returns: a new string of the fixed form with all Length() characters `times` times in a row, embedded terminators
+    // included; a copy of the handle for 1, and a string without a container for 0 or a string of length 0.
+    // Requires: a container with characters, else reports "data != null" and gives an empty string.
+    // Allocates: once, for the result. Fails: an empty string; a result of kLengthMask characters or more does not ask
+    // for memory.
     CString Repeat(u32 times) const;
 
     // Removes characters of the set from both ends, the start or the end. A null or empty set strips nothing; a string

@@ -11,11 +11,7 @@
 #include "mem_policy.h"
 
 // A plain variable of each thread: read without asking whether it was initialised.
-#if defined(__GNUC__) || defined(__clang__)
 #define QV_INTERNAL_PLAIN_THREAD_LOCAL __thread
-#else
-#define QV_INTERNAL_PLAIN_THREAD_LOCAL thread_local
-#endif
 
 // At a fixed distance from the thread's own address, in shared libraries too. This C library keeps room for such
 // variables of libraries that are loaded later.
