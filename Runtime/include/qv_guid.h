@@ -21,16 +21,16 @@ class TGuid
 public:
     QV_INTERNAL_HIDDEN static const TGuid INVALID;
 
-    constexpr TGuid() : m_Guid(static_cast<T>(~T(0))) {}
-    constexpr TGuid(T guid) : m_Guid(guid) {}
+    constexpr TGuid() noexcept : m_Guid(static_cast<T>(~T(0))) {}
+    constexpr TGuid(T guid) noexcept : m_Guid(guid) {}
 
     // True for every value but INVALID; 0 is valid.
-    constexpr bool Valid() const { return m_Guid != static_cast<T>(~T(0)); }
-    constexpr T Get() const { return m_Guid; }
-    constexpr operator T() const { return m_Guid; }
+    [[nodiscard]] constexpr bool Valid() const noexcept { return m_Guid != static_cast<T>(~T(0)); }
+    constexpr T Get() const noexcept { return m_Guid; }
+    constexpr operator T() const noexcept { return m_Guid; }
 
     template <typename Bool, typename = std::enable_if_t<std::is_same<Bool, bool>::value>>
-    operator Bool() const = delete;
+    operator Bool() const noexcept = delete;
 
     // Writes the number to a stream of the standard library, which whoever has one has included.
     template <typename Character, typename Traits>

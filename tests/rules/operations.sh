@@ -8,7 +8,8 @@
 # suite is one of those of the class.
 . "$(dirname "$0")/common.inc"
 
-headers='Runtime/qv_kernel/include/kr_string.h Runtime/qv_kernel/include/kr_buffer.h'
+headers='Runtime/qv_kernel/include/kr_string.h Runtime/qv_kernel/include/kr_string_container.h
+    Runtime/qv_kernel/include/kr_string_view.h Runtime/qv_kernel/include/kr_buffer.h'
 
 # Not asked for, with the reason.
 #   <class> <operation> <test or fuzz>

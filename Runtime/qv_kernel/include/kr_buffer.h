@@ -37,18 +37,18 @@ struct SNativeStringUtils
 
     // The number of characters before the terminator; 0 for null. Texts beyond 32 bits give 0xFFFFFFFF, which every
     // string operation refuses.
-    static u32 Length(const char *str);
+    static u32 Length(const char *str) noexcept;
 
     // The same for the characters of a string container.
-    static u32 Length_16(const char *str);
+    static u32 Length_16(const char *str) noexcept;
 
     // Formats into [buffer, bufferLast], of which `bufferLast` is the last byte, kept for the terminator.
     // Returns: `buffer` when the result fits; else a block of origin `Origin_Alloc` from the kernel's allocator that
     // the caller frees; null when formatting fails, memory is refused, or a pointer is null.
     // `outLength` becomes the result's length, 0 with null.
     // Formats into `buffer` as far as it goes and counts the rest, or foresees what will not fit; only then allocates.
-    static char *VAFormat(char *buffer, const char *bufferLast, u32 &outLength, const char *format, va_list args)
-        QV_INTERNAL_PRINTF(4, 0);
+    static char *VAFormat(char *buffer, const char *bufferLast, u32 &outLength, const char *format,
+                          va_list args) noexcept QV_INTERNAL_PRINTF(4, 0);
 
     // ---- Comparison -------------------------------------------------------------------------------------------------
 
@@ -56,42 +56,42 @@ struct SNativeStringUtils
     // Requires: two texts, else reports "data0 != null && data1 != null"; null then counts as a text before every
     // other one.
 
-    static bool Equal(const char *data0, const char *data1);
-    static bool EqualCase(const char *data0, const char *data1);
-    static s32 Compare(const char *data0, const char *data1);
-    static s32 CompareCase(const char *data0, const char *data1);
+    [[nodiscard]] static bool Equal(const char *data0, const char *data1) noexcept;
+    [[nodiscard]] static bool EqualCase(const char *data0, const char *data1) noexcept;
+    [[nodiscard]] static s32 Compare(const char *data0, const char *data1) noexcept;
+    [[nodiscard]] static s32 CompareCase(const char *data0, const char *data1) noexcept;
 
     // True when the first `length` characters are equal but for case. Neither text needs a terminator.
-    static bool EqualCase(const char *data0, const char *data1, u32 length);
+    [[nodiscard]] static bool EqualCase(const char *data0, const char *data1, u32 length) noexcept;
 
     // Equality of the first `length` bytes of two containers' characters, both of which have as many.
 
-    static bool Equal_16(const void *a, const void *b, u32 length);
-    static bool EqualCase_16(const char *a, const char *b, u32 length);
+    [[nodiscard]] static bool Equal_16(const void *a, const void *b, u32 length) noexcept;
+    [[nodiscard]] static bool EqualCase_16(const char *a, const char *b, u32 length) noexcept;
 
     // Order of the first `length` bytes of two containers' characters. Both containers' blocks must cover what decides
     // the answer: the bytes up to the first difference, or all `length`; nothing behind the block that holds the first
     // difference is read. Three-way results order bytes as unsigned, lower-cased ones where case is ignored.
 
-    static s32 Compare_16(const void *a, const void *b, u32 length);
-    static s32 CompareCase_16(const char *a, const char *b, u32 length);
+    [[nodiscard]] static s32 Compare_16(const void *a, const void *b, u32 length) noexcept;
+    [[nodiscard]] static s32 CompareCase_16(const char *a, const char *b, u32 length) noexcept;
 
     // ---- Edits ------------------------------------------------------------------------------------------------------
 
     // Of the first `length` characters of a container. What stands behind them stays as it is: the rest of the
     // last block is written back unchanged.
 
-    static void Reverse_16(char *data, u32 length);
-    static void Uppercase_16(char *data, u32 length);
-    static void Lowercase_16(char *data, u32 length);
+    static void Reverse_16(char *data, u32 length) noexcept;
+    static void Uppercase_16(char *data, u32 length) noexcept;
+    static void Lowercase_16(char *data, u32 length) noexcept;
     // The same while copying from `src` to `dst`, two containers' characters; `dst` is zero behind its last character
     // afterwards, to the end of the terminator's block.
-    static void Uppercase_16(char *dst, const char *src, u32 length);
-    static void Lowercase_16(char *dst, const char *src, u32 length);
+    static void Uppercase_16(char *dst, const char *src, u32 length) noexcept;
+    static void Lowercase_16(char *dst, const char *src, u32 length) noexcept;
     // Each `from` becomes `to`. Returns: the number of characters replaced.
-    static u32 Replace_16(char *data, u32 length, char from, char to);
+    static u32 Replace_16(char *data, u32 length, char from, char to) noexcept;
     // The same while copying, as above.
-    static u32 Replace_16(char *dst, const char *src, u32 length, char from, char to);
+    static u32 Replace_16(char *dst, const char *src, u32 length, char from, char to) noexcept;
 
     // ---- Search -----------------------------------------------------------------------------------------------------
 
@@ -100,22 +100,23 @@ struct SNativeStringUtils
     // Cost: linear in both, whatever they are. Contains and ContainsCase read the needle, and little of the text behind
     // what they find.
 
-    static bool StartsWith(const char *str, const char *prefix);
-    static bool StartsWithCase(const char *str, const char *prefix);
-    static bool EndsWith(const char *str, const char *suffix);
-    static bool EndsWithCase(const char *str, const char *suffix);
-    static bool Contains(const char *str, const char *needle);
-    static bool ContainsCase(const char *str, const char *needle);
+    [[nodiscard]] static bool StartsWith(const char *str, const char *prefix) noexcept;
+    [[nodiscard]] static bool StartsWithCase(const char *str, const char *prefix) noexcept;
+    [[nodiscard]] static bool EndsWith(const char *str, const char *suffix) noexcept;
+    [[nodiscard]] static bool EndsWithCase(const char *str, const char *suffix) noexcept;
+    [[nodiscard]] static bool Contains(const char *str, const char *needle) noexcept;
+    [[nodiscard]] static bool ContainsCase(const char *str, const char *needle) noexcept;
 
     // The first occurrence of `needle` in the first `length` characters of `data`, neither of which needs a terminator;
     // null when there is none. An empty needle is found at once.
     // Cost: linear in both, whatever they are.
 
-    static const char *Find(const char *data, u32 length, const char *needle, u32 needleLength);
-    static const char *FindCase(const char *data, u32 length, const char *needle, u32 needleLength);
+    [[nodiscard]] static const char *Find(const char *data, u32 length, const char *needle, u32 needleLength) noexcept;
+    [[nodiscard]] static const char *FindCase(const char *data, u32 length, const char *needle,
+                                              u32 needleLength) noexcept;
 
     // The last of the first `length` characters that is `character`; null when there is none. Cost: linear.
-    static const char *FindLast(const char *data, u32 length, char character);
+    [[nodiscard]] static const char *FindLast(const char *data, u32 length, char character) noexcept;
 
     // ---- Matching ---------------------------------------------------------------------------------------------------
 
@@ -124,10 +125,10 @@ struct SNativeStringUtils
     // for itself; a literal letter still follows the case rule. Null matches nothing.
     // Cost: at most pattern times text steps, constant memory.
 
-    static bool Match(const char *pattern, const char *str);
-    static bool MatchCase(const char *pattern, const char *str);
-    static bool MatchWithInhibitors(const char *pattern, const char *str);
-    static bool MatchCaseWithInhibitors(const char *pattern, const char *str);
+    [[nodiscard]] static bool Match(const char *pattern, const char *str) noexcept;
+    [[nodiscard]] static bool MatchCase(const char *pattern, const char *str) noexcept;
+    [[nodiscard]] static bool MatchWithInhibitors(const char *pattern, const char *str) noexcept;
+    [[nodiscard]] static bool MatchCaseWithInhibitors(const char *pattern, const char *str) noexcept;
 
     // ---- Escaping ---------------------------------------------------------------------------------------------------
 
@@ -139,10 +140,10 @@ struct SNativeStringUtils
     // The bounded forms read at most `maxLength` characters of `src`.
     // Returns: the characters written, the terminator not counted. Null arguments give 0.
 
-    static u32 Escape(const char *src, char *dst);
-    static u32 Escape(const char *src, char *dst, u32 maxLength);
-    static u32 Unescape(const char *src, char *dst);
-    static u32 Unescape(const char *src, char *dst, u32 maxLength);
+    static u32 Escape(const char *src, char *dst) noexcept;
+    static u32 Escape(const char *src, char *dst, u32 maxLength) noexcept;
+    static u32 Unescape(const char *src, char *dst) noexcept;
+    static u32 Unescape(const char *src, char *dst, u32 maxLength) noexcept;
 
     // ---- Comments ---------------------------------------------------------------------------------------------------
 
@@ -151,7 +152,7 @@ struct SNativeStringUtils
     // literals, which have \ escapes and end at an unescaped newline, is a comment. Each character of a comment becomes a
     // blank but for newlines and carriage returns, so lines and columns keep their place.
     // Returns: the length, which does not change; 0 for null.
-    static u32 Uncomment(char *data);
+    static u32 Uncomment(char *data) noexcept;
 };
 
 // ---- Inline bodies --------------------------------------------------------------------------------------------------
@@ -160,7 +161,7 @@ namespace Internal
 {
 
 // The platform's comparisons without case, by the names that it gives them.
-inline s32 PlatformCompareCase(const char *a, const char *b)
+inline s32 PlatformCompareCase(const char *a, const char *b) noexcept
 {
 #if defined(_WIN32)
     return _stricmp(a, b);
@@ -169,7 +170,7 @@ inline s32 PlatformCompareCase(const char *a, const char *b)
 #endif
 }
 
-inline s32 PlatformCompareCase(const char *a, const char *b, std::size_t maxLength)
+inline s32 PlatformCompareCase(const char *a, const char *b, std::size_t maxLength) noexcept
 {
 #if defined(_WIN32)
     return _strnicmp(a, b, maxLength);
@@ -180,28 +181,28 @@ inline s32 PlatformCompareCase(const char *a, const char *b, std::size_t maxLeng
 
 } // namespace Internal
 
-inline bool SNativeStringUtils::Equal(const char *data0, const char *data1)
+inline bool SNativeStringUtils::Equal(const char *data0, const char *data1) noexcept
 {
     if (QV_INTERNAL_FAILS(data0 != null && data1 != null))
         return data0 == data1;
     return std::strcmp(data0, data1) == 0;
 }
 
-inline s32 SNativeStringUtils::Compare(const char *data0, const char *data1)
+inline s32 SNativeStringUtils::Compare(const char *data0, const char *data1) noexcept
 {
     if (QV_INTERNAL_FAILS(data0 != null && data1 != null))
         return (data0 != nullptr) - (data1 != nullptr);
     return std::strcmp(data0, data1);
 }
 
-inline bool SNativeStringUtils::EqualCase(const char *data0, const char *data1)
+inline bool SNativeStringUtils::EqualCase(const char *data0, const char *data1) noexcept
 {
     if (QV_INTERNAL_FAILS(data0 != null && data1 != null))
         return data0 == data1;
     return Internal::PlatformCompareCase(data0, data1) == 0;
 }
 
-inline s32 SNativeStringUtils::CompareCase(const char *data0, const char *data1)
+inline s32 SNativeStringUtils::CompareCase(const char *data0, const char *data1) noexcept
 {
     if (QV_INTERNAL_FAILS(data0 != null && data1 != null))
         return (data0 != nullptr) - (data1 != nullptr);

@@ -50,13 +50,13 @@ class CContainersMonitorTArrays
 {
 public:
     // Counts a movement that makes a block `bytes` larger; smaller when negative.
-    static void RegisterNewMemoryMovement(s64 bytes);
+    static void RegisterNewMemoryMovement(s64 bytes) noexcept;
 
     // The movements, and the sum of their bytes, since the last reset.
-    static u64 MovementCount();
-    static s64 NetBytes();
+    static u64 MovementCount() noexcept;
+    static s64 NetBytes() noexcept;
 
-    static void Reset();
+    static void Reset() noexcept;
 };
 
 // ---- The controller -------------------------------------------------------------------------------------------------
@@ -69,11 +69,11 @@ struct TArrayStaticController
 {
     static_assert(_GrowMultiplier < 0x80000000u, "the capacity is computed in 64 bits");
 
-    static constexpr u32 Alignment() { return _Alignment; }
+    static constexpr u32 Alignment() noexcept { return _Alignment; }
 
     // Returns: the capacity to give to an array that needs `wishedSize` elements.
     // Requires: it fits 32 bits, else it is cut to them after the report of `checked_numcast`.
-    static u32 GrowSize(u32 wishedSize)
+    static u32 GrowSize(u32 wishedSize) noexcept
     {
         if (wishedSize == 0)
             return _InitialSize;
@@ -82,7 +82,7 @@ struct TArrayStaticController
     }
 
 private:
-    static constexpr u64 _Divided(u32 wishedSize)
+    static constexpr u64 _Divided(u32 wishedSize) noexcept
     {
         if constexpr (_GrowDivider != 0)
             return wishedSize / _GrowDivider;
@@ -126,25 +126,25 @@ public:
     using ConstIterator = TDebugContiguousBaseIterator<Internal::TContiguousBaseIterator<const T>>;
 
     // Checked iterators.
-    Iterator Begin() QV_INTERNAL_LIFETIMEBOUND { return Iterator(_Impl::_RawBegin(), this); }
-    Iterator End() QV_INTERNAL_LIFETIMEBOUND { return Iterator(_Impl::_RawEnd(), this); }
-    ConstIterator Begin() const QV_INTERNAL_LIFETIMEBOUND { return ConstIterator(_Impl::_RawBegin(), this); }
-    ConstIterator End() const QV_INTERNAL_LIFETIMEBOUND { return ConstIterator(_Impl::_RawEnd(), this); }
+    Iterator Begin() noexcept QV_INTERNAL_LIFETIMEBOUND { return Iterator(_Impl::_RawBegin(), this); }
+    Iterator End() noexcept QV_INTERNAL_LIFETIMEBOUND { return Iterator(_Impl::_RawEnd(), this); }
+    ConstIterator Begin() const noexcept QV_INTERNAL_LIFETIMEBOUND { return ConstIterator(_Impl::_RawBegin(), this); }
+    ConstIterator End() const noexcept QV_INTERNAL_LIFETIMEBOUND { return ConstIterator(_Impl::_RawEnd(), this); }
 
     // Raw pointers, for the range-based `for`.
-    T *begin() QV_INTERNAL_LIFETIMEBOUND { return _Impl::_RawBegin(); }
-    T *end() QV_INTERNAL_LIFETIMEBOUND { return _Impl::_RawEnd(); }
-    const T *begin() const QV_INTERNAL_LIFETIMEBOUND { return _Impl::_RawBegin(); }
-    const T *end() const QV_INTERNAL_LIFETIMEBOUND { return _Impl::_RawEnd(); }
+    T *begin() noexcept QV_INTERNAL_LIFETIMEBOUND { return _Impl::_RawBegin(); }
+    T *end() noexcept QV_INTERNAL_LIFETIMEBOUND { return _Impl::_RawEnd(); }
+    const T *begin() const noexcept QV_INTERNAL_LIFETIMEBOUND { return _Impl::_RawBegin(); }
+    const T *end() const noexcept QV_INTERNAL_LIFETIMEBOUND { return _Impl::_RawEnd(); }
 
     // ---- Reading ----------------------------------------------------------------------------------------------------
 
-    u32 Count() const { return m_Count; }
-    u32 MaxCount() const { return m_MaxCount; }
-    bool Empty() const { return m_Count == 0; }
+    u32 Count() const noexcept { return m_Count; }
+    u32 MaxCount() const noexcept { return m_MaxCount; }
+    [[nodiscard]] bool Empty() const noexcept { return m_Count == 0; }
 
-    T *Data() QV_INTERNAL_LIFETIMEBOUND { return m_Data; }
-    const T *Data() const QV_INTERNAL_LIFETIMEBOUND { return m_Data; }
+    T *Data() noexcept QV_INTERNAL_LIFETIMEBOUND { return m_Data; }
+    const T *Data() const noexcept QV_INTERNAL_LIFETIMEBOUND { return m_Data; }
 
     // Element access. Reports "index < _Count()".
     T &operator[](u32 index) QV_INTERNAL_LIFETIMEBOUND
@@ -172,7 +172,7 @@ public:
 
     // The index of the first element that equals `value`, of any type that elements compare with; INVALID for none.
     template <typename U>
-    CGuid IndexOf(const U &value) const
+    [[nodiscard]] CGuid IndexOf(const U &value) const
     {
         for (u32 i = 0; i < m_Count; ++i)
             if (m_Data[i] == value)
@@ -180,19 +180,22 @@ public:
         return CGuid::INVALID;
     }
     template <typename U>
-    bool Contains(const U &value) const
+    [[nodiscard]] bool Contains(const U &value) const
     {
         return IndexOf(value).Valid();
     }
 
     // The elements as a view: valid until the array grows, is moved, or dies.
-    TMemoryView<T> View() QV_INTERNAL_LIFETIMEBOUND { return TMemoryView<T>(m_Data, m_Count); }
-    TMemoryView<const T> View() const QV_INTERNAL_LIFETIMEBOUND { return TMemoryView<const T>(m_Data, m_Count); }
+    TMemoryView<T> View() noexcept QV_INTERNAL_LIFETIMEBOUND { return TMemoryView<T>(m_Data, m_Count); }
+    TMemoryView<const T> View() const noexcept QV_INTERNAL_LIFETIMEBOUND
+    {
+        return TMemoryView<const T>(m_Data, m_Count);
+    }
 
-    operator TMemoryView<T>() QV_INTERNAL_LIFETIMEBOUND { return View(); }
-    operator TMemoryView<const T>() const QV_INTERNAL_LIFETIMEBOUND { return View(); }
-    operator TStridedMemoryView<T>() QV_INTERNAL_LIFETIMEBOUND { return View(); }
-    operator TStridedMemoryView<const T>() const QV_INTERNAL_LIFETIMEBOUND { return View(); }
+    operator TMemoryView<T>() noexcept QV_INTERNAL_LIFETIMEBOUND { return View(); }
+    operator TMemoryView<const T>() const noexcept QV_INTERNAL_LIFETIMEBOUND { return View(); }
+    operator TStridedMemoryView<T>() noexcept QV_INTERNAL_LIFETIMEBOUND { return View(); }
+    operator TStridedMemoryView<const T>() const noexcept QV_INTERNAL_LIFETIMEBOUND { return View(); }
 
 protected:
     using _Impl::m_Count;
@@ -288,7 +291,7 @@ public:
 
     // Raises the capacity to `maxCount`, exactly, so that pushes up to it do not grow the array. Never lowers it.
     // Fails: false when memory is refused; nothing has changed.
-    bool Reserve(u32 maxCount) { return maxCount <= m_MaxCount || _Base::_ReallocBuffer(maxCount); }
+    bool Reserve(u32 maxCount) noexcept { return maxCount <= m_MaxCount || _Base::_ReallocBuffer(maxCount); }
 
     // Destroys the elements; keeps the block and the capacity.
     void Clear()
@@ -377,7 +380,7 @@ T *TArray_BaseContainerImpl<T, Controller, HasTrivialRelocate>::_MoveToNewBuffer
 }
 
 template <typename T, typename Controller, bool HasTrivialRelocate>
-void TArray_BaseContainerImpl<T, Controller, HasTrivialRelocate>::_FreeBuffer()
+void TArray_BaseContainerImpl<T, Controller, HasTrivialRelocate>::_FreeBuffer() noexcept
 {
     Mem::_RawFree(m_Data, Mem::AllocType_Generic, Mem::Origin_Alloc, QV_INTERNAL_MEM_SITE);
     m_Data = nullptr;

@@ -70,13 +70,13 @@ struct SAllocator
 // Returns: the allocator before, callable, so that a replacement can forward to it.
 // Requires: every block is freed through the allocator installed at that time, so install one while no block is live
 // (or forward to the one before), and while no other thread allocates or frees.
-SAllocator SetAllocator(const SAllocator &allocator);
+SAllocator SetAllocator(const SAllocator &allocator) noexcept;
 
 // Allocates `size` bytes.
 // Requires: an alignment of 0 (the allocator's default) or a power of two, else reports it and refuses.
 // Returns: the block, or null when memory is refused.
 void *_RawAlloc(u64 size, u32 alignment, EAllocType type, EOrigin origin, const char *tag, const char *file, u32 line,
-                const char *function);
+                const char *function) noexcept;
 
 // Resizes a block of origin `Origin_Alloc`; a null block is allocated. The default allocator keeps half as much again
 // behind a block that grows by less than its size, gives room back when less than half is needed, and lets the platform
@@ -85,14 +85,14 @@ void *_RawAlloc(u64 size, u32 alignment, EAllocType type, EOrigin origin, const 
 // Returns: the block, perhaps moved, with its contents up to the smaller size; or null when memory is refused, and
 // `block` is then still valid.
 void *_RawRealloc(void *block, u64 newSize, u32 alignment, EAllocType type, const char *tag, const char *file, u32 line,
-                  const char *function);
+                  const char *function) noexcept;
 
 // Frees a block; null is ignored. Requires: `origin` is the one that it was allocated with.
 void _RawFree(void *block, EAllocType type, EOrigin origin, const char *tag, const char *file, u32 line,
-              const char *function);
+              const char *function) noexcept;
 
 // Frees a block of origin `Origin_Alloc`; null is ignored.
-void Free(void *block, EAllocType type);
+void Free(void *block, EAllocType type) noexcept;
 
 // Figures of the default allocator, in a build with QV_MEM_TRACKING.
 struct SFigures
@@ -104,7 +104,7 @@ struct SFigures
 // Gives the figures of the live blocks that carry `tag` (compared as text; null for all tags).
 // Returns: false, with figures of 0, in a build without tracking.
 // Cost: linear in the number of live blocks; takes the tracker's lock.
-bool LiveFigures(const char *tag, SFigures &outFigures);
+bool LiveFigures(const char *tag, SFigures &outFigures) noexcept;
 
 namespace Internal
 {

@@ -36,54 +36,54 @@ template <typename T>
 class TMemoryView
 {
 public:
-    constexpr TMemoryView() : m_Data(nullptr), m_Count(0) {}
-    constexpr TMemoryView(T *data, u32 count) : m_Data(data), m_Count(count) {}
+    constexpr TMemoryView() noexcept : m_Data(nullptr), m_Count(0) {}
+    constexpr TMemoryView(T *data, u32 count) noexcept : m_Data(data), m_Count(count) {}
     // From an array of known size (not of characters), or from a view whose elements differ by qualification alone.
     template <typename U, std::size_t N, typename = std::enable_if_t<Internal::IsViewableArray<U, T>>>
-    constexpr TMemoryView(U (&array)[N]) : m_Data(array), m_Count(static_cast<u32>(N))
+    constexpr TMemoryView(U (&array)[N]) noexcept : m_Data(array), m_Count(static_cast<u32>(N))
     {
         static_assert(N <= 0xFFFFFFFFu, "views count in 32 bits");
     }
     template <typename U, typename = std::enable_if_t<Internal::IsQualificationConversion<U, T>>>
-    constexpr TMemoryView(const TMemoryView<U> &other) : m_Data(other.Data()), m_Count(other.Count())
+    constexpr TMemoryView(const TMemoryView<U> &other) noexcept : m_Data(other.Data()), m_Count(other.Count())
     {
     }
 
-    constexpr T *Data() const { return m_Data; }
-    constexpr T *DataEnd() const { return m_Data + m_Count; }
-    constexpr u32 Count() const { return m_Count; }
-    constexpr bool Empty() const { return m_Count == 0; }
+    constexpr T *Data() const noexcept { return m_Data; }
+    constexpr T *DataEnd() const noexcept { return m_Data + m_Count; }
+    constexpr u32 Count() const noexcept { return m_Count; }
+    constexpr bool Empty() const noexcept { return m_Count == 0; }
 
     // Element access. Reports "m_Data != null" and "index < m_Count".
-    T &operator[](u32 index) const
+    T &operator[](u32 index) const noexcept
     {
         if (QV_INTERNAL_UNLIKELY(m_Data == nullptr || index >= m_Count))
             return _Inaccessible(index);
         return m_Data[index];
     }
-    T &First() const { return (*this)[0]; }
-    T &Last() const { return (*this)[m_Count - 1]; }
+    T &First() const noexcept { return (*this)[0]; }
+    T &Last() const noexcept { return (*this)[m_Count - 1]; }
 
     // `count` elements from `start`.
     // Requires: they lie in the view, else reports "start <= m_Count && count <= m_Count - start" and clamps.
-    TMemoryView Slice(u32 start, u32 count) const
+    TMemoryView Slice(u32 start, u32 count) const noexcept
     {
         QV_ASSERT(start <= m_Count && count <= m_Count - start);
         return SliceIFP(start, count);
     }
     // The same, clamped to the view without a report.
-    constexpr TMemoryView SliceIFP(u32 start, u32 count) const
+    constexpr TMemoryView SliceIFP(u32 start, u32 count) const noexcept
     {
         const u32 clampedStart = QVMin(start, m_Count);
         return TMemoryView(m_Data + clampedStart, QVMin(count, m_Count - clampedStart));
     }
 
-    constexpr T *Begin() const { return m_Data; }
-    constexpr T *End() const { return DataEnd(); }
-    constexpr T *begin() const { return Begin(); }
-    constexpr T *end() const { return End(); }
+    constexpr T *Begin() const noexcept { return m_Data; }
+    constexpr T *End() const noexcept { return DataEnd(); }
+    constexpr T *begin() const noexcept { return Begin(); }
+    constexpr T *end() const noexcept { return End(); }
 
-    void _AssertAccessible(u32 index) const
+    void _AssertAccessible(u32 index) const noexcept
     {
         QV_ASSERT(m_Data != null);
         QV_ASSERT(index < m_Count);
@@ -114,22 +114,22 @@ template <typename T>
 class TStridedMemoryViewBase
 {
 public:
-    constexpr u32 Count() const { return m_Storage.m_Count; }
-    constexpr u32 Stride() const { return m_Storage.m_Stride; }
-    constexpr bool Empty() const { return m_Storage.m_Count == 0; }
-    T *Data() const { return _Element(0); }
+    constexpr u32 Count() const noexcept { return m_Storage.m_Count; }
+    constexpr u32 Stride() const noexcept { return m_Storage.m_Stride; }
+    constexpr bool Empty() const noexcept { return m_Storage.m_Count == 0; }
+    T *Data() const noexcept { return _Element(0); }
 
     // Element access. Reports "m_Storage.m_RawDataPtr != null" and "index < m_Storage.m_Count".
-    T &operator[](u32 index) const
+    T &operator[](u32 index) const noexcept
     {
         if (QV_INTERNAL_UNLIKELY(m_Storage.m_RawDataPtr == nullptr || index >= m_Storage.m_Count))
             return _Inaccessible(index);
         return *_Element(index);
     }
-    T &First() const { return (*this)[0]; }
-    T &Last() const { return (*this)[m_Storage.m_Count - 1]; }
+    T &First() const noexcept { return (*this)[0]; }
+    T &Last() const noexcept { return (*this)[m_Storage.m_Count - 1]; }
 
-    void _AssertAccessible(u32 index) const
+    void _AssertAccessible(u32 index) const noexcept
     {
         QV_ASSERT(m_Storage.m_RawDataPtr != null);
         QV_ASSERT(index < m_Storage.m_Count);
@@ -137,10 +137,12 @@ public:
     }
 
 protected:
-    constexpr explicit TStridedMemoryViewBase(const SStridedMemoryViewRawStorage &storage) : m_Storage(storage) {}
+    constexpr explicit TStridedMemoryViewBase(const SStridedMemoryViewRawStorage &storage) noexcept : m_Storage(storage)
+    {
+    }
 
     // Offsets are computed in 64 bits: a large view may span more than 4 GiB.
-    T *_Element(u64 index) const
+    T *_Element(u64 index) const noexcept
     {
         return reinterpret_cast<T *>(const_cast<u8 *>(m_Storage.m_RawDataPtr + index * m_Storage.m_Stride));
     }
@@ -162,49 +164,56 @@ class TStridedMemoryView : public TStridedMemoryViewBase<T>
 {
     using _Base = TStridedMemoryViewBase<T>;
 
-    static const u8 *_Raw(const volatile void *data) { return static_cast<const u8 *>(const_cast<const void *>(data)); }
+    static const u8 *_Raw(const volatile void *data) noexcept
+    {
+        return static_cast<const u8 *>(const_cast<const void *>(data));
+    }
 
 public:
     // Steps through the elements; random access in the manner of a pointer. With a stride of 0 the address stays where it
     // is, so that the steps themselves are counted; they order, compare and measure iterators then.
     class Iterator;
 
-    TStridedMemoryView() : _Base({nullptr, 0, static_cast<u32>(sizeof(T))}) {}
-    TStridedMemoryView(T *data, u32 count, u32 stride = sizeof(T)) : _Base({_Raw(data), count, stride}) {}
+    TStridedMemoryView() noexcept : _Base({nullptr, 0, static_cast<u32>(sizeof(T))}) {}
+    TStridedMemoryView(T *data, u32 count, u32 stride = sizeof(T)) noexcept : _Base({_Raw(data), count, stride}) {}
     // From an array of known size (not of characters), or from a view whose elements differ by qualification alone.
     template <typename U, std::size_t N, typename = std::enable_if_t<Internal::IsViewableArray<U, T>>>
-    TStridedMemoryView(U (&array)[N]) : TStridedMemoryView(TMemoryView<T>(array))
+    TStridedMemoryView(U (&array)[N]) noexcept : TStridedMemoryView(TMemoryView<T>(array))
     {
     }
     template <typename U, typename = std::enable_if_t<Internal::IsQualificationConversion<U, T>>>
-    TStridedMemoryView(const TMemoryView<U> &view) : TStridedMemoryView(view.Data(), view.Count())
+    TStridedMemoryView(const TMemoryView<U> &view) noexcept : TStridedMemoryView(view.Data(), view.Count())
     {
     }
     template <typename U, typename = std::enable_if_t<Internal::IsQualificationConversion<U, T>>>
-    TStridedMemoryView(const TStridedMemoryView<U> &view) : _Base({_Raw(view.Data()), view.Count(), view.Stride()})
+    TStridedMemoryView(const TStridedMemoryView<U> &view) noexcept
+        : _Base({_Raw(view.Data()), view.Count(), view.Stride()})
     {
     }
 
     // `count` elements from `start`.
     // Requires: they lie in the view, else reports "start <= m_Storage.m_Count && count <= m_Storage.m_Count - start"
     // and clamps.
-    TStridedMemoryView Slice(u32 start, u32 count) const
+    TStridedMemoryView Slice(u32 start, u32 count) const noexcept
     {
         QV_ASSERT(start <= m_Storage.m_Count && count <= m_Storage.m_Count - start);
         return SliceIFP(start, count);
     }
     // The same, clamped to the view without a report.
-    TStridedMemoryView SliceIFP(u32 start, u32 count) const
+    TStridedMemoryView SliceIFP(u32 start, u32 count) const noexcept
     {
         const u32 clampedStart = QVMin(start, m_Storage.m_Count);
         return TStridedMemoryView(_Base::_Element(clampedStart), QVMin(count, m_Storage.m_Count - clampedStart),
                                   m_Storage.m_Stride);
     }
 
-    Iterator Begin() const { return Iterator(m_Storage.m_RawDataPtr, m_Storage.m_Stride); }
-    Iterator End() const { return Begin() + static_cast<typename Iterator::difference_type>(m_Storage.m_Count); }
-    Iterator begin() const { return Begin(); }
-    Iterator end() const { return End(); }
+    Iterator Begin() const noexcept { return Iterator(m_Storage.m_RawDataPtr, m_Storage.m_Stride); }
+    Iterator End() const noexcept
+    {
+        return Begin() + static_cast<typename Iterator::difference_type>(m_Storage.m_Count);
+    }
+    Iterator begin() const noexcept { return Begin(); }
+    Iterator end() const noexcept { return End(); }
 
 private:
     using _Base::m_Storage;

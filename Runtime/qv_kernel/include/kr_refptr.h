@@ -33,36 +33,39 @@ public:
     virtual ~CRefCountedObjectBase();
 
     // The counts as they were a moment ago; 1 read by the holder of a reference means that it is the only one.
-    u32 RefCount() const { return m_RefCount.Load(); }
-    u32 WeakCount() const { return _WeakCountOf(m_WeakCount.Load()); }
+    u32 RefCount() const noexcept { return m_RefCount.Load(); }
+    u32 WeakCount() const noexcept { return _WeakCountOf(m_WeakCount.Load()); }
 
     // Adds a strong reference. Reports "/!\ strong refcount overflow /!\" when the count no longer fits 31 bits.
-    void AddReference() const;
+    void AddReference() const noexcept;
     // Drops a strong reference, without deleting the object.
     // Returns the new count. Reports "s32(nrc) >= 0", "/!\ strong refcount underflow /!\", when there was none.
-    u32 _InternalRemoveReference() const;
+    u32 _InternalRemoveReference() const noexcept;
     // The same for who wants to know only whether it was the last one.
-    bool _InternalRemoveReferenceIsLast() const;
+    bool _InternalRemoveReferenceIsLast() const noexcept;
 
-    void AddWeakReference() const { m_WeakCount.Inc(); }
+    void AddWeakReference() const noexcept { m_WeakCount.Inc(); }
     // Reports "s32(nrc) >= 0", "/!\ weak refcount underflow /!\", when there was none.
-    void RemoveWeakReference() const;
+    void RemoveWeakReference() const noexcept;
 
     // Adds the first strong reference to an object that no other thread has seen yet: a plain store.
-    void _AddFirstReference() const { m_RefCount.StoreUnshared(1); }
+    void _AddFirstReference() const noexcept { m_RefCount.StoreUnshared(1); }
 
 protected:
     CRefCountedObjectBase() = default;
 
     // Marks the object as one that is being destroyed. Returns: false when it was marked before. Only for the thread
     // that dropped the last reference: nobody else can reach the object then, but through its destructor.
-    bool _BeginDestruction() const;
+    bool _BeginDestruction() const noexcept;
 
     // The weak count without the mark, for which it ends at 30 bits. The mark stands there and not in the strong count,
     // so that this one tells the truth in a destructor, too. A count below 0 bears no mark.
     static constexpr u32 kDestructionMark = 0x40000000;
-    static constexpr bool _IsMarked(u32 count) { return (count & 0xC0000000) == kDestructionMark; }
-    static constexpr u32 _WeakCountOf(u32 count) { return _IsMarked(count) ? count - kDestructionMark : count; }
+    static constexpr bool _IsMarked(u32 count) noexcept { return (count & 0xC0000000) == kDestructionMark; }
+    static constexpr u32 _WeakCountOf(u32 count) noexcept
+    {
+        return _IsMarked(count) ? count - kDestructionMark : count;
+    }
 
     mutable TAtomic<u32> m_RefCount;
     mutable TAtomic<u32> m_WeakCount;
@@ -80,7 +83,7 @@ public:
 
     // Drops a strong reference and deletes the object with the last one.
     // A holder that finds itself alone deletes without a locked instruction.
-    void RemoveReference() const;
+    void RemoveReference() const noexcept;
 
     static void *operator new(std::size_t size) noexcept;
     static void *operator new(std::size_t size, std::align_val_t alignment) noexcept;
@@ -100,14 +103,15 @@ public:
     // Every object is freed by itself, with its last reference, so none shares a block with others.
     static void *operator new[](std::size_t) = delete; // an array holds pointers to counted objects, not the objects
     template <typename... Arguments>
-    static void *operator new[](std::size_t, Arguments...) = delete; // an array holds pointers to counted objects
+    static void *operator new[](std::size_t,
+                                Arguments...) noexcept = delete; // an array holds pointers to counted objects
 
 protected:
     CRefCountedObject() = default;
 
     // Destroys `object`, the counted base of which is `counted`, and frees its block. Does nothing from within the
     // object's destructor.
-    static void _DeleteObject(const CRefCountedObjectBase *counted, const CRefCountedObject *object);
+    static void _DeleteObject(const CRefCountedObjectBase *counted, const CRefCountedObject *object) noexcept;
 };
 
 namespace Internal
@@ -176,12 +180,12 @@ public:
     explicit operator bool() const noexcept { return _P::m_Ptr != nullptr; }
 
     // Report "_P::m_Ptr != null" for a null pointer.
-    T *operator->() const
+    T *operator->() const noexcept
     {
         QV_ASSERT(_P::m_Ptr != null);
         return _P::m_Ptr;
     }
-    T &operator*() const
+    T &operator*() const noexcept
     {
         QV_ASSERT(_P::m_Ptr != null);
         return *_P::m_Ptr;
@@ -224,20 +228,20 @@ struct TTypeTraits<TRefPtr<T>>
     static constexpr bool HasTrivialRelocate = true;
 };
 
-inline void CRefCountedObjectBase::AddReference() const
+inline void CRefCountedObjectBase::AddReference() const noexcept
 {
     const u32 nrc = m_RefCount.Inc();
     QV_ASSERT_MESSAGE(s32(nrc) >= 0, "/!\\ strong refcount overflow /!\\");
 }
 
-inline u32 CRefCountedObjectBase::_InternalRemoveReference() const
+inline u32 CRefCountedObjectBase::_InternalRemoveReference() const noexcept
 {
     const u32 nrc = m_RefCount.Dec();
     QV_ASSERT_MESSAGE(s32(nrc) >= 0, "/!\\ strong refcount underflow /!\\");
     return nrc;
 }
 
-inline bool CRefCountedObjectBase::_InternalRemoveReferenceIsLast() const
+inline bool CRefCountedObjectBase::_InternalRemoveReferenceIsLast() const noexcept
 {
     bool underflow;
     const bool isLast = m_RefCount.DecIsZero(underflow);
@@ -247,13 +251,13 @@ inline bool CRefCountedObjectBase::_InternalRemoveReferenceIsLast() const
     return isLast;
 }
 
-inline void CRefCountedObjectBase::RemoveWeakReference() const
+inline void CRefCountedObjectBase::RemoveWeakReference() const noexcept
 {
     const u32 nrc = _WeakCountOf(m_WeakCount.FetchDec()) - 1;
     QV_ASSERT_MESSAGE(s32(nrc) >= 0, "/!\\ weak refcount underflow /!\\");
 }
 
-inline bool CRefCountedObjectBase::_BeginDestruction() const
+inline bool CRefCountedObjectBase::_BeginDestruction() const noexcept
 {
     const u32 count = m_WeakCount.Load();
     if (_IsMarked(count))
@@ -262,7 +266,7 @@ inline bool CRefCountedObjectBase::_BeginDestruction() const
     return true;
 }
 
-inline void CRefCountedObject::RemoveReference() const
+inline void CRefCountedObject::RemoveReference() const noexcept
 {
     // Alone: nobody else can add or drop a reference, so what the decrement would give is known.
     if (RefCount() == 1)

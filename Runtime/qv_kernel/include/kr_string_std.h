@@ -26,26 +26,26 @@ namespace Quorvane
 {
 
 // The characters of a string or a view, as the standard's view. A null text gives an empty one. Borrows.
-inline std::string_view ToStdStringView(const CStringView &view)
+[[nodiscard]] inline std::string_view ToStdStringView(const CStringView &view) noexcept
 {
     return view.Data() != nullptr ? std::string_view(view.Data(), view.Length()) : std::string_view();
 }
-inline std::string_view ToStdStringView(const CString &string QV_INTERNAL_LIFETIMEBOUND)
+[[nodiscard]] inline std::string_view ToStdStringView(const CString &string QV_INTERNAL_LIFETIMEBOUND) noexcept
 {
     return ToStdStringView(CStringView(string));
 }
 // A literal would become a temporary string, and the view would outlive it.
-std::string_view ToStdStringView(const char *) = delete;
+[[nodiscard]] std::string_view ToStdStringView(const char *) noexcept = delete;
 
 // The standard's view as ours. Views of more than 32 bits are cut. Borrows.
-inline CStringView FromStdStringView(std::string_view view)
+[[nodiscard]] inline CStringView FromStdStringView(std::string_view view) noexcept
 {
     constexpr std::size_t kMaxLength = 0xFFFFFFFFu;
     return CStringView(view.data(), static_cast<u32>(QVMin(view.size(), kMaxLength)));
 }
 
 // A string with a copy of the characters. Fails: an empty string, also for lengths that no string can have.
-inline CString StringFromStdStringView(std::string_view view)
+[[nodiscard]] inline CString StringFromStdStringView(std::string_view view) noexcept
 {
     return view.size() < CStringContainer::kLengthMask ? FromStdStringView(view).ToString() : CString();
 }
@@ -55,19 +55,19 @@ namespace Internal
 
 // A text for hashing and equality of all forms: one that begins with a terminator is empty, as in all comparisons of
 // strings.
-inline std::string_view ComparableText(std::string_view text)
+inline std::string_view ComparableText(std::string_view text) noexcept
 {
     return !text.empty() && text.front() == '\0' ? std::string_view() : text;
 }
-inline std::string_view ComparableText(const CString &text)
+inline std::string_view ComparableText(const CString &text) noexcept
 {
     return ComparableText(ToStdStringView(text));
 }
-inline std::string_view ComparableText(const CStringView &text)
+inline std::string_view ComparableText(const CStringView &text) noexcept
 {
     return ComparableText(ToStdStringView(text));
 }
-inline std::string_view ComparableText(const char *text)
+inline std::string_view ComparableText(const char *text) noexcept
 {
     return text != nullptr ? std::string_view(text) : std::string_view();
 }
@@ -81,7 +81,7 @@ struct SStringHash
     using is_transparent = void;
 
     template <typename Text>
-    std::size_t operator()(const Text &text) const
+    std::size_t operator()(const Text &text) const noexcept
     {
         return std::hash<std::string_view>()(Internal::ComparableText(text));
     }
@@ -93,7 +93,7 @@ struct SStringEqual
     using is_transparent = void;
 
     template <typename TextA, typename TextB>
-    bool operator()(const TextA &a, const TextB &b) const
+    bool operator()(const TextA &a, const TextB &b) const noexcept
     {
         return Internal::ComparableText(a) == Internal::ComparableText(b);
     }
@@ -114,13 +114,13 @@ inline std::ostream &operator<<(std::ostream &stream, const CString &string)
 template <>
 struct std::hash<Quorvane::CString>
 {
-    std::size_t operator()(const Quorvane::CString &string) const { return Quorvane::SStringHash()(string); }
+    std::size_t operator()(const Quorvane::CString &string) const noexcept { return Quorvane::SStringHash()(string); }
 };
 
 template <>
 struct std::hash<Quorvane::CStringView>
 {
-    std::size_t operator()(const Quorvane::CStringView &view) const { return Quorvane::SStringHash()(view); }
+    std::size_t operator()(const Quorvane::CStringView &view) const noexcept { return Quorvane::SStringHash()(view); }
 };
 
 #if defined(__cpp_lib_format)

@@ -1,4 +1,4 @@
-// What the header promises by itself: sizes, traits, which overloads resolve, the view, the operators, and strings in
+// What the header promises by itself: sizes, traits, which overloads resolve, the operators, and strings in
 // static objects.
 #include "kr_string.h"
 
@@ -66,41 +66,9 @@ TEST(StringHeader, MovesDoNotThrow)
     EXPECT_TRUE(std::is_nothrow_destructible<CString>::value);
 }
 
-TEST(StringHeader, ContainersAreNeitherCopiedNorMoved)
-{
-    EXPECT_FALSE(std::is_copy_constructible<CStringContainer>::value);
-    EXPECT_FALSE(std::is_copy_assignable<CStringContainer>::value);
-    EXPECT_FALSE(std::is_default_constructible<CStringContainer>::value);
-}
-
-TEST(StringHeader, TheContainersDestructorIsVirtual)
-{
-    EXPECT_TRUE(std::has_virtual_destructor<CStringContainer>::value);
-    EXPECT_TRUE((std::is_base_of<CRefCountedObject, CStringContainer>::value));
-}
-
-TEST(StringHeader, APointerToAContainerIsAStrongReference)
-{
-    EXPECT_TRUE((std::is_same<PStringContainer, TRefPtr<CStringContainer>>::value));
-}
-
 TEST(StringHeader, StringsMayBeRelocatedByTheirBytes)
 {
     EXPECT_TRUE(TTypeTraits<CString>::HasTrivialRelocate);
-}
-
-TEST(StringHeader, AViewIsAPlainValueOfPointerAndLength)
-{
-    EXPECT_TRUE(std::is_trivially_copyable<CStringView>::value);
-    EXPECT_TRUE(std::is_standard_layout<CStringView>::value);
-    const char text[] = "abc";
-    const CStringView view(text, 2);
-    const char *data = nullptr;
-    u32 length = 0;
-    std::memcpy(&data, &view, sizeof(data));
-    std::memcpy(&length, reinterpret_cast<const char *>(&view) + sizeof(data), sizeof(length));
-    EXPECT_EQ(data, text);
-    EXPECT_EQ(length, 2u);
 }
 
 TEST(StringHeader, StringsAndViewsAreConstantInitialised)
@@ -120,14 +88,6 @@ TEST(StringHeader, TextBecomesAStringByItself)
     EXPECT_EQ(LengthOfString(CStringContainer::New("abcd")), 4u);
     EXPECT_TRUE((std::is_convertible<const char *, CString>::value));
     EXPECT_TRUE((std::is_convertible<const PStringContainer &, CString>::value));
-}
-
-TEST(StringHeader, AStringBecomesAViewByItself)
-{
-    const CString string("abc");
-    EXPECT_EQ(LengthOfView(string), 3u);
-    EXPECT_EQ(LengthOfView(CString("abcd")), 4u);
-    EXPECT_EQ(LengthOfView(string.View()), 3u);
 }
 
 TEST(StringHeader, AViewOrACharacterDoesNotBecomeAStringByItself)
@@ -178,106 +138,6 @@ TEST(StringHeader, EditsReturnTheStringItself)
     EXPECT_EQ(&string.AppendSlash(), &string);
     EXPECT_EQ(&(string += "b"), &string);
     EXPECT_EQ(&(string /= "b"), &string);
-}
-
-// The view.
-
-TEST(StringHeader, DefaultViewIsNullAndEmpty)
-{
-    const CStringView view;
-    EXPECT_EQ(view.Data(), nullptr);
-    EXPECT_EQ(view.Length(), 0u);
-    EXPECT_TRUE(view.Empty());
-}
-
-TEST(StringHeader, ViewStoresPointerAndLengthUnchanged)
-{
-    const char text[] = "abc";
-    const CStringView view(text, 2);
-    EXPECT_EQ(view.Data(), text);
-    EXPECT_EQ(view.Length(), 2u);
-    const CStringView odd(nullptr, 7);
-    EXPECT_EQ(odd.Data(), nullptr);
-    EXPECT_EQ(odd.Length(), 7u);
-}
-
-TEST(StringHeader, ViewOfAStringIsItsCharactersAndLength)
-{
-    const CString string("abc");
-    const CStringView view = string;
-    EXPECT_EQ(view.Data(), string.Data());
-    EXPECT_EQ(view.Length(), 3u);
-    EXPECT_EQ(ContainerOf(string)->RefCount(), 1u);
-}
-
-TEST(StringHeader, ViewOfANullStringIsNullAndEmpty)
-{
-    const CString string;
-    const CStringView view = string;
-    EXPECT_EQ(view.Data(), nullptr);
-    EXPECT_EQ(view.Length(), 0u);
-}
-
-TEST(StringHeader, ViewOfATemporaryLivesAsLongAsTheExpression)
-{
-    EXPECT_EQ(TextOf(CStringView(CString("temporary"))), "temporary");
-}
-
-TEST(StringHeader, ViewOfAMemoryViewIsItsDataAndCount)
-{
-    const char text[] = "abc";
-    const CStringView view = TMemoryView<const char>(text, 2);
-    EXPECT_EQ(view.Data(), text);
-    EXPECT_EQ(view.Length(), 2u);
-}
-
-TEST(StringHeader, AViewIsEmptyByItsLengthAlone)
-{
-    EXPECT_TRUE(CStringView("abc", 0).Empty());
-    EXPECT_FALSE(CStringView(nullptr, 1).Empty());
-    EXPECT_FALSE(CStringView("\0", 1).Empty());
-}
-
-TEST(StringHeader, ClearOfAViewIsNullAndEmpty)
-{
-    CStringView view("abc", 3);
-    view.Clear();
-    EXPECT_EQ(view.Data(), nullptr);
-    EXPECT_EQ(view.Length(), 0u);
-}
-
-TEST(StringHeader, ViewOfAViewIsTheSameMemory)
-{
-    const CStringView view("abc", 2);
-    EXPECT_EQ(view.View().Data(), view.Data());
-    EXPECT_EQ(view.View().Count(), 2u);
-}
-
-TEST(StringHeader, ViewReadsEveryCharacterByValue)
-{
-    CAssertRecorder recorder;
-    const CStringView view("abc", 3);
-    EXPECT_EQ(view[0], 'a');
-    EXPECT_EQ(view[2], 'c');
-    EXPECT_TRUE((std::is_same<decltype(view[0]), char>::value));
-    ExpectReports(recorder, {});
-}
-
-TEST(StringHeader, ViewReportsAnIndexBeyondItsEndAndReadsAllTheSame)
-{
-    CAssertRecorder recorder;
-    const CStringView view("abcdef", 3);
-    EXPECT_EQ(view[3], 'd');
-    ExpectReports(recorder, {"index < m_Length"});
-    EXPECT_EQ(view[5], 'f');
-    ExpectReports(recorder, {"index < m_Length", "index < m_Length"});
-}
-
-TEST(StringHeader, NullViewReportsAnIndexAndAnswersNul)
-{
-    CAssertRecorder recorder;
-    EXPECT_EQ(CStringView()[0], '\0');
-    ExpectReports(recorder, {"index < m_Length"});
 }
 
 // Operators.

@@ -25,15 +25,15 @@ class TArray_BaseContainerImpl
     static_assert(kElementBytes < 0x80000000u, "the bytes of 2^32 elements are computed in 64 bits, signed");
 
 public:
-    T *_Data() { return m_Data; }
-    u32 _Count() const { return m_Count; }
-    u32 _MaxCount() const { return m_MaxCount; }
+    T *_Data() noexcept { return m_Data; }
+    u32 _Count() const noexcept { return m_Count; }
+    u32 _MaxCount() const noexcept { return m_MaxCount; }
     void _SetMaxCount(u32 maxCount) { m_MaxCount = maxCount; }
 
-    T *_RawBegin() { return m_Data; }
-    const T *_RawBegin() const { return m_Data; }
-    T *_RawEnd() { return m_Data + m_Count; }
-    const T *_RawEnd() const { return m_Data + m_Count; }
+    T *_RawBegin() noexcept { return m_Data; }
+    const T *_RawBegin() const noexcept { return m_Data; }
+    T *_RawEnd() noexcept { return m_Data + m_Count; }
+    const T *_RawEnd() const noexcept { return m_Data + m_Count; }
 
     // Raises the capacity to at least `wishedSize`, with headroom by the controller's rule.
     // Requires: "wishedSize > _MaxCount()".
@@ -71,7 +71,7 @@ protected:
     {
         Internal::TRangeDestructor<T, !std::is_trivially_destructible<T>::value>::Destroy(m_Data, start, end);
     }
-    void _FreeBuffer();
+    void _FreeBuffer() noexcept;
 
     // Elements 0 to `m_Count` - 1 are alive, the rest up to `m_MaxCount` is raw memory. Null before the first growth.
     T *m_Data = nullptr;

@@ -25,30 +25,31 @@ public:
     using pointer = T *;
     using reference = T &;
 
-    Iterator() : m_Address(0), m_Stride(0), m_Repeats(0) {}
-    Iterator(const u8 *address, u32 stride) : m_Address(reinterpret_cast<ureg>(address)), m_Stride(stride), m_Repeats(0)
+    Iterator() noexcept : m_Address(0), m_Stride(0), m_Repeats(0) {}
+    Iterator(const u8 *address, u32 stride) noexcept
+        : m_Address(reinterpret_cast<ureg>(address)), m_Stride(stride), m_Repeats(0)
     {
     }
 
-    T &operator*() const { return *reinterpret_cast<T *>(m_Address); }
-    T *operator->() const { return &**this; }
-    T &operator[](difference_type n) const { return *(*this + n); }
+    T &operator*() const noexcept { return *reinterpret_cast<T *>(m_Address); }
+    T *operator->() const noexcept { return &**this; }
+    T &operator[](difference_type n) const noexcept { return *(*this + n); }
 
-    Iterator &operator++() { return *this += 1; }
-    Iterator &operator--() { return *this -= 1; }
-    Iterator operator++(int)
+    Iterator &operator++() noexcept { return *this += 1; }
+    Iterator &operator--() noexcept { return *this -= 1; }
+    Iterator operator++(int) noexcept
     {
         const Iterator before = *this;
         ++*this;
         return before;
     }
-    Iterator operator--(int)
+    Iterator operator--(int) noexcept
     {
         const Iterator before = *this;
         --*this;
         return before;
     }
-    Iterator &operator+=(difference_type n)
+    Iterator &operator+=(difference_type n) noexcept
     {
         if (QV_INTERNAL_UNLIKELY(m_Stride == 0))
             m_Repeats += static_cast<u32>(n);
@@ -56,28 +57,28 @@ public:
             m_Address += static_cast<ureg>(n) * m_Stride;
         return *this;
     }
-    Iterator &operator-=(difference_type n) { return *this += -n; }
-    friend Iterator operator+(Iterator it, difference_type n) { return it += n; }
-    friend Iterator operator+(difference_type n, Iterator it) { return it += n; }
-    friend Iterator operator-(Iterator it, difference_type n) { return it -= n; }
-    friend difference_type operator-(const Iterator &a, const Iterator &b)
+    Iterator &operator-=(difference_type n) noexcept { return *this += -n; }
+    friend Iterator operator+(Iterator it, difference_type n) noexcept { return it += n; }
+    friend Iterator operator+(difference_type n, Iterator it) noexcept { return it += n; }
+    friend Iterator operator-(Iterator it, difference_type n) noexcept { return it -= n; }
+    friend difference_type operator-(const Iterator &a, const Iterator &b) noexcept
     {
         if (QV_INTERNAL_UNLIKELY(a.m_Stride == 0))
             return static_cast<difference_type>(a.m_Repeats) - static_cast<difference_type>(b.m_Repeats);
         return static_cast<difference_type>(a.m_Address - b.m_Address) / static_cast<difference_type>(a.m_Stride);
     }
-    friend bool operator==(const Iterator &a, const Iterator &b)
+    friend bool operator==(const Iterator &a, const Iterator &b) noexcept
     {
         return a.m_Address == b.m_Address && (QV_INTERNAL_LIKELY(a.m_Stride != 0) || a.m_Repeats == b.m_Repeats);
     }
-    friend bool operator!=(const Iterator &a, const Iterator &b) { return !(a == b); }
-    friend bool operator<(const Iterator &a, const Iterator &b)
+    friend bool operator!=(const Iterator &a, const Iterator &b) noexcept { return !(a == b); }
+    friend bool operator<(const Iterator &a, const Iterator &b) noexcept
     {
         return a.m_Address < b.m_Address || (a.m_Address == b.m_Address && a.m_Repeats < b.m_Repeats);
     }
-    friend bool operator>(const Iterator &a, const Iterator &b) { return b < a; }
-    friend bool operator<=(const Iterator &a, const Iterator &b) { return !(b < a); }
-    friend bool operator>=(const Iterator &a, const Iterator &b) { return !(a < b); }
+    friend bool operator>(const Iterator &a, const Iterator &b) noexcept { return b < a; }
+    friend bool operator<=(const Iterator &a, const Iterator &b) noexcept { return !(b < a); }
+    friend bool operator>=(const Iterator &a, const Iterator &b) noexcept { return !(a < b); }
 
 private:
     ureg m_Address;

@@ -17,7 +17,7 @@ namespace Internal
 
 // Memory of the thread's own for one element, which nobody constructs or destroys.
 template <typename Element>
-QV_INTERNAL_HIDDEN void *ScratchMemory()
+QV_INTERNAL_HIDDEN void *ScratchMemory() noexcept
 {
     static thread_local struct
     {
@@ -29,7 +29,7 @@ QV_INTERNAL_HIDDEN void *ScratchMemory()
 // What an access outside a view or an array refers to after its report: a fresh element of the thread's own, valid
 // until the thread's next such access. Types that cannot be default-constructed see zeroed memory.
 template <typename T>
-QV_INTERNAL_HIDDEN T &ScratchElement()
+QV_INTERNAL_HIDDEN T &ScratchElement() noexcept
 {
     using Element = std::remove_cv_t<T>;
     if constexpr (!std::is_default_constructible<Element>::value)

@@ -19,7 +19,7 @@
 namespace Quorvane
 {
 
-inline bool CStringContainer::_BeginBlock(u32 newLength)
+inline bool CStringContainer::_BeginBlock(u32 newLength) noexcept
 {
     if (newLength >= m_Capacity)
         return false;
@@ -28,7 +28,7 @@ inline bool CStringContainer::_BeginBlock(u32 newLength)
 }
 
 // As few instructions as there can be: programs build text in this loop.
-inline bool CStringContainer::_AppendFast(char character)
+inline bool CStringContainer::_AppendFast(char character) noexcept
 {
     if (RefCount() != 1)
         return false;
@@ -45,7 +45,7 @@ inline bool CStringContainer::_AppendFast(char character)
     return true;
 }
 
-inline CString::CString(const char *source, u32 sourceLen)
+inline CString::CString(const char *source, u32 sourceLen) noexcept
     : m_Container(sourceLen != 0 && source != nullptr && *source != '\0' ? CStringContainer::New(source, sourceLen)
                                                                          : PStringContainer())
 {
@@ -55,7 +55,7 @@ inline CString::CString(const char *source, u32 sourceLen)
 
 // The usual case of each comparison: two containers with characters. Everything else goes to the .cpp.
 
-inline bool CString::operator==(const CString &other) const
+inline bool CString::operator==(const CString &other) const noexcept
 {
     const CStringContainer *a = m_Container.Get();
     const CStringContainer *b = other.m_Container.Get();
@@ -67,7 +67,7 @@ inline bool CString::operator==(const CString &other) const
     return length == b->Length() && (dataA == dataB || Internal::String::EqualCharacters(dataA, dataB, length));
 }
 
-inline bool CString::operator<(const CString &other) const
+inline bool CString::operator<(const CString &other) const noexcept
 {
     const CStringContainer *a = m_Container.Get();
     const CStringContainer *b = other.m_Container.Get();
@@ -80,7 +80,7 @@ inline bool CString::operator<(const CString &other) const
     return std::memcmp(dataA, dataB, QVMin(a->Length(), b->Length()) + 1) < 0;
 }
 
-inline bool CString::operator>(const CString &other) const
+inline bool CString::operator>(const CString &other) const noexcept
 {
     const CStringContainer *a = m_Container.Get();
     const CStringContainer *b = other.m_Container.Get();
@@ -94,7 +94,7 @@ inline bool CString::operator>(const CString &other) const
     return order > 0 || (order == 0 && common < wanted);
 }
 
-inline char *CString::RawDataForWriting() QV_INTERNAL_LIFETIMEBOUND
+inline char *CString::RawDataForWriting() noexcept QV_INTERNAL_LIFETIMEBOUND
 {
     _MakeUnique();
     CStringContainer *container = m_Container.Get();
@@ -104,7 +104,7 @@ inline char *CString::RawDataForWriting() QV_INTERNAL_LIFETIMEBOUND
     return container->Data();
 }
 
-inline CGuid CString::FindNextOf(char character, u32 start) const
+inline CGuid CString::FindNextOf(char character, u32 start) const noexcept
 {
     const u32 length = Length();
     if (start >= length)
@@ -116,7 +116,7 @@ inline CGuid CString::FindNextOf(char character, u32 start) const
     return found != nullptr ? CGuid(static_cast<u32>(static_cast<const char *>(found) - data)) : CGuid::INVALID;
 }
 
-inline const char &CString::At(u32 index) const QV_INTERNAL_LIFETIMEBOUND
+inline const char &CString::At(u32 index) const noexcept QV_INTERNAL_LIFETIMEBOUND
 {
     const CStringContainer *container = m_Container.Get();
     if (QV_INTERNAL_FAILS_TEXT("_P::m_Ptr != null", container != nullptr))
@@ -126,14 +126,14 @@ inline const char &CString::At(u32 index) const QV_INTERNAL_LIFETIMEBOUND
     return container->Data()[index];
 }
 
-inline const char &CString::First() const QV_INTERNAL_LIFETIMEBOUND
+inline const char &CString::First() const noexcept QV_INTERNAL_LIFETIMEBOUND
 {
     if (QV_INTERNAL_FAILS(!Empty()))
         return kNoCharacter;
     return *Data();
 }
 
-inline const char &CString::Last() const QV_INTERNAL_LIFETIMEBOUND
+inline const char &CString::Last() const noexcept QV_INTERNAL_LIFETIMEBOUND
 {
     if (QV_INTERNAL_FAILS(!Empty()))
         return kNoCharacter;
@@ -158,7 +158,7 @@ namespace Internal::String
 {
 
 // What SNativeStringUtils::Length answers; known to the compiler for a literal.
-constexpr u32 LengthOfText(const char *str)
+constexpr u32 LengthOfText(const char *str) noexcept
 {
     constexpr u64 kMaxLength = 0xFFFFFFFFu;
     return str != nullptr ? static_cast<u32>(QVMin<u64>(__builtin_strlen(str), kMaxLength)) : 0;
@@ -166,17 +166,17 @@ constexpr u32 LengthOfText(const char *str)
 
 } // namespace Internal::String
 
-constexpr CStringView::CStringView(const char *str QV_INTERNAL_LIFETIMEBOUND)
+constexpr CStringView::CStringView(const char *str QV_INTERNAL_LIFETIMEBOUND) noexcept
     : m_Data(str), m_Length(Internal::String::LengthOfText(str))
 {
 }
 
-inline CStringView::CStringView(const CString &string QV_INTERNAL_LIFETIMEBOUND)
+inline CStringView::CStringView(const CString &string QV_INTERNAL_LIFETIMEBOUND) noexcept
     : CStringView(string.Data(), string.Length())
 {
 }
 
-inline CStringView::CStringView(CString &&string QV_INTERNAL_LIFETIMEBOUND)
+inline CStringView::CStringView(CString &&string QV_INTERNAL_LIFETIMEBOUND) noexcept
     : CStringView(string.Data(), string.Length())
 {
 }
@@ -184,29 +184,29 @@ inline CStringView::CStringView(CString &&string QV_INTERNAL_LIFETIMEBOUND)
 namespace Internal::String
 {
 
-inline CStringView ToView(const CStringView &piece)
+inline CStringView ToView(const CStringView &piece) noexcept
 {
     return piece;
 }
 
-inline CStringView ToView(const CString &piece)
+inline CStringView ToView(const CString &piece) noexcept
 {
     return piece.Empty() ? CStringView() : CStringView(piece);
 }
 
-inline CStringView ToView(const char *piece)
+inline CStringView ToView(const char *piece) noexcept
 {
     return CStringView::FromNullTerminatedString(piece);
 }
 
 // What stands on the left of the first seam: there a string counts by its length, as it does on the left of operator/.
 template <typename Piece>
-CStringView ToViewByLength(const Piece &piece)
+CStringView ToViewByLength(const Piece &piece) noexcept
 {
     return ToView(piece);
 }
 
-inline CStringView ToViewByLength(const CString &piece)
+inline CStringView ToViewByLength(const CString &piece) noexcept
 {
     return CStringView(piece);
 }
@@ -214,7 +214,7 @@ inline CStringView ToViewByLength(const CString &piece)
 } // namespace Internal::String
 
 template <typename First, typename Second, typename... More>
-CString JoinPath(const First &first, const Second &second, const More &...more)
+CString JoinPath(const First &first, const Second &second, const More &...more) noexcept
 {
     const CStringView pieces[] = {Internal::String::ToViewByLength(first), Internal::String::ToView(second),
                                   Internal::String::ToView(more)...};
@@ -227,124 +227,124 @@ namespace Internal::String
 {
 
 // Negative, 0 or positive.
-s32 OrderOfViews(const CStringView &a, const CStringView &b);
-s32 OrderOfViews(const CStringView &a, const char *b);
+s32 OrderOfViews(const CStringView &a, const CStringView &b) noexcept;
+s32 OrderOfViews(const CStringView &a, const char *b) noexcept;
 
 } // namespace Internal::String
 
-inline bool operator==(const CStringView &a, const CString &b)
+inline bool operator==(const CStringView &a, const CString &b) noexcept
 {
     return b == a;
 }
-inline bool operator!=(const CString &a, const CStringView &b)
+inline bool operator!=(const CString &a, const CStringView &b) noexcept
 {
     return !(a == b);
 }
-inline bool operator!=(const CStringView &a, const CString &b)
+inline bool operator!=(const CStringView &a, const CString &b) noexcept
 {
     return !(b == a);
 }
-inline bool operator<=(const CString &a, const CStringView &b)
+inline bool operator<=(const CString &a, const CStringView &b) noexcept
 {
     return !(a > b);
 }
-inline bool operator>=(const CString &a, const CStringView &b)
+inline bool operator>=(const CString &a, const CStringView &b) noexcept
 {
     return !(a < b);
 }
-inline bool operator<(const CStringView &a, const CString &b)
+inline bool operator<(const CStringView &a, const CString &b) noexcept
 {
     return b > a;
 }
-inline bool operator>(const CStringView &a, const CString &b)
+inline bool operator>(const CStringView &a, const CString &b) noexcept
 {
     return b < a;
 }
-inline bool operator<=(const CStringView &a, const CString &b)
+inline bool operator<=(const CStringView &a, const CString &b) noexcept
 {
     return b >= a;
 }
-inline bool operator>=(const CStringView &a, const CString &b)
+inline bool operator>=(const CStringView &a, const CString &b) noexcept
 {
     return b <= a;
 }
-inline bool operator<(const CStringView &a, const CStringView &b)
+inline bool operator<(const CStringView &a, const CStringView &b) noexcept
 {
     return Internal::String::OrderOfViews(a, b) < 0;
 }
-inline bool operator>(const CStringView &a, const CStringView &b)
+inline bool operator>(const CStringView &a, const CStringView &b) noexcept
 {
     return b < a;
 }
-inline bool operator<=(const CStringView &a, const CStringView &b)
+inline bool operator<=(const CStringView &a, const CStringView &b) noexcept
 {
     return !(b < a);
 }
-inline bool operator>=(const CStringView &a, const CStringView &b)
+inline bool operator>=(const CStringView &a, const CStringView &b) noexcept
 {
     return !(a < b);
 }
-inline bool operator<(const CStringView &a, const char *b)
+inline bool operator<(const CStringView &a, const char *b) noexcept
 {
     return Internal::String::OrderOfViews(a, b) < 0;
 }
-inline bool operator>(const CStringView &a, const char *b)
+inline bool operator>(const CStringView &a, const char *b) noexcept
 {
     return Internal::String::OrderOfViews(a, b) > 0;
 }
-inline bool operator<=(const CStringView &a, const char *b)
+inline bool operator<=(const CStringView &a, const char *b) noexcept
 {
     return !(a > b);
 }
-inline bool operator>=(const CStringView &a, const char *b)
+inline bool operator>=(const CStringView &a, const char *b) noexcept
 {
     return !(a < b);
 }
-inline bool operator<(const char *a, const CStringView &b)
+inline bool operator<(const char *a, const CStringView &b) noexcept
 {
     return b > a;
 }
-inline bool operator>(const char *a, const CStringView &b)
+inline bool operator>(const char *a, const CStringView &b) noexcept
 {
     return b < a;
 }
-inline bool operator<=(const char *a, const CStringView &b)
+inline bool operator<=(const char *a, const CStringView &b) noexcept
 {
     return b >= a;
 }
-inline bool operator>=(const char *a, const CStringView &b)
+inline bool operator>=(const char *a, const CStringView &b) noexcept
 {
     return b <= a;
 }
-inline bool operator==(const char *a, const CString &b)
+inline bool operator==(const char *a, const CString &b) noexcept
 {
     return b == a;
 }
-inline bool operator!=(const char *a, const CString &b)
+inline bool operator!=(const char *a, const CString &b) noexcept
 {
     return b != a;
 }
-inline bool operator<(const char *a, const CString &b)
+inline bool operator<(const char *a, const CString &b) noexcept
 {
     return b > a;
 }
-inline bool operator>(const char *a, const CString &b)
+inline bool operator>(const char *a, const CString &b) noexcept
 {
     return b < a;
 }
-inline bool operator<=(const char *a, const CString &b)
+inline bool operator<=(const char *a, const CString &b) noexcept
 {
     return b >= a;
 }
-inline bool operator>=(const char *a, const CString &b)
+inline bool operator>=(const char *a, const CString &b) noexcept
 {
     return b <= a;
 }
-inline bool operator==(const char *a, const CStringView &b)
+inline bool operator==(const char *a, const CStringView &b) noexcept
 {
     return b == a;
 }
-inline bool operator!=(const char *a, const CStringView &b)
+inline bool operator!=(const char *a, const CStringView &b) noexcept
 {
     return b != a;
 }

@@ -25,14 +25,14 @@ const char *SuffixStart(const char *str, const char *suffix)
 
 } // namespace
 
-bool SNativeStringUtils::StartsWith(const char *str, const char *prefix)
+bool SNativeStringUtils::StartsWith(const char *str, const char *prefix) noexcept
 {
     str = TextOrEmpty(str);
     prefix = TextOrEmpty(prefix);
     return std::strncmp(str, prefix, std::strlen(prefix)) == 0;
 }
 
-bool SNativeStringUtils::StartsWithCase(const char *str, const char *prefix)
+bool SNativeStringUtils::StartsWithCase(const char *str, const char *prefix) noexcept
 {
     str = TextOrEmpty(str);
     prefix = TextOrEmpty(prefix);
@@ -45,14 +45,14 @@ bool SNativeStringUtils::StartsWithCase(const char *str, const char *prefix)
     return *prefix == 0;
 }
 
-bool SNativeStringUtils::EndsWith(const char *str, const char *suffix)
+bool SNativeStringUtils::EndsWith(const char *str, const char *suffix) noexcept
 {
     suffix = TextOrEmpty(suffix);
     const char *end = SuffixStart(TextOrEmpty(str), suffix);
     return end != nullptr && std::strcmp(end, suffix) == 0;
 }
 
-bool SNativeStringUtils::EndsWithCase(const char *str, const char *suffix)
+bool SNativeStringUtils::EndsWithCase(const char *str, const char *suffix) noexcept
 {
     suffix = TextOrEmpty(suffix);
     const char *end = SuffixStart(TextOrEmpty(str), suffix);

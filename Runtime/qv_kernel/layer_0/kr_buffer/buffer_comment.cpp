@@ -89,7 +89,7 @@ char *BlankComment(char *at)
 
 } // namespace
 
-u32 SNativeStringUtils::Uncomment(char *data)
+u32 SNativeStringUtils::Uncomment(char *data) noexcept
 {
     if (data == nullptr)
         return 0;

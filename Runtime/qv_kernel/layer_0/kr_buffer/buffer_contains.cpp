@@ -70,7 +70,7 @@ bool ContainsInWindows(const char *str, const char *needle, std::size_t needleLe
 
 } // namespace
 
-bool SNativeStringUtils::Contains(const char *str, const char *needle)
+bool SNativeStringUtils::Contains(const char *str, const char *needle) noexcept
 {
     str = TextOrEmpty(str);
     needle = TextOrEmpty(needle);
@@ -80,7 +80,7 @@ bool SNativeStringUtils::Contains(const char *str, const char *needle)
     return ContainsInWindows<SCaseMatters>(str, needle, needleLength);
 }
 
-bool SNativeStringUtils::ContainsCase(const char *str, const char *needle)
+bool SNativeStringUtils::ContainsCase(const char *str, const char *needle) noexcept
 {
     str = TextOrEmpty(str);
     needle = TextOrEmpty(needle);

@@ -78,7 +78,7 @@ const char *Finish(const SPairFound &found, const char *data, std::size_t length
 
 } // namespace
 
-const char *SNativeStringUtils::Find(const char *data, u32 length, const char *needle, u32 needleLength)
+const char *SNativeStringUtils::Find(const char *data, u32 length, const char *needle, u32 needleLength) noexcept
 {
     if (needleLength == 0)
         return data;
@@ -91,7 +91,7 @@ const char *SNativeStringUtils::Find(const char *data, u32 length, const char *n
     return Finish<SCaseMatters>(found, data, length, needle, needleLength);
 }
 
-const char *SNativeStringUtils::FindCase(const char *data, u32 length, const char *needle, u32 needleLength)
+const char *SNativeStringUtils::FindCase(const char *data, u32 length, const char *needle, u32 needleLength) noexcept
 {
     if (needleLength == 0)
         return data;
@@ -102,7 +102,7 @@ const char *SNativeStringUtils::FindCase(const char *data, u32 length, const cha
     return Finish<SCaseIgnored>(found, data, length, needle, needleLength);
 }
 
-const char *SNativeStringUtils::FindLast(const char *data, u32 length, char character)
+const char *SNativeStringUtils::FindLast(const char *data, u32 length, char character) noexcept
 {
     if (length == 0)
         return nullptr;

@@ -62,7 +62,7 @@ char *FormatToBlock(u32 length, const char *format, va_list args)
 } // namespace
 
 char *SNativeStringUtils::VAFormat(char *buffer, const char *bufferLast, u32 &outLength, const char *format,
-                                   va_list args)
+                                   va_list args) noexcept
 {
     outLength = 0;
     if (buffer == nullptr || bufferLast < buffer || format == nullptr)

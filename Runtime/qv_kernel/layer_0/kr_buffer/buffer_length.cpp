@@ -8,12 +8,12 @@
 namespace Quorvane
 {
 
-u32 SNativeStringUtils::Length(const char *str)
+u32 SNativeStringUtils::Length(const char *str) noexcept
 {
     return str != nullptr ? Internal::Buffer::ReportedLength(std::strlen(str)) : 0;
 }
 
-u32 SNativeStringUtils::Length_16(const char *str)
+u32 SNativeStringUtils::Length_16(const char *str) noexcept
 {
     // The platform's routine already reads aligned blocks, as wide as the machine has them.
     return Length(str);

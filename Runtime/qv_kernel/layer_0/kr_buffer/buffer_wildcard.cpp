@@ -22,22 +22,22 @@ bool MatchTexts(const char *pattern, const char *str)
 
 } // namespace
 
-bool SNativeStringUtils::Match(const char *pattern, const char *str)
+bool SNativeStringUtils::Match(const char *pattern, const char *str) noexcept
 {
     return MatchTexts<Internal::Buffer::SCaseMatters, Internal::Buffer::SNoInhibitors>(pattern, str);
 }
 
-bool SNativeStringUtils::MatchCase(const char *pattern, const char *str)
+bool SNativeStringUtils::MatchCase(const char *pattern, const char *str) noexcept
 {
     return MatchTexts<Internal::Buffer::SCaseIgnored, Internal::Buffer::SNoInhibitors>(pattern, str);
 }
 
-bool SNativeStringUtils::MatchWithInhibitors(const char *pattern, const char *str)
+bool SNativeStringUtils::MatchWithInhibitors(const char *pattern, const char *str) noexcept
 {
     return MatchTexts<Internal::Buffer::SCaseMatters, Internal::Buffer::SBackslashInhibits>(pattern, str);
 }
 
-bool SNativeStringUtils::MatchCaseWithInhibitors(const char *pattern, const char *str)
+bool SNativeStringUtils::MatchCaseWithInhibitors(const char *pattern, const char *str) noexcept
 {
     return MatchTexts<Internal::Buffer::SCaseIgnored, Internal::Buffer::SBackslashInhibits>(pattern, str);
 }

@@ -17,23 +17,23 @@ QV_INTERNAL_CONSTINIT TAtomic<s64> g_NetBytes;
 
 QV_INTERNAL_CONSTINIT bool g_KRContainersConfig_MonitorTArrays = false;
 
-void CContainersMonitorTArrays::RegisterNewMemoryMovement(s64 bytes)
+void CContainersMonitorTArrays::RegisterNewMemoryMovement(s64 bytes) noexcept
 {
     g_MovementCount.Inc();
     g_NetBytes.Add(bytes);
 }
 
-u64 CContainersMonitorTArrays::MovementCount()
+u64 CContainersMonitorTArrays::MovementCount() noexcept
 {
     return g_MovementCount.Load();
 }
 
-s64 CContainersMonitorTArrays::NetBytes()
+s64 CContainersMonitorTArrays::NetBytes() noexcept
 {
     return g_NetBytes.Load();
 }
 
-void CContainersMonitorTArrays::Reset()
+void CContainersMonitorTArrays::Reset() noexcept
 {
     g_MovementCount.Store(0);
     g_NetBytes.Store(0);

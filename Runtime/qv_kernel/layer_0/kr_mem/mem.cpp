@@ -19,7 +19,7 @@ bool IsPowerOfTwoOrZero(u32 alignment)
 
 } // namespace
 
-SAllocator SetAllocator(const SAllocator &allocator)
+SAllocator SetAllocator(const SAllocator &allocator) noexcept
 {
     const bool none = allocator.m_Alloc == null && allocator.m_Realloc == null && allocator.m_Free == null;
     const bool all = allocator.m_Alloc != null && allocator.m_Realloc != null && allocator.m_Free != null;
@@ -33,7 +33,7 @@ SAllocator SetAllocator(const SAllocator &allocator)
 }
 
 void *_RawAlloc(u64 size, u32 alignment, EAllocType type, EOrigin origin, const char *tag, const char *file, u32 line,
-                const char *function)
+                const char *function) noexcept
 {
     if (QV_VERIFY(IsPowerOfTwoOrZero(alignment)))
         return nullptr;
@@ -44,7 +44,7 @@ void *_RawAlloc(u64 size, u32 alignment, EAllocType type, EOrigin origin, const 
 }
 
 void *_RawRealloc(void *block, u64 newSize, u32 alignment, EAllocType type, const char *tag, const char *file, u32 line,
-                  const char *function)
+                  const char *function) noexcept
 {
     if (QV_VERIFY(IsPowerOfTwoOrZero(alignment)))
         return nullptr;
@@ -53,7 +53,7 @@ void *_RawRealloc(void *block, u64 newSize, u32 alignment, EAllocType type, cons
 }
 
 void _RawFree(void *block, EAllocType type, EOrigin origin, const char *tag, const char *file, u32 line,
-              const char *function)
+              const char *function) noexcept
 {
     if (block == nullptr)
         return;
@@ -63,7 +63,7 @@ void _RawFree(void *block, EAllocType type, EOrigin origin, const char *tag, con
     Internal::g_Allocator.m_Free(block, type, origin, tag, file, line, function);
 }
 
-void Free(void *block, EAllocType type)
+void Free(void *block, EAllocType type) noexcept
 {
     _RawFree(block, type, Origin_Alloc, QV_INTERNAL_MEM_SITE);
 }

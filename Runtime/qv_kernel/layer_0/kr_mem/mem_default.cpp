@@ -146,7 +146,7 @@ void DefaultFree(void *block, EAllocType, EOrigin, const char *, const char *, u
 
 } // namespace Internal
 
-bool LiveFigures(const char *, SFigures &outFigures)
+bool LiveFigures(const char *, SFigures &outFigures) noexcept
 {
     outFigures = SFigures{0, 0};
     return false;

@@ -49,7 +49,7 @@ void CRefCountedObject::operator delete(void *block, std::align_val_t, const std
     CRefCountedObject::operator delete(block);
 }
 
-void CRefCountedObject::_DeleteObject(const CRefCountedObjectBase *counted, const CRefCountedObject *object)
+void CRefCountedObject::_DeleteObject(const CRefCountedObjectBase *counted, const CRefCountedObject *object) noexcept
 {
     static_cast<void>(counted);
     if (!object->_BeginDestruction())

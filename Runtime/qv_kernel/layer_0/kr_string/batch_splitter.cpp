@@ -66,49 +66,49 @@ void SplitBatch(TArray<CString> &outPieces, const CString &source, const u8 *tab
 
 } // namespace
 
-CStringBatchSplitter::CStringBatchSplitter()
+CStringBatchSplitter::CStringBatchSplitter() noexcept
 {
     std::memset(m_SplitTable, 0, sizeof(m_SplitTable));
     m_SplitTable[0] = 1;
 }
 
-void CStringBatchSplitter::AddSplitChar(char character)
+void CStringBatchSplitter::AddSplitChar(char character) noexcept
 {
     m_SplitTable[static_cast<u8>(character)] = 1;
 }
 
-void CStringBatchSplitter::AddSplitChars(const char *characters)
+void CStringBatchSplitter::AddSplitChars(const char *characters) noexcept
 {
     for (; characters != nullptr && *characters != '\0'; ++characters)
         AddSplitChar(*characters);
 }
 
-void CStringBatchSplitter::AddSplitChars(const CString &characters)
+void CStringBatchSplitter::AddSplitChars(const CString &characters) noexcept
 {
     for (const char character : characters.View())
         AddSplitChar(character);
 }
 
-void CStringBatchSplitter::RemoveSplitChar(char c)
+void CStringBatchSplitter::RemoveSplitChar(char c) noexcept
 {
     QV_ASSERT(c != '\0');
     m_SplitTable[static_cast<u8>(c)] = 0;
 }
 
-void CStringBatchSplitter::RemoveSplitChars(const char *characters)
+void CStringBatchSplitter::RemoveSplitChars(const char *characters) noexcept
 {
     for (; characters != nullptr && *characters != '\0'; ++characters)
         m_SplitTable[static_cast<u8>(*characters)] = 0;
 }
 
-void CStringBatchSplitter::RemoveSplitChars(const CString &characters)
+void CStringBatchSplitter::RemoveSplitChars(const CString &characters) noexcept
 {
     for (const char character : characters.View())
         if (character != '\0')
             m_SplitTable[static_cast<u8>(character)] = 0;
 }
 
-void CStringBatchSplitter::Split(const CString &str, TArray<CString> &outPieces)
+void CStringBatchSplitter::Split(const CString &str, TArray<CString> &outPieces) noexcept
 {
     if (LiesIn(str, outPieces))
         Split_ThreadSafe(str, outPieces);
@@ -116,7 +116,7 @@ void CStringBatchSplitter::Split(const CString &str, TArray<CString> &outPieces)
         SplitBatch(outPieces, str, m_SplitTable);
 }
 
-void CStringBatchSplitter::Split_ThreadSafe(const CString &str, TArray<CString> &outPieces)
+void CStringBatchSplitter::Split_ThreadSafe(const CString &str, TArray<CString> &outPieces) noexcept
 {
     const CString kept(str);
     SplitBatch(outPieces, kept, m_SplitTable);

@@ -50,17 +50,17 @@ void ConvertInPlace(CString &string)
 
 } // namespace
 
-bool CStringView::IsUpper() const
+bool CStringView::IsUpper() const noexcept
 {
     return !HasLowercaseLetter(*this);
 }
 
-bool CStringView::IsLower() const
+bool CStringView::IsLower() const noexcept
 {
     return !HasUppercaseLetter(*this);
 }
 
-ECasingType CStringView::AnalyzeCasing() const
+ECasingType CStringView::AnalyzeCasing() const noexcept
 {
     static_assert(CasingType_Mixed == (CasingType_Lowercase | CasingType_Uppercase), "casings are bits");
     const u32 lower = HasLowercaseLetter(*this) ? CasingType_Lowercase : CasingType_Unspecified;
@@ -68,34 +68,34 @@ ECasingType CStringView::AnalyzeCasing() const
     return static_cast<ECasingType>(lower | upper);
 }
 
-bool CString::IsUpper() const
+bool CString::IsUpper() const noexcept
 {
     return Empty() || CStringView(*this).IsUpper();
 }
 
-bool CString::IsLower() const
+bool CString::IsLower() const noexcept
 {
     return Empty() || CStringView(*this).IsLower();
 }
 
-ECasingType CString::AnalyzeCasing() const
+ECasingType CString::AnalyzeCasing() const noexcept
 {
     return Empty() ? CasingType_Unspecified : CStringView(*this).AnalyzeCasing();
 }
 
-CString &CString::ToUppercase()
+CString &CString::ToUppercase() noexcept
 {
     ConvertInPlace<&Internal::Buffer::UppercaseInPlace>(*this);
     return *this;
 }
 
-CString &CString::ToLowercase()
+CString &CString::ToLowercase() noexcept
 {
     ConvertInPlace<&Internal::Buffer::LowercaseInPlace>(*this);
     return *this;
 }
 
-CString &CString::ConformTo(ECasingType casing)
+CString &CString::ConformTo(ECasingType casing) noexcept
 {
     if (casing == CasingType_Uppercase)
         return ToUppercase();
@@ -107,7 +107,7 @@ CString &CString::ConformTo(ECasingType casing)
     return *this;
 }
 
-CString CString::ConformedTo(ECasingType casing) const
+CString CString::ConformedTo(ECasingType casing) const noexcept
 {
     if (Empty() || !IsConversion(casing))
     {
@@ -127,12 +127,12 @@ CString CString::ConformedTo(ECasingType casing) const
     return CString(std::move(copy));
 }
 
-CString CString::Uppercase() const
+CString CString::Uppercase() const noexcept
 {
     return ConformedTo(CasingType_Uppercase);
 }
 
-CString CString::Lowercase() const
+CString CString::Lowercase() const noexcept
 {
     return ConformedTo(CasingType_Lowercase);
 }

@@ -122,7 +122,7 @@ bool PrependInPlace(CStringContainer &container, const char *other, u32 length)
 
 } // namespace
 
-bool CString::_IsUniqueAndResizable() const
+bool CString::_IsUniqueAndResizable() const noexcept
 {
     const CStringContainer *container = m_Container.Get();
     return container != nullptr && container->SupportsDynamicResize() && container->RefCount() == 1;
@@ -130,7 +130,7 @@ bool CString::_IsUniqueAndResizable() const
 
 // The slow paths are functions of their own, so that the fast ones save no register.
 
-CString &CString::_AppendFast(const char *other, u32 length)
+CString &CString::_AppendFast(const char *other, u32 length) noexcept
 {
     CStringContainer *const container = m_Container.Get();
     if (!QV_INTERNAL_LIKELY(IsFastSum(container, other, length)))
@@ -139,7 +139,7 @@ CString &CString::_AppendFast(const char *other, u32 length)
     return *this;
 }
 
-QV_INTERNAL_NOINLINE CString &CString::_AppendSlow(const char *other, u32 length)
+QV_INTERNAL_NOINLINE CString &CString::_AppendSlow(const char *other, u32 length) noexcept
 {
     PStringContainer copy;
     if (!SGrowth::CopyBeyondRoom(m_Container.Get(), other, length, copy))
@@ -159,7 +159,7 @@ QV_INTERNAL_NOINLINE CString &CString::_AppendSlow(const char *other, u32 length
     return *this;
 }
 
-CString &CString::_PrependFast(const char *other, u32 length)
+CString &CString::_PrependFast(const char *other, u32 length) noexcept
 {
     CStringContainer *const container = m_Container.Get();
     if (!QV_INTERNAL_LIKELY(IsFastSum(container, other, length)))
@@ -173,7 +173,7 @@ CString &CString::_PrependFast(const char *other, u32 length)
     return *this;
 }
 
-QV_INTERNAL_NOINLINE CString &CString::_PrependSlow(const char *other, u32 length)
+QV_INTERNAL_NOINLINE CString &CString::_PrependSlow(const char *other, u32 length) noexcept
 {
     const bool uniqueAndResizable = _IsUniqueAndResizable();
     if (!uniqueAndResizable && Empty())
@@ -194,24 +194,24 @@ QV_INTERNAL_NOINLINE CString &CString::_PrependSlow(const char *other, u32 lengt
     return *this;
 }
 
-CString &CString::Append(const CString &other)
+CString &CString::Append(const CString &other) noexcept
 {
     return other.Empty() ? *this : _AppendFast(other.Data(), other.Length());
 }
 
-CString &CString::Append(const CStringView &other)
+CString &CString::Append(const CStringView &other) noexcept
 {
     return other.Empty() || other.Data() == nullptr ? *this : _AppendFast(other.Data(), other.Length());
 }
 
-CString &CString::Append(const char *other)
+CString &CString::Append(const char *other) noexcept
 {
     if (other == nullptr || *other == '\0')
         return *this;
     return _AppendFast(other, SNativeStringUtils::Length(other));
 }
 
-CString &CString::Append(const char *other, u32 otherLength)
+CString &CString::Append(const char *other, u32 otherLength) noexcept
 {
     if (other == nullptr || otherLength == 0 || *other == '\0')
         return *this;
@@ -219,17 +219,17 @@ CString &CString::Append(const char *other, u32 otherLength)
     return _AppendFast(other, otherLength);
 }
 
-CString &CString::_AppendSlow(char character)
+CString &CString::_AppendSlow(char character) noexcept
 {
     return character == '\0' ? *this : _AppendFast(&character, 1);
 }
 
-CString &CString::Prepend(const CString &other)
+CString &CString::Prepend(const CString &other) noexcept
 {
     return other.Empty() ? *this : _PrependFast(other.Data(), other.Length());
 }
 
-CString &CString::Prepend(const CStringView &other)
+CString &CString::Prepend(const CStringView &other) noexcept
 {
     if (other.Empty() || other.Data() == nullptr)
         return *this;
@@ -245,14 +245,14 @@ CString &CString::Prepend(const CStringView &other)
     return *this;
 }
 
-CString &CString::Prepend(const char *other)
+CString &CString::Prepend(const char *other) noexcept
 {
     if (other == nullptr || *other == '\0')
         return *this;
     return _PrependFast(other, SNativeStringUtils::Length(other));
 }
 
-CString &CString::Prepend(const char *other, u32 otherLength)
+CString &CString::Prepend(const char *other, u32 otherLength) noexcept
 {
     if (other == nullptr || otherLength == 0 || *other == '\0')
         return *this;
@@ -260,7 +260,7 @@ CString &CString::Prepend(const char *other, u32 otherLength)
     return _PrependFast(other, otherLength);
 }
 
-CString &CString::Prepend(char character)
+CString &CString::Prepend(char character) noexcept
 {
     return character == '\0' ? *this : Prepend(CStringView(&character, 1));
 }
@@ -290,42 +290,42 @@ CString Sum(const CStringView &a, const CString &b)
 
 } // namespace
 
-CString operator+(const CString &a, const CString &b)
+CString operator+(const CString &a, const CString &b) noexcept
 {
     return Sum(a, Internal::String::ToView(b));
 }
 
-CString operator+(const CString &a, const CStringView &b)
+CString operator+(const CString &a, const CStringView &b) noexcept
 {
     return Sum(a, b);
 }
 
-CString operator+(const CString &a, const char *b)
+CString operator+(const CString &a, const char *b) noexcept
 {
     return Sum(a, CStringView::FromNullTerminatedString(b));
 }
 
-CString operator+(const CStringView &a, const CString &b)
+CString operator+(const CStringView &a, const CString &b) noexcept
 {
     return Sum(a, b);
 }
 
-CString operator+(const char *a, const CString &b)
+CString operator+(const char *a, const CString &b) noexcept
 {
     return Sum(CStringView::FromNullTerminatedString(a), b);
 }
 
-CString operator+(CString &&a, const CString &b)
+CString operator+(CString &&a, const CString &b) noexcept
 {
     return std::move(a.Append(b));
 }
 
-CString operator+(CString &&a, const CStringView &b)
+CString operator+(CString &&a, const CStringView &b) noexcept
 {
     return std::move(a.Append(b));
 }
 
-CString operator+(CString &&a, const char *b)
+CString operator+(CString &&a, const char *b) noexcept
 {
     return std::move(a.Append(b));
 }

@@ -50,7 +50,7 @@ void FreeBuffer(void *block)
 
 static_assert(sizeof(CStringContainer) <= String::kContainerHeaderBytes, "fixed characters follow the fields");
 
-CStringContainer::CStringContainer(u32 lengthAndFlags, u32 capacity, char *characters)
+CStringContainer::CStringContainer(u32 lengthAndFlags, u32 capacity, char *characters) noexcept
     : m_Length(lengthAndFlags), m_Capacity(capacity), m_Characters(characters)
 {
 }
@@ -60,7 +60,7 @@ CStringContainer::~CStringContainer()
     _FreeBuffer();
 }
 
-void CStringContainer::_FreeBuffer()
+void CStringContainer::_FreeBuffer() noexcept
 {
     if (!SupportsDynamicResize())
         return;
@@ -69,7 +69,7 @@ void CStringContainer::_FreeBuffer()
     m_Characters = nullptr;
 }
 
-void CStringContainer::_Destroy(CStringContainer *container)
+void CStringContainer::_Destroy(CStringContainer *container) noexcept
 {
     // Nothing but the buffer outlives the object: its destructors would do no more than this, several calls later.
     const u64 size = container->SupportsDynamicResize() ? String::kResizableObjectBytes
@@ -78,12 +78,12 @@ void CStringContainer::_Destroy(CStringContainer *container)
     FreeObject(container, size);
 }
 
-PStringContainer CStringContainer::New(const char *str)
+PStringContainer CStringContainer::New(const char *str) noexcept
 {
     return New(str, SNativeStringUtils::Length(str));
 }
 
-PStringContainer CStringContainer::New(const char *str, u32 len)
+PStringContainer CStringContainer::New(const char *str, u32 len) noexcept
 {
     if (len == 0 || len >= kLengthMask)
         return PStringContainer();
@@ -102,12 +102,12 @@ PStringContainer CStringContainer::New(const char *str, u32 len)
     return PStringContainer(container, Internal::SAdoptReference());
 }
 
-PStringContainer CStringContainer::NewResizable(const char *str)
+PStringContainer CStringContainer::NewResizable(const char *str) noexcept
 {
     return NewResizable(str, SNativeStringUtils::Length(str), 0);
 }
 
-PStringContainer CStringContainer::NewResizable(const char *str, u32 len, u32 capacity)
+PStringContainer CStringContainer::NewResizable(const char *str, u32 len, u32 capacity) noexcept
 {
     const u32 stringLen = len;
     const u32 capacityLen = capacity != 0 ? capacity : QVMax(len, String::kCharacterBlockBytes);
@@ -138,7 +138,7 @@ PStringContainer CStringContainer::NewResizable(const char *str, u32 len, u32 ca
     return PStringContainer(container, Internal::SAdoptReference());
 }
 
-bool CStringContainer::_Reallocate(u32 newLength)
+bool CStringContainer::_Reallocate(u32 newLength) noexcept
 {
     if (QV_INTERNAL_FAILS(SupportsDynamicResize()) || newLength >= kLengthMask)
         return false;
@@ -153,7 +153,7 @@ bool CStringContainer::_Reallocate(u32 newLength)
     return true;
 }
 
-void CStringContainer::_SetLength(u32 newLength)
+void CStringContainer::_SetLength(u32 newLength) noexcept
 {
     const u32 oldLength = Length();
     char *data = m_Characters;
@@ -176,7 +176,7 @@ void CStringContainer::_SetLength(u32 newLength)
     _ChangeLengthBy(newLength - oldLength);
 }
 
-void CStringContainer::Clear()
+void CStringContainer::Clear() noexcept
 {
     if (m_Characters == nullptr)
         return;
@@ -184,7 +184,7 @@ void CStringContainer::Clear()
     _SetLength(0);
 }
 
-void CStringContainer::Rebuild()
+void CStringContainer::Rebuild() noexcept
 {
     char *data = m_Characters;
     if (data == nullptr)
@@ -197,7 +197,7 @@ void CStringContainer::Rebuild()
     _SetLength(static_cast<u32>(end - data));
 }
 
-u64 CStringContainer::MemoryFootprint() const
+u64 CStringContainer::MemoryFootprint() const noexcept
 {
     const u64 characterBytes = SupportsDynamicResize() ? m_Capacity : String::PaddedBytes(Length());
     return characterBytes + String::kContainerHeaderBytes;

@@ -31,7 +31,7 @@ void MoveToFront(char *data, u32 from, u64 byteCount)
 
 } // namespace
 
-CString &CString::Reverse()
+CString &CString::Reverse() noexcept
 {
     CStringContainer *container = m_Container.Get();
     if (CStringContainer::SafeLength(container) == 0)
@@ -46,7 +46,7 @@ CString &CString::Reverse()
     return *this;
 }
 
-CString CString::Reversed() const
+CString CString::Reversed() const noexcept
 {
     if (Data() == nullptr)
         return CString();
@@ -55,7 +55,7 @@ CString CString::Reversed() const
     return result;
 }
 
-CString CString::Replace(char searchFor, char replaceWith) const
+CString CString::Replace(char searchFor, char replaceWith) const noexcept
 {
     QV_ASSERT(searchFor != '\0' && replaceWith != '\0');
     if (Data() == nullptr)
@@ -67,7 +67,7 @@ CString CString::Replace(char searchFor, char replaceWith) const
     return result;
 }
 
-CString &CString::Strip(const char *chars)
+CString &CString::Strip(const char *chars) noexcept
 {
     if (IsNullOrEmpty(chars) || Data() == nullptr)
         return *this;
@@ -88,7 +88,7 @@ CString &CString::Strip(const char *chars)
     return *this;
 }
 
-CString &CString::StripLeft(const char *chars)
+CString &CString::StripLeft(const char *chars) noexcept
 {
     if (IsNullOrEmpty(chars) || Data() == nullptr)
         return *this;
@@ -108,7 +108,7 @@ CString &CString::StripLeft(const char *chars)
     return *this;
 }
 
-CString &CString::StripRight(const char *chars)
+CString &CString::StripRight(const char *chars) noexcept
 {
     if (IsNullOrEmpty(chars) || Data() == nullptr)
         return *this;
@@ -124,7 +124,7 @@ CString &CString::StripRight(const char *chars)
     return *this;
 }
 
-CString &CString::Uncomment()
+CString &CString::Uncomment() noexcept
 {
     SNativeStringUtils::Uncomment(RawDataForWriting());
     QV_ASSERT(SNativeStringUtils::Length_16(Data()) == Length());

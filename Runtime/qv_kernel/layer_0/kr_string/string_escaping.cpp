@@ -29,7 +29,7 @@ SIndent IndentOf(u32 column, u32 width, u32 tabWidth)
 
 } // namespace
 
-CString &CString::Escape()
+CString &CString::Escape() noexcept
 {
     if (Empty())
         return *this;
@@ -45,7 +45,7 @@ CString &CString::Escape()
     return *this;
 }
 
-CString &CString::Unescape()
+CString &CString::Unescape() noexcept
 {
     if (Empty())
         return *this;
@@ -61,21 +61,21 @@ CString &CString::Unescape()
     return *this;
 }
 
-CString CString::Escaped() const
+CString CString::Escaped() const noexcept
 {
     CString result(*this);
     result.Escape();
     return result;
 }
 
-CString CString::Unescaped() const
+CString CString::Unescaped() const noexcept
 {
     CString result(*this);
     result.Unescape();
     return result;
 }
 
-u32 CString::Ident(u32 column, u32 width, u32 tabWidth)
+u32 CString::Ident(u32 column, u32 width, u32 tabWidth) noexcept
 {
     if (QV_INTERNAL_FAILS(tabWidth != 0))
         return 0;

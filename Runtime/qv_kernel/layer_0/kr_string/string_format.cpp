@@ -9,7 +9,7 @@
 namespace Quorvane
 {
 
-CString CString::VAFormat(const char *format, va_list args)
+CString CString::VAFormat(const char *format, va_list args) noexcept
 {
     QV_ASSERT(format != null);
     // Little: the platform takes stack of its own, of which a thread may have no more than 16 KiB. Longer results take
@@ -28,7 +28,7 @@ CString CString::VAFormat(const char *format, va_list args)
     return result;
 }
 
-CString CString::Format(const char *format, ...)
+CString CString::Format(const char *format, ...) noexcept
 {
     if (format == nullptr)
         return CString();

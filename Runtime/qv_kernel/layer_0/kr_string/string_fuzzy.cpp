@@ -108,7 +108,7 @@ private:
 
 } // namespace
 
-float CString::FuzzyMatch(const CString &other) const
+float CString::FuzzyMatch(const CString &other) const noexcept
 {
     float weight;
     Internal::Fuzzy::WeighPair(SText::Of(*this), SText::Of(other), weight);
@@ -116,7 +116,7 @@ float CString::FuzzyMatch(const CString &other) const
 }
 
 void CString::FuzzyMatchList(const TStridedMemoryView<const CString> &stringList,
-                             const TMemoryView<float> &outMatchResults) const
+                             const TMemoryView<float> &outMatchResults) const noexcept
 {
     QV_ASSERT(outMatchResults.Count() == stringList.Count());
     Internal::Fuzzy::WeighAll(
@@ -126,7 +126,8 @@ void CString::FuzzyMatchList(const TStridedMemoryView<const CString> &stringList
 }
 
 void CString::FuzzyMatchList_Ordered(const TStridedMemoryView<const CString> &stringList,
-                                     TArray<SFuzzyMatchListElement> &outOrderedMatchResults, float tolerance) const
+                                     TArray<SFuzzyMatchListElement> &outOrderedMatchResults,
+                                     float tolerance) const noexcept
 {
     outOrderedMatchResults.Clear();
     Internal::Fuzzy::WeighAll(
@@ -141,7 +142,7 @@ void CString::FuzzyMatchList_Ordered(const TStridedMemoryView<const CString> &st
 }
 
 bool CString::FuzzyMatchList_Top(const TStridedMemoryView<const CString> &stringList,
-                                 TArray<SFuzzyMatchListElement> &outBest, float tolerance, u32 maxCount) const
+                                 TArray<SFuzzyMatchListElement> &outBest, float tolerance, u32 maxCount) const noexcept
 {
     outBest.Clear();
     const u32 limit = QVMin(maxCount, stringList.Count());

@@ -11,7 +11,7 @@ namespace Quorvane
 using Internal::Fuzzy::CAlignment;
 using Internal::Fuzzy::SText;
 
-bool CString::FuzzyMatchPositions(const CString &other, TArray<u32> &outPositions) const
+bool CString::FuzzyMatchPositions(const CString &other, TArray<u32> &outPositions) const noexcept
 {
     outPositions.Clear();
     const CStringView a(*this);

@@ -23,26 +23,26 @@ QV_INTERNAL_CONSTINIT const char CString::kNoCharacter = '\0';
 
 QV_INTERNAL_CONSTINIT QV_INTERNAL_NO_DESTROY const CString CString::EmptyString;
 
-ureg CString::MemoryFootprint() const
+ureg CString::MemoryFootprint() const noexcept
 {
     const CStringContainer *container = m_Container.Get();
     return sizeof(*this) + (container != nullptr ? static_cast<ureg>(container->MemoryFootprint()) : 0);
 }
 
-void CString::_MakeCopy()
+void CString::_MakeCopy() noexcept
 {
     const CStringContainer *container = m_Container.Get();
     if (container->Data() != nullptr)
         m_Container = CStringContainer::New(container->Data(), container->Length());
 }
 
-TMemoryView<char> CString::ViewForWriting()
+TMemoryView<char> CString::ViewForWriting() noexcept
 {
     char *data = RawDataForWriting();
     return data != nullptr ? TMemoryView<char>(data, Length()) : TMemoryView<char>();
 }
 
-void CString::RebuildAfterRawModification()
+void CString::RebuildAfterRawModification() noexcept
 {
     if (m_Container != null)
         m_Container->Rebuild();
@@ -50,25 +50,25 @@ void CString::RebuildAfterRawModification()
 
 // The reading access reports, and answers kNoCharacter where there is none: its address tells it from every character.
 
-char &CString::AtForWriting(u32 index)
+char &CString::AtForWriting(u32 index) noexcept
 {
     const bool readable = &At(index) != &kNoCharacter;
     return readable ? _CharacterForWriting(index) : ScratchCharacter();
 }
 
-char &CString::FirstForWriting()
+char &CString::FirstForWriting() noexcept
 {
     const bool readable = &First() != &kNoCharacter;
     return readable ? _CharacterForWriting(0) : ScratchCharacter();
 }
 
-char &CString::LastForWriting()
+char &CString::LastForWriting() noexcept
 {
     const bool readable = &Last() != &kNoCharacter;
     return readable ? _CharacterForWriting(Length() - 1) : ScratchCharacter();
 }
 
-char &CString::_CharacterForWriting(u32 index)
+char &CString::_CharacterForWriting(u32 index) noexcept
 {
     char *data = RawDataForWriting();
     if (QV_INTERNAL_FAILS_TEXT(Internal::String::kContainerCheck, data != nullptr))
@@ -76,7 +76,7 @@ char &CString::_CharacterForWriting(u32 index)
     return data[index];
 }
 
-void CString::Clear()
+void CString::Clear() noexcept
 {
     if (Empty())
         return;

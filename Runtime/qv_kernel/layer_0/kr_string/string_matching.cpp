@@ -29,18 +29,18 @@ bool MatchWith(FMatcher matcher, const CString &string, const char *pattern)
 
 } // namespace
 
-bool CString::Match(const char *pattern, ECaseSensitivity caseSensitivity) const
+bool CString::Match(const char *pattern, ECaseSensitivity caseSensitivity) const noexcept
 {
     const bool ignoresCase = caseSensitivity != CaseSensitive;
     return MatchWith(ignoresCase ? &SNativeStringUtils::MatchCase : &SNativeStringUtils::Match, *this, pattern);
 }
 
-bool CString::Match(const CString &pattern, ECaseSensitivity caseSensitivity) const
+bool CString::Match(const CString &pattern, ECaseSensitivity caseSensitivity) const noexcept
 {
     return pattern.Empty() ? Empty() : Match(pattern.Data(), caseSensitivity);
 }
 
-bool CString::MatchWithInhibitors(const char *pattern, ECaseSensitivity caseSensitivity) const
+bool CString::MatchWithInhibitors(const char *pattern, ECaseSensitivity caseSensitivity) const noexcept
 {
     const bool ignoresCase = caseSensitivity != CaseSensitive;
     return MatchWith(ignoresCase ? &SNativeStringUtils::MatchCaseWithInhibitors
@@ -48,7 +48,7 @@ bool CString::MatchWithInhibitors(const char *pattern, ECaseSensitivity caseSens
                      *this, pattern);
 }
 
-bool CString::MatchWithInhibitors(const CString &pattern, ECaseSensitivity caseSensitivity) const
+bool CString::MatchWithInhibitors(const CString &pattern, ECaseSensitivity caseSensitivity) const noexcept
 {
     return pattern.Empty() ? Empty() : MatchWithInhibitors(pattern.Data(), caseSensitivity);
 }

@@ -189,7 +189,7 @@ void WriteFast(const TMemoryView<const CStringView> &pieces, char *writeTo)
 } // namespace
 
 // The same question as that about any other text, without a look at what was looked at before.
-bool CString::_ContainsBackslash() const
+bool CString::_ContainsBackslash() const noexcept
 {
     const char *data = Data();
     if (data == nullptr || !_IsUniqueAndResizable())
@@ -198,7 +198,7 @@ bool CString::_ContainsBackslash() const
     return place != Length() && data[place] == kBackslash;
 }
 
-CString &CString::_JoinFast(const char *b, u32 bLen)
+CString &CString::_JoinFast(const char *b, u32 bLen) noexcept
 {
     CStringContainer *const container = m_Container.Get();
     const bool isFast = container != nullptr && IsFastJoin(*container, b, bLen);
@@ -207,7 +207,7 @@ CString &CString::_JoinFast(const char *b, u32 bLen)
     return QV_INTERNAL_LIKELY(isDone) ? *this : _JoinSlow(b, bLen, !isFast);
 }
 
-QV_INTERNAL_NOINLINE CString &CString::_JoinSlow(const char *b, u32 bLen, bool mayGrow)
+QV_INTERNAL_NOINLINE CString &CString::_JoinSlow(const char *b, u32 bLen, bool mayGrow) noexcept
 {
     const char *a = Data();
     const u32 aLen = Length();
@@ -233,22 +233,22 @@ QV_INTERNAL_NOINLINE CString &CString::_JoinSlow(const char *b, u32 bLen, bool m
     return *this;
 }
 
-CString &CString::AppendSlashAnd(const CString &other)
+CString &CString::AppendSlashAnd(const CString &other) noexcept
 {
     return other.Empty() || other.Length() == 0 ? _JoinFast("", 0) : _JoinFast(other.Data(), other.Length());
 }
 
-CString &CString::AppendSlashAnd(const CStringView &other)
+CString &CString::AppendSlashAnd(const CStringView &other) noexcept
 {
     return other.Empty() || other.Data() == nullptr ? _JoinFast("", 0) : _JoinFast(other.Data(), other.Length());
 }
 
-CString &CString::AppendSlashAnd(const char *other)
+CString &CString::AppendSlashAnd(const char *other) noexcept
 {
     return AppendSlashAnd(CStringView::FromNullTerminatedString(other));
 }
 
-CString &CString::AppendSlashAnd(const char *other, u32 length)
+CString &CString::AppendSlashAnd(const char *other, u32 length) noexcept
 {
     if (other == nullptr || length == 0)
         return _JoinFast("", 0);
@@ -258,19 +258,19 @@ CString &CString::AppendSlashAnd(const char *other, u32 length)
     return mayBeShort ? _JoinSlow(other, length, true) : _JoinFast(other, length);
 }
 
-CString &CString::AppendSlash()
+CString &CString::AppendSlash() noexcept
 {
     return Empty() || Last() == kSlash ? *this : _AppendFast("/", 1);
 }
 
-CString CString::SlashAppended() const
+CString CString::SlashAppended() const noexcept
 {
     CString result(*this);
     result.AppendSlash();
     return result;
 }
 
-CString JoinPath(const TMemoryView<const CStringView> &pieces)
+CString JoinPath(const TMemoryView<const CStringView> &pieces) noexcept
 {
     if (pieces.Empty())
         return CString();
@@ -286,42 +286,42 @@ CString JoinPath(const TMemoryView<const CStringView> &pieces)
 // The operators. With a temporary on the left they edit it in place; otherwise the left side is shared, so that an edit
 // of a copy of it would come to a new container: they make that one without the copy.
 
-CString operator/(const CString &a, const CString &b)
+CString operator/(const CString &a, const CString &b) noexcept
 {
     return JoinTwoOrLeft(a, ToView(b));
 }
 
-CString operator/(const CString &a, const CStringView &b)
+CString operator/(const CString &a, const CStringView &b) noexcept
 {
     return JoinTwoOrLeft(a, ReadableView(b));
 }
 
-CString operator/(const CString &a, const char *b)
+CString operator/(const CString &a, const char *b) noexcept
 {
     return JoinTwoOrLeft(a, CStringView::FromNullTerminatedString(b));
 }
 
-CString operator/(const CStringView &a, const CString &b)
+CString operator/(const CStringView &a, const CString &b) noexcept
 {
     return CString(JoinTwoSlow(ReadableView(a), ToView(b)));
 }
 
-CString operator/(const char *a, const CString &b)
+CString operator/(const char *a, const CString &b) noexcept
 {
     return CString(JoinTwoSlow(CStringView::FromNullTerminatedString(a), ToView(b)));
 }
 
-CString operator/(CString &&a, const CString &b)
+CString operator/(CString &&a, const CString &b) noexcept
 {
     return std::move(a.AppendSlashAnd(b));
 }
 
-CString operator/(CString &&a, const CStringView &b)
+CString operator/(CString &&a, const CStringView &b) noexcept
 {
     return std::move(a.AppendSlashAnd(b));
 }
 
-CString operator/(CString &&a, const char *b)
+CString operator/(CString &&a, const char *b) noexcept
 {
     return std::move(a.AppendSlashAnd(b));
 }

@@ -26,7 +26,7 @@ void FillFromFront(char *characters, u32 length, u32 end)
 
 } // namespace
 
-CString CString::Repeat(u32 times) const
+CString CString::Repeat(u32 times) const noexcept
 {
     const char *const data = Data();
     const u32 length = Length();

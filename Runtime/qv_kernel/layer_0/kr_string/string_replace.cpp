@@ -144,7 +144,7 @@ CString ReplaceByOtherLength(const SReplacing &replacing)
 
 } // namespace
 
-CString CString::Replace(const CStringView &pattern, const CStringView &replacement) const
+CString CString::Replace(const CStringView &pattern, const CStringView &replacement) const noexcept
 {
     if (pattern.Empty() || pattern.Data() == nullptr)
         return *this;
@@ -157,17 +157,17 @@ CString CString::Replace(const CStringView &pattern, const CStringView &replacem
                                                                 : ReplaceByOtherLength(replacing);
 }
 
-CString CString::Replace(const CStringView &pattern, const char *replacement) const
+CString CString::Replace(const CStringView &pattern, const char *replacement) const noexcept
 {
     return Replace(pattern, CStringView::FromNullTerminatedString(replacement));
 }
 
-CString CString::Replace(const char *pattern, const CStringView &replacement) const
+CString CString::Replace(const char *pattern, const CStringView &replacement) const noexcept
 {
     return Replace(CStringView::FromNullTerminatedString(pattern), replacement);
 }
 
-CString CString::Replace(const char *pattern, const char *replacement) const
+CString CString::Replace(const char *pattern, const char *replacement) const noexcept
 {
     return Replace(CStringView::FromNullTerminatedString(pattern), CStringView::FromNullTerminatedString(replacement));
 }

@@ -19,7 +19,7 @@ using Internal::String::IsNullOrEmpty;
 
 } // namespace
 
-CGuid CString::FindNextOf(const char *str, u32 start) const
+CGuid CString::FindNextOf(const char *str, u32 start) const noexcept
 {
     if (str == nullptr || start >= Length())
         return CGuid::INVALID;
@@ -29,7 +29,7 @@ CGuid CString::FindNextOf(const char *str, u32 start) const
     return IndexOf(Internal::Buffer::FindInTerminated(data + start, Length() - start, str), data);
 }
 
-CGuid CString::FindLastOf(char character) const
+CGuid CString::FindLastOf(char character) const noexcept
 {
     const u32 length = Length();
     const char *data = Data();
@@ -38,52 +38,52 @@ CGuid CString::FindLastOf(char character) const
     return IndexOf(SNativeStringUtils::FindLast(data, length, character), data);
 }
 
-bool CString::StartsWith(const char *other, ECaseSensitivity caseSensitivity) const
+bool CString::StartsWith(const char *other, ECaseSensitivity caseSensitivity) const noexcept
 {
     return CStringView(*this).StartsWith(other, caseSensitivity);
 }
 
-bool CString::StartsWith(const CString &other, ECaseSensitivity caseSensitivity) const
+bool CString::StartsWith(const CString &other, ECaseSensitivity caseSensitivity) const noexcept
 {
     return CStringView(*this).StartsWith(CStringView(other), caseSensitivity);
 }
 
-bool CString::StartsWith(const CStringView &other, ECaseSensitivity caseSensitivity) const
+bool CString::StartsWith(const CStringView &other, ECaseSensitivity caseSensitivity) const noexcept
 {
     return CStringView(*this).StartsWith(other, caseSensitivity);
 }
 
-bool CString::EndsWith(const char *other, ECaseSensitivity caseSensitivity) const
+bool CString::EndsWith(const char *other, ECaseSensitivity caseSensitivity) const noexcept
 {
     return CStringView(*this).EndsWith(other, caseSensitivity);
 }
 
-bool CString::EndsWith(const CString &other, ECaseSensitivity caseSensitivity) const
+bool CString::EndsWith(const CString &other, ECaseSensitivity caseSensitivity) const noexcept
 {
     return CStringView(*this).EndsWith(CStringView(other), caseSensitivity);
 }
 
-bool CString::EndsWith(const CStringView &other, ECaseSensitivity caseSensitivity) const
+bool CString::EndsWith(const CStringView &other, ECaseSensitivity caseSensitivity) const noexcept
 {
     return CStringView(*this).EndsWith(other, caseSensitivity);
 }
 
-bool CString::Contains(const char *other, ECaseSensitivity caseSensitivity) const
+bool CString::Contains(const char *other, ECaseSensitivity caseSensitivity) const noexcept
 {
     return CStringView(*this).Contains(other, caseSensitivity);
 }
 
-bool CString::Contains(const CString &other, ECaseSensitivity caseSensitivity) const
+bool CString::Contains(const CString &other, ECaseSensitivity caseSensitivity) const noexcept
 {
     return CStringView(*this).Contains(CStringView(other), caseSensitivity);
 }
 
-bool CString::Contains(const CStringView &other, ECaseSensitivity caseSensitivity) const
+bool CString::Contains(const CStringView &other, ECaseSensitivity caseSensitivity) const noexcept
 {
     return CStringView(*this).Contains(other, caseSensitivity);
 }
 
-bool CString::Empty(const char *blanks) const
+bool CString::Empty(const char *blanks) const noexcept
 {
     if (Empty())
         return true;
@@ -99,7 +99,7 @@ bool CString::Empty(const char *blanks) const
 
 // The check of the range that is extracted from a buffer, or from a string's characters, of which it looks at those from
 // `checked` on.
-CString CString::_Extract(const char *from, u32 first, u32 last, u32 checked)
+CString CString::_Extract(const char *from, u32 first, u32 last, u32 checked) noexcept
 {
     const bool isRange = from != nullptr && last > first;
     QV_INTERNAL_ASSERT_TEXT("from != null && last > first && SNativeStringUtils::Length(from) >= QVMax(first, last)",
@@ -109,7 +109,7 @@ CString CString::_Extract(const char *from, u32 first, u32 last, u32 checked)
     return CString(CStringContainer::New(from + first, last - first));
 }
 
-CString CString::Extract(u32 first, u32 last) const
+CString CString::Extract(u32 first, u32 last) const noexcept
 {
     const u32 size = Length();
     if (QV_VERIFY(first < size && last <= size))
@@ -120,7 +120,7 @@ CString CString::Extract(u32 first, u32 last) const
     return first == last ? CString() : _Extract(Data(), first, last, first - QVMin(first, kLookBack));
 }
 
-CString CString::Extract(const char *from, u32 first, u32 last)
+CString CString::Extract(const char *from, u32 first, u32 last) noexcept
 {
     return first == last ? CString() : _Extract(from, first, last, 0);
 }

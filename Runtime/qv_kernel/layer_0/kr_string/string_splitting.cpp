@@ -133,23 +133,23 @@ bool SplitInto(TArray<CString> &outPieces, const CString &source, char separator
 
 } // namespace
 
-bool CString::Split(char separator, TArray<CStringView> &outPieces) const &
+bool CString::Split(char separator, TArray<CStringView> &outPieces) const &noexcept
 {
     return SplitInto(outPieces, *this, separator);
 }
 
-bool CString::Split(char separator, TArray<CString> &outPieces) const
+bool CString::Split(char separator, TArray<CString> &outPieces) const noexcept
 {
     return LiesIn(*this, outPieces) ? Split_ThreadSafe(separator, outPieces) : SplitInto(outPieces, *this, separator);
 }
 
-bool CString::Split_ThreadSafe(char separator, TArray<CStringView> &outPieces) const &
+bool CString::Split_ThreadSafe(char separator, TArray<CStringView> &outPieces) const &noexcept
 {
     const CString kept(*this);
     return SplitInto(outPieces, kept, separator);
 }
 
-bool CString::Split_ThreadSafe(char separator, TArray<CString> &outPieces) const
+bool CString::Split_ThreadSafe(char separator, TArray<CString> &outPieces) const noexcept
 {
     const CString kept(*this);
     return SplitInto(outPieces, kept, separator);

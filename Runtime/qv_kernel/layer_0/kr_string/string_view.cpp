@@ -54,30 +54,30 @@ using Internal::String::ToView;
 
 } // namespace
 
-CStringView CStringView::FromNullTerminatedString(const char *str)
+CStringView CStringView::FromNullTerminatedString(const char *str) noexcept
 {
     return CStringView(str, SNativeStringUtils::Length(str));
 }
 
-CString CStringView::ToString() const
+CString CStringView::ToString() const noexcept
 {
     // Not through the counted constructor, which judges emptiness by the first character.
     return m_Data != nullptr ? CString(CStringContainer::New(m_Data, m_Length)) : CString();
 }
 
-CStringView CStringView::Slice(u32 start) const
+CStringView CStringView::Slice(u32 start) const noexcept
 {
     return Slice(start, m_Length);
 }
 
-CStringView CStringView::Slice(u32 start, u32 count) const
+CStringView CStringView::Slice(u32 start, u32 count) const noexcept
 {
     const u32 clampedStart = QVMin(start, m_Length);
     const char *data = m_Data != nullptr ? m_Data + clampedStart : nullptr;
     return CStringView(data, QVMin(count, m_Length - clampedStart));
 }
 
-bool CStringView::Compare(const char *other, ECaseSensitivity caseSensitivity) const
+bool CStringView::Compare(const char *other, ECaseSensitivity caseSensitivity) const noexcept
 {
     // Null counts as empty, which a view that begins with a terminator equals too.
     if (other == nullptr)
@@ -90,7 +90,7 @@ bool CStringView::Compare(const char *other, ECaseSensitivity caseSensitivity) c
     return equal && other[length] == '\0';
 }
 
-bool CStringView::Compare(const CStringView &other, ECaseSensitivity caseSensitivity) const
+bool CStringView::Compare(const CStringView &other, ECaseSensitivity caseSensitivity) const noexcept
 {
     if (m_Length != other.m_Length)
         return false;
@@ -101,13 +101,13 @@ bool CStringView::Compare(const CStringView &other, ECaseSensitivity caseSensiti
                                             : std::strncmp(m_Data, other.m_Data, m_Length) == 0;
 }
 
-bool CStringView::operator==(const char *other) const
+bool CStringView::operator==(const char *other) const noexcept
 {
     // A view with a terminator in it is the same as no terminated text.
     return LengthToTerminator(*this) == m_Length && Compare(other, CaseSensitive);
 }
 
-bool CStringView::operator==(const CStringView &other) const
+bool CStringView::operator==(const CStringView &other) const noexcept
 {
     if (m_Length != other.m_Length)
         return false;
@@ -116,13 +116,13 @@ bool CStringView::operator==(const CStringView &other) const
     return EqualCounted(m_Data, other.m_Data, m_Length);
 }
 
-bool CStringView::StartsWith(const CStringView &other, ECaseSensitivity caseSensitivity) const
+bool CStringView::StartsWith(const CStringView &other, ECaseSensitivity caseSensitivity) const noexcept
 {
     const u32 otherLength = ReadableLength(other);
     return otherLength <= ReadableLength(*this) && EqualText(m_Data, other.m_Data, otherLength, caseSensitivity);
 }
 
-bool CStringView::EndsWith(const CStringView &other, ECaseSensitivity caseSensitivity) const
+bool CStringView::EndsWith(const CStringView &other, ECaseSensitivity caseSensitivity) const noexcept
 {
     const u32 length = ReadableLength(*this);
     const u32 otherLength = ReadableLength(other);
@@ -130,7 +130,7 @@ bool CStringView::EndsWith(const CStringView &other, ECaseSensitivity caseSensit
            EqualText(m_Data + (length - otherLength), other.m_Data, otherLength, caseSensitivity);
 }
 
-bool CStringView::Contains(const CStringView &other, ECaseSensitivity caseSensitivity) const
+bool CStringView::Contains(const CStringView &other, ECaseSensitivity caseSensitivity) const noexcept
 {
     const u32 length = ReadableLength(*this);
     const u32 otherLength = ReadableLength(other);
@@ -142,52 +142,52 @@ bool CStringView::Contains(const CStringView &other, ECaseSensitivity caseSensit
     return found != nullptr;
 }
 
-bool CStringView::StartsWith(const char *other, ECaseSensitivity caseSensitivity) const
+bool CStringView::StartsWith(const char *other, ECaseSensitivity caseSensitivity) const noexcept
 {
     return StartsWith(ToView(other), caseSensitivity);
 }
 
-bool CStringView::EndsWith(const char *other, ECaseSensitivity caseSensitivity) const
+bool CStringView::EndsWith(const char *other, ECaseSensitivity caseSensitivity) const noexcept
 {
     return EndsWith(ToView(other), caseSensitivity);
 }
 
-bool CStringView::Contains(const char *other, ECaseSensitivity caseSensitivity) const
+bool CStringView::Contains(const char *other, ECaseSensitivity caseSensitivity) const noexcept
 {
     return Contains(ToView(other), caseSensitivity);
 }
 
-CStringView CStringView::Strip(char character) const
+CStringView CStringView::Strip(char character) const noexcept
 {
     return Stripped(*this, CCharacterSet(character));
 }
 
-CStringView CStringView::Strip(const char *set) const
+CStringView CStringView::Strip(const char *set) const noexcept
 {
     return Stripped(*this, CCharacterSet(set));
 }
 
-CStringView CStringView::StripLeft(char character) const
+CStringView CStringView::StripLeft(char character) const noexcept
 {
     return StrippedLeft(*this, CCharacterSet(character));
 }
 
-CStringView CStringView::StripLeft(const char *set) const
+CStringView CStringView::StripLeft(const char *set) const noexcept
 {
     return StrippedLeft(*this, CCharacterSet(set));
 }
 
-CStringView CStringView::StripRight(char character) const
+CStringView CStringView::StripRight(char character) const noexcept
 {
     return StrippedRight(*this, CCharacterSet(character));
 }
 
-CStringView CStringView::StripRight(const char *set) const
+CStringView CStringView::StripRight(const char *set) const noexcept
 {
     return StrippedRight(*this, CCharacterSet(set));
 }
 
-CGuid CStringView::FindNextOf(char character, u32 start) const
+CGuid CStringView::FindNextOf(char character, u32 start) const noexcept
 {
     const u32 length = ReadableLength(*this);
     if (start >= length)
@@ -195,7 +195,7 @@ CGuid CStringView::FindNextOf(char character, u32 start) const
     return IndexOf(static_cast<const char *>(std::memchr(m_Data + start, character, length - start)), m_Data);
 }
 
-CGuid CStringView::FindNextOf(const char *set, u32 start) const
+CGuid CStringView::FindNextOf(const char *set, u32 start) const noexcept
 {
     const CCharacterSet characters(set);
     const u32 length = ReadableLength(*this);
@@ -205,7 +205,7 @@ CGuid CStringView::FindNextOf(const char *set, u32 start) const
     return CGuid::INVALID;
 }
 
-CGuid CStringView::FindLastOf(char character) const
+CGuid CStringView::FindLastOf(char character) const noexcept
 {
     return IndexOf(SNativeStringUtils::FindLast(m_Data, ReadableLength(*this), character), m_Data);
 }

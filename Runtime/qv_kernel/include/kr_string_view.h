@@ -1,0 +1,148 @@
+// Views of text that somebody else owns: everything that reads, without copying and without a terminator. kr_string.h
+// includes it.
+//
+//     const CStringView line("name = value");
+//     const CGuid at = line.FindFirstOf('=');
+//     const CStringView name = line.Slice(0, at.Get()).StripRight(' ');
+#pragma once
+
+#include "kr_assert.h"
+#include "kr_memoryviews.h"
+#include "kr_string_fwd.h"
+#include "qv_defs.h"
+#include "qv_guid.h"
+
+namespace Quorvane
+{
+
+// Whether an operation tells upper from lower case. Every non-zero value ignores case.
+enum ECaseSensitivity : u32
+{
+    CaseSensitive = 0,
+    CaseInsensitive = 1,
+};
+
+// The casing of a text, or one to bring it to. Letters are the ASCII letters.
+enum ECasingType : u32
+{
+    CasingType_Unspecified = 0, // no letter at all
+    CasingType_Lowercase = 1,
+    CasingType_Uppercase = 2,
+    CasingType_Mixed = 3,
+};
+
+// `m_Length` characters from `m_Data`, not necessarily terminated, owned by somebody else.
+//
+// A view is a plain value, valid only while the characters are neither freed nor changed: any write through a handle
+// that moves the characters invalidates the views of them.
+class CStringView
+{
+public:
+    constexpr CStringView() noexcept : m_Data(nullptr), m_Length(0) {}
+    constexpr CStringView(const char *data QV_INTERNAL_LIFETIMEBOUND, u32 length) noexcept
+        : m_Data(data), m_Length(length)
+    {
+    }
+    // The whole text, up to its terminator; null gives the empty view. Explicit, so that a text given to one of several
+    // overloads goes where it always went.
+    constexpr explicit CStringView(const char *str QV_INTERNAL_LIFETIMEBOUND) noexcept;
+    CStringView(const CString &string QV_INTERNAL_LIFETIMEBOUND) noexcept;
+    // Borrows from a temporary: good until the end of the full expression.
+    CStringView(CString &&string QV_INTERNAL_LIFETIMEBOUND) noexcept;
+    constexpr CStringView(const TMemoryView<const char> &view) noexcept : m_Data(view.Data()), m_Length(view.Count()) {}
+
+    // A view of the whole text; null gives the empty view.
+    [[nodiscard]] static CStringView FromNullTerminatedString(const char *str QV_INTERNAL_LIFETIMEBOUND) noexcept;
+
+    // ---- Reading ----------------------------------------------------------------------------------------------------
+
+    constexpr const char *Data() const noexcept { return m_Data; }
+    constexpr u32 Length() const noexcept { return m_Length; }
+    // By length: the characters are not looked at.
+    [[nodiscard]] constexpr bool Empty() const noexcept { return m_Length == 0; }
+    [[nodiscard]] constexpr TMemoryView<const char> View() const noexcept
+    {
+        return TMemoryView<const char>(m_Data, m_Length);
+    }
+
+    // The character at `index`, by value.
+    // Requires: an index in the view, else reports "index < m_Length" and reads there all the same.
+    char operator[](u32 index) const noexcept
+    {
+        QV_ASSERT(index < m_Length);
+        return QV_INTERNAL_LIKELY(m_Data != nullptr) ? m_Data[index] : '\0';
+    }
+
+    // Back to (null, 0).
+    void Clear() noexcept { *this = CStringView(); }
+
+    // A string with a copy of the characters. Fails: an empty string when memory is refused.
+    [[nodiscard]] CString ToString() const noexcept;
+
+    // Nothing below reads outside the view, needs a terminator, copies or allocates. Views that result borrow from the
+    // same characters. A null text counts as empty.
+
+    // ---- Pieces -----------------------------------------------------------------------------------------------------
+
+    // The characters from `start`, or `count` of them; both clamped to the view.
+    [[nodiscard]] CStringView Slice(u32 start) const noexcept;
+    [[nodiscard]] CStringView Slice(u32 start, u32 count) const noexcept;
+
+    // The view without the given character, or any character of the set, at both ends, the start or the end. A null or
+    // empty set strips nothing.
+    [[nodiscard]] CStringView Strip(char character) const noexcept;
+    [[nodiscard]] CStringView Strip(const char *set) const noexcept;
+    [[nodiscard]] CStringView StripLeft(char character) const noexcept;
+    [[nodiscard]] CStringView StripLeft(const char *set) const noexcept;
+    [[nodiscard]] CStringView StripRight(char character) const noexcept;
+    [[nodiscard]] CStringView StripRight(const char *set) const noexcept;
+
+    // ---- Comparison -------------------------------------------------------------------------------------------------
+
+    // Equality. As for strings, a terminator ends the comparison where both have one, and ignoring case follows the
+    // platform's library.
+    [[nodiscard]] bool Compare(const char *other, ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+    [[nodiscard]] bool Compare(const CStringView &other,
+                               ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+
+    // Equality of all characters, embedded terminators included.
+    bool operator==(const char *other) const noexcept;
+    bool operator==(const CStringView &other) const noexcept;
+    bool operator!=(const char *other) const noexcept { return !(*this == other); }
+    bool operator!=(const CStringView &other) const noexcept { return !(*this == other); }
+
+    // ---- Casing -----------------------------------------------------------------------------------------------------
+
+    // True when no character differs from its upper-case (lower-case) form.
+    [[nodiscard]] bool IsUpper() const noexcept;
+    [[nodiscard]] bool IsLower() const noexcept;
+    // Unspecified without a letter.
+    [[nodiscard]] ECasingType AnalyzeCasing() const noexcept;
+
+    // ---- Search -----------------------------------------------------------------------------------------------------
+
+    // The index of the first character at or after `start`, or of the last one, that is the given character or one of
+    // the set; CGuid::INVALID when there is none. A null or empty set finds nothing.
+    [[nodiscard]] CGuid FindFirstOf(char character) const noexcept { return FindNextOf(character, 0); }
+    [[nodiscard]] CGuid FindFirstOf(const char *set) const noexcept { return FindNextOf(set, 0); }
+    [[nodiscard]] CGuid FindNextOf(char character, u32 start) const noexcept;
+    [[nodiscard]] CGuid FindNextOf(const char *set, u32 start) const noexcept;
+    [[nodiscard]] CGuid FindLastOf(char character) const noexcept;
+
+    // Prefix, suffix and substring tests; case is ASCII case. An empty argument is contained in everything.
+    [[nodiscard]] bool StartsWith(const CStringView &other,
+                                  ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+    [[nodiscard]] bool StartsWith(const char *other, ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+    [[nodiscard]] bool EndsWith(const CStringView &other,
+                                ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+    [[nodiscard]] bool EndsWith(const char *other, ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+    [[nodiscard]] bool Contains(const CStringView &other,
+                                ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+    [[nodiscard]] bool Contains(const char *other, ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+
+private:
+    const char *m_Data;
+    u32 m_Length;
+};
+
+} // namespace Quorvane
