@@ -158,7 +158,7 @@ bool ReadTolerance(const std::string &text, float &tolerance)
 std::optional<int> ReadArguments(int argc, char **argv, SArguments &arguments)
 {
     SRawArguments raw;
-    raw.m_Source = Terminated(arguments.m_Source);
+    raw.m_Source = arguments.m_Source.CStr();
     if (const std::optional<int> code = Parse(argc, argv, raw, arguments))
         return code;
 

@@ -14,12 +14,12 @@ namespace AssetFinder
 
 void Complain(const CString &what, const char *why)
 {
-    std::fprintf(stderr, "asset_finder: %s: %s\n", Terminated(Printable(what)), why);
+    std::fprintf(stderr, "asset_finder: %s: %s\n", Printable(what).CStr(), why);
 }
 
 bool Print(const CString &text)
 {
-    const bool written = std::fputs(Terminated(text), stdout) >= 0 && std::fflush(stdout) == 0;
+    const bool written = std::fputs(text.CStr(), stdout) >= 0 && std::fflush(stdout) == 0;
     if (!written)
         Complain("stdout", "the output could not be written");
     return written;

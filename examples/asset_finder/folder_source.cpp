@@ -47,7 +47,7 @@ EItemKind KindOf(const fs::directory_entry &entry, bool followLinks)
 
 bool IsBefore(const SItem &a, const SItem &b)
 {
-    return std::strcmp(Terminated(a.m_Name), Terminated(b.m_Name)) < 0;
+    return std::strcmp(a.m_Name.CStr(), b.m_Name.CStr()) < 0;
 }
 
 // Joining with nothing takes the slashes off the end; of the topmost folder nothing would be left.
@@ -114,7 +114,7 @@ void CWalker::_VisitFolder(const CString &path)
 bool CWalker::_IsFirstVisit(const CString &path)
 {
     std::error_code error;
-    const fs::path canonical = fs::canonical(Terminated(path), error);
+    const fs::path canonical = fs::canonical(path.CStr(), error);
     return error || m_Visited.insert(canonical.native()).second;
 }
 
@@ -122,7 +122,7 @@ std::error_code CWalker::_ReadItems(const CString &path)
 {
     m_Items.clear();
     std::error_code error;
-    fs::directory_iterator it(Terminated(path), error);
+    fs::directory_iterator it(path.CStr(), error);
     for (; !error && it != fs::directory_iterator(); it.increment(error))
         m_Items.push_back({m_Builder.ShareName(it->path().filename().native()), KindOf(*it, m_Options.m_FollowLinks)});
     std::sort(m_Items.begin(), m_Items.end(), &IsBefore);
@@ -156,13 +156,13 @@ CString ObjectionToFolder(const CString &folder)
     if (HoldsBackslash(folder))
         return "paths with a backslash are not supported";
     std::error_code error;
-    const fs::file_status status = fs::status(Terminated(folder), error);
+    const fs::file_status status = fs::status(folder.CStr(), error);
     if (status.type() == fs::file_type::not_found)
         return "no such folder";
     if (!error && !fs::is_directory(status))
         return "is not a folder";
     if (!error)
-        static_cast<void>(fs::directory_iterator(Terminated(folder), error));
+        static_cast<void>(fs::directory_iterator(folder.CStr(), error));
     return error ? error.message().c_str() : "";
 }
 

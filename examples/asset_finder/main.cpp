@@ -47,10 +47,9 @@ bool ReadRules(SRulesFile &file)
 {
     const CString objection = ReadRulesFile(file);
     if (!objection.Empty())
-        Complain("rules file \"" + file.m_Path + "\"", Terminated(objection));
+        Complain("rules file \"" + file.m_Path + "\"", objection.CStr());
     for (const SRuleMistake &mistake : file.m_Mistakes)
-        std::fprintf(stderr, "%s:%u: %s\n", Terminated(Printable(file.m_Path)), mistake.m_Line,
-                     Terminated(mistake.m_What));
+        std::fprintf(stderr, "%s:%u: %s\n", Printable(file.m_Path).CStr(), mistake.m_Line, mistake.m_What.CStr());
     return objection.Empty();
 }
 
@@ -93,7 +92,7 @@ bool MakeCatalogue(SSession &session)
     session.m_CatalogueSeconds = watch.Seconds();
     if (!objection.Empty())
         Complain(IsStandardInput(arguments) ? NameOfSource(arguments) : "\"" + arguments.m_Source + "\"",
-                 Terminated(objection));
+                 objection.CStr());
     return objection.Empty();
 }
 

@@ -54,7 +54,7 @@ void CProgressBar::Hide()
 void CProgressBar::_Draw(const CString &line)
 {
     const u32 surplus = m_DrawnLength > line.Length() ? m_DrawnLength - line.Length() : 0;
-    std::fprintf(stderr, "\r%s%*s", Terminated(line), static_cast<int>(surplus), "");
+    std::fprintf(stderr, "\r%s%*s", line.CStr(), static_cast<int>(surplus), "");
     std::fflush(stderr);
     m_DrawnLength = line.Length();
 }

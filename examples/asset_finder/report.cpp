@@ -15,7 +15,7 @@ namespace
 // A figure's line: what it is, the figure, and perhaps a note.
 CString Line(const char *label, const CString &figure, const CString &note)
 {
-    const CString line = Text("  %-18s%14s", label, Terminated(figure));
+    const CString line = Text("  %-18s%14s", label, figure.CStr());
     return (note.Empty() ? line : line + "   " + note) + "\n";
 }
 

@@ -30,8 +30,8 @@ CString HitLine(float weight, const CString &name, u32 nameColumns, const CStrin
 {
     const u32 columns = ColumnsOf(name);
     const u32 blanks = columns < nameColumns ? nameColumns - columns : 0;
-    return Text("  %.3f  %s%*s  %s\n", static_cast<double>(weight), Terminated(name), static_cast<int>(blanks), "",
-                Terminated(Printable(path)));
+    return Text("  %.3f  %s%*s  %s\n", static_cast<double>(weight), name.CStr(), static_cast<int>(blanks), "",
+                Printable(path).CStr());
 }
 
 } // namespace

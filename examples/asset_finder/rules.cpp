@@ -220,7 +220,7 @@ CString ReadLine(const CStringView &line, SRules &rules)
 
 CString ReadTextFile(const CString &path, CString &text)
 {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(std::fopen(Terminated(path), "rb"), &std::fclose);
+    const std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(std::fopen(path.CStr(), "rb"), &std::fclose);
     if (file == nullptr)
         return std::strerror(errno);
     char block[4096];

@@ -18,11 +18,6 @@ CString Text(const char *format, ...)
     return text;
 }
 
-const char *Terminated(const CString &text)
-{
-    return text.Empty() ? "" : text.Data();
-}
-
 CString Grouped(u64 number)
 {
     const CString digits = Text("%llu", number);
@@ -50,7 +45,7 @@ CString Printable(CString text)
 
 bool HoldsBackslash(const CString &name)
 {
-    return std::strchr(Terminated(name), '\\') != nullptr;
+    return std::strchr(name.CStr(), '\\') != nullptr;
 }
 
 } // namespace AssetFinder

@@ -9,9 +9,6 @@ namespace AssetFinder
 // printf into a string, any length. CString::Format would cut at 3198 characters; a path may have 4095.
 [[gnu::format(printf, 1, 2)]] Quorvane::CString Text(const char *format, ...);
 
-// The characters for a C function that knows no null: a string without a container gives "".
-const char *Terminated(const Quorvane::CString &text);
-
 // A number with a comma before every third digit from the right.
 Quorvane::CString Grouped(Quorvane::u64 number);
 

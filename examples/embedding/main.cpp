@@ -73,7 +73,7 @@ void UseStrings()
     CString path("assets");
     path /= "models"; // a container that can grow: an object and a buffer
     const CString copy = path;
-    std::printf("%ld blocks behind \"%s\" and its copy\n", g_LiveBlocks.load(), path.Data());
+    std::printf("%ld blocks behind \"%s\" and its copy\n", g_LiveBlocks.load(), path.CStr());
     path += "/hull.mesh";
     std::printf("%ld blocks after a write to one of them\n", g_LiveBlocks.load());
 }
@@ -85,7 +85,7 @@ void RunOutOfMemory()
     path /= "models"; // reported, and the path stays as it is
     const CString text("refused");
     g_Refuse = false;
-    std::printf("path: \"%s\", text empty: %s\n", path.Data(), text.Empty() ? "yes" : "no");
+    std::printf("path: \"%s\", text empty: %s\n", path.CStr(), text.Empty() ? "yes" : "no");
 }
 
 void BreakAContract()

@@ -130,7 +130,7 @@ int main(int argc, char **argv)
 
     const u32 best = IndexOfBest(together);
     const bool identical = AreIdentical(alone, together);
-    std::printf("%u names, best %s (%.3f)\n", names.Count(), names[best].Data(), static_cast<double>(together[best]));
+    std::printf("%u names, best %s (%.3f)\n", names.Count(), names[best].CStr(), static_cast<double>(together[best]));
     std::printf("1 thread: %.2f ms, %u threads: %.2f ms\n", aloneTime, threadCount, togetherTime);
     std::printf("same weights: %s\n", identical ? "yes" : "no");
     return identical ? 0 : 1;

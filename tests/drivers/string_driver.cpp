@@ -2,6 +2,7 @@
 // framework: so that it can run under sanitizers which bear no foreign library. Returns 0 when all was right.
 #include <clocale>
 #include <cstdarg>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <utility>
@@ -291,6 +292,9 @@ void SWalk::Read(u32 index)
     QV_TEST_CHECK(view.Length() == model.m_Length);
     QV_TEST_CHECK(view.Data() == string.Data());
     QV_TEST_CHECK(string.View().Count() == model.m_Length);
+    QV_TEST_CHECK(string.end() - string.begin() == static_cast<std::ptrdiff_t>(model.m_Length));
+    QV_TEST_CHECK(view.begin() == string.begin() && view.end() == string.end());
+    QV_TEST_CHECK(std::strcmp(string.CStr(), model.m_Text) == 0);
     QV_TEST_CHECK(string.MemoryFootprint() >= sizeof(CString) + (string.Data() != nullptr ? model.m_Length + 32 : 0));
     if (model.m_Length == 0)
         return;
@@ -298,6 +302,7 @@ void SWalk::Read(u32 index)
     QV_TEST_CHECK(string.At(at) == model.m_Text[at]);
     QV_TEST_CHECK(string[at] == model.m_Text[at]);
     QV_TEST_CHECK(view[at] == model.m_Text[at]);
+    QV_TEST_CHECK(string.Slice(at).Length() == model.m_Length - at && string.Slice(at, 1)[0] == model.m_Text[at]);
     QV_TEST_CHECK(string.First() == model.m_Text[0]);
     QV_TEST_CHECK(string.Last() == model.m_Text[model.m_Length - 1]);
     const CString ended = string.SlashAppended();

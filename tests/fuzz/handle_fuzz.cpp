@@ -75,6 +75,12 @@ private:
         QV_FUZZ_CHECK(m_String.First() == (_IsEmpty() ? '\0' : m_Text.front()));
         QV_FUZZ_CHECK(m_String.Last() == (_IsEmpty() ? '\0' : m_Text.back()));
         QV_FUZZ_CHECK(m_Watch.HasReported() == _IsEmpty());
+        QV_FUZZ_CHECK(std::string(m_String.begin(), m_String.end()) == m_Text);
+        QV_FUZZ_CHECK(std::string(m_String.CStr()) == ToTerminator(m_Text));
+        QV_FUZZ_CHECK(m_String.Data() == nullptr || m_String.CStr() == m_String.Data());
+        const std::string tail = within ? m_Text.substr(index) : std::string();
+        QV_FUZZ_CHECK(TextOf(m_String.Slice(index)) == tail);
+        QV_FUZZ_CHECK(TextOf(m_String.Slice(index, 2)) == tail.substr(0, 2));
         QV_FUZZ_CHECK(!m_Watch.HasAllocated());
     }
 
@@ -220,6 +226,8 @@ void CheckViews(CInput &input, CWatch &watch)
     const std::string tail = start < length ? text.substr(start) : std::string();
     QV_FUZZ_CHECK(TextOf(view.Slice(start)) == tail);
     QV_FUZZ_CHECK(TextOf(view.Slice(start, count)) == tail.substr(0, count));
+
+    QV_FUZZ_CHECK(std::string(view.begin(), view.end()) == text);
 
     const char character = static_cast<char>(input.Byte());
     const std::size_t last = text.rfind(character);

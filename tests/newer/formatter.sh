@@ -13,13 +13,15 @@ for version in 22 21 20 19; do
     if ! printf '#include <format>\n' | "$compiler" -std=c++20 -stdlib=libc++ -x c++ -E - >/dev/null 2>&1; then
         continue
     fi
-    "$compiler" -std=c++20 -stdlib=libc++ -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror \
-        -I"$source/Runtime/include" -I"$source/Runtime/qv_kernel/include" \
-        "$source/tests/newer/formatter.cpp" "$source"/Runtime/qv_kernel/layer_0/*/*.cpp \
-        -o "$scratch/formatter" || exit 1
-    echo "formatter: built with $compiler and its library"
-    "$scratch/formatter"
-    exit
+    for standard in 20 23; do
+        "$compiler" -std=c++$standard -stdlib=libc++ -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror \
+            -I"$source/Runtime/include" -I"$source/Runtime/qv_kernel/include" \
+            "$source/tests/newer/formatter.cpp" "$source"/Runtime/qv_kernel/layer_0/*/*.cpp \
+            -o "$scratch/formatter" || exit 1
+        echo "formatter: built as C++$standard with $compiler and its library"
+        "$scratch/formatter" || exit
+    done
+    exit 0
 done
 
 echo 'formatter: no clang++ from 19 on with its own standard library is installed'

@@ -17,9 +17,9 @@
 // more than 1 KiB say so. What the platform's own functions and the report of a failed assertion take is not counted.
 //
 // What users meet sooner or later:
+// - `Data()` of an empty string is null as a rule, which neither printf nor `std::string` takes; `CStr()` is never null;
 // - emptiness is judged by the first character: a text that begins with a terminator is empty whatever its length; what
 //   each operation makes of such a text stands in a table in front of CString;
-// - `Data()` of a string without characters is null as a rule, which the platform's printf does not take;
 // - `Prepend` to an empty handle takes the whole text up to its terminator, whatever count was given;
 // - `Escape`, `Unescape` and the substring `Replace` end at the first embedded terminator;
 // - `Reverse` writes a shared block: every string that shares it sees the reversal;
@@ -67,6 +67,8 @@ namespace Quorvane
 //     Constructor of it        null                   null                   counted text: reports, null
 //     CStringView::ToString    null                   null                   by length
 //     Data, Length             null, 0                a text of "", 0        by length
+//     CStr                     a text of ""           a text of ""           a text that ends at once
+//     begin and end, Slice     -; a null view         -; an empty view       by length
 //     First, Last              report                 report                 report
 //     Clear                    -                      -                      -: the length stays
 //     Format of it             null; VAFormat reports null                   null (a format is a text)
@@ -148,6 +150,12 @@ public:
     {
         return CStringContainer::SafeData(m_Container.Get());
     }
+    // The same for functions that take no null: the text "" where Data() is null.
+    [[nodiscard]] const char *CStr() const noexcept QV_INTERNAL_LIFETIMEBOUND
+    {
+        const char *data = Data();
+        return data != nullptr ? data : "";
+    }
     u32 Length() const noexcept { return CStringContainer::SafeLength(m_Container.Get()); }
     // By the first character: true without a container or when it is the terminator.
     [[nodiscard]] bool Empty() const noexcept
@@ -159,6 +167,19 @@ public:
     {
         return TMemoryView<const char>(Data(), Length());
     }
+
+    // All Length() characters as a range, to be read; ViewForWriting() gives one to write to. A string without characters
+    // is an empty range, also one whose container has none.
+    [[nodiscard]] const char *begin() const noexcept QV_INTERNAL_LIFETIMEBOUND { return Data(); }
+    [[nodiscard]] const char *end() const noexcept QV_INTERNAL_LIFETIMEBOUND
+    {
+        const char *data = Data();
+        return data != nullptr ? data + Length() : nullptr;
+    }
+
+    // A view of the characters from `start`, or of `count` of them; both clamped to the string.
+    [[nodiscard]] CStringView Slice(u32 start) const noexcept QV_INTERNAL_LIFETIMEBOUND;
+    [[nodiscard]] CStringView Slice(u32 start, u32 count) const noexcept QV_INTERNAL_LIFETIMEBOUND;
 
     // The character at `index`.
     // Requires: a container and an index below the length, else reports "_P::m_Ptr != null" or

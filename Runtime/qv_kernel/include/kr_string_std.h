@@ -1,5 +1,5 @@
 // Opt-in meeting points with the standard library: std::string_view both ways, hashing and transparent look-up, output
-// to streams, and std::formatter where the library has it.
+// to streams, and std::formatter and the traits of ranges where the library has them.
 //
 //     std::unordered_map<CString, int, SStringHash, SStringEqual> ages;
 //     ages.find(CStringView(line).Slice(0, 4));      // no string is built (C++20's heterogeneous look-up)
@@ -18,6 +18,9 @@
 #endif
 #if defined(__cpp_lib_format)
 #include <format>
+#endif
+#if defined(__cpp_lib_ranges)
+#include <ranges>
 #endif
 
 #include "kr_string.h"
@@ -145,5 +148,16 @@ struct std::formatter<Quorvane::CString, char> : std::formatter<std::string_view
         return std::formatter<std::string_view, char>::format(Quorvane::ToStdStringView(string), context);
     }
 };
+
+#endif
+
+#if defined(__cpp_lib_ranges)
+
+// A view is copied by two words, and what it points at outlives it.
+template <>
+inline constexpr bool std::ranges::enable_view<Quorvane::CStringView> = true;
+
+template <>
+inline constexpr bool std::ranges::enable_borrowed_range<Quorvane::CStringView> = true;
 
 #endif

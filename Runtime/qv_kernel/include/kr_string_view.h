@@ -65,6 +65,10 @@ public:
         return TMemoryView<const char>(m_Data, m_Length);
     }
 
+    // The characters as a range; a view of null is an empty one whatever its length.
+    [[nodiscard]] constexpr const char *begin() const noexcept { return m_Data; }
+    [[nodiscard]] constexpr const char *end() const noexcept { return m_Data != nullptr ? m_Data + m_Length : nullptr; }
+
     // The character at `index`, by value.
     // Requires: an index in the view, else reports "index < m_Length" and reads there all the same.
     char operator[](u32 index) const noexcept

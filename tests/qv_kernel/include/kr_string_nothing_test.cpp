@@ -137,6 +137,29 @@ TEST(StringOfNothing, DataAndLength)
     EXPECT_TRUE(Begun().Empty());
 }
 
+TEST(StringOfNothing, CStr)
+{
+    EXPECT_STREQ(Null().CStr(), "");
+    EXPECT_STREQ(Empty().CStr(), "");
+    EXPECT_STREQ(Begun().CStr(), "");
+}
+
+TEST(StringOfNothing, BeginAndEndAndSlice)
+{
+    const CString null = Null();
+    EXPECT_EQ(null.begin(), null.end());
+    EXPECT_EQ(null.Slice(0).Data(), nullptr);
+    EXPECT_EQ(null.Slice(0).Length(), 0u);
+    const CString empty = Empty();
+    EXPECT_EQ(empty.begin(), empty.end());
+    EXPECT_EQ(empty.Slice(0).Data(), empty.Data());
+    EXPECT_EQ(empty.Slice(0).Length(), 0u);
+    const CString begun = Begun();
+    EXPECT_EQ(std::string(begun.begin(), begun.end()), TerminatorAnd("ab"));
+    EXPECT_EQ(TextOf(begun.Slice(0)), TerminatorAnd("ab"));
+    EXPECT_EQ(TextOf(begun.Slice(1, 1)), "a");
+}
+
 TEST(StringOfNothing, FirstAndLast)
 {
     for (const CString &string : {Null(), Empty(), Begun()})

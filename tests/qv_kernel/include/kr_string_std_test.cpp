@@ -12,6 +12,9 @@
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
+#if defined(__cpp_lib_ranges)
+#include <ranges>
+#endif
 
 #include "refusal_sweep.h"
 #include "string_checks.h"
@@ -351,6 +354,61 @@ TEST(StringStd, StreamsCanBeChained)
     EXPECT_EQ(&answered, &stream);
     EXPECT_EQ(stream.str(), "ab1");
 }
+
+// Ranges.
+
+TEST(StringStd, AlgorithmsWalkTheCharactersOfStringsAndViews)
+{
+    const CString string("b,a,c");
+    const CStringView view = string.Slice(2);
+    EXPECT_EQ(std::count(string.begin(), string.end(), ','), 2);
+    EXPECT_EQ(std::find(view.begin(), view.end(), 'c'), string.end() - 1);
+    EXPECT_TRUE(std::is_sorted(view.begin() + 1, view.end()));
+    std::string sorted(string.begin(), string.end());
+    std::sort(sorted.begin(), sorted.end());
+    EXPECT_EQ(sorted, ",,abc");
+    EXPECT_EQ(std::distance(CString().begin(), CString().end()), 0);
+    EXPECT_EQ(std::distance(std::begin(view), std::end(view)), 3);
+}
+
+// The framework takes what has iterator types of its own for a container. Strings and views have none.
+TEST(StringStd, TheFrameworkPrintsStringsAndViewsAsTexts)
+{
+    EXPECT_EQ(::testing::PrintToString(CString("abc")), "abc");
+    EXPECT_EQ(::testing::PrintToString(CStringView("abcd", 3)), "abc");
+}
+
+#if defined(__cpp_lib_ranges)
+
+static_assert(std::ranges::contiguous_range<const CString> && std::ranges::contiguous_range<CStringView>);
+static_assert(std::ranges::sized_range<const CString> && std::ranges::sized_range<CStringView>);
+static_assert(std::ranges::common_range<const CString> && std::ranges::common_range<CStringView>);
+static_assert(std::is_same_v<std::ranges::range_reference_t<CString>, const char &>, "reading only");
+static_assert(std::ranges::view<CStringView> && std::ranges::borrowed_range<CStringView>);
+// The characters of a temporary string go with it.
+static_assert(!std::ranges::view<CString> && !std::ranges::borrowed_range<CString>);
+
+TEST(StringStd, RangesTakeStringsAndViews)
+{
+    const CString string("a,b;c");
+    EXPECT_EQ(std::ranges::size(string), 5u);
+    EXPECT_EQ(std::ranges::data(string), string.Data());
+    EXPECT_TRUE(std::ranges::empty(CString()));
+    EXPECT_TRUE(std::ranges::empty(CStringView(nullptr, 3)));
+    EXPECT_EQ(std::ranges::count(string, 'b'), 1);
+    // Behind a view that is a temporary the characters live on.
+    EXPECT_EQ(std::ranges::find(string.Slice(2), ';'), string.begin() + 3);
+    std::string letters;
+    for (const char character : string.Slice(1) | std::views::filter([](char c) { return c >= 'a'; }))
+        letters += character;
+    EXPECT_EQ(letters, "bc");
+    std::string backwards;
+    for (const char character : string | std::views::reverse)
+        backwards += character;
+    EXPECT_EQ(backwards, "c;b,a");
+}
+
+#endif
 
 // Formats.
 

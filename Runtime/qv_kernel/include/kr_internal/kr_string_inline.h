@@ -116,6 +116,16 @@ inline CGuid CString::FindNextOf(char character, u32 start) const noexcept
     return found != nullptr ? CGuid(static_cast<u32>(static_cast<const char *>(found) - data)) : CGuid::INVALID;
 }
 
+inline CStringView CString::Slice(u32 start) const noexcept QV_INTERNAL_LIFETIMEBOUND
+{
+    return CStringView(Data(), Length()).Slice(start);
+}
+
+inline CStringView CString::Slice(u32 start, u32 count) const noexcept QV_INTERNAL_LIFETIMEBOUND
+{
+    return CStringView(Data(), Length()).Slice(start, count);
+}
+
 inline const char &CString::At(u32 index) const noexcept QV_INTERNAL_LIFETIMEBOUND
 {
     const CStringContainer *container = m_Container.Get();

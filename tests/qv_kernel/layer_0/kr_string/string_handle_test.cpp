@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string>
 #include <thread>
+#include <type_traits>
 #include <utility>
 
 #include "kr_string.h"
@@ -247,6 +248,10 @@ TEST(String, ReadingNeitherAllocatesNorChangesTheContainer)
     EXPECT_EQ(string.Length(), 3u);
     EXPECT_FALSE(string.Empty());
     EXPECT_EQ(string.View().Count(), 3u);
+    EXPECT_EQ(string.CStr(), data);
+    EXPECT_EQ(string.begin(), data);
+    EXPECT_EQ(string.end(), data + 3);
+    EXPECT_EQ(string.Slice(1).Data(), data + 1);
     EXPECT_EQ(string.At(1), 'b');
     EXPECT_EQ(string[2], 'c');
     EXPECT_EQ(string.First(), 'a');
@@ -287,6 +292,108 @@ TEST(String, ViewIsTheCharactersAndTheLength)
     EXPECT_EQ(string.View().Count(), 3u);
     EXPECT_EQ(CString().View().Data(), nullptr);
     EXPECT_EQ(CString().View().Count(), 0u);
+}
+
+TEST(String, CStrIsTheCharactersThemselves)
+{
+    const CString string("abc");
+    EXPECT_EQ(string.CStr(), string.Data());
+    EXPECT_STREQ(string.CStr(), "abc");
+    const CString embedded = Fixed(std::string("\0bc", 3));
+    EXPECT_EQ(embedded.CStr(), embedded.Data());
+    CString cleared = Fixed("abc");
+    cleared.Clear();
+    ASSERT_NE(cleared.Data(), nullptr);
+    EXPECT_EQ(cleared.CStr(), cleared.Data());
+}
+
+TEST(String, CStrIsAnEmptyTextWhereThereAreNoCharacters)
+{
+    CTestAllocator allocator;
+    ASSERT_EQ(CString().Data(), nullptr);
+    EXPECT_STREQ(CString().CStr(), "");
+    EXPECT_STREQ(CString::EmptyString.CStr(), "");
+    EXPECT_STREQ(CString("").CStr(), "");
+    EXPECT_TRUE(allocator.Calls().empty());
+    CBrokenString broken;
+    EXPECT_STREQ(broken.Get().CStr(), "");
+}
+
+TEST(String, BeginAndEndAreTheEndsOfTheCharacters)
+{
+    for (const std::string &text : {std::string("a"), std::string("a\0b", 3), std::string("\0bc", 3),
+                                    std::string(16, '\xE9'), std::string(1000, 'x')})
+    {
+        for (const CString &string : {Fixed(text), Resizable(text, 2000)})
+        {
+            EXPECT_EQ(string.begin(), string.Data());
+            EXPECT_EQ(string.end(), string.Data() + text.size());
+            std::string walked;
+            for (const char character : string)
+                walked += character;
+            EXPECT_EQ(walked, text);
+        }
+    }
+}
+
+TEST(String, BeginAndEndOfAStringWithoutCharactersAreAnEmptyRange)
+{
+    CString cleared("abc");
+    cleared.Clear();
+    CBrokenString broken;
+    ASSERT_EQ(broken.Get().Length(), 3u);
+    for (const CString *string :
+         {&CString::EmptyString, static_cast<const CString *>(&cleared), static_cast<const CString *>(&broken.Get())})
+    {
+        EXPECT_EQ(string->begin(), string->Data());
+        EXPECT_EQ(string->end(), string->begin());
+    }
+}
+
+TEST(String, BeginGivesCharactersToReadAndNoneToWrite)
+{
+    CString string("abc");
+    EXPECT_TRUE((std::is_same<decltype(string.begin()), const char *>::value));
+    EXPECT_TRUE((std::is_same<decltype(string.end()), const char *>::value));
+    // Reading leaves shared characters shared, also through a handle that might write.
+    const CString copy = string;
+    EXPECT_EQ(string.begin(), copy.begin());
+}
+
+TEST(String, SliceIsAViewOfItsCharacters)
+{
+    const CString string("abcde");
+    EXPECT_EQ(string.Slice(0).Data(), string.Data());
+    EXPECT_EQ(TextOf(string.Slice(0)), "abcde");
+    EXPECT_EQ(TextOf(string.Slice(2)), "cde");
+    EXPECT_EQ(string.Slice(2).Data(), string.Data() + 2);
+    EXPECT_EQ(TextOf(string.Slice(1, 3)), "bcd");
+    EXPECT_EQ(TextOf(string.Slice(4, 1)), "e");
+    EXPECT_EQ(TextOf(Fixed(std::string("a\0b", 3)).Slice(1)), std::string("\0b", 2));
+}
+
+TEST(String, SliceIsClampedWithoutAReport)
+{
+    CAssertRecorder recorder;
+    const CString string("abc");
+    const u32 beyond[] = {3, 4, 0xFFFFFFFFu};
+    for (const u32 start : beyond)
+    {
+        EXPECT_EQ(string.Slice(start).Data(), string.Data() + 3);
+        EXPECT_EQ(string.Slice(start).Length(), 0u);
+        EXPECT_EQ(string.Slice(start, 0xFFFFFFFFu).Length(), 0u);
+        EXPECT_EQ(TextOf(string.Slice(1, start)), "bc");
+    }
+    EXPECT_EQ(string.Slice(1, 0).Data(), string.Data() + 1);
+    ExpectReports(recorder, {});
+}
+
+TEST(String, SliceOfAStringWithoutAContainerIsTheNullView)
+{
+    EXPECT_EQ(CString().Slice(0).Data(), nullptr);
+    EXPECT_EQ(CString().Slice(0).Length(), 0u);
+    EXPECT_EQ(CString().Slice(1, 2).Data(), nullptr);
+    EXPECT_EQ(CString().Slice(1, 2).Length(), 0u);
 }
 
 TEST(String, AtReportsAMissingContainerAndAnswersNul)

@@ -133,6 +133,30 @@ TEST(StringViewOperations, ViewIsTheSameCharactersAsAMemoryView)
     EXPECT_EQ(memory.Count(), 2u);
 }
 
+TEST(StringViewOperations, BeginAndEndAreTheEndsOfTheView)
+{
+    const char text[] = {'a', '\0', '\xE9', 'd'};
+    const CStringView view(text, 3);
+    EXPECT_EQ(static_cast<const void *>(view.begin()), static_cast<const void *>(text));
+    EXPECT_EQ(static_cast<const void *>(view.end()), static_cast<const void *>(text + 3));
+    std::string walked;
+    for (const char character : view)
+        walked += character;
+    EXPECT_EQ(walked, std::string("a\0\xE9", 3));
+    static constexpr CStringView kName("name");
+    static_assert(kName.end() - kName.begin() == 4 && *kName.begin() == 'n', "known to the compiler");
+}
+
+TEST(StringViewOperations, BeginAndEndOfAViewWithoutCharactersAreAnEmptyRange)
+{
+    for (const CStringView &view :
+         {CStringView(), CStringView(nullptr, 3), CStringView(nullptr, 0xFFFFFFFFu), CStringView("abc", 0)})
+    {
+        EXPECT_EQ(static_cast<const void *>(view.begin()), static_cast<const void *>(view.Data()));
+        EXPECT_EQ(static_cast<const void *>(view.end()), static_cast<const void *>(view.Data()));
+    }
+}
+
 TEST(StringViewOperations, IndexAnswersTheCharacterByValue)
 {
     CAssertRecorder recorder;
