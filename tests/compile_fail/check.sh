@@ -7,6 +7,7 @@
 # more:
 #   // EXPECT: <regex>    the compiler's output must match; several such lines are alternatives
 #   // FLAGS: <flags>     further flags for both compilations
+#   // ERRORS: <count>   so many errors and no more, the first of which is what was expected
 #   // ONLY: <word>       only for compilers whose --version output has that word; skipped elsewhere
 set -u
 source=$1
@@ -49,6 +50,11 @@ if ! output=$(compile -DQV_COMPILE_FAIL_CONTROL); then
 fi
 if output=$(compile); then
     fail 'compiles, but must not'
+fi
+errors=$(comments ERRORS)
+if [ -n "$errors" ]; then
+    [ "$(printf '%s\n' "$output" | grep -c 'error:')" -eq "$errors" ] || fail "not $errors errors:" "$output"
+    output=$(printf '%s\n' "$output" | grep -m 1 'error:')
 fi
 # grep takes each line of its pattern argument as an alternative.
 if ! printf '%s\n' "$output" | grep -q -E -e "$patterns"; then

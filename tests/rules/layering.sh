@@ -20,6 +20,7 @@ kr_mem_utils.h
 kr_simd.h
 kr_mem.h
 kr_refptr.h
+kr_internal/kr_iterator_traits.h
 kr_internal/kr_memoryviews_scratch.h
 kr_internal/kr_memoryviews_iterator_inline.h
 kr_memoryviews.h

@@ -140,6 +140,10 @@ printf '#pragma once\n' | bites layering Runtime/include/qv_unranked.h
 printf '#include "kr_mem.h"\n' | bites layering Runtime/qv_kernel/layer_0/kr_unranked/a.cpp
 printf '#include "kr_string.h"\n' | bites layering Runtime/qv_kernel/layer_0/kr_fuzzy/a.cpp
 
+printf '#include <string>\n\n#include <regex>\n' | bites light_headers $string 'lines with'
+printf '#include <type_traits>\n' | bites light_headers Runtime/qv_kernel/include/kr_string_fwd.h 'lines with'
+printf '#include "kr_gone.h"\n' | bites light_headers $string 'cannot read it'
+
 printf 'm_Length = 1;\n' | bites one_length_door $source
 printf 'container.m_Length += 1;\n' | bites one_length_door $source
 printf 'void f(S *s) { ++s->m_Length; }\n' | bites one_length_door $source

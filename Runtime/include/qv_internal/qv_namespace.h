@@ -4,6 +4,21 @@
 // everything above them agree on both. Users include it through any public header and never directly.
 #pragma once
 
+// Before C++17 the compiler says so, and goes no further: it would only find what it cannot read. No standard library has
+// the header, whose name is the last thing that it says.
+#if defined(_MSVC_LANG)
+#define QV_INTERNAL_STANDARD _MSVC_LANG
+#elif defined(__cplusplus)
+#define QV_INTERNAL_STANDARD __cplusplus
+#else
+#define QV_INTERNAL_STANDARD 0
+#endif
+#if QV_INTERNAL_STANDARD < 201703L
+#error "Quorvane is written in C++17: compile with -std=c++17 or a later standard"
+#include <Quorvane_needs_Cxx17>
+#endif
+#undef QV_INTERNAL_STANDARD
+
 // The namespace's name as a macro, for macros that must reach into it from any other namespace.
 #define QV_NAMESPACE Quorvane
 

@@ -20,8 +20,6 @@
 #pragma once
 
 #include <cstddef>
-#include <iterator>
-#include <memory>
 #include <new>
 #include <type_traits>
 #include <utility>

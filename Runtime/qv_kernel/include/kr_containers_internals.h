@@ -13,12 +13,12 @@
 // other thread touches.
 #pragma once
 
-#include <iterator>
 #include <new>
 #include <type_traits>
 #include <utility>
 
 #include "kr_assert.h"
+#include "kr_internal/kr_iterator_traits.h"
 #include "kr_mem_utils.h"
 #include "qv_defs.h"
 

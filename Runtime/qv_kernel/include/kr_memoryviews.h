@@ -7,7 +7,6 @@
 
 #include <cstddef>
 #include <cstring>
-#include <iterator>
 #include <new>
 #include <type_traits>
 

@@ -5,7 +5,6 @@
 
 #include "kr_containers_array.h"
 
-#include <memory>
 #include <new>
 #include <type_traits>
 #include <utility>
@@ -148,7 +147,7 @@ bool TArray<T, Controller>::CopyFrom(const TMemoryView<const T> &source)
 template <typename T, typename Controller>
 u32 TArray<T, Controller>::_IndexOfOwn(const T &element) const
 {
-    const ureg address = reinterpret_cast<ureg>(std::addressof(element));
+    const ureg address = reinterpret_cast<ureg>(__builtin_addressof(element));
     const ureg begin = reinterpret_cast<ureg>(m_Data);
     if (address + sizeof(T) <= begin || address >= begin + u64(m_Count) * sizeof(T))
         return kNotOwn;

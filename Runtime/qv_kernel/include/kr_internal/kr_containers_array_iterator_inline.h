@@ -6,11 +6,10 @@
 #include "kr_containers_array.h"
 
 #include <cstddef>
-#include <iterator>
-#include <memory>
 #include <type_traits>
 
 #include "kr_assert.h"
+#include "kr_internal/kr_iterator_traits.h"
 #include "kr_memoryviews.h"
 #include "qv_defs.h"
 
@@ -49,7 +48,7 @@ public:
             return _Inaccessible();
         return *RealType::m_Ptr;
     }
-    pointer operator->() const { return std::addressof(**this); }
+    pointer operator->() const { return __builtin_addressof(**this); }
     reference operator[](s32 n) const { return *(*this + n); }
 
     TDebugContiguousBaseIterator &operator+=(s32 n)

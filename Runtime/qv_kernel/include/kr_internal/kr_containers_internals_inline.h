@@ -5,9 +5,9 @@
 
 #include "kr_containers_internals.h"
 
-#include <iterator>
 #include <utility>
 
+#include "kr_internal/kr_iterator_traits.h"
 #include "qv_defs.h"
 
 namespace Quorvane

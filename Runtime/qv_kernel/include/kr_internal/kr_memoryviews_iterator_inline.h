@@ -6,9 +6,9 @@
 #include "kr_memoryviews.h"
 
 #include <cstddef>
-#include <iterator>
 #include <type_traits>
 
+#include "kr_internal/kr_iterator_traits.h"
 #include "qv_defs.h"
 
 namespace Quorvane
