@@ -103,6 +103,55 @@ void WalkSearches()
     }
 }
 
+// Whether `part` stands at a place of the text, all its characters counted.
+bool StandsByHand(const SText &text, u32 at, const SText &part, bool ignoreCase)
+{
+    const auto fold = [=](char c) { return ignoreCase && c >= 'A' && c <= 'Z' ? static_cast<char>(c | 0x20) : c; };
+    u32 same = 0;
+    while (same < part.m_Length && fold(text.m_Text[at + same]) == fold(part.m_Text[same]))
+        ++same;
+    return same == part.m_Length;
+}
+
+// Texts and parts with terminators in them, and long ones of few characters, where parts nearly stand everywhere.
+void WalkTextSearches()
+{
+    SText text;
+    SText part;
+    for (u32 round = 0; round < 6000; ++round)
+    {
+        text.SetRandom(round % 3 == 0 ? "ab" : "aAb \xE9;", round % 4 == 0 ? kMaxText : 40);
+        part.SetRandom(round % 3 == 0 ? "ab" : "aAb \xE9;", round % 4 == 0 ? 12 : 4);
+        for (SText *made : {&text, &part})
+            for (u32 i = 0; i < made->m_Length; ++i)
+                made->m_Text[i] = made->m_Text[i] == ';' ? '\0' : made->m_Text[i];
+        const bool ignoreCase = g_Random.Next(2) != 0;
+        const ECaseSensitivity sensitivity = ignoreCase ? CaseInsensitive : CaseSensitive;
+        const u32 start = g_Random.Next(text.m_Length + 2);
+        long first = -1;
+        long last = -1;
+        for (u32 at = 0; at + part.m_Length <= text.m_Length; ++at)
+        {
+            if (!StandsByHand(text, at, part, ignoreCase))
+                continue;
+            first = first < 0 && at >= start ? static_cast<long>(at) : first;
+            last = static_cast<long>(at);
+        }
+        const CString string = text.ToString();
+        const CStringView view(text.m_Text, text.m_Length);
+        const CString partString = part.ToString();
+        const CStringView partView(part.m_Text, part.m_Length);
+        QV_TEST_CHECK(Place(string.FindText(partView, start, sensitivity)) == first);
+        QV_TEST_CHECK(Place(view.FindText(partString, start, sensitivity)) == first);
+        QV_TEST_CHECK(Place(string.FindLastText(partString, sensitivity)) == last);
+        QV_TEST_CHECK(Place(view.FindLastText(partView, sensitivity)) == last);
+        if (std::memchr(part.m_Text, '\0', part.m_Length) != nullptr)
+            continue;
+        QV_TEST_CHECK(Place(string.FindText(part.m_Text, start, sensitivity)) == first);
+        QV_TEST_CHECK(Place(string.FindLastText(part.m_Text, sensitivity)) == last);
+    }
+}
+
 // Every piece is the run that the separators leave, and no run is left over.
 template <typename Piece>
 void CheckRuns(const TArray<Piece> &pieces, const SText &text, const char *separators)
@@ -341,6 +390,7 @@ int main()
 {
     const Assert::FHandler handler = Assert::SetHandler(&RecordReport);
     WalkSearches();
+    WalkTextSearches();
     WalkSplits();
     WalkMatches();
     WalkFuzzyMatches();

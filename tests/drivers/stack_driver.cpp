@@ -375,6 +375,24 @@ void MeasureOthers()
                 static_cast<void>(text.Contains("more\nSOME", CaseInsensitive));
                 static_cast<void>(text.StartsWith(name, CaseInsensitive));
             });
+    CString periodic = Repeated("aaaaaaab", 4000);
+    const CString nearly = Repeated("aaaaaaab", 500) + "aaaaaaaa";
+    Measure("FindText", kPlain,
+            [&]
+            {
+                static_cast<void>(text.FindText("more\nSome/Path/not"));
+                static_cast<void>(text.FindText("MORE\nSome/Path/not", 3, CaseInsensitive));
+                static_cast<void>(periodic.FindText(nearly));
+                static_cast<void>(periodic.FindText(nearly, 0, CaseInsensitive));
+            });
+    Measure("FindLastText", kPlain,
+            [&]
+            {
+                static_cast<void>(text.FindLastText("more\nSome/Path/not"));
+                static_cast<void>(text.FindLastText("MORE\nSome/Path/not", CaseInsensitive));
+                static_cast<void>(periodic.FindLastText(nearly));
+                static_cast<void>(periodic.FindLastText(nearly, CaseInsensitive));
+            });
     Measure("Match", kPlain, [&] { static_cast<void>(text.Match("*a*b*c?d*/*more*quotes*x", CaseInsensitive)); });
     static u32 numbers[5000];
     Measure("QuickSort", kPlain,

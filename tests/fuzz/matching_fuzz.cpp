@@ -1,5 +1,7 @@
-// Wildcard matching: the four native matchers and the string's own, against a table.
+// Wildcard matching: the four native matchers and the string's own, against a table. And the places of a text in another
+// one, the first and the last.
 #include "fuzz_support.h"
+#include "search_model.h"
 #include "wildcard_model.h"
 
 namespace
@@ -31,6 +33,36 @@ bool StringMatches(const Pattern &pattern, const CString &text, bool ignoreCase,
     return inhibitors ? text.MatchWithInhibitors(pattern, sensitivity) : text.Match(pattern, sensitivity);
 }
 
+long long PlaceOf(const CGuid &found)
+{
+    return found.Valid() ? static_cast<long long>(found.Get()) : -1;
+}
+
+long long PlaceOf(std::size_t found)
+{
+    return found != std::string::npos ? static_cast<long long>(found) : -1;
+}
+
+void CheckTextIsFound(const CString &string, const std::string &text, const std::string &part, u32 start,
+                      bool ignoreCase)
+{
+    const ECaseSensitivity sensitivity = Sensitivity(ignoreCase);
+    // In blocks of exactly their sizes, without terminators.
+    const CExactText exactText(text, false);
+    const CExactText exactPart(part, false);
+    const CExactText terminatedPart(part);
+    const long long first = PlaceOf(SearchModelFindFrom(text, part, start, ignoreCase));
+    const long long last = PlaceOf(SearchModelFindLast(text, part, ignoreCase));
+    QV_FUZZ_CHECK(PlaceOf(string.FindText(exactPart.View(), start, sensitivity)) == first);
+    QV_FUZZ_CHECK(PlaceOf(exactText.View().FindText(exactPart.View(), start, sensitivity)) == first);
+    QV_FUZZ_CHECK(PlaceOf(string.FindLastText(exactPart.View(), sensitivity)) == last);
+    QV_FUZZ_CHECK(PlaceOf(exactText.View().FindLastText(exactPart.View(), sensitivity)) == last);
+    if (HoldsTerminator(part))
+        return;
+    QV_FUZZ_CHECK(PlaceOf(string.FindText(terminatedPart.Data(), start, sensitivity)) == first);
+    QV_FUZZ_CHECK(PlaceOf(exactText.View().FindLastText(terminatedPart.Data(), sensitivity)) == last);
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
@@ -56,6 +88,22 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         QV_FUZZ_CHECK(NativeMatches(pattern.Data(), text.Data(), ignoreCase, inhibitors) == expected);
         QV_FUZZ_CHECK(StringMatches(pattern.Data(), string, ignoreCase, inhibitors) == expected);
         QV_FUZZ_CHECK(StringMatches(patternString, string, ignoreCase, inhibitors) == expected);
+    }
+    QV_FUZZ_CHECK(!watch.HasAllocated() && !watch.HasReported());
+
+    // The pattern in the text; then another part in it, with terminators, which may be cut out of it.
+    const u32 start = input.Below(text.Length() + 2);
+    const std::string other =
+        input.Flag() ? text.Text().substr(start % (text.Length() + 1), input.Byte()) + input.Text() : input.Text();
+    const std::string withOther = text.Text() + other + text.Text();
+    const CString longer = NewString(withOther, input.Byte());
+    if (watch.HasRefused())
+        return 0;
+    watch.BeginStep();
+    for (const bool ignoreCase : {false, true})
+    {
+        CheckTextIsFound(string, text.Text(), pattern.Text(), start, ignoreCase);
+        CheckTextIsFound(longer, withOther, other, start, ignoreCase);
     }
     QV_FUZZ_CHECK(!watch.HasAllocated() && !watch.HasReported());
     return 0;

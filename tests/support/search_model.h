@@ -31,13 +31,27 @@ inline bool SearchModelEndsWith(const std::string &text, const std::string &part
     return part.size() <= text.size() && SearchModelIsAt(text, text.size() - part.size(), part, ignoreCase);
 }
 
-// The first place of `part`, or std::string::npos.
-inline size_t SearchModelFind(const std::string &text, const std::string &part, bool ignoreCase)
+// The first place of `part` from `start` on, and the last one, or std::string::npos.
+
+inline size_t SearchModelFindFrom(const std::string &text, const std::string &part, size_t start, bool ignoreCase)
 {
-    for (size_t at = 0; at <= text.size(); ++at)
+    for (size_t at = start; at <= text.size(); ++at)
         if (SearchModelIsAt(text, at, part, ignoreCase))
             return at;
     return std::string::npos;
+}
+
+inline size_t SearchModelFindLast(const std::string &text, const std::string &part, bool ignoreCase)
+{
+    for (size_t at = text.size() + 1; at != 0; --at)
+        if (SearchModelIsAt(text, at - 1, part, ignoreCase))
+            return at - 1;
+    return std::string::npos;
+}
+
+inline size_t SearchModelFind(const std::string &text, const std::string &part, bool ignoreCase)
+{
+    return SearchModelFindFrom(text, part, 0, ignoreCase);
 }
 
 } // namespace QuorvaneTest

@@ -96,6 +96,8 @@ namespace Quorvane
 //     Find a character in it   -                      -                      by length
 //     Find a text in it        -                      -                      from `start` to the next terminator
 //     Find it                  -                      at `start`             at `start` (it is a text)
+//     FindText and its kin     find null and "" at 0  find null and "" at 0  by length
+//     FindText of it, and kin  at `start`, the end    at `start`, the end    string, view: by length
 //     Contains and its kin     hold null and "" only  hold null and "" only  by length
 //     Contains it, and its kin true                   true                   string, view: by length
 //     Empty(set)               true                   true                   true
@@ -422,6 +424,21 @@ public:
     // Stack: 1.5 KiB, and of Contains, too.
     [[nodiscard]] CGuid FindFirstOf(const char *str) const noexcept { return FindNextOf(str, 0); }
     [[nodiscard]] CGuid FindNextOf(const char *str, u32 start) const noexcept;
+
+    // The first place at or after `start`, or the last place, where the whole of `text` stands. All characters count,
+    // embedded terminators included; a buffer ends at its terminator. Case is ASCII case. A null or empty text stands
+    // everywhere, also behind the last character: it is found at `start`, unless that is beyond the length, and last at
+    // the length.
+    // Cost: linear in both, whatever they are.
+    [[nodiscard]] CGuid FindText(const CStringView &text, u32 start = 0,
+                                 ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+    [[nodiscard]] CGuid FindText(const char *text, u32 start = 0,
+                                 ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+    CGuid FindText(const CStringView &text, ECaseSensitivity) const = delete; // it would be taken for `start`
+    CGuid FindText(const char *text, ECaseSensitivity) const = delete;
+    [[nodiscard]] CGuid FindLastText(const CStringView &text,
+                                     ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+    [[nodiscard]] CGuid FindLastText(const char *text, ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
 
     // Prefix, suffix and substring tests; case is ASCII case. A null or empty argument is contained in everything.
     [[nodiscard]] bool StartsWith(const char *other, ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;

@@ -133,6 +133,21 @@ public:
     [[nodiscard]] CGuid FindNextOf(const char *set, u32 start) const noexcept;
     [[nodiscard]] CGuid FindLastOf(char character) const noexcept;
 
+    // The index of the first place at or after `start`, or of the last place, where the whole of `text` stands;
+    // CGuid::INVALID when there is none. All characters count, embedded terminators included; a buffer ends at its
+    // terminator. Case is ASCII case. A null or empty text stands everywhere, also behind the last character: it is found
+    // at `start`, unless that is beyond the length, and last at the length.
+    // Cost: linear in both, whatever they are.
+    [[nodiscard]] CGuid FindText(const CStringView &text, u32 start = 0,
+                                 ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+    [[nodiscard]] CGuid FindText(const char *text, u32 start = 0,
+                                 ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+    CGuid FindText(const CStringView &text, ECaseSensitivity) const = delete; // it would be taken for `start`
+    CGuid FindText(const char *text, ECaseSensitivity) const = delete;
+    [[nodiscard]] CGuid FindLastText(const CStringView &text,
+                                     ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+    [[nodiscard]] CGuid FindLastText(const char *text, ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+
     // Prefix, suffix and substring tests; case is ASCII case. An empty argument is contained in everything.
     [[nodiscard]] bool StartsWith(const CStringView &other,
                                   ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;

@@ -476,6 +476,56 @@ TEST(StringOfNothing, FindIt)
     EXPECT_EQ(At(Begun().FindFirstOf("")), 0);
 }
 
+TEST(StringOfNothing, FindTextAndItsKin)
+{
+    for (const CString &string : {Null(), Empty()})
+    {
+        SCOPED_TRACE(string.Data() != nullptr);
+        EXPECT_EQ(At(string.FindText(kNoText)), 0);
+        EXPECT_EQ(At(string.FindText("")), 0);
+        EXPECT_EQ(At(string.FindText("", 1)), -1);
+        EXPECT_EQ(At(string.FindText("a")), -1);
+        EXPECT_EQ(At(string.FindText(CStringView("\0", 1))), -1);
+        EXPECT_EQ(At(string.FindLastText(kNoText)), 0);
+        EXPECT_EQ(At(string.FindLastText("")), 0);
+        EXPECT_EQ(At(string.FindLastText("a")), -1);
+    }
+    EXPECT_EQ(At(Begun().FindText("b")), 2);
+    EXPECT_EQ(At(Begun().FindText("")), 0);
+    EXPECT_EQ(At(Begun().FindText(CStringView("\0a", 2))), 0);
+    EXPECT_EQ(At(Begun().FindLastText("b")), 2);
+    EXPECT_EQ(At(Begun().FindLastText("")), 3);
+    EXPECT_EQ(At(Begun().FindLastText(CStringView("\0", 1))), 0);
+}
+
+TEST(StringOfNothing, FindTextOfItAndItsKin)
+{
+    const CString string = Fixed("abc" + TerminatorAnd("abc"));
+    for (const u32 start : {0u, 4u, 7u})
+    {
+        EXPECT_EQ(At(string.FindText(kNoText, start)), start);
+        EXPECT_EQ(At(string.FindText(Null(), start)), start);
+        EXPECT_EQ(At(string.FindText(CStringView(nullptr, 3), start)), start);
+        EXPECT_EQ(At(string.FindText("", start)), start);
+        EXPECT_EQ(At(string.FindText(Empty(), start)), start);
+        EXPECT_EQ(At(string.FindText(CStringView("x", 0), start)), start);
+        EXPECT_EQ(At(string.FindText("\0ab", start)), start);
+    }
+    EXPECT_EQ(At(string.FindText(Begun())), 3);
+    EXPECT_EQ(At(string.FindText(CStringView("\0ab", 3))), 3);
+    EXPECT_EQ(At(string.FindText(Begun(), 4)), -1);
+
+    EXPECT_EQ(At(string.FindLastText(kNoText)), 7);
+    EXPECT_EQ(At(string.FindLastText(Null())), 7);
+    EXPECT_EQ(At(string.FindLastText(CStringView(nullptr, 3))), 7);
+    EXPECT_EQ(At(string.FindLastText("")), 7);
+    EXPECT_EQ(At(string.FindLastText(Empty())), 7);
+    EXPECT_EQ(At(string.FindLastText(CStringView("x", 0))), 7);
+    EXPECT_EQ(At(string.FindLastText("\0ab")), 7);
+    EXPECT_EQ(At(string.FindLastText(Begun())), 3);
+    EXPECT_EQ(At(string.FindLastText(CStringView("\0ab", 3))), 3);
+}
+
 template <typename Text>
 void ExpectHolds(const CString &string, const Text &text, bool holds)
 {
@@ -658,6 +708,14 @@ TEST(StringOfNothing, AViewGoesByItsLength)
     EXPECT_EQ(At(null.FindFirstOf('a')), -1);
     EXPECT_EQ(At(empty.FindFirstOf('a')), -1);
     EXPECT_EQ(At(begun.FindFirstOf('a')), 1);
+    EXPECT_EQ(At(null.FindText(null)), 0);
+    EXPECT_EQ(At(null.FindText("a")), -1);
+    EXPECT_EQ(At(null.FindText("", 1)), -1);
+    EXPECT_EQ(At(null.FindLastText("")), 0);
+    EXPECT_EQ(At(empty.FindText("a")), -1);
+    EXPECT_EQ(At(empty.FindLastText("")), 0);
+    EXPECT_EQ(At(begun.FindText("a")), 1);
+    EXPECT_EQ(At(begun.FindLastText(begun)), 0);
     EXPECT_TRUE(null.StartsWith(empty));
     EXPECT_FALSE(null.StartsWith("a"));
     EXPECT_TRUE(begun.EndsWith("ab"));

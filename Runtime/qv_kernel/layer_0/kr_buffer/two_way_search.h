@@ -12,7 +12,8 @@
 // length; either its shift is half of that, or the left part is sure to match after it, so that a mismatch on the right
 // comes next, if any, and the two shifts together are as long.
 //
-// Case and the counting of comparisons are policies, decided when the search is compiled. Only tests count.
+// Case, the direction in which text and needle are read, and the counting of comparisons are policies, decided when the
+// search is compiled. Reading both from behind finds the last occurrence as the first one. Only tests count.
 #pragma once
 
 #include <cstddef>
@@ -28,6 +29,20 @@ struct SComparisonsUncounted
     void Count() const {}
 };
 
+// A text as the search reads it: its first character is that of index 0. Forwards that is a pointer; backwards the first
+// character is the last one.
+class CBackwardText
+{
+public:
+    explicit CBackwardText(const char *end) : m_End(end) {}
+
+    char operator[](std::size_t index) const { return *(m_End - 1 - index); }
+    CBackwardText operator+(std::size_t count) const { return CBackwardText(m_End - count); }
+
+private:
+    const char *m_End;
+};
+
 // Where a needle may be cut, and the period of the part behind the cut.
 struct SNeedleCut
 {
@@ -35,13 +50,16 @@ struct SNeedleCut
     std::size_t m_Period;
 };
 
-template <typename TCase, typename TComparisons>
+template <typename TCase, typename TComparisons, typename TText = const char *>
 class TTwoWaySearch
 {
 public:
+    // What is answered when the needle is not there.
+    static constexpr std::size_t kNowhere = ~std::size_t(0);
+
     // Requires: 1 <= needleLength. Borrows the needle and `comparisons`.
     // Cost: at most 9 comparisons for each character of the needle.
-    TTwoWaySearch(const char *needle, std::size_t needleLength, TComparisons &comparisons)
+    TTwoWaySearch(TText needle, std::size_t needleLength, TComparisons &comparisons)
         : m_Needle(needle), m_Length(needleLength), m_Comparisons(comparisons)
     {
         const SNeedleCut ascending = _MaximalSuffix(false);
@@ -50,9 +68,9 @@ public:
         m_Shift = _LeftPartRepeats() ? m_Cut.m_Period : QVMax(m_Cut.m_Position, m_Length - m_Cut.m_Position) + 1;
     }
 
-    // Returns: the first occurrence of the needle, or null.
+    // Returns: the index of the needle's first occurrence, or kNowhere.
     // Cost: at most 4 comparisons for each character of the text, and 1 for each of the needle.
-    const char *FindIn(const char *text, std::size_t textLength) const
+    std::size_t FindIn(TText text, std::size_t textLength) const
     {
         const std::size_t places = textLength < m_Length ? 0 : textLength - m_Length + 1;
         std::size_t at = _NextCandidate(text, 0, places);
@@ -62,12 +80,12 @@ public:
             if (rightEnd < m_Length)
                 at += rightEnd - m_Cut.m_Position + 1;
             else if (_LeftPartMatches(text + at))
-                return text + at;
+                return at;
             else
                 at += m_Shift;
             at = _NextCandidate(text, at, places);
         }
-        return nullptr;
+        return kNowhere;
     }
 
 private:
@@ -134,7 +152,7 @@ private:
 
     // The next place where the first character of the right part matches. All shifts up to there would be by one; this
     // is the loop in which ordinary searches spend their time.
-    std::size_t _NextCandidate(const char *text, std::size_t at, std::size_t places) const
+    std::size_t _NextCandidate(TText text, std::size_t at, std::size_t places) const
     {
         const char first = m_Needle[m_Cut.m_Position];
         while (at < places && !_Same(first, text[m_Cut.m_Position + at]))
@@ -143,7 +161,7 @@ private:
     }
 
     // Where the needle's part behind the cut first differs from the text; the needle's length when it does not.
-    std::size_t _RightPartMatch(const char *text) const
+    std::size_t _RightPartMatch(TText text) const
     {
         std::size_t i = m_Cut.m_Position;
         while (i < m_Length && _Same(m_Needle[i], text[i]))
@@ -151,7 +169,7 @@ private:
         return i;
     }
 
-    bool _LeftPartMatches(const char *text) const
+    bool _LeftPartMatches(TText text) const
     {
         std::size_t i = m_Cut.m_Position;
         while (i > 0 && _Same(m_Needle[i - 1], text[i - 1]))
@@ -159,19 +177,33 @@ private:
         return i == 0;
     }
 
-    const char *m_Needle;
+    TText m_Needle;
     std::size_t m_Length;
     TComparisons &m_Comparisons;
     SNeedleCut m_Cut;
     std::size_t m_Shift; // when the right part matches and the left one does not
 };
 
-// The first occurrence of a needle of 1 character or more; null when there is none. Preparing it reads the whole needle.
+// The first and the last occurrence of a needle of 1 character or more; null when there is none. Preparing it reads the
+// whole needle.
+
 template <typename TCase>
 const char *FindTwoWay(const char *text, std::size_t textLength, const char *needle, std::size_t needleLength)
 {
+    using CSearch = TTwoWaySearch<TCase, SComparisonsUncounted>;
     SComparisonsUncounted comparisons;
-    return TTwoWaySearch<TCase, SComparisonsUncounted>(needle, needleLength, comparisons).FindIn(text, textLength);
+    const std::size_t place = CSearch(needle, needleLength, comparisons).FindIn(text, textLength);
+    return place != CSearch::kNowhere ? text + place : nullptr;
+}
+
+template <typename TCase>
+const char *FindLastTwoWay(const char *text, std::size_t textLength, const char *needle, std::size_t needleLength)
+{
+    using CSearch = TTwoWaySearch<TCase, SComparisonsUncounted, CBackwardText>;
+    SComparisonsUncounted comparisons;
+    const CSearch search(CBackwardText(needle + needleLength), needleLength, comparisons);
+    const std::size_t place = search.FindIn(CBackwardText(text + textLength), textLength);
+    return place != CSearch::kNowhere ? text + (textLength - place - needleLength) : nullptr;
 }
 
 } // namespace Quorvane::Internal::Buffer

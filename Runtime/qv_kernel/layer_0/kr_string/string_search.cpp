@@ -38,6 +38,26 @@ CGuid CString::FindLastOf(char character) const noexcept
     return IndexOf(SNativeStringUtils::FindLast(data, length, character), data);
 }
 
+CGuid CString::FindText(const CStringView &text, u32 start, ECaseSensitivity caseSensitivity) const noexcept
+{
+    return CStringView(*this).FindText(text, start, caseSensitivity);
+}
+
+CGuid CString::FindText(const char *text, u32 start, ECaseSensitivity caseSensitivity) const noexcept
+{
+    return CStringView(*this).FindText(text, start, caseSensitivity);
+}
+
+CGuid CString::FindLastText(const CStringView &text, ECaseSensitivity caseSensitivity) const noexcept
+{
+    return CStringView(*this).FindLastText(text, caseSensitivity);
+}
+
+CGuid CString::FindLastText(const char *text, ECaseSensitivity caseSensitivity) const noexcept
+{
+    return CStringView(*this).FindLastText(text, caseSensitivity);
+}
+
 bool CString::StartsWith(const char *other, ECaseSensitivity caseSensitivity) const noexcept
 {
     return CStringView(*this).StartsWith(other, caseSensitivity);

@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "../kr_buffer/buffer_find.h"
 #include "../kr_buffer/buffer_text.h"
 #include "character_set.h"
 #include "null_text.h"
@@ -132,14 +133,7 @@ bool CStringView::EndsWith(const CStringView &other, ECaseSensitivity caseSensit
 
 bool CStringView::Contains(const CStringView &other, ECaseSensitivity caseSensitivity) const noexcept
 {
-    const u32 length = ReadableLength(*this);
-    const u32 otherLength = ReadableLength(other);
-    if (otherLength == 0)
-        return true;
-    const char *found = caseSensitivity != CaseSensitive
-                            ? SNativeStringUtils::FindCase(m_Data, length, other.m_Data, otherLength)
-                            : SNativeStringUtils::Find(m_Data, length, other.m_Data, otherLength);
-    return found != nullptr;
+    return FindText(other, 0, caseSensitivity).Valid();
 }
 
 bool CStringView::StartsWith(const char *other, ECaseSensitivity caseSensitivity) const noexcept
@@ -208,6 +202,43 @@ CGuid CStringView::FindNextOf(const char *set, u32 start) const noexcept
 CGuid CStringView::FindLastOf(char character) const noexcept
 {
     return IndexOf(SNativeStringUtils::FindLast(m_Data, ReadableLength(*this), character), m_Data);
+}
+
+CGuid CStringView::FindText(const CStringView &text, u32 start, ECaseSensitivity caseSensitivity) const noexcept
+{
+    const u32 length = ReadableLength(*this);
+    if (start > length)
+        return CGuid::INVALID;
+    const u32 textLength = ReadableLength(text);
+    if (textLength == 0)
+        return CGuid(start);
+    const char *from = m_Data + start;
+    const char *found = caseSensitivity != CaseSensitive
+                            ? SNativeStringUtils::FindCase(from, length - start, text.m_Data, textLength)
+                            : SNativeStringUtils::Find(from, length - start, text.m_Data, textLength);
+    return IndexOf(found, m_Data);
+}
+
+CGuid CStringView::FindLastText(const CStringView &text, ECaseSensitivity caseSensitivity) const noexcept
+{
+    const u32 length = ReadableLength(*this);
+    const u32 textLength = ReadableLength(text);
+    if (textLength == 0)
+        return CGuid(length);
+    const char *found = caseSensitivity != CaseSensitive
+                            ? Internal::Buffer::FindLastInCountedCase(m_Data, length, text.m_Data, textLength)
+                            : Internal::Buffer::FindLastInCounted(m_Data, length, text.m_Data, textLength);
+    return IndexOf(found, m_Data);
+}
+
+CGuid CStringView::FindText(const char *text, u32 start, ECaseSensitivity caseSensitivity) const noexcept
+{
+    return FindText(ToView(text), start, caseSensitivity);
+}
+
+CGuid CStringView::FindLastText(const char *text, ECaseSensitivity caseSensitivity) const noexcept
+{
+    return FindLastText(ToView(text), caseSensitivity);
 }
 
 } // namespace Quorvane

@@ -276,6 +276,69 @@ TYPED_TEST(BufferWiderForms, PairsAreFoundInTextsPastTheRareCharacters)
     }
 }
 
+TYPED_TEST(BufferWiderForms, LastNeedlesAreFoundInEveryPlaceAtBothEndsOfMemory)
+{
+    using CKernels = typename TypeParam::CKernels;
+    const CGuardedPage page;
+    for (const std::string needle : {"ab", "aXb", "needle", "a needle that is longer than one wide block is"})
+    {
+        const Internal::Buffer::SNeedle wanted = {Bytes(needle.data()), LengthOf(needle), 0, LengthOf(needle) - 1};
+        for (u32 length = LengthOf(needle); length <= kMaxLength; ++length)
+        {
+            for (char *const text : {page.Begin(), page.Last(length)})
+            {
+                // Full of endings, and of last characters at the right distance of first ones.
+                for (u32 i = 0; i < length; ++i)
+                    text[i] = needle[1 + i % (needle.size() - 1)];
+                for (u32 place = 0; place + needle.size() <= length; ++place)
+                {
+                    const std::string kept(text + place, needle.size());
+                    std::memcpy(text + place, needle.data(), needle.size());
+                    const u32 last = static_cast<u32>(std::string(text, length).rfind(needle));
+                    for (const auto &find : {&CKernels::FindLastPair, &CKernels::FindLastPairCase})
+                    {
+                        const Internal::Buffer::SPairFound found = find(text, length, wanted);
+                        ASSERT_EQ(found.m_Outcome, Internal::Buffer::PairFound_Here) << length << ", " << place;
+                        ASSERT_EQ(found.m_Place, last) << length << ", " << place;
+                    }
+                    std::memcpy(text + place, kept.data(), kept.size());
+                }
+            }
+        }
+    }
+}
+
+TYPED_TEST(BufferWiderForms, LastPairsAreFoundInTextsPastTheRareCharacters)
+{
+    // As forwards, with the needle in the first blocks, which are looked at last; then the same needle once more behind it.
+    using CKernels = typename TypeParam::CKernels;
+    constexpr u32 kBytes = CKernels::kBlockBytes;
+    const std::string needle = "needle";
+    const Internal::Buffer::SNeedle wanted = {Bytes(needle.data()), LengthOf(needle), 0, LengthOf(needle) - 1};
+    for (const char filler : {'x', 'n', 'e'})
+    {
+        for (u32 offset = 0; offset < kBytes; ++offset)
+        {
+            std::vector<char> memory(offset + 40 * kBytes, filler);
+            char *const text = memory.data() + offset;
+            const u32 length = static_cast<u32>(memory.size()) - offset;
+            ASSERT_EQ(CKernels::FindLastPair(text, length, wanted).m_Outcome, Internal::Buffer::PairFound_Nowhere);
+            for (u32 place = 0; place < 9 * kBytes; place += 5)
+            {
+                std::vector<char> copy(memory);
+                char *const marked = copy.data() + offset;
+                for (const u32 at : {place, place + 7})
+                {
+                    std::memcpy(marked + at, needle.data(), needle.size());
+                    const Internal::Buffer::SPairFound found = CKernels::FindLastPair(marked, length, wanted);
+                    ASSERT_EQ(found.m_Outcome, Internal::Buffer::PairFound_Here) << offset << ", " << place;
+                    ASSERT_EQ(found.m_Place, at) << offset;
+                }
+            }
+        }
+    }
+}
+
 TEST_F(BufferWide, NeedlesAreFoundInEveryPlaceAtTheEndOfMemory)
 {
     const CGuardedPage page;

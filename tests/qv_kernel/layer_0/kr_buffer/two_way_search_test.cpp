@@ -33,9 +33,21 @@ size_t CountedFind(const std::string &text, const std::string &needle, u64 &comp
 {
     SComparisonCounter counter;
     const Buffer::TTwoWaySearch<TCase, SComparisonCounter> search(needle.data(), needle.size(), counter);
-    const char *found = search.FindIn(text.data(), text.size());
+    const size_t found = search.FindIn(text.data(), text.size());
     comparisons = counter.m_Comparisons;
-    return found != nullptr ? static_cast<size_t>(found - text.data()) : std::string::npos;
+    return found != search.kNowhere ? found : std::string::npos;
+}
+
+// The same backwards: the last place.
+template <typename TCase = Buffer::SCaseIgnored>
+size_t CountedFindLast(const std::string &text, const std::string &needle, u64 &comparisons)
+{
+    SComparisonCounter counter;
+    using CSearch = Buffer::TTwoWaySearch<TCase, SComparisonCounter, Buffer::CBackwardText>;
+    const CSearch search(Buffer::CBackwardText(needle.data() + needle.size()), needle.size(), counter);
+    const size_t found = search.FindIn(Buffer::CBackwardText(text.data() + text.size()), text.size());
+    comparisons = counter.m_Comparisons;
+    return found != search.kNowhere ? text.size() - found - needle.size() : std::string::npos;
 }
 
 // The promised bound.
@@ -157,6 +169,63 @@ TEST(TwoWaySearch, HardNeedlesStayWithinTheBoundWithAndWithoutCase)
         EXPECT_EQ(CountedFind<Buffer::SCaseIgnored>(hard.m_Text, hard.m_Needle, comparisons), place);
         EXPECT_LE(comparisons, MostComparisons(hard.m_Text, hard.m_Needle));
     }
+}
+
+// Backwards.
+
+TEST(TwoWaySearchBackwards, EveryNeedleIsFoundAtItsLastPlaceWithinTheBound)
+{
+    const std::vector<std::string> texts = EveryText("aB", kSanitized ? 9 : 11);
+    const std::vector<std::string> needles = EveryText("Ab", kSanitized ? 6 : 8);
+    for (const std::string &needle : needles)
+    {
+        if (needle.empty())
+            continue;
+        for (const std::string &text : texts)
+        {
+            u64 comparisons = 0;
+            ASSERT_EQ(CountedFindLast(text, needle, comparisons), SearchModelFindLast(text, needle, true))
+                << text << " " << needle;
+            ASSERT_LE(comparisons, MostComparisons(text, needle)) << text << " " << needle;
+        }
+    }
+    u64 comparisons = 0;
+    EXPECT_EQ(CountedFindLast<Buffer::SCaseMatters>("ababAb", "ab", comparisons), 2u);
+}
+
+TEST(TwoWaySearchBackwards, HardNeedlesStayWithinTheBoundWithAndWithoutCase)
+{
+    for (SHardCase &hard : HardCases(40000))
+    {
+        // What resembles the needle from the front does so from behind when both are reversed.
+        for (const bool reversed : {false, true})
+        {
+            if (reversed)
+            {
+                hard.m_Text.assign(hard.m_Text.rbegin(), hard.m_Text.rend());
+                hard.m_Needle.assign(hard.m_Needle.rbegin(), hard.m_Needle.rend());
+            }
+            u64 comparisons = 0;
+            const size_t place = CountedFindLast<Buffer::SCaseMatters>(hard.m_Text, hard.m_Needle, comparisons);
+            EXPECT_LE(comparisons, MostComparisons(hard.m_Text, hard.m_Needle));
+            EXPECT_EQ(place, hard.m_Text.rfind(hard.m_Needle));
+            EXPECT_EQ(CountedFindLast<Buffer::SCaseIgnored>(hard.m_Text, hard.m_Needle, comparisons), place);
+            EXPECT_LE(comparisons, MostComparisons(hard.m_Text, hard.m_Needle));
+        }
+    }
+}
+
+TEST(TwoWaySearchBackwards, ItsCallersGetThePlaceInTheText)
+{
+    const std::string text = "one two one TWO one";
+    const char *const last = Buffer::FindLastTwoWay<Buffer::SCaseMatters>(text.data(), text.size(), "two", 3);
+    EXPECT_EQ(static_cast<const void *>(last), static_cast<const void *>(text.data() + 4));
+    const char *const lastCase = Buffer::FindLastTwoWay<Buffer::SCaseIgnored>(text.data(), text.size(), "two", 3);
+    EXPECT_EQ(static_cast<const void *>(lastCase), static_cast<const void *>(text.data() + 12));
+    EXPECT_EQ(Buffer::FindLastTwoWay<Buffer::SCaseMatters>(text.data(), text.size(), "three", 5), nullptr);
+    const char *const first = Buffer::FindTwoWay<Buffer::SCaseMatters>(text.data(), text.size(), "one", 3);
+    EXPECT_EQ(static_cast<const void *>(first), static_cast<const void *>(text.data()));
+    EXPECT_EQ(Buffer::FindTwoWay<Buffer::SCaseMatters>(text.data(), text.size(), "three", 5), nullptr);
 }
 
 } // namespace

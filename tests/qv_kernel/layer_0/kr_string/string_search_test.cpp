@@ -10,6 +10,7 @@
 
 #include "edge_allocators.h"
 #include "every_text.h"
+#include "hard_needles.h"
 #include "kr_string.h"
 #include "refusal_sweep.h"
 #include "search_model.h"
@@ -259,6 +260,243 @@ TEST(StringSearch, EveryShortTextIsFoundInEveryOther)
                           start < text.size() ? AtOf(text.find(needle, start)) : -1)
                     << needle << " in " << text << " from " << start;
     }
+}
+
+// Finding a text by all its characters.
+
+TEST(StringSearch, FindTextAnswersTheFirstPlaceAtOrAfterStart)
+{
+    const CString string("one two one");
+    EXPECT_EQ(At(string.FindText("one")), 0);
+    EXPECT_EQ(At(string.FindText("one", 0)), 0);
+    EXPECT_EQ(At(string.FindText("one", 1)), 8);
+    EXPECT_EQ(At(string.FindText("one", 8)), 8);
+    EXPECT_EQ(At(string.FindText("one", 9)), -1);
+    EXPECT_EQ(At(string.FindText("one two one")), 0);
+    EXPECT_EQ(At(string.FindText("one two one!")), -1);
+    EXPECT_EQ(At(string.FindText("ONE")), -1);
+    EXPECT_EQ(At(string.FindText("ONE", 1, CaseInsensitive)), 8);
+    EXPECT_EQ(At(string.FindText(CString("two"))), 4);
+    EXPECT_EQ(At(string.FindText(CStringView("twofold", 3))), 4);
+    EXPECT_EQ(At(string.FindText(CStringView("TWOFOLD", 3), 2, CaseInsensitive)), 4);
+    EXPECT_EQ(string.FindText("three"), CGuid::INVALID);
+}
+
+TEST(StringSearch, FindLastTextAnswersTheLastPlace)
+{
+    const CString string("one two one");
+    EXPECT_EQ(At(string.FindLastText("one")), 8);
+    EXPECT_EQ(At(string.FindLastText("o")), 8);
+    EXPECT_EQ(At(string.FindLastText("two")), 4);
+    EXPECT_EQ(At(string.FindLastText("one two one")), 0);
+    EXPECT_EQ(At(string.FindLastText("one two one!")), -1);
+    EXPECT_EQ(At(string.FindLastText("ONE")), -1);
+    EXPECT_EQ(At(string.FindLastText("ONE", CaseInsensitive)), 8);
+    EXPECT_EQ(At(string.FindLastText(CString("two"))), 4);
+    EXPECT_EQ(At(string.FindLastText(CStringView("ONES", 3), CaseInsensitive)), 8);
+    EXPECT_EQ(At(CString("aaaa").FindLastText("aa")), 2);
+    EXPECT_EQ(string.FindLastText("three"), CGuid::INVALID);
+}
+
+TEST(StringSearch, FindTextFromBeyondTheLengthIsInvalid)
+{
+    const CString string("aaa");
+    for (const u32 start : {3u, 4u, 100u, 0x80000000u, 0xFFFFFFFFu})
+        EXPECT_EQ(string.FindText("a", start), CGuid::INVALID) << start;
+    for (const u32 start : {4u, 100u, 0x80000000u, 0xFFFFFFFFu})
+    {
+        EXPECT_EQ(string.FindText("", start), CGuid::INVALID) << start;
+        EXPECT_EQ(string.FindText(CString(), start, CaseInsensitive), CGuid::INVALID) << start;
+    }
+}
+
+TEST(StringSearch, FindTextOfAnEmptyTextIsAtStartAndFindLastTextAtTheLength)
+{
+    const CAssertRecorder recorder;
+    const CString string = Fixed(std::string("a\0b", 3));
+    const char *const null = nullptr;
+    for (const ECaseSensitivity sensitivity : {CaseSensitive, CaseInsensitive})
+    {
+        for (const u32 start : {0u, 1u, 2u, 3u})
+        {
+            EXPECT_EQ(At(string.FindText("", start, sensitivity)), start);
+            EXPECT_EQ(At(string.FindText(null, start, sensitivity)), start);
+            EXPECT_EQ(At(string.FindText(CString(), start, sensitivity)), start);
+            EXPECT_EQ(At(string.FindText(CStringView(nullptr, 5), start, sensitivity)), start);
+            EXPECT_EQ(At(string.FindText(CStringView("xy", 0), start, sensitivity)), start);
+        }
+        EXPECT_EQ(At(string.FindLastText("", sensitivity)), 3);
+        EXPECT_EQ(At(string.FindLastText(null, sensitivity)), 3);
+        EXPECT_EQ(At(string.FindLastText(CString(), sensitivity)), 3);
+        EXPECT_EQ(At(string.FindLastText(CStringView(nullptr, 5), sensitivity)), 3);
+        EXPECT_EQ(At(string.FindLastText(CStringView("xy", 0), sensitivity)), 3);
+    }
+    for (const CString &empty : EmptyStrings())
+    {
+        EXPECT_EQ(At(empty.FindText("")), 0);
+        EXPECT_EQ(At(empty.FindText("", 1)), -1);
+        EXPECT_EQ(At(empty.FindText("a")), -1);
+        EXPECT_EQ(At(empty.FindLastText(null)), 0);
+        EXPECT_EQ(At(empty.FindLastText("a")), -1);
+    }
+    EXPECT_EQ(recorder.Count(), 0u);
+}
+
+TEST(StringSearch, FindTextAndFindLastTextCountEmbeddedTerminators)
+{
+    const CString string = Fixed(std::string("\0ab\0ab\0", 7));
+    EXPECT_EQ(At(string.FindText("ab")), 1);
+    EXPECT_EQ(At(string.FindText("ab", 2)), 4);
+    EXPECT_EQ(At(string.FindLastText("ab")), 4);
+    const std::string part("b\0", 2);
+    EXPECT_EQ(At(string.FindText(ViewOf(part))), 2);
+    EXPECT_EQ(At(string.FindText(Fixed(part), 3)), 5);
+    EXPECT_EQ(At(string.FindLastText(ViewOf(part))), 5);
+    EXPECT_EQ(At(string.FindLastText(Fixed(part))), 5);
+    EXPECT_EQ(At(string.FindLastText(ViewOf(std::string(1, '\0')))), 6);
+    EXPECT_EQ(At(string.FindText(ViewOf(std::string("b\0b", 3)))), -1);
+    // A buffer ends at its terminator.
+    EXPECT_EQ(At(string.FindText("ab\0x")), 1);
+    EXPECT_EQ(At(string.FindLastText("ab\0x")), 4);
+    // Not the terminator behind the text, which is not part of it.
+    EXPECT_EQ(At(CString("abc").FindText(CStringView("c\0", 2))), -1);
+    EXPECT_EQ(At(CString("abc").FindLastText(CStringView("\0", 1))), -1);
+}
+
+TEST(StringSearch, FindTextAndFindLastTextIgnoreTheCaseOfAsciiLettersOnly)
+{
+    const CString string("[@\xE9[@\xE9");
+    EXPECT_EQ(At(string.FindText("\xC9", 0, CaseInsensitive)), -1);
+    EXPECT_EQ(At(string.FindText("{", 0, CaseInsensitive)), -1);
+    EXPECT_EQ(At(string.FindLastText("`", CaseInsensitive)), -1);
+    EXPECT_EQ(At(string.FindText("\xE9[", 0, CaseInsensitive)), 2);
+    EXPECT_EQ(At(string.FindLastText("@\xE9", CaseInsensitive)), 4);
+    // Every value but zero ignores case.
+    for (const u32 value : {2u, 0x80000000u, 0xFFFFFFFFu})
+    {
+        const ECaseSensitivity sensitivity = static_cast<ECaseSensitivity>(value);
+        EXPECT_EQ(At(CString("Hello").FindText("ELL", 0, sensitivity)), 1);
+        EXPECT_EQ(At(CString("Hello").FindLastText("ELL", sensitivity)), 1);
+    }
+}
+
+TEST(StringSearch, FindTextMayLookForThePiecesOfTheStringItself)
+{
+    const CString string("abcabcabc");
+    EXPECT_EQ(At(string.FindText(string)), 0);
+    EXPECT_EQ(At(string.FindText(string, 1)), -1);
+    EXPECT_EQ(At(string.FindLastText(string)), 0);
+    EXPECT_EQ(At(string.FindText(CStringView(string).Slice(3, 3))), 0);
+    EXPECT_EQ(At(string.FindText(CStringView(string).Slice(3, 3), 1)), 3);
+    EXPECT_EQ(At(string.FindLastText(CStringView(string).Slice(0, 3), CaseInsensitive)), 6);
+    EXPECT_EQ(At(string.FindText(string.Data() + 4, 2)), 4);
+}
+
+TEST(StringSearch, FindTextAndFindLastTextDoNotSeeWhatLiesBehindTheLength)
+{
+    // The room of a resizable string that was made shorter.
+    CString string = Resizable("abcabc");
+    ContainerOf(string)->Data()[4] = '\0';
+    ContainerOf(string)->UnsafeSetLength(4);
+    EXPECT_EQ(At(string.FindLastText("a")), 3);
+    EXPECT_EQ(At(string.FindLastText("c")), 2);
+    EXPECT_EQ(At(string.FindText("c", 3)), -1);
+    EXPECT_EQ(At(string.FindText(CStringView("\0c", 2))), -1);
+}
+
+TEST(StringSearch, FindTextAndFindLastTextAgreeWithTheModelForEveryShortText)
+{
+    const std::vector<std::string> texts = EveryText(std::string("aA\0", 3), kSlow ? 4 : 5);
+    const std::vector<std::string> parts = EveryText(std::string("aA\0", 3), 3);
+    for (const std::string &text : texts)
+    {
+        const CString string = Fixed(text);
+        for (const std::string &part : parts)
+        {
+            const CString partString = Fixed(part);
+            for (const ECaseSensitivity sensitivity : {CaseSensitive, CaseInsensitive})
+            {
+                const bool ignoreCase = sensitivity == CaseInsensitive;
+                const long long last = AtOf(SearchModelFindLast(text, part, ignoreCase));
+                ASSERT_EQ(At(string.FindLastText(ViewOf(part), sensitivity)), last);
+                ASSERT_EQ(At(string.FindLastText(partString, sensitivity)), last);
+                // As much of it as a buffer has.
+                const std::string plain(part.c_str());
+                ASSERT_EQ(At(string.FindLastText(part.c_str(), sensitivity)),
+                          AtOf(SearchModelFindLast(text, plain, ignoreCase)));
+                for (size_t start = 0; start <= text.size() + 1; ++start)
+                {
+                    const u32 from = static_cast<u32>(start);
+                    const long long first = AtOf(SearchModelFindFrom(text, part, start, ignoreCase));
+                    ASSERT_EQ(At(string.FindText(ViewOf(part), from, sensitivity)), first);
+                    ASSERT_EQ(At(string.FindText(partString, from, sensitivity)), first);
+                    ASSERT_EQ(At(string.FindText(part.c_str(), from, sensitivity)),
+                              AtOf(SearchModelFindFrom(text, plain, start, ignoreCase)));
+                }
+            }
+        }
+    }
+}
+
+TEST(StringSearch, FindTextAndFindLastTextFindEveryPlaceFromEveryStart)
+{
+    for (size_t length = 3; length <= 65; ++length)
+    {
+        for (size_t place = 0; place + 3 <= length; ++place)
+        {
+            std::string text(length, '.');
+            text.replace(place, 3, "a\xE9Z");
+            const CString string = place % 2 == 0 ? Fixed(text) : Resizable(text);
+            ASSERT_EQ(At(string.FindLastText("a\xE9Z")), AtOf(place)) << length;
+            ASSERT_EQ(At(string.FindLastText("A\xE9z", CaseInsensitive)), AtOf(place)) << length;
+            for (u32 start = 0; start <= length; ++start)
+            {
+                const long long expected = start <= place ? AtOf(place) : -1;
+                ASSERT_EQ(At(string.FindText("a\xE9Z", start)), expected) << length << " from " << start;
+                ASSERT_EQ(At(string.FindText("A\xE9z", start, CaseInsensitive)), expected)
+                    << length << " from " << start;
+            }
+        }
+    }
+}
+
+// Multiplied, the lengths would be 10^9 comparisons for each case.
+TEST(StringSearch, FindTextAndFindLastTextAreLinearForHardNeedles)
+{
+    for (const SHardCase &hard : HardCases(100000))
+    {
+        // Either way round, so that both directions have their worst.
+        for (const bool reversed : {false, true})
+        {
+            const std::string text = reversed ? std::string(hard.m_Text.rbegin(), hard.m_Text.rend()) : hard.m_Text;
+            const std::string part =
+                reversed ? std::string(hard.m_Needle.rbegin(), hard.m_Needle.rend()) : hard.m_Needle;
+            const CString inFront = Fixed(part + text);
+            const CString behind = Fixed(text + part);
+            const long long end = static_cast<long long>(text.size());
+            for (const ECaseSensitivity sensitivity : {CaseSensitive, CaseInsensitive})
+            {
+                const long long last = At(inFront.FindLastText(ViewOf(part), sensitivity));
+                const long long first = At(behind.FindText(ViewOf(part), 0, sensitivity));
+                // Where it stands once more, the text itself holds it.
+                EXPECT_TRUE(last == 0 || inFront.Data() + last == std::strstr(inFront.Data() + last, part.c_str()));
+                EXPECT_TRUE(first == end || behind.Data() + first == std::strstr(behind.Data() + first, part.c_str()));
+                EXPECT_EQ(At(inFront.FindText(ViewOf(part), 0, sensitivity)), 0);
+                EXPECT_EQ(At(behind.FindLastText(ViewOf(part), sensitivity)), end);
+            }
+        }
+    }
+}
+
+TEST(StringSearch, FindTextInAContainerWithoutCharactersFindsNothingButNothing)
+{
+    CBrokenString broken;
+    const CAssertRecorder recorder;
+    EXPECT_EQ(At(broken.Get().FindText("a")), -1);
+    EXPECT_EQ(At(broken.Get().FindLastText("a")), -1);
+    EXPECT_EQ(At(broken.Get().FindText("")), 0);
+    EXPECT_EQ(At(broken.Get().FindLastText("")), 0);
+    EXPECT_EQ(recorder.Count(), 0u);
 }
 
 // A container without characters, as no operation makes one.
@@ -703,6 +941,10 @@ TEST(StringSearch, SearchingNeitherAllocatesNorChangesAnything)
         EXPECT_EQ(At(string.FindNextOf('o', 1)), 6);
         EXPECT_EQ(At(string.FindNextOf("one", 1)), 8);
         EXPECT_EQ(At(string.FindLastOf('o')), 8);
+        EXPECT_EQ(At(string.FindText(part, 1)), 4);
+        EXPECT_EQ(At(string.FindText("TWO", 1, CaseInsensitive)), 4);
+        EXPECT_EQ(At(string.FindLastText("one")), 8);
+        EXPECT_EQ(At(string.FindLastText("ONE", CaseInsensitive)), 8);
         EXPECT_FALSE(string.StartsWith(part));
         EXPECT_FALSE(string.EndsWith(part, CaseInsensitive));
         EXPECT_TRUE(string.Contains(part, CaseInsensitive));
@@ -725,6 +967,10 @@ TEST(StringSearch, NothingOutsideTheBlockIsRead)
         EXPECT_EQ(At(string.FindNextOf("ab", 0)), -1);
         EXPECT_EQ(At(string.FindNextOf(text.c_str(), 0)), 0);
         EXPECT_EQ(At(string.FindLastOf('b')), -1);
+        EXPECT_EQ(At(string.FindText(CStringView("a\0", 2))), -1);
+        EXPECT_EQ(At(string.FindText(text.c_str(), 0, CaseInsensitive)), 0);
+        EXPECT_EQ(At(string.FindLastText("ba", CaseInsensitive)), -1);
+        EXPECT_EQ(At(string.FindLastText("ba")), -1);
         EXPECT_TRUE(string.Empty("ab"));
         EXPECT_TRUE(string.EndsWith("a", CaseInsensitive));
         EXPECT_FALSE(string.Contains("A"));
