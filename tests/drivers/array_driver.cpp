@@ -87,6 +87,13 @@ void WalkArray()
     for (u32 i = 1; i < array.Count(); ++i)
         QV_TEST_CHECK(!(array[i] < array[i - 1]));
     QV_TEST_CHECK(array.Last() == 1000u);
+
+    const TArray<T> clone = array.Clone();
+    QV_TEST_CHECK(clone.Count() == array.Count() && clone.Data() != array.Data());
+    for (u32 i = 0; i < clone.Count(); ++i)
+        QV_TEST_CHECK(clone[i] == array[i]);
+    array = {T(7), T(8)};
+    QV_TEST_CHECK(array.Count() == 2 && array[0] == 7u && array[1] == 8u);
     array.Clear();
     QV_TEST_CHECK(array.Empty());
     QV_TEST_CHECK(TakeReports() == 0);
@@ -171,8 +178,9 @@ void WalkRefusedMemory()
     TArray<CSelfAware> elements;
     QV_TEST_CHECK(!elements.PushBack(CSelfAware(1)).Valid());
     QV_TEST_CHECK(!elements.Resize(3) && !elements.Reserve(3));
+    QV_TEST_CHECK((TArray<u32>{1, 2, 3}).Empty());
     Mem::SetAllocator(before);
-    QV_TEST_CHECK(TakeReports() == 4 * kFromSites);
+    QV_TEST_CHECK(TakeReports() == 5 * kFromSites);
     if (kFromSites != 0)
         QV_TEST_CHECK(std::strstr(g_LastMessage, "could not grow array of TArray<> to 3 elements") != nullptr);
 }

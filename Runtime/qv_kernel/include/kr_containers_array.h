@@ -20,6 +20,7 @@
 #pragma once
 
 #include <cstddef>
+#include <initializer_list>
 #include <new>
 #include <type_traits>
 #include <utility>
@@ -216,7 +217,7 @@ private:
     }
 };
 
-// A growable array of `T`. Movable; copying is a named operation, `CopyFrom`, since it may fail.
+// A growable array of `T`. Movable; copying is a named operation, `CopyFrom` or `Clone`, since it may fail.
 // Invalidates: growing, moving and swapping move the elements; inserting and removing move those behind the place.
 template <typename T, typename Controller = TArrayStaticController<0, 8, 8, 0, 2>>
 class TArray : public TArray_Base<T, TArray_BaseContainerImpl<T, Controller, TTypeTraits<T>::HasTrivialRelocate>>
@@ -230,6 +231,9 @@ public:
 
     // Written out: defaulted, it would make the array an aggregate.
     TArray() noexcept {}
+    // Copies of the elements in braces, in order: `TArray<CString> names{"a", "b"}`. Assigns, too, by way of a new array.
+    // Allocates: one block for exactly these elements; none for none. Fails: an empty array, as CopyFrom reports it.
+    TArray(std::initializer_list<T> elements);
     TArray(TArray &&other) noexcept = default;
     TArray(const TArray &) = delete;
     TArray &operator=(const TArray &) = delete;
@@ -304,6 +308,9 @@ public:
     // Requires: "source.Data() != null || source.Empty()".
     // Fails: false when the array cannot grow; nothing has changed.
     bool CopyFrom(const TMemoryView<const T> &source);
+
+    // Returns: an array with copies of the elements, and room for no more. Fails: an empty array, as CopyFrom reports it.
+    [[nodiscard]] TArray Clone() const;
 
     void Swap(TArray &other) noexcept { _Base::_SwapBuffers(other); }
 

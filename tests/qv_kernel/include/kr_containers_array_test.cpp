@@ -1,6 +1,7 @@
 #include "kr_containers_array.h"
 
 #include <algorithm>
+#include <initializer_list>
 #include <iterator>
 #include <memory>
 #include <numeric>
@@ -1156,6 +1157,164 @@ TEST(Array, CopyFromNothingThatHasACountIsReportedAndFails)
     EXPECT_FALSE(array.CopyFrom(TMemoryView<const u32>(nullptr, 3)));
     EXPECT_EQ(recorder.Expressions(), IfAsserting({kSourceText}));
     EXPECT_EQ(Content(array), (std::vector<u32>{1}));
+}
+
+// ---- Braces ----
+
+TEST(ArrayBraces, GiveTheElementsInOrderAndRoomForNoMore)
+{
+    const CTestAllocator allocator;
+    const CAssertRecorder recorder;
+    const TArray<u32> numbers{3, 1, 2};
+    EXPECT_EQ(Content(numbers), (std::vector<u32>{3, 1, 2}));
+    EXPECT_EQ(numbers.MaxCount(), 3u);
+    EXPECT_EQ(allocator.Requests().size(), 1u);
+    const TArray<CString> names = {"a", CString("bc"), ""};
+    ASSERT_EQ(names.Count(), 3u);
+    EXPECT_TRUE(names[0] == "a");
+    EXPECT_TRUE(names[1] == "bc");
+    EXPECT_TRUE(names[2].Empty());
+    const TArray<std::pair<int, int>> pairs{{1, 2}, {3, 4}};
+    EXPECT_EQ(Content(pairs), (std::vector<std::pair<int, int>>{{1, 2}, {3, 4}}));
+    const TArray<CSelfAware> inPlace{1, 2, 3};
+    EXPECT_EQ(Values(inPlace), (std::vector<int>{1, 2, 3}));
+    const TArray<SOverAligned> aligned{{1}, {2}};
+    EXPECT_EQ(reinterpret_cast<ureg>(aligned.Data()) % 64, 0u);
+    EXPECT_EQ(aligned[1].m_Value, 2u);
+    const TArray<u8, TArrayStaticController<256, 100, 8, 0, 2>> controlled{1, 2};
+    EXPECT_EQ(controlled.MaxCount(), 2u);
+    EXPECT_EQ(reinterpret_cast<ureg>(controlled.Data()) % 256, 0u);
+    EXPECT_EQ(recorder.Count(), 0u);
+}
+
+TEST(ArrayBraces, OfAListThatIsAVariable)
+{
+    const std::initializer_list<CString> list = {"x", "y"};
+    const TArray<CString> array(list);
+    ASSERT_EQ(array.Count(), 2u);
+    // Shared, not copied: each element is a copy of the handle.
+    EXPECT_EQ(array[0].Data(), list.begin()[0].Data());
+    EXPECT_EQ(array[1].Data(), list.begin()[1].Data());
+}
+
+TEST(ArrayBraces, WithNothingInThemAreAnEmptyArrayWithoutABlock)
+{
+    const CTestAllocator allocator;
+    const TArray<u32> braces{};
+    const TArray<u32> assigned = {};
+    const TArray<u32> list(std::initializer_list<u32>{});
+    // Elements that nothing can copy.
+    const TArray<PInt> pointers{};
+    EXPECT_TRUE(braces.Empty() && assigned.Empty() && list.Empty() && pointers.Empty());
+    EXPECT_EQ(braces.MaxCount() + assigned.MaxCount() + list.MaxCount() + pointers.MaxCount(), 0u);
+    EXPECT_EQ(allocator.RequestCount(), 0u);
+}
+
+TEST(ArrayBraces, AroundAnArrayMoveIt)
+{
+    TArray<CString> array{"a", "b"};
+    const CString *const data = array.Data();
+    const TArray<CString> moved{std::move(array)};
+    EXPECT_EQ(moved.Data(), data);
+    EXPECT_EQ(moved.Count(), 2u);
+    TArray<PInt> pointers;
+    pointers.PushBack(std::make_unique<int>(5));
+    const TArray<PInt> movedPointers{std::move(pointers)};
+    ASSERT_EQ(movedPointers.Count(), 1u);
+    EXPECT_EQ(*movedPointers[0], 5);
+}
+
+TEST(ArrayBraces, AssignAndLetGoOfWhatWasThere)
+{
+    CTestAllocator allocator;
+    {
+        TArray<CSelfAware> array = Counting<CSelfAware>(9);
+        array = {7, 8};
+        EXPECT_EQ(Values(array), (std::vector<int>{7, 8}));
+        EXPECT_EQ(array.MaxCount(), 2u);
+        array = {};
+        EXPECT_TRUE(array.Empty());
+        EXPECT_EQ(array.MaxCount(), 0u);
+        EXPECT_EQ(CSelfAware::s_Alive, 0);
+        // The elements of the list are copies that come first.
+        TArray<u32> numbers{1, 2};
+        numbers = {numbers[1], numbers[0], numbers.Count()};
+        EXPECT_EQ(Content(numbers), (std::vector<u32>{2, 1, 2}));
+    }
+    EXPECT_EQ(allocator.LiveBlocks(), 0u);
+}
+
+TEST(ArrayBraces, WithoutMemoryAreAnEmptyArrayAndAReport)
+{
+    SweepRefusals([] { return TArray<CSelfAware>(); },
+                  [](TArray<CSelfAware> &array) {
+                      array = {1, 2, 3};
+                  },
+                  [](const TArray<CSelfAware> &array, const SRefusal &refusal, const CAssertRecorder &recorder)
+                  {
+                      EXPECT_EQ(Values(array), refusal.m_Refused ? std::vector<int>() : (std::vector<int>{1, 2, 3}));
+                      EXPECT_EQ(recorder.Expressions(),
+                                refusal.m_Refused ? IfAsserting({kRefusedText}) : std::vector<std::string>());
+                  });
+    EXPECT_EQ(CSelfAware::s_Alive, 0);
+}
+
+// ---- Clone ----
+
+TEST(ArrayClone, IsACopyWithABlockOfItsOwn)
+{
+    CTestAllocator allocator;
+    const CAssertRecorder recorder;
+    {
+        const TArray<CSelfAware> array = Counting<CSelfAware>(5);
+        allocator.ForgetCalls();
+        TArray<CSelfAware> copy = array.Clone();
+        EXPECT_EQ(allocator.Requests().size(), 1u);
+        EXPECT_EQ(Values(copy), (std::vector<int>{0, 1, 2, 3, 4}));
+        EXPECT_EQ(copy.MaxCount(), 5u);
+        EXPECT_NE(copy.Data(), array.Data());
+        copy[0].m_Value = 9;
+        copy.PopBack();
+        EXPECT_EQ(Values(array), (std::vector<int>{0, 1, 2, 3, 4}));
+    }
+    EXPECT_EQ(CSelfAware::s_Alive, 0);
+    EXPECT_EQ(recorder.Count(), 0u);
+}
+
+TEST(ArrayClone, OfNoElementsAllocatesNothing)
+{
+    const CTestAllocator allocator;
+    EXPECT_TRUE(TArray<u32>().Clone().Empty());
+    TArray<u32> cleared{1, 2, 3};
+    cleared.Clear();
+    const u64 before = allocator.RequestCount();
+    EXPECT_EQ(cleared.Clone().MaxCount(), 0u);
+    EXPECT_EQ(allocator.RequestCount(), before);
+}
+
+TEST(ArrayClone, WithoutMemoryIsAnEmptyArrayAndAReport)
+{
+    struct SState
+    {
+        TArray<CString> m_Source;
+        TArray<CString> m_Copy;
+    };
+    SweepRefusals(
+        []
+        {
+            SState state;
+            state.m_Source = {"a", "b"};
+            return state;
+        },
+        [](SState &state) { state.m_Copy = state.m_Source.Clone(); },
+        [](const SState &state, const SRefusal &refusal, const CAssertRecorder &recorder)
+        {
+            ASSERT_EQ(state.m_Source.Count(), 2u);
+            EXPECT_TRUE(state.m_Source[0] == "a" && state.m_Source[1] == "b");
+            EXPECT_EQ(state.m_Copy.Count(), refusal.m_Refused ? 0u : 2u);
+            EXPECT_EQ(recorder.Expressions(),
+                      refusal.m_Refused ? IfAsserting({kRefusedText}) : std::vector<std::string>());
+        });
 }
 
 // ---- Reading ----

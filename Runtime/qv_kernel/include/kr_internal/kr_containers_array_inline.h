@@ -5,6 +5,7 @@
 
 #include "kr_containers_array.h"
 
+#include <initializer_list>
 #include <new>
 #include <type_traits>
 #include <utility>
@@ -44,6 +45,22 @@ bool TArray_BaseContainerImpl<T, Controller, HasTrivialRelocate>::_GrowByOne()
 }
 
 // ---- The array ------------------------------------------------------------------------------------------------------
+
+// By way of the other constructor, so that the array is one, and destroyed, when copying an element throws.
+template <typename T, typename Controller>
+TArray<T, Controller>::TArray(std::initializer_list<T> elements) : TArray()
+{
+    static_assert(std::is_copy_constructible<T>::value, "move the elements into the array: they cannot be copied");
+    CopyFrom(TMemoryView<const T>(elements.begin(), checked_numcast<u32>(elements.size())));
+}
+
+template <typename T, typename Controller>
+TArray<T, Controller> TArray<T, Controller>::Clone() const
+{
+    TArray copy;
+    copy.CopyFrom(_Base::View());
+    return copy;
+}
 
 template <typename T, typename Controller>
 CGuid TArray<T, Controller>::PushBack(T &&element)
