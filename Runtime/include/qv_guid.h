@@ -13,11 +13,28 @@
 namespace Quorvane
 {
 
+namespace Internal
+{
+
+// What the literal 0 is taken for where it must not be compared with a guid; and what it is not taken for, where it may:
+// guids of signed numbers.
+struct SZeroLiteral;
+struct SNoLiteral
+{
+    SNoLiteral() = delete;
+};
+
+} // namespace Internal
+
 // A value of T, or `INVALID` (all bits set). Converts from and to T; does not convert to bool, since index 0 would
 // read as "not found".
 template <typename T>
 class TGuid
 {
+    // Compilers name it in their message.
+    using _AskValidInstead =
+        std::conditional_t<std::is_unsigned<T>::value, Internal::SZeroLiteral *, Internal::SNoLiteral>;
+
 public:
     QV_INTERNAL_HIDDEN static const TGuid INVALID;
 
@@ -31,6 +48,36 @@ public:
 
     template <typename Bool, typename = std::enable_if_t<std::is_same<Bool, bool>::value>>
     operator Bool() const noexcept = delete;
+
+    // Whether something was found is asked with Valid(). `guid >= 0` would always be true and `guid < 0` always false, so
+    // neither compiles: the literal 0 would do for a pointer, too, which makes it ambiguous.
+    friend bool operator>=(const TGuid &, _AskValidInstead) = delete;
+    friend bool operator<(const TGuid &, _AskValidInstead) = delete;
+    friend bool operator<=(_AskValidInstead, const TGuid &) = delete;
+    friend bool operator>(_AskValidInstead, const TGuid &) = delete;
+
+    // Everything else compares as a number does. Spelt out where g++ takes a constant of value 0 for the literal: an
+    // argument of a template, the size of a pack.
+    template <typename Number, typename = std::enable_if_t<std::is_unsigned<Number>::value>>
+    friend constexpr bool operator>=(const TGuid &a, Number b) noexcept
+    {
+        return a.m_Guid >= b;
+    }
+    template <typename Number, typename = std::enable_if_t<std::is_unsigned<Number>::value>>
+    friend constexpr bool operator<(const TGuid &a, Number b) noexcept
+    {
+        return a.m_Guid < b;
+    }
+    template <typename Number, typename = std::enable_if_t<std::is_unsigned<Number>::value>>
+    friend constexpr bool operator<=(Number a, const TGuid &b) noexcept
+    {
+        return a <= b.m_Guid;
+    }
+    template <typename Number, typename = std::enable_if_t<std::is_unsigned<Number>::value>>
+    friend constexpr bool operator>(Number a, const TGuid &b) noexcept
+    {
+        return a > b.m_Guid;
+    }
 
     // Writes the number to a stream of the standard library, which whoever has one has included.
     template <typename Character, typename Traits>

@@ -4,6 +4,7 @@
 #include <sstream>
 #include <string>
 #include <type_traits>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -30,6 +31,70 @@ CGuid TakesGuid(CGuid guid)
 {
     return guid;
 }
+
+// Whether each comparison compiles for a type of guids.
+#define COMPARISON(name, ...)                                                                                          \
+    template <typename Guid, typename = void>                                                                          \
+    struct name : std::false_type                                                                                      \
+    {                                                                                                                  \
+    };                                                                                                                 \
+    template <typename Guid>                                                                                           \
+    struct name<Guid, std::void_t<decltype(__VA_ARGS__)>> : std::true_type                                             \
+    {                                                                                                                  \
+    };
+COMPARISON(NotLessThanZero, std::declval<Guid>() >= 0)
+COMPARISON(LessThanZero, std::declval<Guid>() < 0)
+COMPARISON(ZeroNotGreater, 0 <= std::declval<Guid>())
+COMPARISON(ZeroGreater, 0 > std::declval<Guid>())
+COMPARISON(LessThanNull, std::declval<Guid>() < nullptr)
+COMPARISON(NotLessThanNumber, std::declval<Guid>() >= 1 && 1 <= std::declval<Guid>())
+COMPARISON(LessThanInt, std::declval<Guid>() < std::declval<int &>())
+COMPARISON(LessThanUnsigned, std::declval<Guid>() < std::declval<u32>() && std::declval<u64>() > std::declval<Guid>())
+COMPARISON(LessThanGuid, std::declval<Guid>() < std::declval<Guid>() && std::declval<Guid>() >= std::declval<Guid>())
+COMPARISON(AnyOtherWithZero, std::declval<Guid>() == 0 && 0 != std::declval<Guid>() && std::declval<Guid>() > 0 &&
+                                 std::declval<Guid>() <= 0 && 0 < std::declval<Guid>() && 0 >= std::declval<Guid>())
+COMPARISON(EqualToMinusOne, std::declval<Guid>() == -1)
+
+// The literal is refused where its answer would always be the same; a guid of a signed number may be negative.
+template <typename T, bool IsSigned>
+void ExpectComparisons()
+{
+    using Guid = TGuid<T>;
+    EXPECT_EQ(NotLessThanZero<Guid>::value, IsSigned);
+    EXPECT_EQ(LessThanZero<Guid>::value, IsSigned);
+    EXPECT_EQ(ZeroNotGreater<Guid>::value, IsSigned);
+    EXPECT_EQ(ZeroGreater<Guid>::value, IsSigned);
+    EXPECT_FALSE(LessThanNull<Guid>::value);
+    EXPECT_TRUE(NotLessThanNumber<Guid>::value);
+    EXPECT_TRUE(LessThanInt<Guid>::value);
+    EXPECT_TRUE(LessThanUnsigned<Guid>::value);
+    EXPECT_TRUE(LessThanGuid<Guid>::value);
+    EXPECT_TRUE(AnyOtherWithZero<Guid>::value);
+    EXPECT_TRUE(EqualToMinusOne<Guid>::value);
+}
+
+// g++ takes a template's argument of value 0 for the literal.
+template <u32 Limit>
+bool IsBelow(const CGuid &guid)
+{
+    const bool below = guid < Limit;
+    EXPECT_EQ(guid >= Limit, !below);
+    EXPECT_EQ(Limit > guid, below);
+    EXPECT_EQ(Limit <= guid, !below);
+    return below;
+}
+
+template <typename... Elements>
+bool IsAmong(const CGuid &guid)
+{
+    return guid < sizeof...(Elements);
+}
+
+// Without a definition: it may be compared with, but not referred to.
+struct SLimits
+{
+    static const u32 kNone = 0;
+};
 
 } // namespace
 
@@ -94,6 +159,37 @@ TEST(Guid, ItComparesWithNumbersAndGuids)
     EXPECT_FALSE(guid == CGuid::INVALID);
     EXPECT_TRUE(guid != CGuid::INVALID);
     EXPECT_TRUE(CGuid() == CGuid::INVALID);
+}
+
+TEST(Guid, TheLiteralZeroIsRefusedWhereItsAnswerWouldAlwaysBeTheSame)
+{
+    ExpectComparisons<u8, false>();
+    ExpectComparisons<u16, false>();
+    ExpectComparisons<u32, false>();
+    ExpectComparisons<u64, false>();
+    ExpectComparisons<s32, true>();
+    EXPECT_TRUE(TGuid<s32>(0) >= 0);
+    EXPECT_TRUE(TGuid<s32>() < 0);
+}
+
+TEST(Guid, NumbersOfValueZeroCompareAsNumbers)
+{
+    EXPECT_FALSE(IsBelow<0>(CGuid(0)));
+    EXPECT_FALSE(IsBelow<0>(CGuid(3)));
+    EXPECT_FALSE(IsBelow<3>(CGuid(3)));
+    EXPECT_TRUE(IsBelow<4>(CGuid(3)));
+    EXPECT_FALSE(IsBelow<4>(CGuid()));
+    EXPECT_FALSE(IsAmong<>(CGuid(0)));
+    EXPECT_TRUE(IsAmong<int>(CGuid(0)));
+    constexpr u32 none = 0;
+    EXPECT_TRUE(CGuid(0) >= none);
+    EXPECT_FALSE(CGuid(0) < SLimits::kNone);
+    EXPECT_TRUE(SLimits::kNone <= CGuid());
+    static_assert(CGuid(2) < 3u && !(2u > CGuid(2)), "known to the compiler");
+    // Wider numbers are not cut.
+    EXPECT_TRUE(CGuid(1) < 0x100000000ull);
+    EXPECT_TRUE(0x100000000ull > CGuid());
+    EXPECT_FALSE(TGuid<u8>(1) >= 0x101u);
 }
 
 TEST(Guid, ItIsAnIndex)
