@@ -266,7 +266,8 @@ void SWalk::Replace(u32 index, u32 other)
         string = CString(copy.m_Text, copy.m_Length);
         break;
     case 4:
-        string = CStringView(m_Strings[other]).ToString();
+        // Its own view, where the two are one.
+        string = CStringView(m_Strings[other]);
         break;
     case 5:
         string = CString(CStringContainer::NewResizable(copy.m_Text, copy.m_Length, 0));

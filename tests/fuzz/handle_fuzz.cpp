@@ -239,6 +239,14 @@ void CheckViews(CInput &input, CWatch &watch)
     QV_FUZZ_CHECK(!watch.HasAllocated() && !watch.HasReported());
     const CString copy = view.Slice(start, count).ToString();
     QV_FUZZ_CHECK(TextOf(copy) == tail.substr(0, count) || (watch.HasRefused() && TextOf(copy).empty()));
+
+    CString string(view);
+    const std::string held = TextOf(string);
+    QV_FUZZ_CHECK(held == text || (watch.HasRefused() && held.empty()));
+    string = CStringView(string).Slice(start, count);
+    const std::string piece = start < held.size() ? held.substr(start, count) : std::string();
+    QV_FUZZ_CHECK(TextOf(string) == piece || (watch.HasRefused() && TextOf(string).empty()));
+    QV_FUZZ_CHECK(!watch.HasReported());
 }
 
 } // namespace

@@ -65,7 +65,7 @@ namespace Quorvane
 //
 //                              null                   empty                  begins with a terminator
 //     Constructor of it        null                   null                   counted text: reports, null
-//     CStringView::ToString    null                   null                   by length
+//     A copy of a view of it   null                   null                   by length
 //     Data, Length             null, 0                a text of "", 0        by length
 //     CStr                     a text of ""           a text of ""           a text that ends at once
 //     begin and end, Slice     -; a null view         -; an empty view       by length
@@ -143,6 +143,21 @@ public:
     CString(const PStringContainer &container) noexcept : m_Container(container) {}
     CString(PStringContainer &&container) noexcept : m_Container(std::move(container)) {}
 
+    // A copy of the characters of a view, as CStringView::ToString makes it; of a CStringView or, where kr_string_std.h is
+    // included, of the standard's view. Explicit, so that a view given to one of several overloads goes where it always
+    // went. Fails: an empty string.
+    template <typename View, typename = Internal::String::KindOf<View>>
+    explicit CString(const View &view) noexcept : CString(CStringView(view).ToString())
+    {
+    }
+    // The same; the view may lie in this string. Invalidates: pointers to and views of the characters.
+    // Fails: an empty string (what it held is released).
+    template <typename View, typename = Internal::String::KindOf<View>>
+    CString &operator=(const View &view) noexcept
+    {
+        return *this = CStringView(view).ToString();
+    }
+
     // ---- Reading ----------------------------------------------------------------------------------------------------
 
     // Nothing here copies or allocates.
@@ -168,6 +183,13 @@ public:
     [[nodiscard]] TMemoryView<const char> View() const noexcept QV_INTERNAL_LIFETIMEBOUND
     {
         return TMemoryView<const char>(Data(), Length());
+    }
+    // The characters as the standard's view, where kr_string_std.h is included. Explicit: a string given to overloads for
+    // both views goes to that for a CStringView.
+    template <typename View, typename = Internal::String::IfForeignView<View>>
+    explicit operator View() const noexcept QV_INTERNAL_LIFETIMEBOUND
+    {
+        return View(Data(), Length());
     }
 
     // All Length() characters as a range, to be read; ViewForWriting() gives one to write to. A string without characters

@@ -1,6 +1,11 @@
 // Opt-in meeting points with the standard library: std::string_view both ways, hashing and transparent look-up, output
 // to streams, and std::formatter and the traits of ranges where the library has them.
 //
+//     void Log(std::string_view text);
+//     Log(CStringView(line).Slice(0, 4));            // views become each other
+//     CString name(std::string_view("ann"));         // strings are made of the standard's views, and compare with them
+//     name += std::string_view(" lee");
+//
 //     std::unordered_map<CString, int, SStringHash, SStringEqual> ages;
 //     ages.find(CStringView(line).Slice(0, 4));      // no string is built (C++20's heterogeneous look-up)
 //     std::cout << path << '\n';
@@ -28,6 +33,62 @@
 namespace Quorvane
 {
 
+namespace Internal::String
+{
+
+// Declares the standard's view to strings and views: see kr_string_view.h.
+SForeignView *KindOfView(TNameOf<std::string_view>) noexcept;
+
+// Comparison of a string or a view of ours with the standard's view, as with ours.
+struct SComparisonWithStd
+{
+    template <typename Text>
+    static bool Equal(const Text &a, const std::string_view &b) noexcept
+    {
+        const CStringView view = b;
+        return view.Length() == b.size() && a == view;
+    }
+    template <typename Text>
+    static bool Less(const Text &a, const std::string_view &b) noexcept
+    {
+        const CStringView view = b;
+        return a < view || (view.Length() != b.size() && a == view);
+    }
+    template <typename Text>
+    static bool Greater(const Text &a, const std::string_view &b) noexcept
+    {
+        return a > CStringView(b);
+    }
+};
+
+// Of a buffer: what the standard's own operators do. They meet ours in programs that use this namespace, where a buffer
+// goes with a view of ours as well as with the standard's.
+struct SComparisonOfBufferWithStd
+{
+    static constexpr bool Equal(std::string_view a, std::string_view b) noexcept { return a == b; }
+    static constexpr bool Less(std::string_view a, std::string_view b) noexcept { return a < b; }
+    static constexpr bool Greater(std::string_view a, std::string_view b) noexcept { return a > b; }
+};
+
+template <typename Text>
+constexpr bool IsOurs = std::is_same<Text, CString>::value || std::is_same<Text, CStringView>::value;
+template <typename Text>
+constexpr bool IsBuffer = !std::is_class<Text>::value && std::is_convertible<const Text &, const char *>::value;
+
+// For exactly these types, so that whatever else becomes one of them stays what it was to every operator.
+template <typename Text, typename View>
+using ComparisonWithStd =
+    std::enable_if_t<std::is_same<View, std::string_view>::value && (IsOurs<Text> || IsBuffer<Text>),
+                     std::conditional_t<IsOurs<Text>, SComparisonWithStd, SComparisonOfBufferWithStd>>;
+
+} // namespace Internal::String
+
+// ---- Views, both ways -----------------------------------------------------------------------------------------------
+
+// Besides the functions below, which say what they do: CStringView and the standard's view become each other by
+// themselves, and CString takes the standard's view in its explicit constructor and in an assignment, and becomes one by
+// an explicit conversion. See kr_string_view.h and kr_string.h.
+
 // The characters of a string or a view, as the standard's view. A null text gives an empty one. Borrows.
 [[nodiscard]] inline std::string_view ToStdStringView(const CStringView &view) noexcept
 {
@@ -43,15 +104,81 @@ namespace Quorvane
 // The standard's view as ours. Views of more than 32 bits are cut. Borrows.
 [[nodiscard]] inline CStringView FromStdStringView(std::string_view view) noexcept
 {
-    constexpr std::size_t kMaxLength = 0xFFFFFFFFu;
-    return CStringView(view.data(), static_cast<u32>(QVMin(view.size(), kMaxLength)));
+    return view;
 }
 
 // A string with a copy of the characters. Fails: an empty string, also for lengths that no string can have.
 [[nodiscard]] inline CString StringFromStdStringView(std::string_view view) noexcept
 {
-    return view.size() < CStringContainer::kLengthMask ? FromStdStringView(view).ToString() : CString();
+    return CString(view);
 }
+
+// ---- Comparison -----------------------------------------------------------------------------------------------------
+
+// The comparisons of strings, views and buffers with a view of ours, for the standard's view on either side. One of more
+// than 32 bits is longer than every text of ours.
+template <typename Text, typename View, typename By = Internal::String::ComparisonWithStd<Text, View>>
+constexpr bool operator==(const Text &a, const View &b) noexcept
+{
+    return By::Equal(a, b);
+}
+template <typename Text, typename View, typename By = Internal::String::ComparisonWithStd<Text, View>>
+constexpr bool operator!=(const Text &a, const View &b) noexcept
+{
+    return !By::Equal(a, b);
+}
+template <typename Text, typename View, typename By = Internal::String::ComparisonWithStd<Text, View>>
+constexpr bool operator<(const Text &a, const View &b) noexcept
+{
+    return By::Less(a, b);
+}
+template <typename Text, typename View, typename By = Internal::String::ComparisonWithStd<Text, View>>
+constexpr bool operator>(const Text &a, const View &b) noexcept
+{
+    return By::Greater(a, b);
+}
+template <typename Text, typename View, typename By = Internal::String::ComparisonWithStd<Text, View>>
+constexpr bool operator<=(const Text &a, const View &b) noexcept
+{
+    return !By::Greater(a, b);
+}
+template <typename Text, typename View, typename By = Internal::String::ComparisonWithStd<Text, View>>
+constexpr bool operator>=(const Text &a, const View &b) noexcept
+{
+    return !By::Less(a, b);
+}
+template <typename View, typename Text, typename By = Internal::String::ComparisonWithStd<Text, View>, int = 0>
+constexpr bool operator==(const View &a, const Text &b) noexcept
+{
+    return By::Equal(b, a);
+}
+template <typename View, typename Text, typename By = Internal::String::ComparisonWithStd<Text, View>, int = 0>
+constexpr bool operator!=(const View &a, const Text &b) noexcept
+{
+    return !By::Equal(b, a);
+}
+template <typename View, typename Text, typename By = Internal::String::ComparisonWithStd<Text, View>, int = 0>
+constexpr bool operator<(const View &a, const Text &b) noexcept
+{
+    return By::Greater(b, a);
+}
+template <typename View, typename Text, typename By = Internal::String::ComparisonWithStd<Text, View>, int = 0>
+constexpr bool operator>(const View &a, const Text &b) noexcept
+{
+    return By::Less(b, a);
+}
+template <typename View, typename Text, typename By = Internal::String::ComparisonWithStd<Text, View>, int = 0>
+constexpr bool operator<=(const View &a, const Text &b) noexcept
+{
+    return !By::Less(b, a);
+}
+template <typename View, typename Text, typename By = Internal::String::ComparisonWithStd<Text, View>, int = 0>
+constexpr bool operator>=(const View &a, const Text &b) noexcept
+{
+    return !By::Greater(b, a);
+}
+
+// ---- Hashing and look-up --------------------------------------------------------------------------------------------
 
 namespace Internal
 {
@@ -101,6 +228,8 @@ struct SStringEqual
         return Internal::ComparableText(a) == Internal::ComparableText(b);
     }
 };
+
+// ---- Streams --------------------------------------------------------------------------------------------------------
 
 // Writes the characters, embedded terminators included, with the stream's width and fill.
 inline std::ostream &operator<<(std::ostream &stream, const CStringView &view)

@@ -6,6 +6,8 @@
 //     const CStringView name = line.Slice(0, at.Get()).StripRight(' ');
 #pragma once
 
+#include <type_traits>
+
 #include "kr_assert.h"
 #include "kr_memoryviews.h"
 #include "kr_string_fwd.h"
@@ -14,6 +16,27 @@
 
 namespace Quorvane
 {
+
+namespace Internal::String
+{
+
+// The types of views that strings are made of. For each there is the declaration of a function that takes its name, and
+// is never defined. It is looked up anew for each conversion: a program may include the header of the standard's view
+// (kr_string_std.h) after it has compiled a call that would have asked for one.
+template <typename View>
+struct TNameOf
+{
+};
+struct SForeignView; // the kind of the views that are no CStringView
+
+void KindOfView(TNameOf<CStringView>) noexcept;
+
+template <typename View>
+using KindOf = decltype(KindOfView(TNameOf<View>()));
+template <typename View>
+using IfForeignView = std::enable_if_t<std::is_same<KindOf<View>, SForeignView *>::value>;
+
+} // namespace Internal::String
 
 // Whether an operation tells upper from lower case. Every non-zero value ignores case.
 enum ECaseSensitivity : u32
@@ -50,6 +73,18 @@ public:
     // Borrows from a temporary: good until the end of the full expression.
     CStringView(CString &&string QV_INTERNAL_LIFETIMEBOUND) noexcept;
     constexpr CStringView(const TMemoryView<const char> &view) noexcept : m_Data(view.Data()), m_Length(view.Count()) {}
+    // From and to the standard's view, where kr_string_std.h is included. A standard's view of more than 32 bits is cut; a
+    // null text becomes the standard's empty view.
+    template <typename View, typename = Internal::String::IfForeignView<View>>
+    constexpr CStringView(const View &view) noexcept
+        : m_Data(view.data()), m_Length(static_cast<u32>(QVMin<u64>(view.size(), 0xFFFFFFFFu)))
+    {
+    }
+    template <typename View, typename = Internal::String::IfForeignView<View>>
+    constexpr operator View() const noexcept
+    {
+        return View(m_Data, m_Data != nullptr ? m_Length : 0);
+    }
 
     // A view of the whole text; null gives the empty view.
     [[nodiscard]] static CStringView FromNullTerminatedString(const char *str QV_INTERNAL_LIFETIMEBOUND) noexcept;

@@ -116,12 +116,20 @@ TEST(StringOfNothing, ConstructorOfIt)
     ExpectReports(recorder, {"sourceLen == 0"});
 }
 
-TEST(StringOfNothing, ToStringOfAView)
+TEST(StringOfNothing, ACopyOfAViewOfIt)
 {
     EXPECT_TRUE(IsNull(CStringView().ToString()));
     EXPECT_TRUE(IsNull(CStringView(nullptr, 3).ToString()));
     EXPECT_TRUE(IsNull(CStringView("abc", 0).ToString()));
     EXPECT_EQ(TextOf(CStringView("\0ab", 3).ToString()), TerminatorAnd("ab"));
+    EXPECT_TRUE(IsNull(CString(CStringView(nullptr, 3))));
+    EXPECT_TRUE(IsNull(CString(CStringView("abc", 0))));
+    EXPECT_EQ(TextOf(CString(CStringView("\0ab", 3))), TerminatorAnd("ab"));
+    CString string("before");
+    string = CStringView("\0ab", 3);
+    EXPECT_EQ(TextOf(string), TerminatorAnd("ab"));
+    string = CStringView("abc", 0);
+    EXPECT_TRUE(IsNull(string));
 }
 
 TEST(StringOfNothing, DataAndLength)
