@@ -22,7 +22,7 @@ bool CFinder::Find(const CString &query, CHits &hits) const
 
 void CFinder::Positions(const CString &query, u32 file, TArray<u32> &positions) const
 {
-    _Names()[file].FuzzyMatchPositions(_Cased(query), positions);
+    static_cast<void>(_Names()[file].FuzzyMatchPositions(_Cased(query), positions)); // none without memory
 }
 
 // A text that is lower case already stays shared.

@@ -98,10 +98,10 @@ TEST_P(FuzzyThreads, ManyRankTheSameListAtOnce)
                 TArray<SElement> own;
                 m_Query.FuzzyMatchList_Ordered(ListOf(m_Strings), own, 0.4f);
                 faults[thread] += ElementsOf(own) == ElementsOf(ordered) ? 0 : 1;
-                m_Query.FuzzyMatchList_Top(ListOf(m_Strings), own, 0.4f, 20);
+                faults[thread] += m_Query.FuzzyMatchList_Top(ListOf(m_Strings), own, 0.4f, 20) ? 0 : 1;
                 faults[thread] += ElementsOf(own) == ElementsOf(top) ? 0 : 1;
                 TArray<u32> ownPositions;
-                m_Query.FuzzyMatchPositions(m_Strings[7], ownPositions);
+                faults[thread] += m_Query.FuzzyMatchPositions(m_Strings[7], ownPositions) ? 0 : 1;
                 faults[thread] +=
                     std::equal(ownPositions.begin(), ownPositions.end(), positions.begin(), positions.end()) ? 0 : 1;
             });

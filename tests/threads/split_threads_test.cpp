@@ -131,8 +131,8 @@ TEST(SplitThreads, NoReferenceIsLeftBehind)
                 {
                     TArray<CString> strings;
                     TArray<CStringView> views;
-                    handles[thread].Split_ThreadSafe(',', strings);
-                    handles[thread].Split_ThreadSafe(',', views);
+                    EXPECT_TRUE(handles[thread].Split_ThreadSafe(',', strings));
+                    EXPECT_TRUE(handles[thread].Split_ThreadSafe(',', views));
                 }
             });
     EXPECT_EQ(container->RefCount(), kThreads + 1);

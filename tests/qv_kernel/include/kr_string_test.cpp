@@ -40,11 +40,6 @@ const char *Taken(const char *)
     return "text";
 }
 
-u32 LengthOfView(const CStringView &view)
-{
-    return view.Length();
-}
-
 u32 LengthOfString(const CString &string)
 {
     return string.Length();

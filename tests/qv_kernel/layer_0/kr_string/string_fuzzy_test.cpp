@@ -211,7 +211,7 @@ TEST(StringFuzzy, NeitherStringChanges)
     const CString query = Resizable("query");
     const CString other("other");
     const CString copies[] = {query, other};
-    query.FuzzyMatch(other);
+    static_cast<void>(query.FuzzyMatch(other));
     EXPECT_EQ(query.Data(), copies[0].Data());
     EXPECT_EQ(other.Data(), copies[1].Data());
     EXPECT_EQ(ContainerOf(query)->RefCount(), 2u);
@@ -284,7 +284,7 @@ TEST(StringFuzzy, TextsBelow256CharactersUseNoHeap)
             const CString query = Fixed(std::string(length, 'a'));
             const CString other = Fixed(std::string(otherLength, 'b'));
             allocator.ForgetCalls();
-            query.FuzzyMatch(other);
+            static_cast<void>(query.FuzzyMatch(other));
             EXPECT_TRUE(allocator.Calls().empty()) << length << " and " << otherLength;
         }
 }
@@ -299,7 +299,7 @@ TEST(StringFuzzy, LongerTextsUseOneBlockOfFourBytesPerCounterAndFreeIt)
         const CString other = Fixed(std::string(pair[1], 'b'));
         allocator.ForgetCalls();
         const u64 before = allocator.LiveBlocks();
-        query.FuzzyMatch(other);
+        static_cast<void>(query.FuzzyMatch(other));
         const std::vector<SAllocatorCall> calls = allocator.Calls();
         ASSERT_EQ(calls.size(), 2u);
         EXPECT_EQ(calls[0].m_Kind, SAllocatorCall::Kind_Alloc);
