@@ -97,19 +97,20 @@ step 'release (g++): everything' release '.*'
 # Nothing may depend on the locale; these have another upper case of i, and a decimal comma.
 for name in tr_TR de_DE; do
     export LC_ALL=$name.UTF-8
-    step "release, locale $name" release 'unit' qv_kernel_tests
+    step_units "release, locale $name" release
     unset LC_ALL
 done
 # The same results whatever vector code there is.
 export QV_TEST_NO_WIDE=1
-step 'release, no wide vectors' release 'unit' qv_kernel_tests
+step_units 'release, no wide vectors' release
 unset QV_TEST_NO_WIDE
-step 'address + undefined (clang++)' asan-ubsan 'unit|threads|driver|compile_fail|header|canary'
+step_units 'address + undefined (clang++)' asan-ubsan
+step 'the same: all but the units' asan-ubsan 'threads|driver|compile_fail|header|canary'
 step_in_fixed_placement 'thread sanitizer (clang++)' tsan 'threads' qv_kernel_thread_tests
 step_in_fixed_placement 'memory sanitizer (clang++)' msan 'driver'
-step 'tracking, unsigned char (g++)' mem-tracking 'unit' qv_kernel_tests
-step 'without assertions (g++)' no-asserts 'unit' qv_kernel_tests
-step 'no vectors (g++)' portable 'unit' qv_kernel_tests
+# Three that have nothing to do with each other share a build.
+step_units 'tracking, portable, unsigned char' tracking-portable
+step_units 'no assertions, no cache (g++)' no-asserts
 # Each target searches for some seconds.
 step 'fuzz targets (clang++)' fuzz 'fuzz'
 summary
