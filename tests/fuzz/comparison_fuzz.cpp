@@ -3,6 +3,7 @@
 
 #include "edit_model.h"
 #include "fuzz_support.h"
+#include "kr_string_std.h"
 #include "search_model.h"
 
 namespace
@@ -184,6 +185,31 @@ void CheckBlocks(const SPair &pair, u32 wanted)
         ModelEqual(pair.m_TextA.substr(0, pair.m_TextB.size()), pair.m_TextB.substr(0, pair.m_TextA.size()), true));
 }
 
+// What keys of the standard's containers go by: of texts that begin with a terminator, nothing.
+void CheckKeys(const SPair &pair)
+{
+    const std::string a = IsEmpty(pair.m_TextA) ? std::string() : pair.m_TextA;
+    const std::string b = IsEmpty(pair.m_TextB) ? std::string() : pair.m_TextB;
+    const std::string lowerA = ModelLowercase(a);
+    const std::string lowerB = ModelLowercase(b);
+    QV_FUZZ_CHECK(SStringLess()(pair.m_StringA, pair.ViewB()) == (a < b));
+    QV_FUZZ_CHECK(SStringLessCaseInsensitive()(pair.ViewA(), pair.ViewB()) == (lowerA < lowerB));
+    QV_FUZZ_CHECK(SStringLessCaseInsensitive()(pair.m_StringB, pair.ViewA()) == (lowerB < lowerA));
+    QV_FUZZ_CHECK(SStringEqualCaseInsensitive()(pair.ViewA(), pair.m_StringB) == (lowerA == lowerB));
+    const std::size_t hash = SStringHashCaseInsensitive()(pair.ViewA());
+    QV_FUZZ_CHECK(hash == SStringHashCaseInsensitive()(pair.m_StringA) && hash == SStringHashCaseInsensitive()(lowerA));
+    // Two of 64 bits that are the same by chance will not be met.
+    QV_FUZZ_CHECK((hash == SStringHashCaseInsensitive()(pair.ViewB())) == (lowerA == lowerB));
+
+    using Utils = SNativeStringUtils;
+    const CExactText &exactA = pair.m_ExactA;
+    const u64 all = Utils::HashCase(exactA.Data(), exactA.Length());
+    QV_FUZZ_CHECK(all == Utils::HashCase(ModelUppercase(pair.m_TextA).data(), exactA.Length()));
+    const u32 common = std::min(exactA.Length(), pair.m_ExactB.Length());
+    QV_FUZZ_CHECK(SignOf(Utils::CompareCase(exactA.Data(), pair.m_ExactB.Data(), common)) ==
+                  ModelOrder(pair.m_TextA.substr(0, common), pair.m_TextB.substr(0, common), true));
+}
+
 // The second text: one of its own, or the first one with a character changed, a piece of it, or that in the other case.
 std::string SecondText(CInput &input, const std::string &first)
 {
@@ -218,6 +244,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     CheckParts(pair);
     CheckNatives(pair);
     CheckBlocks(pair, wanted);
+    CheckKeys(pair);
     QV_FUZZ_CHECK(!watch.HasAllocated() && !watch.HasReported());
     return 0;
 }

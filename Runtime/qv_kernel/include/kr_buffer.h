@@ -5,8 +5,8 @@
 // (the editing ones: write) whole blocks of 16 that hold a character or the terminator. Given length 0 they read
 // nothing. A `Case` in a name means that the function ignores case.
 //
-// Case is ASCII case, by a table that no locale changes, but for EqualCase and CompareCase, which follow the
-// platform's library. All functions are reentrant and may be used from any thread.
+// Case is ASCII case, by a table that no locale changes, but for EqualCase and CompareCase of terminated text, which
+// follow the platform's library. All functions are reentrant and may be used from any thread.
 #pragma once
 
 #include <cstdarg>
@@ -63,6 +63,12 @@ struct SNativeStringUtils
 
     // True when the first `length` characters are equal but for case. Neither text needs a terminator.
     [[nodiscard]] static bool EqualCase(const char *data0, const char *data1, u32 length) noexcept;
+    // The order of the first `length` characters as unsigned bytes, lower-cased. Neither text needs a terminator.
+    [[nodiscard]] static s32 CompareCase(const char *data0, const char *data1, u32 length) noexcept;
+    // A hash of the first `length` characters, which need no terminator: the same for texts that EqualCase takes for
+    // equal, on every machine. It mixes as wyhash does, by multiplying words into 128 bits and folding the halves; all of
+    // its bits are good, and none is secret. Of no characters null will do. Other versions may hash otherwise.
+    [[nodiscard]] static u64 HashCase(const char *data, u32 length) noexcept;
 
     // Equality of the first `length` bytes of two containers' characters, both of which have as many.
 

@@ -8,6 +8,8 @@
 //
 //     std::unordered_map<CString, int, SStringHash, SStringEqual> ages;
 //     ages.find(CStringView(line).Slice(0, 4));      // no string is built (C++20's heterogeneous look-up)
+//     std::unordered_set<CString, SStringHashCaseInsensitive, SStringEqualCaseInsensitive> names;
+//     std::map<CString, int, SStringLess> ranks;
 //     std::cout << path << '\n';
 //
 // All of it may be used from any thread. Nothing here copies characters but the functions that return a CString.
@@ -202,6 +204,47 @@ inline std::string_view ComparableText(const char *text) noexcept
     return text != nullptr ? std::string_view(text) : std::string_view();
 }
 
+// How many of the characters of a standard view the kernels take at once.
+inline u32 CountedPiece(std::size_t size) noexcept
+{
+    constexpr std::size_t kMaxLength = 0xFFFFFFFFu;
+    return static_cast<u32>(QVMin(size, kMaxLength));
+}
+
+inline std::size_t HashIgnoringCase(std::string_view text) noexcept
+{
+    const u64 hash = SNativeStringUtils::HashCase(text.data(), CountedPiece(text.size()));
+    return static_cast<std::size_t>(sizeof(std::size_t) < sizeof(u64) ? hash ^ hash >> 32 : hash);
+}
+
+inline bool EqualIgnoringCase(std::string_view a, std::string_view b) noexcept
+{
+    if (a.size() != b.size())
+        return false;
+    bool isEqual = true;
+    do
+    {
+        const u32 piece = CountedPiece(a.size());
+        isEqual = SNativeStringUtils::EqualCase(a.data(), b.data(), piece);
+        a.remove_prefix(piece);
+        b.remove_prefix(piece);
+    } while (isEqual && !a.empty());
+    return isEqual;
+}
+
+inline bool IsLessIgnoringCase(std::string_view a, std::string_view b) noexcept
+{
+    s32 order = 0;
+    do
+    {
+        const u32 piece = CountedPiece(QVMin(a.size(), b.size()));
+        order = SNativeStringUtils::CompareCase(a.data(), b.data(), piece);
+        a.remove_prefix(piece);
+        b.remove_prefix(piece);
+    } while (order == 0 && !a.empty() && !b.empty());
+    return order < 0 || (order == 0 && a.size() < b.size());
+}
+
 } // namespace Internal
 
 // A hash of strings, views, the standard's views and buffers: equal for equal characters, and equal to what std::hash
@@ -226,6 +269,56 @@ struct SStringEqual
     bool operator()(const TextA &a, const TextB &b) const noexcept
     {
         return Internal::ComparableText(a) == Internal::ComparableText(b);
+    }
+};
+
+// The order of all of these forms by bytes, taken as unsigned; a text that starts another one is before it.
+struct SStringLess
+{
+    using is_transparent = void;
+
+    template <typename TextA, typename TextB>
+    bool operator()(const TextA &a, const TextB &b) const noexcept
+    {
+        return Internal::ComparableText(a) < Internal::ComparableText(b);
+    }
+};
+
+// The three without regard to the case of ASCII letters, at the speed of the library's kernels, for keys that are found
+// however they are written. They go together: texts that are equal have one hash, and neither is before the other.
+
+// By the hash of SNativeStringUtils::HashCase, of at most 2^32 - 1 characters.
+struct SStringHashCaseInsensitive
+{
+    using is_transparent = void;
+
+    template <typename Text>
+    std::size_t operator()(const Text &text) const noexcept
+    {
+        return Internal::HashIgnoringCase(Internal::ComparableText(text));
+    }
+};
+
+struct SStringEqualCaseInsensitive
+{
+    using is_transparent = void;
+
+    template <typename TextA, typename TextB>
+    bool operator()(const TextA &a, const TextB &b) const noexcept
+    {
+        return Internal::EqualIgnoringCase(Internal::ComparableText(a), Internal::ComparableText(b));
+    }
+};
+
+// By lower-cased bytes.
+struct SStringLessCaseInsensitive
+{
+    using is_transparent = void;
+
+    template <typename TextA, typename TextB>
+    bool operator()(const TextA &a, const TextB &b) const noexcept
+    {
+        return Internal::IsLessIgnoringCase(Internal::ComparableText(a), Internal::ComparableText(b));
     }
 };
 

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <iomanip>
+#include <map>
+#include <set>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -16,6 +18,7 @@
 #include <ranges>
 #endif
 
+#include "edit_model.h"
 #include "refusal_sweep.h"
 #include "string_checks.h"
 #include "text_pieces.h"
@@ -259,6 +262,163 @@ TEST(StringStd, HashAndEqualityAreTransparentAndDoNotAllocate)
     EXPECT_TRUE(SStringEqual()(CStringView("abcd", 3), "abc"));
     EXPECT_EQ(allocator.RequestCount(), requests);
 }
+
+// Order, and the three that ignore case.
+
+namespace
+{
+
+// Every form of a text with every form of another one: `check(a, b)`.
+template <typename A, typename Check>
+void WithEveryForm(const A &a, const std::string &b, const Check &check)
+{
+    check(a, Fixed(b));
+    check(a, ViewOf(b));
+    check(a, std::string_view(b));
+    check(a, b);
+    if (b.find('\0') == std::string::npos)
+        check(a, b.c_str());
+}
+
+template <typename Check>
+void WithEveryTwoForms(const std::string &a, const std::string &b, const Check &check)
+{
+    WithEveryForm(Fixed(a), b, check);
+    WithEveryForm(ViewOf(a), b, check);
+    WithEveryForm(std::string_view(a), b, check);
+    WithEveryForm(a, b, check);
+    if (a.find('\0') == std::string::npos)
+        WithEveryForm(a.c_str(), b, check);
+}
+
+// What the functors see of a text.
+std::string Comparable(const std::string &text)
+{
+    return !text.empty() && text[0] == '\0' ? std::string() : text;
+}
+
+const std::string kKeys[] = {"",
+                             "a",
+                             "A",
+                             "b",
+                             "ab",
+                             "aB",
+                             "AbC",
+                             "_",
+                             "Z",
+                             std::string("\0", 1),
+                             std::string("\0a", 2),
+                             std::string("a\0b", 3),
+                             std::string("A\0B", 3),
+                             std::string("a\0c", 3),
+                             "\xC4",
+                             "\xE4",
+                             std::string(16, 'q'),
+                             std::string(17, 'Q'),
+                             std::string(100, 'x'),
+                             std::string(99, 'X') + 'x',
+                             std::string(99, 'x') + 'y'};
+
+} // namespace
+
+TEST(StringStd, LessOrdersAnyTwoFormsByBytes)
+{
+    static_assert(std::is_void<SStringLess::is_transparent>::value, "for heterogeneous look-up");
+    for (const std::string &a : kKeys)
+    {
+        for (const std::string &b : kKeys)
+        {
+            SCOPED_TRACE(::testing::PrintToString(a) + " and " + ::testing::PrintToString(b));
+            // std::string orders unsigned bytes.
+            const bool less = Comparable(a) < Comparable(b);
+            WithEveryTwoForms(a, b,
+                              [less](const auto &x, const auto &y)
+                              {
+                                  EXPECT_EQ(SStringLess()(x, y), less);
+                                  static_assert(noexcept(SStringLess()(x, y)), "runs nobody else's code");
+                              });
+        }
+    }
+}
+
+TEST(StringStd, TheThreeThatIgnoreCaseAgreeBetweenAnyTwoForms)
+{
+    static_assert(std::is_void<SStringHashCaseInsensitive::is_transparent>::value, "for heterogeneous look-up");
+    static_assert(std::is_void<SStringEqualCaseInsensitive::is_transparent>::value, "for heterogeneous look-up");
+    static_assert(std::is_void<SStringLessCaseInsensitive::is_transparent>::value, "for heterogeneous look-up");
+    for (const std::string &a : kKeys)
+    {
+        for (const std::string &b : kKeys)
+        {
+            SCOPED_TRACE(::testing::PrintToString(a) + " and " + ::testing::PrintToString(b));
+            const std::string lowerA = ModelLowercase(Comparable(a));
+            const std::string lowerB = ModelLowercase(Comparable(b));
+            WithEveryTwoForms(a, b,
+                              [&](const auto &x, const auto &y)
+                              {
+                                  EXPECT_EQ(SStringEqualCaseInsensitive()(x, y), lowerA == lowerB);
+                                  EXPECT_EQ(SStringLessCaseInsensitive()(x, y), lowerA < lowerB);
+                                  EXPECT_EQ(SStringHashCaseInsensitive()(x) == SStringHashCaseInsensitive()(y),
+                                            lowerA == lowerB);
+                                  static_assert(noexcept(SStringEqualCaseInsensitive()(x, y)), "of kernels");
+                                  static_assert(noexcept(SStringLessCaseInsensitive()(x, y)), "of kernels");
+                                  static_assert(noexcept(SStringHashCaseInsensitive()(x)), "of kernels");
+                              });
+        }
+    }
+}
+
+TEST(StringStd, TheThreeThatIgnoreCaseTakeNullForEmpty)
+{
+    const char *nothing = nullptr;
+    EXPECT_EQ(SStringHashCaseInsensitive()(nothing), SStringHashCaseInsensitive()(""));
+    EXPECT_EQ(SStringHashCaseInsensitive()(CStringView(nullptr, 3)), SStringHashCaseInsensitive()(CString()));
+    EXPECT_TRUE(SStringEqualCaseInsensitive()(nothing, CString()));
+    EXPECT_TRUE(SStringLessCaseInsensitive()(nothing, "a"));
+    EXPECT_FALSE(SStringLessCaseInsensitive()(nothing, CStringView()));
+    EXPECT_TRUE(SStringLess()(nothing, "a"));
+    EXPECT_FALSE(SStringLess()(CString(), nothing));
+}
+
+TEST(StringStd, KeysAreFoundHoweverTheyAreWritten)
+{
+    std::unordered_map<CString, int, SStringHashCaseInsensitive, SStringEqualCaseInsensitive> sizes;
+    sizes[CString("Stone_Wall.PNG")] = 1;
+    EXPECT_FALSE(sizes.emplace(CString("stone_wall.png"), 2).second);
+    EXPECT_TRUE(sizes.emplace(CString("stone_walls.png"), 3).second);
+    EXPECT_EQ(sizes.find(CString("STONE_WALL.png"))->second, 1);
+    EXPECT_EQ(sizes.count(CString("stone_wall")), 0u);
+    std::map<CString, int, SStringLessCaseInsensitive> ordered;
+    ordered[CString("b")] = 1;
+    ordered[CString("A")] = 2;
+    ordered[CString("a")] = 3;
+    EXPECT_EQ(ordered.size(), 2u);
+    EXPECT_EQ(ordered.begin()->second, 3);
+    // A map's look-up takes any form.
+    CTestAllocator allocator;
+    EXPECT_EQ(ordered.find("B")->second, 1);
+    EXPECT_EQ(ordered.find(CStringView("ab", 1))->second, 3);
+    EXPECT_TRUE(ordered.find(std::string_view("c")) == ordered.end());
+    EXPECT_EQ(allocator.RequestCount(), 0u);
+    const std::set<CString, SStringLess> names = {CString("b"), CString("a"), CString("B")};
+    EXPECT_EQ(TextOf(*names.begin()), "B");
+    EXPECT_EQ(names.count("a"), 1u);
+}
+
+#if defined(__cpp_lib_generic_unordered_lookup)
+
+TEST(StringStd, LookUpWithoutCaseBuildsNoString)
+{
+    std::unordered_map<CString, int, SStringHashCaseInsensitive, SStringEqualCaseInsensitive> ages;
+    ages[CString("Ann")] = 30;
+    CTestAllocator allocator;
+    EXPECT_EQ(ages.find("ANN")->second, 30);
+    EXPECT_EQ(ages.find(CStringView("annie", 3))->second, 30);
+    EXPECT_EQ(ages.count(std::string_view("an")), 0u);
+    EXPECT_EQ(allocator.RequestCount(), 0u);
+}
+
+#endif
 
 // Containers.
 

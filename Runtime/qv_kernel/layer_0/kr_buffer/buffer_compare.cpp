@@ -33,6 +33,14 @@ bool SNativeStringUtils::EqualCase(const char *data0, const char *data1, u32 len
            length;
 }
 
+s32 SNativeStringUtils::CompareCase(const char *data0, const char *data1, u32 length) noexcept
+{
+    const u8 *const a = ToBytes(data0);
+    const u8 *const b = ToBytes(data1);
+    const u32 index = QV_SIMD_CALL(length >= kMinWideLength, FirstDifferenceCase(a, b, length));
+    return index != length ? Narrow::OrderOfBytes<Narrow::SLowerCaseBytes>(a[index], b[index]) : 0;
+}
+
 // Ordering must not read behind the block of the first difference: no wide blocks here.
 
 s32 SNativeStringUtils::Compare_16(const void *a, const void *b, u32 length) noexcept

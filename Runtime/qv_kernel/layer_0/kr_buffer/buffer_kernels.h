@@ -15,6 +15,7 @@
 
 #include "../kr_simd/simd_block_widest.h"
 #include "buffer_bitmap.h"
+#include "buffer_hash.h"
 #include "character_table.h"
 #include "escape_tables.h"
 

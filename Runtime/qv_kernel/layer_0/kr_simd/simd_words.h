@@ -58,6 +58,32 @@ constexpr bool HoldsByte(u64 word, u8 byte)
     return AnyEqual(word, byte) != 0;
 }
 
+// The word with the bytes of upper-case ASCII letters in lower case.
+constexpr u64 LowerCaseBytes(u64 word)
+{
+    // The high bit of a sum is set where the lower seven bits reach the first letter, where they exceed the last one.
+    const u64 low = word & ~kHighBits;
+    const u64 reachesFirst = low + FillWord(0x80 - 'A');
+    const u64 exceedsLast = low + FillWord(0x7F - 'Z');
+    return word | ((reachesFirst ^ exceedsLast) & ~word & kHighBits) >> 2;
+}
+
+// ---- Order of bytes ----------------------------------------------------------------------------------------------------
+
+// A word that was loaded, as machines that load the lowest byte first have it.
+template <typename Word>
+inline Word LittleEndian(Word word)
+{
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+    if constexpr (sizeof(Word) == 8)
+        return static_cast<Word>(__builtin_bswap64(word));
+    else
+        return static_cast<Word>(__builtin_bswap32(word));
+#else
+    return word;
+#endif
+}
+
 // ---- Bits of a word ----------------------------------------------------------------------------------------------------
 
 // The number of zero bits below the lowest one that is set. Requires: a value other than 0.

@@ -10,6 +10,7 @@
 #include "guarded_page.h"
 #include "guarded_text.h"
 #include "kr_buffer.h"
+#include "wide_choice.h"
 
 using namespace Quorvane;
 using namespace QuorvaneTest;
@@ -340,6 +341,44 @@ TEST(BufferEqualCase, SeesADifferenceInEveryPlaceAndNothingBehindTheEnd)
             ASSERT_FALSE(SNativeStringUtils::EqualCase(a.Get(), b.Get(), count));
             ASSERT_TRUE(SNativeStringUtils::EqualCase(a.Get(), b.Get(), static_cast<u32>(place)));
             b.Get()[place] = 'Q';
+        }
+    }
+}
+
+TEST(BufferCompareCase, OrdersCountedTextsByTheLowerCaseFormsOfTheirBytes)
+{
+    EXPECT_EQ(SNativeStringUtils::CompareCase("aBcx", "AbCy", 3), 0);
+    EXPECT_LT(SNativeStringUtils::CompareCase("aBcx", "AbCy", 4), 0);
+    EXPECT_GT(SNativeStringUtils::CompareCase("Z", "_", 1), 0);
+    EXPECT_LT(SNativeStringUtils::CompareCase("\x7F", "\x80", 1), 0);
+    EXPECT_LT(SNativeStringUtils::CompareCase("a\0B", "A\0c", 3), 0);
+    EXPECT_EQ(SNativeStringUtils::CompareCase("a", "b", 0), 0);
+    EXPECT_EQ(SNativeStringUtils::CompareCase(nullptr, nullptr, 0), 0);
+}
+
+TEST(BufferCompareCase, IsDecidedByTheFirstDifferenceInEveryPlaceWithNothingBehindTheEnd)
+{
+    for (const bool wide : {false, true})
+    {
+        const CWideChoice choice(wide);
+        for (size_t length = 1; length <= 150; ++length)
+        {
+            const std::string text = MixedText(static_cast<u32>(length));
+            const std::string otherCase = ModelUpper(text);
+            const CGuardedText a(text.data(), length);
+            const CGuardedText b(otherCase.data(), length);
+            const u32 count = static_cast<u32>(length);
+            ASSERT_EQ(SNativeStringUtils::CompareCase(a.Get(), b.Get(), count), 0) << length;
+            for (size_t place = 0; place < length; ++place)
+            {
+                b.Get()[place] = static_cast<char>(otherCase[place] ^ 0x85);
+                const int expected =
+                    ModelCompare(ModelLower(std::string(a.Get(), length)), ModelLower(std::string(b.Get(), length)));
+                ASSERT_EQ(SignOf(SNativeStringUtils::CompareCase(a.Get(), b.Get(), count)), expected);
+                ASSERT_EQ(SignOf(SNativeStringUtils::CompareCase(b.Get(), a.Get(), count)), -expected);
+                ASSERT_EQ(SNativeStringUtils::CompareCase(a.Get(), b.Get(), static_cast<u32>(place)), 0);
+                b.Get()[place] = otherCase[place];
+            }
         }
     }
 }

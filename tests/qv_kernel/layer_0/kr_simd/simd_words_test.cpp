@@ -108,3 +108,29 @@ TEST(SimdWords, CountBitsCountsThemWhereverTheyAre)
             EXPECT_EQ(CountBits(~u64(0) >> (64 - count) << first), count) << first;
     EXPECT_EQ(CountBits(0x8421842184218421u), 16u);
 }
+
+TEST(SimdWords, LowerCaseBytesChangesAsciiLettersAlone)
+{
+    for (u32 byte = 0; byte < 256; ++byte)
+    {
+        for (u32 place = 0; place < 8; ++place)
+        {
+            for (const u32 other : {0x00u, 0x41u, 0x5Au, 0x7Fu, 0xFFu})
+            {
+                const auto lowered = [](u32 one) { return one >= 'A' && one <= 'Z' ? one + 32 : one; };
+                const u64 mask = u64(0xFF) << 8 * place;
+                const u64 word = (FillWord(static_cast<u8>(other)) & ~mask) | u64(byte) << 8 * place;
+                const u64 expected = (FillWord(static_cast<u8>(lowered(other))) & ~mask) | u64(lowered(byte))
+                                                                                               << 8 * place;
+                ASSERT_EQ(LowerCaseBytes(word), expected) << byte << ", " << place;
+            }
+        }
+    }
+}
+
+TEST(SimdWords, LittleEndianPutsTheFirstByteLowest)
+{
+    const char bytes[] = {1, 2, 3, 4, 5, 6, 7, 8};
+    EXPECT_EQ(LittleEndian(LoadWord<u64>(bytes)), 0x0807060504030201u);
+    EXPECT_EQ(LittleEndian(LoadWord<u32>(bytes)), 0x04030201u);
+}
