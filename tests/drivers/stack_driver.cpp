@@ -18,6 +18,7 @@
 #include <unistd.h>
 
 #include "kr_string.h"
+#include "kr_string_numbers.h"
 
 #if defined(__has_feature)
 #if __has_feature(address_sanitizer) || __has_feature(memory_sanitizer) || __has_feature(thread_sanitizer)
@@ -341,6 +342,27 @@ void MeasureFormatting()
          ofText, kFormatted);
 }
 
+void MeasureNumbers()
+{
+    static CString text("abc");
+    Measure("AppendNumber", kPlain, [] { AppendNumber(text, 0x8000000000000000u, 2); });
+    Measure("ParseNumber", kPlain,
+            []
+            {
+                s32 number = 0;
+                static_cast<void>(ParseNumber("-12345678", number));
+            });
+#if QV_HAS_FLOATING_NUMBERS
+    static char buffer[4096];
+    const size_t ofShortest = StackOf([] { std::to_chars(buffer, buffer + sizeof(buffer), 1e-300 / 7); });
+    const size_t ofPrecise = StackOf(
+        [] { std::to_chars(buffer, buffer + sizeof(buffer), 1e-300 / 7, std::chars_format::scientific, 1074); });
+    Note("AppendNumber, shortest", StackOf([] { AppendNumber(text, 1e-300 / 7); }), ofShortest, kPlain);
+    Note("AppendNumber, precise", StackOf([] { AppendNumber(text, 1e-300 / 7, std::chars_format::scientific, 5000); }),
+         ofPrecise, kFormatted);
+#endif
+}
+
 void MeasureOthers()
 {
     const CString text = Repeated("Some/Path\\with \"quotes\" /* and */ more\n", 400);
@@ -411,6 +433,7 @@ void *MeasureAll(void *)
     MeasureFuzzyPairs();
     MeasureFuzzyLists();
     MeasureFormatting();
+    MeasureNumbers();
     MeasureOthers();
     return nullptr;
 }

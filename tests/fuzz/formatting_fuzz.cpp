@@ -1,13 +1,17 @@
-// Formatting of texts of any length with a choice of formats, against the standard library's.
+// Formatting of texts of any length with a choice of formats, against the standard library's; numbers read and written,
+// against naive models and the platform's printf.
+#include <cmath>
 #include <cstdarg>
 #include <vector>
 
 #include "fuzz_support.h"
+#include "number_model.h"
 
 namespace
 {
 
 using namespace QuorvaneFuzz;
+using namespace QuorvaneTest;
 
 // Format cuts longer results.
 constexpr std::size_t kMaxFormatted = 3198;
@@ -74,6 +78,84 @@ void CheckCut(CWatch &watch, const std::string &text, int number)
     QV_FUZZ_CHECK(TextOf(string) == (watch.HasRefused() ? std::string() : expected));
 }
 
+template <typename Integer>
+void CheckParsed(const CExactText &text, u32 base)
+{
+    const SModelNumber expected = ModelParse<Integer>(text.Text(), base);
+    Integer value = 77;
+    const SParsedNumber answer = ParseNumber(text.View(), value, base);
+    QV_FUZZ_CHECK(answer.m_Outcome == expected.m_Outcome && answer.m_Position == expected.m_Position);
+    QV_FUZZ_CHECK(value == (answer ? ModelValue<Integer>(expected) : Integer(77)));
+}
+
+// What the standard library's general format takes for a number is one to strtod, too, which takes more.
+void CheckParsedFloating(const CExactText &text)
+{
+    double value = 77;
+    const SParsedNumber answer = ParseNumber(text.View(), value);
+    QV_FUZZ_CHECK(answer.m_Position <= text.Length());
+    if (!answer)
+    {
+        QV_FUZZ_CHECK(value == 77);
+        return;
+    }
+    char *end = nullptr;
+    const std::string terminated = text.Text();
+    const double expected = std::strtod(terminated.c_str(), &end);
+    QV_FUZZ_CHECK(end == terminated.c_str() + terminated.size());
+    QV_FUZZ_CHECK(std::isnan(expected) ? std::isnan(value) : value == expected);
+}
+
+// Appends to a string of either form, or to none.
+template <typename Append>
+void CheckAppended(CInput &input, CWatch &watch, const std::string &expected, const Append &append)
+{
+    const std::string front = input.PlainText();
+    CString string = NewString(front, input.Byte());
+    if (front.empty() || TextOf(string) != front)
+        string = CString();
+    const std::string before = TextOf(string);
+    watch.BeginStep();
+    append(string);
+    QV_FUZZ_CHECK(IsWellFormed(string) && !watch.HasReported());
+    // Where memory is refused once, a new container may do instead.
+    QV_FUZZ_CHECK(TextOf(string) == before + expected || (watch.HasRefused() && string.Data() == nullptr));
+}
+
+u64 AnyBits(CInput &input)
+{
+    u64 bits = 0;
+    for (u32 i = 0; i < 8; ++i)
+        bits = bits << 8 | input.Byte();
+    return bits;
+}
+
+void CheckNumbers(CInput &input, CWatch &watch)
+{
+    const u32 base = 2 + input.Below(35);
+    input.ChooseLetters("0123456789-+.einfaAzZ \x80");
+    const CExactText text(input.Text(), false);
+    CheckParsed<s8>(text, base);
+    CheckParsed<u16>(text, base);
+    CheckParsed<s64>(text, base);
+    CheckParsed<u64>(text, base);
+    CheckParsedFloating(text);
+
+    const s64 number = static_cast<s64>(AnyBits(input));
+    CheckAppended(input, watch, ModelNumberText(number, base),
+                  [=](CString &string) { AppendNumber(string, number, base); });
+    const u64 bits = AnyBits(input);
+    double floating;
+    std::memcpy(&floating, &bits, sizeof(floating));
+    const u32 precision = input.Below(3000);
+    const bool isFixed = input.Flag();
+    std::vector<char> printed(4000);
+    std::snprintf(printed.data(), printed.size(), isFixed ? "%.*f" : "%.*e", static_cast<int>(precision), floating);
+    const std::chars_format format = isFixed ? std::chars_format::fixed : std::chars_format::scientific;
+    CheckAppended(input, watch, printed.data(),
+                  [=](CString &string) { AppendNumber(string, floating, format, precision); });
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
@@ -94,5 +176,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const CExactText exact(text);
     CheckFormat(room, watch, format, width, precision, exact.Data(), number);
     CheckCut(watch, text, number);
+    CheckNumbers(input, watch);
     return 0;
 }

@@ -41,6 +41,8 @@ kr_internal/kr_string_split.h
 kr_internal/kr_string_inline.h
 kr_string.h
 kr_string_std.h
+kr_internal/kr_string_numbers_inline.h
+kr_string_numbers.h
 '
 
 # Prints "<file> <line> <included name>" for every include, quoted or angled, of the files that stdin lists.

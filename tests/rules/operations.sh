@@ -9,7 +9,7 @@
 . "$(dirname "$0")/common.inc"
 
 headers='Runtime/qv_kernel/include/kr_string.h Runtime/qv_kernel/include/kr_string_container.h
-    Runtime/qv_kernel/include/kr_string_view.h Runtime/qv_kernel/include/kr_buffer.h'
+    Runtime/qv_kernel/include/kr_string_view.h Runtime/qv_kernel/include/kr_string_numbers.h Runtime/qv_kernel/include/kr_buffer.h'
 
 # Not asked for, with the reason.
 #   <class> <operation> <test or fuzz>

@@ -1,0 +1,126 @@
+// Private header: the inline bodies of kr_string_numbers.h.
+//
+// Users include kr_string_numbers.h, which ends with this header.
+#pragma once
+
+#include "kr_string_numbers.h"
+
+#include <charconv>
+#include <system_error>
+
+#include "kr_assert.h"
+#include "qv_defs.h"
+
+namespace Quorvane
+{
+
+namespace Internal::String
+{
+
+// What the standard library read of the text, as the answer about the whole text. What stands behind a number counts
+// before its size: the text is no number then, whatever the type.
+inline SParsedNumber AnswerOf(const std::from_chars_result &read, const char *data, u32 length) noexcept
+{
+    if (read.ec == std::errc::invalid_argument)
+        return {ParseNumber_NotANumber, 0};
+    const u32 end = static_cast<u32>(read.ptr - data);
+    if (end != length)
+        return {ParseNumber_TrailingCharacters, end};
+    return {read.ec == std::errc() ? ParseNumber_Ok : ParseNumber_OutOfRange, end};
+}
+
+// `read(first, last, value)` is one of the standard library's readers.
+template <typename Number, typename Reader>
+inline SParsedNumber ParseWhole(const CStringView &text, Number &out, const Reader &read) noexcept
+{
+    const char *const data = text.Data();
+    const u32 length = text.Length();
+    if (data == nullptr || length == 0)
+        return {ParseNumber_Empty, 0};
+    Number value = 0;
+    const SParsedNumber answer = AnswerOf(read(data, data + length, value), data, length);
+    if (answer)
+        out = value;
+    return answer;
+}
+
+// The digits of `magnitude`, with a minus sign where asked. Requires: a base that was checked.
+CString &AppendInteger(CString &string, u64 magnitude, bool isNegative, u32 base) noexcept;
+
+#if QV_HAS_FLOATING_NUMBERS
+
+CString &AppendFloating(CString &string, float value) noexcept;
+CString &AppendFloating(CString &string, double value) noexcept;
+CString &AppendFloating(CString &string, float value, std::chars_format format) noexcept;
+CString &AppendFloating(CString &string, double value, std::chars_format format) noexcept;
+CString &AppendFloating(CString &string, float value, std::chars_format format, u32 precision) noexcept;
+CString &AppendFloating(CString &string, double value, std::chars_format format, u32 precision) noexcept;
+
+#endif
+
+} // namespace Internal::String
+
+template <typename Integer, typename>
+inline SParsedNumber ParseNumber(const CStringView &text, Integer &out, u32 base) noexcept
+{
+    if (QV_INTERNAL_FAILS(base >= 2 && base <= 36))
+        return {ParseNumber_NotANumber, 0};
+    return Internal::String::ParseWhole(text, out,
+                                        [base](const char *first, const char *last, Integer &value)
+                                        { return std::from_chars(first, last, value, static_cast<int>(base)); });
+}
+
+template <typename Integer, typename>
+inline SParsedNumber ParseNumber(const char *text, Integer &out, u32 base) noexcept
+{
+    return ParseNumber(CStringView(text), out, base);
+}
+
+template <typename Integer, typename>
+inline CString &AppendNumber(CString &string, Integer value, u32 base) noexcept
+{
+    if (QV_INTERNAL_FAILS(base >= 2 && base <= 36))
+        return string;
+    // The magnitude of the least number is none of its type: the sign is taken off modulo 2^64.
+    const bool isNegative = value < 0;
+    const u64 bits = static_cast<u64>(value);
+    return Internal::String::AppendInteger(string, isNegative ? 0 - bits : bits, isNegative, base);
+}
+
+#if QV_HAS_FLOATING_NUMBERS
+
+template <typename Floating, typename>
+inline SParsedNumber ParseNumber(const CStringView &text, Floating &out, std::chars_format format) noexcept
+{
+    return Internal::String::ParseWhole(text, out,
+                                        [format](const char *first, const char *last, Floating &value)
+                                        { return std::from_chars(first, last, value, format); });
+}
+
+template <typename Floating, typename>
+inline SParsedNumber ParseNumber(const char *text, Floating &out, std::chars_format format) noexcept
+{
+    return ParseNumber(CStringView(text), out, format);
+}
+
+template <typename Floating, typename>
+inline CString &AppendNumber(CString &string, Floating value) noexcept
+{
+    return Internal::String::AppendFloating(string, value);
+}
+
+template <typename Floating, typename>
+inline CString &AppendNumber(CString &string, Floating value, std::chars_format format) noexcept
+{
+    return Internal::String::AppendFloating(string, value, format);
+}
+
+template <typename Floating, typename>
+inline CString &AppendNumber(CString &string, Floating value, std::chars_format format, u32 precision) noexcept
+{
+    return Internal::String::AppendFloating(string, value, format, precision);
+}
+
+#endif
+
+} // namespace Quorvane

@@ -1,0 +1,163 @@
+// Numbers written to the end of strings. Reading them is inline (kr_internal/kr_string_numbers_inline.h).
+#include "kr_string_numbers.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+#include "string_block.h"
+
+namespace Quorvane
+{
+
+namespace Internal::String
+{
+
+namespace
+{
+
+// A 64-bit number in base 2, and its sign.
+constexpr u32 kMaxIntegerText = 1 + 64;
+
+CStringView TextUpTo(const char *text, const char *end)
+{
+    return CStringView(text, static_cast<u32>(end - text));
+}
+
+} // namespace
+
+CString &AppendInteger(CString &string, u64 magnitude, bool isNegative, u32 base) noexcept
+{
+    char text[kMaxIntegerText];
+    text[0] = '-';
+    // Of a base that the compiler knows, it divides by multiplying.
+    const std::to_chars_result end =
+        base == 10 ? std::to_chars(text + 1, text + kMaxIntegerText, magnitude)
+                   : std::to_chars(text + 1, text + kMaxIntegerText, magnitude, static_cast<int>(base));
+    return string.Append(TextUpTo(isNegative ? text : text + 1, end.ptr));
+}
+
+#if QV_HAS_FLOATING_NUMBERS
+
+namespace
+{
+
+// The longest texts: a sign, the digits in front of the point, the point, and those behind it. All numbers between two
+// powers of two are whole multiples of one power of two: 1 of 1074 places behind the point for the least ones, which need
+// as many digits. No number has more.
+constexpr u32 kMaxPrecision = 1074;
+constexpr u32 kMaxDigitsInFront = 309;
+constexpr u32 kMaxPreciseText = 1 + kMaxDigitsInFront + 1 + kMaxPrecision;
+// The shortest text without an exponent: a sign, a zero, the point and 324 digits, of which up to 17 are no zeros at the
+// front; and some more.
+constexpr u32 kMaxShortestText = 1 + 2 + 324 + 9;
+
+static_assert(std::numeric_limits<double>::digits - std::numeric_limits<double>::min_exponent == kMaxPrecision,
+              "the exponent of the least power of two");
+static_assert(std::numeric_limits<double>::max_exponent10 + 1 == kMaxDigitsInFront, "digits of the largest number");
+
+// Appends a number of zeros. What stands there already is appended to itself, so that few steps suffice.
+void AppendZeros(CString &string, u32 count)
+{
+    static constexpr char kZeros[] = "0000000000000000000000000000000000000000000000000000000000000000";
+    constexpr u32 kAtOnce = sizeof(kZeros) - 1;
+    const u32 start = string.Length();
+    string.Append(CStringView(kZeros, QVMin(count, kAtOnce)));
+    while (string.Data() != nullptr && string.Length() - start < count)
+    {
+        const u32 there = string.Length() - start;
+        string.Append(CStringView(string.Data() + start, QVMin(there, count - there)));
+    }
+}
+
+// Where the exponent of a text stands; its end where it has none.
+const char *ExponentOf(const char *text, const char *end, std::chars_format format)
+{
+    if (format == std::chars_format::fixed)
+        return end;
+    const char mark = format == std::chars_format::hex ? 'p' : 'e';
+    const void *const found = std::memchr(text, mark, static_cast<std::size_t>(end - text));
+    return found != nullptr ? static_cast<const char *>(found) : end;
+}
+
+// Appends a text with zeros behind its last digit.
+QV_INTERNAL_COLD CString &AppendWithZeros(CString &string, const char *text, const char *end, std::chars_format format,
+                                          u32 zeros)
+{
+    const u64 length = static_cast<u64>(string.Length()) + static_cast<u64>(end - text) + zeros;
+    if (CheckedLength(length) == kRefusedLength)
+        return string = CString();
+    const char *const exponent = ExponentOf(text, end, format);
+    string.Append(TextUpTo(text, exponent));
+    if (string.Data() != nullptr)
+        AppendZeros(string, zeros);
+    if (string.Data() != nullptr)
+        string.Append(TextUpTo(exponent, end));
+    return string;
+}
+
+template <typename Floating>
+CString &AppendShortest(CString &string, Floating value)
+{
+    // A sign, 17 digits, a point and an exponent of three digits with its sign take 24.
+    char text[32];
+    return string.Append(TextUpTo(text, std::to_chars(text, text + sizeof(text), value).ptr));
+}
+
+template <typename Floating>
+CString &AppendShortest(CString &string, Floating value, std::chars_format format)
+{
+    char text[kMaxShortestText];
+    return string.Append(TextUpTo(text, std::to_chars(text, text + sizeof(text), value, format).ptr));
+}
+
+template <typename Floating>
+CString &AppendPrecise(CString &string, Floating value, std::chars_format format, u32 precision)
+{
+    char text[kMaxPreciseText];
+    const u32 digits = QVMin(precision, kMaxPrecision);
+    const char *const end = std::to_chars(text, text + sizeof(text), value, format, static_cast<int>(digits)).ptr;
+    // General leaves zeros at the end out.
+    if (QV_INTERNAL_LIKELY(digits == precision) || format == std::chars_format::general || !std::isfinite(value))
+        return string.Append(TextUpTo(text, end));
+    return AppendWithZeros(string, text, end, format, precision - digits);
+}
+
+} // namespace
+
+CString &AppendFloating(CString &string, float value) noexcept
+{
+    return AppendShortest(string, value);
+}
+
+CString &AppendFloating(CString &string, double value) noexcept
+{
+    return AppendShortest(string, value);
+}
+
+CString &AppendFloating(CString &string, float value, std::chars_format format) noexcept
+{
+    return AppendShortest(string, value, format);
+}
+
+CString &AppendFloating(CString &string, double value, std::chars_format format) noexcept
+{
+    return AppendShortest(string, value, format);
+}
+
+CString &AppendFloating(CString &string, float value, std::chars_format format, u32 precision) noexcept
+{
+    return AppendPrecise(string, value, format, precision);
+}
+
+CString &AppendFloating(CString &string, double value, std::chars_format format, u32 precision) noexcept
+{
+    return AppendPrecise(string, value, format, precision);
+}
+
+#endif
+
+} // namespace Internal::String
+
+} // namespace Quorvane
