@@ -82,7 +82,7 @@ if [ -n "$quick" ] && [ $# -ne 0 ]; then
     exit 2
 fi
 ensure g++ cmake ninja-build libgtest-dev libcli11-dev clang libclang-rt-dev -- \
-    llvm clang-format pkg-config shellcheck locales libbenchmark-dev python3
+    llvm clang-format pkg-config shellcheck locales libbenchmark-dev libfmt-dev python3
 ensure_locales
 
 if [ -n "$quick" ]; then

@@ -41,6 +41,7 @@ kr_internal/kr_string_split.h
 kr_internal/kr_string_inline.h
 kr_string.h
 kr_string_std.h
+kr_string_fmt.h
 kr_internal/kr_string_numbers_inline.h
 kr_string_numbers.h
 '
