@@ -189,7 +189,7 @@ public:
     template <typename View, typename = Internal::String::IfForeignView<View>>
     explicit operator View() const noexcept QV_INTERNAL_LIFETIMEBOUND
     {
-        return View(Data(), Length());
+        return CStringView(*this);
     }
 
     // All Length() characters as a range, to be read; ViewForWriting() gives one to write to. A string without characters

@@ -367,6 +367,8 @@ TEST(StringStd, NothingIsAnEmptyViewOnTheOtherSide)
     EXPECT_TRUE(std::string_view(CStringView()).empty());
     EXPECT_TRUE(std::string_view(CStringView(nullptr, 3)).empty());
     EXPECT_TRUE(std::string_view(CString()).empty());
+    CBrokenString broken;
+    EXPECT_TRUE(std::string_view(broken.Get()).empty());
     EXPECT_TRUE(CStringView(std::string_view()).Empty());
     EXPECT_EQ(CString(std::string_view()).Data(), nullptr);
 }
