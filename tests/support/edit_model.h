@@ -124,6 +124,46 @@ inline std::string ModelRepeated(const std::string &text, unsigned times)
     return result;
 }
 
+// Padding, joining, inserting and erasing.
+
+inline std::string ModelPaddedLeft(std::string text, unsigned width, char character)
+{
+    while (text.size() < width)
+        text.insert(text.begin(), character);
+    return text;
+}
+
+inline std::string ModelPaddedRight(std::string text, unsigned width, char character)
+{
+    while (text.size() < width)
+        text.push_back(character);
+    return text;
+}
+
+inline std::string ModelJoined(const std::string &separator, const std::vector<std::string> &pieces)
+{
+    std::string result;
+    bool first = true;
+    for (const std::string &piece : pieces)
+    {
+        if (!first)
+            result += separator;
+        result += piece;
+        first = false;
+    }
+    return result;
+}
+
+inline std::string ModelInserted(const std::string &text, size_t index, const std::string &piece)
+{
+    return text.substr(0, index) + piece + text.substr(index);
+}
+
+inline std::string ModelErased(const std::string &text, size_t first, size_t last)
+{
+    return text.substr(0, first) + text.substr(last);
+}
+
 // Where the pattern occurs, left to right and without overlap. The pattern is not empty.
 inline std::vector<size_t> ModelOccurrences(const std::string &text, const std::string &pattern)
 {

@@ -42,6 +42,7 @@
 #include "kr_buffer.h"
 #include "kr_containers_array.h"
 #include "kr_containers_internals.h"
+#include "kr_internal/kr_string_join.h"
 #include "kr_memoryviews.h"
 #include "kr_refptr.h"
 #include "kr_string_container.h"
@@ -82,6 +83,8 @@ namespace Quorvane
 //     Reverse, Strip           -                      -                      by length
 //     Repeat it                null                   null; once: itself     by length
 //     Strip with a set of it   -                      -                      - (a set is a text)
+//     Join, Concat of it       is an empty piece      is an empty piece      by length
+//     Join with it             nothing between        nothing between        by length
 //     Uncomment                -                      -                      reports
 //     Replace in it            null                   the string itself      the string itself
 //     Replace of it            the string itself      the string itself      view: is found nowhere
@@ -292,6 +295,9 @@ public:
     CString &operator+=(const CString &other) noexcept { return Append(other); }
     CString &operator+=(const CStringView &other) noexcept { return Append(other); }
     CString &operator+=(const char *other) noexcept { return Append(other); }
+    // Exactly a char: a literal 0 stays a null text.
+    template <typename Character, typename = Internal::String::IfCharacter<Character>>
+    CString &operator+=(Character character) noexcept;
 
     // ---- Paths ------------------------------------------------------------------------------------------------------
 
@@ -701,6 +707,18 @@ private:
 [[nodiscard]] CString operator+(CString &&a, const CString &b) noexcept;
 [[nodiscard]] CString operator+(CString &&a, const CStringView &b) noexcept;
 [[nodiscard]] CString operator+(CString &&a, const char *b) noexcept;
+// Exactly a char, so that a literal 0 stays a null text; a terminator is appended as nothing.
+template <typename Character, typename = Internal::String::IfCharacter<Character>>
+[[nodiscard]] CString operator+(const CString &a, Character b) noexcept;
+template <typename Character, typename = Internal::String::IfCharacter<Character>>
+[[nodiscard]] CString operator+(CString &&a, Character b) noexcept;
+// Exactly views and texts: what converts to them goes where it always went.
+template <typename View, typename = Internal::String::IfView<View>>
+[[nodiscard]] CString operator+(const View &a, const View &b) noexcept;
+template <typename View, typename Text, typename = Internal::String::IfViewAndText<View, Text>>
+[[nodiscard]] CString operator+(const View &a, Text b) noexcept;
+template <typename Text, typename View, typename = Internal::String::IfViewAndText<View, Text>>
+[[nodiscard]] CString operator+(Text a, const View &b) noexcept;
 [[nodiscard]] CString operator/(const CString &a, const CString &b) noexcept;
 [[nodiscard]] CString operator/(const CString &a, const CStringView &b) noexcept;
 [[nodiscard]] CString operator/(const CString &a, const char *b) noexcept;
@@ -721,6 +739,40 @@ private:
 // The same of two pieces or more, each a CString, a CStringView or a NUL-terminated text.
 template <typename First, typename Second, typename... More>
 [[nodiscard]] CString JoinPath(const First &first, const Second &second, const More &...more) noexcept;
+
+// ---- Joining pieces -------------------------------------------------------------------------------------------------
+
+// Pieces of text in a new string of the fixed form that has just the room they need: `Concat` puts them one behind the
+// other, `Join` puts the separator between each two of them.
+//
+//     const CString line = Concat(name, ": ", view, '\n');
+//     const CString list = Join(", ", first, second, third);
+//     const CString all = Join('\n', lines);                  // TArray<CString> lines
+//
+// A piece, and the separator, is a CString, a CStringView, a NUL-terminated text, a char, or what converts to a view. All
+// characters of strings and views count, embedded terminators included. Null is an empty piece; empty pieces keep their
+// separators. The same string may be given more than once. No piece, or none with characters, and no separator give an
+// empty string without a container; a single piece gives a string that shares nothing with it.
+// Allocates: once, for the result. Fails: an empty string; a result of kLengthMask characters or more does not ask for
+// memory.
+// Stack: 16 bytes for each piece that is given as an argument of its own.
+template <typename... Pieces, typename = Internal::String::IfTextPieces<Pieces...>>
+[[nodiscard]] CString Concat(const Pieces &...pieces) noexcept;
+template <typename... Pieces, typename = Internal::String::IfTextPieces<Pieces...>>
+[[nodiscard]] CString Join(const Internal::String::CTextPiece &separator, const Pieces &...pieces) noexcept;
+
+// The same of a list: a TArray, a view or a strided view of strings, of views or of NUL-terminated texts, or an array of
+// one of these. Each NUL-terminated text is measured twice. Templates, so that a program's own functions of this name
+// are chosen before them.
+template <typename = void>
+[[nodiscard]] CString Join(const Internal::String::CTextPiece &separator,
+                           const TStridedMemoryView<const CString> &pieces) noexcept;
+template <typename = void>
+[[nodiscard]] CString Join(const Internal::String::CTextPiece &separator,
+                           const TStridedMemoryView<const CStringView> &pieces) noexcept;
+template <typename = void>
+[[nodiscard]] CString Join(const Internal::String::CTextPiece &separator,
+                           const TStridedMemoryView<const char *const> &pieces) noexcept;
 
 // ---- Comparison by operators ----------------------------------------------------------------------------------------
 
@@ -769,3 +821,4 @@ inline bool operator!=(const char *a, const CStringView &b) noexcept;
 } // namespace Quorvane
 
 #include "kr_internal/kr_string_inline.h"
+#include "kr_internal/kr_string_join_inline.h"

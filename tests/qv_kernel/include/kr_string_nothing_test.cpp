@@ -337,6 +337,30 @@ TEST(StringOfNothing, RepeatIt)
     EXPECT_EQ(TextOf(Begun().Repeat(2)), TerminatorAnd("ab") + TerminatorAnd("ab"));
 }
 
+TEST(StringOfNothing, JoinAndConcatOfIt)
+{
+    for (const CString &nothing : {Null(), Empty()})
+    {
+        EXPECT_EQ(TextOf(Join("-", "x", nothing, "y")), "x--y");
+        EXPECT_EQ(TextOf(Concat("x", nothing, "y")), "xy");
+        EXPECT_TRUE(IsNull(Concat(nothing)));
+    }
+    EXPECT_EQ(TextOf(Join("-", "x", kNoText, CStringView(nullptr, 3), "", "y")), "x----y");
+    EXPECT_EQ(TextOf(Join("-", "x", Begun())), "x-" + TerminatorAnd("ab"));
+    EXPECT_EQ(TextOf(Concat(Begun(), CStringView("\0x", 2), '\0')),
+              TerminatorAnd("ab") + TerminatorAnd("x") + TerminatorAnd(""));
+}
+
+TEST(StringOfNothing, JoinWithIt)
+{
+    EXPECT_EQ(TextOf(Join(Null(), "x", "y")), "xy");
+    EXPECT_EQ(TextOf(Join(kNoText, "x", "y")), "xy");
+    EXPECT_EQ(TextOf(Join(CStringView(nullptr, 3), "x", "y")), "xy");
+    EXPECT_EQ(TextOf(Join(Empty(), "x", "y")), "xy");
+    EXPECT_EQ(TextOf(Join("", "x", "y")), "xy");
+    EXPECT_EQ(TextOf(Join(Begun(), "x", "y")), "x" + TerminatorAnd("aby"));
+}
+
 TEST(StringOfNothing, Uncomment)
 {
     const auto uncomment = [](CString &string) { string.Uncomment(); };

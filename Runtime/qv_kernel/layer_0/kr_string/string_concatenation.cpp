@@ -279,16 +279,16 @@ CString Sum(const CString &a, const CStringView &b)
                      : CString(NewSum(a.Data(), a.Length(), b.Data(), b.Length()));
 }
 
+} // namespace
+
 // With a view on the left, which a string would be made of that is empty by its first character, too.
-CString Sum(const CStringView &a, const CString &b)
+CString Internal::String::SumOfViews(const CStringView &a, const CStringView &b) noexcept
 {
-    if (b.Empty())
+    if (b.Empty() || b.Data() == nullptr)
         return a.ToString();
     const bool nothing = a.Empty() || a.Data() == nullptr || *a.Data() == '\0';
     return CString(NewSum(a.Data(), nothing ? 0 : a.Length(), b.Data(), b.Length()));
 }
-
-} // namespace
 
 CString operator+(const CString &a, const CString &b) noexcept
 {
@@ -307,12 +307,12 @@ CString operator+(const CString &a, const char *b) noexcept
 
 CString operator+(const CStringView &a, const CString &b) noexcept
 {
-    return Sum(a, b);
+    return Internal::String::SumOfViews(a, Internal::String::ToView(b));
 }
 
 CString operator+(const char *a, const CString &b) noexcept
 {
-    return Sum(CStringView::FromNullTerminatedString(a), b);
+    return Internal::String::SumOfViews(CStringView::FromNullTerminatedString(a), Internal::String::ToView(b));
 }
 
 CString operator+(CString &&a, const CString &b) noexcept

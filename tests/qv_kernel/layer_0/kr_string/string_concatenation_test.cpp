@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -1213,6 +1214,150 @@ TEST(StringOperators, AViewOnTheLeftIsWhatAStringOfItWouldBe)
             EXPECT_EQ(TextOf(left.c_str() / string), TextOf(CString(left.c_str()).AppendSlashAnd(string)));
         }
     ExpectReports(recorder, {});
+}
+
+// With two views, or a view and a text, the same: what a string made of the left side would give.
+TEST(StringOperators, TwoViewsOrAViewAndATextAreWhatAStringOfTheLeftSideWouldGive)
+{
+    CAssertRecorder recorder;
+    const std::vector<std::string> texts = EveryText(std::string("a/\0", 3), 3);
+    for (const std::string &left : texts)
+        for (const std::string &right : texts)
+        {
+            const CStringView view = ViewOf(right);
+            CString sum = ViewOf(left).ToString();
+            EXPECT_EQ(TextOf(ViewOf(left) + view), TextOf(sum.Append(view)));
+            CString ofText = ViewOf(left).ToString();
+            EXPECT_EQ(TextOf(ViewOf(left) + right.c_str()), TextOf(ofText.Append(right.c_str())));
+            EXPECT_EQ(TextOf(left.c_str() + view), TextOf(CString(left.c_str()).Append(view)));
+        }
+    const CStringView null5(nullptr, 5);
+    const CStringView view("abc", 2);
+    const char *const none = nullptr;
+    char buffer[] = "xy";
+    ExpectText(null5 + view, "ab");
+    ExpectText(view + null5, "ab");
+    ExpectText(null5 + null5, "");
+    ExpectText(view + none, "ab");
+    ExpectText(none + view, "ab");
+    ExpectText(view + buffer, "abxy");
+    ExpectText(buffer + view, "xyab");
+    ExpectText(view + "x" + view + 'y', "abxaby");
+    ExpectReports(recorder, {});
+}
+
+TEST(StringOperators, ASumOfViewsGrowsInPlaceAfterwards)
+{
+    CTestAllocator allocator;
+    const CStringView view("abc", 2);
+    allocator.ForgetCalls();
+    for (const CString &sum : {view + view, view + "ab", "ab" + view})
+    {
+        ExpectText(sum, "abab");
+        EXPECT_TRUE(ContainerOf(sum)->SupportsDynamicResize());
+    }
+    // For each the buffer and the object: no string is made of a side.
+    EXPECT_EQ(allocator.Requests().size(), 6u);
+}
+
+TEST(StringOperators, RefusedWithViewsIsTheLeftSideAloneOrNothing)
+{
+    CheckRefusedOperator([](SOperands &o) { o.m_Result = CStringView("view", 3) + CStringView(o.m_String); }, "vie",
+                         "viefile", false);
+    CheckRefusedOperator([](SOperands &o) { o.m_Result = CStringView(o.m_String) + "text"; }, "file", "filetext",
+                         false);
+    CheckRefusedOperator([](SOperands &o) { o.m_Result = "text" + CStringView(o.m_String); }, "text", "textfile",
+                         false);
+    CheckRefusedOperator([](SOperands &o) { o.m_Result = o.m_String + 'x'; }, "file", "filex", false);
+    CheckRefusedOperator([](SOperands &o) { o.m_Result = CString(o.m_String) + 'x'; }, "file", "filex", false);
+}
+
+TEST(StringOperators, ACharacterIsAppended)
+{
+    CTestAllocator allocator;
+    const char constant = 'b';
+    char variable = 'c';
+    CString string("x");
+    string += 'a';
+    string += constant;
+    string += variable;
+    ExpectText(string, "xabc");
+    const CString other = string;
+    ExpectText(string + 'd', "xabcd");
+    ExpectText(string + constant + variable, "xabcbc");
+    ExpectText(CString() + 'd', "d");
+    ExpectText(string += 'd', "xabcd");
+    ExpectText(other, "xabc");
+    ExpectText(string += '\0', "xabcd");
+    ExpectText(string + '\0', "xabcd");
+    ExpectText(CString("x") + '\0', "x");
+    EXPECT_TRUE(ContainerOf(other + 'd')->SupportsDynamicResize());
+}
+
+TEST(StringOperators, ACharacterIsAppendedInPlaceToATemporary)
+{
+    CTestAllocator allocator;
+    CString string = Resizable("abc", 100);
+    const char *const data = string.Data();
+    allocator.ForgetCalls();
+    const CString sum = std::move(string) + 'd' + 'e';
+    EXPECT_EQ(sum.Data(), data);
+    EXPECT_TRUE(allocator.Requests().empty());
+    ExpectText(sum, "abcde");
+}
+
+// Neither a character nor a view: a null text, which adds nothing.
+TEST(StringOperators, ALiteralZeroIsANullText)
+{
+    CString string("ab");
+    const CStringView view("abc", 2);
+    ExpectText(string += 0, "ab");
+    ExpectText(string += nullptr, "ab");
+    ExpectText(string + 0, "ab");
+    ExpectText(string + nullptr, "ab");
+    ExpectText(CString("ab") + 0, "ab");
+    ExpectText(view + 0, "ab");
+    ExpectText(view + nullptr, "ab");
+    ExpectText(0 + view, "ab");
+}
+
+template <typename T, typename = void>
+struct TIsAppendable : std::false_type
+{
+};
+template <typename T>
+struct TIsAppendable<T, std::void_t<decltype(std::declval<CString &>() += std::declval<T>()),
+                                    decltype(std::declval<const CString &>() + std::declval<T>()),
+                                    decltype(std::declval<CString>() + std::declval<T>())>> : std::true_type
+{
+};
+
+static_assert(TIsAppendable<char>::value && TIsAppendable<const char &>::value, "a character is appended");
+static_assert(!TIsAppendable<int>::value && !TIsAppendable<bool>::value && !TIsAppendable<unsigned char>::value &&
+                  !TIsAppendable<signed char>::value && !TIsAppendable<wchar_t>::value,
+              "a character is exactly a char");
+static_assert(noexcept(std::declval<CString &>() += 'a') &&noexcept(std::declval<const CString &>() + 'a') &&noexcept(
+                  std::declval<CStringView>() +
+                  std::declval<CStringView>()) &&noexcept(std::declval<CStringView>() +
+                                                          "a") &&noexcept("a" + std::declval<CStringView>()),
+              "they do not throw");
+
+// What converts to a view, and has a sum of its own, keeps it.
+struct SOwnSum
+{
+    operator CStringView() const { return CStringView("view", 4); }
+};
+
+int operator+(const SOwnSum &, const CStringView &)
+{
+    return 1;
+}
+
+TEST(StringOperators, WhatConvertsToAViewKeepsItsOwnOperators)
+{
+    EXPECT_EQ(SOwnSum() + CStringView("x", 1), 1);
+    EXPECT_EQ(SOwnSum() + SOwnSum(), 1);
+    ExpectText(CString("a") + SOwnSum(), "aview");
 }
 
 // ---- The longest texts -------------------------------------------------------------------------------------------------

@@ -1,0 +1,116 @@
+// Private header: the inline bodies of kr_string.h that put texts together.
+//
+// Users include kr_string.h, which ends with this header.
+#pragma once
+
+#include "kr_string.h"
+
+#include <utility>
+
+#include "kr_internal/kr_string_join.h"
+#include "kr_memoryviews.h"
+
+namespace Quorvane
+{
+
+namespace Internal::String
+{
+
+// The two in a row, as a string made of the left one and appended to would have them.
+[[nodiscard]] CString SumOfViews(const CStringView &a, const CStringView &b) noexcept;
+
+// The pieces with the separator between each two of them.
+[[nodiscard]] CString JoinList(const CStringView &separator,
+                               const TStridedMemoryView<const CStringView> &pieces) noexcept;
+[[nodiscard]] CString JoinList(const CStringView &separator, const TStridedMemoryView<const CString> &pieces) noexcept;
+[[nodiscard]] CString JoinList(const CStringView &separator,
+                               const TStridedMemoryView<const char *const> &pieces) noexcept;
+
+} // namespace Internal::String
+
+// A character is a view of one; a terminator is appended as nothing.
+
+template <typename Character, typename>
+CString &CString::operator+=(Character character) noexcept
+{
+    return Append(character);
+}
+
+template <typename Character, typename>
+CString operator+(const CString &a, Character b) noexcept
+{
+    return a + CStringView(&b, b != '\0' ? 1 : 0);
+}
+
+template <typename Character, typename>
+CString operator+(CString &&a, Character b) noexcept
+{
+    return std::move(a.Append(b));
+}
+
+template <typename View, typename>
+CString operator+(const View &a, const View &b) noexcept
+{
+    return Internal::String::SumOfViews(a, b);
+}
+
+template <typename View, typename Text, typename>
+CString operator+(const View &a, Text b) noexcept
+{
+    return Internal::String::SumOfViews(a, CStringView(static_cast<const char *>(b)));
+}
+
+template <typename Text, typename View, typename>
+CString operator+(Text a, const View &b) noexcept
+{
+    return Internal::String::SumOfViews(CStringView(static_cast<const char *>(a)), b);
+}
+
+template <typename... Pieces, typename>
+CString Concat(const Pieces &...pieces) noexcept
+{
+    if constexpr (sizeof...(Pieces) == 0)
+        return CString();
+    else
+    {
+        const CStringView views[] = {Internal::String::CTextPiece(pieces).View()...};
+        return Internal::String::JoinList(CStringView(), TStridedMemoryView<const CStringView>(views));
+    }
+}
+
+template <typename... Pieces, typename>
+CString Join(const Internal::String::CTextPiece &separator, const Pieces &...pieces) noexcept
+{
+    if constexpr (sizeof...(Pieces) == 0)
+    {
+        static_cast<void>(separator);
+        return CString();
+    }
+    else
+    {
+        const CStringView views[] = {Internal::String::CTextPiece(pieces).View()...};
+        return Internal::String::JoinList(separator.View(), TStridedMemoryView<const CStringView>(views));
+    }
+}
+
+template <typename>
+CString Join(const Internal::String::CTextPiece &separator,
+             const TStridedMemoryView<const CStringView> &pieces) noexcept
+{
+    return Internal::String::JoinList(separator.View(), pieces);
+}
+
+template <typename>
+CString Join(const Internal::String::CTextPiece &separator, const TStridedMemoryView<const CString> &pieces) noexcept
+{
+    return Internal::String::JoinList(separator.View(), pieces);
+}
+
+template <typename>
+CString Join(const Internal::String::CTextPiece &separator,
+             const TStridedMemoryView<const char *const> &pieces) noexcept
+{
+    return Internal::String::JoinList(separator.View(), pieces);
+}
+
+} // namespace Quorvane
