@@ -75,6 +75,9 @@ namespace Quorvane
 //     Format of it             null; VAFormat reports null                   null (a format is a text)
 //     Append to it             becomes the other side becomes the other side becomes the other side; *: by length
 //     Append of it             -                      -                      string, counted text: -; view: by length
+//     Insert into it           becomes the other side becomes the other side by length
+//     Insert of it             -                      -                      string, character: -; view: by length
+//     Erase from it            -                      -                      by length
 //     Path join to it          no left side           no left side           by length
 //     Path join of it          takes slashes off      takes slashes off      string: takes slashes off; else by length
 //     Casing                   -                      -                      -; no letters
@@ -298,6 +301,27 @@ public:
     // Exactly a char: a literal 0 stays a null text.
     template <typename Character, typename = Internal::String::IfCharacter<Character>>
     CString &operator+=(Character character) noexcept;
+
+    // ---- Inserting and erasing --------------------------------------------------------------------------------------
+
+    // Puts the piece in front of the character at `index`, or behind the last one when `index` is the length. Of a
+    // character, exactly a char; otherwise as Append takes it: the same arguments change nothing, and the piece may be
+    // the string itself or any piece of it, also one that the place lies in. What is there counts by its length.
+    // Requires: a place in the string, else reports "index <= Length()" and changes nothing.
+    // Fails, invalidates, returns: as Append.
+    CString &Insert(u32 index, const CString &piece) noexcept;
+    CString &Insert(u32 index, const CStringView &piece) noexcept;
+    CString &Insert(u32 index, const char *piece) noexcept;
+    template <typename Character, typename = Internal::String::IfCharacter<Character>>
+    CString &Insert(u32 index, Character character) noexcept;
+
+    // Takes out the characters from `first` up to, not including, `last`, in place; a string that shares its characters
+    // gets what is left of them in a new container of the fixed form. Equal indices change nothing. Returns: this string.
+    // Requires: indices in order and within the string, else reports "first <= last && last <= Length()" and changes
+    // nothing.
+    // Allocates: for a string that shares its characters only. Fails: an empty string. Invalidates: pointers to and views
+    // of the characters.
+    CString &Erase(u32 first, u32 last) noexcept;
 
     // ---- Paths ------------------------------------------------------------------------------------------------------
 
@@ -617,6 +641,7 @@ private:
     CString &_AppendSlow(const char *other, u32 length) noexcept;
     CString &_PrependFast(const char *other, u32 length) noexcept;
     CString &_PrependSlow(const char *other, u32 length) noexcept;
+    CString &_Insert(u32 index, const CStringView &piece) noexcept;
     CString &_JoinFast(const char *b, u32 bLen) noexcept;
     CString &_JoinSlow(const char *b, u32 bLen, bool mayGrow) noexcept;
     bool _ContainsBackslash() const noexcept;

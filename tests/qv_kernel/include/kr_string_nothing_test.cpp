@@ -245,6 +245,39 @@ TEST(StringOfNothing, AppendOfIt)
     EXPECT_EQ(Edited(string, [&](CString &edited) { edited.Prepend(view); }), TerminatorAnd("ababc"));
 }
 
+TEST(StringOfNothing, InsertIntoIt)
+{
+    const auto insert = [](CString &string) { string.Insert(0, "xy"); };
+    EXPECT_EQ(Edited(Null(), insert), "xy");
+    EXPECT_EQ(Edited(Empty(), insert), "xy");
+    EXPECT_EQ(Edited(ResizableEmpty(), insert), "xy");
+    EXPECT_EQ(Edited(Begun(), insert), "xy" + TerminatorAnd("ab"));
+    EXPECT_EQ(Edited(ResizableBegun(), insert), "xy" + TerminatorAnd("ab"));
+    const auto insertAtEnd = [](CString &string) { string.Insert(string.Length(), 'x'); };
+    EXPECT_EQ(Edited(Begun(), insertAtEnd), TerminatorAnd("abx"));
+    EXPECT_EQ(Edited(ResizableBegun(), insertAtEnd), TerminatorAnd("abx"));
+}
+
+TEST(StringOfNothing, InsertOfIt)
+{
+    const CString string("abc");
+    ExpectNoEffect(string, [](CString &edited) { edited.Insert(1, kNoText).Insert(1, Null()); });
+    ExpectNoEffect(string, [](CString &edited) { edited.Insert(1, CStringView(nullptr, 3)); });
+    ExpectNoEffect(string, [](CString &edited) { edited.Insert(1, "").Insert(1, Empty()); });
+    ExpectNoEffect(string, [](CString &edited) { edited.Insert(1, CStringView("x", 0)); });
+    ExpectNoEffect(string, [](CString &edited) { edited.Insert(1, Begun()).Insert(1, "\0ab").Insert(1, '\0'); });
+    EXPECT_EQ(Edited(string, [](CString &edited) { edited.Insert(1, CStringView("\0x", 2)); }),
+              "a" + TerminatorAnd("xbc"));
+}
+
+TEST(StringOfNothing, EraseFromIt)
+{
+    ExpectNoEffect(Null(), [](CString &edited) { edited.Erase(0, 0); });
+    ExpectNoEffect(Empty(), [](CString &edited) { edited.Erase(0, 0); });
+    EXPECT_EQ(Edited(Begun(), [](CString &edited) { edited.Erase(1, 2); }), TerminatorAnd("b"));
+    EXPECT_EQ(Edited(Begun(), [](CString &edited) { edited.Erase(0, 1); }), "ab");
+}
+
 TEST(StringOfNothing, PathJoinToIt)
 {
     const auto join = [](CString &string) { string.AppendSlashAnd("x"); };

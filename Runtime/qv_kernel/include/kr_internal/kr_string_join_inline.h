@@ -37,6 +37,12 @@ CString &CString::operator+=(Character character) noexcept
 }
 
 template <typename Character, typename>
+CString &CString::Insert(u32 index, Character character) noexcept
+{
+    return _Insert(index, CStringView(&character, character != '\0' ? 1 : 0));
+}
+
+template <typename Character, typename>
 CString operator+(const CString &a, Character b) noexcept
 {
     return a + CStringView(&b, b != '\0' ? 1 : 0);

@@ -1,0 +1,160 @@
+// Insertion and erasure: the edits that add and remove characters within a string.
+//
+// As for the edits at its ends, a string that nobody shares and that is of the resizable form takes what is inserted in
+// place; every other gets a new container, and the old one stays alive until the piece has been copied. Nothing grows by
+// erasing: it is done in place in either form, unless the characters are shared.
+#include "kr_string.h"
+
+#include <algorithm>
+
+#include "kr_mem_utils.h"
+#include "null_text.h"
+#include "string_growth.h"
+
+namespace Quorvane
+{
+
+namespace
+{
+
+using Internal::String::CheckedSum;
+using Internal::String::SGrowth;
+
+// A new resizable container with the piece in front of the text's character at `index`; null when memory is refused.
+PStringContainer NewWithPiece(const char *text, u32 textLength, u32 index, const char *piece, u32 length)
+{
+    PStringContainer container = CStringContainer::NewResizable(null, CheckedSum(textLength, length), 0);
+    if (container == null)
+        return container;
+    char *const writeTo = container->Data();
+    Mem::Internal::CopyDisjoint(writeTo, text, index);
+    Mem::Internal::CopyDisjoint(writeTo + index, piece, length);
+    Mem::Internal::CopyDisjoint(writeTo + index + length, text + index, textLength - index);
+    return container;
+}
+
+// Of a piece that lies within the text, what stands behind the place moves on with the text.
+void InsertOwnText(char *data, u32 oldLength, u32 index, const char *piece, u32 length)
+{
+    const u32 first = static_cast<u32>(piece - data);
+    const u32 inFront = first < index ? QVMin(length, index - first) : 0;
+    Mem::Copy_Overlapped(data + index + length, data + index, oldLength - index);
+    Mem::Internal::CopyDisjoint(data + index, data + first, inFront);
+    Mem::Internal::CopyDisjoint(data + index + inFront, data + first + inFront + length, length - inFront);
+}
+
+// The same of what does not end within the text: put behind the text first, since that might be moved on top of it.
+void InsertOwnRoom(char *data, u32 oldLength, u32 index, const char *piece, u32 length)
+{
+    Mem::Copy_Overlapped(data + oldLength, piece, length);
+    std::rotate(data + index, data + oldLength, data + oldLength + length);
+}
+
+// In place. Each returns false, with the container as it was, when it cannot grow.
+
+bool InsertFromRoom(CStringContainer &container, u32 index, const char *piece, u32 length)
+{
+    const u32 oldLength = container.Length();
+    const u32 newLength = CheckedSum(oldLength, length);
+    if (!SGrowth::ReserveAround(container, newLength, piece))
+        return false;
+    char *const data = container.Data();
+    const bool endsInText = static_cast<u64>(piece - data) + length <= oldLength;
+    if (endsInText)
+        InsertOwnText(data, oldLength, index, piece, length);
+    else
+        InsertOwnRoom(data, oldLength, index, piece, length);
+    SGrowth::EndAt(container, newLength);
+    return true;
+}
+
+bool InsertInPlace(CStringContainer &container, u32 index, const char *piece, u32 length)
+{
+    SGrowth::KeepSearched(container, index);
+    if (SGrowth::OverlapsRoom(container, piece, length))
+        return InsertFromRoom(container, index, piece, length);
+    const u32 oldLength = container.Length();
+    if (SGrowth::Lengthen(container, length) == nullptr)
+        return false;
+    char *const data = container.Data();
+    Mem::Copy_Overlapped(data + index + length, data + index, oldLength - index);
+    Mem::Internal::CopyDisjoint(data + index, piece, length);
+    return true;
+}
+
+// A new fixed container with the characters but those from `first` to before `last`; null when memory is refused, or
+// none are left.
+PStringContainer NewWithout(const char *text, u32 length, u32 first, u32 last)
+{
+    PStringContainer container = CStringContainer::New(null, length - (last - first));
+    if (container == null)
+        return container;
+    Mem::Internal::CopyDisjoint(container->Data(), text, first);
+    Mem::Internal::CopyDisjoint(container->Data() + first, text + last, length - last);
+    return container;
+}
+
+void EraseInPlace(CStringContainer &container, u32 first, u32 last)
+{
+    const u32 length = container.Length();
+    const u32 newLength = length - (last - first);
+    if (container.SupportsDynamicResize())
+        SGrowth::KeepSearched(container, first);
+    char *const data = container.Data();
+    Mem::Copy_Overlapped(data + first, data + last, length - last);
+    SGrowth::EndAt(container, newLength);
+}
+
+} // namespace
+
+CString &CString::_Insert(u32 index, const CStringView &piece) noexcept
+{
+    const char *data = Data();
+    const u32 oldLength = Length();
+    if (QV_INTERNAL_FAILS_TEXT("index <= Length()", index <= oldLength))
+        return *this;
+    const char *other = piece.Data();
+    const u32 length = Internal::String::ReadableLength(piece);
+    if (length == 0 || (oldLength != 0 && QV_INTERNAL_FAILS(data != null)))
+        return *this;
+    PStringContainer copy;
+    if (!SGrowth::CopyBeyondRoom(m_Container.Get(), other, length, copy))
+    {
+        m_Container.Clear();
+        return *this;
+    }
+    if (!_IsUniqueAndResizable() || !InsertInPlace(*m_Container, index, other, length))
+        m_Container = NewWithPiece(data, oldLength, index, other, length);
+    return *this;
+}
+
+CString &CString::Insert(u32 index, const CString &piece) noexcept
+{
+    return _Insert(index, Internal::String::ToView(piece));
+}
+
+CString &CString::Insert(u32 index, const CStringView &piece) noexcept
+{
+    return _Insert(index, piece);
+}
+
+CString &CString::Insert(u32 index, const char *piece) noexcept
+{
+    return _Insert(index, CStringView(piece));
+}
+
+CString &CString::Erase(u32 first, u32 last) noexcept
+{
+    if (QV_INTERNAL_FAILS(first <= last && last <= Length()) || first == last)
+        return *this;
+    const char *data = Data();
+    if (QV_INTERNAL_FAILS(data != null))
+        return *this;
+    if (m_Container->RefCount() == 1)
+        EraseInPlace(*m_Container, first, last);
+    else
+        m_Container = NewWithout(data, Length(), first, last);
+    return *this;
+}
+
+} // namespace Quorvane
