@@ -85,6 +85,7 @@ namespace Quorvane
 //     Ident                    gives the blanks       gives the blanks       by length
 //     Reverse, Strip           -                      -                      by length
 //     Repeat it                null                   null; once: itself     by length
+//     Pad it                   padding alone          padding alone          by length
 //     Strip with a set of it   -                      -                      - (a set is a text)
 //     Join, Concat of it       is an empty piece      is an empty piece      by length
 //     Join with it             nothing between        nothing between        by length
@@ -402,6 +403,14 @@ public:
     // for memory.
     [[nodiscard]] CString Repeat(u32 times) const noexcept;
 
+    // Returns: a new string of the fixed form with all Length() characters, and in front of them (PadLeft) or behind them
+    // (PadRight) as many of `character` as they are short of `width`, be that a terminator; a copy of the handle when
+    // none is missing.
+    // Requires: a container with characters, else reports "data != null" and gives an empty string.
+    // Allocates: once, for the result. Fails: an empty string; a width of kLengthMask or more does not ask for memory.
+    [[nodiscard]] CString PadLeft(u32 width, char character = ' ') const noexcept;
+    [[nodiscard]] CString PadRight(u32 width, char character = ' ') const noexcept;
+
     // Removes characters of the set from both ends, the start or the end. A null or empty set strips nothing; a string
     // of nothing else is emptied. Nothing to strip leaves a shared container shared. Returns: this string.
     // Fails: an empty string; Strip and StripRight report "data != null".
@@ -642,6 +651,7 @@ private:
     CString &_PrependFast(const char *other, u32 length) noexcept;
     CString &_PrependSlow(const char *other, u32 length) noexcept;
     CString &_Insert(u32 index, const CStringView &piece) noexcept;
+    CString _Padded(u32 width, char character, bool isLeft) const noexcept;
     CString &_JoinFast(const char *b, u32 bLen) noexcept;
     CString &_JoinSlow(const char *b, u32 bLen, bool mayGrow) noexcept;
     bool _ContainsBackslash() const noexcept;

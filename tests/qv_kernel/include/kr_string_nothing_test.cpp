@@ -354,6 +354,17 @@ TEST(StringOfNothing, ReverseAndStrip)
     ExpectNoEffect(Begun(), [](CString &string) { string.StripLeft("ab"); });
 }
 
+TEST(StringOfNothing, PadIt)
+{
+    for (const CString &nothing : {Null(), Empty()})
+    {
+        EXPECT_EQ(TextOf(nothing.PadLeft(2, 'x')), "xx");
+        EXPECT_EQ(TextOf(nothing.PadRight(2, 'x')), "xx");
+    }
+    EXPECT_EQ(TextOf(Begun().PadLeft(4, 'x')), "x" + TerminatorAnd("ab"));
+    EXPECT_EQ(TextOf(Begun().PadRight(4, 'x')), TerminatorAnd("abx"));
+}
+
 TEST(StringOfNothing, StripWithASetOfIt)
 {
     const CString string = Fixed("\tabc ");
