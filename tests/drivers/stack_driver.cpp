@@ -389,6 +389,25 @@ void MeasureOthers()
                 copy = copy / name + "end";
                 copy = JoinPath(copy, name, "literal");
             });
+    Measure("Insert, erase, pad", kPlain,
+            [&]
+            {
+                CString copy = text;
+                copy.Insert(7, name);
+                copy.Insert(9, copy);
+                copy.Insert(1, 'x');
+                copy.Erase(5, 700);
+                copy = copy.PadLeft(100000);
+                copy = copy.PadRight(200000);
+            });
+    static const CString list[] = {text, name, text};
+    Measure("Join and concatenate pieces", kPlain,
+            [&]
+            {
+                CString joined = Join(", ", text, name, "literal", 'c');
+                joined = Concat(joined, name, 'c', "literal", text, name, text, name);
+                joined = Join(name, list);
+            });
     Measure("Search", kPlain,
             [&]
             {

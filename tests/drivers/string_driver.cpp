@@ -42,6 +42,12 @@ struct SModel
         m_Length += length;
         m_Text[m_Length] = '\0';
     }
+    void Erase(u32 first, u32 last)
+    {
+        // With the terminator.
+        std::memmove(m_Text + first, m_Text + last, m_Length - last + 1);
+        m_Length -= last - first;
+    }
     // `right` lies elsewhere.
     void JoinPath(const char *right, u32 rightLength)
     {
@@ -94,12 +100,14 @@ struct SWalk
     void GrowByForeignText(u32 index);
     void GrowByOwnPiece(u32 index);
     void GrowByHandle(u32 index, u32 other);
+    void Pad(u32 index);
+    void JoinPieces(u32 index, u32 other);
     void Edit(u32 index);
     void Replace(u32 index, u32 other);
     void Read(u32 index);
 };
 
-// Appends, prepends or joins, in one of the forms of the argument, which may lie in the string itself.
+// Appends, prepends, joins or inserts, in one of the forms of the argument, which may lie in the string itself.
 void SWalk::Grow(u32 index, const char *argument, u32 length, u32 verb)
 {
     CString &string = m_Strings[index];
@@ -120,10 +128,17 @@ void SWalk::Grow(u32 index, const char *argument, u32 length, u32 verb)
         asView ? string.Prepend(view) : string.Prepend(argument, length);
         model.Insert(0, copy, length);
         break;
-    default:
+    case 2:
         asView ? string.AppendSlashAnd(view) : string.AppendSlashAnd(argument, length);
         model.JoinPath(copy, length);
         break;
+    default:
+    {
+        const u32 at = m_Random.Next(model.m_Length + 1);
+        string.Insert(at, view);
+        model.Insert(at, copy, length);
+        break;
+    }
     }
 }
 
@@ -134,7 +149,7 @@ void SWalk::GrowByForeignText(u32 index)
     for (u32 i = 0; i < length; ++i)
         text[i] = "abcde///"[m_Random.Next(8)];
     text[length] = '\0';
-    Grow(index, text, length, m_Random.Next(3));
+    Grow(index, text, length, m_Random.Next(4));
 }
 
 void SWalk::GrowByOwnPiece(u32 index)
@@ -142,7 +157,39 @@ void SWalk::GrowByOwnPiece(u32 index)
     const u32 length = m_Models[index].m_Length;
     const u32 first = m_Random.Next(length + 1);
     const char *data = m_Strings[index].Data();
-    Grow(index, data != nullptr ? data + first : nullptr, m_Random.Next(length - first + 1), m_Random.Next(3));
+    Grow(index, data != nullptr ? data + first : nullptr, m_Random.Next(length - first + 1), m_Random.Next(4));
+}
+
+void SWalk::Pad(u32 index)
+{
+    CString &string = m_Strings[index];
+    SModel &model = m_Models[index];
+    const u32 width = m_Random.Next(60);
+    const bool atFront = m_Random.Next(2) == 0;
+    string = atFront ? string.PadLeft(width, 'p') : string.PadRight(width, 'p');
+    while (model.m_Length < width)
+        model.Insert(atFront ? 0 : model.m_Length, "p", 1);
+}
+
+// The handle with itself, another one and a character, with a separator and without.
+void SWalk::JoinPieces(u32 index, u32 other)
+{
+    constexpr const char *kSeparators[] = {"", ",", ", "};
+    const char *const separator = kSeparators[m_Random.Next(3)];
+    const u32 separatorLength = static_cast<u32>(std::strlen(separator));
+    CString &string = m_Strings[index];
+    SModel &model = m_Models[index];
+    const SModel copy = m_Models[other];
+    const bool asList = m_Random.Next(2) == 0;
+    const CString last("x");
+    const CString pieces[] = {string, m_Strings[other], last};
+    string = asList                 ? Join(separator, pieces)
+             : separatorLength == 0 ? Concat(string, CStringView(m_Strings[other]), 'x')
+                                    : Join(separator, string, CStringView(m_Strings[other]), "x");
+    model.Insert(model.m_Length, separator, separatorLength);
+    model.Insert(model.m_Length, copy.m_Text, copy.m_Length);
+    model.Insert(model.m_Length, separator, separatorLength);
+    model.Insert(model.m_Length, "x", 1);
 }
 
 void SWalk::GrowByHandle(u32 index, u32 other)
@@ -180,12 +227,12 @@ void SWalk::GrowByHandle(u32 index, u32 other)
     }
 }
 
-// Edits that do not grow the text, or by one character.
+// Edits that take no other text.
 void SWalk::Edit(u32 index)
 {
     CString &string = m_Strings[index];
     SModel &model = m_Models[index];
-    switch (m_Random.Next(8))
+    switch (m_Random.Next(10))
     {
     case 0:
         string.Clear();
@@ -231,6 +278,23 @@ void SWalk::Edit(u32 index)
             model.m_Text[end] = '\0';
         }
         break;
+    case 7:
+    {
+        const u32 last = m_Random.Next(model.m_Length + 1);
+        const u32 first = m_Random.Next(last + 1);
+        string.Erase(first, last);
+        model.Erase(first, last);
+        break;
+    }
+    case 8:
+    {
+        const u32 at = m_Random.Next(model.m_Length + 1);
+        string.Insert(at, 'x');
+        string += 'y';
+        model.Insert(at, "x", 1);
+        model.Insert(model.m_Length, "y", 1);
+        break;
+    }
     default:
         for (char &character : string.ViewForWriting())
             if (character == 'a')
@@ -323,7 +387,7 @@ void SWalk::Step()
         m_Strings[index].Clear();
         m_Models[index].Set("", 0);
     }
-    switch (m_Random.Next(6))
+    switch (m_Random.Next(8))
     {
     case 0:
         GrowByForeignText(index);
@@ -339,6 +403,12 @@ void SWalk::Step()
         break;
     case 4:
         Replace(index, other);
+        break;
+    case 5:
+        Pad(index);
+        break;
+    case 6:
+        JoinPieces(index, other);
         break;
     default:
         Read(index);

@@ -81,7 +81,7 @@ public:
         m_Edited = choice & 1;
         if (m_Strings[m_Edited].Length() > kMaxLength)
             m_Strings[m_Edited] = CString(), m_Texts[m_Edited].clear();
-        switch ((choice >> 1) % 12)
+        switch ((choice >> 1) % 15)
         {
         case 0:
         case 1:
@@ -103,9 +103,15 @@ public:
             return _AddSlash();
         case 10:
             return _Operators();
-        default:
+        case 11:
             m_Strings[m_Edited].Clear();
             return _Expect(HoldsTerminator(m_Texts[m_Edited].substr(0, 1)) ? m_Texts[m_Edited] : std::string());
+        case 12:
+            return _Insert();
+        case 13:
+            return _Erase();
+        default:
+            return _JoinPieces();
         }
     }
 
@@ -229,6 +235,103 @@ private:
         QV_FUZZ_CHECK(IsWellFormed(path));
         QV_FUZZ_CHECK(m_Watch.HasRefused() || !_IsPlain(m_Texts[0] + m_Texts[1] + text) ||
                       TextOf(path) == ModelJoinPath(three, text));
+    }
+
+    // At any place, or one behind the end, which is reported.
+    void _Insert()
+    {
+        CString &string = m_Strings[m_Edited];
+        const std::string before = m_Texts[m_Edited];
+        const u32 index = m_Input.Below(LengthOf(before) + 2);
+        const std::string piece = _InsertOneOf(string, index);
+        const bool inside = index <= before.size();
+        QV_FUZZ_CHECK(m_Watch.HasReported() == !inside);
+        _Expect(inside ? ModelInserted(before, index, piece) : before);
+    }
+
+    // Returns: what is to be there.
+    std::string _InsertOneOf(CString &string, u32 index)
+    {
+        switch (m_Input.Below(5))
+        {
+        case 0:
+        {
+            const CExactText argument(m_Input.Text());
+            string.Insert(index, argument.Data());
+            return ModelToTerminator(argument.Text());
+        }
+        case 1:
+        {
+            const CExactText argument(m_Input.Text(), false);
+            string.Insert(index, argument.View());
+            return argument.Text();
+        }
+        case 2:
+        {
+            const u32 other = m_Input.Flag() ? 1 : 0;
+            const std::string argument = m_Texts[other];
+            string.Insert(index, m_Strings[other]);
+            return HoldsTerminator(argument.substr(0, 1)) ? std::string() : argument;
+        }
+        case 3:
+        {
+            const char character = static_cast<char>(m_Input.Byte());
+            string.Insert(index, character);
+            return std::string(character != '\0' ? 1 : 0, character);
+        }
+        default:
+        {
+            // A piece of either string.
+            const u32 source = m_Input.Flag() ? 1 : 0;
+            const u32 offset = m_Input.Below(LengthOf(m_Texts[source]) + 1);
+            const std::string argument = m_Texts[source].substr(offset, m_Input.Byte());
+            const char *const data = m_Strings[source].Data();
+            string.Insert(index, CStringView(data != nullptr ? data + offset : nullptr, LengthOf(argument)));
+            return argument;
+        }
+        }
+    }
+
+    void _Erase()
+    {
+        const std::string before = m_Texts[m_Edited];
+        const u32 first = m_Input.Below(LengthOf(before) + 1);
+        const u32 last = m_Input.Below(LengthOf(before) + 2);
+        const bool inside = first <= last && last <= before.size();
+        m_Strings[m_Edited].Erase(first, last);
+        QV_FUZZ_CHECK(m_Watch.HasReported() == !inside);
+        _Expect(inside ? ModelErased(before, first, last) : before);
+    }
+
+    // Pieces of all kinds, with a separator and without; what is joined becomes the edited string.
+    void _JoinPieces()
+    {
+        const CExactText separator(m_Input.Text(), false);
+        const CExactText text(m_Input.Text());
+        const char character = static_cast<char>(m_Input.Byte());
+        const CString &a = m_Strings[0];
+        const CString &b = m_Strings[1];
+        const CStringView list[] = {a, text.View(), b};
+        const std::string toTerminator = ModelToTerminator(text.Text());
+        const std::string three = ModelJoined(separator.Text(), {m_Texts[0], text.Text(), m_Texts[1]});
+        _ExpectNew(Concat(a, text.View(), character, b, text.Data()),
+                   m_Texts[0] + text.Text() + character + m_Texts[1] + toTerminator);
+        _ExpectNew(Join(character, text.Data(), b, a),
+                   ModelJoined(std::string(1, character), {toTerminator, m_Texts[1], m_Texts[0]}));
+        _ExpectNew(Join(separator.View(), a, text.View(), b), three);
+        _ExpectNew(Join(separator.View(), m_Strings), ModelJoined(separator.Text(), {m_Texts[0], m_Texts[1]}));
+        _ExpectNew(a + character, TextOf(CString(a).Append(character)));
+        _ExpectNew(text.View() + separator.View(), TextOf(text.View().ToString().Append(separator.View())));
+        _ExpectNew(text.View() + text.Data(), TextOf(text.View().ToString().Append(text.Data())));
+        _ExpectNew(text.Data() + separator.View(), TextOf(CString(text.Data()).Append(separator.View())));
+        m_Strings[m_Edited] = Join(separator.View(), list);
+        _Expect(three);
+    }
+
+    void _ExpectNew(const CString &made, const std::string &expected)
+    {
+        QV_FUZZ_CHECK(IsWellFormed(made));
+        QV_FUZZ_CHECK(m_Watch.HasRefused() || TextOf(made) == expected);
     }
 
     void _Share()

@@ -38,7 +38,7 @@ public:
         m_Shared = (choice & 1) != 0 ? m_String : CString();
         m_SharedText = (choice & 1) != 0 ? m_Text : std::string();
         m_Watch.BeginStep();
-        switch ((choice >> 1) % 12)
+        switch ((choice >> 1) % 13)
         {
         case 0:
             return _Begin();
@@ -62,8 +62,10 @@ public:
             return _Uncomment();
         case 10:
             return _Indent();
-        default:
+        case 11:
             return _Repeat();
+        default:
+            return _Pad();
         }
     }
 
@@ -214,6 +216,15 @@ private:
         _ExpectCopy(repeated, ModelRepeated(m_Text, times));
         m_String = repeated;
         _Expect(ModelRepeated(m_Text, times));
+    }
+
+    void _Pad()
+    {
+        const u32 width = m_Input.Below(300);
+        const char character = static_cast<char>(m_Input.Byte());
+        _ExpectCopy(m_String.PadLeft(width, character), ModelPaddedLeft(m_Text, width, character));
+        m_String = m_String.PadRight(width, character);
+        _Expect(ModelPaddedRight(m_Text, width, character));
     }
 
     void _Uncomment()
