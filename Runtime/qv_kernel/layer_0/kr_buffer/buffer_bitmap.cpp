@@ -22,6 +22,36 @@ void FindPairMatches(u64 *bitmap, const char *text, u32 count, char first, u32 d
     QV_SIMD_CALL(true, FindPairMatches(bitmap, text, count, first, distance, second));
 }
 
+SMatchWord FirstMatches(const char *text, u32 count, char character)
+{
+    return QV_SIMD_CALL(true, FirstMatches(text, count, character));
+}
+
+SMatchWord LastMatches(const char *text, u32 count, char character)
+{
+    return QV_SIMD_CALL(true, LastMatches(text, count, character));
+}
+
+SMatchWord FirstSetMatches(const char *text, u32 count, const u8 *set)
+{
+    return QV_SIMD_CALL(true, FirstSetMatches(text, count, set));
+}
+
+SMatchWord LastSetMatches(const char *text, u32 count, const u8 *set)
+{
+    return QV_SIMD_CALL(true, LastSetMatches(text, count, set));
+}
+
+SMatchWord FirstPairMatches(const char *text, u32 count, char first, u32 distance, char second)
+{
+    return QV_SIMD_CALL(true, FirstPairMatches(text, count, first, distance, second));
+}
+
+SMatchWord LastPairMatches(const char *text, u32 count, char first, u32 distance, char second)
+{
+    return QV_SIMD_CALL(true, LastPairMatches(text, count, first, distance, second));
+}
+
 u32 ListMatches(u16 *indices, const u64 *bitmap, u32 count)
 {
     return QV_SIMD_CALL(true, ListMatches(indices, bitmap, count));

@@ -32,6 +32,29 @@ void FindTableMatches(u64 *bitmap, const char *text, u32 count, const u8 *table)
 // the `first` ones with a `second` one `distance` characters on. Reads `count` + `distance` characters.
 void FindPairMatches(u64 *bitmap, const char *text, u32 count, char first, u32 distance, char second);
 
+// Where only the next few matches are wanted, a word of them is found at a time, in texts of any length.
+
+// A word of matches: bit i is that of the character at the index `m_At` + i.
+struct SMatchWord
+{
+    u64 m_Bits; // 0: none of the characters matches
+    u32 m_At;
+};
+
+// A set of characters, a bit for each: that of a character c is the one with the number (c / 16) % 8 of the byte with the
+// index c / 128 * 16 + c % 16, so that 16 of them are looked up at once.
+constexpr u32 kSetBytes = 32;
+
+// Each finds, in counted text, a word that holds the first match, with what follows up to the end of the word, or one that
+// holds the last match, with what precedes it: of `character`, of a character in a set, of a `first` one with a `second` one
+// `distance` characters on, where `count` + `distance` characters are read.
+SMatchWord FirstMatches(const char *text, u32 count, char character);
+SMatchWord LastMatches(const char *text, u32 count, char character);
+SMatchWord FirstSetMatches(const char *text, u32 count, const u8 *set);
+SMatchWord LastSetMatches(const char *text, u32 count, const u8 *set);
+SMatchWord FirstPairMatches(const char *text, u32 count, char first, u32 distance, char second);
+SMatchWord LastPairMatches(const char *text, u32 count, char first, u32 distance, char second);
+
 // Lists the indices of the matches in order. Needs room for kIndexSlack more than there are.
 // Returns: how many there are.
 u32 ListMatches(u16 *indices, const u64 *bitmap, u32 count);

@@ -209,6 +209,111 @@ TEST_P(BufferBitmap, RunsAreFoundWhereTheyBeginAndEnd)
     }
 }
 
+// The matches that a word says there are; all of them lie in the text, and none is left out between them and the end of
+// the text that they are looked for from.
+template <typename IsMatch>
+void ExpectFirstWord(const Internal::Buffer::SMatchWord &word, u32 count, const IsMatch &isMatch)
+{
+    const CIndices all = Expected(count, isMatch);
+    EXPECT_EQ(word.m_Bits == 0, all.empty());
+    if (word.m_Bits == 0)
+        return;
+    CIndices found;
+    for (u32 i = 0; i < Internal::Buffer::kBitmapWordBits; ++i)
+        if ((word.m_Bits >> i & 1) != 0)
+            found.push_back(word.m_At + i);
+    CIndices expected;
+    for (const u32 index : all)
+        if (index < word.m_At + Internal::Buffer::kBitmapWordBits)
+            expected.push_back(index);
+    EXPECT_EQ(found, expected) << count;
+}
+
+template <typename IsMatch>
+void ExpectLastWord(const Internal::Buffer::SMatchWord &word, u32 count, const IsMatch &isMatch)
+{
+    const CIndices all = Expected(count, isMatch);
+    EXPECT_EQ(word.m_Bits == 0, all.empty());
+    if (word.m_Bits == 0)
+        return;
+    CIndices found;
+    for (u32 i = 0; i < Internal::Buffer::kBitmapWordBits; ++i)
+        if ((word.m_Bits >> i & 1) != 0)
+            found.push_back(word.m_At + i);
+    CIndices expected;
+    for (const u32 index : all)
+        if (index >= word.m_At)
+            expected.push_back(index);
+    EXPECT_EQ(found, expected) << count;
+}
+
+TEST_P(BufferBitmap, WordsOfMatchesAreTheNextOnesAndNothingBehindTheTextIsRead)
+{
+    for (const u32 length : Lengths())
+    {
+        // Dense matches, and one far away.
+        std::string sparse(length, 'x');
+        if (length != 0)
+            sparse[length * 2 / 3] = ',';
+        for (const std::string &text : {MakeText(length), sparse})
+        {
+            const CGuardedText guarded(text.data(), text.size());
+            for (const char wanted : {',', '\0', '\xFF', 'z'})
+            {
+                const auto isMatch = [&](u32 i) { return text[i] == wanted; };
+                ExpectFirstWord(Internal::Buffer::FirstMatches(guarded.Get(), length, wanted), length, isMatch);
+                ExpectLastWord(Internal::Buffer::LastMatches(guarded.Get(), length, wanted), length, isMatch);
+            }
+        }
+    }
+}
+
+TEST_P(BufferBitmap, WordsOfAPair)
+{
+    for (const u32 length : Lengths())
+    {
+        for (const u32 distance : {0u, 1u, 15u, 16u, 33u})
+        {
+            const std::string text = MakeText(length + distance);
+            const CGuardedText guarded(text.data(), text.size());
+            const char second = distance == 0 ? 'a' : '\x80';
+            const auto isMatch = [&](u32 i) { return text[i] == 'a' && text[i + distance] == second; };
+            ExpectFirstWord(Internal::Buffer::FirstPairMatches(guarded.Get(), length, 'a', distance, second), length,
+                            isMatch);
+            ExpectLastWord(Internal::Buffer::LastPairMatches(guarded.Get(), length, 'a', distance, second), length,
+                           isMatch);
+        }
+    }
+}
+
+TEST_P(BufferBitmap, WordsOfASet)
+{
+    for (const std::string &list : {std::string(), std::string(1, '\0'), std::string(","), std::string("a,\x80\xFF"),
+                                    std::string("\0\x7F\xAC", 3)})
+    {
+        u8 set[Internal::Buffer::kSetBytes] = {};
+        for (const char character : list)
+        {
+            const u8 byte = static_cast<u8>(character);
+            u8 &entry = set[byte / 128 * 16 + byte % 16];
+            entry = static_cast<u8>(entry | 1 << byte / 16 % 8);
+        }
+        for (const u32 length : Lengths())
+        {
+            std::string sparse(length, 'x');
+            if (length != 0)
+                sparse[length / 3] = list.empty() ? 'x' : list.back();
+            for (const std::string &text : {MakeText(length), sparse})
+            {
+                const CGuardedText guarded(text.data(), text.size());
+                const auto isMatch = [&](u32 i) { return list.find(text[i]) != std::string::npos; };
+                ExpectFirstWord(Internal::Buffer::FirstSetMatches(guarded.Get(), length, set), length, isMatch);
+                ExpectLastWord(Internal::Buffer::LastSetMatches(guarded.Get(), length, set), length, isMatch);
+            }
+        }
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Forms, BufferBitmap, testing::Bool());
 
 } // namespace QuorvaneTest
