@@ -220,6 +220,78 @@ void WalkSplits()
     }
 }
 
+// The pieces, each of which is the run that the separators leave, and no run is left over.
+template <typename Range>
+void CheckRunsOneByOne(const Range &range, const SText &text, const char *separators)
+{
+    const char *cur = text.m_Text;
+    for (const CStringView &piece : range)
+    {
+        cur += std::strspn(cur, separators);
+        const u32 length = static_cast<u32>(std::strcspn(cur, separators));
+        QV_TEST_CHECK(length != 0 && Is(piece, cur, length));
+        cur += length;
+    }
+    QV_TEST_CHECK(cur[std::strspn(cur, separators)] == '\0');
+}
+
+// The pieces between occurrences of a text, found one by one.
+template <typename Range>
+void CheckPiecesAtText(const Range &range, const SText &text, const char *separator)
+{
+    const u32 length = static_cast<u32>(std::strlen(separator));
+    u32 begin = 0;
+    for (const CStringView &piece : range)
+    {
+        const long found = FindByHand(text, separator, begin);
+        const u32 end = found >= 0 ? static_cast<u32>(found) : text.m_Length;
+        QV_TEST_CHECK(Is(piece, text.m_Text + begin, end - begin));
+        begin = end + length;
+    }
+    QV_TEST_CHECK(begin == text.m_Length + length);
+}
+
+// As many pieces from the end, with as many characters.
+template <typename Range>
+void CheckFromEnd(const Range &range)
+{
+    u32 count = 0;
+    u32 characters = 0;
+    for (const CStringView &piece : range)
+    {
+        ++count;
+        characters += piece.Length();
+    }
+    for (const CStringView &piece : range.FromEnd())
+    {
+        --count;
+        characters -= piece.Length();
+    }
+    QV_TEST_CHECK(count == 0 && characters == 0);
+}
+
+void WalkPieces()
+{
+    SText text;
+    for (u32 round = 0; round < 3000; ++round)
+    {
+        text.SetRandom("abcdefgh,,\xE9;\n", 300);
+        const CString string = text.ToString();
+        const CStringView view(text.m_Text, text.m_Length);
+        CheckRunsOneByOne(Pieces(string, ','), text, ",");
+        CheckRunsOneByOne(Pieces(view, ";"), text, ";");
+        CheckRunsOneByOne(PiecesOfSet(view, ",\xE9;"), text, ",\xE9;");
+        CheckRunsOneByOne(Lines(string).WithoutEmpty(), text, "\n");
+        CheckFromEnd(Pieces(view, ',').WithEmpty());
+        CheckFromEnd(PiecesOfSet(string, ",;"));
+        CheckFromEnd(Lines(view));
+        for (const char *separator : {",", ",,", "a,", "\xE9\xE9\xE9"})
+            CheckPiecesAtText(Pieces(view, separator).WithEmpty(), text, separator);
+        for (const CStringView &piece : Pieces(string, CString(",;")).FromEnd().AtMost(1))
+            QV_TEST_CHECK(piece.Length() <= text.m_Length && piece.Data() == string.Data());
+    }
+}
+
 bool MatchesByHand(const char *pattern, const char *text)
 {
     if (*pattern == '\0')
@@ -392,6 +464,7 @@ int main()
     WalkSearches();
     WalkTextSearches();
     WalkSplits();
+    WalkPieces();
     WalkMatches();
     WalkFuzzyMatches();
     WalkBadInput();

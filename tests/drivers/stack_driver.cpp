@@ -262,6 +262,18 @@ void MeasureSplitting()
                 strings.Clear();
                 dense.Split(isSeparator, strings);
             });
+    const auto walk = [](const auto &pieces)
+    {
+        for (const CStringView &piece : pieces)
+            static_cast<void>(piece);
+    };
+    Measure("Pieces at a character", kPlain, [&] { walk(Pieces(dense, ',')); });
+    Measure("Pieces at a text", kPlain, [&] { walk(Pieces(dense, ",,b")); });
+    Measure("Pieces at a long text", kPlain, [&] { walk(Pieces(dense, CString(",,b,a,,b,a,,b,a,,c"))); });
+    Measure("Pieces at a long text, from the end", kPlain,
+            [&] { walk(Pieces(dense, CString(",,b,a,,b,a,,b,a,,c")).FromEnd()); });
+    Measure("Pieces at a set", kPlain, [&] { walk(PiecesOfSet(dense, ",;").FromEnd()); });
+    Measure("Lines", kPlain, [&] { walk(Lines(dense)); });
     Measure("Batch splitter", kPlain, [&] { splitter.Split(withTerminator, strings); });
     MeasureRefused("Split into views, refused", kPlain,
                    [&]

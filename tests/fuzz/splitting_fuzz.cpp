@@ -1,9 +1,10 @@
-// Splitting by a character, a predicate and a configured set; extraction and search.
+// Splitting by a character, a predicate and a configured set; pieces one at a time; extraction and search.
 #include <vector>
 
 #include "edit_model.h"
 #include "fuzz_support.h"
 #include "search_model.h"
+#include "split_model.h"
 
 namespace
 {
@@ -91,7 +92,7 @@ public:
 private:
     void _Step()
     {
-        switch (m_Input.Below(6))
+        switch (m_Input.Below(7))
         {
         case 0:
             return _SplitByCharacter();
@@ -103,8 +104,10 @@ private:
             return _Extract();
         case 4:
             return _Find();
-        default:
+        case 5:
             return _FindOneOfASet();
+        default:
+            return _CutLazily();
         }
     }
 
@@ -244,6 +247,67 @@ private:
         const bool isBlank = ModelToTerminator(m_Text).find_first_not_of(set.Text()) == std::string::npos;
         QV_FUZZ_CHECK(m_String.Empty(set.Data()) == isBlank);
         QV_FUZZ_CHECK(!m_Watch.HasAllocated() && !m_Watch.HasReported());
+    }
+
+    // Pieces one at a time, of the string and of a view that ends where its characters do.
+    void _CutLazily()
+    {
+        const u8 options = m_Input.Byte();
+        SLazySplit split;
+        split.m_Cut = static_cast<ECut>(options & 3);
+        split.m_WithEmpty = (options & 4) != 0;
+        split.m_FromEnd = (options & 8) != 0;
+        split.m_AtMost = (options & 16) != 0 ? m_Input.Below(5) : std::string::npos;
+        const CExactText separator(m_Input.Text(), false);
+        split.m_Separator = separator.Text();
+        if (split.m_Cut == Cut_Character)
+            split.m_Separator.resize(1, ',');
+        const CExactText text(m_Text, false);
+        m_Watch.BeginStep();
+        _CheckLazily(text.View(), separator.View(), split);
+        _CheckLazily(m_String, separator.View(), split);
+        QV_FUZZ_CHECK(!m_Watch.HasAllocated() && !m_Watch.HasReported());
+    }
+
+    template <typename Text>
+    void _CheckLazily(const Text &text, const CStringView &separator, const SLazySplit &split)
+    {
+        switch (split.m_Cut)
+        {
+        case Cut_Character:
+            return _CheckRange(Quorvane::Pieces(text, split.m_Separator[0]), split);
+        case Cut_Text:
+            return _CheckRange(Quorvane::Pieces(text, separator), split);
+        case Cut_Set:
+            return _CheckRange(PiecesOfSet(text, separator), split);
+        default:
+            return _CheckRange(Lines(text), split);
+        }
+    }
+
+    template <typename Range>
+    void _CheckRange(Range range, const SLazySplit &split)
+    {
+        range = split.m_WithEmpty ? std::move(range).WithEmpty() : std::move(range).WithoutEmpty();
+        if (split.m_AtMost != std::string::npos)
+            range = std::move(range).AtMost(static_cast<u32>(split.m_AtMost));
+        if (split.m_FromEnd)
+            _CheckWalk(range.FromEnd(), split);
+        else
+            _CheckWalk(range, split);
+    }
+
+    template <typename Range>
+    void _CheckWalk(const Range &range, const SLazySplit &split)
+    {
+        auto piece = range.begin();
+        for (const std::string &expected : SplitModelLazily(m_Text, split))
+        {
+            QV_FUZZ_CHECK(piece != range.end());
+            QV_FUZZ_CHECK(TextOf(*piece) == expected);
+            ++piece;
+        }
+        QV_FUZZ_CHECK(piece == range.end());
     }
 
     // A piece that holds a terminator is built and reported.

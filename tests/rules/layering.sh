@@ -39,8 +39,10 @@ kr_string_view.h
 kr_internal/kr_string_compare.h
 kr_internal/kr_string_split.h
 kr_internal/kr_string_join.h
+kr_internal/kr_string_pieces.h
 kr_internal/kr_string_inline.h
 kr_internal/kr_string_join_inline.h
+kr_internal/kr_string_pieces_inline.h
 kr_string.h
 kr_string_std.h
 kr_string_fmt.h

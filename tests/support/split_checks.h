@@ -15,22 +15,22 @@
 namespace QuorvaneTest
 {
 
-using Pieces = std::vector<std::string>;
+using PieceTexts = std::vector<std::string>;
 
 // What extracting a piece reports that holds a terminator.
 constexpr const char *kExtractCheck =
     "from != null && last > first && SNativeStringUtils::Length(from) >= QVMax(first, last)";
 
 template <typename Piece>
-inline Pieces TextsOf(const Quorvane::TArray<Piece> &pieces)
+inline PieceTexts TextsOf(const Quorvane::TArray<Piece> &pieces)
 {
-    Pieces texts;
+    PieceTexts texts;
     for (const Piece &piece : pieces)
         texts.push_back(TextOf(piece));
     return texts;
 }
 
-inline Quorvane::TArray<Quorvane::CString> Strings(const Pieces &texts)
+inline Quorvane::TArray<Quorvane::CString> Strings(const PieceTexts &texts)
 {
     Quorvane::TArray<Quorvane::CString> strings;
     for (const std::string &text : texts)
@@ -60,7 +60,7 @@ inline std::vector<Quorvane::CString> EmptyStrings()
     return {Quorvane::CString(), Quorvane::CString(""), emptied, Fixed(std::string("\0,a", 3))};
 }
 
-inline Pieces SplitAt(const Quorvane::CString &string, const std::function<bool(char)> &isSeparator)
+inline PieceTexts SplitAt(const Quorvane::CString &string, const std::function<bool(char)> &isSeparator)
 {
     Quorvane::TArray<Quorvane::CString> out;
     EXPECT_TRUE(string.Split(isSeparator, out));

@@ -62,6 +62,94 @@ inline std::vector<std::string> SplitModelFields(const std::string &text, const 
     return fields;
 }
 
+// What a text is cut at where pieces are asked for one at a time.
+enum ECut
+{
+    Cut_Character,
+    Cut_Text,
+    Cut_Set,
+    Cut_Lines,
+};
+
+struct SLazySplit
+{
+    ECut m_Cut = Cut_Character;
+    std::string m_Separator; // the character, the text, or the set
+    bool m_WithEmpty = false;
+    bool m_FromEnd = false;
+    size_t m_AtMost = std::string::npos;
+};
+
+// Where separators begin, in order of the text: chosen from the one end or the other, none of them overlapping.
+inline std::vector<size_t> SplitModelCuts(const std::string &text, const SLazySplit &split)
+{
+    std::vector<size_t> cuts;
+    const size_t length = split.m_Cut == Cut_Text ? split.m_Separator.size() : 1;
+    if (length == 0)
+        return cuts;
+    const auto isCut = [&](size_t at)
+    {
+        if (split.m_Cut == Cut_Lines)
+            return text[at] == '\n';
+        if (split.m_Cut == Cut_Set)
+            return split.m_Separator.find(text[at]) != std::string::npos;
+        return text.compare(at, length, split.m_Separator) == 0;
+    };
+    if (split.m_FromEnd)
+    {
+        for (size_t end = text.size(); end >= length;)
+        {
+            const bool found = isCut(end - length);
+            if (found)
+                cuts.insert(cuts.begin(), end - length);
+            end -= found ? length : 1;
+        }
+        return cuts;
+    }
+    for (size_t at = 0; at + length <= text.size();)
+    {
+        const bool found = isCut(at);
+        if (found)
+            cuts.push_back(at);
+        at += found ? length : 1;
+    }
+    return cuts;
+}
+
+// The pieces in the order in which they are asked for: each between two separators, the last of so many with all that is
+// left.
+inline std::vector<std::string> SplitModelLazily(const std::string &text, const SLazySplit &split)
+{
+    struct SRange
+    {
+        size_t m_Begin;
+        size_t m_End;
+    };
+    const bool isLines = split.m_Cut == Cut_Lines;
+    std::vector<SRange> ranges;
+    size_t begin = 0;
+    for (const size_t cut : SplitModelCuts(text, split))
+    {
+        const bool isCarriageReturn = isLines && cut > begin && text[cut - 1] == '\r';
+        ranges.push_back({begin, isCarriageReturn ? cut - 1 : cut});
+        begin = cut + (split.m_Cut == Cut_Text ? split.m_Separator.size() : 1);
+    }
+    if (!isLines || begin != text.size())
+        ranges.push_back({begin, text.size()});
+    std::vector<SRange> asked;
+    for (const SRange &range : ranges)
+        if (split.m_WithEmpty || range.m_Begin != range.m_End)
+            asked.insert(split.m_FromEnd ? asked.begin() : asked.end(), range);
+    if (asked.size() > split.m_AtMost)
+        asked.resize(split.m_AtMost);
+    if (!asked.empty() && asked.size() == split.m_AtMost)
+        (split.m_FromEnd ? asked.back().m_Begin : asked.back().m_End) = split.m_FromEnd ? 0 : text.size();
+    std::vector<std::string> pieces;
+    for (const SRange &range : asked)
+        pieces.push_back(text.substr(range.m_Begin, range.m_End - range.m_Begin));
+    return pieces;
+}
+
 // What is left of a split under refused memory. The requests in order: each piece that is not empty takes a block, if
 // pieces are strings, and then the array grows if it is full.
 struct SSplitModelUnderRefusal

@@ -43,6 +43,7 @@
 #include "kr_containers_array.h"
 #include "kr_containers_internals.h"
 #include "kr_internal/kr_string_join.h"
+#include "kr_internal/kr_string_pieces.h"
 #include "kr_memoryviews.h"
 #include "kr_refptr.h"
 #include "kr_string_container.h"
@@ -112,6 +113,8 @@ namespace Quorvane
 //     Extract from a string    reports, null          reports, null          by length, but reports
 //     Extract from a buffer    reports, null          reports, by count      reports, by count
 //     Split                    -                      -                      -
+//     Pieces of it, Lines      -; empty kept: one     -; empty kept: one     by length
+//     Pieces at it, or a set   cuts nowhere           cuts nowhere           text: cuts nowhere; else by length
 //     CStringBatchSplitter     reports, -             -                      -
 //     Match                    by null and stars      by null and stars      by null and stars
 //     Match with it, a text    Empty(), or reports    Empty()                Empty()
@@ -727,6 +730,65 @@ private:
     u8 m_SplitTable[256]; // by character as an unsigned byte: 1 for a separator; entry 0, the terminator, is one always
 };
 
+// ---- Pieces, one at a time ------------------------------------------------------------------------------------------
+
+// Ranges of the pieces of a text, as views, which are cut while a loop walks over them: no array, no allocation.
+//
+//     for (const CStringView &word : Pieces(text, ' '))
+//         Count(word);
+//     for (const CStringView &line : Lines(ReadAll(file)))    // a temporary string lives as long as the range
+//         Parse(line);
+//     for (const CStringView &field : Pieces(record, "::").WithEmpty().AtMost(3))
+//         Store(field);
+//
+// The text is a CString, of which the range holds a reference of its own, so that the loop may change or drop it; or a view
+// or a NUL-terminated text, whose characters must outlive the range. A separator is a char, or a text of one of these kinds.
+// Nothing else is taken for either. All characters count, embedded terminators included; a null text is empty.
+//
+// A range is a plain value. What it gives can be changed, each time into another range:
+//
+//     .WithEmpty()      empty pieces, too: in front of a separator at the front, between two, behind one at the end
+//     .WithoutEmpty()   no empty pieces
+//     .AtMost(count)    no more pieces than so many; the last one of so many is all that is left from where it begins,
+//                       separators included: "a,,b,c," at most 2 is "a" and "b,c,"
+//     .FromEnd()        from the last piece to the first one. With .AtMost the last of these is all that is left in front of
+//                       where it ends. The pieces are the same, unless the separator is a text that can overlap itself:
+//                       "a---b" is cut at "--" into "a" and "-b", and from the end into "b" and "a-"
+//
+// A range has begin() and end() for loops and algorithms: forward iterators, which answer views by value and borrow from the
+// range. Any of them may be copied and walked again. An empty separator, text or set, cuts nowhere.
+//
+// Cost: linear in the text and the separator, whatever they are; begin() finds the first piece.
+// Stack: 1.5 KiB.
+// Invalidates: writing into characters that are shared, which only Reverse does, changes what is left to cut.
+//
+// They stand in a namespace of their own, in which no call looks for the sake of its arguments: a program that has a function
+// Lines(CString) goes on calling that.
+namespace LazySplitting
+{
+
+// The pieces between separators. Those that are empty are left out, as CString::Split leaves them out, unless asked for; an
+// empty text has none, and one with .WithEmpty().
+template <typename Text, typename Separator, typename = Internal::String::IfPieceText<Text>>
+[[nodiscard]] Internal::String::TPieces<Internal::String::TSeparatorOf<Separator>> Pieces(Text text,
+                                                                                          Separator separator) noexcept;
+
+// The same at each character of a set, which is a text.
+template <typename Text, typename Set, typename = Internal::String::IfPieceText<Text>,
+          typename = Internal::String::IfPieceText<Set>>
+[[nodiscard]] Internal::String::TPieces<Internal::String::CSetSeparator> PiecesOfSet(Text text,
+                                                                                     Set characters) noexcept;
+
+// Lines, without their ends, which are "\n" or "\r\n": empty ones, too, unless .WithoutEmpty() leaves them out. The last line
+// need not have an end, and behind an end there is no further line, so that an empty text has none. A "\r" without "\n" is
+// a character of its line.
+template <typename Text, typename = Internal::String::IfPieceText<Text>>
+[[nodiscard]] Internal::String::TPieces<Internal::String::CLineSeparator> Lines(Text text) noexcept;
+
+} // namespace LazySplitting
+
+using namespace LazySplitting;
+
 // ---- Concatenation and joining by operators -------------------------------------------------------------------------
 
 // Concatenation and path joining into a new string, as Append and AppendSlashAnd do it.
@@ -857,3 +919,4 @@ inline bool operator!=(const char *a, const CStringView &b) noexcept;
 
 #include "kr_internal/kr_string_inline.h"
 #include "kr_internal/kr_string_join_inline.h"
+#include "kr_internal/kr_string_pieces_inline.h"

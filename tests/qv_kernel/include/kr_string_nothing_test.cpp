@@ -696,6 +696,56 @@ TEST(StringOfNothing, Split)
     }
 }
 
+// The number of pieces, and of characters in them.
+template <typename Range>
+std::vector<u32> PiecesAndCharacters(const Range &range)
+{
+    std::vector<u32> counts = {0, 0};
+    for (const CStringView &piece : range)
+    {
+        ++counts[0];
+        counts[1] += piece.Length();
+    }
+    return counts;
+}
+
+TEST(StringOfNothing, PiecesAndLinesOfIt)
+{
+    for (const CString &string : {Null(), Empty()})
+    {
+        SCOPED_TRACE(string.Data() != nullptr);
+        EXPECT_EQ(PiecesAndCharacters(Pieces(string, ',')), (std::vector<u32>{0, 0}));
+        EXPECT_EQ(PiecesAndCharacters(Pieces(string, ",,").FromEnd()), (std::vector<u32>{0, 0}));
+        EXPECT_EQ(PiecesAndCharacters(PiecesOfSet(string, ",")), (std::vector<u32>{0, 0}));
+        EXPECT_EQ(PiecesAndCharacters(Lines(string)), (std::vector<u32>{0, 0}));
+        EXPECT_EQ(PiecesAndCharacters(Pieces(string, ',').WithEmpty()), (std::vector<u32>{1, 0}));
+        EXPECT_EQ(PiecesAndCharacters(Pieces(string, ",,").WithEmpty().FromEnd()), (std::vector<u32>{1, 0}));
+        EXPECT_EQ(PiecesAndCharacters(PiecesOfSet(string, ",").WithEmpty()), (std::vector<u32>{1, 0}));
+    }
+    EXPECT_EQ(PiecesAndCharacters(Pieces(CStringView(nullptr, 3), ',')), (std::vector<u32>{0, 0}));
+    EXPECT_EQ(PiecesAndCharacters(Pieces(kNoText, ',').WithEmpty()), (std::vector<u32>{1, 0}));
+    EXPECT_EQ(PiecesAndCharacters(Pieces(Begun(), 'a')), (std::vector<u32>{2, 2}));
+    EXPECT_EQ(PiecesAndCharacters(PiecesOfSet(Begun(), "a")), (std::vector<u32>{2, 2}));
+    EXPECT_EQ(PiecesAndCharacters(Lines(Begun())), (std::vector<u32>{1, 3}));
+}
+
+TEST(StringOfNothing, PiecesAtItOrASet)
+{
+    const CString string("ab");
+    for (const CString &nothing : {Null(), Empty()})
+    {
+        EXPECT_EQ(PiecesAndCharacters(Pieces(string, nothing)), (std::vector<u32>{1, 2}));
+        EXPECT_EQ(PiecesAndCharacters(PiecesOfSet(string, nothing)), (std::vector<u32>{1, 2}));
+    }
+    for (const char *const nothing : {kNoText, "", "\0ab"})
+    {
+        EXPECT_EQ(PiecesAndCharacters(Pieces(string, nothing)), (std::vector<u32>{1, 2}));
+        EXPECT_EQ(PiecesAndCharacters(PiecesOfSet(string, nothing)), (std::vector<u32>{1, 2}));
+    }
+    EXPECT_EQ(PiecesAndCharacters(Pieces(Fixed(std::string("x\0aby", 5)), Begun())), (std::vector<u32>{2, 2}));
+    EXPECT_EQ(PiecesAndCharacters(PiecesOfSet(Fixed(std::string("x\0y", 3)), Begun())), (std::vector<u32>{2, 2}));
+}
+
 TEST(StringOfNothing, SplitByABatchSplitter)
 {
     CStringBatchSplitter splitter;

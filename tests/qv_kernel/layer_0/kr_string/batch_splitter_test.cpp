@@ -28,7 +28,7 @@ CStringBatchSplitter SplitterAt(const char *separators)
     return splitter;
 }
 
-Pieces BatchSplit(const std::string &text, const char *separators)
+PieceTexts BatchSplit(const std::string &text, const char *separators)
 {
     TArray<CString> out = UsedStrings();
     SplitterAt(separators).Split(Resizable(text), out);
@@ -56,28 +56,28 @@ std::vector<u8> TableWith(const std::string &separators)
 TEST(StringBatchSplitter, ANewOneHasNoSeparatorButTheTerminator)
 {
     EXPECT_EQ(TableOf(CStringBatchSplitter()), TableWith(""));
-    EXPECT_EQ(BatchSplit("a b", ""), (Pieces{"a b"}));
+    EXPECT_EQ(BatchSplit("a b", ""), (PieceTexts{"a b"}));
 }
 
 TEST(StringBatchSplitter, AdjacentSeparatorsGiveAnEmptyPiece)
 {
-    EXPECT_EQ(BatchSplit("a,,b", ","), (Pieces{"a", "", "b"}));
-    EXPECT_EQ(BatchSplit("a, b", " ,"), (Pieces{"a", "", "b"}));
-    EXPECT_EQ(BatchSplit("a,,,b", ","), (Pieces{"a", "", "", "b"}));
+    EXPECT_EQ(BatchSplit("a,,b", ","), (PieceTexts{"a", "", "b"}));
+    EXPECT_EQ(BatchSplit("a, b", " ,"), (PieceTexts{"a", "", "b"}));
+    EXPECT_EQ(BatchSplit("a,,,b", ","), (PieceTexts{"a", "", "", "b"}));
 }
 
 TEST(StringBatchSplitter, ALeadingSeparatorGivesAnEmptyPiece)
 {
-    EXPECT_EQ(BatchSplit(",a", ","), (Pieces{"", "a"}));
-    EXPECT_EQ(BatchSplit(",,a", ","), (Pieces{"", "", "a"}));
+    EXPECT_EQ(BatchSplit(",a", ","), (PieceTexts{"", "a"}));
+    EXPECT_EQ(BatchSplit(",,a", ","), (PieceTexts{"", "", "a"}));
 }
 
 TEST(StringBatchSplitter, ATrailingSeparatorGivesNone)
 {
-    EXPECT_EQ(BatchSplit("a,", ","), (Pieces{"a"}));
-    EXPECT_EQ(BatchSplit("a,,", ","), (Pieces{"a", ""}));
-    EXPECT_EQ(BatchSplit(",", ","), (Pieces{""}));
-    EXPECT_EQ(BatchSplit(",,", ","), (Pieces{"", ""}));
+    EXPECT_EQ(BatchSplit("a,", ","), (PieceTexts{"a"}));
+    EXPECT_EQ(BatchSplit("a,,", ","), (PieceTexts{"a", ""}));
+    EXPECT_EQ(BatchSplit(",", ","), (PieceTexts{""}));
+    EXPECT_EQ(BatchSplit(",,", ","), (PieceTexts{"", ""}));
 }
 
 TEST(StringBatchSplitter, EmptyPiecesHaveNoContainer)
@@ -139,9 +139,9 @@ TEST(StringBatchSplitter, AContainerWithoutCharactersIsNotRead)
 TEST(StringBatchSplitter, TheFirstTerminatorEndsTheText)
 {
     const CAssertRecorder recorder;
-    EXPECT_EQ(BatchSplit(std::string("a,b\0c,d", 7), ","), (Pieces{"a", "b"}));
-    EXPECT_EQ(BatchSplit(std::string("a,\0,d", 5), ","), (Pieces{"a"}));
-    EXPECT_EQ(BatchSplit(std::string("a\0", 2), ","), (Pieces{"a"}));
+    EXPECT_EQ(BatchSplit(std::string("a,b\0c,d", 7), ","), (PieceTexts{"a", "b"}));
+    EXPECT_EQ(BatchSplit(std::string("a,\0,d", 5), ","), (PieceTexts{"a"}));
+    EXPECT_EQ(BatchSplit(std::string("a\0", 2), ","), (PieceTexts{"a"}));
     EXPECT_EQ(recorder.Count(), 0u);
 }
 
@@ -161,9 +161,9 @@ TEST(StringBatchSplitter, EveryByteHasItsOwnEntry)
                          "c\x7F"
                          "d",
                          "\x80\xFF"),
-              (Pieces{"a", "b",
-                      "c\x7F"
-                      "d"}));
+              (PieceTexts{"a", "b",
+                          "c\x7F"
+                          "d"}));
 }
 
 TEST(StringBatchSplitter, AddSplitCharsAndRemoveSplitCharsTakeEachCharacterOfAList)
@@ -250,12 +250,12 @@ TEST(StringBatchSplitter, ATableWithoutTheTerminatorStillEndsWithTheText)
         TArray<CString> out;
         const std::string text = "a," + std::string(length, 'b');
         splitter.Split(CString(text.c_str()), out);
-        EXPECT_EQ(TextsOf(out), (Pieces{"a", std::string(length, 'b')}));
+        EXPECT_EQ(TextsOf(out), (PieceTexts{"a", std::string(length, 'b')}));
     }
     // An embedded terminator is no separator then, but no piece begins with one.
     TArray<CString> out;
     splitter.Split(Fixed(std::string("a\0b,c,\0d", 8)), out);
-    EXPECT_EQ(TextsOf(out), (Pieces{std::string("a\0b", 3), "c"}));
+    EXPECT_EQ(TextsOf(out), (PieceTexts{std::string("a\0b", 3), "c"}));
 }
 
 TEST(StringBatchSplitter, OneSplitterSplitsManyStrings)
@@ -263,12 +263,12 @@ TEST(StringBatchSplitter, OneSplitterSplitsManyStrings)
     CStringBatchSplitter splitter = SplitterAt(",;");
     TArray<CString> out;
     splitter.Split(CString("a,b"), out);
-    EXPECT_EQ(TextsOf(out), (Pieces{"a", "b"}));
+    EXPECT_EQ(TextsOf(out), (PieceTexts{"a", "b"}));
     splitter.Split(CString("c;d;e"), out);
-    EXPECT_EQ(TextsOf(out), (Pieces{"c", "d", "e"}));
+    EXPECT_EQ(TextsOf(out), (PieceTexts{"c", "d", "e"}));
     splitter.RemoveSplitChar(';');
     splitter.Split(CString("f;g,h"), out);
-    EXPECT_EQ(TextsOf(out), (Pieces{"f;g", "h"}));
+    EXPECT_EQ(TextsOf(out), (PieceTexts{"f;g", "h"}));
     EXPECT_EQ(TableOf(splitter), TableWith(","));
 }
 
@@ -277,7 +277,7 @@ TEST(StringBatchSplitter, TheOutputIsClearedAndKeepsItsBlock)
     TArray<CString> out = UsedStrings();
     const CString *const block = out.Data();
     SplitterAt(",").Split(CString("a,b"), out);
-    EXPECT_EQ(TextsOf(out), (Pieces{"a", "b"}));
+    EXPECT_EQ(TextsOf(out), (PieceTexts{"a", "b"}));
     EXPECT_EQ(out.Data(), block);
 }
 
@@ -301,7 +301,7 @@ TEST(StringBatchSplitter, EveryShortTextSplitsAsTheModelSays)
         for (const std::string &text : EveryText(alphabet, kSanitized ? 4 : 6))
         {
             const CString string = Resizable(text);
-            const Pieces expected = SplitModelFields(text, separators);
+            const PieceTexts expected = SplitModelFields(text, separators);
             TArray<CString> out;
             splitter.Split(string, out);
             ASSERT_EQ(TextsOf(out), expected) << text << " at " << separators;
@@ -318,13 +318,13 @@ TEST(StringBatchSplitter, ASourceInTheOutputItselfIsSplitInWhole)
         for (u32 count = 1; count <= 9; ++count)
             for (u32 index = 0; index < count; ++index)
             {
-                TArray<CString> out = Strings(Pieces(count, "x,x"));
+                TArray<CString> out = Strings(PieceTexts(count, "x,x"));
                 out[index] = CString("one,,two,three");
                 if (threadSafe)
                     splitter.Split_ThreadSafe(out[index], out);
                 else
                     splitter.Split(out[index], out);
-                ASSERT_EQ(TextsOf(out), (Pieces{"one", "", "two", "three"})) << index << " of " << count;
+                ASSERT_EQ(TextsOf(out), (PieceTexts{"one", "", "two", "three"})) << index << " of " << count;
             }
 }
 
@@ -346,7 +346,7 @@ TEST(StringBatchSplitter, SplitThreadSafeHoldsAReferenceOfItsOwnAndDropsIt)
             });
         splitter.Split_ThreadSafe(string, out);
     }
-    EXPECT_EQ(TextsOf(out), (Pieces{"one", "two", "three"}));
+    EXPECT_EQ(TextsOf(out), (PieceTexts{"one", "two", "three"}));
 
     const CString kept("a,b");
     splitter.Split_ThreadSafe(kept, out);

@@ -20,17 +20,17 @@ using namespace QuorvaneTest;
 
 TEST(StringSplitPredicate, PiecesAreTheRunsThatItIsFalseFor)
 {
-    EXPECT_EQ(SplitAt("a,b;c", [](char c) { return c == ',' || c == ';'; }), (Pieces{"a", "b", "c"}));
-    EXPECT_EQ(SplitAt(",;a,;b;,", [](char c) { return c == ',' || c == ';'; }), (Pieces{"a", "b"}));
-    EXPECT_EQ(SplitAt("abc", [](char) { return false; }), (Pieces{"abc"}));
-    EXPECT_EQ(SplitAt("abc", [](char) { return true; }), Pieces());
+    EXPECT_EQ(SplitAt("a,b;c", [](char c) { return c == ',' || c == ';'; }), (PieceTexts{"a", "b", "c"}));
+    EXPECT_EQ(SplitAt(",;a,;b;,", [](char c) { return c == ',' || c == ';'; }), (PieceTexts{"a", "b"}));
+    EXPECT_EQ(SplitAt("abc", [](char) { return false; }), (PieceTexts{"abc"}));
+    EXPECT_EQ(SplitAt("abc", [](char) { return true; }), PieceTexts());
 }
 
 TEST(StringSplitPredicate, PiecesAreAppendedAndTheOutputIsNeverCleared)
 {
     TArray<CString> out = Strings({"first", "second"});
     EXPECT_TRUE(CString("a|b").Split([](char c) { return c == '|'; }, out));
-    EXPECT_EQ(TextsOf(out), (Pieces{"first", "second", "a", "b"}));
+    EXPECT_EQ(TextsOf(out), (PieceTexts{"first", "second", "a", "b"}));
     EXPECT_TRUE(CString("|||").Split([](char c) { return c == '|'; }, out));
     EXPECT_EQ(out.Count(), 4u);
 }
@@ -48,7 +48,7 @@ TEST(StringSplitPredicate, AnEmptyStringLeavesTheOutputUntouchedAndAsksNothing)
                 return false;
             },
             out));
-        EXPECT_EQ(TextsOf(out), (Pieces{"old", "older", "oldest"}));
+        EXPECT_EQ(TextsOf(out), (PieceTexts{"old", "older", "oldest"}));
         EXPECT_FALSE(asked);
     }
 }
@@ -70,7 +70,7 @@ TEST(StringSplitPredicate, ItIsAskedForEveryCharacterAndForNothingBehindThem)
     for (int byte = 1; byte < 256; ++byte)
         EXPECT_TRUE(asked[byte]) << byte;
     EXPECT_FALSE(asked[0]);
-    EXPECT_EQ(TextsOf(out), (Pieces{text.substr(0, 0xE8), text.substr(0xE9)}));
+    EXPECT_EQ(TextsOf(out), (PieceTexts{text.substr(0, 0xE8), text.substr(0xE9)}));
 }
 
 TEST(StringSplitPredicate, ALongTextSplitsAsTheModelSaysWhereverNewCharactersBegin)
@@ -95,7 +95,7 @@ TEST(StringSplitPredicate, ALongTextSplitsAsTheModelSaysWhereverNewCharactersBeg
             ++asked[static_cast<u8>(c)];
             return isSeparator(c);
         };
-        Pieces expected;
+        PieceTexts expected;
         std::string piece;
         for (const char c : part + ';')
         {
@@ -116,11 +116,11 @@ TEST(StringSplitPredicate, TheStoredLengthEndsTheTextNotATerminator)
 {
     const CString string = Fixed(std::string("a,b\0c,d", 7));
     CAssertRecorder recorder;
-    EXPECT_EQ(SplitAt(string, &IsComma), (Pieces{"a", std::string("b\0c", 3), "d"}));
+    EXPECT_EQ(SplitAt(string, &IsComma), (PieceTexts{"a", std::string("b\0c", 3), "d"}));
     ExpectReports(recorder, {kExtractCheck});
 
     recorder.Clear();
-    EXPECT_EQ(SplitAt(string, [](char c) { return c == '\0' || c == ','; }), (Pieces{"a", "b", "c", "d"}));
+    EXPECT_EQ(SplitAt(string, [](char c) { return c == '\0' || c == ','; }), (PieceTexts{"a", "b", "c", "d"}));
     EXPECT_EQ(recorder.Count(), 0u);
 }
 
@@ -141,9 +141,9 @@ TEST(StringSplitPredicate, ASourceInTheOutputItselfStaysAndIsSplitWhileTheArrayG
     for (u32 count = 1; count <= 9; ++count)
         for (u32 index = 0; index < count; ++index)
         {
-            TArray<CString> out = Strings(Pieces(count, "x"));
+            TArray<CString> out = Strings(PieceTexts(count, "x"));
             out[index] = CString("one,two,three,four,five,six,seven,eight,nine,ten");
-            Pieces expected = TextsOf(out);
+            PieceTexts expected = TextsOf(out);
             for (const std::string &piece : SplitModelRuns(expected[index], ','))
                 expected.push_back(piece);
             EXPECT_TRUE(out[index].Split(&IsComma, out));
@@ -180,14 +180,14 @@ TEST(StringSplitPredicate, EveryRefusalLosesWhatItsRequestWasFor)
 
 TEST(StringSplitPredicate, AnArrayThatCannotGrowKeepsWhatItHeldBefore)
 {
-    TArray<CString> out = Strings(Pieces(9, "held"));
+    TArray<CString> out = Strings(PieceTexts(9, "held"));
     const CString string("a,b");
     const CAssertRecorder recorder;
     {
         const CChoosyAllocator allocator([](u64, u64 size) { return size == 23 * sizeof(CString); });
         EXPECT_FALSE(string.Split(&IsComma, out));
     }
-    EXPECT_EQ(TextsOf(out), Pieces(9, "held"));
+    EXPECT_EQ(TextsOf(out), PieceTexts(9, "held"));
     ExpectReports(recorder, {"false"});
 }
 
@@ -216,7 +216,7 @@ bool IsCommaOfInteger(int character)
 TEST(StringSplitSeparator, LambdasFunctionsAndFunctionObjectsArePredicates)
 {
     const CString string("a,b");
-    const Pieces expected = {"a", "b"};
+    const PieceTexts expected = {"a", "b"};
     const auto split = [&](auto &&predicate)
     {
         TArray<CString> out;
@@ -251,7 +251,7 @@ TEST(StringSplitSeparator, TemporaryPredicatesNeedNoName)
     EXPECT_TRUE(CString("a,b").Split([](char c) { return c == ','; }, out));
     EXPECT_TRUE(CString("c,d").Split(IsComma, out));
     EXPECT_TRUE(CString("e,f").Split(SIsComma(), out));
-    EXPECT_EQ(TextsOf(out), (Pieces{"a", "b", "c", "d", "e", "f"}));
+    EXPECT_EQ(TextsOf(out), (PieceTexts{"a", "b", "c", "d", "e", "f"}));
 }
 
 TEST(StringSplitSeparator, IntegersAreCharacters)
@@ -260,12 +260,12 @@ TEST(StringSplitSeparator, IntegersAreCharacters)
     TArray<CString> strings = UsedStrings();
     TArray<CStringView> views = UsedViews();
     EXPECT_TRUE(string.Split(44, strings));
-    EXPECT_EQ(TextsOf(strings), (Pieces{"a", "b"}));
+    EXPECT_EQ(TextsOf(strings), (PieceTexts{"a", "b"}));
     EXPECT_TRUE(string.Split(44, views));
-    EXPECT_EQ(TextsOf(views), (Pieces{"a", "b"}));
+    EXPECT_EQ(TextsOf(views), (PieceTexts{"a", "b"}));
     const signed char separator = 'a';
     EXPECT_TRUE(string.Split(separator, strings));
-    EXPECT_EQ(TextsOf(strings), (Pieces{",b"}));
+    EXPECT_EQ(TextsOf(strings), (PieceTexts{",b"}));
 }
 
 TEST_F(StringSplitLong, ManyPiecesBeforeALongTailSplitByAPredicate)

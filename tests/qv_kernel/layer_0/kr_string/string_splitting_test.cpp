@@ -62,11 +62,11 @@ struct SOutput
             return string.Split_ThreadSafe(separator, m_Strings);
         }
     }
-    Pieces Texts(EForm form) const { return MakesStrings(form) ? TextsOf(m_Strings) : TextsOf(m_Views); }
+    PieceTexts Texts(EForm form) const { return MakesStrings(form) ? TextsOf(m_Strings) : TextsOf(m_Views); }
     u32 MaxCount(EForm form) const { return MakesStrings(form) ? m_Strings.MaxCount() : m_Views.MaxCount(); }
 };
 
-Pieces Split(EForm form, const CString &string, char separator)
+PieceTexts Split(EForm form, const CString &string, char separator)
 {
     SOutput output = SOutput::Used();
     EXPECT_TRUE(output.Split(form, string, separator));
@@ -77,11 +77,11 @@ TEST(StringSplit, PiecesAreTheRunsBetweenSeparators)
 {
     for (const EForm form : kForms)
     {
-        EXPECT_EQ(Split(form, "a,b,c", ','), (Pieces{"a", "b", "c"}));
-        EXPECT_EQ(Split(form, "one two", ' '), (Pieces{"one", "two"}));
-        EXPECT_EQ(Split(form, "a", ','), (Pieces{"a"}));
-        EXPECT_EQ(Split(form, "a,b", ';'), (Pieces{"a,b"}));
-        EXPECT_EQ(Split(form, "aXbxc", 'x'), (Pieces{"aXb", "c"}));
+        EXPECT_EQ(Split(form, "a,b,c", ','), (PieceTexts{"a", "b", "c"}));
+        EXPECT_EQ(Split(form, "one two", ' '), (PieceTexts{"one", "two"}));
+        EXPECT_EQ(Split(form, "a", ','), (PieceTexts{"a"}));
+        EXPECT_EQ(Split(form, "a,b", ';'), (PieceTexts{"a,b"}));
+        EXPECT_EQ(Split(form, "aXbxc", 'x'), (PieceTexts{"aXb", "c"}));
     }
 }
 
@@ -89,11 +89,11 @@ TEST(StringSplit, NoPieceIsEverEmpty)
 {
     for (const EForm form : kForms)
     {
-        EXPECT_EQ(Split(form, ",a,,b,", ','), (Pieces{"a", "b"}));
-        EXPECT_EQ(Split(form, ",a", ','), (Pieces{"a"}));
-        EXPECT_EQ(Split(form, "a,", ','), (Pieces{"a"}));
-        EXPECT_EQ(Split(form, ",,,", ','), Pieces());
-        EXPECT_EQ(Split(form, ",", ','), Pieces());
+        EXPECT_EQ(Split(form, ",a,,b,", ','), (PieceTexts{"a", "b"}));
+        EXPECT_EQ(Split(form, ",a", ','), (PieceTexts{"a"}));
+        EXPECT_EQ(Split(form, "a,", ','), (PieceTexts{"a"}));
+        EXPECT_EQ(Split(form, ",,,", ','), PieceTexts());
+        EXPECT_EQ(Split(form, ",", ','), PieceTexts());
     }
 }
 
@@ -103,7 +103,7 @@ TEST(StringSplit, AnEmptyStringClearsTheOutputAndIsTrue)
     for (const EForm form : kForms)
         for (const CString &string : EmptyStrings())
             for (const char separator : {',', '\0'})
-                EXPECT_EQ(Split(form, string, separator), Pieces());
+                EXPECT_EQ(Split(form, string, separator), PieceTexts());
     EXPECT_EQ(recorder.Count(), 0u);
 }
 
@@ -116,7 +116,7 @@ TEST(StringSplit, TheOutputIsClearedAndKeepsItsBlock)
         const void *const views = output.m_Views.Data();
         const void *const strings = output.m_Strings.Data();
         EXPECT_TRUE(output.Split(form, string, ','));
-        EXPECT_EQ(output.Texts(form), (Pieces{"a", "b"}));
+        EXPECT_EQ(output.Texts(form), (PieceTexts{"a", "b"}));
         EXPECT_EQ(output.m_Views.Data(), views);
         EXPECT_EQ(output.m_Strings.Data(), strings);
     }
@@ -126,22 +126,22 @@ TEST(StringSplit, ATerminatorCanBeTheSeparator)
 {
     for (const EForm form : kForms)
     {
-        EXPECT_EQ(Split(form, Fixed(std::string("ab\0cd\0\0e", 8)), '\0'), (Pieces{"ab", "cd", "e"}));
-        EXPECT_EQ(Split(form, Fixed(std::string("ab\0", 3)), '\0'), (Pieces{"ab"}));
-        EXPECT_EQ(Split(form, "ab", '\0'), (Pieces{"ab"}));
+        EXPECT_EQ(Split(form, Fixed(std::string("ab\0cd\0\0e", 8)), '\0'), (PieceTexts{"ab", "cd", "e"}));
+        EXPECT_EQ(Split(form, Fixed(std::string("ab\0", 3)), '\0'), (PieceTexts{"ab"}));
+        EXPECT_EQ(Split(form, "ab", '\0'), (PieceTexts{"ab"}));
     }
 }
 
 TEST(StringSplit, TheStoredLengthEndsTheTextNotATerminator)
 {
     const CString string = Fixed(std::string("a,b\0c,d", 7));
-    const Pieces expected = {"a", std::string("b\0c", 3), "d"};
+    const PieceTexts expected = {"a", std::string("b\0c", 3), "d"};
     for (const EForm form : kForms)
     {
         const CAssertRecorder recorder;
         EXPECT_EQ(Split(form, string, ','), expected);
         // A string is built of the piece all the same; a view needs no look at it.
-        ExpectReports(recorder, MakesStrings(form) ? Pieces{kExtractCheck} : Pieces());
+        ExpectReports(recorder, MakesStrings(form) ? PieceTexts{kExtractCheck} : PieceTexts());
     }
 }
 
@@ -151,7 +151,7 @@ TEST(StringSplit, WhatLiesBehindTheStoredLengthIsNotSplit)
     ContainerOf(string)->Data()[5] = '\0';
     ContainerOf(string)->UnsafeSetLength(5);
     for (const EForm form : kForms)
-        EXPECT_EQ(Split(form, string, ','), (Pieces{"ab", "cd"}));
+        EXPECT_EQ(Split(form, string, ','), (PieceTexts{"ab", "cd"}));
 }
 
 TEST(StringSplit, AllBytesCanSeparate)
@@ -165,11 +165,11 @@ TEST(StringSplit, AllBytesCanSeparate)
             const bool ofText = byte == 'a' || byte == 'b' || byte == '1';
             if (!ofText)
             {
-                EXPECT_EQ(Split(form, Fixed(text), separator), (Pieces{"ab", "1"})) << byte;
+                EXPECT_EQ(Split(form, Fixed(text), separator), (PieceTexts{"ab", "1"})) << byte;
             }
             if (other != '\0')
             {
-                EXPECT_EQ(Split(form, Fixed(std::string(2, other)), separator), (Pieces{std::string(2, other)}))
+                EXPECT_EQ(Split(form, Fixed(std::string(2, other)), separator), (PieceTexts{std::string(2, other)}))
                     << byte;
             }
         }
@@ -266,7 +266,7 @@ TEST(StringSplit, TheSourceStaysAsItWas)
     const CString copy = string;
     for (const EForm form : kForms)
     {
-        EXPECT_EQ(Split(form, string, ','), (Pieces{"a", "b", "c"}));
+        EXPECT_EQ(Split(form, string, ','), (PieceTexts{"a", "b", "c"}));
         EXPECT_EQ(string.Data(), copy.Data());
         EXPECT_EQ(ContainerOf(string)->RefCount(), 2u);
         ExpectText(string, "a,b,c");
@@ -284,7 +284,7 @@ TEST(StringSplit, EveryShortTextSplitsAsTheModelSays)
         const CString string = Resizable(text);
         for (const char separator : {',', '\xE9', '\0', 'x'})
         {
-            const Pieces expected = SplitModelRuns(text, separator);
+            const PieceTexts expected = SplitModelRuns(text, separator);
             for (const EForm form : kForms)
                 ASSERT_EQ(Split(form, string, separator), expected) << text << " at " << separator;
             ASSERT_EQ(SplitAt(string, [separator](char character) { return character == separator; }), expected)
@@ -303,12 +303,12 @@ TEST(StringSplit, ASourceInTheOutputItselfIsSplitInWhole)
             for (u32 count = 1; count <= 9; ++count)
                 for (u32 index = 0; index < count; ++index)
                 {
-                    TArray<CString> out = Strings(Pieces(count, "x,x"));
+                    TArray<CString> out = Strings(PieceTexts(count, "x,x"));
                     out[index] = CString("one,two,three,four");
                     const CString other = shared ? out[index] : CString();
                     const CString &source = out[index];
                     EXPECT_TRUE(threadSafe ? source.Split_ThreadSafe(',', out) : source.Split(',', out));
-                    ASSERT_EQ(TextsOf(out), (Pieces{"one", "two", "three", "four"})) << index << " of " << count;
+                    ASSERT_EQ(TextsOf(out), (PieceTexts{"one", "two", "three", "four"})) << index << " of " << count;
                     EXPECT_EQ(TextOf(other), shared ? "one,two,three,four" : "");
                 }
 }
@@ -317,7 +317,7 @@ TEST(StringSplit, ASourceInTheOutputItselfMaySplitIntoMoreThanTheArrayHolds)
 {
     TArray<CString> out = Strings({"1,2,3,4,5,6,7,8,9,10,11,12", "x"});
     EXPECT_TRUE(out[0].Split(',', out));
-    EXPECT_EQ(TextsOf(out), (Pieces{"1", "2", "3", "4", "5", "6", "7", "8", "9", "10", "11", "12"}));
+    EXPECT_EQ(TextsOf(out), (PieceTexts{"1", "2", "3", "4", "5", "6", "7", "8", "9", "10", "11", "12"}));
 }
 
 TEST(StringSplit, AnEmptySourceInTheOutputItselfClearsIt)
@@ -344,7 +344,7 @@ TEST(StringSplit, AnArrayThatCannotGrowIsReportedAndTheSplitIsFalse)
             const CChoosyAllocator allocator([bytes](u64, u64 size) { return size == bytes; });
             EXPECT_FALSE(output.Split(form, string, ','));
         }
-        EXPECT_EQ(output.Texts(form), (Pieces{"1", "2", "3", "4", "5", "6", "7", "8", "9"}));
+        EXPECT_EQ(output.Texts(form), (PieceTexts{"1", "2", "3", "4", "5", "6", "7", "8", "9"}));
         EXPECT_EQ(output.MaxCount(form), 9u);
         ExpectReports(recorder, {"false"});
         if (kSitesReport)
@@ -366,7 +366,7 @@ TEST(StringSplit, APieceWhoseMemoryIsRefusedIsStoredEmpty)
         const CChoosyAllocator allocator([](u64 nth, u64) { return nth == 2; });
         EXPECT_TRUE(string.Split(',', out));
     }
-    ASSERT_EQ(TextsOf(out), (Pieces{"one", "", "three"}));
+    ASSERT_EQ(TextsOf(out), (PieceTexts{"one", "", "three"}));
     EXPECT_EQ(out[1].Data(), nullptr);
     EXPECT_EQ(recorder.Count(), 0u);
 }
@@ -441,7 +441,7 @@ TEST(StringSplit, AHandleThatIsDroppedInTheMidstOfAThreadSafeSplitDoesNotTakeThe
             });
         EXPECT_TRUE(string.Split_ThreadSafe(',', out));
     }
-    EXPECT_EQ(TextsOf(out), (Pieces{"one", "two", "three"}));
+    EXPECT_EQ(TextsOf(out), (PieceTexts{"one", "two", "three"}));
     EXPECT_EQ(string.Data(), nullptr);
 }
 
