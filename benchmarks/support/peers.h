@@ -5,10 +5,12 @@
 #include <vector>
 
 #if QV_BENCH_ABSL
+#include <absl/hash/hash.h>
 #include <absl/strings/ascii.h>
 #include <absl/strings/cord.h>
 #include <absl/strings/escaping.h>
 #include <absl/strings/match.h>
+#include <absl/strings/numbers.h>
 #include <absl/strings/str_cat.h>
 #include <absl/strings/str_format.h>
 #include <absl/strings/str_join.h>

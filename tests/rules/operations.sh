@@ -68,6 +68,7 @@ words_of()
         'operator/' | 'operator/=') echo 'Join|JoinPath|PathJoin|Operators?' ;;
         'operator=') echo 'Assign(s|ed|ment)?' ;;
         'operator[]') echo 'Index' ;;
+        bool) echo 'Conditions?' ;;
         *) printf '%s\n' "$1" | tr -d _ | awk '{ print toupper(substr($0, 1, 1)) substr($0, 2) }' ;;
     esac
 }

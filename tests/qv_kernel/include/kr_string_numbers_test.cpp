@@ -13,6 +13,7 @@
 
 #include "every_locale.h"
 #include "every_text.h"
+#include "kr_string_std.h"
 #include "number_model.h"
 #include "string_checks.h"
 #include "test_allocator.h"
@@ -142,6 +143,7 @@ TEST(StringNumbers, ParseNumberTakesEveryFormOfText)
     EXPECT_TRUE(ParseNumber(CString("13"), value) && value == 13);
     EXPECT_TRUE(ParseNumber(CStringView("1415").Slice(2), value) && value == 15);
     EXPECT_TRUE(ParseNumber(string.View(), value) && value == 12);
+    EXPECT_TRUE(ParseNumber(std::string_view("17x", 2), value) && value == 17);
     char buffer[] = "16";
     EXPECT_TRUE(ParseNumber(buffer, value) && value == 16);
     double floating = 0;
@@ -150,7 +152,7 @@ TEST(StringNumbers, ParseNumberTakesEveryFormOfText)
     EXPECT_TRUE(ParseNumber("2.5", floating) && floating == 2.5);
 }
 
-TEST(StringNumbers, ParseNumberIsAQuestionThatAllocatesNothing)
+TEST(StringNumbers, ParseNumberIsForConditionsAndAllocatesNothing)
 {
     static_assert(!std::is_convertible<SParsedNumber, bool>::value, "a condition, and no number");
     static_assert(noexcept(ParseNumber(CStringView(), std::declval<int &>())), "runs nobody else's code");
