@@ -22,7 +22,7 @@ CStringContainer RemoveReference fuzz: every handle of the targets calls it
 list_operations()
 {
     awk '
-        { sub(/\/\/.*/, "") }
+        { sub(/\/\/.*/, ""); sub(/\[\[nodiscard\]\] /, "") }
         /^namespace Internal/ { internal = 1; depth = 0 }
         internal {
             depth += gsub(/{/, "{") - gsub(/}/, "}")
@@ -39,7 +39,7 @@ list_operations()
                 name = substr(head, RSTART, RLENGTH - 1)
                 before = substr(head, 1, RSTART - 1)
                 gsub(/ /, "", name)
-                if (name == class || name == "static_assert" || name ~ /^_/ || before ~ /::$/)
+                if (name == class || name == "static_assert" || name ~ /^_/ || before ~ /::$|operator $/)
                     next
                 print (class == "" ? "-" : class), name
             }

@@ -157,6 +157,8 @@ printf 'int a;\n' | bites map Runtime/qv_kernel/layer_0/new.cpp
 printf 'class CString\n{\npublic:\n    CString();\n    u32 Width() const;\n};\n' | bites operations $string
 printf 'class CString\n{\npublic:\n    char At(u32 index) const;\n};\n' |
     bites operations $string 'no test is named after CString::At'
+printf 'class CString\n{\npublic:\n    [[nodiscard]] char At(u32 index) const;\n};\n' |
+    bites operations $string 'no test is named after CString::At'
 printf 'class CString\n{\npublic:\n    u32 Length() const;\n};\n' |
     bites operations $string 'no fuzz target uses CString::Length'
 printf 'class CStringView\n{\npublic:\n    u32 Length() const;\n};\n' |
