@@ -49,7 +49,7 @@ typedef int (*FHandler)(const char *file, const char *function, int line, const 
 // 0 when a debugger is attached, else 2.
 // Returns the handler that was installed before, the default one included, so that handlers can be chained and put back;
 // never null. Atomic.
-FHandler SetHandler(FHandler handler);
+FHandler SetHandler(FHandler handler) noexcept;
 
 // Reports a failed check to the handler. Null texts are taken as empty.
 // Returns the handler's answer.

@@ -146,25 +146,28 @@ public:
     const T *Data() const noexcept QV_INTERNAL_LIFETIMEBOUND { return m_Data; }
 
     // Element access. Reports "index < _Count()".
-    T &operator[](u32 index) QV_INTERNAL_LIFETIMEBOUND
+    T &operator[](u32 index) noexcept QV_INTERNAL_LIFETIMEBOUND
     {
         return QV_INTERNAL_LIKELY(index < m_Count) ? m_Data[index] : _Inaccessible<T>(index);
     }
-    const T &operator[](u32 index) const QV_INTERNAL_LIFETIMEBOUND
+    const T &operator[](u32 index) const noexcept QV_INTERNAL_LIFETIMEBOUND
     {
         return QV_INTERNAL_LIKELY(index < m_Count) ? m_Data[index] : _Inaccessible<const T>(index);
     }
     // Report "!Empty()".
-    T &First() QV_INTERNAL_LIFETIMEBOUND { return QV_INTERNAL_LIKELY(!Empty()) ? m_Data[0] : _InaccessibleEnd<T>(); }
-    const T &First() const QV_INTERNAL_LIFETIMEBOUND
+    T &First() noexcept QV_INTERNAL_LIFETIMEBOUND
+    {
+        return QV_INTERNAL_LIKELY(!Empty()) ? m_Data[0] : _InaccessibleEnd<T>();
+    }
+    const T &First() const noexcept QV_INTERNAL_LIFETIMEBOUND
     {
         return QV_INTERNAL_LIKELY(!Empty()) ? m_Data[0] : _InaccessibleEnd<const T>();
     }
-    T &Last() QV_INTERNAL_LIFETIMEBOUND
+    T &Last() noexcept QV_INTERNAL_LIFETIMEBOUND
     {
         return QV_INTERNAL_LIKELY(!Empty()) ? m_Data[m_Count - 1] : _InaccessibleEnd<T>();
     }
-    const T &Last() const QV_INTERNAL_LIFETIMEBOUND
+    const T &Last() const noexcept QV_INTERNAL_LIFETIMEBOUND
     {
         return QV_INTERNAL_LIKELY(!Empty()) ? m_Data[m_Count - 1] : _InaccessibleEnd<const T>();
     }
@@ -203,14 +206,14 @@ protected:
 
 private:
     template <typename Element>
-    QV_INTERNAL_COLD Element &_Inaccessible(u32 index) const
+    QV_INTERNAL_COLD Element &_Inaccessible(u32 index) const noexcept
     {
         QV_ASSERT(index < _Count());
         static_cast<void>(index);
         return Internal::ScratchElement<Element>();
     }
     template <typename Element>
-    QV_INTERNAL_COLD Element &_InaccessibleEnd() const
+    QV_INTERNAL_COLD Element &_InaccessibleEnd() const noexcept
     {
         QV_ASSERT(!Empty());
         return Internal::ScratchElement<Element>();
@@ -293,7 +296,11 @@ public:
 
     // Raises the capacity to `maxCount`, exactly, so that pushes up to it do not grow the array. Never lowers it.
     // Fails: false when memory is refused; nothing has changed.
-    bool Reserve(u32 maxCount) noexcept { return maxCount <= m_MaxCount || _Base::_ReallocBuffer(maxCount); }
+    bool Reserve(u32 maxCount) noexcept(TTypeTraits<T>::HasTrivialRelocate ||
+                                        std::is_nothrow_move_constructible<T>::value)
+    {
+        return maxCount <= m_MaxCount || _Base::_ReallocBuffer(maxCount);
+    }
 
     // Destroys the elements; keeps the block and the capacity.
     void Clear()
@@ -325,7 +332,7 @@ private:
     static constexpr u32 kNotOwn = 0xFFFFFFFF;
 
     CGuid _Append(T &&element);
-    u32 _IndexOfOwn(const T &element) const;
+    u32 _IndexOfOwn(const T &element) const noexcept;
     void _AppendCopies(const TMemoryView<const T> &source);
 };
 
@@ -394,7 +401,8 @@ void TArray_BaseContainerImpl<T, Controller, HasTrivialRelocate>::_FreeBuffer() 
 
 // The name of the element type stays empty: there is none without run-time types.
 template <typename T, typename Controller, bool HasTrivialRelocate>
-void TArray_BaseContainerImpl<T, Controller, HasTrivialRelocate>::_ReportRefusedGrowth(u32 newMaxCount, u64 bytes)
+void TArray_BaseContainerImpl<T, Controller, HasTrivialRelocate>::_ReportRefusedGrowth(u32 newMaxCount,
+                                                                                       u64 bytes) noexcept
 {
     QV_ASSERT_MESSAGE(false, "could not grow array of TArray<%s> to %d elements (%llu bytes)\n", "",
                       static_cast<s32>(newMaxCount), bytes);

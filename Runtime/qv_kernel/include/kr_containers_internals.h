@@ -35,7 +35,7 @@ struct TRangeDestructor
     // Destroys the elements `start` to `end` - 1 of `data`, in this order.
     // Requires: a range the right way round, and elements if there are any to destroy, else reports
     // "start <= end && (data != null || start == end)" and does nothing.
-    static void Destroy(T *data, u32 start, u32 end)
+    static void Destroy(T *data, u32 start, u32 end) noexcept(!HasNonTrivialDestructor)
     {
         QV_ASSERT(start <= end && (data != null || start == end));
         if constexpr (HasNonTrivialDestructor)
@@ -59,7 +59,7 @@ template <typename T, bool HasTrivialRelocate>
 struct TRangeRelocator
 {
     // `to` and `from` may overlap: each element is taken before another one lands on it.
-    static void Relocate(T *to, T *from, u32 count)
+    static void Relocate(T *to, T *from, u32 count) noexcept(HasTrivialRelocate)
     {
         if constexpr (HasTrivialRelocate)
         {

@@ -28,7 +28,7 @@ public:
     T *_Data() noexcept { return m_Data; }
     u32 _Count() const noexcept { return m_Count; }
     u32 _MaxCount() const noexcept { return m_MaxCount; }
-    void _SetMaxCount(u32 maxCount) { m_MaxCount = maxCount; }
+    void _SetMaxCount(u32 maxCount) noexcept { m_MaxCount = maxCount; }
 
     T *_RawBegin() noexcept { return m_Data; }
     const T *_RawBegin() const noexcept { return m_Data; }
@@ -80,7 +80,7 @@ protected:
 
 private:
     // What the allocator is asked for: its default (0) aligns every type that is not over-aligned.
-    static constexpr u32 _BlockAlignment()
+    static constexpr u32 _BlockAlignment() noexcept
     {
         constexpr u32 forElements = alignof(T) > alignof(std::max_align_t) ? u32(alignof(T)) : 0;
         return Controller::Alignment() == 0 ? forElements : QVMax(Controller::Alignment(), u32(alignof(T)));
@@ -88,7 +88,7 @@ private:
 
     bool _GrowByOne();
     T *_MoveToNewBuffer(u64 bytes);
-    QV_INTERNAL_COLD static void _ReportRefusedGrowth(u32 newMaxCount, u64 bytes);
+    QV_INTERNAL_COLD static void _ReportRefusedGrowth(u32 newMaxCount, u64 bytes) noexcept;
 };
 
 namespace Internal

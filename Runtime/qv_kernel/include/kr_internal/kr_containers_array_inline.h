@@ -162,7 +162,7 @@ bool TArray<T, Controller>::CopyFrom(const TMemoryView<const T> &source)
 // The index of an element of this array; kNotOwn for any other object. By addresses: pointers may not leave their array
 // even to be compared.
 template <typename T, typename Controller>
-u32 TArray<T, Controller>::_IndexOfOwn(const T &element) const
+u32 TArray<T, Controller>::_IndexOfOwn(const T &element) const noexcept
 {
     const ureg address = reinterpret_cast<ureg>(__builtin_addressof(element));
     const ureg begin = reinterpret_cast<ureg>(m_Data);

@@ -33,124 +33,127 @@ public:
     using reference = _Element &;
 
     TDebugContiguousBaseIterator() = default;
-    TDebugContiguousBaseIterator(pointer position, const TArray_Base *owner) : RealType{position}, m_Owner(owner) {}
+    TDebugContiguousBaseIterator(pointer position, const TArray_Base *owner) noexcept
+        : RealType{position}, m_Owner(owner)
+    {
+    }
     // From the iterator to elements of the same type, to the one to const elements.
     template <typename OtherType, typename = std::enable_if_t<Internal::IsQualificationConversion<
                                       typename OtherType::ElementType, typename RealType::ElementType>>>
-    TDebugContiguousBaseIterator(const TDebugContiguousBaseIterator<OtherType> &other)
+    TDebugContiguousBaseIterator(const TDebugContiguousBaseIterator<OtherType> &other) noexcept
         : RealType{other.m_Ptr}, m_Owner(other.m_Owner)
     {
     }
 
-    reference operator*() const
+    reference operator*() const noexcept
     {
         if (QV_ASSERTS && QV_INTERNAL_UNLIKELY(!_AtElement()))
             return _Inaccessible();
         return *RealType::m_Ptr;
     }
-    pointer operator->() const { return __builtin_addressof(**this); }
-    reference operator[](s32 n) const { return *(*this + n); }
+    pointer operator->() const noexcept { return __builtin_addressof(**this); }
+    reference operator[](s32 n) const noexcept { return *(*this + n); }
 
-    TDebugContiguousBaseIterator &operator+=(s32 n)
+    TDebugContiguousBaseIterator &operator+=(s32 n) noexcept
     {
         _Move(n);
         return *this;
     }
-    TDebugContiguousBaseIterator &operator-=(s32 n)
+    TDebugContiguousBaseIterator &operator-=(s32 n) noexcept
     {
         _Move(-s64(n));
         return *this;
     }
-    TDebugContiguousBaseIterator &operator++() { return *this += 1; }
-    TDebugContiguousBaseIterator &operator--() { return *this -= 1; }
-    TDebugContiguousBaseIterator operator++(int)
+    TDebugContiguousBaseIterator &operator++() noexcept { return *this += 1; }
+    TDebugContiguousBaseIterator &operator--() noexcept { return *this -= 1; }
+    TDebugContiguousBaseIterator operator++(int) noexcept
     {
         const TDebugContiguousBaseIterator before = *this;
         ++*this;
         return before;
     }
-    TDebugContiguousBaseIterator operator--(int)
+    TDebugContiguousBaseIterator operator--(int) noexcept
     {
         const TDebugContiguousBaseIterator before = *this;
         --*this;
         return before;
     }
-    friend TDebugContiguousBaseIterator operator+(TDebugContiguousBaseIterator it, s32 n) { return it += n; }
-    friend TDebugContiguousBaseIterator operator+(s32 n, TDebugContiguousBaseIterator it) { return it += n; }
-    friend TDebugContiguousBaseIterator operator-(TDebugContiguousBaseIterator it, s32 n) { return it -= n; }
-    friend s32 operator-(const TDebugContiguousBaseIterator &a, const TDebugContiguousBaseIterator &b)
+    friend TDebugContiguousBaseIterator operator+(TDebugContiguousBaseIterator it, s32 n) noexcept { return it += n; }
+    friend TDebugContiguousBaseIterator operator+(s32 n, TDebugContiguousBaseIterator it) noexcept { return it += n; }
+    friend TDebugContiguousBaseIterator operator-(TDebugContiguousBaseIterator it, s32 n) noexcept { return it -= n; }
+    friend s32 operator-(const TDebugContiguousBaseIterator &a, const TDebugContiguousBaseIterator &b) noexcept
     {
         return a._Minus(b);
     }
 
-    friend bool operator==(const TDebugContiguousBaseIterator &a, const TDebugContiguousBaseIterator &b)
+    friend bool operator==(const TDebugContiguousBaseIterator &a, const TDebugContiguousBaseIterator &b) noexcept
     {
         _AssertInStorage(a, b);
         return a.m_Ptr == b.m_Ptr;
     }
-    friend bool operator<(const TDebugContiguousBaseIterator &a, const TDebugContiguousBaseIterator &b)
+    friend bool operator<(const TDebugContiguousBaseIterator &a, const TDebugContiguousBaseIterator &b) noexcept
     {
         _AssertInStorage(a, b);
         return a.m_Ptr < b.m_Ptr;
     }
-    friend bool operator!=(const TDebugContiguousBaseIterator &a, const TDebugContiguousBaseIterator &b)
+    friend bool operator!=(const TDebugContiguousBaseIterator &a, const TDebugContiguousBaseIterator &b) noexcept
     {
         return !(a == b);
     }
-    friend bool operator>(const TDebugContiguousBaseIterator &a, const TDebugContiguousBaseIterator &b)
+    friend bool operator>(const TDebugContiguousBaseIterator &a, const TDebugContiguousBaseIterator &b) noexcept
     {
         return b < a;
     }
-    friend bool operator<=(const TDebugContiguousBaseIterator &a, const TDebugContiguousBaseIterator &b)
+    friend bool operator<=(const TDebugContiguousBaseIterator &a, const TDebugContiguousBaseIterator &b) noexcept
     {
         return !(b < a);
     }
-    friend bool operator>=(const TDebugContiguousBaseIterator &a, const TDebugContiguousBaseIterator &b)
+    friend bool operator>=(const TDebugContiguousBaseIterator &a, const TDebugContiguousBaseIterator &b) noexcept
     {
         return !(a < b);
     }
 
 private:
-    void _AssertInStorage() const
+    void _AssertInStorage() const noexcept
     {
         QV_ASSERT(m_Owner != null && RealType::m_Ptr >= m_Owner->_RawBegin() && RealType::m_Ptr <= m_Owner->_RawEnd());
     }
-    static void _AssertInStorage(const TDebugContiguousBaseIterator &a, const TDebugContiguousBaseIterator &b)
+    static void _AssertInStorage(const TDebugContiguousBaseIterator &a, const TDebugContiguousBaseIterator &b) noexcept
     {
         a._AssertInStorage();
         b._AssertInStorage();
     }
 
-    bool _AtElement() const
+    bool _AtElement() const noexcept
     {
         return m_Owner != nullptr && RealType::m_Ptr >= m_Owner->_RawBegin() && RealType::m_Ptr < m_Owner->_RawEnd();
     }
 
     // Addresses instead of pointers, which may not leave their array even to be compared.
-    ureg _AddressAt(s64 n) const
+    ureg _AddressAt(s64 n) const noexcept
     {
         return reinterpret_cast<ureg>(RealType::m_Ptr) + static_cast<ureg>(n) * sizeof(_Element);
     }
-    bool _InStorage(ureg address) const
+    bool _InStorage(ureg address) const noexcept
     {
         return m_Owner != nullptr && address >= reinterpret_cast<ureg>(m_Owner->_RawBegin()) &&
                address <= reinterpret_cast<ureg>(m_Owner->_RawEnd());
     }
 
-    void _Move(s64 n)
+    void _Move(s64 n) noexcept
     {
         if (QV_ASSERTS && QV_INTERNAL_UNLIKELY(!_InStorage(_AddressAt(n))))
             _MoveOutside(n);
         else
             RealType::m_Ptr += static_cast<std::ptrdiff_t>(n);
     }
-    QV_INTERNAL_COLD void _MoveOutside(s64 n)
+    QV_INTERNAL_COLD void _MoveOutside(s64 n) noexcept
     {
         RealType::m_Ptr = reinterpret_cast<pointer>(_AddressAt(n));
         _AssertInStorage();
     }
 
-    s32 _Minus(const TDebugContiguousBaseIterator &other) const
+    s32 _Minus(const TDebugContiguousBaseIterator &other) const noexcept
     {
         QV_ASSERT_MESSAGE(m_Owner == other.m_Owner, "unrelated iterators.");
         if (QV_ASSERTS && QV_INTERNAL_UNLIKELY(m_Owner != other.m_Owner))
@@ -159,7 +162,7 @@ private:
     }
 
     // What a dereference outside the elements refers to, after its one report.
-    QV_INTERNAL_COLD reference _Inaccessible() const
+    QV_INTERNAL_COLD reference _Inaccessible() const noexcept
     {
         QV_ASSERT(RealType::m_Ptr != null);
         if (RealType::m_Ptr != nullptr)

@@ -142,7 +142,7 @@ int EvalAssertFormatV(const SFailure &failure, const char *format, std::va_list 
 
 } // namespace
 
-FHandler SetHandler(FHandler handler)
+FHandler SetHandler(FHandler handler) noexcept
 {
     const FHandler before = __atomic_exchange_n(&g_Handler, handler, __ATOMIC_SEQ_CST);
     return before != nullptr ? before : &DefaultHandler;
