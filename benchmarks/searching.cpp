@@ -1,5 +1,6 @@
-// Finding a character, the last one, and a substring: what is looked for stands at the far end of the text, or nowhere.
-// The text is that of headers.
+// Finding a character, the last one, and a substring, also the last one and in another case: what is looked for stands at
+// the far end of the text, or nowhere. The text is that of headers; a hard one is of one character, of which the needle is
+// but for one in its middle.
 #include <algorithm>
 #include <cstring>
 #include <functional>
@@ -63,10 +64,11 @@ void AddLast(const char *name, const std::string &text)
     row.Limit("read", ReadLimit(text.size()));
 }
 
-void AddText(const char *name, const std::string &text, const std::string &needle)
+template <typename Find>
+void AddText(const char *name, const std::string &text, const std::string &needle, Find find)
 {
     CRow row(name, text.size());
-    row.Add("ours", [ours = CString(text.c_str()), needle] { return Place(ours.FindFirstOf(needle.c_str())); });
+    row.Add("ours", [ours = CString(text.c_str()), needle, find] { return Place(find(ours, needle)); });
     row.Add("std::string", [text, needle] { return Place(text.find(needle)); });
     row.Add("std::horspool",
             [text, searcher = std::boyer_moore_horspool_searcher(needle.begin(), needle.end())]
@@ -94,6 +96,92 @@ void AddText(const char *name, const std::string &text, const std::string &needl
     row.Limit("read", ReadLimit(text.size()));
 }
 
+CGuid FirstToTerminator(const CString &text, const std::string &needle)
+{
+    return text.FindFirstOf(needle.c_str());
+}
+
+CGuid FirstByLength(const CString &text, const std::string &needle)
+{
+    return text.FindText(CStringView(needle.data(), static_cast<u32>(needle.size())));
+}
+
+char Lowered(char character)
+{
+    return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
+}
+
+void AddTextInAnyCase(const char *name, const std::string &text, const std::string &needle)
+{
+    CRow row(name, text.size());
+    row.Add("ours", [ours = CString(text.c_str()), needle]
+            { return Place(ours.FindText(needle.c_str(), 0, CaseInsensitive)); });
+    row.Add("std::search",
+            [text, needle]
+            {
+                const auto found = std::search(text.begin(), text.end(), needle.begin(), needle.end(),
+                                               [](char a, char b) { return Lowered(a) == Lowered(b); });
+                return found != text.end() ? s64(found - text.begin()) : s64(-1);
+            });
+#if defined(__GLIBC__)
+    row.Add("strcasestr", [text, needle] { return Place(text.data(), strcasestr(text.c_str(), needle.c_str())); });
+#endif
+#if QV_BENCH_BOOST
+    row.Add("boost::ifind_first",
+            [text, needle]
+            {
+                const auto found = boost::ifind_first(text, needle);
+                return found.empty() ? s64(-1) : s64(found.begin() - text.begin());
+            });
+#endif
+    row.Limit("read", ReadLimit(text.size()));
+}
+
+void AddLastText(const char *name, const std::string &text, const std::string &needle)
+{
+    CRow row(name, text.size());
+    row.Add("ours", [ours = CString(text.c_str()), needle] { return Place(ours.FindLastText(needle.c_str())); });
+    row.Add("std::string", [text, needle] { return Place(text.rfind(needle)); });
+    row.Add("std::find_end",
+            [text, needle]
+            {
+                const auto found = std::find_end(text.begin(), text.end(), needle.begin(), needle.end());
+                return found != text.end() ? s64(found - text.begin()) : s64(-1);
+            });
+#if QV_BENCH_BOOST
+    row.Add("boost::find_last",
+            [text, needle]
+            {
+                const auto found = boost::find_last(text, needle);
+                return found.empty() ? s64(-1) : s64(found.begin() - text.begin());
+            });
+#endif
+#if QV_BENCH_QT
+    row.Add("QByteArray", [bytes = QByteArray::fromStdString(text), sought = QByteArray::fromStdString(needle)]
+            { return s64(bytes.lastIndexOf(sought)); });
+#endif
+    row.Limit("read", ReadLimit(text.size()));
+}
+
+// Peers that take the product of the lengths are left out but for the standard library's, which end soon enough.
+void AddHardTexts(size_t size)
+{
+    const std::string text(size, 'a');
+    const std::string needle = std::string(255, 'a') + 'b' + std::string(256, 'a');
+    CRow first("find_text_hard", size);
+    first.Add("ours", [ours = CString(text.c_str()), needle] { return Place(ours.FindText(needle.c_str())); });
+    first.Add("std::string", [text, needle] { return Place(text.find(needle)); });
+#if defined(__GLIBC__)
+    first.Add("memmem", [text, needle]
+              { return Place(text.data(), memmem(text.data(), text.size(), needle.data(), needle.size())); });
+#endif
+    first.Limit("read", ReadLimit(size));
+    CRow last("find_last_text_hard", size);
+    last.Add("ours", [ours = CString(text.c_str()), needle] { return Place(ours.FindLastText(needle.c_str())); });
+    last.Add("std::string", [text, needle] { return Place(text.rfind(needle)); });
+    last.Limit("read", ReadLimit(size));
+}
+
 void AddRows(size_t size)
 {
     const std::string text = HeaderText(size);
@@ -104,8 +192,15 @@ void AddRows(size_t size)
     std::reverse(marked.begin(), marked.end());
     AddLast("find_last_char", marked);
     AddLast("find_last_char_missing", text);
-    AddText("find_text", text.substr(0, size - kNeedle.size()) + kNeedle, kNeedle);
-    AddText("find_text_missing", text, kNeedle);
+    const std::string withNeedle = text.substr(0, size - kNeedle.size()) + kNeedle;
+    AddText("find_text", withNeedle, kNeedle, &FirstToTerminator);
+    AddText("find_text_missing", text, kNeedle, &FirstToTerminator);
+    AddText("find_text_by_length", withNeedle, kNeedle, &FirstByLength);
+    AddText("find_text_by_length_missing", text, kNeedle, &FirstByLength);
+    AddTextInAnyCase("find_text_nocase", withNeedle, "ZEBRA Crossing");
+    AddTextInAnyCase("find_text_nocase_missing", text, "ZEBRA Crossing");
+    AddLastText("find_last_text", kNeedle + text.substr(0, size - kNeedle.size()), kNeedle);
+    AddLastText("find_last_text_missing", text, kNeedle);
 }
 
 } // namespace
@@ -114,6 +209,8 @@ void RegisterRows()
 {
     for (const size_t size : {64u, 65536u, 655360u, 6553600u})
         AddRows(size);
+    for (const size_t size : {65536u, 655360u, 6553600u})
+        AddHardTexts(size);
 }
 
 } // namespace Bench
