@@ -93,8 +93,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
 
     // The pattern in the text; then another part in it, with terminators, which may be cut out of it.
     const u32 start = input.Below(text.Length() + 2);
-    const std::string other =
-        input.Flag() ? text.Text().substr(start % (text.Length() + 1), input.Byte()) + input.Text() : input.Text();
+    std::string other = input.Flag() ? text.Text().substr(start % (text.Length() + 1), input.Byte()) : std::string();
+    other += input.Text();
     const std::string withOther = text.Text() + other + text.Text();
     const CString longer = NewString(withOther, input.Byte());
     if (watch.HasRefused())

@@ -11,6 +11,7 @@
 #include "every_locale.h"
 #include "every_text.h"
 #include "kr_string.h"
+#include "search_model.h"
 #include "string_checks.h"
 #include "test_allocator.h"
 #include "text_pieces.h"
@@ -624,6 +625,38 @@ TEST(StringViewOperations, FindLastOfAnswersTheLastIndex)
     EXPECT_FALSE(CStringView().FindLastOf('a').Valid());
 }
 
+TEST(StringViewOperations, FindTextAnswersTheFirstPlaceOfTheWholeTextFromStartOn)
+{
+    const CStringView view("abcabcx", 6);
+    EXPECT_EQ(view.FindText("bc"), 1u);
+    EXPECT_EQ(view.FindText("bc", 2), 4u);
+    EXPECT_EQ(view.FindText(CStringView("bcx", 2), 4), 4u);
+    EXPECT_EQ(view.FindText(CString("BC"), 2, CaseInsensitive), 4u);
+    EXPECT_EQ(view.FindText("BC", 2, kBeyondTheNamedOnes), 4u);
+    EXPECT_FALSE(view.FindText("bc", 5).Valid());
+    EXPECT_FALSE(view.FindText("BC").Valid());
+    EXPECT_FALSE(view.FindText("cx").Valid());
+    EXPECT_FALSE(view.FindText("abcabcx").Valid());
+    EXPECT_EQ(Literal("a\0b\0c").FindText(Literal("\0c")), 3u);
+    EXPECT_EQ(Literal("a\0b\0c").FindText("\0c", 5), 5u);
+    EXPECT_FALSE(Literal("a\0b\0c").FindText("\0c", 6).Valid());
+}
+
+TEST(StringViewOperations, FindLastTextAnswersTheLastPlaceOfTheWholeText)
+{
+    const CStringView view("abcabcx", 6);
+    EXPECT_EQ(view.FindLastText("bc"), 4u);
+    EXPECT_EQ(view.FindLastText("abcabc"), 0u);
+    EXPECT_EQ(view.FindLastText(CStringView("abx", 2)), 3u);
+    EXPECT_EQ(view.FindLastText(CString("BC"), CaseInsensitive), 4u);
+    EXPECT_EQ(view.FindLastText("BC", kBeyondTheNamedOnes), 4u);
+    EXPECT_FALSE(view.FindLastText("BC").Valid());
+    EXPECT_FALSE(view.FindLastText("cx").Valid());
+    EXPECT_FALSE(view.FindLastText("abcabcx").Valid());
+    EXPECT_EQ(Literal("a\0b\0c").FindLastText(Literal("\0")), 3u);
+    EXPECT_EQ(Literal("a\0b\0c").FindLastText("\0c"), 5u);
+}
+
 TEST(StringViewOperations, FindWithANullOrEmptySetFindsNothing)
 {
     const CStringView view = Literal("a\0b");
@@ -684,6 +717,13 @@ TEST(StringViewOperations, NullWithALengthHasNoCharactersToLookAt)
     EXPECT_FALSE(view.FindFirstOf("a").Valid());
     EXPECT_FALSE(view.FindNextOf('\0', 1).Valid());
     EXPECT_FALSE(view.FindLastOf('\0').Valid());
+    EXPECT_FALSE(view.FindText("a").Valid());
+    EXPECT_EQ(view.FindText(view), 0u);
+    EXPECT_FALSE(view.FindText("", 1).Valid());
+    EXPECT_FALSE(view.FindLastText("a", CaseInsensitive).Valid());
+    EXPECT_EQ(view.FindLastText(view), 0u);
+    EXPECT_EQ(Literal("abc").FindText(view, 2), 2u);
+    EXPECT_EQ(Literal("abc").FindLastText(view), 3u);
     for (const CStringView &derived : {view.Slice(2), view.Slice(1, 2), view.Strip('\0'), view.Strip("ab")})
         EXPECT_EQ(derived.Data(), nullptr);
 }
@@ -759,6 +799,13 @@ CAnswers AnswersOf(const CStringView &view)
             add(Answer(view.EndsWith(ViewOf(text), sensitivity)));
             add(Answer(view.Contains(text.c_str(), sensitivity)));
             add(Answer(view.Contains(ViewOf(text), sensitivity)));
+            add(Answer(view.FindLastText(text.c_str(), sensitivity)));
+            add(Answer(view.FindLastText(ViewOf(text), sensitivity)));
+            for (const u32 start : kPlaces)
+            {
+                add(Answer(view.FindText(text.c_str(), start, sensitivity)));
+                add(Answer(view.FindText(ViewOf(text), start, sensitivity)));
+            }
         }
         add(Answer(view == text.c_str()));
         add(Answer(view == ViewOf(text)));
@@ -817,6 +864,11 @@ CAnswers ModelAnswersOf(const std::string &view)
                 add(Answer(ModelEndsWith(view, text, ignoreCase)));
             for (int form = 0; form < 2; ++form)
                 add(Answer(ModelContains(view, text, ignoreCase)));
+            for (int form = 0; form < 2; ++form)
+                add(AnswerFound(SearchModelFindLast(view, text, ignoreCase)));
+            for (const size_t start : kPlaces)
+                for (int form = 0; form < 2; ++form)
+                    add(AnswerFound(SearchModelFindFrom(view, text, start, ignoreCase)));
         }
         add(Answer(view == text));
         add(Answer(view == text));
@@ -893,6 +945,10 @@ TEST(StringViewOperations, NeitherOfTwoViewsIsReadOutsideAtTheEndOfMemory)
                     ASSERT_EQ(a.View().StartsWith(b.View(), sensitivity), ModelStartsWith(text, other, ignoreCase));
                     ASSERT_EQ(a.View().EndsWith(b.View(), sensitivity), ModelEndsWith(text, other, ignoreCase));
                     ASSERT_EQ(a.View().Contains(b.View(), sensitivity), ModelContains(text, other, ignoreCase));
+                    ASSERT_EQ(Answer(a.View().FindText(b.View(), 0, sensitivity)),
+                              AnswerFound(SearchModelFind(text, other, ignoreCase)));
+                    ASSERT_EQ(Answer(a.View().FindLastText(b.View(), sensitivity)),
+                              AnswerFound(SearchModelFindLast(text, other, ignoreCase)));
                 }
             }
         }
@@ -915,6 +971,9 @@ TEST(StringViewOperations, BuffersAreReadNoFurtherThanTheirTerminator)
         ASSERT_TRUE(ViewOf(text) == buffer.Data());
         ASSERT_TRUE(ViewOf(longer).StartsWith(buffer.Data()));
         ASSERT_TRUE(ViewOf(longer).Contains(buffer.Data(), CaseInsensitive));
+        ASSERT_EQ(ViewOf(longer).FindText(buffer.Data(), 0, CaseInsensitive), 0u);
+        ASSERT_EQ(Answer(ViewOf(longer).FindLastText(buffer.Data())),
+                  AnswerFound(SearchModelFindLast(longer, text, false)));
         ASSERT_EQ(ViewOf(longer).EndsWith(buffer.Data()), ModelEndsWith(longer, text, false));
         ASSERT_EQ(TextOf(ViewOf(longer).StripLeft(buffer.Data())), ModelStripLeft(longer, text));
         ASSERT_EQ(Answer(ViewOf(longer).FindFirstOf(buffer.Data())), AnswerFound(longer.find_first_of(text)));
@@ -931,6 +990,8 @@ TEST(StringViewOperations, NothingButToStringAllocates)
         all || view.StartsWith("x") || view.EndsWith("x") || view.Contains("x") || view.Contains("X", CaseInsensitive);
     all = all || view.Strip(' ').Empty() || view.Strip(" ").Empty() || view.FindFirstOf('x').Valid();
     all = all || view.FindFirstOf("x").Valid() || view.FindLastOf('x').Valid();
+    all = all || view.FindText("x").Valid() || view.FindText("X", 0, CaseInsensitive).Valid();
+    all = all || view.FindLastText("x").Valid() || view.FindLastText("X", CaseInsensitive).Valid();
     EXPECT_FALSE(all);
     EXPECT_EQ(view.AnalyzeCasing(), CasingType_Mixed);
     EXPECT_EQ(allocator.RequestCount(), 0u);
@@ -952,6 +1013,8 @@ TEST(StringViewOperations, NoLocaleChangesPrefixSuffixAndSubstringTestsIgnoringC
                     ASSERT_EQ(ViewOf(x).StartsWith(ViewOf(y), CaseInsensitive), equal) << a << ", " << b;
                     ASSERT_EQ(ViewOf(x).EndsWith(ViewOf(y), CaseInsensitive), equal) << a << ", " << b;
                     ASSERT_EQ(ViewOf(x).Contains(ViewOf(y), CaseInsensitive), equal) << a << ", " << b;
+                    ASSERT_EQ(ViewOf(x).FindText(ViewOf(y), 0, CaseInsensitive).Valid(), equal) << a << ", " << b;
+                    ASSERT_EQ(ViewOf(x).FindLastText(ViewOf(y), CaseInsensitive).Valid(), equal) << a << ", " << b;
                 }
             }
         });
