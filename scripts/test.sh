@@ -110,6 +110,7 @@ step_in_fixed_placement 'thread sanitizer (clang++)' tsan 'threads' qv_kernel_th
 step_in_fixed_placement 'memory sanitizer (clang++)' msan 'driver'
 # Three that have nothing to do with each other share a build.
 step_units 'tracking, portable, unsigned char' tracking-portable
+step 'tracking: the example of what is copied' tracking-portable 'example_copy_figures' example_copy_figures
 step_units 'no assertions, no cache (g++)' no-asserts
 # Each target searches for some seconds.
 step 'fuzz targets (clang++)' fuzz 'fuzz'

@@ -462,6 +462,28 @@ void WalkContainers()
     }
 }
 
+// Counts nothing in a library without tracking; what it answers of the places has been written all the same.
+void WalkSharing()
+{
+    CString::SCopyFigures before;
+    const bool counts = CString::CopyFigures(before);
+    CString string("abc");
+    QV_TEST_CHECK(!string.IsShared());
+    CString copy = string;
+    QV_TEST_CHECK(string.IsShared() && copy.IsShared());
+    copy.AtForWriting(0) = 'x';
+    QV_TEST_CHECK(!string.IsShared() && !copy.IsShared());
+    CString::SCopyFigures after;
+    QV_TEST_CHECK(CString::CopyFigures(after) == counts);
+    QV_TEST_CHECK(after.m_PrivateCopies - before.m_PrivateCopies == (counts ? 1u : 0u));
+    QV_TEST_CHECK(after.m_PrivateCharacters - before.m_PrivateCharacters == (counts ? 3u : 0u));
+    CString::SCopySite sites[4];
+    const u32 count = CString::CopySites(sites);
+    QV_TEST_CHECK((count != 0) == counts);
+    for (u32 i = 0; i < QVMin(count, 4u); ++i)
+        QV_TEST_CHECK(sites[i].m_Copies != 0 && sites[i].m_Edit[0] != '\0' && sites[i].m_CalledFrom != nullptr);
+}
+
 void WalkFormats()
 {
     const CString line = CString::Format("%d of %s: %.3f", 7, "nine", 1.25);
@@ -527,6 +549,7 @@ int main()
 {
     const Assert::FHandler handler = Assert::SetHandler(&RecordReport);
     WalkContainers();
+    WalkSharing();
     WalkFormats();
     WalkNumbers();
     WalkBadInput();

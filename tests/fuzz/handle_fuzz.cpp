@@ -29,6 +29,7 @@ public:
         m_Shared = (choice & 1) != 0 ? m_String : CString();
         m_SharedText = (choice & 1) != 0 ? m_Text : std::string();
         m_Watch.BeginStep();
+        _CheckSharing();
         switch ((choice >> 1) % 5)
         {
         case 0:
@@ -148,6 +149,20 @@ private:
         QV_FUZZ_CHECK(TextOf(other) == m_Text);
         m_Text = otherText;
         _Expect(otherText);
+    }
+
+    // Nobody else holds the characters but the handle that shares them.
+    void _CheckSharing() const
+    {
+        const bool shares = ContainerOf(m_String) != nullptr && ContainerOf(m_String) == ContainerOf(m_Shared);
+        QV_FUZZ_CHECK(m_String.IsShared() == shares);
+        CString::SCopyFigures figures;
+        CString::SCopySite site;
+        const bool counts = CString::CopyFigures(figures);
+        QV_FUZZ_CHECK(counts || figures.m_SharedCopies + figures.m_PrivateCopies + figures.m_PrivateCharacters == 0);
+        const u32 places = CString::CopySites(TMemoryView<CString::SCopySite>(&site, 1));
+        QV_FUZZ_CHECK((places != 0) == (figures.m_PrivateCopies != 0));
+        QV_FUZZ_CHECK(places == 0 || (site.m_Copies != 0 && site.m_Copies <= figures.m_PrivateCopies));
     }
 
     bool _IsEmpty() const { return m_Text.empty() || m_Text[0] == '\0'; }

@@ -34,6 +34,7 @@ kr_internal/kr_containers_array_inline.h
 kr_containers_array.h
 kr_containers_std.h
 kr_string_fwd.h
+kr_internal/kr_string_copies.h
 kr_string_container.h
 kr_string_view.h
 kr_internal/kr_string_compare.h

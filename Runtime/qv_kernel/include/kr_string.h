@@ -72,6 +72,7 @@ namespace Quorvane
 //     CStr                     a text of ""           a text of ""           a text that ends at once
 //     begin and end, Slice     -; a null view         -; an empty view       by length
 //     First, Last              report                 report                 report
+//     IsShared                 false                  by the handles         by the handles
 //     Clear                    -                      -                      -: the length stays
 //     Format of it             null; VAFormat reports null                   null (a format is a text)
 //     Append to it             becomes the other side becomes the other side becomes the other side; *: by length
@@ -229,6 +230,14 @@ public:
     // Bytes held by this handle and by its container, which other handles may share.
     ureg MemoryFootprint() const noexcept;
 
+    // Whether other handles share the characters, as it was a moment ago: then a write copies them first. False without a
+    // container.
+    [[nodiscard]] bool IsShared() const noexcept
+    {
+        const CStringContainer *container = m_Container.Get();
+        return container != nullptr && container->RefCount() > 1;
+    }
+
     // ---- Writing ----------------------------------------------------------------------------------------------------
 
     // Each first makes the characters this handle's own, by a copy of the fixed form when they are shared.
@@ -236,7 +245,7 @@ public:
 
     // Writable characters; null without a container, or when the copy cannot be had. After changing where the text
     // ends, call RebuildAfterRawModification. Invalidates: pointers and views, when it copies.
-    char *RawDataForWriting() noexcept;
+    QV_INTERNAL_EDIT_INLINE char *RawDataForWriting() noexcept;
     TMemoryView<char> ViewForWriting() noexcept;
 
     // Sets the length to the first terminator, for a caller that wrote characters it got from one of the above.
@@ -253,6 +262,39 @@ public:
 
     // Exchanges the containers; no count changes.
     friend void swap(CString &a, CString &b) noexcept { a.m_Container.Swap(b.m_Container); }
+
+    // ---- What sharing saves and costs -------------------------------------------------------------------------------
+
+    // Counted from the start of the process on, in a build with QV_MEM_TRACKING. Any thread may ask at any time.
+
+    struct SCopyFigures
+    {
+        u64 m_SharedCopies;      // handles copied, by the library, too: each shares its characters, and copies none
+        u64 m_PrivateCopies;     // private copies that edits made since the characters were shared
+        u64 m_PrivateCharacters; // how many characters they copied
+    };
+
+    // A place of the program with an edit that copied.
+    struct SCopySite
+    {
+        const char *m_Edit;       // the name of the edit: "ToUppercase", "Append" (`+=`, too), "RawDataForWriting"
+        const void *m_CalledFrom; // the address in the program that the edit returned to
+        u64 m_Copies;
+        u64 m_Characters;
+    };
+
+    // A private copy is one that the edit had not made of a string that nobody shares. It counts once, for the edit that
+    // the program called, be that one by way of another. So Append, Prepend, Insert and AppendSlashAnd count when they leave
+    // a container that could have grown in place; to one of the fixed form they add in a new one in any case, as Escape and
+    // Ident do. Functions that give a new string are no edits, and what was refused is no copy.
+    // Returns: false, with figures of 0, in a build without tracking.
+    static bool CopyFigures(SCopyFigures &outFigures) noexcept;
+
+    // The places with the most private copies, by falling number, as many as there is room for.
+    // Returns: how many places there are, which may be more; 0 in a build without tracking. 512 are told apart, and what
+    // comes later is one place of an empty name and a null address.
+    // Cost: the number of places, multiplied by the room. Allocates: nothing.
+    static u32 CopySites(const TMemoryView<SCopySite> &outSites) noexcept;
 
     // ---- Formatting -------------------------------------------------------------------------------------------------
 
@@ -282,7 +324,7 @@ public:
     // Requires: `otherLength` characters before the terminator, else reports
     // "otherLength <= SNativeStringUtils::Length(other)" and takes that many all the same.
     CString &Append(const char *other, u32 otherLength) noexcept;
-    CString &Append(char character) noexcept
+    QV_INTERNAL_EDIT_INLINE CString &Append(char character) noexcept
     {
         CStringContainer *container = m_Container.Get();
         if (QV_INTERNAL_UNLIKELY(container == nullptr || character == '\0'))
@@ -299,12 +341,12 @@ public:
     CString &Prepend(const char *other, u32 otherLength) noexcept;
     CString &Prepend(char character) noexcept;
 
-    CString &operator+=(const CString &other) noexcept { return Append(other); }
-    CString &operator+=(const CStringView &other) noexcept { return Append(other); }
-    CString &operator+=(const char *other) noexcept { return Append(other); }
+    QV_INTERNAL_EDIT_INLINE CString &operator+=(const CString &other) noexcept { return Append(other); }
+    QV_INTERNAL_EDIT_INLINE CString &operator+=(const CStringView &other) noexcept { return Append(other); }
+    QV_INTERNAL_EDIT_INLINE CString &operator+=(const char *other) noexcept { return Append(other); }
     // Exactly a char: a literal 0 stays a null text.
     template <typename Character, typename = Internal::String::IfCharacter<Character>>
-    CString &operator+=(Character character) noexcept;
+    QV_INTERNAL_EDIT_INLINE CString &operator+=(Character character) noexcept;
 
     // ---- Inserting and erasing --------------------------------------------------------------------------------------
 
@@ -317,7 +359,7 @@ public:
     CString &Insert(u32 index, const CStringView &piece) noexcept;
     CString &Insert(u32 index, const char *piece) noexcept;
     template <typename Character, typename = Internal::String::IfCharacter<Character>>
-    CString &Insert(u32 index, Character character) noexcept;
+    QV_INTERNAL_EDIT_INLINE CString &Insert(u32 index, Character character) noexcept;
 
     // Takes out the characters from `first` up to, not including, `last`, in place; a string that shares its characters
     // gets what is left of them in a new container of the fixed form. Equal indices change nothing. Returns: this string.
@@ -344,9 +386,9 @@ public:
     CString &AppendSlashAnd(const char *other) noexcept;
     CString &AppendSlashAnd(const char *other, u32 length) noexcept;
 
-    CString &operator/=(const CString &other) noexcept { return AppendSlashAnd(other); }
-    CString &operator/=(const CStringView &other) noexcept { return AppendSlashAnd(other); }
-    CString &operator/=(const char *other) noexcept { return AppendSlashAnd(other); }
+    QV_INTERNAL_EDIT_INLINE CString &operator/=(const CString &other) noexcept { return AppendSlashAnd(other); }
+    QV_INTERNAL_EDIT_INLINE CString &operator/=(const CStringView &other) noexcept { return AppendSlashAnd(other); }
+    QV_INTERNAL_EDIT_INLINE CString &operator/=(const char *other) noexcept { return AppendSlashAnd(other); }
 
     // Ends the string with a slash, unless it is empty or has one.
     CString &AppendSlash() noexcept;
@@ -634,7 +676,7 @@ private:
     bool _IsUniqueAndResizable() const noexcept;
 
     // A private copy of a container that is shared.
-    void _MakeUnique() noexcept
+    QV_INTERNAL_EDIT_INLINE void _MakeUnique() noexcept
     {
         const CStringContainer *container = m_Container.Get();
         if (QV_INTERNAL_UNLIKELY(container != nullptr && container->RefCount() > 1))

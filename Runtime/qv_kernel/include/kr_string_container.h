@@ -4,6 +4,7 @@
 
 #include <cstring>
 
+#include "kr_internal/kr_string_copies.h"
 #include "kr_refptr.h"
 #include "kr_string_fwd.h"
 #include "qv_defs.h"
@@ -80,6 +81,14 @@ public:
 
     // Bytes held: characters, rounded up to 16, plus 32 bytes.
     u64 MemoryFootprint() const noexcept;
+
+    // Adds a strong reference: what the counted base does, and counts it among the copies that are shared.
+    void AddReference() const noexcept
+    {
+        if constexpr (QV_MEM_TRACKING)
+            Internal::String::CountSharedCopy();
+        CRefCountedObject::AddReference();
+    }
 
     // Drops a strong reference, and destroys the container with the last one: what the counted base does, without the
     // virtual calls, since nothing derives from this class. It does not ask first whether this is the last one: that

@@ -180,6 +180,20 @@ TEST(StringOfNothing, FirstAndLast)
     }
 }
 
+TEST(StringOfNothing, IsShared)
+{
+    CString null;
+    const CString nullCopy = null;
+    EXPECT_FALSE(null.IsShared());
+    for (const CString &string : {Empty(), Begun()})
+    {
+        EXPECT_FALSE(string.IsShared());
+        const CString copy = string;
+        EXPECT_TRUE(string.IsShared());
+        EXPECT_TRUE(copy.IsShared());
+    }
+}
+
 TEST(StringOfNothing, Clear)
 {
     const auto clear = [](CString &string) { string.Clear(); };

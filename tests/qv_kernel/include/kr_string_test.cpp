@@ -45,6 +45,35 @@ u32 LengthOfString(const CString &string)
     return string.Length();
 }
 
+// Sharing.
+
+TEST(StringHeader, IsSharedWhileAnotherHandleHoldsTheCharacters)
+{
+    CString string("abc");
+    EXPECT_FALSE(string.IsShared());
+    {
+        const CString other = string;
+        EXPECT_TRUE(string.IsShared());
+        EXPECT_TRUE(other.IsShared());
+        const CStringView view = other;
+        EXPECT_EQ(view.Data(), string.Data());
+    }
+    EXPECT_FALSE(string.IsShared());
+    const PStringContainer container(ContainerOf(string));
+    EXPECT_TRUE(string.IsShared());
+}
+
+TEST(StringHeader, IsSharedNoMoreAfterAWriteOrAMove)
+{
+    CString string("abc");
+    CString other = string;
+    string.AtForWriting(0) = 'x';
+    EXPECT_FALSE(string.IsShared());
+    EXPECT_FALSE(other.IsShared());
+    const CString moved = std::move(other);
+    EXPECT_FALSE(moved.IsShared());
+}
+
 // Types.
 
 TEST(StringHeader, AStringIsOnePointer)

@@ -31,13 +31,13 @@ namespace Internal::String
 // A character is a view of one; a terminator is appended as nothing.
 
 template <typename Character, typename>
-CString &CString::operator+=(Character character) noexcept
+inline CString &CString::operator+=(Character character) noexcept
 {
     return Append(character);
 }
 
 template <typename Character, typename>
-CString &CString::Insert(u32 index, Character character) noexcept
+inline CString &CString::Insert(u32 index, Character character) noexcept
 {
     return _Insert(index, CStringView(&character, character != '\0' ? 1 : 0));
 }

@@ -247,7 +247,7 @@ void DefaultFree(void *block, EAllocType, EOrigin origin, const char *, const ch
 
 } // namespace Internal
 
-bool LiveFigures(const char *tag, SFigures &outFigures)
+bool LiveFigures(const char *tag, SFigures &outFigures) noexcept
 {
     outFigures = SFigures{0, 0};
     const Internal::CProcessGuard guard(g_Lock);

@@ -2,6 +2,7 @@
 #include "kr_string.h"
 
 #include "../kr_buffer/buffer_edit.h"
+#include "copy_figures.h"
 #include "null_text.h"
 
 namespace Quorvane
@@ -85,18 +86,21 @@ ECasingType CString::AnalyzeCasing() const noexcept
 
 CString &CString::ToUppercase() noexcept
 {
+    QV_INTERNAL_EDIT;
     ConvertInPlace<&Internal::Buffer::UppercaseInPlace>(*this);
     return *this;
 }
 
 CString &CString::ToLowercase() noexcept
 {
+    QV_INTERNAL_EDIT;
     ConvertInPlace<&Internal::Buffer::LowercaseInPlace>(*this);
     return *this;
 }
 
 CString &CString::ConformTo(ECasingType casing) noexcept
 {
+    QV_INTERNAL_EDIT;
     if (casing == CasingType_Uppercase)
         return ToUppercase();
     if (casing == CasingType_Lowercase)
@@ -109,6 +113,7 @@ CString &CString::ConformTo(ECasingType casing) noexcept
 
 CString CString::ConformedTo(ECasingType casing) const noexcept
 {
+    QV_INTERNAL_NO_EDIT;
     if (Empty() || !IsConversion(casing))
     {
         CString result(*this);

@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "../kr_buffer/buffer_scan.h"
+#include "copy_figures.h"
 #include "string_growth.h"
 
 namespace Quorvane
@@ -155,7 +156,11 @@ QV_INTERNAL_NOINLINE CString &CString::_AppendSlow(const char *other, u32 length
     }
     QV_ASSERT(CStringContainer::SafeData(m_Container.Get()) != null);
     if (!uniqueAndResizable || !AppendInPlace(*m_Container, other, length))
-        m_Container = NewSum(Data(), Length(), other, length);
+    {
+        PStringContainer sum = NewSum(Data(), Length(), other, length);
+        Internal::String::CountCopyToGrow(m_Container.Get(), sum);
+        m_Container = std::move(sum);
+    }
     return *this;
 }
 
@@ -190,22 +195,29 @@ QV_INTERNAL_NOINLINE CString &CString::_PrependSlow(const char *other, u32 lengt
     }
     QV_ASSERT(CStringContainer::SafeData(m_Container.Get()) != null);
     if (!uniqueAndResizable || !PrependInPlace(*m_Container, other, length))
-        m_Container = NewSum(other, length, Data(), Length());
+    {
+        PStringContainer sum = NewSum(other, length, Data(), Length());
+        Internal::String::CountCopyToGrow(m_Container.Get(), sum);
+        m_Container = std::move(sum);
+    }
     return *this;
 }
 
 CString &CString::Append(const CString &other) noexcept
 {
+    QV_INTERNAL_EDIT;
     return other.Empty() ? *this : _AppendFast(other.Data(), other.Length());
 }
 
 CString &CString::Append(const CStringView &other) noexcept
 {
+    QV_INTERNAL_EDIT;
     return other.Empty() || other.Data() == nullptr ? *this : _AppendFast(other.Data(), other.Length());
 }
 
 CString &CString::Append(const char *other) noexcept
 {
+    QV_INTERNAL_EDIT;
     if (other == nullptr || *other == '\0')
         return *this;
     return _AppendFast(other, SNativeStringUtils::Length(other));
@@ -213,6 +225,7 @@ CString &CString::Append(const char *other) noexcept
 
 CString &CString::Append(const char *other, u32 otherLength) noexcept
 {
+    QV_INTERNAL_EDIT;
     if (other == nullptr || otherLength == 0 || *other == '\0')
         return *this;
     QV_INTERNAL_ASSERT_TEXT(kCountCheck, HasCount(m_Container.Get(), other, otherLength));
@@ -221,16 +234,19 @@ CString &CString::Append(const char *other, u32 otherLength) noexcept
 
 CString &CString::_AppendSlow(char character) noexcept
 {
+    QV_INTERNAL_EDIT_NAMED("Append");
     return character == '\0' ? *this : _AppendFast(&character, 1);
 }
 
 CString &CString::Prepend(const CString &other) noexcept
 {
+    QV_INTERNAL_EDIT;
     return other.Empty() ? *this : _PrependFast(other.Data(), other.Length());
 }
 
 CString &CString::Prepend(const CStringView &other) noexcept
 {
+    QV_INTERNAL_EDIT;
     if (other.Empty() || other.Data() == nullptr)
         return *this;
     if (_IsUniqueAndResizable() || !Empty())
@@ -247,6 +263,7 @@ CString &CString::Prepend(const CStringView &other) noexcept
 
 CString &CString::Prepend(const char *other) noexcept
 {
+    QV_INTERNAL_EDIT;
     if (other == nullptr || *other == '\0')
         return *this;
     return _PrependFast(other, SNativeStringUtils::Length(other));
@@ -254,6 +271,7 @@ CString &CString::Prepend(const char *other) noexcept
 
 CString &CString::Prepend(const char *other, u32 otherLength) noexcept
 {
+    QV_INTERNAL_EDIT;
     if (other == nullptr || otherLength == 0 || *other == '\0')
         return *this;
     QV_INTERNAL_ASSERT_TEXT(kCountCheck, HasCount(m_Container.Get(), other, otherLength));
@@ -262,6 +280,7 @@ CString &CString::Prepend(const char *other, u32 otherLength) noexcept
 
 CString &CString::Prepend(char character) noexcept
 {
+    QV_INTERNAL_EDIT;
     return character == '\0' ? *this : Prepend(CStringView(&character, 1));
 }
 
@@ -317,16 +336,19 @@ CString operator+(const char *a, const CString &b) noexcept
 
 CString operator+(CString &&a, const CString &b) noexcept
 {
+    QV_INTERNAL_EDIT;
     return std::move(a.Append(b));
 }
 
 CString operator+(CString &&a, const CStringView &b) noexcept
 {
+    QV_INTERNAL_EDIT;
     return std::move(a.Append(b));
 }
 
 CString operator+(CString &&a, const char *b) noexcept
 {
+    QV_INTERNAL_EDIT;
     return std::move(a.Append(b));
 }
 

@@ -5,6 +5,7 @@
 
 #include "../kr_buffer/buffer_edit.h"
 #include "character_set.h"
+#include "copy_figures.h"
 #include "kr_mem_utils.h"
 #include "null_text.h"
 
@@ -69,6 +70,7 @@ CString CString::Replace(char searchFor, char replaceWith) const noexcept
 
 CString &CString::Strip(const char *chars) noexcept
 {
+    QV_INTERNAL_EDIT;
     if (IsNullOrEmpty(chars) || Data() == nullptr)
         return *this;
     // Both ends are found before either is stripped: the set may lie in the string itself.
@@ -90,6 +92,7 @@ CString &CString::Strip(const char *chars) noexcept
 
 CString &CString::StripLeft(const char *chars) noexcept
 {
+    QV_INTERNAL_EDIT;
     if (IsNullOrEmpty(chars) || Data() == nullptr)
         return *this;
     const u32 length = Length();
@@ -110,6 +113,7 @@ CString &CString::StripLeft(const char *chars) noexcept
 
 CString &CString::StripRight(const char *chars) noexcept
 {
+    QV_INTERNAL_EDIT;
     if (IsNullOrEmpty(chars) || Data() == nullptr)
         return *this;
     const u32 length = Length();
@@ -126,6 +130,7 @@ CString &CString::StripRight(const char *chars) noexcept
 
 CString &CString::Uncomment() noexcept
 {
+    QV_INTERNAL_EDIT;
     SNativeStringUtils::Uncomment(RawDataForWriting());
     QV_ASSERT(SNativeStringUtils::Length_16(Data()) == Length());
     return *this;

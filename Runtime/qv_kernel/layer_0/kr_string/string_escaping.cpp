@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "copy_figures.h"
 #include "kr_mem_utils.h"
 #include "null_text.h"
 #include "string_block.h"
@@ -47,6 +48,7 @@ CString &CString::Escape() noexcept
 
 CString &CString::Unescape() noexcept
 {
+    QV_INTERNAL_EDIT;
     if (Empty())
         return *this;
     _MakeUnique();
@@ -70,6 +72,7 @@ CString CString::Escaped() const noexcept
 
 CString CString::Unescaped() const noexcept
 {
+    QV_INTERNAL_NO_EDIT;
     CString result(*this);
     result.Unescape();
     return result;

@@ -1,6 +1,7 @@
 // The string handle: construction, the private copy before a write, and clearing.
 #include "kr_string.h"
 
+#include "copy_figures.h"
 #include "null_text.h"
 
 namespace Quorvane
@@ -29,15 +30,19 @@ ureg CString::MemoryFootprint() const noexcept
     return sizeof(*this) + (container != nullptr ? static_cast<ureg>(container->MemoryFootprint()) : 0);
 }
 
-void CString::_MakeCopy() noexcept
+// Out of line: where it returns to is the place of the edit, where that is the program's.
+QV_INTERNAL_NOINLINE void CString::_MakeCopy() noexcept
 {
     const CStringContainer *container = m_Container.Get();
     if (container->Data() != nullptr)
         m_Container = CStringContainer::New(container->Data(), container->Length());
+    if (QV_MEM_TRACKING && m_Container != null && m_Container.Get() != container)
+        Internal::String::CountPrivateCopy(Length(), __builtin_return_address(0));
 }
 
 TMemoryView<char> CString::ViewForWriting() noexcept
 {
+    QV_INTERNAL_EDIT;
     char *data = RawDataForWriting();
     return data != nullptr ? TMemoryView<char>(data, Length()) : TMemoryView<char>();
 }
@@ -52,18 +57,21 @@ void CString::RebuildAfterRawModification() noexcept
 
 char &CString::AtForWriting(u32 index) noexcept
 {
+    QV_INTERNAL_EDIT;
     const bool readable = &At(index) != &kNoCharacter;
     return readable ? _CharacterForWriting(index) : ScratchCharacter();
 }
 
 char &CString::FirstForWriting() noexcept
 {
+    QV_INTERNAL_EDIT;
     const bool readable = &First() != &kNoCharacter;
     return readable ? _CharacterForWriting(0) : ScratchCharacter();
 }
 
 char &CString::LastForWriting() noexcept
 {
+    QV_INTERNAL_EDIT;
     const bool readable = &Last() != &kNoCharacter;
     return readable ? _CharacterForWriting(Length() - 1) : ScratchCharacter();
 }

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 
+#include "copy_figures.h"
 #include "kr_mem_utils.h"
 #include "null_text.h"
 #include "string_growth.h"
@@ -109,6 +110,7 @@ void EraseInPlace(CStringContainer &container, u32 first, u32 last)
 
 CString &CString::_Insert(u32 index, const CStringView &piece) noexcept
 {
+    QV_INTERNAL_EDIT_NAMED("Insert");
     const char *data = Data();
     const u32 oldLength = Length();
     if (QV_INTERNAL_FAILS_TEXT("index <= Length()", index <= oldLength))
@@ -124,36 +126,48 @@ CString &CString::_Insert(u32 index, const CStringView &piece) noexcept
         return *this;
     }
     if (!_IsUniqueAndResizable() || !InsertInPlace(*m_Container, index, other, length))
-        m_Container = NewWithPiece(data, oldLength, index, other, length);
+    {
+        PStringContainer grown = NewWithPiece(data, oldLength, index, other, length);
+        Internal::String::CountCopyToGrow(m_Container.Get(), grown);
+        m_Container = std::move(grown);
+    }
     return *this;
 }
 
 CString &CString::Insert(u32 index, const CString &piece) noexcept
 {
+    QV_INTERNAL_EDIT;
     return _Insert(index, Internal::String::ToView(piece));
 }
 
 CString &CString::Insert(u32 index, const CStringView &piece) noexcept
 {
+    QV_INTERNAL_EDIT;
     return _Insert(index, piece);
 }
 
 CString &CString::Insert(u32 index, const char *piece) noexcept
 {
+    QV_INTERNAL_EDIT;
     return _Insert(index, CStringView(piece));
 }
 
 CString &CString::Erase(u32 first, u32 last) noexcept
 {
+    QV_INTERNAL_EDIT;
     if (QV_INTERNAL_FAILS(first <= last && last <= Length()) || first == last)
         return *this;
     const char *data = Data();
     if (QV_INTERNAL_FAILS(data != null))
         return *this;
     if (m_Container->RefCount() == 1)
+    {
         EraseInPlace(*m_Container, first, last);
-    else
-        m_Container = NewWithout(data, Length(), first, last);
+        return *this;
+    }
+    m_Container = NewWithout(data, Length(), first, last);
+    if (QV_MEM_TRACKING && m_Container != null)
+        Internal::String::CountPrivateCopy(Length(), nullptr);
     return *this;
 }
 

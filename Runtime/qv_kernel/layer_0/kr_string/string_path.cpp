@@ -9,6 +9,7 @@
 // more on the fast path, of 727 with the allocations, and 112 of 1,106 on the slow one.
 #include "kr_string.h"
 
+#include "copy_figures.h"
 #include "path_pieces.h"
 
 namespace Quorvane
@@ -227,6 +228,7 @@ QV_INTERNAL_NOINLINE CString &CString::_JoinSlow(const char *b, u32 bLen, bool m
         PStringContainer newContainer = NewJoinedPath(a, pieces);
         if (newContainer == null)
             return *this;
+        Internal::String::CountCopyToGrow(m_Container.Get(), newContainer);
         m_Container = std::move(newContainer);
     }
     QV_INTERNAL_ASSERT_TEXT("CStringContainer::SafeLength(m_Container.Get()) == newLen", Length() == pieces.Length());
@@ -235,21 +237,25 @@ QV_INTERNAL_NOINLINE CString &CString::_JoinSlow(const char *b, u32 bLen, bool m
 
 CString &CString::AppendSlashAnd(const CString &other) noexcept
 {
+    QV_INTERNAL_EDIT;
     return other.Empty() || other.Length() == 0 ? _JoinFast("", 0) : _JoinFast(other.Data(), other.Length());
 }
 
 CString &CString::AppendSlashAnd(const CStringView &other) noexcept
 {
+    QV_INTERNAL_EDIT;
     return other.Empty() || other.Data() == nullptr ? _JoinFast("", 0) : _JoinFast(other.Data(), other.Length());
 }
 
 CString &CString::AppendSlashAnd(const char *other) noexcept
 {
+    QV_INTERNAL_EDIT;
     return AppendSlashAnd(CStringView::FromNullTerminatedString(other));
 }
 
 CString &CString::AppendSlashAnd(const char *other, u32 length) noexcept
 {
+    QV_INTERNAL_EDIT;
     if (other == nullptr || length == 0)
         return _JoinFast("", 0);
     // The fast path looks at all of a few characters at once. It is for those that are there.
@@ -260,11 +266,13 @@ CString &CString::AppendSlashAnd(const char *other, u32 length) noexcept
 
 CString &CString::AppendSlash() noexcept
 {
+    QV_INTERNAL_EDIT;
     return Empty() || Last() == kSlash ? *this : _AppendFast("/", 1);
 }
 
 CString CString::SlashAppended() const noexcept
 {
+    QV_INTERNAL_NO_EDIT;
     CString result(*this);
     result.AppendSlash();
     return result;
@@ -313,16 +321,19 @@ CString operator/(const char *a, const CString &b) noexcept
 
 CString operator/(CString &&a, const CString &b) noexcept
 {
+    QV_INTERNAL_EDIT;
     return std::move(a.AppendSlashAnd(b));
 }
 
 CString operator/(CString &&a, const CStringView &b) noexcept
 {
+    QV_INTERNAL_EDIT;
     return std::move(a.AppendSlashAnd(b));
 }
 
 CString operator/(CString &&a, const char *b) noexcept
 {
+    QV_INTERNAL_EDIT;
     return std::move(a.AppendSlashAnd(b));
 }
 
