@@ -31,7 +31,7 @@ compile()
 }
 
 compile_all "$root"/Runtime/qv_kernel/layer_0/*/*.cpp
-for driver in array edit search string; do
+for driver in array buffer edit search string; do
     compile_for_arm -static "$root/tests/drivers/${driver}_driver.cpp" "$scratch"/*.o -pthread -o "$scratch/$driver" ||
         exit 1
     "$emulator" "$scratch/$driver" || {

@@ -43,6 +43,7 @@ compile_all \
     "$root"/Runtime/qv_kernel/layer_0/kr_buffer/buffer_compare.cpp \
     "$root"/Runtime/qv_kernel/layer_0/kr_buffer/buffer_edit.cpp \
     "$root"/Runtime/qv_kernel/layer_0/kr_buffer/buffer_find.cpp \
+    "$root"/Runtime/qv_kernel/layer_0/kr_buffer/buffer_hash.cpp \
     "$root"/Runtime/qv_kernel/layer_0/kr_buffer/buffer_bitmap.cpp \
     "$root"/Runtime/qv_kernel/layer_0/kr_simd/simd_machine.cpp \
     "$root"/tests/qv_kernel/layer_0/kr_buffer/buffer_table_test.cpp \
@@ -51,6 +52,7 @@ compile_all \
     "$root"/tests/qv_kernel/layer_0/kr_buffer/buffer_compare_test.cpp \
     "$root"/tests/qv_kernel/layer_0/kr_buffer/buffer_edit_test.cpp \
     "$root"/tests/qv_kernel/layer_0/kr_buffer/buffer_find_test.cpp \
+    "$root"/tests/qv_kernel/layer_0/kr_buffer/buffer_hash_test.cpp \
     "$root"/tests/qv_kernel/layer_0/kr_buffer/buffer_bitmap_test.cpp \
     "$root"/tests/support/guarded_page.cpp \
     "$root"/tests/support/guarded_page_test.cpp \

@@ -1,7 +1,7 @@
-// Walks the helpers on terminated text without a test framework, so that it also runs under sanitizers that want every
-// linked library instrumented. Sources and results lie in blocks of exactly their size, with nothing written to the
-// result beforehand: a read of a byte that nobody wrote, or beyond a block, is reported there. The walk itself keeps to
-// what its compiler instruments, so its texts are plain arrays.
+// Walks the helpers on terminated and on counted text without a test framework, so that it also runs under sanitizers
+// that want every linked library instrumented. Sources and results lie in blocks of exactly their size, with nothing
+// written to the result beforehand: a read of a byte that nobody wrote, or beyond a block, is reported there. The walk
+// itself keeps to what its compiler instruments, so its texts are plain arrays.
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -172,6 +172,43 @@ void WalkSearches()
     WalkSearch("aabaabaabaab", "aabaabb", false, false, false);
 }
 
+char UpperCaseOf(char character)
+{
+    return character >= 'a' && character <= 'z' ? static_cast<char>(character - 32) : character;
+}
+
+// Counted text in blocks of its size: its hash and its order, with letters of the other case, and with one that differs.
+void WalkCounted(const char *text, u32 length)
+{
+    const PBlock block = BlockOf(text, length);
+    const PBlock other = BlockOf(text, length);
+    for (u32 i = 0; i < length; ++i)
+        other[i] = UpperCaseOf(other[i]);
+    const Quorvane::u64 hash = SNativeStringUtils::HashCase(block.get(), length);
+    Check(SNativeStringUtils::HashCase(other.get(), length) == hash, "HashCase", text);
+    Check(SNativeStringUtils::CompareCase(block.get(), other.get(), length) == 0, "CompareCase", text);
+    if (length == 0)
+        return;
+    // Behind all letters.
+    other[length - 1] = '~';
+    Check(SNativeStringUtils::HashCase(other.get(), length) != hash, "HashCase of another", text);
+    Check(SNativeStringUtils::CompareCase(block.get(), other.get(), length) < 0, "CompareCase with another", text);
+    Check(SNativeStringUtils::CompareCase(other.get(), block.get(), length) > 0, "CompareCase of another", text);
+}
+
+void WalkHashes()
+{
+    char text[300];
+    for (u32 i = 0; i < sizeof(text); ++i)
+        text[i] = static_cast<char>('a' + i % 26);
+    for (u32 length = 0; length < sizeof(text); ++length)
+        WalkCounted(text, length);
+    // On every machine.
+    QV_TEST_CHECK(SNativeStringUtils::HashCase("Stone_Wall.PNG", 14) == 0x1CA45F58C6018027u);
+    QV_TEST_CHECK(SNativeStringUtils::HashCase(text, 33) == 0x7EC605861C95CC67u);
+    QV_TEST_CHECK(SNativeStringUtils::HashCase(text, 200) == 0x8A9CBBA8228D2452u);
+}
+
 } // namespace
 
 int main()
@@ -180,5 +217,6 @@ int main()
     WalkMatches();
     WalkUncomments();
     WalkSearches();
+    WalkHashes();
     return QuorvaneTest::ExitCode();
 }
