@@ -126,12 +126,49 @@ void AddMatch(const char *name, size_t size, const char *pattern, const std::vec
     row.Limit("read", ReadLimit(total));
 }
 
+// The same of views of the paths, which stand in one text, one behind the other.
+void AddMatchViews(const char *name, const char *pattern, const std::vector<std::string> &texts)
+{
+    const auto all = std::make_shared<std::string>();
+    for (const std::string &text : texts)
+        *all += text;
+    // The views, and the text that they are of.
+    struct SViews
+    {
+        std::vector<CStringView> m_Ours;
+        std::vector<std::string_view> m_Standard;
+        std::shared_ptr<std::string> m_All;
+    };
+    const auto views = std::make_shared<SViews>();
+    views->m_All = all;
+    size_t at = 0;
+    for (const std::string &text : texts)
+    {
+        views->m_Ours.emplace_back(all->data() + at, static_cast<u32>(text.size()));
+        views->m_Standard.emplace_back(all->data() + at, text.size());
+        at += text.size();
+    }
+    const std::shared_ptr<std::vector<CStringView>> ours(views, &views->m_Ours);
+    const std::shared_ptr<std::vector<std::string_view>> standard(views, &views->m_Standard);
+    CRow row(name, texts.size());
+    row.Add("ours", CountMatches(ours, [pattern](const CStringView &text) { return text.Match(pattern); }));
+    row.Add("textbook", CountMatches(standard, [view = std::string_view(pattern)](std::string_view text)
+                                     { return MatchesPlain(view, text); }));
+#if QV_BENCH_RE2
+    row.Add("re2::FullMatch",
+            CountMatches(standard, [expression = Compile(AsExpression(pattern, true))](std::string_view text)
+                         { return re2::RE2::FullMatch(re2::StringPiece(text.data(), text.size()), *expression); }));
+#endif
+    row.Limit("read", ReadLimit(all->size()));
+}
+
 } // namespace
 
 void RegisterRows()
 {
     const std::vector<std::string> paths = Paths(100000);
     AddMatch("match_paths", paths.size(), "*lib*/*.so.?", paths, true);
+    AddMatchViews("match_views", "*lib*/*.so.?", paths);
     AddMatch("match_hard", 24, "*a*a*a*a*b", {std::string(24, 'a')}, true);
     AddMatch("match_hard", 64, "*a*a*a*a*b", {std::string(64, 'a')}, false);
     AddMatch("match_hard", 4096, "*a*a*a*a*b", {std::string(4096, 'a')}, false);

@@ -59,11 +59,12 @@ std::vector<std::string> SplitAtSet(const std::string &text)
     return SplitWith<std::string>(text, true, [&text](size_t from) { return text.find_first_of(kSet, from); });
 }
 
-std::vector<std::string> SplitAtPredicate(const std::string &text, bool keepsEmpty)
+template <typename Piece>
+std::vector<Piece> SplitAtPredicate(const std::string &text, bool keepsEmpty)
 {
     const auto find = [&text](size_t from)
     { return std::find_if(text.data() + from, text.data() + text.size(), IsSeparator) - text.data(); };
-    return SplitWith<std::string>(text, keepsEmpty, [&find](size_t from) { return static_cast<size_t>(find(from)); });
+    return SplitWith<Piece>(text, keepsEmpty, [&find](size_t from) { return static_cast<size_t>(find(from)); });
 }
 
 std::vector<size_t> Sizes(const std::vector<std::string> &pieces)
@@ -103,6 +104,26 @@ void AddViews(size_t size)
                     pieces.emplace_back(&*range.begin(), range.size());
                 return pieces;
             });
+#endif
+    row.Limit("read", ReadLimit(size));
+}
+
+// A view, which has no terminator and no room behind its end.
+void AddViewsOfView(size_t size)
+{
+    const std::string text = Lines(size);
+    CRow row("split_view", size);
+    row.Add("ours",
+            [text]
+            {
+                TArray<CStringView> pieces;
+                static_cast<void>(CStringView(text.data(), static_cast<u32>(text.size())).Split('\n', pieces));
+                return pieces;
+            });
+    row.Add("std::string_view", [text] { return SplitAtCharacter<std::string_view>(text); });
+#if QV_BENCH_ABSL
+    row.Add("absl::StrSplit",
+            [text] { return std::vector<absl::string_view>(absl::StrSplit(text, '\n', absl::SkipEmpty())); });
 #endif
     row.Limit("read", ReadLimit(size));
 }
@@ -154,7 +175,7 @@ void AddSet(size_t size)
                 return pieces;
             });
     row.Add("std::find_first_of", [text] { return SplitAtSet(text); });
-    row.Add("std::find_if", [text] { return SplitAtPredicate(text, true); });
+    row.Add("std::find_if", [text] { return SplitAtPredicate<std::string>(text, true); });
 #if QV_BENCH_ABSL
     row.Add("absl::StrSplit", [text] { return std::vector<std::string>(absl::StrSplit(text, absl::ByAnyChar(kSet))); });
 #endif
@@ -201,7 +222,7 @@ void AddPredicate(size_t size)
                 ours.Split(IsSeparator, pieces);
                 return pieces;
             });
-    row.Add("std::find_if", [text] { return SplitAtPredicate(text, false); });
+    row.Add("std::find_if", [text] { return SplitAtPredicate<std::string>(text, false); });
 #if QV_BENCH_ABSL
     row.Add("absl::StrSplit", [text]
             { return std::vector<std::string>(absl::StrSplit(text, absl::ByAnyChar(kSet), absl::SkipEmpty())); });
@@ -222,7 +243,27 @@ void AddPredicate(size_t size)
                 return std::vector<std::string>(tokens.begin(), tokens.end());
             });
 #endif
-    row.Limit("malloc+copy", MallocAndCopyManyLimit(Sizes(SplitAtPredicate(text, false))));
+    row.Limit("malloc+copy", MallocAndCopyManyLimit(Sizes(SplitAtPredicate<std::string>(text, false))));
+}
+
+// The same into views.
+void AddPredicateViews(size_t size)
+{
+    const std::string text = Lines(size);
+    CRow row("split_predicate_views", size);
+    row.Add("ours",
+            [ours = CString(text.c_str())]
+            {
+                TArray<CStringView> pieces;
+                static_cast<void>(ours.Split(IsSeparator, pieces));
+                return pieces;
+            });
+    row.Add("std::find_if", [text] { return SplitAtPredicate<std::string_view>(text, false); });
+#if QV_BENCH_ABSL
+    row.Add("absl::StrSplit", [text]
+            { return std::vector<absl::string_view>(absl::StrSplit(text, absl::ByAnyChar(kSet), absl::SkipEmpty())); });
+#endif
+    row.Limit("read", ReadLimit(size));
 }
 
 } // namespace
@@ -231,9 +272,11 @@ void RegisterRows()
 {
     constexpr size_t kSize = 1048576;
     AddViews(kSize);
+    AddViewsOfView(kSize);
     AddStrings(kSize);
     AddSet(kSize);
     AddPredicate(kSize);
+    AddPredicateViews(kSize);
 }
 
 } // namespace Bench

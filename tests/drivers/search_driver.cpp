@@ -41,6 +41,22 @@ struct SText
     }
 };
 
+// The characters alone, as views have them: what stands behind them is not initialised.
+class CBareText
+{
+public:
+    explicit CBareText(const SText &text) : m_Length(text.m_Length)
+    {
+        if (text.m_Length != 0)
+            std::memcpy(m_Characters, text.m_Text, text.m_Length);
+    }
+    CStringView View() const { return CStringView(m_Characters, m_Length); }
+
+private:
+    char m_Characters[kMaxText + 64];
+    u32 m_Length;
+};
+
 bool Is(const char *data, u32 length, const char *expected, u32 expectedLength)
 {
     return length == expectedLength && (length == 0 || std::memcmp(data, expected, length) == 0);
@@ -94,6 +110,7 @@ void WalkSearches()
             QV_TEST_CHECK(string.EndsWith(character) == ends);
         }
         QV_TEST_CHECK(string.Empty("ab") == (std::strspn(text.m_Text, "ab") == text.m_Length));
+        QV_TEST_CHECK(CBareText(text).View().Empty("ab") == string.Empty("ab"));
         if (text.m_Length == 0)
             continue;
         const u32 first = g_Random.Next(text.m_Length);
@@ -207,6 +224,15 @@ void WalkSplits()
         strings.Clear();
         QV_TEST_CHECK(string.Split([](char c) { return c == ',' || c == ';'; }, strings));
         CheckRuns(strings, text, ",;");
+        views.Clear();
+        QV_TEST_CHECK(string.Split([](char c) { return c == ',' || c == ';'; }, views));
+        CheckRuns(views, text, ",;");
+        const CBareText bare(text);
+        QV_TEST_CHECK(bare.View().Split(',', views));
+        CheckRuns(views, text, ",");
+        views.Clear();
+        QV_TEST_CHECK(bare.View().Split([](char c) { return c == 'a' || c == ';'; }, views));
+        CheckRuns(views, text, "a;");
         if (string.Data() == nullptr)
             continue;
         splitter.Split(string, strings);
@@ -313,6 +339,11 @@ void WalkMatches()
         const bool expected = MatchesByHand(pattern.m_Text, text.m_Text);
         QV_TEST_CHECK(string.Match(pattern.m_Text) == expected);
         QV_TEST_CHECK(string.MatchWithInhibitors(pattern.m_Text) == expected);
+        const CBareText bare(text);
+        const CBareText barePattern(pattern);
+        QV_TEST_CHECK(bare.View().Match(pattern.m_Text) == expected);
+        QV_TEST_CHECK(bare.View().Match(barePattern.View()) == expected);
+        QV_TEST_CHECK(bare.View().MatchWithInhibitors(barePattern.View(), CaseInsensitive) == expected);
         if (pattern.m_Length == 0)
             continue;
         QV_TEST_CHECK(string.Uppercase().Match(pattern.ToString(), CaseInsensitive) == expected);
@@ -400,6 +431,7 @@ void SFuzzyWalk::Walk(u32 maxQuery)
     {
         QV_TEST_CHECK(m_Weights[i] == m_Expected[i]);
         QV_TEST_CHECK(query.FuzzyMatch(m_Strings[i]) == m_Expected[i]);
+        QV_TEST_CHECK(CBareText(m_Query).View().FuzzyMatch(CBareText(m_Texts[i]).View()) == m_Expected[i]);
     }
     const float tolerance = static_cast<float>(g_Random.Next(10)) / 10.0f;
     u32 kept = 0;

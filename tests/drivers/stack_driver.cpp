@@ -262,6 +262,13 @@ void MeasureSplitting()
                 strings.Clear();
                 dense.Split(isSeparator, strings);
             });
+    Measure("Split by a predicate into views", kPlain,
+            [&]
+            {
+                views.Clear();
+                static_cast<void>(dense.Split(isSeparator, views));
+            });
+    Measure("Split a view", kPlain, [&] { static_cast<void>(dense.Slice(1).Split(',', views)); });
     const auto walk = [](const auto &pieces)
     {
         for (const CStringView &piece : pieces)
@@ -307,6 +314,7 @@ void MeasureFuzzyPairs()
             char name[64];
             std::snprintf(name, sizeof(name), "FuzzyMatch, %u characters, %u different", length.m_Length, different);
             Measure(name, length.m_Bound, [&] { static_cast<void>(a.FuzzyMatch(b)); });
+            Measure(name, length.m_Bound, [&] { static_cast<void>(CStringView(a).FuzzyMatch(b)); });
         }
     }
     const CString a = Mixed(300, 90);
@@ -447,6 +455,8 @@ void MeasureOthers()
                 static_cast<void>(periodic.FindLastText(nearly, CaseInsensitive));
             });
     Measure("Match", kPlain, [&] { static_cast<void>(text.Match("*a*b*c?d*/*more*quotes*x", CaseInsensitive)); });
+    Measure("Match a view", kPlain,
+            [&] { static_cast<void>(text.Slice(1).Match("*a*b*c?d*/*more*quotes*x", CaseInsensitive)); });
     static u32 numbers[5000];
     Measure("QuickSort", kPlain,
             [&]

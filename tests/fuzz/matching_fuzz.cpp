@@ -1,5 +1,7 @@
-// Wildcard matching: the four native matchers and the string's own, against a table. And the places of a text in another
-// one, the first and the last.
+// Wildcard matching: the four native matchers, the string's own and the view's, against a table. And the places of a text
+// in another one, the first and the last.
+#include <algorithm>
+
 #include "fuzz_support.h"
 #include "search_model.h"
 #include "wildcard_model.h"
@@ -26,8 +28,8 @@ bool NativeMatches(const char *pattern, const char *text, bool ignoreCase, bool 
     return ignoreCase ? SNativeStringUtils::MatchCase(pattern, text) : SNativeStringUtils::Match(pattern, text);
 }
 
-template <typename Pattern>
-bool StringMatches(const Pattern &pattern, const CString &text, bool ignoreCase, bool inhibitors)
+template <typename Pattern, typename Text>
+bool TextMatches(const Pattern &pattern, const Text &text, bool ignoreCase, bool inhibitors)
 {
     const ECaseSensitivity sensitivity = Sensitivity(ignoreCase);
     return inhibitors ? text.MatchWithInhibitors(pattern, sensitivity) : text.Match(pattern, sensitivity);
@@ -63,6 +65,28 @@ void CheckTextIsFound(const CString &string, const std::string &text, const std:
     QV_FUZZ_CHECK(PlaceOf(exactText.View().FindLastText(terminatedPart.Data(), sensitivity)) == last);
 }
 
+std::string WithTerminators(std::string text)
+{
+    std::replace(text.begin(), text.end(), 'A', '\0');
+    return text;
+}
+
+// Views and patterns by their lengths, in blocks of exactly their size.
+void CheckViews(const std::string &pattern, const std::string &text)
+{
+    const CExactText exactPattern(pattern, false);
+    const CExactText exactText(text, false);
+    for (u32 i = 0; i < 4; ++i)
+    {
+        const bool ignoreCase = (i & 1) != 0;
+        const bool inhibitors = (i & 2) != 0;
+        const bool expected = WildcardModelMatches(pattern, text, ignoreCase, inhibitors);
+        QV_FUZZ_CHECK(TextMatches(exactPattern.View(), exactText.View(), ignoreCase, inhibitors) == expected);
+        if (!HoldsTerminator(pattern))
+            QV_FUZZ_CHECK(TextMatches(pattern.c_str(), exactText.View(), ignoreCase, inhibitors) == expected);
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
@@ -86,9 +110,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         const bool inhibitors = (i & 2) != 0;
         const bool expected = WildcardModelMatches(pattern.Text(), text.Text(), ignoreCase, inhibitors);
         QV_FUZZ_CHECK(NativeMatches(pattern.Data(), text.Data(), ignoreCase, inhibitors) == expected);
-        QV_FUZZ_CHECK(StringMatches(pattern.Data(), string, ignoreCase, inhibitors) == expected);
-        QV_FUZZ_CHECK(StringMatches(patternString, string, ignoreCase, inhibitors) == expected);
+        QV_FUZZ_CHECK(TextMatches(pattern.Data(), string, ignoreCase, inhibitors) == expected);
+        QV_FUZZ_CHECK(TextMatches(patternString, string, ignoreCase, inhibitors) == expected);
     }
+    CheckViews(pattern.Text(), text.Text());
     QV_FUZZ_CHECK(!watch.HasAllocated() && !watch.HasReported());
 
     // The pattern in the text; then another part in it, with terminators, which may be cut out of it.
@@ -105,6 +130,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         CheckTextIsFound(string, text.Text(), pattern.Text(), start, ignoreCase);
         CheckTextIsFound(longer, withOther, other, start, ignoreCase);
     }
+
+    // What else there is of the input as a pattern and a text by length, with terminators for one of the letters.
+    const std::string countedPattern = WithTerminators(input.Text());
+    const std::string countedText = WithTerminators(input.Text());
+    if (static_cast<u64>(countedPattern.size() + 1) * (countedText.size() + 1) <= kMaxCells)
+        CheckViews(countedPattern, countedText);
     QV_FUZZ_CHECK(!watch.HasAllocated() && !watch.HasReported());
     return 0;
 }

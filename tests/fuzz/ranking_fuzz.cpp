@@ -95,6 +95,13 @@ void CheckWeights(const CList &list, const std::vector<float> &expected, CWatch 
         const bool isLong = QVMax(LengthOf(list.m_QueryText), LengthOf(list.m_Texts[i])) >= 256;
         const bool isEmpty = list.m_QueryText.empty() || list.m_Texts[i].empty();
         QV_FUZZ_CHECK(watch.HasAllocated() == (isLong && !isEmpty));
+
+        const CExactText query(list.m_QueryText, false);
+        const CExactText text(list.m_Texts[i], false);
+        watch.BeginStep();
+        const float weightOfViews = query.View().FuzzyMatch(text.View());
+        QV_FUZZ_CHECK(weightOfViews == (watch.HasRefused() ? 0.0f : expected[i]));
+        QV_FUZZ_CHECK(watch.HasAllocated() == (isLong && !isEmpty));
     }
 }
 

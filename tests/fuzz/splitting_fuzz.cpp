@@ -131,6 +131,31 @@ private:
         CheckPieces(m_Pieces, expected, m_Watch.HasRefused());
         _CheckStep();
         _SplitAnOwnPiece(separator);
+        _SplitView([&](const CStringView &view, TArray<CStringView> &out) { return view.Split(separator, out); },
+                   [&](char c) { return c == separator; });
+    }
+
+    // By length: a terminator in front is a character like others.
+    template <typename Split, typename IsSeparator>
+    void _SplitView(const Split &split, const IsSeparator &isSeparator)
+    {
+        const CExactText text(m_Text, false);
+        // The model takes a text that begins with a terminator for empty, unless something stands in front of it.
+        char guard = '\1';
+        while (isSeparator(guard))
+            ++guard;
+        Pieces expected = ModelSplit(guard + m_Text, isSeparator);
+        expected.front().erase(0, 1);
+        if (expected.front().empty())
+            expected.erase(expected.begin());
+        TArray<CStringView> views;
+        m_Watch.BeginStep();
+        const bool all = split(text.View(), views);
+        QV_FUZZ_CHECK(all == !m_Watch.HasRefused());
+        CheckPieces(views, expected, m_Watch.HasRefused());
+        QV_FUZZ_CHECK(!m_Watch.HasReported() || m_Watch.HasRefused());
+        for (const CStringView &view : views)
+            QV_FUZZ_CHECK(view.Data() >= text.Data() && view.Data() + view.Length() <= text.Data() + text.Length());
     }
 
     // The source is an element of the output.
@@ -157,6 +182,13 @@ private:
         CheckPieces(m_Pieces, ModelSplit(m_Text, isSeparator), m_Watch.HasRefused(), kept);
         _CheckStep();
         m_Pieces.Clear();
+        m_Watch.BeginStep();
+        TArray<CStringView> views;
+        QV_FUZZ_CHECK(m_String.Split(isSeparator, views) == !m_Watch.HasRefused());
+        CheckPieces(views, ModelSplit(m_Text, isSeparator), m_Watch.HasRefused());
+        if (set.size() < 200)
+            _SplitView([&](const CStringView &view, TArray<CStringView> &out) { return view.Split(isSeparator, out); },
+                       isSeparator);
     }
 
     void _SplitInBatch()
@@ -246,6 +278,8 @@ private:
         QV_FUZZ_CHECK(text.View().FindNextOf(set.Data(), start) == _Found(m_Text.find_first_of(set.Text(), start)));
         const bool isBlank = ModelToTerminator(m_Text).find_first_not_of(set.Text()) == std::string::npos;
         QV_FUZZ_CHECK(m_String.Empty(set.Data()) == isBlank);
+        const bool isBlankView = m_Text.find_first_not_of(set.Text()) == std::string::npos;
+        QV_FUZZ_CHECK(text.View().Empty(set.Data()) == isBlankView);
         QV_FUZZ_CHECK(!m_Watch.HasAllocated() && !m_Watch.HasReported());
     }
 

@@ -54,7 +54,7 @@ function bound_of(name)
 {
     if (name ~ /CString::FuzzyMatchList|Internal::Fuzzy::/)
         return 8192
-    if (name ~ /CString::FuzzyMatch\(/)
+    if (name ~ /CString(View)?::FuzzyMatch\(/)
         return 12288
     if (is_report(name))
         return 2048

@@ -17,11 +17,9 @@ inline bool SplitModelIsEmpty(const std::string &text)
 
 // The longest runs of characters that are no separators. None is empty.
 template <typename IsSeparator>
-std::vector<std::string> SplitModelRuns(const std::string &text, const IsSeparator &isSeparator)
+std::vector<std::string> SplitModelRunsByLength(const std::string &text, const IsSeparator &isSeparator)
 {
     std::vector<std::string> runs;
-    if (SplitModelIsEmpty(text))
-        return runs;
     bool inRun = false;
     for (const char character : text)
     {
@@ -36,6 +34,13 @@ std::vector<std::string> SplitModelRuns(const std::string &text, const IsSeparat
         inRun = true;
     }
     return runs;
+}
+
+// The same of a text that may be empty whatever its length.
+template <typename IsSeparator>
+std::vector<std::string> SplitModelRuns(const std::string &text, const IsSeparator &isSeparator)
+{
+    return SplitModelIsEmpty(text) ? std::vector<std::string>() : SplitModelRunsByLength(text, isSeparator);
 }
 
 inline std::vector<std::string> SplitModelRuns(const std::string &text, char separator)

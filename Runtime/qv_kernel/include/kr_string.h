@@ -110,16 +110,20 @@ namespace Quorvane
 //     Contains and its kin     hold null and "" only  hold null and "" only  by length
 //     Contains it, and its kin true                   true                   string, view: by length
 //     Empty(set)               true                   true                   true
+//     Empty(set) of a view     true                   true                   false
 //     Empty(it)                asks for Empty()       asks for Empty()       asks for Empty() (a set is a text)
 //     Extract from a string    reports, null          reports, null          by length, but reports
 //     Extract from a buffer    reports, null          reports, by count      reports, by count
 //     Split                    -                      -                      -
+//     Split of a view          -                      -                      by length
 //     Pieces of it, Lines      -; empty kept: one     -; empty kept: one     by length
 //     Pieces at it, or a set   cuts nowhere           cuts nowhere           text: cuts nowhere; else by length
 //     CStringBatchSplitter     reports, -             -                      -
 //     Match                    by null and stars      by null and stars      by null and stars
 //     Match with it, a text    Empty(), or reports    Empty()                Empty()
 //     Match with it, a string  Empty()                Empty()                Empty()
+//     Match of a view          by null and stars      by null and stars      by length
+//     Match of a view with it  no characters          no characters          text: no characters; else by length
 //     Fuzzy weight with null   1                      1                      0
 //     * it is not shared and of the resizable form
 //
@@ -608,6 +612,11 @@ public:
     // Appends to the output, which is not cleared.
     template <typename Predicate, typename = std::enable_if_t<std::is_invocable_r<bool, Predicate &, char>::value>>
     [[nodiscard]] bool Split(Predicate &&isSeparator, TArray<CString> &outPieces) const;
+    template <typename Predicate, typename = std::enable_if_t<std::is_invocable_r<bool, Predicate &, char>::value>>
+    [[nodiscard]] bool Split(Predicate &&isSeparator, TArray<CStringView> &outPieces) const &;
+    template <typename Predicate, typename = std::enable_if_t<std::is_invocable_r<bool, Predicate &, char>::value>>
+    [[nodiscard]] bool Split(Predicate &&isSeparator,
+                             TArray<CStringView> &outPieces) const && = delete; // the views would outlive the string
 
     // ---- Matching ---------------------------------------------------------------------------------------------------
 

@@ -9,6 +9,7 @@
 #include <type_traits>
 
 #include "kr_assert.h"
+#include "kr_containers_array.h"
 #include "kr_memoryviews.h"
 #include "kr_string_fwd.h"
 #include "qv_defs.h"
@@ -118,8 +119,8 @@ public:
     // A string with a copy of the characters. Fails: an empty string when memory is refused.
     [[nodiscard]] CString ToString() const noexcept;
 
-    // Nothing below reads outside the view, needs a terminator, copies or allocates. Views that result borrow from the
-    // same characters. A null text counts as empty.
+    // Nothing below reads outside the view, needs a terminator, or copies, and nothing allocates but where it says so.
+    // Views that result borrow from the same characters. A null text counts as empty.
 
     // ---- Pieces -----------------------------------------------------------------------------------------------------
 
@@ -193,6 +194,48 @@ public:
     [[nodiscard]] bool Contains(const CStringView &other,
                                 ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
     [[nodiscard]] bool Contains(const char *other, ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+
+    // True when the view holds only characters of the set, of which a terminator is none. A null or empty set asks for
+    // plain emptiness.
+    [[nodiscard]] bool Empty(const char *blanks) const noexcept;
+
+    // ---- Splitting --------------------------------------------------------------------------------------------------
+
+    // The pieces are the runs between separators, as views of the same characters: none is ever empty. This view may be
+    // an element of the output.
+    // Returns: whether every piece was stored; the pieces before one that could not be stay in the array.
+    // Allocates: as the array grows.
+    // Stack: 4 KiB.
+
+    // At every `separator`. Clears the output first.
+    [[nodiscard]] bool Split(char separator, TArray<CStringView> &outPieces) const noexcept;
+
+    // At every character for which `isSeparator`, anything that can be called with a char and answers a bool, is true.
+    // Requires: answers that depend on the character alone; it is asked about each one that occurs, not each time.
+    // Appends to the output, which is not cleared.
+    template <typename Predicate, typename = std::enable_if_t<std::is_invocable_r<bool, Predicate &, char>::value>>
+    [[nodiscard]] bool Split(Predicate &&isSeparator, TArray<CStringView> &outPieces) const;
+
+    // ---- Matching ---------------------------------------------------------------------------------------------------
+
+    // Wildcard match of the whole view (the syntax is that of SNativeStringUtils::Match and MatchWithInhibitors). Views
+    // go by their lengths, patterns too: a terminator is a character like any other. No characters match a pattern of
+    // none and patterns of nothing but stars.
+    // Cost: at most pattern times view steps.
+    [[nodiscard]] bool Match(const CStringView &pattern,
+                             ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+    [[nodiscard]] bool Match(const char *pattern, ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+    [[nodiscard]] bool MatchWithInhibitors(const CStringView &pattern,
+                                           ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+    [[nodiscard]] bool MatchWithInhibitors(const char *pattern,
+                                           ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+
+    // The weight of two texts from 0 to 1, as CString::FuzzyMatch has it for strings of the same characters.
+    // Cost: lengths multiplied, by 64. Allocates: a block of 4 bytes per character of the longer text when that has 256
+    // characters or more. Fails: 0, and so do lengths that no string can have.
+    // Stack: 4 KiB; 8 KiB when the longer text has 256 characters or more.
+    [[nodiscard]] float FuzzyMatch(const CStringView &other) const noexcept;
+    [[nodiscard]] float FuzzyMatch(const char *other) const noexcept;
 
 private:
     const char *m_Data;

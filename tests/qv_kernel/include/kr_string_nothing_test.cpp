@@ -664,6 +664,16 @@ TEST(StringOfNothing, EmptyButForASet)
     }
 }
 
+TEST(StringOfNothing, EmptyOfAViewButForASet)
+{
+    for (const char *set : {" ", "ab", "x"})
+    {
+        EXPECT_TRUE(CStringView(Null()).Empty(set));
+        EXPECT_TRUE(CStringView("ab", 0).Empty(set));
+        EXPECT_FALSE(CStringView("\0ab", 3).Empty(set));
+    }
+}
+
 TEST(StringOfNothing, EmptyButForIt)
 {
     for (const char *const set : {kNoText, "", "\0ab"})
@@ -708,6 +718,23 @@ TEST(StringOfNothing, Split)
         EXPECT_TRUE(string.Split([](char character) { return character == ','; }, appended));
         EXPECT_EQ(views.Count() + strings.Count() + appended.Count(), 0u);
     }
+}
+
+TEST(StringOfNothing, SplitOfAView)
+{
+    const auto split = [](const CStringView &view)
+    {
+        std::vector<std::string> texts;
+        TArray<CStringView> pieces;
+        EXPECT_TRUE(view.Split(',', pieces));
+        for (const CStringView &piece : pieces)
+            texts.push_back(TextOf(piece));
+        return texts;
+    };
+    EXPECT_TRUE(split(CStringView()).empty());
+    EXPECT_TRUE(split(CStringView(nullptr, 3)).empty());
+    EXPECT_TRUE(split(CStringView("a,b", 0)).empty());
+    EXPECT_EQ(split(CStringView("\0a,b", 4)), (std::vector<std::string>{TerminatorAnd("a"), "b"}));
 }
 
 // The number of pieces, and of characters in them.
@@ -827,6 +854,41 @@ TEST(StringOfNothing, MatchWithItAString)
     }
 }
 
+TEST(StringOfNothing, MatchOfAView)
+{
+    CAssertRecorder recorder;
+    for (const CStringView &view : {CStringView(), CStringView(nullptr, 3), CStringView("ab", 0)})
+    {
+        EXPECT_TRUE(view.Match(kNoText));
+        EXPECT_TRUE(view.Match("**"));
+        EXPECT_FALSE(view.Match("a*"));
+    }
+    const CStringView begun("\0ab", 3);
+    EXPECT_FALSE(begun.Match(kNoText));
+    EXPECT_TRUE(begun.Match("?ab"));
+    ExpectReports(recorder, {});
+}
+
+TEST(StringOfNothing, MatchOfAViewWithIt)
+{
+    CAssertRecorder recorder;
+    const CString begun = Begun();
+    const CString empty = Empty();
+    for (const CStringView &view : {CStringView(), CStringView("ab"), CStringView(begun)})
+    {
+        const bool isEmpty = view.Length() == 0;
+        EXPECT_EQ(view.Match(kNoText), isEmpty);
+        EXPECT_EQ(view.Match(CStringView()), isEmpty);
+        EXPECT_EQ(view.Match(CStringView(nullptr, 3)), isEmpty);
+        EXPECT_EQ(view.Match(Null()), isEmpty);
+        EXPECT_EQ(view.Match(""), isEmpty);
+        EXPECT_EQ(view.Match(empty), isEmpty);
+        EXPECT_EQ(view.Match("\0ab"), isEmpty);
+        EXPECT_EQ(view.Match(begun), view.Length() == 3);
+    }
+    ExpectReports(recorder, {});
+}
+
 TEST(StringOfNothing, FuzzyWeightWithNull)
 {
     EXPECT_EQ(Null().FuzzyMatch(Null()), 1.0f);
@@ -835,6 +897,14 @@ TEST(StringOfNothing, FuzzyWeightWithNull)
     EXPECT_EQ(Begun().FuzzyMatch(Null()), 0.0f);
     EXPECT_EQ(Null().FuzzyMatch(Begun()), 0.0f);
     EXPECT_EQ(Begun().FuzzyMatch(Begun()), 1.0f);
+    const CString begun = Begun();
+    for (const CStringView &view : {CStringView(), CStringView(nullptr, 3), CStringView("ab", 0)})
+    {
+        EXPECT_EQ(view.FuzzyMatch(CStringView()), 1.0f);
+        EXPECT_EQ(view.FuzzyMatch(kNoText), 1.0f);
+        EXPECT_EQ(view.FuzzyMatch(begun), 0.0f);
+        EXPECT_EQ(CStringView(begun).FuzzyMatch(view), 0.0f);
+    }
 }
 
 TEST(StringOfNothing, AViewGoesByItsLength)

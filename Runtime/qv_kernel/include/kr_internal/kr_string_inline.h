@@ -151,17 +151,25 @@ inline const char &CString::Last() const noexcept QV_INTERNAL_LIFETIMEBOUND
     return QV_INTERNAL_LIKELY(length != 0) ? Data()[length - 1] : kNoCharacter;
 }
 
+// Nothing looks at a handle or a view again once its characters are known: it may lie in the array, which moves its
+// elements when it grows, and a predicate may change it.
+
 template <typename Predicate, typename>
 bool CString::Split(Predicate &&isSeparator, TArray<CString> &outPieces) const
 {
-    if (Empty())
-        return true;
-    // Nothing below looks at this handle again: it may lie in the array, which moves its elements when it grows.
-    Internal::String::CPredicateSplit split(Data(), Length(), outPieces);
-    char character;
-    while (split.Next(character))
-        split.Answer(character, isSeparator(character));
-    return !split.Failed();
+    return Empty() || Internal::String::SplitByPredicate(Data(), Length(), isSeparator, outPieces);
+}
+
+template <typename Predicate, typename>
+bool CString::Split(Predicate &&isSeparator, TArray<CStringView> &outPieces) const &
+{
+    return Empty() || Internal::String::SplitByPredicate(Data(), Length(), isSeparator, outPieces);
+}
+
+template <typename Predicate, typename>
+bool CStringView::Split(Predicate &&isSeparator, TArray<CStringView> &outPieces) const
+{
+    return begin() == end() || Internal::String::SplitByPredicate(m_Data, m_Length, isSeparator, outPieces);
 }
 
 namespace Internal::String

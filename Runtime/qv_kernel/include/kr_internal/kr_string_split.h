@@ -10,21 +10,24 @@ namespace Quorvane
 {
 
 class CString;
+class CStringView;
 
 namespace Internal::String
 {
 
-// Cuts a text at the characters for which a predicate is true, and appends the pieces that are not empty. It asks about
-// each character once; everything else is done without the predicate, a stretch of the text at a time.
+// Cuts a text at the characters for which a predicate is true, and appends the pieces that are not empty, as strings or as
+// views. It asks about each character once; everything else is done without the predicate, a stretch of the text at a
+// time.
 //
 //     while (split.Next(character))
 //         split.Answer(character, isSeparator(character));
 //     return !split.Failed();
-class CPredicateSplit
+template <typename Piece>
+class TPredicateSplit
 {
 public:
-    // Borrows the characters, of which there is one at least, and the array.
-    CPredicateSplit(const char *data, u32 length, TArray<CString> &outPieces);
+    // Borrows the characters, of which there is one at least, and the array. Strings are cut from those of a container.
+    TPredicateSplit(const char *data, u32 length, TArray<Piece> &outPieces);
 
     // The next character to ask about. Returns: false when there is none; then all pieces are stored, or one failed.
     bool Next(char &outCharacter);
@@ -41,6 +44,8 @@ private:
     bool _FindUnknown(u32 end);
     bool _CutUpTo(u32 end);
     bool _Finish();
+    template <typename Use>
+    bool _UseSink(const Use &use);
 
     const char *m_Data;
     u32 m_Length;
@@ -48,14 +53,28 @@ private:
     u32 m_Cut = 0;   // up to here all separators are behind us
     u32 m_First = 0; // where the piece begins that no separator has ended yet, if there is one
     bool m_InPiece = false;
-    bool m_HoldsTerminator;
+    bool m_HoldsTerminator; // not asked for views
     bool m_Failed = false;
     u64 m_AfterSeparator = 1; // whether a separator, or nothing, stands in front of what is left: 1 or 0
-    TArray<CString> &m_Pieces;
+    TArray<Piece> &m_Pieces;
     // By character, 0 or 1.
     u8 m_IsUnknown[256];
     u8 m_IsSeparator[256];
 };
+
+extern template class TPredicateSplit<CString>;
+extern template class TPredicateSplit<CStringView>;
+
+// Asks `isSeparator` whatever a split has to know. Returns: whether all pieces were stored.
+template <typename Predicate, typename Piece>
+bool SplitByPredicate(const char *data, u32 length, Predicate &isSeparator, TArray<Piece> &outPieces)
+{
+    TPredicateSplit<Piece> split(data, length, outPieces);
+    char character;
+    while (split.Next(character))
+        split.Answer(character, isSeparator(character));
+    return !split.Failed();
+}
 
 } // namespace Internal::String
 

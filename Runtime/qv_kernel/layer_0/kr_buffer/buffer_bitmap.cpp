@@ -11,6 +11,21 @@ void FindMatches(u64 *bitmap, const char *text, u32 count, char character)
     QV_SIMD_CALL(true, FindMatches(bitmap, text, count, character));
 }
 
+void FindMatchesInCounted(u64 *bitmap, const char *text, u32 count, char character)
+{
+    // What is left of the last block, which holds at most as many characters as a container's.
+    constexpr u32 kBlockCharacters = 16;
+    const u32 left = count % kBlockCharacters;
+    const u32 whole = count - left;
+    FindMatches(bitmap, text, whole, character);
+    if (left == 0)
+        return;
+    u64 word = whole % kBitmapWordBits != 0 ? bitmap[whole / kBitmapWordBits] : 0;
+    for (u32 i = whole; i < count; ++i)
+        word |= static_cast<u64>(text[i] == character ? 1 : 0) << (i % kBitmapWordBits);
+    bitmap[whole / kBitmapWordBits] = word;
+}
+
 void FindTableMatches(u64 *bitmap, const char *text, u32 count, const u8 *table)
 {
     // Preparing the look-up costs as much as looking up a word of characters one by one.

@@ -25,6 +25,8 @@ static_assert(kChunkCharacters <= 0x10000, "an index has 16 bits");
 
 // those that are `character`. The text is a container's: its blocks are read to their ends.
 void FindMatches(u64 *bitmap, const char *text, u32 count, char character);
+// The same of any text, of which nothing else is read.
+void FindMatchesInCounted(u64 *bitmap, const char *text, u32 count, char character);
 
 // those whose entry in a table of 256, by unsigned value, is 1. The others are 0.
 void FindTableMatches(u64 *bitmap, const char *text, u32 count, const u8 *table);

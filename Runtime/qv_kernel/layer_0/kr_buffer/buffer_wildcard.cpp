@@ -1,4 +1,4 @@
-// Wildcard matches of native strings.
+// Wildcard matches of native strings, and of counted ones.
 #include "buffer_wildcard.h"
 
 #include "kr_buffer.h"
@@ -9,37 +9,68 @@ namespace Quorvane
 namespace
 {
 
+using Internal::Buffer::SBackslashInhibits;
+using Internal::Buffer::SCaseIgnored;
+using Internal::Buffer::SCaseMatters;
+using Internal::Buffer::SNoInhibitors;
+using Internal::Buffer::SToEnd;
+using Internal::Buffer::SToTerminator;
+using Internal::Buffer::TCharacters;
+
+template <typename TCase, typename TInhibitors, typename TEnd>
+bool MatchCharacters(const TCharacters<TEnd> &pattern, const TCharacters<TEnd> &text)
+{
+    if (!Internal::Buffer::TWildcardNeeds<TCase, TInhibitors, TEnd>(pattern).AreMetBy(text))
+        return false;
+    Internal::Buffer::SStepsUncounted steps;
+    return Internal::Buffer::MatchWildcards<TCase, TInhibitors>(pattern, text, steps);
+}
+
 template <typename TCase, typename TInhibitors>
 bool MatchTexts(const char *pattern, const char *str)
 {
     if (pattern == nullptr || str == nullptr)
         return false;
-    if (!Internal::Buffer::TWildcardNeeds<TCase, TInhibitors>(pattern).AreMetBy(str))
-        return false;
-    Internal::Buffer::SStepsUncounted steps;
-    return Internal::Buffer::MatchWildcards<TCase, TInhibitors>(pattern, str, steps);
+    return MatchCharacters<TCase, TInhibitors, SToTerminator>({pattern, {}}, {str, {}});
 }
 
 } // namespace
 
 bool SNativeStringUtils::Match(const char *pattern, const char *str) noexcept
 {
-    return MatchTexts<Internal::Buffer::SCaseMatters, Internal::Buffer::SNoInhibitors>(pattern, str);
+    return MatchTexts<SCaseMatters, SNoInhibitors>(pattern, str);
 }
 
 bool SNativeStringUtils::MatchCase(const char *pattern, const char *str) noexcept
 {
-    return MatchTexts<Internal::Buffer::SCaseIgnored, Internal::Buffer::SNoInhibitors>(pattern, str);
+    return MatchTexts<SCaseIgnored, SNoInhibitors>(pattern, str);
 }
 
 bool SNativeStringUtils::MatchWithInhibitors(const char *pattern, const char *str) noexcept
 {
-    return MatchTexts<Internal::Buffer::SCaseMatters, Internal::Buffer::SBackslashInhibits>(pattern, str);
+    return MatchTexts<SCaseMatters, SBackslashInhibits>(pattern, str);
 }
 
 bool SNativeStringUtils::MatchCaseWithInhibitors(const char *pattern, const char *str) noexcept
 {
-    return MatchTexts<Internal::Buffer::SCaseIgnored, Internal::Buffer::SBackslashInhibits>(pattern, str);
+    return MatchTexts<SCaseIgnored, SBackslashInhibits>(pattern, str);
 }
+
+namespace Internal::Buffer
+{
+
+bool MatchCounted(const char *pattern, u32 patternLength, const char *text, u32 length, SWildcardRules rules)
+{
+    const char *const begin = TextOrEmpty(text);
+    const TCharacters<SToEnd> characters = {begin, {begin + length}};
+    const TCharacters<SToEnd> wanted = {pattern, {pattern + patternLength}};
+    if (rules.m_HasInhibitors)
+        return rules.m_IgnoresCase ? MatchCharacters<SCaseIgnored, SBackslashInhibits>(wanted, characters)
+                                   : MatchCharacters<SCaseMatters, SBackslashInhibits>(wanted, characters);
+    return rules.m_IgnoresCase ? MatchCharacters<SCaseIgnored, SNoInhibitors>(wanted, characters)
+                               : MatchCharacters<SCaseMatters, SNoInhibitors>(wanted, characters);
+}
+
+} // namespace Internal::Buffer
 
 } // namespace Quorvane

@@ -5,7 +5,8 @@
 // was matched as early in the text as it can be, so giving an earlier star more leaves less text for the rest and opens
 // nothing new. Hence neither recursion nor memory, and a cost of at most (pattern + 1) * (text + 1) steps.
 //
-// Case, inhibitors and the counting of steps are policies, decided when the matcher is compiled. Only tests count.
+// Case, inhibitors, where texts end, and the counting of steps are policies, decided when the matcher is compiled. Only
+// tests count.
 #pragma once
 
 #include <cstring>
@@ -15,17 +16,58 @@
 namespace Quorvane::Internal::Buffer
 {
 
-// Inhibitor policies: whether the character at `pattern` only makes the next one literal.
+// Policies of the end, of the pattern's and of the text's.
+
+// At the terminator.
+struct SToTerminator
+{
+    static constexpr bool kIsCounted = false;
+
+    bool EndsAt(const char *at) const { return *at == 0; }
+    // Whether the text goes on with a character, which is not the terminator.
+    bool Has(const char *at, char character) const { return *at == character; }
+    std::size_t LengthOf(const char *text) const { return std::strlen(text); }
+};
+
+// Behind the last character of those that were counted.
+struct SToEnd
+{
+    static constexpr bool kIsCounted = true;
+
+    bool EndsAt(const char *at) const { return at == m_End; }
+    bool Has(const char *at, char character) const { return at != m_End && *at == character; }
+    std::size_t LengthOf(const char *text) const { return static_cast<std::size_t>(m_End - text); }
+
+    const char *m_End;
+};
+
+// A pattern or a text: where it begins, and where it ends.
+template <typename TEnd>
+struct TCharacters
+{
+    const char *m_Begin;
+    TEnd m_End;
+};
+
+// Inhibitor policies: whether the character at `pattern`, which is not its end, only makes the next one literal.
 
 struct SNoInhibitors
 {
-    static bool InhibitsAt(const char *) { return false; }
+    template <typename TEnd>
+    static bool InhibitsAt(const char *, const TEnd &)
+    {
+        return false;
+    }
 };
 
 struct SBackslashInhibits
 {
     // A lone backslash at the end has nothing to make literal, so it stands for itself.
-    static bool InhibitsAt(const char *pattern) { return pattern[0] == '\\' && pattern[1] != 0; }
+    template <typename TEnd>
+    static bool InhibitsAt(const char *pattern, const TEnd &end)
+    {
+        return pattern[0] == '\\' && !end.EndsAt(pattern + 1);
+    }
 };
 
 // The step policy of the library; it compiles to nothing.
@@ -35,22 +77,26 @@ struct SStepsUncounted
 };
 
 // One match. A step is one character of the text looked at, or one star of the pattern skipped.
-template <typename TCase, typename TInhibitors, typename TSteps>
+template <typename TCase, typename TInhibitors, typename TEnd, typename TSteps>
 class TWildcardMatcher
 {
 public:
     // Requires: two texts. Borrows all three arguments.
-    TWildcardMatcher(const char *pattern, const char *text, TSteps &steps)
-        : m_Pattern(pattern), m_Text(text), m_Steps(steps)
+    TWildcardMatcher(const TCharacters<TEnd> &pattern, const TCharacters<TEnd> &text, TSteps &steps)
+        : m_Pattern(pattern.m_Begin),
+          m_Text(text.m_Begin),
+          m_PatternEnd(pattern.m_End),
+          m_TextEnd(text.m_End),
+          m_Steps(steps)
     {
     }
 
     // Returns: whether the pattern matches the whole text. To be called once.
     bool Matches()
     {
-        while (*m_Text != 0)
+        while (!m_TextEnd.EndsAt(m_Text))
         {
-            if (*m_Pattern == '*')
+            if (m_PatternEnd.Has(m_Pattern, '*'))
             {
                 if (!_TakeStars())
                     return true;
@@ -59,13 +105,13 @@ public:
                 return false;
         }
         _SkipStars();
-        return *m_Pattern == 0;
+        return m_PatternEnd.EndsAt(m_Pattern);
     }
 
 private:
     void _SkipStars()
     {
-        for (; *m_Pattern == '*'; ++m_Pattern)
+        for (; m_PatternEnd.Has(m_Pattern, '*'); ++m_Pattern)
             m_Steps.Count();
     }
 
@@ -74,7 +120,7 @@ private:
     bool _TakeStars()
     {
         _SkipStars();
-        if (*m_Pattern == 0)
+        if (m_PatternEnd.EndsAt(m_Pattern))
             return false;
         m_BehindStar = m_Pattern;
         _FindCandidate();
@@ -96,7 +142,7 @@ private:
     // Gives the star each character that cannot match what follows the star, and steps over the first that can.
     void _FindCandidate()
     {
-        while (*m_Text != 0 && !_TakeCharacter())
+        while (!m_TextEnd.EndsAt(m_Text) && !_TakeCharacter())
             ++m_Text;
         m_BehindCandidate = m_Text;
     }
@@ -117,9 +163,12 @@ private:
     // Where the pattern goes on if its next element, which is not a star, matches the text's character; else null.
     const char *_MatchingEnd() const
     {
+        // A terminator matches no character of a text that ends with one.
+        if (TEnd::kIsCounted && m_PatternEnd.EndsAt(m_Pattern))
+            return nullptr;
         if (*m_Pattern == '?')
             return m_Pattern + 1;
-        const char *literal = m_Pattern + (TInhibitors::InhibitsAt(m_Pattern) ? 1 : 0);
+        const char *literal = m_Pattern + (TInhibitors::InhibitsAt(m_Pattern, m_PatternEnd) ? 1 : 0);
         return TCase::Fold(*literal) == TCase::Fold(*m_Text) ? literal + 1 : nullptr;
     }
 
@@ -127,27 +176,29 @@ private:
     const char *m_Text;
     const char *m_BehindStar = nullptr;      // in the pattern, the last star's; null before the first
     const char *m_BehindCandidate = nullptr; // in the text, where that star's next longer run may end
+    TEnd m_PatternEnd;
+    TEnd m_TextEnd;
     TSteps &m_Steps;
 };
 
 // Requires: two texts.
 // Returns: whether the pattern matches the whole text. `steps` has counted the steps.
-template <typename TCase, typename TInhibitors, typename TSteps>
-bool MatchWildcards(const char *pattern, const char *text, TSteps &steps)
+template <typename TCase, typename TInhibitors, typename TEnd, typename TSteps>
+bool MatchWildcards(const TCharacters<TEnd> &pattern, const TCharacters<TEnd> &text, TSteps &steps)
 {
-    return TWildcardMatcher<TCase, TInhibitors, TSteps>(pattern, text, steps).Matches();
+    return TWildcardMatcher<TCase, TInhibitors, TEnd, TSteps>(pattern, text, steps).Matches();
 }
 
 // What a pattern with stars asks of a text at least: its first character, what follows the last star at the end, and
 // the characters before the stars somewhere, in order. Most texts that do not match are told from the others by that,
 // which is looked up faster than a walk comes to it.
-template <typename TCase, typename TInhibitors>
+template <typename TCase, typename TInhibitors, typename TEnd>
 class TWildcardNeeds
 {
 public:
-    explicit TWildcardNeeds(const char *pattern) : m_Pattern(pattern)
+    explicit TWildcardNeeds(const TCharacters<TEnd> &pattern) : m_Pattern(pattern)
     {
-        for (const char *at = pattern; *at != 0;)
+        for (const char *at = pattern.m_Begin; !pattern.m_End.EndsAt(at);)
         {
             if (*at != '*')
             {
@@ -161,42 +212,47 @@ public:
         }
     }
 
+    // Requires: a text that is not null, also where it has no characters.
     // Returns: false when the pattern cannot match; true when it may, and for a pattern without stars.
-    bool AreMetBy(const char *text) const
+    bool AreMetBy(const TCharacters<TEnd> &text) const
     {
         if (m_LastStar == nullptr)
             return true;
-        if (m_FirstStar != m_Pattern && !_MatchesAt(m_Pattern, *text))
+        const char *const begin = text.m_Begin;
+        if (m_FirstStar != m_Pattern.m_Begin && (text.m_End.EndsAt(begin) || !_MatchesAt(m_Pattern.m_Begin, *begin)))
             return false;
-        const std::size_t length = std::strlen(text);
+        const std::size_t length = text.m_End.LengthOf(begin);
         if (length < m_TailLength)
             return false;
-        const char *const tail = text + (length - m_TailLength);
+        const char *const tail = begin + (length - m_TailLength);
         // What is between the stars is looked up by memchr, which knows no folding.
-        return _EndsWithTail(tail) && (!TCase::kIsExact || _HasMiddles(text, tail));
+        return _EndsWithTail(tail) && (!TCase::kIsExact || _HasMiddles(begin, tail));
     }
 
 private:
-    // Behind the element of the pattern at `at`, which is no star.
-    static const char *_Behind(const char *at) { return at + (TInhibitors::InhibitsAt(at) ? 2 : 1); }
+    bool _InhibitsAt(const char *at) const { return TInhibitors::InhibitsAt(at, m_Pattern.m_End); }
 
-    static bool _MatchesAt(const char *at, char character)
+    // Behind the element of the pattern at `at`, which is no star.
+    const char *_Behind(const char *at) const { return at + (_InhibitsAt(at) ? 2 : 1); }
+
+    bool _MatchesAt(const char *at, char character) const
     {
         if (*at == '?')
             return true;
-        const char literal = TInhibitors::InhibitsAt(at) ? at[1] : at[0];
+        const char literal = _InhibitsAt(at) ? at[1] : at[0];
         return TCase::Fold(literal) == TCase::Fold(character);
     }
 
     bool _EndsWithTail(const char *tail) const
     {
-        for (const char *at = m_LastStar + 1; *at != 0; at = _Behind(at), ++tail)
+        for (const char *at = m_LastStar + 1; !m_Pattern.m_End.EndsAt(at); at = _Behind(at), ++tail)
             if (!_MatchesAt(at, *tail))
                 return false;
         return true;
     }
 
-    // Whether the last literals of what stands between the stars follow each other in the text.
+    // Whether the last literals of what stands between the stars follow each other in the text. One that is a terminator,
+    // as counted patterns may have it, is not looked for.
     bool _HasMiddles(const char *text, const char *end) const
     {
         char wanted = 0;
@@ -204,7 +260,7 @@ private:
         {
             if (*at != '*')
             {
-                wanted = *at == '?' ? wanted : TInhibitors::InhibitsAt(at) ? at[1] : at[0];
+                wanted = *at == '?' ? wanted : _InhibitsAt(at) ? at[1] : at[0];
                 at = _Behind(at);
                 continue;
             }
@@ -221,10 +277,21 @@ private:
         return true;
     }
 
-    const char *m_Pattern;
+    TCharacters<TEnd> m_Pattern;
     const char *m_FirstStar = nullptr;
     const char *m_LastStar = nullptr;
     std::size_t m_TailLength = 0; // in characters of the text
 };
+
+// How a pattern is meant.
+struct SWildcardRules
+{
+    bool m_IgnoresCase;
+    bool m_HasInhibitors;
+};
+
+// The match of the first `length` characters by a pattern of `patternLength`; terminators are characters like others.
+// Nothing behind either is read. With a length of 0 null will do.
+bool MatchCounted(const char *pattern, u32 patternLength, const char *text, u32 length, SWildcardRules rules);
 
 } // namespace Quorvane::Internal::Buffer

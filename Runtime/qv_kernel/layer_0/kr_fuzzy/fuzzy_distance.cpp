@@ -28,6 +28,32 @@ QV_INTERNAL_NOINLINE bool WeighLong(SText rows, SText columns, float &outWeight)
     return true;
 }
 
+// A text with room behind its end, where one that is read in blocks needs it: one of few characters is copied.
+class CPaddedText
+{
+public:
+    explicit CPaddedText(SText text) : m_Text(text)
+    {
+        if (text.m_Length == 0 || text.m_Length > kMaxLength)
+            return;
+        std::memset(m_Characters, 0, kMaxLength);
+        std::memcpy(m_Characters, text.m_Data, text.m_Length);
+        m_Text.m_Data = m_Characters;
+    }
+    CPaddedText(const CPaddedText &) = delete;
+    CPaddedText &operator=(const CPaddedText &) = delete;
+
+    SText Text() const { return m_Text; }
+
+private:
+    static constexpr u32 kMaxLength = 32;
+    static_assert(Narrow::kMaxShortRows <= kMaxLength && Wide::kMaxShortRows <= kMaxLength,
+                  "others are read character by character");
+
+    SText m_Text;
+    char m_Characters[kMaxLength];
+};
+
 } // namespace
 
 bool WeighPair(SText query, SText other, float &outWeight)
@@ -43,6 +69,13 @@ bool WeighPair(SText query, SText other, float &outWeight)
         return WeighLong(rows, columns, outWeight);
     outWeight = WeightOf(rows, columns, nullptr);
     return true;
+}
+
+bool WeighCountedPair(SText query, SText other, float &outWeight)
+{
+    const CPaddedText paddedQuery(query);
+    const CPaddedText paddedOther(other);
+    return WeighPair(paddedQuery.Text(), paddedOther.Text(), outWeight);
 }
 
 } // namespace Quorvane::Internal::Fuzzy

@@ -12,4 +12,7 @@ namespace Quorvane::Internal::Fuzzy
 // Fails: returns false when memory is refused; the weight is 0 then.
 bool WeighPair(SText query, SText other, float &outWeight);
 
+// The same of texts in any memory: nothing behind their last characters is read.
+bool WeighCountedPair(SText query, SText other, float &outWeight);
+
 } // namespace Quorvane::Internal::Fuzzy

@@ -2,6 +2,7 @@
 #include "kr_string.h"
 
 #include <cstring>
+#include <type_traits>
 
 #include "../kr_buffer/buffer_bitmap.h"
 #include "../kr_simd/simd_words.h"
@@ -12,18 +13,19 @@ namespace Quorvane::Internal::String
 
 using namespace Buffer;
 
-CPredicateSplit::CPredicateSplit(const char *data, u32 length, TArray<CString> &outPieces)
-    : m_Data(data),
-      m_Length(length),
-      m_HoldsTerminator(SNativeStringUtils::Length_16(data) != length),
-      m_Pieces(outPieces)
+template <typename Piece>
+TPredicateSplit<Piece>::TPredicateSplit(const char *data, u32 length, TArray<Piece> &outPieces)
+    : m_Data(data), m_Length(length), m_HoldsTerminator(false), m_Pieces(outPieces)
 {
+    if constexpr (std::is_same<Piece, CString>::value)
+        m_HoldsTerminator = SNativeStringUtils::Length_16(data) != length;
     std::memset(m_IsUnknown, 1, sizeof(m_IsUnknown));
     std::memset(m_IsSeparator, 0, sizeof(m_IsSeparator));
 }
 
 // A chunk is cut as soon as all of its characters have their answers.
-bool CPredicateSplit::Next(char &outCharacter)
+template <typename Piece>
+bool TPredicateSplit<Piece>::Next(char &outCharacter)
 {
     while (m_Cut < m_Length)
     {
@@ -46,7 +48,8 @@ bool CPredicateSplit::Next(char &outCharacter)
 
 // Whether there is a character to ask about before `end`. Almost all of them are met in the first chunk, which is
 // walked character by character: a bitmap would have to be made anew after each answer.
-bool CPredicateSplit::_FindUnknown(u32 end)
+template <typename Piece>
+bool TPredicateSplit<Piece>::_FindUnknown(u32 end)
 {
     if (m_Cut == 0)
     {
@@ -70,7 +73,8 @@ bool CPredicateSplit::_FindUnknown(u32 end)
 }
 
 // Runs of separators are skipped in the bitmaps: to ask of each piece whether it is empty would be a mispredicted branch.
-bool CPredicateSplit::_CutUpTo(u32 end)
+template <typename Piece>
+bool TPredicateSplit<Piece>::_CutUpTo(u32 end)
 {
     const u32 count = end - m_Cut;
     u64 bitmap[kBitmapWords];
@@ -101,19 +105,33 @@ bool CPredicateSplit::_CutUpTo(u32 end)
         }
         return true;
     };
-    return m_HoldsTerminator ? cut(TStringSink<Piece_Any>(m_Pieces))
-                             : cut(TStringSink<Piece_WithoutTerminator>(m_Pieces));
+    return _UseSink(cut);
 }
 
 // Stores what stands behind the last separator. Where that one is the last character, a piece may seem to begin at the
 // end of the text.
-bool CPredicateSplit::_Finish()
+template <typename Piece>
+bool TPredicateSplit<Piece>::_Finish()
 {
     const u32 length = m_InPiece && m_First < m_Length ? m_Length - m_First : 0;
     if (length == 0)
         return true;
-    return m_HoldsTerminator ? TStringSink<Piece_Any>(m_Pieces).Add(m_Data + m_First, length)
-                             : TStringSink<Piece_WithoutTerminator>(m_Pieces).Add(m_Data + m_First, length);
+    return _UseSink([&](auto &&sink) { return sink.Add(m_Data + m_First, length); });
 }
+
+// What `use` answers for what the pieces go to.
+template <typename Piece>
+template <typename Use>
+bool TPredicateSplit<Piece>::_UseSink(const Use &use)
+{
+    if constexpr (std::is_same<Piece, CStringView>::value)
+        return use(CViewSink(m_Pieces));
+    else
+        return m_HoldsTerminator ? use(TStringSink<Piece_Any>(m_Pieces))
+                                 : use(TStringSink<Piece_WithoutTerminator>(m_Pieces));
+}
+
+template class TPredicateSplit<CString>;
+template class TPredicateSplit<CStringView>;
 
 } // namespace Quorvane::Internal::String

@@ -1,4 +1,4 @@
-// What the ways of splitting share: the walk over the pieces of a text, and the array that strings of them go to.
+// What the ways of splitting share: the walk over the pieces of a text, and the arrays that they go to.
 #pragma once
 
 #include "../kr_buffer/buffer_bitmap.h"
@@ -33,6 +33,76 @@ public:
 
 private:
     TArray<CString> &m_Pieces;
+};
+
+// Appends pieces as views, written where they belong: handed over one by one, each would be read back before its two
+// halves have reached memory. The array grows when and as it would by one at a time; in between, its count is stale, until
+// growth or the destructor writes it.
+class CViewSink
+{
+public:
+    explicit CViewSink(TArray<CStringView> &pieces) : m_Pieces(pieces), m_Count(pieces.Count()) { _SetRoom(); }
+    ~CViewSink() { SArrayAccess::SetCount(m_Pieces, m_Count); }
+    CViewSink(const CViewSink &) = delete;
+    CViewSink &operator=(const CViewSink &) = delete;
+
+    bool Add(const char *piece, u32 length)
+    {
+        if (m_Count == m_Room && !_MakeRoom())
+            return false;
+        ::new (static_cast<void *>(m_Data + m_Count)) CStringView(piece, length);
+        ++m_Count;
+        return true;
+    }
+
+    // Adds what stands before each of the separators, at `indices` from `text` on, unless that is nothing. `begin` is
+    // where the first piece begins, and then the one behind the last separator.
+    bool AddAll(const char *text, const u16 *indices, u32 count, const char *&begin)
+    {
+        for (u32 i = 0; i < count;)
+        {
+            // An empty one is written, too, and written over by the next: whether there is one would be a mispredicted
+            // branch.
+            const char *first = begin;
+            CStringView *to = m_Data + m_Count;
+            CStringView *const end = m_Data + m_Room;
+            for (; i < count && to != end; ++i)
+            {
+                const char *const separator = text + indices[i];
+                ::new (static_cast<void *>(to)) CStringView(first, static_cast<u32>(separator - first));
+                to += separator != first ? 1 : 0;
+                first = separator + 1;
+            }
+            m_Count = static_cast<u32>(to - m_Data);
+            // Only a piece that is stored may make the array grow.
+            for (; i < count && text + indices[i] == first; ++i)
+                ++first;
+            begin = first;
+            if (i < count && m_Count == m_Room && !_MakeRoom())
+                return false;
+        }
+        return true;
+    }
+
+private:
+    bool _MakeRoom()
+    {
+        SArrayAccess::SetCount(m_Pieces, m_Count);
+        const bool hasRoom = m_Pieces.Resize(m_Count + 1);
+        _SetRoom();
+        return hasRoom;
+    }
+
+    void _SetRoom()
+    {
+        m_Data = m_Pieces.Data();
+        m_Room = m_Pieces.MaxCount();
+    }
+
+    TArray<CStringView> &m_Pieces;
+    u32 m_Count;
+    CStringView *m_Data = nullptr;
+    u32 m_Room = 0;
 };
 
 // Calls `onPiece(begin, end)`, indices both, for what stands before each separator, and for what stands behind the last

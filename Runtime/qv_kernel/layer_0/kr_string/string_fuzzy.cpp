@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "../kr_fuzzy/fuzzy_query.h"
+#include "null_text.h"
 
 namespace Quorvane
 {
@@ -113,6 +114,22 @@ float CString::FuzzyMatch(const CString &other) const noexcept
     float weight;
     Internal::Fuzzy::WeighPair(SText::Of(*this), SText::Of(other), weight);
     return weight;
+}
+
+float CStringView::FuzzyMatch(const CStringView &other) const noexcept
+{
+    const SText query = {m_Data, Internal::String::ReadableLength(*this)};
+    const SText text = {other.m_Data, Internal::String::ReadableLength(other)};
+    if (query.m_Length >= CStringContainer::kLengthMask || text.m_Length >= CStringContainer::kLengthMask)
+        return 0.0f;
+    float weight;
+    Internal::Fuzzy::WeighCountedPair(query, text, weight);
+    return weight;
+}
+
+float CStringView::FuzzyMatch(const char *other) const noexcept
+{
+    return FuzzyMatch(CStringView(other));
 }
 
 void CString::FuzzyMatchList(const TStridedMemoryView<const CString> &stringList,

@@ -1,6 +1,7 @@
-// Wildcard matching: the empty strings are decided here, everything else by the native matchers.
+// Wildcard matching: the empty strings are decided here, everything else by the native matchers; views are counted.
 #include "kr_string.h"
 
+#include "../kr_buffer/buffer_wildcard.h"
 #include "null_text.h"
 
 namespace Quorvane
@@ -27,6 +28,13 @@ bool MatchWith(FMatcher matcher, const CString &string, const char *pattern)
     return matcher(pattern, string.Data());
 }
 
+bool MatchView(const CStringView &pattern, const CStringView &view, Internal::Buffer::SWildcardRules rules)
+{
+    using Internal::String::ReadableLength;
+    return Internal::Buffer::MatchCounted(pattern.Data(), ReadableLength(pattern), view.Data(), ReadableLength(view),
+                                          rules);
+}
+
 } // namespace
 
 bool CString::Match(const char *pattern, ECaseSensitivity caseSensitivity) const noexcept
@@ -51,6 +59,26 @@ bool CString::MatchWithInhibitors(const char *pattern, ECaseSensitivity caseSens
 bool CString::MatchWithInhibitors(const CString &pattern, ECaseSensitivity caseSensitivity) const noexcept
 {
     return pattern.Empty() ? Empty() : MatchWithInhibitors(pattern.Data(), caseSensitivity);
+}
+
+bool CStringView::Match(const CStringView &pattern, ECaseSensitivity caseSensitivity) const noexcept
+{
+    return MatchView(pattern, *this, {caseSensitivity != CaseSensitive, false});
+}
+
+bool CStringView::Match(const char *pattern, ECaseSensitivity caseSensitivity) const noexcept
+{
+    return Match(CStringView(pattern), caseSensitivity);
+}
+
+bool CStringView::MatchWithInhibitors(const CStringView &pattern, ECaseSensitivity caseSensitivity) const noexcept
+{
+    return MatchView(pattern, *this, {caseSensitivity != CaseSensitive, true});
+}
+
+bool CStringView::MatchWithInhibitors(const char *pattern, ECaseSensitivity caseSensitivity) const noexcept
+{
+    return MatchWithInhibitors(CStringView(pattern), caseSensitivity);
 }
 
 } // namespace Quorvane

@@ -13,81 +13,12 @@ namespace Quorvane
 namespace
 {
 
+using Internal::String::CViewSink;
 using Internal::String::LiesIn;
 using Internal::String::Piece_Any;
 using Internal::String::Piece_WithoutTerminator;
 using Internal::String::TStringSink;
 using Internal::String::WalkPieces;
-
-// Appends pieces as views, written where they belong: handed over one by one, each would be read back before its two
-// halves have reached memory. The array grows when and as it would by one at a time; in between, its count is stale, until
-// growth or the destructor writes it.
-class CViewSink
-{
-public:
-    explicit CViewSink(TArray<CStringView> &pieces) : m_Pieces(pieces) { _SetRoom(); }
-    ~CViewSink() { Internal::SArrayAccess::SetCount(m_Pieces, m_Count); }
-    CViewSink(const CViewSink &) = delete;
-    CViewSink &operator=(const CViewSink &) = delete;
-
-    bool Add(const char *piece, u32 length)
-    {
-        if (m_Count == m_Room && !_MakeRoom())
-            return false;
-        ::new (static_cast<void *>(m_Data + m_Count)) CStringView(piece, length);
-        ++m_Count;
-        return true;
-    }
-
-    // Adds what stands before each of the separators, at `indices` from `text` on, unless that is nothing. `begin` is
-    // where the first piece begins, and then the one behind the last separator.
-    bool AddAll(const char *text, const u16 *indices, u32 count, const char *&begin)
-    {
-        for (u32 i = 0; i < count;)
-        {
-            // An empty one is written, too, and written over by the next: whether there is one would be a mispredicted
-            // branch.
-            const char *first = begin;
-            CStringView *to = m_Data + m_Count;
-            CStringView *const end = m_Data + m_Room;
-            for (; i < count && to != end; ++i)
-            {
-                const char *const separator = text + indices[i];
-                ::new (static_cast<void *>(to)) CStringView(first, static_cast<u32>(separator - first));
-                to += separator != first ? 1 : 0;
-                first = separator + 1;
-            }
-            m_Count = static_cast<u32>(to - m_Data);
-            // Only a piece that is stored may make the array grow.
-            for (; i < count && text + indices[i] == first; ++i)
-                ++first;
-            begin = first;
-            if (i < count && m_Count == m_Room && !_MakeRoom())
-                return false;
-        }
-        return true;
-    }
-
-private:
-    bool _MakeRoom()
-    {
-        Internal::SArrayAccess::SetCount(m_Pieces, m_Count);
-        const bool hasRoom = m_Pieces.Resize(m_Count + 1);
-        _SetRoom();
-        return hasRoom;
-    }
-
-    void _SetRoom()
-    {
-        m_Data = m_Pieces.Data();
-        m_Room = m_Pieces.MaxCount();
-    }
-
-    TArray<CStringView> &m_Pieces;
-    CStringView *m_Data = nullptr;
-    u32 m_Count = 0;
-    u32 m_Room = 0;
-};
 
 template <typename Sink>
 bool SplitText(Sink &&sink, const CString &source, char separator)
@@ -99,25 +30,31 @@ bool SplitText(Sink &&sink, const CString &source, char separator)
     return WalkPieces(source.Length(), find, onPiece);
 }
 
-bool SplitInto(TArray<CStringView> &outPieces, const CString &source, char separator)
+// The view is a copy: the one to split may lie in the array.
+template <typename Find>
+bool SplitInto(TArray<CStringView> &outPieces, CStringView source, char separator, const Find &find)
 {
     outPieces.Clear();
-    if (source.Empty())
-        return true;
     CViewSink sink(outPieces);
-    const char *begin = source.Data();
-    const char *const end = begin + source.Length();
+    const char *begin = source.begin();
+    const char *const end = source.end();
     for (const char *text = begin; text != end;)
     {
         const u32 count = QVMin(static_cast<u32>(end - text), Internal::Buffer::kChunkCharacters);
         u64 bitmap[Internal::Buffer::kBitmapWords];
         u16 indices[Internal::Buffer::kChunkCharacters + Internal::Buffer::kIndexSlack];
-        Internal::Buffer::FindMatches(bitmap, text, count, separator);
+        find(bitmap, text, count, separator);
         if (!sink.AddAll(text, indices, Internal::Buffer::ListMatches(indices, bitmap, count), begin))
             return false;
         text += count;
     }
     return begin >= end || sink.Add(begin, static_cast<u32>(end - begin));
+}
+
+bool SplitInto(TArray<CStringView> &outPieces, const CString &source, char separator)
+{
+    const CStringView characters = source.Empty() ? CStringView() : CStringView(source);
+    return SplitInto(outPieces, characters, separator, Internal::Buffer::FindMatches);
 }
 
 bool SplitInto(TArray<CString> &outPieces, const CString &source, char separator)
@@ -141,6 +78,11 @@ bool CString::Split(char separator, TArray<CStringView> &outPieces) const &noexc
 bool CString::Split(char separator, TArray<CString> &outPieces) const noexcept
 {
     return LiesIn(*this, outPieces) ? Split_ThreadSafe(separator, outPieces) : SplitInto(outPieces, *this, separator);
+}
+
+bool CStringView::Split(char separator, TArray<CStringView> &outPieces) const noexcept
+{
+    return SplitInto(outPieces, *this, separator, Internal::Buffer::FindMatchesInCounted);
 }
 
 bool CString::Split_ThreadSafe(char separator, TArray<CStringView> &outPieces) const &noexcept

@@ -18,6 +18,7 @@ using Internal::String::CCharacterSet;
 using Internal::String::CountLeading;
 using Internal::String::LengthWithoutTrailing;
 using Internal::String::IndexOf;
+using Internal::String::IsNullOrEmpty;
 using Internal::String::ReadableLength;
 
 // The number of characters before the first terminator in the view.
@@ -149,6 +150,14 @@ bool CStringView::EndsWith(const char *other, ECaseSensitivity caseSensitivity) 
 bool CStringView::Contains(const char *other, ECaseSensitivity caseSensitivity) const noexcept
 {
     return Contains(ToView(other), caseSensitivity);
+}
+
+bool CStringView::Empty(const char *blanks) const noexcept
+{
+    if (IsNullOrEmpty(blanks))
+        return Empty();
+    const u32 length = ReadableLength(*this);
+    return CountLeading(m_Data, length, CCharacterSet(blanks)) == length;
 }
 
 CStringView CStringView::Strip(char character) const noexcept

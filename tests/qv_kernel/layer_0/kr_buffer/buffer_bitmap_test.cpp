@@ -103,6 +103,20 @@ TEST_P(BufferBitmap, CharactersAreFoundWithoutReadingBehindTheirBlock)
     }
 }
 
+TEST_P(BufferBitmap, CountedCharactersAreFoundWithoutReadingBehindTheText)
+{
+    for (const u32 length : Lengths())
+    {
+        const std::string text = MakeText(length);
+        const CGuardedText guarded(text.data(), text.size());
+        for (const char wanted : {',', '\0', '\xFF', 'z'})
+        {
+            Internal::Buffer::FindMatchesInCounted(m_Bitmap, guarded.Get(), length, wanted);
+            EXPECT_EQ(Visited(m_Bitmap, length), Expected(length, [&](u32 i) { return text[i] == wanted; })) << length;
+        }
+    }
+}
+
 TEST_P(BufferBitmap, ListedCharactersAreFoundWithoutReadingBehindTheText)
 {
     const std::vector<std::string> lists = {std::string(), std::string(1, '\0'), ",", "a,\x80\xFF",

@@ -1,6 +1,7 @@
 #include "kr_buffer/buffer_wildcard.h"
 
 #include <algorithm>
+#include <cstring>
 #include <random>
 #include <string>
 #include <vector>
@@ -20,6 +21,7 @@ namespace
 {
 
 using Quorvane::SNativeStringUtils;
+using Quorvane::u32;
 using Quorvane::u64;
 namespace Buffer = Quorvane::Internal::Buffer;
 
@@ -31,20 +33,37 @@ struct SStepCounter
     void Count() { ++m_Steps; }
 };
 
-// One of the four matchers: as the interface has it, as counted, and what the model needs to know.
+// One of the four matchers: as the interface has it, with its steps counted, and what the model needs to know.
 struct SMatcher
 {
     const char *m_Name;
     bool (*m_Match)(const char *pattern, const char *str);
-    bool (*m_Counted)(const char *pattern, const char *text, SStepCounter &steps);
+    bool (*m_Counted)(const std::string &pattern, const std::string &text, SStepCounter &steps);
     bool m_IgnoresCase;
     bool m_HasInhibitors;
 };
 
+// In texts that end at a terminator and, with the same steps, in those that end by their length.
 template <typename TCase, typename TInhibitors>
-bool Counted(const char *pattern, const char *text, SStepCounter &steps)
+bool Counted(const std::string &pattern, const std::string &text, SStepCounter &steps)
 {
-    return Buffer::MatchWildcards<TCase, TInhibitors>(pattern, text, steps);
+    using CTerminated = Buffer::TCharacters<Buffer::SToTerminator>;
+    const bool matches = Buffer::MatchWildcards<TCase, TInhibitors>(CTerminated{pattern.c_str(), {}},
+                                                                    CTerminated{text.c_str(), {}}, steps);
+    using CByLength = Buffer::TCharacters<Buffer::SToEnd>;
+    SStepCounter stepsByLength;
+    const bool matchesByLength =
+        Buffer::MatchWildcards<TCase, TInhibitors>(CByLength{pattern.data(), {pattern.data() + pattern.size()}},
+                                                   CByLength{text.data(), {text.data() + text.size()}}, stepsByLength);
+    EXPECT_EQ(matchesByLength, matches) << pattern << " " << text;
+    EXPECT_EQ(stepsByLength.m_Steps, steps.m_Steps) << pattern << " " << text;
+    return matches;
+}
+
+bool MatchesByLength(const SMatcher &matcher, const std::string &pattern, const std::string &text)
+{
+    return Buffer::MatchCounted(pattern.data(), static_cast<u32>(pattern.size()), text.data(),
+                                static_cast<u32>(text.size()), {matcher.m_IgnoresCase, matcher.m_HasInhibitors});
 }
 
 const SMatcher kMatch = {"Match", SNativeStringUtils::Match, Counted<Buffer::SCaseMatters, Buffer::SNoInhibitors>,
@@ -66,7 +85,7 @@ u64 MostSteps(const std::string &pattern, const std::string &text)
 u64 StepsOf(const SMatcher &matcher, const std::string &pattern, const std::string &text)
 {
     SStepCounter steps;
-    matcher.m_Counted(pattern.c_str(), text.c_str(), steps);
+    matcher.m_Counted(pattern, text, steps);
     return steps.m_Steps;
 }
 
@@ -77,6 +96,11 @@ bool Agrees(const SMatcher &matcher, const std::string &pattern, const std::stri
     if (matcher.m_Match(pattern.c_str(), text.c_str()) != expected)
     {
         ADD_FAILURE() << matcher.m_Name << "(\"" << pattern << "\", \"" << text << "\") is not " << expected;
+        return false;
+    }
+    if (MatchesByLength(matcher, pattern, text) != expected)
+    {
+        ADD_FAILURE() << matcher.m_Name << "(\"" << pattern << "\", \"" << text << "\") by length is not " << expected;
         return false;
     }
     const u64 steps = StepsOf(matcher, pattern, text);
@@ -488,6 +512,64 @@ TEST(BufferWildcard, NothingBehindTheTerminatorsIsRead)
                 const bool expected =
                     WildcardModelMatches(pattern, text, matcher.m_IgnoresCase, matcher.m_HasInhibitors);
                 EXPECT_EQ(matcher.m_Match(guardedPattern.Get(), guardedText.Get()), expected)
+                    << matcher.m_Name << " " << pattern << " " << text;
+            }
+        }
+    }
+}
+
+// By length.
+
+// The model knows no terminators, so that it says what they mean among counted characters.
+TEST(BufferWildcard, CountedTerminatorsAreCharactersLikeOthers)
+{
+    const std::vector<std::string> patterns = EveryText(std::string("a\0*?\\", 5), 4);
+    const std::vector<std::string> texts = EveryText(std::string("a\0\\", 3), kSlow ? 3 : 4);
+    for (const SMatcher &matcher : kMatchers)
+        for (const std::string &pattern : patterns)
+            for (const std::string &text : texts)
+                ASSERT_EQ(MatchesByLength(matcher, pattern, text),
+                          WildcardModelMatches(pattern, text, matcher.m_IgnoresCase, matcher.m_HasInhibitors))
+                    << matcher.m_Name << " " << ::testing::PrintToString(pattern) << " "
+                    << ::testing::PrintToString(text);
+}
+
+TEST(BufferWildcard, CountedNullHasNoCharacters)
+{
+    for (const bool inhibitors : {false, true})
+    {
+        for (const bool ignoreCase : {false, true})
+        {
+            const Buffer::SWildcardRules rules = {ignoreCase, inhibitors};
+            EXPECT_TRUE(Buffer::MatchCounted(nullptr, 0, nullptr, 0, rules));
+            EXPECT_TRUE(Buffer::MatchCounted("*", 1, nullptr, 0, rules));
+            EXPECT_TRUE(Buffer::MatchCounted(nullptr, 0, "a", 0, rules));
+            EXPECT_FALSE(Buffer::MatchCounted("*a*", 3, nullptr, 0, rules));
+            EXPECT_FALSE(Buffer::MatchCounted("a*b*", 4, nullptr, 0, rules));
+            EXPECT_FALSE(Buffer::MatchCounted("?", 1, nullptr, 0, rules));
+            EXPECT_FALSE(Buffer::MatchCounted(nullptr, 0, "a", 1, rules));
+        }
+    }
+}
+
+// Both texts end at a protected page, without a terminator.
+TEST(BufferWildcard, NothingBehindCountedTextsIsRead)
+{
+    const char *const patterns[] = {"",     "*",   "abc", "a*c", "*?",   "*x", "abc\\",
+                                    "abcd", "a?c", "*\\", "\\",  "a*\\", "**"};
+    const char *const texts[] = {"", "a", "abc", "abcabc", "abc\\", "ab"};
+    for (const SMatcher &matcher : kMatchers)
+    {
+        for (const char *pattern : patterns)
+        {
+            for (const char *text : texts)
+            {
+                const CGuardedText guardedPattern(pattern, std::strlen(pattern));
+                const CGuardedText guardedText(text, std::strlen(text));
+                EXPECT_EQ(Buffer::MatchCounted(guardedPattern.Get(), static_cast<u32>(std::strlen(pattern)),
+                                               guardedText.Get(), static_cast<u32>(std::strlen(text)),
+                                               {matcher.m_IgnoresCase, matcher.m_HasInhibitors}),
+                          WildcardModelMatches(pattern, text, matcher.m_IgnoresCase, matcher.m_HasInhibitors))
                     << matcher.m_Name << " " << pattern << " " << text;
             }
         }

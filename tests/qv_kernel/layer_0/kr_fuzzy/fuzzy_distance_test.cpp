@@ -183,4 +183,29 @@ TEST(FuzzyDistance, RefusedMemoryIsAnsweredAndWeighsZero)
     allocator.RefuseFromNth(0);
 }
 
+// Neither text ends with a terminator, nor with room behind it.
+TEST(FuzzyDistance, CountedPairsWeighTheSameAndNothingBehindThemIsRead)
+{
+    const size_t lengths[] = {0, 1, 2, 15, 16, 17, 31, 32, 33, 63, 64, 65, 128, 129, 200, 255, 256, 300};
+    CFuzzyTexts source(41);
+    for (const bool wide : {false, true})
+    {
+        const CWideChoice choice(wide);
+        for (const size_t length : lengths)
+        {
+            for (const size_t otherLength : lengths)
+            {
+                const std::string query = source.Random(kBytes, length);
+                const std::string other = source.Misspelt(query, kBytes, otherLength);
+                const CTextAtPageEnd queryAtEnd(query);
+                const CTextAtPageEnd otherAtEnd(other);
+                float weight = -1.0f;
+                EXPECT_TRUE(WeighCountedPair({queryAtEnd.Data(), LengthOf(query)}, {otherAtEnd.Data(), LengthOf(other)},
+                                             weight));
+                ASSERT_EQ(weight, FuzzyModelWeight(query, other)) << length << " and " << otherLength;
+            }
+        }
+    }
+}
+
 } // namespace

@@ -3,6 +3,8 @@
 
 #include <functional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "edge_allocators.h"
 #include "every_text.h"
@@ -189,6 +191,83 @@ TEST(StringSplitPredicate, AnArrayThatCannotGrowKeepsWhatItHeldBefore)
     }
     EXPECT_EQ(TextsOf(out), PieceTexts(9, "held"));
     ExpectReports(recorder, {"false"});
+}
+
+// Into views.
+
+TEST(StringSplitPredicate, ViewsLieInTheBufferOfTheSourceAndAreAppended)
+{
+    CTestAllocator allocator;
+    {
+        const CString string("ab,;cde;f");
+        TArray<CStringView> out = UsedViews();
+        allocator.ForgetCalls();
+        EXPECT_TRUE(string.Split([](char c) { return c == ',' || c == ';'; }, out));
+        ASSERT_EQ(TextsOf(out), (PieceTexts{"old", "older", "oldest", "ab", "cde", "f"}));
+        EXPECT_EQ(out[3].Data(), string.Data());
+        EXPECT_EQ(out[4].Data(), string.Data() + 4);
+        EXPECT_EQ(out[5].Data(), string.Data() + 8);
+        EXPECT_TRUE(allocator.Calls().empty());
+    }
+}
+
+TEST(StringSplitPredicate, AnEmptyStringLeavesTheViewsUntouchedAndAsksNothing)
+{
+    for (const CString &string : EmptyStrings())
+    {
+        TArray<CStringView> out = UsedViews();
+        bool asked = false;
+        EXPECT_TRUE(string.Split(
+            [&asked](char)
+            {
+                asked = true;
+                return false;
+            },
+            out));
+        EXPECT_EQ(TextsOf(out), (PieceTexts{"old", "older", "oldest"}));
+        EXPECT_FALSE(asked);
+    }
+}
+
+TEST(StringSplitPredicate, StringsAndViewsAreTheSamePieces)
+{
+    // Chunks end where the questions do; terminators in pieces are reported for strings alone.
+    std::string text;
+    u32 state = 7;
+    for (u32 i = 0; i < 5000; ++i)
+    {
+        state = state * 1664525u + 1013904223u;
+        text += "a,b;c\0\xE9"[(state >> 16) % 7];
+    }
+    const auto isSeparator = [](char c) { return c == ',' || c == ';' || c == '\xE9'; };
+    for (u32 length = 1; length <= text.size(); length += length < 70 ? 1 : 613)
+    {
+        const std::string part = text.substr(0, length);
+        const CString string = Fixed(part);
+        TArray<CStringView> views;
+        CAssertRecorder recorder;
+        EXPECT_TRUE(string.Split(isSeparator, views));
+        ExpectReports(recorder, {});
+        ASSERT_EQ(TextsOf(views), SplitModelRuns(part, isSeparator)) << length;
+    }
+}
+
+TEST(StringSplitPredicate, AViewIsAskedAboutEachOfItsCharactersOnce)
+{
+    const std::string text(3000, 'b');
+    std::vector<u32> asked(256, 0);
+    TArray<CStringView> out;
+    const std::string whole = "\1a" + text + "," + std::string("\0c", 2);
+    EXPECT_TRUE(ViewOf(whole).Slice(1).Split(
+        [&asked](char c)
+        {
+            ++asked[static_cast<u8>(c)];
+            return c == ',';
+        },
+        out));
+    EXPECT_EQ(TextsOf(out), (PieceTexts{"a" + text, std::string("\0c", 2)}));
+    for (u32 byte = 0; byte < 256; ++byte)
+        EXPECT_EQ(asked[byte], byte != 1 && whole.find(static_cast<char>(byte)) != std::string::npos ? 1u : 0u) << byte;
 }
 
 // What a separator may be.

@@ -368,6 +368,90 @@ TEST(StringFuzzy, NothingOutsideTheBlocksIsRead)
 
 // Lists.
 
+// The weight of two views.
+
+TEST(StringViewFuzzy, FuzzyMatchIsThatOfStringsOfTheSameCharacters)
+{
+    const CStringView names("sunday,saturday");
+    EXPECT_EQ(names.Slice(0, 6).FuzzyMatch(names.Slice(7)), 11.0f / 14.0f);
+    EXPECT_EQ(CStringView("abc").FuzzyMatch(CStringView("abd")), 5.0f / 6.0f);
+    EXPECT_EQ(CStringView("abc").FuzzyMatch("abd"), 5.0f / 6.0f);
+    EXPECT_EQ(CStringView("abc").FuzzyMatch(CString("abd")), 5.0f / 6.0f);
+    EXPECT_EQ(CStringView("ab").FuzzyMatch("xa"), 0.75f);
+    EXPECT_EQ(CStringView("xa").FuzzyMatch("ab"), 0.5f);
+    EXPECT_EQ(names.FuzzyMatch(names), 1.0f);
+}
+
+TEST(StringViewFuzzy, EmptinessGoesByLengthAndNullHasNoCharacters)
+{
+    const char *const null = nullptr;
+    const CStringView empty[] = {CStringView(), CStringView(nullptr, 3), CStringView("abc", 0)};
+    for (const CStringView &view : empty)
+    {
+        for (const CStringView &other : empty)
+            EXPECT_EQ(view.FuzzyMatch(other), 1.0f);
+        EXPECT_EQ(view.FuzzyMatch(null), 1.0f);
+        EXPECT_EQ(view.FuzzyMatch("a"), 0.0f);
+        EXPECT_EQ(CStringView("a").FuzzyMatch(view), 0.0f);
+    }
+    EXPECT_EQ(CStringView("a").FuzzyMatch(null), 0.0f);
+    EXPECT_EQ(CStringView("a\0b", 3).FuzzyMatch(CStringView("a\0b", 3)), 1.0f);
+    EXPECT_EQ(CStringView("a\0b", 3).FuzzyMatch(CStringView("a\0c", 3)), 5.0f / 6.0f);
+}
+
+TEST(StringViewFuzzy, EveryPairOfShortViewsWeighsAsTheRecurrenceSays)
+{
+    const std::vector<std::string> texts = EveryText("ab", kSanitized ? 4 : 5);
+    for (const std::string &a : texts)
+        for (const std::string &b : texts)
+            ASSERT_EQ(ViewOf(a).FuzzyMatch(ViewOf(b)), FuzzyModelWeight(a, b)) << a << " and " << b;
+}
+
+TEST(StringViewFuzzy, ViewsWeighAsStringsDoAndNothingOutsideThemIsRead)
+{
+    CFuzzyTexts source(43);
+    for (size_t length = 0; length < 70; ++length)
+    {
+        for (const size_t otherLength : {size_t(1), length / 2, length, length + 1, size_t(64), size_t(300)})
+        {
+            const std::string query = source.Random(kLetters, length);
+            const std::string other = source.Misspelt(query, kLetters, otherLength);
+            const CTextAtPageEnd queryAtEnd(query);
+            const CTextAtPageEnd otherAtEnd(other);
+            ASSERT_EQ(queryAtEnd.View().FuzzyMatch(otherAtEnd.View()), Weight(query, other))
+                << length << " and " << otherLength;
+        }
+    }
+}
+
+TEST(StringViewFuzzy, LongViewsUseOneBlockThatMayBeRefused)
+{
+    const std::string text(300, 'a');
+    CTestAllocator allocator;
+    EXPECT_EQ(ViewOf(text).FuzzyMatch(ViewOf(text)), 1.0f);
+    EXPECT_EQ(allocator.Requests().size(), 1u);
+    EXPECT_EQ(allocator.LiveBlocks(), 0u);
+    EXPECT_EQ(ViewOf(text).Slice(100).FuzzyMatch(ViewOf(text).Slice(50)), Weight(text.substr(100), text.substr(50)));
+    const CAssertRecorder recorder;
+    {
+        const CChoosyAllocator refusing([](u64, u64) { return true; });
+        EXPECT_EQ(ViewOf(text).FuzzyMatch(ViewOf(text)), 0.0f);
+    }
+    EXPECT_EQ(recorder.Count(), 0u);
+}
+
+TEST(StringViewFuzzy, LengthsThatNoStringCanHaveWeighZeroAndAreNotLookedAt)
+{
+    CTestAllocator allocator;
+    for (const u32 length : {0x3FFFFFFFu, 0x40000000u, 0xFFFFFFFFu})
+    {
+        EXPECT_EQ(CStringView("a", length).FuzzyMatch("a"), 0.0f);
+        EXPECT_EQ(CStringView("a").FuzzyMatch(CStringView("a", length)), 0.0f);
+        EXPECT_EQ(CStringView("a", length).FuzzyMatch(CStringView("a", length)), 0.0f);
+    }
+    EXPECT_EQ(allocator.RequestCount(), 0u);
+}
+
 TEST(StringFuzzyList, EveryFormAgreesWithTheRecurrenceForEveryQueryAndListLength)
 {
     CFuzzyTexts source(7);

@@ -214,4 +214,160 @@ TEST(StringMatching, MatchingNeitherAllocatesNorChangesAnything)
     }
 }
 
+// Views.
+
+template <typename Pattern>
+std::vector<bool> AnswersOfView(const CStringView &view, const Pattern &pattern)
+{
+    return {view.Match(pattern, CaseSensitive), view.Match(pattern, CaseInsensitive),
+            view.MatchWithInhibitors(pattern, CaseSensitive), view.MatchWithInhibitors(pattern, CaseInsensitive)};
+}
+
+std::vector<bool> AnswersOfModel(const std::string &pattern, const std::string &text)
+{
+    std::vector<bool> answers;
+    for (const bool inhibitors : {false, true})
+        for (const bool ignoreCase : {false, true})
+            answers.push_back(WildcardModelMatches(pattern, text, ignoreCase, inhibitors));
+    return answers;
+}
+
+TEST(StringViewMatching, MatchIsOfTheWholeView)
+{
+    const CStringView path("textures/readme.txt");
+    const CStringView name = path.Slice(9);
+    EXPECT_TRUE(name.Match("*.txt"));
+    EXPECT_TRUE(name.Match("read??.txt"));
+    EXPECT_FALSE(name.Match("eadme*"));
+    EXPECT_TRUE(path.Slice(9, 6).Match("readme"));
+    EXPECT_FALSE(path.Slice(9, 6).Match("readme.txt"));
+    EXPECT_FALSE(path.Slice(9, 6).Match("*.txt"));
+}
+
+TEST(StringViewMatching, PatternsAreTextsViewsAndStrings)
+{
+    const CStringView view("abc");
+    const CStringView patterns("xa*cx");
+    EXPECT_TRUE(view.Match("a*c"));
+    EXPECT_TRUE(view.Match(patterns.Slice(1, 3)));
+    EXPECT_FALSE(view.Match(patterns.Slice(1)));
+    EXPECT_TRUE(view.Match(CString("a*c")));
+    EXPECT_TRUE(view.MatchWithInhibitors("a*c"));
+    EXPECT_TRUE(view.MatchWithInhibitors(patterns.Slice(1, 3)));
+    EXPECT_TRUE(view.MatchWithInhibitors(CString("a*c")));
+    // A buffer that no literal is.
+    char buffer[] = "a*c";
+    EXPECT_TRUE(view.Match(buffer));
+}
+
+TEST(StringViewMatching, CaseSensitiveIsTheDefaultAndEveryNonZeroSensitivityIgnoresCase)
+{
+    const CStringView view("ReadMe");
+    EXPECT_FALSE(view.Match("read*"));
+    EXPECT_FALSE(view.Match(CStringView("read*")));
+    EXPECT_FALSE(view.MatchWithInhibitors("read*"));
+    EXPECT_FALSE(view.MatchWithInhibitors(CStringView("read*")));
+    for (const u32 value : {1u, 2u, 256u, 0x80000000u, 0xFFFFFFFFu})
+        EXPECT_EQ(view.Match("rEAD*", static_cast<ECaseSensitivity>(value)), true) << value;
+    EXPECT_FALSE(CStringView("\xE9").Match("\xC9", CaseInsensitive));
+}
+
+TEST(StringViewMatching, InhibitorsBelongToMatchWithInhibitorsAlone)
+{
+    EXPECT_TRUE(CStringView("a*").MatchWithInhibitors("a\\*"));
+    EXPECT_FALSE(CStringView("ab").MatchWithInhibitors("a\\*"));
+    EXPECT_FALSE(CStringView("a*").Match("a\\*"));
+    // What follows a backslash at the end of a view belongs to somebody else.
+    const CStringView pattern("a\\*", 2);
+    EXPECT_TRUE(CStringView("a\\").MatchWithInhibitors(pattern));
+    EXPECT_FALSE(CStringView("a*").MatchWithInhibitors(pattern));
+}
+
+TEST(StringViewMatching, AViewWithoutCharactersMatchesNoCharactersAndStars)
+{
+    const CAssertRecorder recorder;
+    for (const CStringView &view : {CStringView(), CStringView(nullptr, 5), CStringView("abc", 0)})
+    {
+        for (const char *pattern : {kNoPattern, "", "*", "***"})
+            EXPECT_EQ(AnswersOfView(view, pattern), kAllTrue);
+        for (const CStringView &pattern : {CStringView(), CStringView(nullptr, 5), CStringView("abc", 0)})
+        {
+            EXPECT_EQ(AnswersOfView(view, pattern), kAllTrue);
+            EXPECT_EQ(AnswersOfView(CStringView("abc"), pattern), kAllFalse);
+        }
+        for (const char *pattern : {"a", "a*", "*a*", "?", "*?", "\\", "*\\*"})
+            EXPECT_EQ(AnswersOfView(view, pattern), kAllFalse) << pattern;
+    }
+    EXPECT_EQ(AnswersOfView(CStringView("abc"), kNoPattern), kAllFalse);
+    EXPECT_EQ(AnswersOfView(CStringView("abc"), ""), kAllFalse);
+    EXPECT_EQ(AnswersOfView(CStringView("abc"), CString()), kAllFalse);
+    EXPECT_EQ(recorder.Count(), 0u);
+}
+
+TEST(StringViewMatching, TerminatorsAreCharactersButEndAPatternThatIsAText)
+{
+    const CStringView view("ab\0cd", 5);
+    EXPECT_EQ(AnswersOfView(view, "ab"), kAllFalse);
+    EXPECT_EQ(AnswersOfView(view, "*cd"), kAllTrue);
+    EXPECT_EQ(AnswersOfView(view, "ab?cd"), kAllTrue);
+    EXPECT_EQ(AnswersOfView(view, CStringView("a*\0c*", 5)), kAllTrue);
+    EXPECT_EQ(AnswersOfView(view, Fixed(std::string("ab\0cd", 5))), kAllTrue);
+    EXPECT_EQ(AnswersOfView(CStringView("ab"), CStringView("ab\0", 3)), kAllFalse);
+    EXPECT_EQ(AnswersOfView(CStringView("ab"), "ab\0cd"), kAllTrue);
+    EXPECT_EQ(AnswersOfView(CStringView("\0a", 2), "?a"), kAllTrue);
+}
+
+TEST(StringViewMatching, EveryShortPatternMatchesEveryShortViewAsTheModelSays)
+{
+    const std::vector<std::string> patterns = EveryText(std::string("aB*?\\\0", 6), kSlow ? 3 : 4);
+    const std::vector<std::string> texts = EveryText(std::string("aAb\\\0", 5), kSlow ? 3 : 4);
+    for (const std::string &pattern : patterns)
+    {
+        const CString patternString = Fixed(pattern);
+        const bool isText = pattern.find('\0') == std::string::npos;
+        for (const std::string &text : texts)
+        {
+            const std::vector<bool> expected = AnswersOfModel(pattern, text);
+            ASSERT_EQ(AnswersOfView(ViewOf(text), ViewOf(pattern)), expected) << pattern << " on " << text;
+            ASSERT_EQ(AnswersOfView(ViewOf(text), patternString), expected) << pattern << " on " << text;
+            if (isText)
+            {
+                ASSERT_EQ(AnswersOfView(ViewOf(text), pattern.c_str()), expected) << pattern << " on " << text;
+            }
+        }
+    }
+}
+
+TEST(StringViewMatching, PatternAndTextMayBeTheSameCharacters)
+{
+    const CStringView view("a*b*");
+    EXPECT_EQ(AnswersOfView(view, view), kAllTrue);
+    EXPECT_EQ(AnswersOfView(view.Slice(0, 3), view.Slice(2)), kAllFalse);
+    EXPECT_EQ(AnswersOfView(view.Slice(2), view.Slice(1)), kAllTrue);
+}
+
+TEST(StringViewMatching, NothingOutsideEitherViewIsRead)
+{
+    for (const char *text : {"", "a", "abc", "a\\", "abcabcabcabcabcab"})
+    {
+        for (const char *pattern : {"", "*", "a*", "*c", "abc", "abc?", "a\\", "*b*a*c", "*\\"})
+        {
+            const CTextAtPageEnd guardedText(text);
+            const CTextAtPageEnd guardedPattern(pattern);
+            EXPECT_EQ(AnswersOfView(guardedText.View(), guardedPattern.View()), AnswersOfModel(pattern, text))
+                << pattern << " on " << text;
+        }
+    }
+}
+
+TEST(StringViewMatching, MatchingAllocatesNothing)
+{
+    CTestAllocator allocator;
+    const CString string("readme.txt");
+    allocator.ForgetCalls();
+    EXPECT_TRUE(string.Slice(2).Match("*.TXT", CaseInsensitive));
+    EXPECT_FALSE(string.Slice(2).MatchWithInhibitors(string));
+    EXPECT_TRUE(allocator.Calls().empty());
+}
+
 } // namespace

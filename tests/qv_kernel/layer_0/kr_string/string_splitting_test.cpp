@@ -475,10 +475,20 @@ constexpr bool SplitsThreadSafely<
     Text, Piece, std::void_t<decltype(std::declval<Text>().Split_ThreadSafe(',', std::declval<TArray<Piece> &>()))>> =
     true;
 
+template <typename Text, typename Piece, typename = void>
+constexpr bool SplitsByPredicate = false;
+template <typename Text, typename Piece>
+constexpr bool SplitsByPredicate<
+    Text, Piece, std::void_t<decltype(std::declval<Text>().Split(IsComma, std::declval<TArray<Piece> &>()))>> = true;
+
 } // namespace
 
 TEST(StringSplit, OnlyWhatStaysSplitsIntoViews)
 {
+    EXPECT_TRUE((SplitsByPredicate<CString &, CStringView> && SplitsByPredicate<const CString &, CStringView>));
+    EXPECT_FALSE((SplitsByPredicate<CString, CStringView> || SplitsByPredicate<const CString &&, CStringView>));
+    EXPECT_TRUE((SplitsByPredicate<CString, CString> && SplitsByPredicate<const CString &, CString>));
+    EXPECT_TRUE((SplitsByPredicate<CStringView, CStringView>));
     EXPECT_TRUE((Splits<CString &, CStringView> && Splits<const CString &, CStringView>));
     EXPECT_FALSE((Splits<CString, CStringView> || Splits<CString &&, CStringView>));
     EXPECT_FALSE((Splits<const CString, CStringView> || Splits<const CString &&, CStringView>));
@@ -510,6 +520,137 @@ TEST(StringSplit, ItsAddressCanBeTaken)
     EXPECT_TRUE((text.*intoStrings)(',', strings));
     EXPECT_EQ(views.Count(), 2u);
     EXPECT_EQ(strings.Count(), 2u);
+}
+
+// Views at a character, and the same by a predicate that is true for it.
+PieceTexts SplitView(const CStringView &view, char separator)
+{
+    TArray<CStringView> out = UsedViews();
+    EXPECT_TRUE(view.Split(separator, out));
+    const PieceTexts pieces = TextsOf(out);
+    TArray<CStringView> byPredicate;
+    EXPECT_TRUE(view.Split([separator](char character) { return character == separator; }, byPredicate));
+    EXPECT_EQ(TextsOf(byPredicate), pieces);
+    return pieces;
+}
+
+PieceTexts ModelOfView(const std::string &text, char separator)
+{
+    return SplitModelRunsByLength(text, [separator](char character) { return character == separator; });
+}
+
+TEST(StringViewSplit, PiecesAreTheRunsBetweenSeparators)
+{
+    EXPECT_EQ(SplitView(CStringView("a,b,c"), ','), (PieceTexts{"a", "b", "c"}));
+    EXPECT_EQ(SplitView(CStringView("a,b"), ';'), (PieceTexts{"a,b"}));
+    EXPECT_EQ(SplitView(CStringView(",a,,b,"), ','), (PieceTexts{"a", "b"}));
+    EXPECT_EQ(SplitView(CStringView(",,,"), ','), PieceTexts());
+    // Only the view's own characters.
+    EXPECT_EQ(SplitView(CStringView("a,b,c").Slice(1, 3), ','), (PieceTexts{"b"}));
+}
+
+TEST(StringViewSplit, AViewWithoutCharactersClearsTheOutputAndIsTrue)
+{
+    const CAssertRecorder recorder;
+    for (const CStringView &view : {CStringView(), CStringView(nullptr, 3), CStringView("a,b", 0)})
+        EXPECT_EQ(SplitView(view, ','), PieceTexts());
+    EXPECT_EQ(recorder.Count(), 0u);
+}
+
+TEST(StringViewSplit, TerminatorsAreCharactersLikeOthers)
+{
+    const CAssertRecorder recorder;
+    EXPECT_EQ(SplitView(CStringView("\0a,b\0,\0", 7), ','),
+              (PieceTexts{std::string("\0a", 2), std::string("b\0", 2), std::string("\0", 1)}));
+    EXPECT_EQ(SplitView(CStringView("\0ab\0\0cd", 7), '\0'), (PieceTexts{"ab", "cd"}));
+    EXPECT_EQ(recorder.Count(), 0u);
+}
+
+TEST(StringViewSplit, PiecesBorrowFromTheSameCharacters)
+{
+    CTestAllocator allocator;
+    {
+        const char text[] = "ab,,cde,f";
+        TArray<CStringView> views;
+        EXPECT_TRUE(CStringView(text).Split(',', views));
+        ASSERT_EQ(views.Count(), 3u);
+        EXPECT_EQ(static_cast<const void *>(views[0].Data()), static_cast<const void *>(text));
+        EXPECT_EQ(static_cast<const void *>(views[1].Data()), static_cast<const void *>(text + 4));
+        EXPECT_EQ(static_cast<const void *>(views[2].Data()), static_cast<const void *>(text + 8));
+        EXPECT_EQ(views[1].Length(), 3u);
+        // The array's one growth.
+        EXPECT_EQ(allocator.Calls().size(), 1u);
+        EXPECT_EQ(views.MaxCount(), 9u);
+    }
+}
+
+TEST(StringViewSplit, EveryShortViewSplitsAsTheModelSays)
+{
+    for (const std::string &text : EveryText(std::string("a,\xE9\0", 4), kSlow ? 4 : 6))
+        for (const char separator : {',', '\xE9', '\0', 'x'})
+            ASSERT_EQ(SplitView(ViewOf(text), separator), ModelOfView(text, separator))
+                << ::testing::PrintToString(text) << " at " << separator;
+}
+
+// Lengths around blocks, words and chunks; nothing behind the view is there to be read.
+TEST(StringViewSplit, ViewsOfEveryLengthSplitAsTheModelSaysAndNothingBehindThemIsRead)
+{
+    std::string text;
+    u32 state = 1;
+    for (u32 i = 0; i < 3000; ++i)
+    {
+        state = state * 1664525u + 1013904223u;
+        text += ",abc\0"[(state >> 16) % 5];
+    }
+    for (u32 length = 0; length <= text.size(); length += length < 130 || (length > 1000 && length < 1060) ? 1 : 7)
+    {
+        const std::string part = text.substr(text.size() - length);
+        const CTextAtPageEnd guarded(part);
+        ASSERT_EQ(SplitView(guarded.View(), ','), ModelOfView(part, ',')) << length;
+    }
+}
+
+TEST(StringViewSplit, TheViewMayLieInTheOutput)
+{
+    for (u32 index = 0; index < 3; ++index)
+    {
+        TArray<CStringView> out = UsedViews();
+        out[index] = CStringView("1,2,3,4,5,6,7,8,9,10,11,12");
+        EXPECT_TRUE(out[index].Split(',', out));
+        EXPECT_EQ(TextsOf(out), (PieceTexts{"1", "2", "3", "4", "5", "6", "7", "8", "9", "10", "11", "12"}));
+    }
+    // A split by a predicate adds to the array, which moves the view that is being split.
+    TArray<CStringView> out = UsedViews();
+    out[1] = CStringView("1,2,3,4,5,6,7,8,9,10");
+    EXPECT_TRUE(out[1].Split(IsComma, out));
+    EXPECT_EQ(TextsOf(out),
+              (PieceTexts{"old", "1,2,3,4,5,6,7,8,9,10", "oldest", "1", "2", "3", "4", "5", "6", "7", "8", "9", "10"}));
+}
+
+TEST(StringViewSplit, AnArrayThatCannotGrowIsReportedAndKeepsThePiecesBefore)
+{
+    for (const bool byPredicate : {false, true})
+    {
+        const CStringView view("1,2,3,4,5,6,7,8,9,10");
+        const CAssertRecorder recorder;
+        TArray<CStringView> out;
+        {
+            const CChoosyAllocator allocator([](u64, u64 size) { return size == 23 * sizeof(CStringView); });
+            EXPECT_FALSE(byPredicate ? view.Split(IsComma, out) : view.Split(',', out));
+        }
+        EXPECT_EQ(TextsOf(out), (PieceTexts{"1", "2", "3", "4", "5", "6", "7", "8", "9"}));
+        ExpectReports(recorder, {"false"});
+    }
+}
+
+TEST_F(StringSplitLong, ManyPiecesBeforeALongTailSplitAView)
+{
+    TArray<CStringView> views;
+    EXPECT_TRUE(CStringView(m_String).Split(',', views));
+    ExpectAllPieces(views);
+    views.Clear();
+    EXPECT_TRUE(CStringView(m_String).Split(IsComma, views));
+    ExpectAllPieces(views);
 }
 
 } // namespace

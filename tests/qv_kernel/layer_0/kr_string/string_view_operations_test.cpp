@@ -189,6 +189,49 @@ TEST(StringViewOperations, IndexOfANullViewReportsAndAnswersATerminator)
     ExpectReports(recorder, {"index < m_Length"});
 }
 
+TEST(StringViewOperations, EmptyWithASetAsksForNothingButCharactersOfTheSet)
+{
+    const CStringView view(" \t x ");
+    EXPECT_TRUE(view.Slice(0, 3).Empty(" \t"));
+    EXPECT_FALSE(view.Slice(0, 4).Empty(" \t"));
+    EXPECT_FALSE(view.Slice(0, 3).Empty(" "));
+    EXPECT_TRUE(view.Empty("x \t"));
+    // A terminator is no blank, wherever it stands.
+    EXPECT_FALSE(CStringView("\0", 1).Empty(" "));
+    EXPECT_FALSE(CStringView(" \0", 2).Empty(" "));
+    EXPECT_TRUE(CStringView("\xE9\xFF", 2).Empty("\xFF\xE9"));
+    EXPECT_FALSE(CStringView("\xE9", 1).Empty("\xC9"));
+}
+
+TEST(StringViewOperations, EmptyWithANullOrEmptySetIsPlainEmptiness)
+{
+    const char *const null = nullptr;
+    for (const char *set : {null, "", "\0 "})
+    {
+        EXPECT_TRUE(CStringView().Empty(set));
+        EXPECT_TRUE(CStringView("abc", 0).Empty(set));
+        EXPECT_FALSE(CStringView(" ").Empty(set));
+        // By its length alone, as without a set.
+        EXPECT_FALSE(CStringView(nullptr, 3).Empty(set));
+    }
+}
+
+TEST(StringViewOperations, AViewWithoutCharactersIsBlankForEverySet)
+{
+    for (const CStringView &view : {CStringView(), CStringView(nullptr, 3), CStringView("abc", 0)})
+        EXPECT_TRUE(view.Empty(" "));
+}
+
+TEST(StringViewOperations, EmptyWithASetReadsNothingOutsideTheView)
+{
+    for (u32 length = 0; length <= 65; ++length)
+    {
+        const CTextAtPageEnd guarded(std::string(length, ' '));
+        EXPECT_TRUE(guarded.View().Empty(" ")) << length;
+        EXPECT_EQ(guarded.View().Empty("x"), length == 0) << length;
+    }
+}
+
 // Slicing.
 
 TEST(StringViewOperations, SliceFromAStartGoesToTheEnd)
