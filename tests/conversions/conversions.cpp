@@ -3,6 +3,7 @@
 #include <string_view>
 #include <type_traits>
 
+#include "kr_string_numbers.h"
 #include "kr_string_std.h"
 
 namespace QuorvaneTest
@@ -34,6 +35,7 @@ struct TTexts
     static TArray<typename T::String> &Strings() noexcept;
     static TArray<typename T::View> &Views() noexcept;
     static TArray<u32> &Positions() noexcept;
+    static u32 &Number() noexcept;
     static std::conditional_t<std::is_void<T>::value, void, CStringBatchSplitter> &Splitter() noexcept;
 };
 
@@ -56,6 +58,7 @@ struct TUse;
 #define STRINGS TTexts<T>::Strings()
 #define VIEWS TTexts<T>::Views()
 #define POSITIONS TTexts<T>::Positions()
+#define NUMBER TTexts<T>::Number()
 #define SPLITTER TTexts<T>::Splitter()
 #define STRING_TYPE typename T::String
 #define VIEW_TYPE typename T::View
