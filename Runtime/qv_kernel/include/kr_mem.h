@@ -53,8 +53,8 @@ enum EOrigin : u32
 //     m_Realloc  Resizes a block of origin `Origin_Alloc`, keeping its contents up to the smaller size; `block` null
 //                allocates. Null when refused: the old block is then still valid.
 //     m_Free     `block` is not null.
-// None of them may throw: refused memory is a null pointer. An exception that leaves one all the same loses what the
-// functions on its way held, but the library stays usable.
+// None of them may throw: refused memory is a null pointer. An exception that leaves one all the same ends the program,
+// since what asks for memory is noexcept, or loses what the functions on its way held.
 struct SAllocator
 {
     void *(*m_Alloc)(u64 size, u32 alignment, EAllocType type, EOrigin origin, const char *tag, const char *file,
