@@ -1,5 +1,5 @@
 #!/bin/sh
-# ./run bench: measures all topics of benchmarks/, or those named.
+# ./run bench: measures all topics of benchmarks/, or those named; or a whole program (log_analyser).
 . "$(dirname "$0")/common.inc"
 . "$root/scripts/needs.inc"
 . "$root/scripts/build.inc"
@@ -64,6 +64,14 @@ measure_topics()
     return $failed
 }
 
+# Builds the example log_analyser in ours and in other strings, and compares them.
+compare_log_analysers()
+{
+    build "$1" log_analysers || return 1
+    say 'comparing log_analyser'
+    python3 benchmarks/log_analyser/compare.py "build/$1/benchmarks/log_analyser"
+}
+
 list_topics()
 {
     for source in benchmarks/*.cpp; do
@@ -78,6 +86,7 @@ seconds=0.03
 processes=2
 publish=
 topics=
+compare=
 while [ $# -gt 0 ]; do
     case $1 in
         --quick)
@@ -87,6 +96,7 @@ while [ $# -gt 0 ]; do
             ;;
         --plain) presets=bench-plain ;;
         --publish) publish=yes ;;
+        log_analyser) compare=yes ;;
         -*)
             complain "bench: unknown argument $1"
             exit 2
@@ -95,6 +105,7 @@ while [ $# -gt 0 ]; do
             if [ ! -f "benchmarks/$1.cpp" ]; then
                 complain "bench: unknown topic $1; there are:"
                 list_topics >&2
+                say log_analyser >&2
                 exit 2
             fi
             topics="$topics $1"
@@ -103,18 +114,19 @@ while [ $# -gt 0 ]; do
     shift
 done
 if [ -n "$publish" ]; then
-    if [ -n "$topics" ]; then
+    if [ -n "$topics$compare" ]; then
         complain 'bench: --publish is for all topics'
         exit 2
     fi
     presets='bench bench-plain'
 fi
-[ -n "$topics" ] || topics=$(list_topics)
+[ -n "$topics$compare" ] || topics=$(list_topics)
 
 ensure g++ cmake ninja-build libbenchmark-dev python3 -- \
     libabsl-dev libboost-dev libfmt-dev libre2-dev qtbase5-dev gnuplot-nox
 for preset in $presets; do
     # shellcheck disable=SC2086
-    measure_topics "$preset" $repetitions $seconds $processes $topics || exit 1
+    [ -z "$topics" ] || measure_topics "$preset" $repetitions $seconds $processes $topics || exit 1
+    [ -z "$compare" ] || compare_log_analysers "$preset" || exit 1
 done
 [ -z "$publish" ] || python3 benchmarks/publish.py build/bench build/bench-plain
