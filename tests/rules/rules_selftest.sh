@@ -38,6 +38,29 @@ END
 printf '#pragma once\n' | put "$good/Runtime/qv_kernel/layer_0/kr_string/string_private.h"
 printf '#pragma once\n' | put "$good/Runtime/qv_kernel/layer_0/kr_mem/mem_private.h"
 printf 'int Test();\n' | put "$good/tests/qv_kernel/layer_0/kr_string/string_test.cpp"
+put "$good/tests/qv_kernel/include/coming_from_std_string_test.cpp" <<'END'
+int Test()
+{
+    Idiom("a row", "hull", "hull;");
+    Std([](std::string &s) { s += ";"; });
+    Ours(
+        [](CString &s)
+        {
+            const char end = ';';
+            s.Append(end);
+        });
+    Trap("a trap", "a", "", "a|b");
+    Surprise([](CString &s) { return s.Clear(); });
+    Instead([](CString &s) { return s + (")" || "b"); });
+}
+END
+put "$good/docs/coming_from_std_string.md" <<'END'
+| What | `std::string` | Quorvane |
+|---|---|---|
+| a row | `s += ";"` | `const char end = ';'; s.Append(end);` |
+
+| a trap | `"a"` | `s.Clear()` gives `""` | `s + (")" \|\| "b")` gives `a\|b` |
+END
 printf '#include <gtest/gtest.h>\n\nTEST(String, LengthCountsCharacters)\n' | put "$good/tests/support/string_test.cpp"
 printf 'CString::At;\n' | put "$good/tests/fuzz/string_fuzz.cpp"
 printf '#!/bin/sh\necho "$#"\n' | put "$good/run.sh"
@@ -217,6 +240,9 @@ printf 'if x; then\n' | bites shell run.sh
 printf 'if x; then\n' | bites shell scripts/part.inc
 printf '#!/bin/bash\n' | bites shell run.sh
 printf '#!/bin/bash\n' | bites shell tool
+
+# shellcheck disable=SC2016
+printf '| a row | `s += "a"` | `s.Append("a")` |\n' | bites idioms_page docs/coming_from_std_string.md
 
 # shellcheck disable=SC2016
 printf '```cpp\nint other();\n```\n' | bites readme_example README.md
