@@ -6,6 +6,7 @@
 #include <cstring>
 #include <limits>
 
+#include "copy_figures.h"
 #include "string_block.h"
 
 namespace Quorvane
@@ -16,6 +17,9 @@ namespace Internal::String
 
 namespace
 {
+
+// What a copy of shared characters is counted for.
+[[maybe_unused]] constexpr const char *kEdit = "AppendNumber";
 
 // A 64-bit number in base 2, and its sign.
 constexpr u32 kMaxIntegerText = 1 + 64;
@@ -29,6 +33,7 @@ CStringView TextUpTo(const char *text, const char *end)
 
 CString &AppendInteger(CString &string, u64 magnitude, bool isNegative, u32 base) noexcept
 {
+    QV_INTERNAL_EDIT_NAMED(kEdit);
     char text[kMaxIntegerText];
     text[0] = '-';
     // Of a base that the compiler knows, it divides by multiplying.
@@ -128,31 +133,37 @@ CString &AppendPrecise(CString &string, Floating value, std::chars_format format
 
 CString &AppendFloating(CString &string, float value) noexcept
 {
+    QV_INTERNAL_EDIT_NAMED(kEdit);
     return AppendShortest(string, value);
 }
 
 CString &AppendFloating(CString &string, double value) noexcept
 {
+    QV_INTERNAL_EDIT_NAMED(kEdit);
     return AppendShortest(string, value);
 }
 
 CString &AppendFloating(CString &string, float value, std::chars_format format) noexcept
 {
+    QV_INTERNAL_EDIT_NAMED(kEdit);
     return AppendShortest(string, value, format);
 }
 
 CString &AppendFloating(CString &string, double value, std::chars_format format) noexcept
 {
+    QV_INTERNAL_EDIT_NAMED(kEdit);
     return AppendShortest(string, value, format);
 }
 
 CString &AppendFloating(CString &string, float value, std::chars_format format, u32 precision) noexcept
 {
+    QV_INTERNAL_EDIT_NAMED(kEdit);
     return AppendPrecise(string, value, format, precision);
 }
 
 CString &AppendFloating(CString &string, double value, std::chars_format format, u32 precision) noexcept
 {
+    QV_INTERNAL_EDIT_NAMED(kEdit);
     return AppendPrecise(string, value, format, precision);
 }
 
