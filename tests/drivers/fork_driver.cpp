@@ -167,7 +167,7 @@ bool BusyFormatting()
         [&done]
         {
             while (!done)
-                CString::Format("%s/%d", "a", 1);
+                static_cast<void>(CString::Format("%s/%d", "a", 1));
         });
     bool isWell = true;
     for (int i = 0; i < kForks && isWell; ++i)

@@ -254,13 +254,13 @@ void MeasureSplitting()
     static CStringBatchSplitter splitter;
     splitter.AddSplitChars(",;");
     const auto isSeparator = [](char character) { return character == ','; };
-    Measure("Split into views", kPlain, [&] { dense.Split(',', views); });
-    Measure("Split into strings", kPlain, [&] { dense.Split(',', strings); });
+    Measure("Split into views", kPlain, [&] { static_cast<void>(dense.Split(',', views)); });
+    Measure("Split into strings", kPlain, [&] { static_cast<void>(dense.Split(',', strings)); });
     Measure("Split by a predicate", kPlain,
             [&]
             {
                 strings.Clear();
-                dense.Split(isSeparator, strings);
+                static_cast<void>(dense.Split(isSeparator, strings));
             });
     Measure("Split by a predicate into views", kPlain,
             [&]
@@ -286,13 +286,13 @@ void MeasureSplitting()
                    [&]
                    {
                        TArray<CStringView> fresh;
-                       dense.Split(',', fresh);
+                       static_cast<void>(dense.Split(',', fresh));
                    });
     MeasureRefused("Split into strings, refused", kPlain,
                    [&]
                    {
                        TArray<CString> fresh;
-                       dense.Split(',', fresh);
+                       static_cast<void>(dense.Split(',', fresh));
                    });
 }
 
@@ -353,7 +353,8 @@ void MeasureFormatting()
     const size_t ofText = StackOf([=] { FormatBare("%s %d %g", characters, 42, 1e-300 / 7); });
     Note("VAFormat", StackOf([] { VAFormatOnce("%d %s %g", 42, "text", 1e-300 / 7); }), ofNumbers, kFormatted);
     Note("VAFormat, long", StackOf([=] { VAFormatOnce("%s %d %g", characters, 42, 1e-300 / 7); }), ofText, kFormatted);
-    Note("Format", StackOf([] { CString::Format("%d %s %g", 42, "text", 1e-300 / 7); }), ofNumbers, kPlain);
+    Note("Format", StackOf([] { static_cast<void>(CString::Format("%d %s %g", 42, "text", 1e-300 / 7)); }), ofNumbers,
+         kPlain);
     Note("Assertion with a message",
          StackOf([] { Assert::EvalAssertFormat("f", "g", 1, "e", "e", "%d %s %g", 42, "text", 1e-300 / 7); }),
          ofNumbers, kFormatted);
@@ -495,7 +496,7 @@ void *UseSmallStack(void *)
     const CString text("one two one");
     static_cast<void>(text.Replace("one", "three"));
     TArray<CString> pieces;
-    text.Split(' ', pieces);
+    static_cast<void>(text.Split(' ', pieces));
     CString("kernelstring")
         .FuzzyMatchList(TStridedMemoryView<const CString>(entries, 40), TMemoryView<float>(weights, 40));
     Assert::EvalAssertFormat("f", "g", 1, "e", "e", "%d %s %g", 42, "text", 0.1);

@@ -27,19 +27,25 @@ TEST(Mem, OriginsHaveTheirValues)
 // An embedder compiles against these; a changed parameter would be converted silently.
 TEST(Mem, TheFunctionsTakeTheirArgumentsInTheContractsOrder)
 {
-    typedef void *(*FAlloc)(u64 size, u32 alignment, Mem::EAllocType type, Mem::EOrigin origin, const char *tag,
-                            const char *file, u32 line, const char *function);
-    typedef void *(*FRealloc)(void *block, u64 newSize, u32 alignment, Mem::EAllocType type, const char *tag,
-                              const char *file, u32 line, const char *function);
-    typedef void (*FFree)(void *block, Mem::EAllocType type, Mem::EOrigin origin, const char *tag, const char *file,
-                          u32 line, const char *function);
-    EXPECT_TRUE((std::is_same<decltype(&Mem::_RawAlloc), FAlloc>::value));
-    EXPECT_TRUE((std::is_same<decltype(&Mem::_RawRealloc), FRealloc>::value));
-    EXPECT_TRUE((std::is_same<decltype(&Mem::_RawFree), FFree>::value));
-    EXPECT_TRUE((std::is_same<decltype(&Mem::Free), void (*)(void *, Mem::EAllocType)>::value));
+    using FAlloc = void *(*)(u64 size, u32 alignment, Mem::EAllocType type, Mem::EOrigin origin, const char *tag,
+                             const char *file, u32 line, const char *function);
+    using FRealloc = void *(*)(void *block, u64 newSize, u32 alignment, Mem::EAllocType type, const char *tag,
+                               const char *file, u32 line, const char *function);
+    using FFree = void (*)(void *block, Mem::EAllocType type, Mem::EOrigin origin, const char *tag, const char *file,
+                           u32 line, const char *function);
     EXPECT_TRUE((std::is_same<decltype(Mem::SAllocator::m_Alloc), FAlloc>::value));
     EXPECT_TRUE((std::is_same<decltype(Mem::SAllocator::m_Realloc), FRealloc>::value));
     EXPECT_TRUE((std::is_same<decltype(Mem::SAllocator::m_Free), FFree>::value));
+    // The library's own, which do not throw, can stand in an allocator.
+    const FAlloc alloc = &Mem::_RawAlloc;
+    const FRealloc realloc = &Mem::_RawRealloc;
+    const FFree free = &Mem::_RawFree;
+    void (*const freePlain)(void *, Mem::EAllocType) = &Mem::Free;
+    void *block = alloc(8, 0, Mem::AllocType_Generic, Mem::Origin_Alloc, "tag", __FILE__, __LINE__, __func__);
+    block = realloc(block, 16, 0, Mem::AllocType_Generic, "tag", __FILE__, __LINE__, __func__);
+    EXPECT_NE(block, nullptr);
+    free(block, Mem::AllocType_Generic, Mem::Origin_Alloc, "tag", __FILE__, __LINE__, __func__);
+    freePlain(nullptr, Mem::AllocType_Generic);
 }
 
 TEST(Mem, AValueInitialisedAllocatorIsEmpty)
