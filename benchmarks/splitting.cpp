@@ -1,5 +1,5 @@
-// Cutting a text into pieces: by a character, by a set of characters, by a predicate; into views and into strings. The
-// text is 1 MiB of headers, without empty lines where empty pieces would make a difference.
+// Cutting a text into pieces: by a character, by a set of characters, by a predicate; into views and into strings, or one at
+// a time. The text is 1 MiB of headers, without empty lines where empty pieces would make a difference, or of words.
 #include <algorithm>
 #include <cstring>
 #include <string>
@@ -73,6 +73,140 @@ std::vector<size_t> Sizes(const std::vector<std::string> &pieces)
     for (const std::string &piece : pieces)
         sizes.push_back(piece.size());
     return sizes;
+}
+
+// What a loop over pieces does with them: their number and their lengths, in order.
+class CSum
+{
+public:
+    void Add(size_t length) { m_Sum = m_Sum * 3 + length + 1; }
+    uint64_t Get() const { return m_Sum; }
+
+private:
+    uint64_t m_Sum = 0;
+};
+
+template <typename Range>
+uint64_t SumOf(const Range &pieces)
+{
+    CSum sum;
+    for (const auto &piece : pieces)
+        sum.Add(static_cast<size_t>(piece.end() - piece.begin()));
+    return sum.Get();
+}
+
+template <typename Range>
+uint64_t SumOfOurs(const Range &pieces)
+{
+    CSum sum;
+    for (const CStringView &piece : pieces)
+        sum.Add(piece.Length());
+    return sum.Get();
+}
+
+// The standard library's way: `find` gives the end of the piece that starts at an index.
+template <typename Find>
+uint64_t SumWith(const std::string &text, size_t separatorLength, Find find)
+{
+    CSum sum;
+    for (size_t from = 0; from <= text.size();)
+    {
+        const size_t end = std::min(find(from), text.size());
+        if (end != from)
+            sum.Add(end - from);
+        from = end + separatorLength;
+    }
+    return sum.Get();
+}
+
+#if QV_BENCH_BOOST
+template <typename Finder>
+uint64_t SumOfBoost(const std::string &text, Finder finder)
+{
+    using CIterator = boost::split_iterator<std::string::const_iterator>;
+    CSum sum;
+    for (CIterator piece(text, finder); piece != CIterator(); ++piece)
+        if (!piece->empty())
+            sum.Add(static_cast<size_t>(piece->size()));
+    return sum.Get();
+}
+#endif
+
+// Pieces in a loop, none of which is kept: between the characters of lines and of words, between texts, at a set.
+void AddPieces(const char *name, const std::string &text, char separator)
+{
+    CRow row(name, text.size());
+    row.Add("ours", [ours = CString(text.c_str()), separator] { return SumOfOurs(Pieces(ours, separator)); });
+    row.Add("memchr",
+            [text, separator]
+            {
+                const auto find = [&](size_t from)
+                {
+                    const void *const end = std::memchr(text.data() + from, separator, text.size() - from);
+                    return end != nullptr ? static_cast<size_t>(static_cast<const char *>(end) - text.data())
+                                          : std::string::npos;
+                };
+                return SumWith(text, 1, find);
+            });
+    row.Add("std::string_view",
+            [text, separator]
+            {
+                const std::string_view view(text);
+                return SumWith(text, 1, [&](size_t from) { return view.find(separator, from); });
+            });
+#if QV_BENCH_ABSL
+    row.Add("absl::StrSplit", [text, separator] { return SumOf(absl::StrSplit(text, separator, absl::SkipEmpty())); });
+#endif
+#if QV_BENCH_BOOST
+    row.Add("boost::split_iterator", [text, separator]
+            { return SumOfBoost(text, boost::token_finder([separator](char c) { return c == separator; })); });
+#endif
+    row.Limit("read", ReadLimit(text.size()));
+}
+
+void AddPiecesAtText(size_t size)
+{
+    const std::string text = Lines(size);
+    const std::string separator = ", ";
+    CRow row("pieces_text", size);
+    row.Add("ours", [ours = CString(text.c_str()), separator] { return SumOfOurs(Pieces(ours, separator.c_str())); });
+    row.Add("std::string_view",
+            [text, separator]
+            {
+                const std::string_view view(text);
+                return SumWith(text, separator.size(), [&](size_t from) { return view.find(separator, from); });
+            });
+#if QV_BENCH_ABSL
+    row.Add("absl::StrSplit", [text, separator] { return SumOf(absl::StrSplit(text, separator, absl::SkipEmpty())); });
+#endif
+#if QV_BENCH_BOOST
+    row.Add("boost::split_iterator", [text, separator] { return SumOfBoost(text, boost::first_finder(separator)); });
+#endif
+    row.Limit("read", ReadLimit(size));
+}
+
+void AddPiecesOfSet(size_t size)
+{
+    const std::string text = Lines(size);
+    CRow row("pieces_set", size);
+    row.Add("ours", [ours = CString(text.c_str())] { return SumOfOurs(PiecesOfSet(ours, kSet)); });
+    row.Add("std::find_first_of",
+            [text] { return SumWith(text, 1, [&](size_t from) { return text.find_first_of(kSet, from); }); });
+    row.Add("std::find_if",
+            [text]
+            {
+                const char *const end = text.data() + text.size();
+                const auto find = [&](size_t from)
+                { return static_cast<size_t>(std::find_if(text.data() + from, end, IsSeparator) - text.data()); };
+                return SumWith(text, 1, find);
+            });
+#if QV_BENCH_ABSL
+    row.Add("absl::StrSplit", [text] { return SumOf(absl::StrSplit(text, absl::ByAnyChar(kSet), absl::SkipEmpty())); });
+#endif
+#if QV_BENCH_BOOST
+    row.Add("boost::split_iterator", [text] { return SumOfBoost(text, boost::token_finder(IsSeparator)); });
+#endif
+    row.Limit("read", ReadLimit(size));
 }
 
 void AddViews(size_t size)
@@ -277,6 +411,10 @@ void RegisterRows()
     AddSet(kSize);
     AddPredicate(kSize);
     AddPredicateViews(kSize);
+    AddPieces("pieces_words", Words(kSize), ' ');
+    AddPieces("pieces_lines", Lines(kSize), '\n');
+    AddPiecesAtText(kSize);
+    AddPiecesOfSet(kSize);
 }
 
 } // namespace Bench
