@@ -36,6 +36,11 @@ bool SplitByPredicate(const CString &text, TArray<CString> &pieces)
     return text.Split([](char character) { return character == ','; }, pieces);
 }
 
+bool SplitByPredicate(const CStringView &text, TArray<CStringView> &pieces)
+{
+    return text.Split([](char character) { return character == ','; }, pieces);
+}
+
 void Sort(TArray<u64> &numbers)
 {
     QuickSort(numbers.Begin(), numbers.End());

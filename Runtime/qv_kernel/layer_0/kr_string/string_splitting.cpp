@@ -30,9 +30,10 @@ bool SplitText(Sink &&sink, const CString &source, char separator)
     return WalkPieces(source.Length(), find, onPiece);
 }
 
-// The view is a copy: the one to split may lie in the array.
+// `find(bitmap, text, count)` finds the separators among some characters. The view is a copy: the one to split may lie in
+// the array.
 template <typename Find>
-bool SplitInto(TArray<CStringView> &outPieces, CStringView source, char separator, const Find &find)
+bool SplitInto(TArray<CStringView> &outPieces, CStringView source, const Find &find)
 {
     outPieces.Clear();
     CViewSink sink(outPieces);
@@ -43,7 +44,7 @@ bool SplitInto(TArray<CStringView> &outPieces, CStringView source, char separato
         const u32 count = QVMin(static_cast<u32>(end - text), Internal::Buffer::kChunkCharacters);
         u64 bitmap[Internal::Buffer::kBitmapWords];
         u16 indices[Internal::Buffer::kChunkCharacters + Internal::Buffer::kIndexSlack];
-        find(bitmap, text, count, separator);
+        find(bitmap, text, count);
         if (!sink.AddAll(text, indices, Internal::Buffer::ListMatches(indices, bitmap, count), begin))
             return false;
         text += count;
@@ -54,7 +55,9 @@ bool SplitInto(TArray<CStringView> &outPieces, CStringView source, char separato
 bool SplitInto(TArray<CStringView> &outPieces, const CString &source, char separator)
 {
     const CStringView characters = source.Empty() ? CStringView() : CStringView(source);
-    return SplitInto(outPieces, characters, separator, Internal::Buffer::FindMatches);
+    return SplitInto(outPieces, characters,
+                     [separator](u64 *bitmap, const char *text, u32 count)
+                     { Internal::Buffer::FindMatches(bitmap, text, count, separator); });
 }
 
 bool SplitInto(TArray<CString> &outPieces, const CString &source, char separator)
@@ -82,7 +85,9 @@ bool CString::Split(char separator, TArray<CString> &outPieces) const noexcept
 
 bool CStringView::Split(char separator, TArray<CStringView> &outPieces) const noexcept
 {
-    return SplitInto(outPieces, *this, separator, Internal::Buffer::FindMatchesInCounted);
+    return SplitInto(outPieces, *this,
+                     [separator](u64 *bitmap, const char *text, u32 count)
+                     { Internal::Buffer::FindMatchesInCounted(bitmap, text, count, separator); });
 }
 
 bool CString::Split_ThreadSafe(char separator, TArray<CStringView> &outPieces) const &noexcept
