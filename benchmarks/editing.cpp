@@ -1,4 +1,5 @@
-// Edits of a text as a whole: reversing, repeating, replacing a character, stripping, escaping.
+// Edits of a text as a whole: reversing, repeating, padding, replacing a character, stripping, escaping; and inserting
+// and erasing in its middle.
 #include <algorithm>
 #include <cstring>
 #include <string>
@@ -69,6 +70,72 @@ void AddRepetition(const std::string &piece, size_t size)
             [text = QByteArray::fromStdString(piece), times] { return text.repeated(static_cast<int>(times)); });
 #endif
     row.Limit("malloc+copy", MallocAndCopyLimit(size + 1));
+}
+
+// A number of five digits.
+void AddPadding(size_t width)
+{
+    const std::string from = "12345";
+    CRow row("pad_left", width);
+    row.Add("ours", [text = CString(from.c_str()), width] { return text.PadLeft(static_cast<u32>(width), '0'); });
+    row.Add("std::string",
+            [from, width]
+            {
+                std::string padded;
+                padded.reserve(width);
+                padded.append(width - from.size(), '0');
+                padded += from;
+                return padded;
+            });
+    row.Add("std::string(n, c)", [from, width] { return std::string(width - from.size(), '0') + from; });
+#if QV_BENCH_FMT
+    row.Add("fmt::format", [from, width] { return fmt::format("{:0>{}}", from, width); });
+#endif
+#if QV_BENCH_QT
+    row.Add("QByteArray", [text = QByteArray::fromStdString(from), width]
+            { return text.rightJustified(static_cast<int>(width), '0'); });
+#endif
+    row.Limit("malloc+copy", MallocAndCopyLimit(width + 1));
+}
+
+// Sixteen characters into the middle of a text that has room for them, and out again.
+void AddInsertion(size_t size)
+{
+    const std::string from = Words(size);
+    const std::string piece = "Some/piece/of/16";
+    const u32 middle = static_cast<u32>(size / 2);
+    const u32 behind = middle + static_cast<u32>(piece.size());
+    CRow row("insert_erase_16", size);
+    row.Add("ours",
+            [text = CString(CStringContainer::NewResizable(from.c_str(), static_cast<u32>(size), behind * 2)),
+             view = CString(piece.c_str()), middle, behind]() mutable -> const CString &
+            { return text.Insert(middle, view).Erase(middle, behind); });
+    row.Add("std::string",
+            [text = from, piece, middle]() mutable -> const std::string &
+            { return text.insert(middle, piece).erase(middle, piece.size()); });
+#if QV_BENCH_BOOST
+    row.Add(
+        "boost::string", [
+            text = boost::container::string(from.c_str()), other = boost::container::string(piece.c_str()),
+            middle
+        ]() mutable -> const auto & { return text.insert(middle, other).erase(middle, other.size()); });
+#endif
+#if QV_BENCH_QT
+    row.Add(
+        "QByteArray",
+        [ text = QByteArray::fromStdString(from), other = QByteArray::fromStdString(piece),
+          middle ]() mutable -> const auto & {
+            return text.insert(static_cast<int>(middle), other).remove(static_cast<int>(middle), other.size());
+        });
+#endif
+    row.Limit("moves",
+              [buffer = MakeBuffer(size + 16), size]
+              {
+                  char *const place = buffer.get() + size / 2;
+                  std::memmove(place + 16, place, size - size / 2);
+                  std::memmove(place, place + 16, size - size / 2);
+                  return buffer.get();
+              });
 }
 
 void AddCharacterReplacement(size_t size)
@@ -238,7 +305,10 @@ void RegisterRows()
         AddCharacterReplacement(size);
         AddRepetition("-", size);
         AddRepetition("Some/piece/of/16", size);
+        AddInsertion(size);
     }
+    for (const size_t width : {8u, 40u})
+        AddPadding(width);
     AddStripping();
     AddEscaping(65536);
 }
