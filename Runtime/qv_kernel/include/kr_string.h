@@ -704,7 +704,8 @@ private:
     CString &_AppendSlow(const char *other, u32 length) noexcept;
     CString &_PrependFast(const char *other, u32 length) noexcept;
     CString &_PrependSlow(const char *other, u32 length) noexcept;
-    CString &_Insert(u32 index, const CStringView &piece) noexcept;
+    CString &_InsertFast(u32 index, const char *other, u32 length) noexcept;
+    CString &_InsertSlow(u32 index, const CStringView &piece) noexcept;
     CString _Padded(u32 width, char character, bool isLeft) const noexcept;
     CString &_JoinFast(const char *b, u32 bLen) noexcept;
     CString &_JoinSlow(const char *b, u32 bLen, bool mayGrow) noexcept;

@@ -39,7 +39,7 @@ inline CString &CString::operator+=(Character character) noexcept
 template <typename Character, typename>
 inline CString &CString::Insert(u32 index, Character character) noexcept
 {
-    return _Insert(index, CStringView(&character, character != '\0' ? 1 : 0));
+    return _InsertFast(index, &character, character != '\0' ? 1 : 0);
 }
 
 template <typename Character, typename>

@@ -44,14 +44,6 @@ PStringContainer NewSum(const char *first, u32 firstLength, const char *second, 
     return container;
 }
 
-// Whether the fast path is that of an argument: a few characters from elsewhere, for which there is room. `length` - 1
-// wraps for 0, so that one comparison asks for both bounds.
-QV_SIMD_INLINE inline bool IsFastSum(const CStringContainer *container, const char *other, u32 length)
-{
-    return container != nullptr && length - 1 < SGrowth::kMaxInlineCopy && SGrowth::MayGrowFast(*container) &&
-           SGrowth::HasRoomFor(*container, length) && !SGrowth::OverlapsRoomFast(*container, other, length);
-}
-
 // In place. Each returns false, with the container as it was, when it cannot grow. What overlaps the container's own room
 // is moved to its place before anything else is written there, be it the zeros behind the new end.
 
@@ -134,7 +126,7 @@ bool CString::_IsUniqueAndResizable() const noexcept
 CString &CString::_AppendFast(const char *other, u32 length) noexcept
 {
     CStringContainer *const container = m_Container.Get();
-    if (!QV_INTERNAL_LIKELY(IsFastSum(container, other, length)))
+    if (!QV_INTERNAL_LIKELY(SGrowth::TakesFast(container, other, length)))
         return _AppendSlow(other, length);
     Mem::Internal::CopyUpTo32(SGrowth::LengthenFast(*container, length), other, length);
     return *this;
@@ -167,7 +159,7 @@ QV_INTERNAL_NOINLINE CString &CString::_AppendSlow(const char *other, u32 length
 CString &CString::_PrependFast(const char *other, u32 length) noexcept
 {
     CStringContainer *const container = m_Container.Get();
-    if (!QV_INTERNAL_LIKELY(IsFastSum(container, other, length)))
+    if (!QV_INTERNAL_LIKELY(SGrowth::TakesFast(container, other, length)))
         return _PrependSlow(other, length);
     const u32 oldLength = container->Length();
     SGrowth::LengthenFast(*container, length);

@@ -22,8 +22,8 @@ struct SGrowth
 {
     // The fast path, in a straight line with as few instructions as there can be: programs build texts from short pieces
     // in loops.
-    //     MayGrowFast(container) && HasRoomFor(container, length) && !OverlapsRoomFast(container, other, length)
-    //     CopyUpTo32(LengthenFast(container, length), other, length)
+    //     if (TakesFast(container, other, length))
+    //         CopyUpTo32(LengthenFast(*container, length), other, length)
 
     // Longer arguments take the slow path.
     static constexpr u32 kMaxInlineCopy = 32;
@@ -47,6 +47,14 @@ struct SGrowth
     {
         const ureg fromRoom = reinterpret_cast<ureg>(other) - (reinterpret_cast<ureg>(container.m_Characters) - length);
         return fromRoom < static_cast<ureg>(container.m_Capacity) + length;
+    }
+
+    // Whether the fast path is that of an argument: a few characters from elsewhere, for which there is room. `length` - 1
+    // wraps for 0, so that one comparison asks for both bounds.
+    QV_SIMD_INLINE static bool TakesFast(const CStringContainer *container, const char *other, u32 length)
+    {
+        return container != nullptr && length - 1 < kMaxInlineCopy && MayGrowFast(*container) &&
+               HasRoomFor(*container, length) && !OverlapsRoomFast(*container, other, length);
     }
 
     // Makes the text longer. Returns: where the new characters go. Requires: MayGrowFast, and the room.

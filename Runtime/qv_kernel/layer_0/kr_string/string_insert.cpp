@@ -6,10 +6,10 @@
 #include "kr_string.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "copy_figures.h"
 #include "kr_mem_utils.h"
-#include "null_text.h"
 #include "string_growth.h"
 
 namespace Quorvane
@@ -108,15 +108,30 @@ void EraseInPlace(CStringContainer &container, u32 first, u32 last)
 
 } // namespace
 
-CString &CString::_Insert(u32 index, const CStringView &piece) noexcept
+// As the edits at the ends have it: a few characters from elsewhere, for which there is room.
+CString &CString::_InsertFast(u32 index, const char *other, u32 length) noexcept
 {
     QV_INTERNAL_EDIT_NAMED("Insert");
+    CStringContainer *const container = m_Container.Get();
+    if (!QV_INTERNAL_LIKELY(SGrowth::TakesFast(container, other, length)) || index > container->Length())
+        return _InsertSlow(index, CStringView(other, length));
+    const u32 behind = container->Length() - index;
+    SGrowth::LengthenFast(*container, length);
+    SGrowth::KeepSearched(*container, index);
+    char *const place = container->Data() + index;
+    std::memmove(place + length, place, behind);
+    Mem::Internal::CopyUpTo32(place, other, length);
+    return *this;
+}
+
+QV_INTERNAL_NOINLINE CString &CString::_InsertSlow(u32 index, const CStringView &piece) noexcept
+{
     const char *data = Data();
     const u32 oldLength = Length();
     if (QV_INTERNAL_FAILS_TEXT("index <= Length()", index <= oldLength))
         return *this;
     const char *other = piece.Data();
-    const u32 length = Internal::String::ReadableLength(piece);
+    const u32 length = piece.Length();
     if (length == 0 || (oldLength != 0 && QV_INTERNAL_FAILS(data != null)))
         return *this;
     PStringContainer copy;
@@ -137,19 +152,19 @@ CString &CString::_Insert(u32 index, const CStringView &piece) noexcept
 CString &CString::Insert(u32 index, const CString &piece) noexcept
 {
     QV_INTERNAL_EDIT;
-    return _Insert(index, Internal::String::ToView(piece));
+    return piece.Empty() ? _InsertFast(index, nullptr, 0) : _InsertFast(index, piece.Data(), piece.Length());
 }
 
 CString &CString::Insert(u32 index, const CStringView &piece) noexcept
 {
     QV_INTERNAL_EDIT;
-    return _Insert(index, piece);
+    return piece.Data() != nullptr ? _InsertFast(index, piece.Data(), piece.Length()) : _InsertFast(index, nullptr, 0);
 }
 
 CString &CString::Insert(u32 index, const char *piece) noexcept
 {
     QV_INTERNAL_EDIT;
-    return _Insert(index, CStringView(piece));
+    return _InsertFast(index, piece, SNativeStringUtils::Length(piece));
 }
 
 CString &CString::Erase(u32 first, u32 last) noexcept

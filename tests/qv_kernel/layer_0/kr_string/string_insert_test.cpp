@@ -559,19 +559,21 @@ TEST(StringInsert, InsertedBackslashesAreSeenByTheNextPathJoin)
 {
     const std::string text = CountingText(100);
     for (u32 index = 0; index <= 100; ++index)
-    {
-        CAssertRecorder recorder;
-        CString path = Resizable(text, 300);
-        path /= "";
-        ExpectReports(recorder, {});
-        path.Insert(index, '\\');
-        path /= "f";
-        ExpectReports(recorder, {"aLen == 0 || !_ContainsBackSlash(a, length)"});
-        path.Erase(index, index + 1);
-        path /= "g";
-        ExpectReports(recorder, {"aLen == 0 || !_ContainsBackSlash(a, length)"});
-        ExpectText(path, text + "/f/g");
-    }
+        // On the fast path and on the slow one.
+        for (const std::string &piece : {std::string("\\"), "\\" + CountingText(40)})
+        {
+            CAssertRecorder recorder;
+            CString path = Resizable(text, 300);
+            path /= "";
+            ExpectReports(recorder, {});
+            path.Insert(index, ViewOf(piece));
+            path /= "f";
+            ExpectReports(recorder, {"aLen == 0 || !_ContainsBackSlash(a, length)"});
+            path.Erase(index, index + LengthOf(piece));
+            path /= "g";
+            ExpectReports(recorder, {"aLen == 0 || !_ContainsBackSlash(a, length)"});
+            ExpectText(path, text + "/f/g");
+        }
 }
 
 TEST(StringErase, EraseDoesNotHideABackslashBehindItFromTheNextPathJoin)
