@@ -905,6 +905,12 @@ template <typename First, typename Second, typename... More>
 // Allocates: once, for the result. Fails: an empty string; a result of kLengthMask characters or more does not ask for
 // memory.
 // Stack: 16 bytes for each piece that is given as an argument of its own.
+//
+// They stand in a namespace of their own, in which no call looks for the sake of its arguments: a program that has a
+// function Concat(CString, CString) goes on calling that.
+namespace Joining
+{
+
 template <typename... Pieces, typename = Internal::String::IfTextPieces<Pieces...>>
 [[nodiscard]] CString Concat(const Pieces &...pieces) noexcept;
 template <typename... Pieces, typename = Internal::String::IfTextPieces<Pieces...>>
@@ -922,6 +928,10 @@ template <typename = void>
 template <typename = void>
 [[nodiscard]] CString Join(const Internal::String::CTextPiece &separator,
                            const TStridedMemoryView<const char *const> &pieces) noexcept;
+
+} // namespace Joining
+
+using namespace Joining;
 
 // ---- Comparison by operators ----------------------------------------------------------------------------------------
 

@@ -72,6 +72,9 @@ CString operator+(Text a, const View &b) noexcept
     return Internal::String::SumOfViews(CStringView(static_cast<const char *>(a)), b);
 }
 
+namespace Joining
+{
+
 template <typename... Pieces, typename>
 CString Concat(const Pieces &...pieces) noexcept
 {
@@ -118,5 +121,7 @@ CString Join(const Internal::String::CTextPiece &separator,
 {
     return Internal::String::JoinList(separator.View(), pieces);
 }
+
+} // namespace Joining
 
 } // namespace Quorvane

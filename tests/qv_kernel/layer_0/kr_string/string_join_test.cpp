@@ -389,6 +389,17 @@ std::string Concat(const CString &, const CString &)
     return "own";
 }
 
+// Where the program's own are found, nothing else is looked for, whatever fits the arguments better.
+std::string ConcatOfAText(const CString &string)
+{
+    return Concat("text", string);
+}
+
+std::string JoinOfTexts(const CString &string)
+{
+    return Join("text", string, "text");
+}
+
 } // namespace OwnFunctions
 
 TEST(StringJoin, JoinAndConcatOfTheProgramsOwnAreChosenBeforeTheLibrarys)
@@ -403,6 +414,10 @@ TEST(StringJoin, JoinAndConcatOfTheProgramsOwnAreChosenBeforeTheLibrarys)
     EXPECT_EQ(Join(string, string, string), "own, of two");
     EXPECT_EQ(Join(", ", string, string), "own, of two");
     EXPECT_EQ(Concat(string, string), "own");
+    EXPECT_EQ(OwnFunctions::ConcatOfAText(string), "own");
+    EXPECT_EQ(OwnFunctions::JoinOfTexts(string), "own, of two");
+    ExpectText(Quorvane::Concat("a", string), "aa");
+    ExpectText(Quorvane::Join(", ", string, "b"), "a, b");
 }
 
 } // namespace
