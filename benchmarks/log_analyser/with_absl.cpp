@@ -167,7 +167,7 @@ std::string Grouped(u64 number)
 {
     std::string digits = absl::StrCat(number);
     for (std::size_t i = digits.size(); i > 3; i -= 3)
-        digits.insert(i - 3, ",");
+        digits.insert(i - 3, 1, ',');
     return digits;
 }
 
@@ -213,7 +213,7 @@ std::string Report(const CAnalysis &analysis, const SArguments &arguments)
 
 // ---- Suggestions ----------------------------------------------------------------------------------------------------
 
-// Levenshtein's, without regard to case.
+// Levenshtein's.
 std::size_t EditDistance(absl::string_view a, absl::string_view b)
 {
     std::vector<std::size_t> row(b.size() + 1);
@@ -223,7 +223,7 @@ std::size_t EditDistance(absl::string_view a, absl::string_view b)
         std::size_t diagonal = row[0]++;
         for (std::size_t j = 0; j < b.size(); ++j)
         {
-            const std::size_t changed = diagonal + (absl::ascii_tolower(a[i]) != absl::ascii_tolower(b[j]));
+            const std::size_t changed = diagonal + (a[i] != b[j]);
             diagonal = row[j + 1];
             row[j + 1] = std::min({changed, diagonal + 1, row[j] + 1});
         }
@@ -239,7 +239,8 @@ std::string Suggestion(const CKeys &keys, const std::string &wanted)
     for (const auto &[key, group] : keys)
     {
         const double total = static_cast<double>(key.size() + wanted.size());
-        const double weight = 1 - static_cast<double>(EditDistance(key, wanted)) / total;
+        const double weight =
+            1 - static_cast<double>(EditDistance(absl::AsciiStrToLower(key), absl::AsciiStrToLower(wanted))) / total;
         if (weight > bestWeight || (weight == bestWeight && key < best))
         {
             best = key;

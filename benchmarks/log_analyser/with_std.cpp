@@ -201,7 +201,7 @@ std::string Grouped(u64 number)
 {
     std::string digits = std::to_string(number);
     for (std::size_t i = digits.size(); i > 3; i -= 3)
-        digits.insert(i - 3, ",");
+        digits.insert(i - 3, 1, ',');
     return digits;
 }
 
