@@ -347,7 +347,7 @@ void AddTop(const std::shared_ptr<SList> &list)
             [list, query = CString(kQuery)]
             {
                 TArray<RankedName> best;
-                query.FuzzyMatchList_Top(list->View(), best, kTolerance, kTop);
+                static_cast<void>(query.FuzzyMatchList_Top(list->View(), best, kTolerance, kTop));
                 std::vector<u32> indices;
                 for (const RankedName &name : best)
                     indices.push_back(name.m_IndexInStringList);

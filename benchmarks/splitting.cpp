@@ -217,7 +217,7 @@ void AddViews(size_t size)
             [ours = CString(text.c_str())]
             {
                 TArray<CStringView> pieces;
-                ours.Split('\n', pieces);
+                static_cast<void>(ours.Split('\n', pieces));
                 return pieces;
             });
     row.Add("std::string_view", [text] { return SplitAtCharacter<std::string_view>(text); });
@@ -270,7 +270,7 @@ void AddStrings(size_t size)
             [ours = CString(text.c_str())]
             {
                 TArray<CString> pieces;
-                ours.Split('\n', pieces);
+                static_cast<void>(ours.Split('\n', pieces));
                 return pieces;
             });
     row.Add("std::string", [text] { return SplitAtCharacter<std::string>(text); });
@@ -353,7 +353,7 @@ void AddPredicate(size_t size)
             [ours = CString(text.c_str())]
             {
                 TArray<CString> pieces;
-                ours.Split(IsSeparator, pieces);
+                static_cast<void>(ours.Split(IsSeparator, pieces));
                 return pieces;
             });
     row.Add("std::find_if", [text] { return SplitAtPredicate<std::string>(text, false); });

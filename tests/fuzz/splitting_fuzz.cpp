@@ -166,7 +166,7 @@ private:
         const u32 index = m_Input.Below(m_Pieces.Count());
         const std::string text = TextOf(m_Pieces[index]);
         m_Watch.BeginStep();
-        m_Pieces[index].Split(separator, m_Pieces);
+        static_cast<void>(m_Pieces[index].Split(separator, m_Pieces)); // what is missing is seen below
         CheckPieces(m_Pieces, ModelSplit(text, [&](char c) { return c == separator; }), m_Watch.HasRefused());
         _CheckStep();
     }

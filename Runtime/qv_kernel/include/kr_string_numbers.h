@@ -5,7 +5,7 @@
 //         ...
 //     AppendNumber(message.Append("port "), port);
 //     AppendNumber(message, 0.125);                            // "0.125": the shortest text that reads back the same
-//     AppendNumber(message, share, std::chars_format::fixed, 2);
+//     AppendNumber(message, share, 2);                         // two digits behind the point
 //
 // No locale has any influence, and all of it may be used from any thread. Integers are all integer types of up to 64
 // bits, signed char and unsigned char among them, which are s8 and u8; bool, char and the other types of characters are
@@ -123,9 +123,12 @@ CString &AppendNumber(CString &string, Floating value, std::chars_format format)
 
 // With as many digits as printf gives for that precision, exactly rounded: behind the point, or for general significant
 // ones without zeros at the end. Every precision is served: digits beyond all that a number has are zeros.
+// Without a format: std::chars_format::fixed.
 // Stack: 2 KiB.
 template <typename Floating, typename = std::enable_if_t<Internal::String::IsFloatingNumber<Floating>()>>
 CString &AppendNumber(CString &string, Floating value, std::chars_format format, u32 precision) noexcept;
+template <typename Floating, std::enable_if_t<Internal::String::IsFloatingNumber<Floating>(), int> = 0>
+CString &AppendNumber(CString &string, Floating value, u32 precision) noexcept;
 
 #endif
 

@@ -495,6 +495,17 @@ TYPED_TEST(StringFloatingNumbersOf, ParseNumberReadsBackWhatAppendNumberWrites)
 
 #endif
 
+TEST(StringNumbers, AppendNumberWithAPrecisionAloneIsFixed)
+{
+    CString text;
+    EXPECT_TRUE(AppendNumber(text, 2.5, 2) == "2.50");
+    EXPECT_TRUE(AppendNumber(text, -0.25f, 1) == "2.50-0.2"); // of two as near, the even digit
+    text.Clear();
+    EXPECT_TRUE(AppendNumber(text, 1e22, 0) == "10000000000000000000000");
+    text.Clear();
+    EXPECT_TRUE(AppendNumber(text, 1.0, 1100u) == (std::string("1.") + std::string(1100, '0')).c_str());
+}
+
 TEST(StringNumbers, ParseNumberAndAppendNumberMindNoLocale)
 {
     InEveryLocale(

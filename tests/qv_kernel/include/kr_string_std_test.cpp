@@ -558,6 +558,7 @@ TEST(StringStd, RangesTakeStringsAndViews)
     EXPECT_EQ(std::ranges::count(string, 'b'), 1);
     // Behind a view that is a temporary the characters live on.
     EXPECT_EQ(std::ranges::find(string.Slice(2), ';'), string.begin() + 3);
+#if !defined(__clang__) || __clang_major__ >= 16 // older ones do not compile libstdc++'s adaptors
     std::string letters;
     for (const char character : string.Slice(1) | std::views::filter([](char c) { return c >= 'a'; }))
         letters += character;
@@ -566,6 +567,7 @@ TEST(StringStd, RangesTakeStringsAndViews)
     for (const char character : string | std::views::reverse)
         backwards += character;
     EXPECT_EQ(backwards, "c;b,a");
+#endif
 }
 
 #endif

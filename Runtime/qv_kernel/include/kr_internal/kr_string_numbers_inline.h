@@ -121,6 +121,12 @@ inline CString &AppendNumber(CString &string, Floating value, std::chars_format 
     return Internal::String::AppendFloating(string, value, format, precision);
 }
 
+template <typename Floating, std::enable_if_t<Internal::String::IsFloatingNumber<Floating>(), int>>
+inline CString &AppendNumber(CString &string, Floating value, u32 precision) noexcept
+{
+    return Internal::String::AppendFloating(string, value, std::chars_format::fixed, precision);
+}
+
 #endif
 
 } // namespace Quorvane

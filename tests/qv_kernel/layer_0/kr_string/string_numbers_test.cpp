@@ -3,8 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <limits>
 #include <random>
 #include <string>
@@ -155,12 +157,15 @@ TEST(StringNumbersAppend, AppendNumberRefusedIsAsAppendRefused)
 namespace
 {
 
-// What the platform's printf gives, exactly rounded in the "C" locale, without the prefix of base 16.
+// What the platform's printf gives, exactly rounded, without the prefix of base 16, and with a point in every locale.
 std::string Printed(const char *format, u32 precision, double value)
 {
     std::vector<char> text(4096 + precision);
     const int length = std::snprintf(text.data(), text.size(), format, static_cast<int>(precision), value);
     std::string printed(text.data(), static_cast<size_t>(length));
+    const size_t point = printed.find(std::localeconv()->decimal_point);
+    if (point != std::string::npos)
+        printed.replace(point, std::strlen(std::localeconv()->decimal_point), ".");
     const size_t prefix = printed.find("0x");
     return prefix != std::string::npos ? printed.erase(prefix, 2) : printed;
 }
