@@ -3,11 +3,19 @@
 
 #include <charconv>
 #include <cmath>
+#include <cstddef>
 #include <cstring>
 #include <limits>
 
 #include "copy_figures.h"
 #include "string_block.h"
+
+#if defined(__has_feature)
+#if __has_feature(memory_sanitizer)
+extern "C" void __msan_unpoison(const volatile void *data, std::size_t size);
+#define QV_INTERNAL_SANITIZES_MEMORY 1
+#endif
+#endif
 
 namespace Quorvane
 {
@@ -102,19 +110,31 @@ QV_INTERNAL_COLD CString &AppendWithZeros(CString &string, const char *text, con
     return string;
 }
 
+// std::to_chars into a buffer that has the room: the end of what it wrote. For floating-point numbers it is code of the
+// standard library's own, whose writes the memory sanitizer does not see.
+template <std::size_t size, typename... Arguments>
+const char *WriteNumber(char (&text)[size], Arguments... arguments)
+{
+    const char *const end = std::to_chars(text, text + size, arguments...).ptr;
+#if defined(QV_INTERNAL_SANITIZES_MEMORY)
+    __msan_unpoison(text, static_cast<std::size_t>(end - text));
+#endif
+    return end;
+}
+
 template <typename Floating>
 CString &AppendShortest(CString &string, Floating value)
 {
     // A sign, 17 digits, a point and an exponent of three digits with its sign take 24.
     char text[32];
-    return string.Append(TextUpTo(text, std::to_chars(text, text + sizeof(text), value).ptr));
+    return string.Append(TextUpTo(text, WriteNumber(text, value)));
 }
 
 template <typename Floating>
 CString &AppendShortest(CString &string, Floating value, std::chars_format format)
 {
     char text[kMaxShortestText];
-    return string.Append(TextUpTo(text, std::to_chars(text, text + sizeof(text), value, format).ptr));
+    return string.Append(TextUpTo(text, WriteNumber(text, value, format)));
 }
 
 template <typename Floating>
@@ -122,7 +142,7 @@ CString &AppendPrecise(CString &string, Floating value, std::chars_format format
 {
     char text[kMaxPreciseText];
     const u32 digits = QVMin(precision, kMaxPrecision);
-    const char *const end = std::to_chars(text, text + sizeof(text), value, format, static_cast<int>(digits)).ptr;
+    const char *const end = WriteNumber(text, value, format, static_cast<int>(digits));
     // General leaves zeros at the end out.
     if (QV_INTERNAL_LIKELY(digits == precision) || format == std::chars_format::general || !std::isfinite(value))
         return string.Append(TextUpTo(text, end));
