@@ -27,7 +27,7 @@ fail()
 
 build()
 {
-    "$compiler" -std=c++17 -Wall -Wextra "-I$root/Runtime/include" "-I$root/Runtime/qv_kernel/include" "$@" ||
+    "$compiler" -std=c++17 -O1 -Wall -Wextra "-I$root/Runtime/include" "-I$root/Runtime/qv_kernel/include" "$@" ||
         fail "$compiler $*"
 }
 

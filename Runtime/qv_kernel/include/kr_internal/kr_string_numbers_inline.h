@@ -44,8 +44,11 @@ inline SParsedNumber ParseWhole(const CStringView &text, Number &out, const Read
     return answer;
 }
 
-// The digits of `magnitude`, with a minus sign where asked. Requires: a base that was checked.
-CString &AppendInteger(CString &string, u64 magnitude, bool isNegative, u32 base) noexcept;
+// A 64-bit number in base 2, and its sign.
+constexpr u32 kMaxIntegerText = 1 + 64;
+
+// The text of a number at the end of a string, as CString::Append has it.
+CString &AppendNumberText(CString &string, const CStringView &text) noexcept;
 
 #if QV_HAS_FLOATING_NUMBERS
 
@@ -81,10 +84,14 @@ inline CString &AppendNumber(CString &string, Integer value, u32 base) noexcept
 {
     if (QV_INTERNAL_FAILS(base >= 2 && base <= 36))
         return string;
-    // The magnitude of the least number is none of its type: the sign is taken off modulo 2^64.
-    const bool isNegative = value < 0;
-    const u64 bits = static_cast<u64>(value);
-    return Internal::String::AppendInteger(string, isNegative ? 0 - bits : bits, isNegative, base);
+    // Here and not in the library: the standard library's tables of digits are unique in a process, and a plugin that held
+    // them with its copy of the library would never be unloaded.
+    char text[Internal::String::kMaxIntegerText];
+    char *const last = text + sizeof(text);
+    // Of a base that the compiler knows, it divides by multiplying.
+    const std::to_chars_result end =
+        base == 10 ? std::to_chars(text, last, value) : std::to_chars(text, last, value, static_cast<int>(base));
+    return Internal::String::AppendNumberText(string, CStringView(text, static_cast<u32>(end.ptr - text)));
 }
 
 #if QV_HAS_FLOATING_NUMBERS

@@ -29,26 +29,12 @@ namespace
 // What a copy of shared characters is counted for.
 [[maybe_unused]] constexpr const char *kEdit = "AppendNumber";
 
-// A 64-bit number in base 2, and its sign.
-constexpr u32 kMaxIntegerText = 1 + 64;
-
-CStringView TextUpTo(const char *text, const char *end)
-{
-    return CStringView(text, static_cast<u32>(end - text));
-}
-
 } // namespace
 
-CString &AppendInteger(CString &string, u64 magnitude, bool isNegative, u32 base) noexcept
+CString &AppendNumberText(CString &string, const CStringView &text) noexcept
 {
     QV_INTERNAL_EDIT_NAMED(kEdit);
-    char text[kMaxIntegerText];
-    text[0] = '-';
-    // Of a base that the compiler knows, it divides by multiplying.
-    const std::to_chars_result end =
-        base == 10 ? std::to_chars(text + 1, text + kMaxIntegerText, magnitude)
-                   : std::to_chars(text + 1, text + kMaxIntegerText, magnitude, static_cast<int>(base));
-    return string.Append(TextUpTo(isNegative ? text : text + 1, end.ptr));
+    return string.Append(text);
 }
 
 #if QV_HAS_FLOATING_NUMBERS
@@ -69,6 +55,11 @@ constexpr u32 kMaxShortestText = 1 + 2 + 324 + 9;
 static_assert(std::numeric_limits<double>::digits - std::numeric_limits<double>::min_exponent == kMaxPrecision,
               "the exponent of the least power of two");
 static_assert(std::numeric_limits<double>::max_exponent10 + 1 == kMaxDigitsInFront, "digits of the largest number");
+
+CStringView TextUpTo(const char *text, const char *end)
+{
+    return CStringView(text, static_cast<u32>(end - text));
+}
 
 // Appends a number of zeros. What stands there already is appended to itself, so that few steps suffice.
 void AppendZeros(CString &string, u32 count)
