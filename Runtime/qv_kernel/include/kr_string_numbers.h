@@ -123,7 +123,8 @@ CString &AppendNumber(CString &string, Floating value, std::chars_format format)
 
 // With as many digits as printf gives for that precision, exactly rounded: behind the point, or for general significant
 // ones without zeros at the end. Every precision is served: digits beyond all that a number has are zeros.
-// Without a format: std::chars_format::fixed.
+// Without a format it is std::chars_format::fixed, so that AppendNumber(text, 2.5, 2) appends "2.50".
+// Fails: an empty string, too, without asking for memory, where the text would have kLengthMask characters or more.
 // Stack: 2 KiB.
 template <typename Floating, typename = std::enable_if_t<Internal::String::IsFloatingNumber<Floating>()>>
 CString &AppendNumber(CString &string, Floating value, std::chars_format format, u32 precision) noexcept;

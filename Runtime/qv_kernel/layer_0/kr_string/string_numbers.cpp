@@ -9,13 +9,7 @@
 
 #include "copy_figures.h"
 #include "string_block.h"
-
-#if defined(__has_feature)
-#if __has_feature(memory_sanitizer)
-extern "C" void __msan_unpoison(const volatile void *data, std::size_t size);
-#define QV_INTERNAL_SANITIZES_MEMORY 1
-#endif
-#endif
+#include "string_numbers_port.h"
 
 namespace Quorvane
 {
@@ -107,9 +101,7 @@ template <std::size_t size, typename... Arguments>
 const char *WriteNumber(char (&text)[size], Arguments... arguments)
 {
     const char *const end = std::to_chars(text, text + size, arguments...).ptr;
-#if defined(QV_INTERNAL_SANITIZES_MEMORY)
-    __msan_unpoison(text, static_cast<std::size_t>(end - text));
-#endif
+    MarkInitialised(text, static_cast<std::size_t>(end - text));
     return end;
 }
 
