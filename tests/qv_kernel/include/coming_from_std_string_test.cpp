@@ -565,7 +565,7 @@ TEST_F(ComingFromStdString, Traps)
             const CString kept = s;
             const CStringView view = kept;
             s += ".mesh";
-            return view;
+            return CString(view);
         });
 
     Trap("`Split` leaves empty pieces out", "hull,,mast", "2", "3");
