@@ -70,3 +70,56 @@
 #else
 #define QV_INTERNAL_HIDDEN
 #endif
+
+// ---- What a function may take of a thread with a deadline ------------------------------------------------------------
+
+// The classes of operations, which the compiler checks where it can: clang++ from version 20 on, with -Wfunction-effects.
+// They are part of a function's type and stand behind `noexcept`; what calls and inlines is inferred. QV_EFFECTS, a macro
+// that may be defined as 0, takes them away, for code that matches the types of our functions word for word.
+//
+//     QV_NONBLOCKING     neither allocates nor frees memory, takes no lock, makes no system call, throws nothing
+//     QV_NONALLOCATING   does not allocate or free
+#if !defined(QV_EFFECTS)
+#define QV_EFFECTS 1
+#endif
+#if QV_EFFECTS && defined(__has_cpp_attribute)
+#if __has_cpp_attribute(clang::nonblocking)
+#define QV_INTERNAL_HAS_EFFECTS 1
+#endif
+#endif
+#if defined(QV_INTERNAL_HAS_EFFECTS)
+#define QV_NONBLOCKING [[clang::nonblocking]]
+#define QV_NONALLOCATING [[clang::nonallocating]]
+#else
+#define QV_NONBLOCKING
+#define QV_NONALLOCATING
+#endif
+
+// Code within a function of one of the classes that the compiler cannot judge, for a reason that stands beside it. Does
+// not reach the callers of a function that has no class of its own: what it does is inferred all the same.
+#if defined(QV_INTERNAL_HAS_EFFECTS)
+#define QV_INTERNAL_UNCHECKED_BEGIN                                                                                    \
+    _Pragma("clang diagnostic push") _Pragma("clang diagnostic ignored \"-Wfunction-effects\"")                        \
+        _Pragma("clang diagnostic ignored \"-Wperf-constraint-implies-noexcept\"")
+#define QV_INTERNAL_UNCHECKED_END _Pragma("clang diagnostic pop")
+#else
+#define QV_INTERNAL_UNCHECKED_BEGIN
+#define QV_INTERNAL_UNCHECKED_END
+#endif
+
+// The sanitizer that watches nonblocking functions run (-fsanitize=realtime) is told with QV_INTERNAL_REALTIME_PAUSE that
+// the rest of a block is none of its business. And it may not be told that a function is nonblocking which an exception
+// can leave: QV_INTERNAL_REPORTS marks those that report, which are nonblocking for the compiler alone.
+#if defined(__has_feature)
+#if __has_feature(realtime_sanitizer)
+#define QV_INTERNAL_HAS_REALTIME_SANITIZER 1
+#endif
+#endif
+#if defined(QV_INTERNAL_HAS_REALTIME_SANITIZER)
+#include <sanitizer/rtsan_interface.h>
+#define QV_INTERNAL_REPORTS
+#define QV_INTERNAL_REALTIME_PAUSE const __rtsan::ScopedDisabler qv_pause
+#else
+#define QV_INTERNAL_REPORTS QV_NONBLOCKING
+#define QV_INTERNAL_REALTIME_PAUSE static_assert(true, "")
+#endif

@@ -87,12 +87,13 @@ struct SSite
     int m_Line;
 };
 
-// The failing ends of the macros below: each reports unless the site is silenced, and acts on the answer.
-void ReportSite(bool &ignoreFlag, const SSite &site, const char *function);
-void ReportSiteFormat(bool &ignoreFlag, const SSite &site, const char *function, const char *format, ...)
-    QV_INTERNAL_PRINTF(4, 5);
+// The failing ends of the macros below: each reports unless the site is silenced, and acts on the answer. What the
+// handler does is its own business, so that a function with assertions may be nonblocking.
+void ReportSite(bool &ignoreFlag, const SSite &site, const char *function) QV_INTERNAL_REPORTS;
+void ReportSiteFormat(bool &ignoreFlag, const SSite &site, const char *function, const char *format,
+                      ...) QV_INTERNAL_REPORTS QV_INTERNAL_PRINTF(4, 5);
 // Always returns true: the value of a QV_VERIFY that failed.
-bool ReportVerify(const SSite &site, const char *function);
+bool ReportVerify(const SSite &site, const char *function) QV_INTERNAL_REPORTS;
 
 // Raises the debugger's trap and returns when resumed.
 void Break();
@@ -107,19 +108,22 @@ void Break();
 #define QV_INTERNAL_EXPANDED_TEXT(...) #__VA_ARGS__
 
 // The constant part of one site and its flag, in a hidden class of its own, since most sites stand in inline functions.
+// Unchecked: the compiler takes any static variable for one with a guard; these are constants when the program begins.
 #define QV_INTERNAL_SITE_CLASS(text, expandedText)                                                                     \
     struct QV_INTERNAL_HIDDEN qv_SSite                                                                                 \
     {                                                                                                                  \
-        static bool &Ignored()                                                                                         \
+        QV_INTERNAL_UNCHECKED_BEGIN                                                                                    \
+        static bool &Ignored() noexcept QV_NONBLOCKING                                                                 \
         {                                                                                                              \
             static bool ignored = false;                                                                               \
             return ignored;                                                                                            \
         }                                                                                                              \
-        static const QV_NAMESPACE::Assert::Internal::SSite &Site()                                                     \
+        static const QV_NAMESPACE::Assert::Internal::SSite &Site() noexcept QV_NONBLOCKING                             \
         {                                                                                                              \
             static constexpr QV_NAMESPACE::Assert::Internal::SSite site = {__FILE__, text, expandedText, __LINE__};    \
             return site;                                                                                               \
         }                                                                                                              \
+        QV_INTERNAL_UNCHECKED_END                                                                                      \
     }
 
 // One assertion site. Without assertions the condition and the report are still compiled, so that such a build has no

@@ -193,9 +193,13 @@ void Break()
     PortBreak();
 }
 
+// Unchecked: what the handler does is its own business.
+QV_INTERNAL_UNCHECKED_BEGIN
+
 QV_INTERNAL_COLD
-void ReportSite(bool &ignoreFlag, const SSite &site, const char *function)
+void ReportSite(bool &ignoreFlag, const SSite &site, const char *function) QV_INTERNAL_REPORTS
 {
+    QV_INTERNAL_REALTIME_PAUSE;
     if (IsSet(ignoreFlag))
         return;
     ActOn(
@@ -204,8 +208,10 @@ void ReportSite(bool &ignoreFlag, const SSite &site, const char *function)
 }
 
 QV_INTERNAL_COLD
-void ReportSiteFormat(bool &ignoreFlag, const SSite &site, const char *function, const char *format, ...)
+void ReportSiteFormat(bool &ignoreFlag, const SSite &site, const char *function, const char *format,
+                      ...) QV_INTERNAL_REPORTS
 {
+    QV_INTERNAL_REALTIME_PAUSE;
     if (IsSet(ignoreFlag))
         return;
     std::va_list args;
@@ -217,13 +223,16 @@ void ReportSiteFormat(bool &ignoreFlag, const SSite &site, const char *function,
 }
 
 QV_INTERNAL_COLD
-bool ReportVerify(const SSite &site, const char *function)
+bool ReportVerify(const SSite &site, const char *function) QV_INTERNAL_REPORTS
 {
+    QV_INTERNAL_REALTIME_PAUSE;
     if (VerifyAssertFalse_Breaks(g_VerifyIgnored, site.m_File, function, site.m_Line, site.m_Expression,
                                  site.m_ExpandedExpression, site.m_Expression))
         Break();
     return true;
 }
+
+QV_INTERNAL_UNCHECKED_END
 
 } // namespace Internal
 
