@@ -107,9 +107,9 @@
 #define QV_INTERNAL_UNCHECKED_END
 #endif
 
-// The sanitizer that watches nonblocking functions run (-fsanitize=realtime) is told with QV_INTERNAL_REALTIME_PAUSE that
-// the rest of a block is none of its business. And it may not be told that a function is nonblocking which an exception
-// can leave: QV_INTERNAL_REPORTS marks those that report, which are nonblocking for the compiler alone.
+// For the sanitizer that watches nonblocking functions while they run (-fsanitize=realtime). QV_INTERNAL_REALTIME_PAUSE:
+// the rest of this block is none of its business. QV_INTERNAL_REALTIME_UNWATCHED: nor is this function at all, which an
+// exception of the user's may leave.
 #if defined(__has_feature)
 #if __has_feature(realtime_sanitizer)
 #define QV_INTERNAL_HAS_REALTIME_SANITIZER 1
@@ -117,9 +117,9 @@
 #endif
 #if defined(QV_INTERNAL_HAS_REALTIME_SANITIZER)
 #include <sanitizer/rtsan_interface.h>
-#define QV_INTERNAL_REPORTS
 #define QV_INTERNAL_REALTIME_PAUSE const __rtsan::ScopedDisabler qv_pause
+#define QV_INTERNAL_REALTIME_UNWATCHED __attribute__((no_sanitize("realtime")))
 #else
-#define QV_INTERNAL_REPORTS QV_NONBLOCKING
 #define QV_INTERNAL_REALTIME_PAUSE static_assert(true, "")
+#define QV_INTERNAL_REALTIME_UNWATCHED
 #endif

@@ -89,11 +89,11 @@ struct SSite
 
 // The failing ends of the macros below: each reports unless the site is silenced, and acts on the answer. What the
 // handler does is its own business, so that a function with assertions may be nonblocking.
-void ReportSite(bool &ignoreFlag, const SSite &site, const char *function) QV_INTERNAL_REPORTS;
-void ReportSiteFormat(bool &ignoreFlag, const SSite &site, const char *function, const char *format,
-                      ...) QV_INTERNAL_REPORTS QV_INTERNAL_PRINTF(4, 5);
+void ReportSite(bool &ignoreFlag, const SSite &site, const char *function) QV_NONBLOCKING;
+void ReportSiteFormat(bool &ignoreFlag, const SSite &site, const char *function, const char *format, ...) QV_NONBLOCKING
+    QV_INTERNAL_PRINTF(4, 5);
 // Always returns true: the value of a QV_VERIFY that failed.
-bool ReportVerify(const SSite &site, const char *function) QV_INTERNAL_REPORTS;
+bool ReportVerify(const SSite &site, const char *function) QV_NONBLOCKING;
 
 // Raises the debugger's trap and returns when resumed.
 void Break();

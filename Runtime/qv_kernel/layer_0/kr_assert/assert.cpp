@@ -196,8 +196,9 @@ void Break()
 // Unchecked: what the handler does is its own business.
 QV_INTERNAL_UNCHECKED_BEGIN
 
+QV_INTERNAL_REALTIME_UNWATCHED
 QV_INTERNAL_COLD
-void ReportSite(bool &ignoreFlag, const SSite &site, const char *function) QV_INTERNAL_REPORTS
+void ReportSite(bool &ignoreFlag, const SSite &site, const char *function) QV_NONBLOCKING
 {
     QV_INTERNAL_REALTIME_PAUSE;
     if (IsSet(ignoreFlag))
@@ -207,9 +208,9 @@ void ReportSite(bool &ignoreFlag, const SSite &site, const char *function) QV_IN
         ignoreFlag);
 }
 
+QV_INTERNAL_REALTIME_UNWATCHED
 QV_INTERNAL_COLD
-void ReportSiteFormat(bool &ignoreFlag, const SSite &site, const char *function, const char *format,
-                      ...) QV_INTERNAL_REPORTS
+void ReportSiteFormat(bool &ignoreFlag, const SSite &site, const char *function, const char *format, ...) QV_NONBLOCKING
 {
     QV_INTERNAL_REALTIME_PAUSE;
     if (IsSet(ignoreFlag))
@@ -222,8 +223,9 @@ void ReportSiteFormat(bool &ignoreFlag, const SSite &site, const char *function,
     ActOn(answer, ignoreFlag);
 }
 
+QV_INTERNAL_REALTIME_UNWATCHED
 QV_INTERNAL_COLD
-bool ReportVerify(const SSite &site, const char *function) QV_INTERNAL_REPORTS
+bool ReportVerify(const SSite &site, const char *function) QV_NONBLOCKING
 {
     QV_INTERNAL_REALTIME_PAUSE;
     if (VerifyAssertFalse_Breaks(g_VerifyIgnored, site.m_File, function, site.m_Line, site.m_Expression,
