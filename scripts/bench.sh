@@ -1,5 +1,6 @@
 #!/bin/sh
-# ./run bench: measures all topics of benchmarks/, or those named; or a whole program (log_analyser).
+# ./run bench: measures all topics of benchmarks/, or those named; or what is compared as whole programs: log_analyser,
+# latency.
 . "$(dirname "$0")/common.inc"
 . "$root/scripts/needs.inc"
 . "$root/scripts/build.inc"
@@ -65,11 +66,23 @@ measure_topics()
 }
 
 # Builds the example log_analyser in ours and in other strings, and compares them.
-compare_log_analysers()
+compare_log_analyser()
 {
     build "$1" log_analysers || return 1
     say 'comparing log_analyser'
     python3 benchmarks/log_analyser/compare.py "build/$1/benchmarks/log_analyser"
+}
+
+# Builds a program that runs over several allocators, and compares them.
+#   compare_allocators <preset> <name> [arguments of its script]
+compare_allocators()
+{
+    preset=$1
+    name=$2
+    shift 2
+    build "$preset" "allocator_$name" || return 1
+    say "measuring $name"
+    python3 "benchmarks/allocators/$name.py" "$@" "build/$preset/benchmarks/allocators"
 }
 
 list_topics()
@@ -87,16 +100,18 @@ processes=2
 publish=
 topics=
 compare=
+quick=
 while [ $# -gt 0 ]; do
     case $1 in
         --quick)
+            quick=--quick
             repetitions=3
             seconds=0.01
             processes=1
             ;;
         --plain) presets=bench-plain ;;
-        --publish) publish=yes ;;
-        log_analyser) compare=yes ;;
+        --publish) publish=--publish ;;
+        log_analyser | latency) compare="$compare $1" ;;
         -*)
             complain "bench: unknown argument $1"
             exit 2
@@ -106,6 +121,7 @@ while [ $# -gt 0 ]; do
                 complain "bench: unknown topic $1; there are:"
                 list_topics >&2
                 say log_analyser >&2
+                say latency >&2
                 exit 2
             fi
             topics="$topics $1"
@@ -113,20 +129,31 @@ while [ $# -gt 0 ]; do
     esac
     shift
 done
-if [ -n "$publish" ]; then
-    if [ -n "$topics$compare" ]; then
-        complain 'bench: --publish is for all topics'
+case $publish:$topics:$compare in
+    :* | *::' latency') ;;
+    *::) presets='bench bench-plain' ;;
+    *)
+        complain 'bench: --publish is for all topics, or for latency'
         exit 2
-    fi
-    presets='bench bench-plain'
-fi
+        ;;
+esac
 [ -n "$topics$compare" ] || topics=$(list_topics)
 
 ensure g++ cmake ninja-build libbenchmark-dev python3 -- \
     libabsl-dev libboost-dev libfmt-dev libre2-dev qtbase5-dev gnuplot-nox
+case $compare in
+    *latency*) ensure -- libmimalloc2.0 libjemalloc2 libtcmalloc-minimal4 ;;
+esac
 for preset in $presets; do
     # shellcheck disable=SC2086
     [ -z "$topics" ] || measure_topics "$preset" $repetitions $seconds $processes $topics || exit 1
-    [ -z "$compare" ] || compare_log_analysers "$preset" || exit 1
+    for name in $compare; do
+        if [ "$name" = log_analyser ]; then
+            compare_log_analyser "$preset" || exit 1
+        else
+            # shellcheck disable=SC2086
+            compare_allocators "$preset" "$name" $quick $publish || exit 1
+        fi
+    done
 done
-[ -z "$publish" ] || python3 benchmarks/publish.py build/bench build/bench-plain
+[ -z "$publish" ] || [ -n "$compare" ] || python3 benchmarks/publish.py build/bench build/bench-plain
