@@ -1,4 +1,4 @@
-// The two sorts, written down a second time from their description: over indexes instead of iterators, in one piece,
+// The sorts, written down a second time from their description: over indexes instead of iterators, in one piece,
 // with std::vector as the stack. Where equal elements end is decided by the steps, so the model is compared element by
 // element.
 #pragma once
@@ -29,6 +29,46 @@ void ModelInsertionSort(std::vector<T> &v, long long begin, long long end)
     }
 }
 
+// Sorts v[begin] to v[end - 1] by a heap: the greatest element is at the top, and each element that moves goes down to a
+// leaf by the greater children, of equal ones the left, and then up to the place found by halving the way.
+template <typename Order, typename T>
+void ModelHeapSort(std::vector<T> &v, long long begin, long long end)
+{
+    const auto at = [&v, begin](long long place) -> T & { return v[static_cast<std::size_t>(begin + place)]; };
+    const auto settle = [&at](long long top, long long count)
+    {
+        std::vector<long long> way = {top};
+        for (long long child = 2 * top + 1; child < count; child = 2 * way.back() + 1)
+            way.push_back(child + 1 < count && Order::Less(at(child), at(child + 1)) ? child + 1 : child);
+        std::size_t low = 0;
+        std::size_t high = way.size();
+        while (high - low > 1)
+        {
+            const std::size_t middle = (low + high) / 2;
+            (Order::Less(at(way[middle]), at(top)) ? high : low) = middle;
+        }
+        for (std::size_t i = 0; i < low; ++i)
+            std::swap(at(way[i]), at(way[i + 1]));
+    };
+    const long long count = end - begin;
+    for (long long top = count / 2 - 1; top >= 0; --top)
+        settle(top, count);
+    for (long long last = count - 1; last > 0; --last)
+    {
+        std::swap(at(0), at(last));
+        settle(0, last);
+    }
+}
+
+// What the quick sort may spend on cutting, in elements of the ranges that it cuts and 8 more for each.
+inline long long ModelCredit(long long count)
+{
+    long long log = 0;
+    for (long long rest = count; rest >= 2; rest /= 2)
+        ++log;
+    return count * (3 * log - 2) / 2;
+}
+
 // Sorts all of `v`. Returns the largest number of ranges that were pending at once.
 template <typename Order, typename T>
 std::size_t ModelQuickSort(std::vector<T> &v)
@@ -53,6 +93,7 @@ std::size_t ModelQuickSort(std::vector<T> &v)
 
     long long lo = 0;
     long long hi = count - 1;
+    long long credit = ModelCredit(count);
     bool done = false;
     while (!done)
     {
@@ -60,8 +101,11 @@ std::size_t ModelQuickSort(std::vector<T> &v)
         const long long size = hi - lo + 1;
         if (size <= 12)
             ModelInsertionSort<Order>(v, lo, hi + 1);
+        else if (credit < size + 8)
+            ModelHeapSort<Order>(v, lo, hi + 1);
         else
         {
+            credit -= size + 8;
             // The pivot: the median of the first, the middle and the last element, which are put in order.
             long long mid = lo + size / 2;
             if (less(mid, lo))

@@ -111,7 +111,8 @@ void InsertionSort(Iterator begin, Iterator end);
 // Sorts [begin, end) so that no element is `Less` than the one before it. Not stable, but of a fixed order: see the
 // beginning of this file. Ranges of one element or none touch neither the comparator nor an element.
 // Requires: a comparator whose answers agree with each other; with any other the elements end in some order.
-// Cost: count * log2(count) comparisons on average; inputs made to defeat the choice of pivots take their square.
+// Cost: at most 3 * count * log2(count) comparisons, whatever the order of the elements, and less than half of that on
+// average.
 // Stack: 60 iterators, 1.5 KiB with checked ones, whatever the count.
 template <typename Compare, typename Iterator>
 void QuickSort(Iterator begin, Iterator end);

@@ -31,7 +31,39 @@ struct TQuickSortTraits
     };
 };
 
+// The steps of the heap sort, which takes over where pivots are chosen badly. Nodes are counted from 1: the children of a
+// node are 2 * node and 2 * node + 1, its ancestors what is left when bits are shifted out.
+//
+// An element goes down to a leaf in the place of the greater children, one comparison for each level, and how far up
+// again it belongs is found by halving the way. So n elements cost n * (log2(n) + log2(log2(n)) + 1) comparisons at most,
+// whatever the comparator answers.
+template <typename Compare, typename Iterator>
+class THeapSort
+{
+    using _Traits = TQuickSortTraits<Compare, Iterator>;
+
+public:
+    // Requires: two elements or more.
+    THeapSort(Iterator begin, u64 count) : m_Begin(begin), m_Count(count) {}
+
+    void Sort();
+
+private:
+    Iterator _At(u64 node) const { return m_Begin + static_cast<typename _Traits::Difference>(node - 1); }
+    u64 _GreaterChild(u64 node, u64 count) const;
+    u32 _LevelsDown(u64 node, u64 leaf, u32 levels) const;
+    void _Settle(u64 node, u64 count) const;
+
+    Iterator m_Begin;
+    u64 m_Count;
+};
+
 // The steps of the quick sort. Bounds are inclusive: `lo` and `hi` are the first and the last element of a range.
+//
+// Cutting is paid for: a range of m elements costs m + 8 of a credit of n * (3 * log2(n) - 2) / 2, which no order but one
+// that defeats the choice of pivots again and again uses up. A range that cannot be paid for goes to the heap sort. The
+// credit, n comparisons that take off elements equal to pivots, and what the short sort and the heap sort take of the
+// parts come to less than 3 * n * log2(n) comparisons.
 //
 // A comparator may answer anything, differently each time even: no step leaves the range or fails to end.
 // - `_MoveApart` meets ranges of 13 elements and more, so the pivot starts above `lo`, and it only ever moves to a
@@ -50,7 +82,10 @@ class TQuickSort
     using _Traits = TQuickSortTraits<Compare, Iterator>;
 
 public:
-    TQuickSort(Iterator begin, Iterator end) : m_Lo(begin), m_Hi(end - 1) {}
+    TQuickSort(Iterator begin, Iterator end)
+        : m_Credit(_CreditFor(static_cast<u64>(end - begin))), m_Lo(begin), m_Hi(end - 1)
+    {
+    }
 
     // Sorts; the range has two elements or more.
     void Sort();
@@ -63,10 +98,14 @@ public:
     }
 
 private:
-    bool _IsShort() const
-    {
-        return m_Hi - m_Lo + 1 <= static_cast<typename _Traits::Difference>(_Traits::kSubdivisionLimit);
-    }
+    // What a cut compares more often than there are elements.
+    static constexpr u64 kCostOfPivot = 8;
+
+    static u64 _CreditFor(u64 count);
+
+    u64 _Count() const { return static_cast<u64>(m_Hi - m_Lo) + 1; }
+    bool _IsShort() const { return _Count() <= _Traits::kSubdivisionLimit; }
+    bool _PaysForCut();
 
     Iterator _MedianOfThree() const;
     Iterator _MoveApart(Iterator mid, Iterator &loElem, Iterator &hiElem) const;
@@ -81,6 +120,8 @@ private:
     Iterator m_LoStack[_Traits::kStackSize + 1];
     Iterator m_HiStack[_Traits::kStackSize + 1];
     u32 m_Pending = 0;
+
+    u64 m_Credit;
 
     // The range at hand.
     Iterator m_Lo;
@@ -126,24 +167,102 @@ namespace Internal
 {
 
 template <typename Compare, typename Iterator>
+void THeapSort<Compare, Iterator>::Sort()
+{
+    for (u64 node = m_Count / 2; node > 0; --node)
+        _Settle(node, m_Count);
+    for (u64 left = m_Count; left > 1; --left)
+    {
+        TQuickSort<Compare, Iterator>::Swap(_At(1), _At(left));
+        _Settle(1, left - 1);
+    }
+}
+
+// The left one when they are equal, or when there is no other.
+template <typename Compare, typename Iterator>
+u64 THeapSort<Compare, Iterator>::_GreaterChild(u64 node, u64 count) const
+{
+    const u64 left = 2 * node;
+    return left < count && Compare::Less(*_At(left), *_At(left + 1)) ? left + 1 : left;
+}
+
+// How many levels below `node` its element belongs on the way to `leaf`, `levels` below, where elements do not grow: in
+// front of the first that is less.
+template <typename Compare, typename Iterator>
+u32 THeapSort<Compare, Iterator>::_LevelsDown(u64 node, u64 leaf, u32 levels) const
+{
+    u32 least = 0;
+    u32 most = levels;
+    while (least < most)
+    {
+        const u32 middle = (least + most + 1) / 2;
+        if (Compare::Less(*_At(leaf >> (levels - middle)), *_At(node)))
+            most = middle - 1;
+        else
+            least = middle;
+    }
+    return least;
+}
+
+// Makes the nodes from `node` to `count` below `node` a heap; those below its children are.
+template <typename Compare, typename Iterator>
+void THeapSort<Compare, Iterator>::_Settle(u64 node, u64 count) const
+{
+    u64 leaf = node;
+    u32 levels = 0;
+    for (; 2 * leaf <= count; ++levels)
+        leaf = _GreaterChild(leaf, count);
+    const u32 down = _LevelsDown(node, leaf, levels);
+    if (down == 0)
+        return;
+    typename _Traits::Value held(std::move(*_At(node)));
+    for (u32 level = 1; level <= down; ++level)
+        *_At(leaf >> (levels - level + 1)) = std::move(*_At(leaf >> (levels - level)));
+    *_At(leaf >> (levels - down)) = std::move(held);
+}
+
+template <typename Compare, typename Iterator>
 void TQuickSort<Compare, Iterator>::Sort()
 {
     for (;;)
     {
         if (_IsShort())
-        {
             InsertionSort<Compare>(m_Lo, m_Hi + 1);
-            if (!_Pop())
-                return;
-            continue;
+        else if (!_PaysForCut())
+            THeapSort<Compare, Iterator>(m_Lo, _Count()).Sort();
+        else
+        {
+            Iterator loElem = m_Lo;
+            Iterator hiElem = m_Hi;
+            const Iterator mid = _MoveApart(_MedianOfThree(), loElem, hiElem);
+            _SkipEqual(mid, hiElem);
+            if (_GoOnWithSmaller(hiElem, loElem))
+                continue;
         }
-        Iterator loElem = m_Lo;
-        Iterator hiElem = m_Hi;
-        const Iterator mid = _MoveApart(_MedianOfThree(), loElem, hiElem);
-        _SkipEqual(mid, hiElem);
-        if (!_GoOnWithSmaller(hiElem, loElem) && !_Pop())
+        if (!_Pop())
             return;
     }
+}
+
+// By the logarithm rounded down. Requires: two elements or more.
+template <typename Compare, typename Iterator>
+u64 TQuickSort<Compare, Iterator>::_CreditFor(u64 count)
+{
+    u32 log = 1;
+    while (count >> log > 1)
+        ++log;
+    return count * (3 * log - 2) / 2;
+}
+
+// Takes what a cut of the range at hand costs. Returns false, and takes nothing, when there is not enough left.
+template <typename Compare, typename Iterator>
+bool TQuickSort<Compare, Iterator>::_PaysForCut()
+{
+    const u64 cost = _Count() + kCostOfPivot;
+    if (m_Credit < cost)
+        return false;
+    m_Credit -= cost;
+    return true;
 }
 
 // Puts the first, the middle and the last element in order. Returns the middle one's place.
