@@ -152,7 +152,6 @@ set terminal svg size 1100,%d noenhanced font "sans,11" background "white"
 set output "%s"
 set multiplot layout %d, 2 title "%s: share of the operations that take longer than a time"
 set logscale xy
-set format y "10^%%T"
 set format y "%%.0e"
 set xrange [10:1e8]
 set yrange [1e-7:1]
@@ -193,9 +192,10 @@ def draw(found, folder):
 
 def said(lines, operations, repetitions, isolated):
     met, missed = runner.table.tally(lines)
-    scheduling = "processes with no more threads than processors under SCHED_FIFO" if isolated else \
-        "all under the system's usual scheduling"
-    return "%d operations in each of %d processes, medians of the processes; %s. %d goals met, %d missed." % (
+    scheduling = "all as the system schedules them"
+    if isolated:
+        scheduling = "those with no more threads than processors under SCHED_FIFO, the others with the highest priority"
+    return "%d operations in each of %d processes, medians of the processes, %s. %d goals met, %d missed." % (
         operations, repetitions, scheduling, met, missed)
 
 
