@@ -1,6 +1,6 @@
 #!/bin/sh
 # ./run bench: measures all topics of benchmarks/, or those named; or what is compared as whole programs: log_analyser,
-# latency.
+# latency, allocators.
 . "$(dirname "$0")/common.inc"
 . "$root/scripts/needs.inc"
 . "$root/scripts/build.inc"
@@ -112,6 +112,7 @@ while [ $# -gt 0 ]; do
         --plain) presets=bench-plain ;;
         --publish) publish=--publish ;;
         log_analyser | latency) compare="$compare $1" ;;
+        allocators) compare="$compare workloads" ;;
         -*)
             complain "bench: unknown argument $1"
             exit 2
@@ -122,6 +123,7 @@ while [ $# -gt 0 ]; do
                 list_topics >&2
                 say log_analyser >&2
                 say latency >&2
+                say allocators >&2
                 exit 2
             fi
             topics="$topics $1"
@@ -130,10 +132,10 @@ while [ $# -gt 0 ]; do
     shift
 done
 case $publish:$topics:$compare in
-    :* | *::' latency') ;;
+    :* | *::' latency' | *::' workloads') ;;
     *::) presets='bench bench-plain' ;;
     *)
-        complain 'bench: --publish is for all topics, or for latency'
+        complain 'bench: --publish is for all topics, for latency, or for allocators'
         exit 2
         ;;
 esac
@@ -142,7 +144,7 @@ esac
 ensure g++ cmake ninja-build libbenchmark-dev python3 -- \
     libabsl-dev libboost-dev libfmt-dev libre2-dev qtbase5-dev gnuplot-nox
 case $compare in
-    *latency*) ensure -- libmimalloc2.0 libjemalloc2 libtcmalloc-minimal4 ;;
+    *latency* | *workloads*) ensure -- libmimalloc2.0 libjemalloc2 libtcmalloc-minimal4 ;;
 esac
 for preset in $presets; do
     # shellcheck disable=SC2086
