@@ -63,7 +63,7 @@ struct TIntegerOf<T, true>
 // True when a floating-point value lies in the range of T, which is no floating-point type; false for what is no number.
 // Converting any other value is undefined.
 template <typename T, typename Floating>
-constexpr bool IsWithin(const Floating &value) noexcept
+constexpr bool IsWithin(const Floating &value) noexcept QV_NONBLOCKING
 {
     using CLimits = std::numeric_limits<typename TIntegerOf<T>::Type>;
     // A power of 2, and one or 0: every floating-point type as wide as a double holds them exactly.
@@ -75,7 +75,7 @@ constexpr bool IsWithin(const Floating &value) noexcept
 
 // The end of T's range that is nearest to a floating-point value outside of it; 0 for what is no number.
 template <typename T, typename Floating>
-constexpr T NearestEnd(const Floating &value) noexcept
+constexpr T NearestEnd(const Floating &value) noexcept QV_NONBLOCKING
 {
     using CLimits = std::numeric_limits<typename TIntegerOf<T>::Type>;
     if (value > 0)
@@ -85,7 +85,7 @@ constexpr T NearestEnd(const Floating &value) noexcept
 
 // A static_cast that is defined for every value.
 template <typename To, typename From>
-constexpr To NumericCast(const From &value) noexcept
+constexpr To NumericCast(const From &value) noexcept QV_NONBLOCKING
 {
     if constexpr (std::is_floating_point<From>::value && !std::is_floating_point<To>::value)
         return IsWithin<To>(value) ? static_cast<To>(value) : NearestEnd<To>(value);
@@ -95,7 +95,7 @@ constexpr To NumericCast(const From &value) noexcept
 
 // Whether `value` comes back from `result`, its conversion.
 template <typename To, typename From>
-constexpr bool SurvivesNumericCast(const To &result, const From &value) noexcept
+constexpr bool SurvivesNumericCast(const To &result, const From &value) noexcept QV_NONBLOCKING
 {
     using CValue = std::remove_cv_t<From>;
     if constexpr (std::is_floating_point<From>::value && !std::is_floating_point<To>::value)
@@ -115,7 +115,7 @@ constexpr bool SurvivesNumericCast(const To &result, const From &value) noexcept
 // its fraction, or the nearest end of the range, or 0 if it is no number; what becomes a floating-point value is rounded,
 // to infinity where it is too large.
 template <typename To, typename From>
-inline To checked_numcast(const From &value) noexcept
+inline To checked_numcast(const From &value) noexcept QV_NONBLOCKING
 {
     const To result = Internal::NumericCast<To>(value);
     QV_INTERNAL_ASSERT_TEXT("static_cast<typename TType_StripQual<_TypeSrc>::Type>(result) == value",

@@ -38,13 +38,13 @@ class TGuid
 public:
     QV_INTERNAL_HIDDEN static const TGuid INVALID;
 
-    constexpr TGuid() noexcept : m_Guid(static_cast<T>(~T(0))) {}
-    constexpr TGuid(T guid) noexcept : m_Guid(guid) {}
+    constexpr TGuid() noexcept QV_NONBLOCKING : m_Guid(static_cast<T>(~T(0))) {}
+    constexpr TGuid(T guid) noexcept QV_NONBLOCKING : m_Guid(guid) {}
 
     // True for every value but INVALID; 0 is valid.
-    [[nodiscard]] constexpr bool Valid() const noexcept { return m_Guid != static_cast<T>(~T(0)); }
-    constexpr T Get() const noexcept { return m_Guid; }
-    constexpr operator T() const noexcept { return m_Guid; }
+    [[nodiscard]] constexpr bool Valid() const noexcept QV_NONBLOCKING { return m_Guid != static_cast<T>(~T(0)); }
+    constexpr T Get() const noexcept QV_NONBLOCKING { return m_Guid; }
+    constexpr operator T() const noexcept QV_NONBLOCKING { return m_Guid; }
 
     template <typename Bool, typename = std::enable_if_t<std::is_same<Bool, bool>::value>>
     operator Bool() const noexcept = delete;
@@ -59,22 +59,22 @@ public:
     // Everything else compares as a number does. Spelt out where g++ takes a constant of value 0 for the literal: an
     // argument of a template, the size of a pack.
     template <typename Number, typename = std::enable_if_t<std::is_unsigned<Number>::value>>
-    friend constexpr bool operator>=(const TGuid &a, Number b) noexcept
+    friend constexpr bool operator>=(const TGuid &a, Number b) noexcept QV_NONBLOCKING
     {
         return a.m_Guid >= b;
     }
     template <typename Number, typename = std::enable_if_t<std::is_unsigned<Number>::value>>
-    friend constexpr bool operator<(const TGuid &a, Number b) noexcept
+    friend constexpr bool operator<(const TGuid &a, Number b) noexcept QV_NONBLOCKING
     {
         return a.m_Guid < b;
     }
     template <typename Number, typename = std::enable_if_t<std::is_unsigned<Number>::value>>
-    friend constexpr bool operator<=(Number a, const TGuid &b) noexcept
+    friend constexpr bool operator<=(Number a, const TGuid &b) noexcept QV_NONBLOCKING
     {
         return a <= b.m_Guid;
     }
     template <typename Number, typename = std::enable_if_t<std::is_unsigned<Number>::value>>
-    friend constexpr bool operator>(Number a, const TGuid &b) noexcept
+    friend constexpr bool operator>(Number a, const TGuid &b) noexcept QV_NONBLOCKING
     {
         return a > b.m_Guid;
     }

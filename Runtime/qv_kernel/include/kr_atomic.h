@@ -37,51 +37,51 @@ class TAtomic
     static_assert(std::is_integral<T>::value, "TAtomic holds integers");
 
 public:
-    constexpr TAtomic() noexcept : m_Value(0) {}
-    constexpr explicit TAtomic(T value) noexcept : m_Value(value) {}
+    constexpr TAtomic() noexcept QV_NONBLOCKING : m_Value(0) {}
+    constexpr explicit TAtomic(T value) noexcept QV_NONBLOCKING : m_Value(value) {}
     TAtomic(const TAtomic &) = delete;
     TAtomic &operator=(const TAtomic &) = delete;
 
     // Acquire: what another thread wrote before it released the value read here is visible after the read.
-    T Load() const noexcept { return __atomic_load_n(&m_Value, __ATOMIC_ACQUIRE); }
+    T Load() const noexcept QV_NONBLOCKING { return __atomic_load_n(&m_Value, __ATOMIC_ACQUIRE); }
 
     // Full barrier.
-    void Store(T value) noexcept { __atomic_store_n(&m_Value, value, __ATOMIC_SEQ_CST); }
+    void Store(T value) noexcept QV_NONBLOCKING { __atomic_store_n(&m_Value, value, __ATOMIC_SEQ_CST); }
 
     // Relaxed: for an object that no other thread has seen, or that no other thread can reach any more. Whatever
     // hands the object to another thread orders this store as it orders the object's other fields.
-    void StoreUnshared(T value) noexcept { __atomic_store_n(&m_Value, value, __ATOMIC_RELAXED); }
+    void StoreUnshared(T value) noexcept QV_NONBLOCKING { __atomic_store_n(&m_Value, value, __ATOMIC_RELAXED); }
 
     // Release: whoever reads this value sees what was written before it. For the end of a lock.
-    void StoreReleased(T value) noexcept { __atomic_store_n(&m_Value, value, __ATOMIC_RELEASE); }
+    void StoreReleased(T value) noexcept QV_NONBLOCKING { __atomic_store_n(&m_Value, value, __ATOMIC_RELEASE); }
 
-    T Swap(T value) noexcept { return __atomic_exchange_n(&m_Value, value, __ATOMIC_SEQ_CST); }
+    T Swap(T value) noexcept QV_NONBLOCKING { return __atomic_exchange_n(&m_Value, value, __ATOMIC_SEQ_CST); }
 
     // Stores `newValue` when the value is `expected`. Returns whether it was stored.
-    bool SetValueIfEqualTo(T newValue, T expected) noexcept
+    bool SetValueIfEqualTo(T newValue, T expected) noexcept QV_NONBLOCKING
     {
         return __atomic_compare_exchange_n(&m_Value, &expected, newValue, false, __ATOMIC_SEQ_CST, __ATOMIC_SEQ_CST);
     }
 
-    T FetchInc() noexcept { return FetchAdd(1); }
-    T FetchDec() noexcept { return FetchSub(1); }
-    T FetchAdd(T value) noexcept { return __atomic_fetch_add(&m_Value, value, __ATOMIC_SEQ_CST); }
-    T FetchSub(T value) noexcept { return __atomic_fetch_sub(&m_Value, value, __ATOMIC_SEQ_CST); }
-    T FetchAnd(T value) noexcept { return __atomic_fetch_and(&m_Value, value, __ATOMIC_SEQ_CST); }
-    T FetchOr(T value) noexcept { return __atomic_fetch_or(&m_Value, value, __ATOMIC_SEQ_CST); }
-    T FetchXor(T value) noexcept { return __atomic_fetch_xor(&m_Value, value, __ATOMIC_SEQ_CST); }
+    T FetchInc() noexcept QV_NONBLOCKING { return FetchAdd(1); }
+    T FetchDec() noexcept QV_NONBLOCKING { return FetchSub(1); }
+    T FetchAdd(T value) noexcept QV_NONBLOCKING { return __atomic_fetch_add(&m_Value, value, __ATOMIC_SEQ_CST); }
+    T FetchSub(T value) noexcept QV_NONBLOCKING { return __atomic_fetch_sub(&m_Value, value, __ATOMIC_SEQ_CST); }
+    T FetchAnd(T value) noexcept QV_NONBLOCKING { return __atomic_fetch_and(&m_Value, value, __ATOMIC_SEQ_CST); }
+    T FetchOr(T value) noexcept QV_NONBLOCKING { return __atomic_fetch_or(&m_Value, value, __ATOMIC_SEQ_CST); }
+    T FetchXor(T value) noexcept QV_NONBLOCKING { return __atomic_fetch_xor(&m_Value, value, __ATOMIC_SEQ_CST); }
 
-    T Inc() noexcept { return Add(1); }
-    T Dec() noexcept { return Sub(1); }
-    T Add(T value) noexcept { return __atomic_add_fetch(&m_Value, value, __ATOMIC_SEQ_CST); }
-    T Sub(T value) noexcept { return __atomic_sub_fetch(&m_Value, value, __ATOMIC_SEQ_CST); }
-    T And(T value) noexcept { return __atomic_and_fetch(&m_Value, value, __ATOMIC_SEQ_CST); }
-    T Or(T value) noexcept { return __atomic_or_fetch(&m_Value, value, __ATOMIC_SEQ_CST); }
-    T Xor(T value) noexcept { return __atomic_xor_fetch(&m_Value, value, __ATOMIC_SEQ_CST); }
+    T Inc() noexcept QV_NONBLOCKING { return Add(1); }
+    T Dec() noexcept QV_NONBLOCKING { return Sub(1); }
+    T Add(T value) noexcept QV_NONBLOCKING { return __atomic_add_fetch(&m_Value, value, __ATOMIC_SEQ_CST); }
+    T Sub(T value) noexcept QV_NONBLOCKING { return __atomic_sub_fetch(&m_Value, value, __ATOMIC_SEQ_CST); }
+    T And(T value) noexcept QV_NONBLOCKING { return __atomic_and_fetch(&m_Value, value, __ATOMIC_SEQ_CST); }
+    T Or(T value) noexcept QV_NONBLOCKING { return __atomic_or_fetch(&m_Value, value, __ATOMIC_SEQ_CST); }
+    T Xor(T value) noexcept QV_NONBLOCKING { return __atomic_xor_fetch(&m_Value, value, __ATOMIC_SEQ_CST); }
 
     // Decrements, and answers what can be told of the value after it without reading it: whether it is 0 and, in
     // `outNegative`, whether it is negative when taken for a signed one.
-    bool DecIsZero(bool &outNegative) noexcept
+    bool DecIsZero(bool &outNegative) noexcept QV_NONBLOCKING
     {
 #if QV_INTERNAL_ATOMIC_FLAGS
         if constexpr (sizeof(T) == sizeof(u32))

@@ -37,10 +37,10 @@ struct SNativeStringUtils
 
     // The number of characters before the terminator; 0 for null. Texts beyond 32 bits give 0xFFFFFFFF, which every
     // string operation refuses.
-    static u32 Length(const char *str) noexcept;
+    static u32 Length(const char *str) noexcept QV_NONBLOCKING;
 
     // The same for the characters of a string container.
-    static u32 Length_16(const char *str) noexcept;
+    static u32 Length_16(const char *str) noexcept QV_NONBLOCKING;
 
     // Formats into [buffer, bufferLast], of which `bufferLast` is the last byte, kept for the terminator.
     // Returns: `buffer` when the result fits; else a block of origin `Origin_Alloc` from the kernel's allocator that
@@ -56,48 +56,48 @@ struct SNativeStringUtils
     // Requires: two texts, else reports "data0 != null && data1 != null"; null then counts as a text before every
     // other one.
 
-    [[nodiscard]] static bool Equal(const char *data0, const char *data1) noexcept;
-    [[nodiscard]] static bool EqualCase(const char *data0, const char *data1) noexcept;
-    [[nodiscard]] static s32 Compare(const char *data0, const char *data1) noexcept;
-    [[nodiscard]] static s32 CompareCase(const char *data0, const char *data1) noexcept;
+    [[nodiscard]] static bool Equal(const char *data0, const char *data1) noexcept QV_NONBLOCKING;
+    [[nodiscard]] static bool EqualCase(const char *data0, const char *data1) noexcept QV_NONBLOCKING;
+    [[nodiscard]] static s32 Compare(const char *data0, const char *data1) noexcept QV_NONBLOCKING;
+    [[nodiscard]] static s32 CompareCase(const char *data0, const char *data1) noexcept QV_NONBLOCKING;
 
     // True when the first `length` characters are equal but for case. Neither text needs a terminator.
-    [[nodiscard]] static bool EqualCase(const char *data0, const char *data1, u32 length) noexcept;
+    [[nodiscard]] static bool EqualCase(const char *data0, const char *data1, u32 length) noexcept QV_NONBLOCKING;
     // The order of the first `length` characters as unsigned bytes, lower-cased. Neither text needs a terminator.
-    [[nodiscard]] static s32 CompareCase(const char *data0, const char *data1, u32 length) noexcept;
+    [[nodiscard]] static s32 CompareCase(const char *data0, const char *data1, u32 length) noexcept QV_NONBLOCKING;
     // A hash of the first `length` characters, which need no terminator: the same for texts that EqualCase takes for
     // equal, on every machine. It mixes as wyhash does, by multiplying words into 128 bits and folding the halves; all of
     // its bits are good, and none is secret. Of no characters null will do. Other versions may hash otherwise.
-    [[nodiscard]] static u64 HashCase(const char *data, u32 length) noexcept;
+    [[nodiscard]] static u64 HashCase(const char *data, u32 length) noexcept QV_NONBLOCKING;
 
     // Equality of the first `length` bytes of two containers' characters, both of which have as many.
 
-    [[nodiscard]] static bool Equal_16(const void *a, const void *b, u32 length) noexcept;
-    [[nodiscard]] static bool EqualCase_16(const char *a, const char *b, u32 length) noexcept;
+    [[nodiscard]] static bool Equal_16(const void *a, const void *b, u32 length) noexcept QV_NONBLOCKING;
+    [[nodiscard]] static bool EqualCase_16(const char *a, const char *b, u32 length) noexcept QV_NONBLOCKING;
 
     // Order of the first `length` bytes of two containers' characters. Both containers' blocks must cover what decides
     // the answer: the bytes up to the first difference, or all `length`; nothing behind the block that holds the first
     // difference is read. Three-way results order bytes as unsigned, lower-cased ones where case is ignored.
 
-    [[nodiscard]] static s32 Compare_16(const void *a, const void *b, u32 length) noexcept;
-    [[nodiscard]] static s32 CompareCase_16(const char *a, const char *b, u32 length) noexcept;
+    [[nodiscard]] static s32 Compare_16(const void *a, const void *b, u32 length) noexcept QV_NONBLOCKING;
+    [[nodiscard]] static s32 CompareCase_16(const char *a, const char *b, u32 length) noexcept QV_NONBLOCKING;
 
     // ---- Edits ------------------------------------------------------------------------------------------------------
 
     // Of the first `length` characters of a container. What stands behind them stays as it is: the rest of the
     // last block is written back unchanged.
 
-    static void Reverse_16(char *data, u32 length) noexcept;
-    static void Uppercase_16(char *data, u32 length) noexcept;
-    static void Lowercase_16(char *data, u32 length) noexcept;
+    static void Reverse_16(char *data, u32 length) noexcept QV_NONBLOCKING;
+    static void Uppercase_16(char *data, u32 length) noexcept QV_NONBLOCKING;
+    static void Lowercase_16(char *data, u32 length) noexcept QV_NONBLOCKING;
     // The same while copying from `src` to `dst`, two containers' characters; `dst` is zero behind its last character
     // afterwards, to the end of the terminator's block.
-    static void Uppercase_16(char *dst, const char *src, u32 length) noexcept;
-    static void Lowercase_16(char *dst, const char *src, u32 length) noexcept;
+    static void Uppercase_16(char *dst, const char *src, u32 length) noexcept QV_NONBLOCKING;
+    static void Lowercase_16(char *dst, const char *src, u32 length) noexcept QV_NONBLOCKING;
     // Each `from` becomes `to`. Returns: the number of characters replaced.
-    static u32 Replace_16(char *data, u32 length, char from, char to) noexcept;
+    static u32 Replace_16(char *data, u32 length, char from, char to) noexcept QV_NONBLOCKING;
     // The same while copying, as above.
-    static u32 Replace_16(char *dst, const char *src, u32 length, char from, char to) noexcept;
+    static u32 Replace_16(char *dst, const char *src, u32 length, char from, char to) noexcept QV_NONBLOCKING;
 
     // ---- Search -----------------------------------------------------------------------------------------------------
 
@@ -106,23 +106,24 @@ struct SNativeStringUtils
     // Cost: linear in both, whatever they are. Contains and ContainsCase read the needle, and little of the text behind
     // what they find.
 
-    [[nodiscard]] static bool StartsWith(const char *str, const char *prefix) noexcept;
-    [[nodiscard]] static bool StartsWithCase(const char *str, const char *prefix) noexcept;
-    [[nodiscard]] static bool EndsWith(const char *str, const char *suffix) noexcept;
-    [[nodiscard]] static bool EndsWithCase(const char *str, const char *suffix) noexcept;
-    [[nodiscard]] static bool Contains(const char *str, const char *needle) noexcept;
-    [[nodiscard]] static bool ContainsCase(const char *str, const char *needle) noexcept;
+    [[nodiscard]] static bool StartsWith(const char *str, const char *prefix) noexcept QV_NONBLOCKING;
+    [[nodiscard]] static bool StartsWithCase(const char *str, const char *prefix) noexcept QV_NONBLOCKING;
+    [[nodiscard]] static bool EndsWith(const char *str, const char *suffix) noexcept QV_NONBLOCKING;
+    [[nodiscard]] static bool EndsWithCase(const char *str, const char *suffix) noexcept QV_NONBLOCKING;
+    [[nodiscard]] static bool Contains(const char *str, const char *needle) noexcept QV_NONBLOCKING;
+    [[nodiscard]] static bool ContainsCase(const char *str, const char *needle) noexcept QV_NONBLOCKING;
 
     // The first occurrence of `needle` in the first `length` characters of `data`, neither of which needs a terminator;
     // null when there is none. An empty needle is found at once.
     // Cost: linear in both, whatever they are.
 
-    [[nodiscard]] static const char *Find(const char *data, u32 length, const char *needle, u32 needleLength) noexcept;
+    [[nodiscard]] static const char *Find(const char *data, u32 length, const char *needle,
+                                          u32 needleLength) noexcept QV_NONBLOCKING;
     [[nodiscard]] static const char *FindCase(const char *data, u32 length, const char *needle,
-                                              u32 needleLength) noexcept;
+                                              u32 needleLength) noexcept QV_NONBLOCKING;
 
     // The last of the first `length` characters that is `character`; null when there is none. Cost: linear.
-    [[nodiscard]] static const char *FindLast(const char *data, u32 length, char character) noexcept;
+    [[nodiscard]] static const char *FindLast(const char *data, u32 length, char character) noexcept QV_NONBLOCKING;
 
     // ---- Matching ---------------------------------------------------------------------------------------------------
 
@@ -131,10 +132,10 @@ struct SNativeStringUtils
     // for itself; a literal letter still follows the case rule. Null matches nothing.
     // Cost: at most pattern times text steps, constant memory.
 
-    [[nodiscard]] static bool Match(const char *pattern, const char *str) noexcept;
-    [[nodiscard]] static bool MatchCase(const char *pattern, const char *str) noexcept;
-    [[nodiscard]] static bool MatchWithInhibitors(const char *pattern, const char *str) noexcept;
-    [[nodiscard]] static bool MatchCaseWithInhibitors(const char *pattern, const char *str) noexcept;
+    [[nodiscard]] static bool Match(const char *pattern, const char *str) noexcept QV_NONBLOCKING;
+    [[nodiscard]] static bool MatchCase(const char *pattern, const char *str) noexcept QV_NONBLOCKING;
+    [[nodiscard]] static bool MatchWithInhibitors(const char *pattern, const char *str) noexcept QV_NONBLOCKING;
+    [[nodiscard]] static bool MatchCaseWithInhibitors(const char *pattern, const char *str) noexcept QV_NONBLOCKING;
 
     // ---- Escaping ---------------------------------------------------------------------------------------------------
 
@@ -146,10 +147,10 @@ struct SNativeStringUtils
     // The bounded forms read at most `maxLength` characters of `src`.
     // Returns: the characters written, the terminator not counted. Null arguments give 0.
 
-    static u32 Escape(const char *src, char *dst) noexcept;
-    static u32 Escape(const char *src, char *dst, u32 maxLength) noexcept;
-    static u32 Unescape(const char *src, char *dst) noexcept;
-    static u32 Unescape(const char *src, char *dst, u32 maxLength) noexcept;
+    static u32 Escape(const char *src, char *dst) noexcept QV_NONBLOCKING;
+    static u32 Escape(const char *src, char *dst, u32 maxLength) noexcept QV_NONBLOCKING;
+    static u32 Unescape(const char *src, char *dst) noexcept QV_NONBLOCKING;
+    static u32 Unescape(const char *src, char *dst, u32 maxLength) noexcept QV_NONBLOCKING;
 
     // ---- Comments ---------------------------------------------------------------------------------------------------
 
@@ -158,7 +159,7 @@ struct SNativeStringUtils
     // literals, which have \ escapes and end at an unescaped newline, is a comment. Each character of a comment becomes a
     // blank but for newlines and carriage returns, so lines and columns keep their place.
     // Returns: the length, which does not change; 0 for null.
-    static u32 Uncomment(char *data) noexcept;
+    static u32 Uncomment(char *data) noexcept QV_NONBLOCKING;
 };
 
 // ---- Inline bodies --------------------------------------------------------------------------------------------------
@@ -166,8 +167,11 @@ struct SNativeStringUtils
 namespace Internal
 {
 
-// The platform's comparisons without case, by the names that it gives them.
-inline s32 PlatformCompareCase(const char *a, const char *b) noexcept
+// The platform's comparisons without case, by the names that it gives them. Unchecked: they read memory and the locale
+// in force, and do nothing else.
+QV_INTERNAL_UNCHECKED_BEGIN
+
+inline s32 PlatformCompareCase(const char *a, const char *b) noexcept QV_NONBLOCKING
 {
 #if defined(_WIN32)
     return _stricmp(a, b);
@@ -176,7 +180,7 @@ inline s32 PlatformCompareCase(const char *a, const char *b) noexcept
 #endif
 }
 
-inline s32 PlatformCompareCase(const char *a, const char *b, std::size_t maxLength) noexcept
+inline s32 PlatformCompareCase(const char *a, const char *b, std::size_t maxLength) noexcept QV_NONBLOCKING
 {
 #if defined(_WIN32)
     return _strnicmp(a, b, maxLength);
@@ -185,30 +189,32 @@ inline s32 PlatformCompareCase(const char *a, const char *b, std::size_t maxLeng
 #endif
 }
 
+QV_INTERNAL_UNCHECKED_END
+
 } // namespace Internal
 
-inline bool SNativeStringUtils::Equal(const char *data0, const char *data1) noexcept
+inline bool SNativeStringUtils::Equal(const char *data0, const char *data1) noexcept QV_NONBLOCKING
 {
     if (QV_INTERNAL_FAILS(data0 != null && data1 != null))
         return data0 == data1;
     return std::strcmp(data0, data1) == 0;
 }
 
-inline s32 SNativeStringUtils::Compare(const char *data0, const char *data1) noexcept
+inline s32 SNativeStringUtils::Compare(const char *data0, const char *data1) noexcept QV_NONBLOCKING
 {
     if (QV_INTERNAL_FAILS(data0 != null && data1 != null))
         return (data0 != nullptr) - (data1 != nullptr);
     return std::strcmp(data0, data1);
 }
 
-inline bool SNativeStringUtils::EqualCase(const char *data0, const char *data1) noexcept
+inline bool SNativeStringUtils::EqualCase(const char *data0, const char *data1) noexcept QV_NONBLOCKING
 {
     if (QV_INTERNAL_FAILS(data0 != null && data1 != null))
         return data0 == data1;
     return Internal::PlatformCompareCase(data0, data1) == 0;
 }
 
-inline s32 SNativeStringUtils::CompareCase(const char *data0, const char *data1) noexcept
+inline s32 SNativeStringUtils::CompareCase(const char *data0, const char *data1) noexcept QV_NONBLOCKING
 {
     if (QV_INTERNAL_FAILS(data0 != null && data1 != null))
         return (data0 != nullptr) - (data1 != nullptr);

@@ -49,13 +49,13 @@ class CContainersMonitorTArrays
 {
 public:
     // Counts a movement that makes a block `bytes` larger; smaller when negative.
-    static void RegisterNewMemoryMovement(s64 bytes) noexcept;
+    static void RegisterNewMemoryMovement(s64 bytes) noexcept QV_NONBLOCKING;
 
     // The movements, and the sum of their bytes, since the last reset.
-    static u64 MovementCount() noexcept;
-    static s64 NetBytes() noexcept;
+    static u64 MovementCount() noexcept QV_NONBLOCKING;
+    static s64 NetBytes() noexcept QV_NONBLOCKING;
 
-    static void Reset() noexcept;
+    static void Reset() noexcept QV_NONBLOCKING;
 };
 
 // ---- The controller -------------------------------------------------------------------------------------------------
@@ -68,11 +68,11 @@ struct TArrayStaticController
 {
     static_assert(_GrowMultiplier < 0x80000000u, "the capacity is computed in 64 bits");
 
-    static constexpr u32 Alignment() noexcept { return _Alignment; }
+    static constexpr u32 Alignment() noexcept QV_NONBLOCKING { return _Alignment; }
 
     // Returns: the capacity to give to an array that needs `wishedSize` elements.
     // Requires: it fits 32 bits, else it is cut to them after the report of `checked_numcast`.
-    static u32 GrowSize(u32 wishedSize) noexcept
+    static u32 GrowSize(u32 wishedSize) noexcept QV_NONBLOCKING
     {
         if (wishedSize == 0)
             return _InitialSize;
@@ -81,7 +81,7 @@ struct TArrayStaticController
     }
 
 private:
-    static constexpr u64 _Divided(u32 wishedSize) noexcept
+    static constexpr u64 _Divided(u32 wishedSize) noexcept QV_NONBLOCKING
     {
         if constexpr (_GrowDivider != 0)
             return wishedSize / _GrowDivider;
@@ -125,49 +125,55 @@ public:
     using ConstIterator = TDebugContiguousBaseIterator<Internal::TContiguousBaseIterator<const T>>;
 
     // Checked iterators.
-    Iterator Begin() noexcept QV_INTERNAL_LIFETIMEBOUND { return Iterator(_Impl::_RawBegin(), this); }
-    Iterator End() noexcept QV_INTERNAL_LIFETIMEBOUND { return Iterator(_Impl::_RawEnd(), this); }
-    ConstIterator Begin() const noexcept QV_INTERNAL_LIFETIMEBOUND { return ConstIterator(_Impl::_RawBegin(), this); }
-    ConstIterator End() const noexcept QV_INTERNAL_LIFETIMEBOUND { return ConstIterator(_Impl::_RawEnd(), this); }
+    Iterator Begin() noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND { return Iterator(_Impl::_RawBegin(), this); }
+    Iterator End() noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND { return Iterator(_Impl::_RawEnd(), this); }
+    ConstIterator Begin() const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND
+    {
+        return ConstIterator(_Impl::_RawBegin(), this);
+    }
+    ConstIterator End() const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND
+    {
+        return ConstIterator(_Impl::_RawEnd(), this);
+    }
 
     // Raw pointers, for the range-based `for`.
-    T *begin() noexcept QV_INTERNAL_LIFETIMEBOUND { return _Impl::_RawBegin(); }
-    T *end() noexcept QV_INTERNAL_LIFETIMEBOUND { return _Impl::_RawEnd(); }
-    const T *begin() const noexcept QV_INTERNAL_LIFETIMEBOUND { return _Impl::_RawBegin(); }
-    const T *end() const noexcept QV_INTERNAL_LIFETIMEBOUND { return _Impl::_RawEnd(); }
+    T *begin() noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND { return _Impl::_RawBegin(); }
+    T *end() noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND { return _Impl::_RawEnd(); }
+    const T *begin() const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND { return _Impl::_RawBegin(); }
+    const T *end() const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND { return _Impl::_RawEnd(); }
 
     // ---- Reading ----------------------------------------------------------------------------------------------------
 
-    u32 Count() const noexcept { return m_Count; }
-    u32 MaxCount() const noexcept { return m_MaxCount; }
-    [[nodiscard]] bool Empty() const noexcept { return m_Count == 0; }
+    u32 Count() const noexcept QV_NONBLOCKING { return m_Count; }
+    u32 MaxCount() const noexcept QV_NONBLOCKING { return m_MaxCount; }
+    [[nodiscard]] bool Empty() const noexcept QV_NONBLOCKING { return m_Count == 0; }
 
-    T *Data() noexcept QV_INTERNAL_LIFETIMEBOUND { return m_Data; }
-    const T *Data() const noexcept QV_INTERNAL_LIFETIMEBOUND { return m_Data; }
+    T *Data() noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND { return m_Data; }
+    const T *Data() const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND { return m_Data; }
 
     // Element access. Reports "index < _Count()".
-    T &operator[](u32 index) noexcept QV_INTERNAL_LIFETIMEBOUND
+    T &operator[](u32 index) noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND
     {
         return QV_INTERNAL_LIKELY(index < m_Count) ? m_Data[index] : _Inaccessible<T>(index);
     }
-    const T &operator[](u32 index) const noexcept QV_INTERNAL_LIFETIMEBOUND
+    const T &operator[](u32 index) const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND
     {
         return QV_INTERNAL_LIKELY(index < m_Count) ? m_Data[index] : _Inaccessible<const T>(index);
     }
     // Report "!Empty()".
-    T &First() noexcept QV_INTERNAL_LIFETIMEBOUND
+    T &First() noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND
     {
         return QV_INTERNAL_LIKELY(!Empty()) ? m_Data[0] : _InaccessibleEnd<T>();
     }
-    const T &First() const noexcept QV_INTERNAL_LIFETIMEBOUND
+    const T &First() const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND
     {
         return QV_INTERNAL_LIKELY(!Empty()) ? m_Data[0] : _InaccessibleEnd<const T>();
     }
-    T &Last() noexcept QV_INTERNAL_LIFETIMEBOUND
+    T &Last() noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND
     {
         return QV_INTERNAL_LIKELY(!Empty()) ? m_Data[m_Count - 1] : _InaccessibleEnd<T>();
     }
-    const T &Last() const noexcept QV_INTERNAL_LIFETIMEBOUND
+    const T &Last() const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND
     {
         return QV_INTERNAL_LIKELY(!Empty()) ? m_Data[m_Count - 1] : _InaccessibleEnd<const T>();
     }
@@ -188,16 +194,16 @@ public:
     }
 
     // The elements as a view: valid until the array grows, is moved, or dies.
-    TMemoryView<T> View() noexcept QV_INTERNAL_LIFETIMEBOUND { return TMemoryView<T>(m_Data, m_Count); }
-    TMemoryView<const T> View() const noexcept QV_INTERNAL_LIFETIMEBOUND
+    TMemoryView<T> View() noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND { return TMemoryView<T>(m_Data, m_Count); }
+    TMemoryView<const T> View() const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND
     {
         return TMemoryView<const T>(m_Data, m_Count);
     }
 
-    operator TMemoryView<T>() noexcept QV_INTERNAL_LIFETIMEBOUND { return View(); }
-    operator TMemoryView<const T>() const noexcept QV_INTERNAL_LIFETIMEBOUND { return View(); }
-    operator TStridedMemoryView<T>() noexcept QV_INTERNAL_LIFETIMEBOUND { return View(); }
-    operator TStridedMemoryView<const T>() const noexcept QV_INTERNAL_LIFETIMEBOUND { return View(); }
+    operator TMemoryView<T>() noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND { return View(); }
+    operator TMemoryView<const T>() const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND { return View(); }
+    operator TStridedMemoryView<T>() noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND { return View(); }
+    operator TStridedMemoryView<const T>() const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND { return View(); }
 
 protected:
     using _Impl::m_Count;
@@ -206,14 +212,14 @@ protected:
 
 private:
     template <typename Element>
-    QV_INTERNAL_COLD Element &_Inaccessible(u32 index) const noexcept
+    QV_INTERNAL_COLD Element &_Inaccessible(u32 index) const noexcept QV_NONBLOCKING
     {
         QV_ASSERT(index < _Count());
         static_cast<void>(index);
         return Internal::ScratchElement<Element>();
     }
     template <typename Element>
-    QV_INTERNAL_COLD Element &_InaccessibleEnd() const noexcept
+    QV_INTERNAL_COLD Element &_InaccessibleEnd() const noexcept QV_NONBLOCKING
     {
         QV_ASSERT(!Empty());
         return Internal::ScratchElement<Element>();
@@ -233,7 +239,7 @@ public:
     using BaseImpl::_Count;
 
     // Written out: defaulted, it would make the array an aggregate.
-    TArray() noexcept {}
+    TArray() noexcept QV_NONBLOCKING {}
     // Copies of the elements in braces, in order: `TArray<CString> names{"a", "b"}`. Assigns, too, by way of a new array.
     // Allocates: one block for exactly these elements; none for none. Fails: an empty array, as CopyFrom reports it.
     TArray(std::initializer_list<T> elements);
@@ -319,7 +325,7 @@ public:
     // Returns: an array with copies of the elements, and room for no more. Fails: an empty array, as CopyFrom reports it.
     [[nodiscard]] TArray Clone() const;
 
-    void Swap(TArray &other) noexcept { _Base::_SwapBuffers(other); }
+    void Swap(TArray &other) noexcept QV_NONBLOCKING { _Base::_SwapBuffers(other); }
 
 protected:
     using _Base::m_Count;

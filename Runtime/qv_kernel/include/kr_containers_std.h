@@ -28,14 +28,14 @@ namespace Quorvane
 
 // The elements of a view, as the standard's.
 template <typename T>
-[[nodiscard]] constexpr std::span<T> ToStdSpan(const TMemoryView<T> &view) noexcept
+[[nodiscard]] constexpr std::span<T> ToStdSpan(const TMemoryView<T> &view) noexcept QV_NONBLOCKING
 {
     return std::span<T>(view.Data(), view.Count());
 }
 
 // The elements of the standard's view, as ours. Of more than 32 bits can count the rest is cut off.
 template <typename T, std::size_t Extent>
-[[nodiscard]] constexpr TMemoryView<T> FromStdSpan(const std::span<T, Extent> &span) noexcept
+[[nodiscard]] constexpr TMemoryView<T> FromStdSpan(const std::span<T, Extent> &span) noexcept QV_NONBLOCKING
 {
     constexpr std::size_t kMaxCount = 0xFFFFFFFFu;
     return TMemoryView<T>(span.data(), static_cast<u32>(QVMin(span.size(), kMaxCount)));

@@ -21,7 +21,7 @@ constexpr u64 kShortCopyBytes = 64;
 // Copies a value of type T at the front and one at the back; together they cover N to 2 N bytes, N being its size.
 // All is read before anything is written.
 template <typename T>
-inline void CopyFrontAndBack(unsigned char *dst, const unsigned char *src, u64 byteCount) noexcept
+inline void CopyFrontAndBack(unsigned char *dst, const unsigned char *src, u64 byteCount) noexcept QV_NONBLOCKING
 {
     T front;
     T back;
@@ -38,7 +38,7 @@ struct TBytes
 };
 
 // Requires: `byteCount` of 1 to 32. The ranges may overlap.
-inline void CopyUpTo32(void *dstBytes, const void *srcBytes, u64 byteCount) noexcept
+inline void CopyUpTo32(void *dstBytes, const void *srcBytes, u64 byteCount) noexcept QV_NONBLOCKING
 {
     unsigned char *dst = static_cast<unsigned char *>(dstBytes);
     const unsigned char *src = static_cast<const unsigned char *>(srcBytes);
@@ -55,7 +55,7 @@ inline void CopyUpTo32(void *dstBytes, const void *srcBytes, u64 byteCount) noex
 }
 
 // Requires: `byteCount` of 1 to kShortCopyBytes. The ranges may overlap.
-inline void CopyUpTo64(void *dst, const void *src, u64 byteCount) noexcept
+inline void CopyUpTo64(void *dst, const void *src, u64 byteCount) noexcept QV_NONBLOCKING
 {
     if (byteCount > 32)
         CopyFrontAndBack<TBytes<32>>(static_cast<unsigned char *>(dst), static_cast<const unsigned char *>(src),
@@ -65,7 +65,7 @@ inline void CopyUpTo64(void *dst, const void *src, u64 byteCount) noexcept
 }
 
 // Copies bytes between ranges that are known not to overlap.
-inline void CopyDisjoint(void *dst, const void *src, u64 byteCount) noexcept
+inline void CopyDisjoint(void *dst, const void *src, u64 byteCount) noexcept QV_NONBLOCKING
 {
     if (byteCount > kShortCopyBytes)
         std::memcpy(dst, src, static_cast<std::size_t>(byteCount));
@@ -76,7 +76,7 @@ inline void CopyDisjoint(void *dst, const void *src, u64 byteCount) noexcept
 } // namespace Internal
 
 // True when the two byte ranges share a byte. Empty ranges overlap nothing.
-inline bool Overlaps(const void *dst, u64 dstBytes, const void *src, u64 srcBytes) noexcept
+inline bool Overlaps(const void *dst, u64 dstBytes, const void *src, u64 srcBytes) noexcept QV_NONBLOCKING
 {
     const ureg dstBegin = reinterpret_cast<ureg>(dst);
     const ureg srcBegin = reinterpret_cast<ureg>(src);
@@ -86,7 +86,7 @@ inline bool Overlaps(const void *dst, u64 dstBytes, const void *src, u64 srcByte
 }
 
 // Copies bytes between ranges that may overlap.
-inline void Copy_Overlapped(void *dst, const void *src, u64 byteCount) noexcept
+inline void Copy_Overlapped(void *dst, const void *src, u64 byteCount) noexcept QV_NONBLOCKING
 {
     if (byteCount != 0)
         std::memmove(dst, src, static_cast<std::size_t>(byteCount));
@@ -94,7 +94,7 @@ inline void Copy_Overlapped(void *dst, const void *src, u64 byteCount) noexcept
 
 // Copies bytes between ranges that do not overlap.
 // Requires: no overlap, else reports "!Mem::Overlaps(dst, byteCount, src, byteCount)" and copies as Copy_Overlapped.
-inline void Copy(void *dst, const void *src, u64 byteCount) noexcept
+inline void Copy(void *dst, const void *src, u64 byteCount) noexcept QV_NONBLOCKING
 {
     const bool overlaps = Overlaps(dst, byteCount, src, byteCount);
     QV_INTERNAL_ASSERT_TEXT("!Mem::Overlaps(dst, byteCount, src, byteCount)", !overlaps);
@@ -106,7 +106,7 @@ inline void Copy(void *dst, const void *src, u64 byteCount) noexcept
 
 // True when the address is a multiple of N, a power of two. Null is aligned.
 template <u32 N>
-inline bool IsAligned(const void *pointer) noexcept
+inline bool IsAligned(const void *pointer) noexcept QV_NONBLOCKING
 {
     static_assert(N != 0 && (N & (N - 1)) == 0, "alignments are powers of two");
     return (reinterpret_cast<ureg>(pointer) & (N - 1)) == 0;

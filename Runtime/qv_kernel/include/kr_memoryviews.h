@@ -35,54 +35,55 @@ template <typename T>
 class TMemoryView
 {
 public:
-    constexpr TMemoryView() noexcept : m_Data(nullptr), m_Count(0) {}
-    constexpr TMemoryView(T *data, u32 count) noexcept : m_Data(data), m_Count(count) {}
+    constexpr TMemoryView() noexcept QV_NONBLOCKING : m_Data(nullptr), m_Count(0) {}
+    constexpr TMemoryView(T *data, u32 count) noexcept QV_NONBLOCKING : m_Data(data), m_Count(count) {}
     // From an array of known size (not of characters), or from a view whose elements differ by qualification alone.
     template <typename U, std::size_t N, typename = std::enable_if_t<Internal::IsViewableArray<U, T>>>
-    constexpr TMemoryView(U (&array)[N]) noexcept : m_Data(array), m_Count(static_cast<u32>(N))
+    constexpr TMemoryView(U (&array)[N]) noexcept QV_NONBLOCKING : m_Data(array), m_Count(static_cast<u32>(N))
     {
         static_assert(N <= 0xFFFFFFFFu, "views count in 32 bits");
     }
     template <typename U, typename = std::enable_if_t<Internal::IsQualificationConversion<U, T>>>
-    constexpr TMemoryView(const TMemoryView<U> &other) noexcept : m_Data(other.Data()), m_Count(other.Count())
+    constexpr TMemoryView(const TMemoryView<U> &other) noexcept QV_NONBLOCKING : m_Data(other.Data()),
+                                                                                 m_Count(other.Count())
     {
     }
 
-    constexpr T *Data() const noexcept { return m_Data; }
-    constexpr T *DataEnd() const noexcept { return m_Data + m_Count; }
-    constexpr u32 Count() const noexcept { return m_Count; }
-    constexpr bool Empty() const noexcept { return m_Count == 0; }
+    constexpr T *Data() const noexcept QV_NONBLOCKING { return m_Data; }
+    constexpr T *DataEnd() const noexcept QV_NONBLOCKING { return m_Data + m_Count; }
+    constexpr u32 Count() const noexcept QV_NONBLOCKING { return m_Count; }
+    constexpr bool Empty() const noexcept QV_NONBLOCKING { return m_Count == 0; }
 
     // Element access. Reports "m_Data != null" and "index < m_Count".
-    T &operator[](u32 index) const noexcept
+    T &operator[](u32 index) const noexcept QV_NONBLOCKING
     {
         if (QV_INTERNAL_UNLIKELY(m_Data == nullptr || index >= m_Count))
             return _Inaccessible(index);
         return m_Data[index];
     }
-    T &First() const noexcept { return (*this)[0]; }
-    T &Last() const noexcept { return (*this)[m_Count - 1]; }
+    T &First() const noexcept QV_NONBLOCKING { return (*this)[0]; }
+    T &Last() const noexcept QV_NONBLOCKING { return (*this)[m_Count - 1]; }
 
     // `count` elements from `start`.
     // Requires: they lie in the view, else reports "start <= m_Count && count <= m_Count - start" and clamps.
-    TMemoryView Slice(u32 start, u32 count) const noexcept
+    TMemoryView Slice(u32 start, u32 count) const noexcept QV_NONBLOCKING
     {
         QV_ASSERT(start <= m_Count && count <= m_Count - start);
         return SliceIFP(start, count);
     }
     // The same, clamped to the view without a report.
-    constexpr TMemoryView SliceIFP(u32 start, u32 count) const noexcept
+    constexpr TMemoryView SliceIFP(u32 start, u32 count) const noexcept QV_NONBLOCKING
     {
         const u32 clampedStart = QVMin(start, m_Count);
         return TMemoryView(m_Data + clampedStart, QVMin(count, m_Count - clampedStart));
     }
 
-    constexpr T *Begin() const noexcept { return m_Data; }
-    constexpr T *End() const noexcept { return DataEnd(); }
-    constexpr T *begin() const noexcept { return Begin(); }
-    constexpr T *end() const noexcept { return End(); }
+    constexpr T *Begin() const noexcept QV_NONBLOCKING { return m_Data; }
+    constexpr T *End() const noexcept QV_NONBLOCKING { return DataEnd(); }
+    constexpr T *begin() const noexcept QV_NONBLOCKING { return Begin(); }
+    constexpr T *end() const noexcept QV_NONBLOCKING { return End(); }
 
-    void _AssertAccessible(u32 index) const noexcept
+    void _AssertAccessible(u32 index) const noexcept QV_NONBLOCKING
     {
         QV_ASSERT(m_Data != null);
         QV_ASSERT(index < m_Count);
@@ -113,22 +114,22 @@ template <typename T>
 class TStridedMemoryViewBase
 {
 public:
-    constexpr u32 Count() const noexcept { return m_Storage.m_Count; }
-    constexpr u32 Stride() const noexcept { return m_Storage.m_Stride; }
-    constexpr bool Empty() const noexcept { return m_Storage.m_Count == 0; }
-    T *Data() const noexcept { return _Element(0); }
+    constexpr u32 Count() const noexcept QV_NONBLOCKING { return m_Storage.m_Count; }
+    constexpr u32 Stride() const noexcept QV_NONBLOCKING { return m_Storage.m_Stride; }
+    constexpr bool Empty() const noexcept QV_NONBLOCKING { return m_Storage.m_Count == 0; }
+    T *Data() const noexcept QV_NONBLOCKING { return _Element(0); }
 
     // Element access. Reports "m_Storage.m_RawDataPtr != null" and "index < m_Storage.m_Count".
-    T &operator[](u32 index) const noexcept
+    T &operator[](u32 index) const noexcept QV_NONBLOCKING
     {
         if (QV_INTERNAL_UNLIKELY(m_Storage.m_RawDataPtr == nullptr || index >= m_Storage.m_Count))
             return _Inaccessible(index);
         return *_Element(index);
     }
-    T &First() const noexcept { return (*this)[0]; }
-    T &Last() const noexcept { return (*this)[m_Storage.m_Count - 1]; }
+    T &First() const noexcept QV_NONBLOCKING { return (*this)[0]; }
+    T &Last() const noexcept QV_NONBLOCKING { return (*this)[m_Storage.m_Count - 1]; }
 
-    void _AssertAccessible(u32 index) const noexcept
+    void _AssertAccessible(u32 index) const noexcept QV_NONBLOCKING
     {
         QV_ASSERT(m_Storage.m_RawDataPtr != null);
         QV_ASSERT(index < m_Storage.m_Count);
@@ -136,12 +137,13 @@ public:
     }
 
 protected:
-    constexpr explicit TStridedMemoryViewBase(const SStridedMemoryViewRawStorage &storage) noexcept : m_Storage(storage)
+    constexpr explicit TStridedMemoryViewBase(const SStridedMemoryViewRawStorage &storage) noexcept QV_NONBLOCKING
+        : m_Storage(storage)
     {
     }
 
     // Offsets are computed in 64 bits: a large view may span more than 4 GiB.
-    T *_Element(u64 index) const noexcept
+    T *_Element(u64 index) const noexcept QV_NONBLOCKING
     {
         return reinterpret_cast<T *>(const_cast<u8 *>(m_Storage.m_RawDataPtr + index * m_Storage.m_Stride));
     }
@@ -163,7 +165,7 @@ class TStridedMemoryView : public TStridedMemoryViewBase<T>
 {
     using _Base = TStridedMemoryViewBase<T>;
 
-    static const u8 *_Raw(const volatile void *data) noexcept
+    static const u8 *_Raw(const volatile void *data) noexcept QV_NONBLOCKING
     {
         return static_cast<const u8 *>(const_cast<const void *>(data));
     }
@@ -173,19 +175,23 @@ public:
     // is, so that the steps themselves are counted; they order, compare and measure iterators then.
     class Iterator;
 
-    TStridedMemoryView() noexcept : _Base({nullptr, 0, static_cast<u32>(sizeof(T))}) {}
-    TStridedMemoryView(T *data, u32 count, u32 stride = sizeof(T)) noexcept : _Base({_Raw(data), count, stride}) {}
+    TStridedMemoryView() noexcept QV_NONBLOCKING : _Base({nullptr, 0, static_cast<u32>(sizeof(T))}) {}
+    TStridedMemoryView(T *data, u32 count, u32 stride = sizeof(T)) noexcept QV_NONBLOCKING
+        : _Base({_Raw(data), count, stride})
+    {
+    }
     // From an array of known size (not of characters), or from a view whose elements differ by qualification alone.
     template <typename U, std::size_t N, typename = std::enable_if_t<Internal::IsViewableArray<U, T>>>
-    TStridedMemoryView(U (&array)[N]) noexcept : TStridedMemoryView(TMemoryView<T>(array))
+    TStridedMemoryView(U (&array)[N]) noexcept QV_NONBLOCKING : TStridedMemoryView(TMemoryView<T>(array))
     {
     }
     template <typename U, typename = std::enable_if_t<Internal::IsQualificationConversion<U, T>>>
-    TStridedMemoryView(const TMemoryView<U> &view) noexcept : TStridedMemoryView(view.Data(), view.Count())
+    TStridedMemoryView(const TMemoryView<U> &view) noexcept QV_NONBLOCKING
+        : TStridedMemoryView(view.Data(), view.Count())
     {
     }
     template <typename U, typename = std::enable_if_t<Internal::IsQualificationConversion<U, T>>>
-    TStridedMemoryView(const TStridedMemoryView<U> &view) noexcept
+    TStridedMemoryView(const TStridedMemoryView<U> &view) noexcept QV_NONBLOCKING
         : _Base({_Raw(view.Data()), view.Count(), view.Stride()})
     {
     }
@@ -193,26 +199,26 @@ public:
     // `count` elements from `start`.
     // Requires: they lie in the view, else reports "start <= m_Storage.m_Count && count <= m_Storage.m_Count - start"
     // and clamps.
-    TStridedMemoryView Slice(u32 start, u32 count) const noexcept
+    TStridedMemoryView Slice(u32 start, u32 count) const noexcept QV_NONBLOCKING
     {
         QV_ASSERT(start <= m_Storage.m_Count && count <= m_Storage.m_Count - start);
         return SliceIFP(start, count);
     }
     // The same, clamped to the view without a report.
-    TStridedMemoryView SliceIFP(u32 start, u32 count) const noexcept
+    TStridedMemoryView SliceIFP(u32 start, u32 count) const noexcept QV_NONBLOCKING
     {
         const u32 clampedStart = QVMin(start, m_Storage.m_Count);
         return TStridedMemoryView(_Base::_Element(clampedStart), QVMin(count, m_Storage.m_Count - clampedStart),
                                   m_Storage.m_Stride);
     }
 
-    Iterator Begin() const noexcept { return Iterator(m_Storage.m_RawDataPtr, m_Storage.m_Stride); }
-    Iterator End() const noexcept
+    Iterator Begin() const noexcept QV_NONBLOCKING { return Iterator(m_Storage.m_RawDataPtr, m_Storage.m_Stride); }
+    Iterator End() const noexcept QV_NONBLOCKING
     {
         return Begin() + static_cast<typename Iterator::difference_type>(m_Storage.m_Count);
     }
-    Iterator begin() const noexcept { return Begin(); }
-    Iterator end() const noexcept { return End(); }
+    Iterator begin() const noexcept QV_NONBLOCKING { return Begin(); }
+    Iterator end() const noexcept QV_NONBLOCKING { return End(); }
 
 private:
     using _Base::m_Storage;

@@ -33,36 +33,39 @@ public:
     virtual ~CRefCountedObjectBase();
 
     // The counts as they were a moment ago; 1 read by the holder of a reference means that it is the only one.
-    u32 RefCount() const noexcept { return m_RefCount.Load(); }
-    u32 WeakCount() const noexcept { return _WeakCountOf(m_WeakCount.Load()); }
+    u32 RefCount() const noexcept QV_NONBLOCKING { return m_RefCount.Load(); }
+    u32 WeakCount() const noexcept QV_NONBLOCKING { return _WeakCountOf(m_WeakCount.Load()); }
 
     // Adds a strong reference. Reports "/!\ strong refcount overflow /!\" when the count no longer fits 31 bits.
-    void AddReference() const noexcept;
+    void AddReference() const noexcept QV_NONBLOCKING;
     // Drops a strong reference, without deleting the object.
     // Returns the new count. Reports "s32(nrc) >= 0", "/!\ strong refcount underflow /!\", when there was none.
-    u32 _InternalRemoveReference() const noexcept;
+    u32 _InternalRemoveReference() const noexcept QV_NONBLOCKING;
     // The same for who wants to know only whether it was the last one.
-    bool _InternalRemoveReferenceIsLast() const noexcept;
+    bool _InternalRemoveReferenceIsLast() const noexcept QV_NONBLOCKING;
 
-    void AddWeakReference() const noexcept { m_WeakCount.Inc(); }
+    void AddWeakReference() const noexcept QV_NONBLOCKING { m_WeakCount.Inc(); }
     // Reports "s32(nrc) >= 0", "/!\ weak refcount underflow /!\", when there was none.
-    void RemoveWeakReference() const noexcept;
+    void RemoveWeakReference() const noexcept QV_NONBLOCKING;
 
     // Adds the first strong reference to an object that no other thread has seen yet: a plain store.
-    void _AddFirstReference() const noexcept { m_RefCount.StoreUnshared(1); }
+    void _AddFirstReference() const noexcept QV_NONBLOCKING { m_RefCount.StoreUnshared(1); }
 
 protected:
     CRefCountedObjectBase() = default;
 
     // Marks the object as one that is being destroyed. Returns: false when it was marked before. Only for the thread
     // that dropped the last reference: nobody else can reach the object then, but through its destructor.
-    bool _BeginDestruction() const noexcept;
+    bool _BeginDestruction() const noexcept QV_NONBLOCKING;
 
     // The weak count without the mark, for which it ends at 30 bits. The mark stands there and not in the strong count,
     // so that this one tells the truth in a destructor, too. A count below 0 bears no mark.
     static constexpr u32 kDestructionMark = 0x40000000;
-    static constexpr bool _IsMarked(u32 count) noexcept { return (count & 0xC0000000) == kDestructionMark; }
-    static constexpr u32 _WeakCountOf(u32 count) noexcept
+    static constexpr bool _IsMarked(u32 count) noexcept QV_NONBLOCKING
+    {
+        return (count & 0xC0000000) == kDestructionMark;
+    }
+    static constexpr u32 _WeakCountOf(u32 count) noexcept QV_NONBLOCKING
     {
         return _IsMarked(count) ? count - kDestructionMark : count;
     }
@@ -83,7 +86,7 @@ public:
 
     // Drops a strong reference and deletes the object with the last one.
     // A holder that finds itself alone deletes without a locked instruction.
-    void RemoveReference() const noexcept;
+    void RemoveReference() const noexcept QV_NONBLOCKING;
 
     static void *operator new(std::size_t size) noexcept;
     static void *operator new(std::size_t size, std::align_val_t alignment) noexcept;
@@ -111,7 +114,8 @@ protected:
 
     // Destroys `object`, the counted base of which is `counted`, and frees its block. Does nothing from within the
     // object's destructor.
-    static void _DeleteObject(const CRefCountedObjectBase *counted, const CRefCountedObject *object) noexcept;
+    static void _DeleteObject(const CRefCountedObjectBase *counted,
+                              const CRefCountedObject *object) noexcept QV_NONBLOCKING;
 };
 
 namespace Internal
@@ -146,18 +150,18 @@ class TBaseRefPtr<T, false> : protected Internal::TRefPtrMember<T>
     friend class TBaseRefPtr;
 
 public:
-    constexpr TBaseRefPtr() noexcept : _P{nullptr} {}
+    constexpr TBaseRefPtr() noexcept QV_NONBLOCKING : _P{nullptr} {}
     // Adds a reference when non-null.
     TBaseRefPtr(T *pointer) noexcept : _P{pointer} { _Add(); }
-    TBaseRefPtr(T *pointer, Internal::SAdoptReference) noexcept : _P{pointer} {}
+    TBaseRefPtr(T *pointer, Internal::SAdoptReference) noexcept QV_NONBLOCKING : _P{pointer} {}
     TBaseRefPtr(const TBaseRefPtr &other) noexcept : _P{other.m_Ptr} { _Add(); }
-    TBaseRefPtr(TBaseRefPtr &&other) noexcept : _P{std::exchange(other.m_Ptr, nullptr)} {}
+    TBaseRefPtr(TBaseRefPtr &&other) noexcept QV_NONBLOCKING : _P{std::exchange(other.m_Ptr, nullptr)} {}
     template <typename U, typename = std::enable_if_t<std::is_convertible<U *, T *>::value>>
     TBaseRefPtr(const TBaseRefPtr<U, false> &other) noexcept : TBaseRefPtr(other.Get())
     {
     }
     template <typename U, typename = std::enable_if_t<std::is_convertible<U *, T *>::value>>
-    TBaseRefPtr(TBaseRefPtr<U, false> &&other) noexcept : _P{std::exchange(other.m_Ptr, nullptr)}
+    TBaseRefPtr(TBaseRefPtr<U, false> &&other) noexcept QV_NONBLOCKING : _P{std::exchange(other.m_Ptr, nullptr)}
     {
     }
     ~TBaseRefPtr() { _Release(); }
@@ -176,33 +180,39 @@ public:
         return *this;
     }
 
-    T *Get() const noexcept { return _P::m_Ptr; }
-    explicit operator bool() const noexcept { return _P::m_Ptr != nullptr; }
+    T *Get() const noexcept QV_NONBLOCKING { return _P::m_Ptr; }
+    explicit operator bool() const noexcept QV_NONBLOCKING { return _P::m_Ptr != nullptr; }
 
     // Report "_P::m_Ptr != null" for a null pointer.
-    T *operator->() const noexcept
+    T *operator->() const noexcept QV_NONBLOCKING
     {
         QV_ASSERT(_P::m_Ptr != null);
         return _P::m_Ptr;
     }
-    T &operator*() const noexcept
+    T &operator*() const noexcept QV_NONBLOCKING
     {
         QV_ASSERT(_P::m_Ptr != null);
         return *_P::m_Ptr;
     }
 
-    void Swap(TBaseRefPtr &other) noexcept { std::swap(_P::m_Ptr, other.m_Ptr); }
+    void Swap(TBaseRefPtr &other) noexcept QV_NONBLOCKING { std::swap(_P::m_Ptr, other.m_Ptr); }
 
     // Releases the reference and becomes null.
     void Clear() noexcept { TBaseRefPtr released(std::move(*this)); }
 
     // With another, and with a raw pointer in either order, which null, 0 and NULL are as well.
-    friend bool operator==(const TBaseRefPtr &a, const TBaseRefPtr &b) noexcept { return a.m_Ptr == b.m_Ptr; }
-    friend bool operator!=(const TBaseRefPtr &a, const TBaseRefPtr &b) noexcept { return a.m_Ptr != b.m_Ptr; }
-    friend bool operator==(const TBaseRefPtr &a, const T *b) noexcept { return a.m_Ptr == b; }
-    friend bool operator!=(const TBaseRefPtr &a, const T *b) noexcept { return a.m_Ptr != b; }
-    friend bool operator==(const T *a, const TBaseRefPtr &b) noexcept { return a == b.m_Ptr; }
-    friend bool operator!=(const T *a, const TBaseRefPtr &b) noexcept { return a != b.m_Ptr; }
+    friend bool operator==(const TBaseRefPtr &a, const TBaseRefPtr &b) noexcept QV_NONBLOCKING
+    {
+        return a.m_Ptr == b.m_Ptr;
+    }
+    friend bool operator!=(const TBaseRefPtr &a, const TBaseRefPtr &b) noexcept QV_NONBLOCKING
+    {
+        return a.m_Ptr != b.m_Ptr;
+    }
+    friend bool operator==(const TBaseRefPtr &a, const T *b) noexcept QV_NONBLOCKING { return a.m_Ptr == b; }
+    friend bool operator!=(const TBaseRefPtr &a, const T *b) noexcept QV_NONBLOCKING { return a.m_Ptr != b; }
+    friend bool operator==(const T *a, const TBaseRefPtr &b) noexcept QV_NONBLOCKING { return a == b.m_Ptr; }
+    friend bool operator!=(const T *a, const TBaseRefPtr &b) noexcept QV_NONBLOCKING { return a != b.m_Ptr; }
 
 private:
     void _Add() const noexcept
@@ -228,20 +238,20 @@ struct TTypeTraits<TRefPtr<T>>
     static constexpr bool HasTrivialRelocate = true;
 };
 
-inline void CRefCountedObjectBase::AddReference() const noexcept
+inline void CRefCountedObjectBase::AddReference() const noexcept QV_NONBLOCKING
 {
     const u32 nrc = m_RefCount.Inc();
     QV_ASSERT_MESSAGE(s32(nrc) >= 0, "/!\\ strong refcount overflow /!\\");
 }
 
-inline u32 CRefCountedObjectBase::_InternalRemoveReference() const noexcept
+inline u32 CRefCountedObjectBase::_InternalRemoveReference() const noexcept QV_NONBLOCKING
 {
     const u32 nrc = m_RefCount.Dec();
     QV_ASSERT_MESSAGE(s32(nrc) >= 0, "/!\\ strong refcount underflow /!\\");
     return nrc;
 }
 
-inline bool CRefCountedObjectBase::_InternalRemoveReferenceIsLast() const noexcept
+inline bool CRefCountedObjectBase::_InternalRemoveReferenceIsLast() const noexcept QV_NONBLOCKING
 {
     bool underflow;
     const bool isLast = m_RefCount.DecIsZero(underflow);
@@ -251,13 +261,13 @@ inline bool CRefCountedObjectBase::_InternalRemoveReferenceIsLast() const noexce
     return isLast;
 }
 
-inline void CRefCountedObjectBase::RemoveWeakReference() const noexcept
+inline void CRefCountedObjectBase::RemoveWeakReference() const noexcept QV_NONBLOCKING
 {
     const u32 nrc = _WeakCountOf(m_WeakCount.FetchDec()) - 1;
     QV_ASSERT_MESSAGE(s32(nrc) >= 0, "/!\\ weak refcount underflow /!\\");
 }
 
-inline bool CRefCountedObjectBase::_BeginDestruction() const noexcept
+inline bool CRefCountedObjectBase::_BeginDestruction() const noexcept QV_NONBLOCKING
 {
     const u32 count = m_WeakCount.Load();
     if (_IsMarked(count))
@@ -266,7 +276,7 @@ inline bool CRefCountedObjectBase::_BeginDestruction() const noexcept
     return true;
 }
 
-inline void CRefCountedObject::RemoveReference() const noexcept
+inline void CRefCountedObject::RemoveReference() const noexcept QV_NONBLOCKING
 {
     // Alone: nobody else can add or drop a reference, so what the decrement would give is known.
     if (RefCount() == 1)

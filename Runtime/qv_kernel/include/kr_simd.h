@@ -17,16 +17,16 @@ namespace SIMD
 class Float4
 {
 public:
-    constexpr Float4() noexcept : m_Lanes{0.0f, 0.0f, 0.0f, 0.0f} {}
-    constexpr Float4(float x, float y, float z, float w) noexcept : m_Lanes{x, y, z, w} {}
+    constexpr Float4() noexcept QV_NONBLOCKING : m_Lanes{0.0f, 0.0f, 0.0f, 0.0f} {}
+    constexpr Float4(float x, float y, float z, float w) noexcept QV_NONBLOCKING : m_Lanes{x, y, z, w} {}
 
     // All bits zero.
-    static constexpr Float4 Zero() noexcept { return Float4(); }
+    static constexpr Float4 Zero() noexcept QV_NONBLOCKING { return Float4(); }
 
     // Stores the 16 bytes at `target`.
     // Requires: `target` is 16-byte aligned, else reports "Unaligned memory! %p should be 16-bytes aligned." with the
     // address, and stores all the same.
-    void StoreAligned16(void *target) const noexcept
+    void StoreAligned16(void *target) const noexcept QV_NONBLOCKING
     {
         QV_INTERNAL_ASSERT_ALIGNED_16(target);
         std::memcpy(target, m_Lanes, sizeof(m_Lanes));

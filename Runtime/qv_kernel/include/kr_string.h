@@ -155,8 +155,8 @@ public:
     CString(const char *source, u32 sourceLen) noexcept;
 
     // Shares a container.
-    CString(const PStringContainer &container) noexcept : m_Container(container) {}
-    CString(PStringContainer &&container) noexcept : m_Container(std::move(container)) {}
+    CString(const PStringContainer &container) noexcept QV_NONBLOCKING : m_Container(container) {}
+    CString(PStringContainer &&container) noexcept QV_NONBLOCKING : m_Container(std::move(container)) {}
 
     // A copy of the characters of a view, as CStringView::ToString makes it; of a CStringView or, where kr_string_std.h is
     // included, of the standard's view. Explicit, so that a view given to one of several overloads goes where it always
@@ -178,65 +178,65 @@ public:
     // Nothing here copies or allocates.
 
     // The characters, NUL-terminated; null for a string without a container.
-    const char *Data() const noexcept QV_INTERNAL_LIFETIMEBOUND
+    const char *Data() const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND
     {
         return CStringContainer::SafeData(m_Container.Get());
     }
     // The same for functions that take no null: the text "" where Data() is null.
-    [[nodiscard]] const char *CStr() const noexcept QV_INTERNAL_LIFETIMEBOUND
+    [[nodiscard]] const char *CStr() const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND
     {
         const char *data = Data();
         return data != nullptr ? data : "";
     }
-    u32 Length() const noexcept { return CStringContainer::SafeLength(m_Container.Get()); }
+    u32 Length() const noexcept QV_NONBLOCKING { return CStringContainer::SafeLength(m_Container.Get()); }
     // By the first character: true without a container or when it is the terminator.
-    [[nodiscard]] bool Empty() const noexcept
+    [[nodiscard]] bool Empty() const noexcept QV_NONBLOCKING
     {
         const char *data = Data();
         return data == nullptr || *data == '\0';
     }
-    [[nodiscard]] TMemoryView<const char> View() const noexcept QV_INTERNAL_LIFETIMEBOUND
+    [[nodiscard]] TMemoryView<const char> View() const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND
     {
         return TMemoryView<const char>(Data(), Length());
     }
     // The characters as the standard's view, where kr_string_std.h is included. Explicit: a string given to overloads for
     // both views goes to that for a CStringView.
     template <typename View, typename = Internal::String::IfForeignView<View>>
-    explicit operator View() const noexcept QV_INTERNAL_LIFETIMEBOUND
+    explicit operator View() const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND
     {
         return CStringView(*this);
     }
 
     // All Length() characters as a range, to be read; ViewForWriting() gives one to write to. A string without characters
     // is an empty range, also one whose container has none.
-    [[nodiscard]] const char *begin() const noexcept QV_INTERNAL_LIFETIMEBOUND { return Data(); }
-    [[nodiscard]] const char *end() const noexcept QV_INTERNAL_LIFETIMEBOUND
+    [[nodiscard]] const char *begin() const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND { return Data(); }
+    [[nodiscard]] const char *end() const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND
     {
         const char *data = Data();
         return data != nullptr ? data + Length() : nullptr;
     }
 
     // A view of the characters from `start`, or of `count` of them; both clamped to the string.
-    [[nodiscard]] CStringView Slice(u32 start) const noexcept QV_INTERNAL_LIFETIMEBOUND;
-    [[nodiscard]] CStringView Slice(u32 start, u32 count) const noexcept QV_INTERNAL_LIFETIMEBOUND;
+    [[nodiscard]] CStringView Slice(u32 start) const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND;
+    [[nodiscard]] CStringView Slice(u32 start, u32 count) const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND;
 
     // The character at `index`.
     // Requires: a container and an index below the length, else reports "_P::m_Ptr != null" or
     // "index < m_Container->Length()" and answers a NUL.
-    const char &At(u32 index) const noexcept QV_INTERNAL_LIFETIMEBOUND;
-    const char &operator[](u32 index) const noexcept QV_INTERNAL_LIFETIMEBOUND { return At(index); }
+    const char &At(u32 index) const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND;
+    const char &operator[](u32 index) const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND { return At(index); }
 
     // The first and the last character.
     // Requires: a string that is not empty, else reports "!Empty()" and answers a NUL.
-    const char &First() const noexcept QV_INTERNAL_LIFETIMEBOUND;
-    const char &Last() const noexcept QV_INTERNAL_LIFETIMEBOUND;
+    const char &First() const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND;
+    const char &Last() const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND;
 
     // Bytes held by this handle and by its container, which other handles may share.
-    ureg MemoryFootprint() const noexcept;
+    ureg MemoryFootprint() const noexcept QV_NONBLOCKING;
 
     // Whether other handles share the characters, as it was a moment ago: then a write copies them first. False without a
     // container.
-    [[nodiscard]] bool IsShared() const noexcept
+    [[nodiscard]] bool IsShared() const noexcept QV_NONBLOCKING
     {
         const CStringContainer *container = m_Container.Get();
         return container != nullptr && container->RefCount() > 1;
@@ -249,23 +249,23 @@ public:
 
     // Writable characters; null without a container, or when the copy cannot be had. After changing where the text
     // ends, call RebuildAfterRawModification. Invalidates: pointers and views, when it copies.
-    QV_INTERNAL_EDIT_INLINE char *RawDataForWriting() noexcept;
-    TMemoryView<char> ViewForWriting() noexcept;
+    QV_INTERNAL_EDIT_INLINE char *RawDataForWriting() noexcept QV_NONALLOCATING;
+    TMemoryView<char> ViewForWriting() noexcept QV_NONALLOCATING;
 
     // Sets the length to the first terminator, for a caller that wrote characters it got from one of the above.
-    void RebuildAfterRawModification() noexcept;
+    void RebuildAfterRawModification() noexcept QV_NONBLOCKING;
 
     // Writable counterparts of At, First and Last, with the same reports. When no private copy can be had: report
     // "_P::m_Ptr != null". After a report they answer a scratch character of the thread.
-    char &AtForWriting(u32 index) noexcept;
-    char &FirstForWriting() noexcept;
-    char &LastForWriting() noexcept;
+    char &AtForWriting(u32 index) noexcept QV_NONALLOCATING;
+    char &FirstForWriting() noexcept QV_NONALLOCATING;
+    char &LastForWriting() noexcept QV_NONALLOCATING;
 
     // Empties the string. One that is not shared keeps its container, length 0, for reuse; a shared one lets go of it.
-    void Clear() noexcept;
+    void Clear() noexcept QV_NONBLOCKING;
 
     // Exchanges the containers; no count changes.
-    friend void swap(CString &a, CString &b) noexcept { a.m_Container.Swap(b.m_Container); }
+    friend void swap(CString &a, CString &b) noexcept QV_NONBLOCKING { a.m_Container.Swap(b.m_Container); }
 
     // ---- What sharing saves and costs -------------------------------------------------------------------------------
 
@@ -371,7 +371,7 @@ public:
     // nothing.
     // Allocates: for a string that shares its characters only. Fails: an empty string. Invalidates: pointers to and views
     // of the characters.
-    CString &Erase(u32 first, u32 last) noexcept;
+    CString &Erase(u32 first, u32 last) noexcept QV_NONALLOCATING;
 
     // ---- Paths ------------------------------------------------------------------------------------------------------
 
@@ -404,20 +404,20 @@ public:
     // copied first. Returns: this string.
     // Fails: an empty string; conversions report "_P::m_Ptr != null".
 
-    CString &ToUppercase() noexcept;
-    CString &ToLowercase() noexcept;
+    CString &ToUppercase() noexcept QV_NONALLOCATING;
+    CString &ToLowercase() noexcept QV_NONALLOCATING;
     [[nodiscard]] CString Uppercase() const noexcept;
     [[nodiscard]] CString Lowercase() const noexcept;
 
     // To upper or lower case; every other casing changes no character, but still makes the container this string's own.
-    CString &ConformTo(ECasingType casing) noexcept;
+    CString &ConformTo(ECasingType casing) noexcept QV_NONALLOCATING;
     [[nodiscard]] CString ConformedTo(ECasingType casing) const noexcept;
 
     // True when no character differs from its upper-case (lower-case) form; true for an empty string.
-    [[nodiscard]] bool IsUpper() const noexcept;
-    [[nodiscard]] bool IsLower() const noexcept;
+    [[nodiscard]] bool IsUpper() const noexcept QV_NONBLOCKING;
+    [[nodiscard]] bool IsLower() const noexcept QV_NONBLOCKING;
     // Unspecified for an empty string, or one without a letter.
-    [[nodiscard]] ECasingType AnalyzeCasing() const noexcept;
+    [[nodiscard]] ECasingType AnalyzeCasing() const noexcept QV_NONBLOCKING;
 
     // ---- Escaping ---------------------------------------------------------------------------------------------------
 
@@ -428,7 +428,7 @@ public:
     CString &Escape() noexcept;
     // In place, in a private copy when the container is shared. Fails: an empty string, after the reports
     // "_P::m_Ptr != null" and "m_Container->RefCount() == 1".
-    CString &Unescape() noexcept;
+    CString &Unescape() noexcept QV_NONALLOCATING;
     [[nodiscard]] CString Escaped() const noexcept;
     [[nodiscard]] CString Unescaped() const noexcept;
 
@@ -442,7 +442,7 @@ public:
 
     // Reversal. Beware: `Reverse` reverses the characters where they are, so every string that shares them sees it.
     // `Reversed` never touches this string. Fails (Reversed): an empty string.
-    CString &Reverse() noexcept;
+    CString &Reverse() noexcept QV_NONBLOCKING;
     [[nodiscard]] CString Reversed() const noexcept;
 
     // Returns: a new string of the fixed form with all Length() characters `times` times in a row, embedded terminators
@@ -463,14 +463,14 @@ public:
     // Removes characters of the set from both ends, the start or the end. A null or empty set strips nothing; a string
     // of nothing else is emptied. Nothing to strip leaves a shared container shared. Returns: this string.
     // Fails: an empty string; Strip and StripRight report "data != null".
-    CString &Strip(const char *chars) noexcept;
-    CString &StripLeft(const char *chars) noexcept;
-    CString &StripRight(const char *chars) noexcept;
+    CString &Strip(const char *chars) noexcept QV_NONALLOCATING;
+    CString &StripLeft(const char *chars) noexcept QV_NONALLOCATING;
+    CString &StripRight(const char *chars) noexcept QV_NONALLOCATING;
 
     // Blanks comments (the syntax is that of SNativeStringUtils::Uncomment); the length stays. Returns: this string.
     // Requires: no embedded terminator, else reports "SNativeStringUtils::Length_16(Data()) == Length()".
     // Fails: an empty string.
-    CString &Uncomment() noexcept;
+    CString &Uncomment() noexcept QV_NONALLOCATING;
 
     // ---- Replacing --------------------------------------------------------------------------------------------------
 
@@ -495,45 +495,49 @@ public:
     // Equality: `Compare` answers yes or no, it does not order. Ignoring case, buffers and views follow the platform's
     // library, strings ASCII. With buffers and views, a terminator ends the comparison where both have one.
     // Report "m_Container->Data() != null" or "srcA != null && srcB != null" for a container without characters.
-    [[nodiscard]] bool Compare(const char *other, ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+    [[nodiscard]] bool Compare(const char *other,
+                               ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
     [[nodiscard]] bool Compare(const CStringView &other,
-                               ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
-    [[nodiscard]] bool Compare(const CString &other, ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+                               ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
+    [[nodiscard]] bool Compare(const CString &other,
+                               ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
 
     // Order by bytes (unsigned, lower-cased ones where case is ignored); a string that starts another one is before it.
     // A string without a container is before every string with one, be that empty.
-    [[nodiscard]] bool LessThan(const CString &other, ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+    [[nodiscard]] bool LessThan(const CString &other,
+                                ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
     // The same as with a string of that text, which null and an empty text are without a container.
-    [[nodiscard]] bool LessThan(const char *other, ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+    [[nodiscard]] bool LessThan(const char *other,
+                                ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
 
-    bool operator==(const char *other) const noexcept { return Compare(other, CaseSensitive); }
-    bool operator==(const CString &other) const noexcept;
-    bool operator!=(const char *other) const noexcept { return !(*this == other); }
-    bool operator!=(const CString &other) const noexcept { return !(*this == other); }
+    bool operator==(const char *other) const noexcept QV_NONBLOCKING { return Compare(other, CaseSensitive); }
+    bool operator==(const CString &other) const noexcept QV_NONBLOCKING;
+    bool operator!=(const char *other) const noexcept QV_NONBLOCKING { return !(*this == other); }
+    bool operator!=(const CString &other) const noexcept QV_NONBLOCKING { return !(*this == other); }
     // A null buffer orders with a string without a container.
-    bool operator>(const char *other) const noexcept;
-    bool operator<(const char *other) const noexcept;
-    bool operator>(const CString &other) const noexcept;
-    bool operator<(const CString &other) const noexcept;
-    bool operator<=(const CString &other) const noexcept { return !(*this > other); }
-    bool operator>=(const CString &other) const noexcept { return !(*this < other); }
-    bool operator<=(const char *other) const noexcept { return !(*this > other); }
-    bool operator>=(const char *other) const noexcept { return !(*this < other); }
+    bool operator>(const char *other) const noexcept QV_NONBLOCKING;
+    bool operator<(const char *other) const noexcept QV_NONBLOCKING;
+    bool operator>(const CString &other) const noexcept QV_NONBLOCKING;
+    bool operator<(const CString &other) const noexcept QV_NONBLOCKING;
+    bool operator<=(const CString &other) const noexcept QV_NONBLOCKING { return !(*this > other); }
+    bool operator>=(const CString &other) const noexcept QV_NONBLOCKING { return !(*this < other); }
+    bool operator<=(const char *other) const noexcept QV_NONBLOCKING { return !(*this > other); }
+    bool operator>=(const char *other) const noexcept QV_NONBLOCKING { return !(*this < other); }
 
     // ---- Search -----------------------------------------------------------------------------------------------------
 
     // The index of what was found, or CGuid::INVALID.
 
     // The first character at or after `start` that is `character`, or the last one; up to the stored length.
-    [[nodiscard]] CGuid FindFirstOf(char character) const noexcept { return FindNextOf(character, 0); }
-    [[nodiscard]] CGuid FindNextOf(char character, u32 start) const noexcept;
-    [[nodiscard]] CGuid FindLastOf(char character) const noexcept;
+    [[nodiscard]] CGuid FindFirstOf(char character) const noexcept QV_NONBLOCKING { return FindNextOf(character, 0); }
+    [[nodiscard]] CGuid FindNextOf(char character, u32 start) const noexcept QV_NONBLOCKING;
+    [[nodiscard]] CGuid FindLastOf(char character) const noexcept QV_NONBLOCKING;
 
     // The first place at or after `start` where the whole of `str` stands; up to the first terminator. Beware: despite
     // the name this finds a substring, where a view finds one of a set. An empty `str` is found at `start`.
     // Stack: 1.5 KiB, and of Contains, too.
-    [[nodiscard]] CGuid FindFirstOf(const char *str) const noexcept { return FindNextOf(str, 0); }
-    [[nodiscard]] CGuid FindNextOf(const char *str, u32 start) const noexcept;
+    [[nodiscard]] CGuid FindFirstOf(const char *str) const noexcept QV_NONBLOCKING { return FindNextOf(str, 0); }
+    [[nodiscard]] CGuid FindNextOf(const char *str, u32 start) const noexcept QV_NONBLOCKING;
 
     // The first place at or after `start`, or the last place, where the whole of `text` stands. All characters count,
     // embedded terminators included; a buffer ends at its terminator. Case is ASCII case. A null or empty text stands
@@ -541,33 +545,39 @@ public:
     // the length.
     // Cost: linear in both, whatever they are.
     [[nodiscard]] CGuid FindText(const CStringView &text, u32 start = 0,
-                                 ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+                                 ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
     [[nodiscard]] CGuid FindText(const char *text, u32 start = 0,
-                                 ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+                                 ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
     CGuid FindText(const CStringView &text, ECaseSensitivity) const = delete; // it would be taken for `start`
     CGuid FindText(const char *text, ECaseSensitivity) const = delete;
     [[nodiscard]] CGuid FindLastText(const CStringView &text,
-                                     ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
-    [[nodiscard]] CGuid FindLastText(const char *text, ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+                                     ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
+    [[nodiscard]] CGuid FindLastText(const char *text,
+                                     ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
 
     // Prefix, suffix and substring tests; case is ASCII case. A null or empty argument is contained in everything.
-    [[nodiscard]] bool StartsWith(const char *other, ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+    [[nodiscard]] bool StartsWith(const char *other,
+                                  ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
     [[nodiscard]] bool StartsWith(const CString &other,
-                                  ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+                                  ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
     [[nodiscard]] bool StartsWith(const CStringView &other,
-                                  ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
-    [[nodiscard]] bool EndsWith(const char *other, ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
-    [[nodiscard]] bool EndsWith(const CString &other, ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+                                  ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
+    [[nodiscard]] bool EndsWith(const char *other,
+                                ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
+    [[nodiscard]] bool EndsWith(const CString &other,
+                                ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
     [[nodiscard]] bool EndsWith(const CStringView &other,
-                                ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
-    [[nodiscard]] bool Contains(const char *other, ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
-    [[nodiscard]] bool Contains(const CString &other, ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+                                ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
+    [[nodiscard]] bool Contains(const char *other,
+                                ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
+    [[nodiscard]] bool Contains(const CString &other,
+                                ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
     [[nodiscard]] bool Contains(const CStringView &other,
-                                ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+                                ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
 
     // True when the string holds only characters of the set, up to its terminator. A null or empty set asks for plain
     // emptiness.
-    [[nodiscard]] bool Empty(const char *blanks) const noexcept;
+    [[nodiscard]] bool Empty(const char *blanks) const noexcept QV_NONBLOCKING;
 
     // ---- Extraction -------------------------------------------------------------------------------------------------
 
@@ -624,12 +634,16 @@ public:
     // empty string matches null and patterns of nothing but stars; an empty pattern string matches an empty string
     // only.
     // Requires: a pattern for a string that is not empty, else reports "pattern != null" and matches nothing.
-    [[nodiscard]] bool Match(const char *pattern, ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
-    [[nodiscard]] bool Match(const CString &pattern, ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
-    [[nodiscard]] bool MatchWithInhibitors(const char *pattern,
-                                           ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
-    [[nodiscard]] bool MatchWithInhibitors(const CString &pattern,
-                                           ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+    [[nodiscard]] bool Match(const char *pattern,
+                             ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
+    [[nodiscard]] bool Match(const CString &pattern,
+                             ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
+    [[nodiscard]] bool
+    MatchWithInhibitors(const char *pattern,
+                        ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
+    [[nodiscard]] bool
+    MatchWithInhibitors(const CString &pattern,
+                        ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
 
     // ---- Fuzzy matching ---------------------------------------------------------------------------------------------
 
@@ -640,8 +654,9 @@ public:
     // An entry of a ranked list.
     struct SFuzzyMatchListElement
     {
-        SFuzzyMatchListElement(u32 indexInStringList, float matchWeight) noexcept
-            : m_IndexInStringList(indexInStringList), m_MatchWeight(matchWeight)
+        SFuzzyMatchListElement(u32 indexInStringList, float matchWeight) noexcept QV_NONBLOCKING
+            : m_IndexInStringList(indexInStringList),
+              m_MatchWeight(matchWeight)
         {
         }
 
@@ -653,7 +668,7 @@ public:
     // Cost: lengths multiplied, by 64. Allocates: a block of 4 bytes per character of the longer text when that has 256
     // characters or more. Fails: 0.
     // Stack: 4 KiB; 8 KiB when the longer text has 256 characters or more.
-    [[nodiscard]] float FuzzyMatch(const CString &other) const noexcept;
+    [[nodiscard]] float FuzzyMatch(const CString &other) const noexcept QV_NONBLOCKING;
 
     // The weight of every entry, in order.
     // Requires: as many results as entries, else reports "outMatchResults.Count() == stringList.Count()" and writes as
@@ -682,20 +697,20 @@ public:
 
 private:
     // What an edit asks before it decides between writing in place and building anew.
-    bool _IsUniqueAndResizable() const noexcept;
+    bool _IsUniqueAndResizable() const noexcept QV_NONBLOCKING;
 
     // A private copy of a container that is shared.
-    QV_INTERNAL_EDIT_INLINE void _MakeUnique() noexcept
+    QV_INTERNAL_EDIT_INLINE void _MakeUnique() noexcept QV_NONALLOCATING
     {
         const CStringContainer *container = m_Container.Get();
         if (QV_INTERNAL_UNLIKELY(container != nullptr && container->RefCount() > 1))
             _MakeCopy();
     }
-    void _MakeCopy() noexcept;
-    char &_CharacterForWriting(u32 index) noexcept;
+    void _MakeCopy() noexcept QV_NONALLOCATING;
+    char &_CharacterForWriting(u32 index) noexcept QV_NONALLOCATING;
 
-    bool _IsLess(const CString &other) const noexcept;
-    bool _IsGreater(const CString &other) const noexcept;
+    bool _IsLess(const CString &other) const noexcept QV_NONBLOCKING;
+    bool _IsGreater(const CString &other) const noexcept QV_NONBLOCKING;
 
     // The fast path of each does what a few characters from elsewhere need that find room; it leaves the rest to the slow
     // one.
@@ -709,7 +724,7 @@ private:
     CString _Padded(u32 width, char character, bool isLeft) const noexcept;
     CString &_JoinFast(const char *b, u32 bLen) noexcept;
     CString &_JoinSlow(const char *b, u32 bLen, bool mayGrow) noexcept;
-    bool _ContainsBackslash() const noexcept;
+    bool _ContainsBackslash() const noexcept QV_NONBLOCKING;
     static CString _Extract(const char *from, u32 first, u32 last, u32 checked) noexcept;
 
     static const char kNoCharacter;
@@ -730,11 +745,13 @@ struct TTypeTraits<CString>
 template <>
 struct TSortDefaultCompare<CString::SFuzzyMatchListElement *>
 {
-    static bool Less(const CString::SFuzzyMatchListElement &a, const CString::SFuzzyMatchListElement &b) noexcept
+    static bool Less(const CString::SFuzzyMatchListElement &a,
+                     const CString::SFuzzyMatchListElement &b) noexcept QV_NONBLOCKING
     {
         return a.m_MatchWeight > b.m_MatchWeight;
     }
-    static bool Equal(const CString::SFuzzyMatchListElement &a, const CString::SFuzzyMatchListElement &b) noexcept
+    static bool Equal(const CString::SFuzzyMatchListElement &a,
+                      const CString::SFuzzyMatchListElement &b) noexcept QV_NONBLOCKING
     {
         return a.m_MatchWeight == b.m_MatchWeight;
     }
@@ -758,18 +775,18 @@ class CStringBatchSplitter
 {
 public:
     // No separator yet: a string gives one piece.
-    CStringBatchSplitter() noexcept;
+    CStringBatchSplitter() noexcept QV_NONBLOCKING;
 
-    void AddSplitChar(char character) noexcept;
+    void AddSplitChar(char character) noexcept QV_NONBLOCKING;
     // Every character of a terminated text (null: none), or of a string by its stored length.
-    void AddSplitChars(const char *characters) noexcept;
-    void AddSplitChars(const CString &characters) noexcept;
+    void AddSplitChars(const char *characters) noexcept QV_NONBLOCKING;
+    void AddSplitChars(const CString &characters) noexcept QV_NONBLOCKING;
 
     // Requires: not the terminator, else reports "c != '\0'".
-    void RemoveSplitChar(char c) noexcept;
+    void RemoveSplitChar(char c) noexcept QV_NONBLOCKING;
     // The same of many; a terminator within a string stays a separator.
-    void RemoveSplitChars(const char *characters) noexcept;
-    void RemoveSplitChars(const CString &characters) noexcept;
+    void RemoveSplitChars(const char *characters) noexcept QV_NONBLOCKING;
+    void RemoveSplitChars(const CString &characters) noexcept QV_NONBLOCKING;
 
     // Clears the output and stores the pieces. A piece that cannot be stored is lost, and splitting goes on.
     // Requires: a string with a container, else reports "_P::m_Ptr != null".
@@ -822,20 +839,20 @@ namespace LazySplitting
 // The pieces between separators. Those that are empty are left out, as CString::Split leaves them out, unless asked for; an
 // empty text has none, and one with .WithEmpty().
 template <typename Text, typename Separator, typename = Internal::String::IfPieceText<Text>>
-[[nodiscard]] Internal::String::TPieces<Internal::String::TSeparatorOf<Separator>> Pieces(Text text,
-                                                                                          Separator separator) noexcept;
+[[nodiscard]] Internal::String::TPieces<Internal::String::TSeparatorOf<Separator>>
+Pieces(Text text, Separator separator) noexcept QV_NONBLOCKING;
 
 // The same at each character of a set, which is a text.
 template <typename Text, typename Set, typename = Internal::String::IfPieceText<Text>,
           typename = Internal::String::IfPieceText<Set>>
-[[nodiscard]] Internal::String::TPieces<Internal::String::CSetSeparator> PiecesOfSet(Text text,
-                                                                                     Set characters) noexcept;
+[[nodiscard]] Internal::String::TPieces<Internal::String::CSetSeparator>
+PiecesOfSet(Text text, Set characters) noexcept QV_NONBLOCKING;
 
 // Lines, without their ends, which are "\n" or "\r\n": empty ones, too, unless .WithoutEmpty() leaves them out. The last line
 // need not have an end, and behind an end there is no further line, so that an empty text has none. A "\r" without "\n" is
 // a character of its line.
 template <typename Text, typename = Internal::String::IfPieceText<Text>>
-[[nodiscard]] Internal::String::TPieces<Internal::String::CLineSeparator> Lines(Text text) noexcept;
+[[nodiscard]] Internal::String::TPieces<Internal::String::CLineSeparator> Lines(Text text) noexcept QV_NONBLOCKING;
 
 } // namespace LazySplitting
 
@@ -937,45 +954,45 @@ using namespace Joining;
 
 // Equality of a string and a view: of all characters, embedded terminators included. A string whose first character is
 // the terminator equals the empty view.
-bool operator==(const CString &a, const CStringView &b) noexcept;
-inline bool operator==(const CStringView &a, const CString &b) noexcept;
-inline bool operator!=(const CString &a, const CStringView &b) noexcept;
-inline bool operator!=(const CStringView &a, const CString &b) noexcept;
+bool operator==(const CString &a, const CStringView &b) noexcept QV_NONBLOCKING;
+inline bool operator==(const CStringView &a, const CString &b) noexcept QV_NONBLOCKING;
+inline bool operator!=(const CString &a, const CStringView &b) noexcept QV_NONBLOCKING;
+inline bool operator!=(const CStringView &a, const CString &b) noexcept QV_NONBLOCKING;
 
 // Order of a string and a view, by bytes. A view of null orders with a string without a container.
-bool operator<(const CString &a, const CStringView &b) noexcept;
-bool operator>(const CString &a, const CStringView &b) noexcept;
-inline bool operator<=(const CString &a, const CStringView &b) noexcept;
-inline bool operator>=(const CString &a, const CStringView &b) noexcept;
-inline bool operator<(const CStringView &a, const CString &b) noexcept;
-inline bool operator>(const CStringView &a, const CString &b) noexcept;
-inline bool operator<=(const CStringView &a, const CString &b) noexcept;
-inline bool operator>=(const CStringView &a, const CString &b) noexcept;
+bool operator<(const CString &a, const CStringView &b) noexcept QV_NONBLOCKING;
+bool operator>(const CString &a, const CStringView &b) noexcept QV_NONBLOCKING;
+inline bool operator<=(const CString &a, const CStringView &b) noexcept QV_NONBLOCKING;
+inline bool operator>=(const CString &a, const CStringView &b) noexcept QV_NONBLOCKING;
+inline bool operator<(const CStringView &a, const CString &b) noexcept QV_NONBLOCKING;
+inline bool operator>(const CStringView &a, const CString &b) noexcept QV_NONBLOCKING;
+inline bool operator<=(const CStringView &a, const CString &b) noexcept QV_NONBLOCKING;
+inline bool operator>=(const CStringView &a, const CString &b) noexcept QV_NONBLOCKING;
 
 // Order of views, with each other and with buffers, by bytes; a text that starts another one is before it. A null view,
 // whatever its length says, and a null buffer are before every other text, be that empty. None of them allocates.
-inline bool operator<(const CStringView &a, const CStringView &b) noexcept;
-inline bool operator>(const CStringView &a, const CStringView &b) noexcept;
-inline bool operator<=(const CStringView &a, const CStringView &b) noexcept;
-inline bool operator>=(const CStringView &a, const CStringView &b) noexcept;
-inline bool operator<(const CStringView &a, const char *b) noexcept;
-inline bool operator>(const CStringView &a, const char *b) noexcept;
-inline bool operator<=(const CStringView &a, const char *b) noexcept;
-inline bool operator>=(const CStringView &a, const char *b) noexcept;
-inline bool operator<(const char *a, const CStringView &b) noexcept;
-inline bool operator>(const char *a, const CStringView &b) noexcept;
-inline bool operator<=(const char *a, const CStringView &b) noexcept;
-inline bool operator>=(const char *a, const CStringView &b) noexcept;
+inline bool operator<(const CStringView &a, const CStringView &b) noexcept QV_NONBLOCKING;
+inline bool operator>(const CStringView &a, const CStringView &b) noexcept QV_NONBLOCKING;
+inline bool operator<=(const CStringView &a, const CStringView &b) noexcept QV_NONBLOCKING;
+inline bool operator>=(const CStringView &a, const CStringView &b) noexcept QV_NONBLOCKING;
+inline bool operator<(const CStringView &a, const char *b) noexcept QV_NONBLOCKING;
+inline bool operator>(const CStringView &a, const char *b) noexcept QV_NONBLOCKING;
+inline bool operator<=(const CStringView &a, const char *b) noexcept QV_NONBLOCKING;
+inline bool operator>=(const CStringView &a, const char *b) noexcept QV_NONBLOCKING;
+inline bool operator<(const char *a, const CStringView &b) noexcept QV_NONBLOCKING;
+inline bool operator>(const char *a, const CStringView &b) noexcept QV_NONBLOCKING;
+inline bool operator<=(const char *a, const CStringView &b) noexcept QV_NONBLOCKING;
+inline bool operator>=(const char *a, const CStringView &b) noexcept QV_NONBLOCKING;
 
 // The same comparisons with the buffer on the left. None of them builds a string.
-inline bool operator==(const char *a, const CString &b) noexcept;
-inline bool operator!=(const char *a, const CString &b) noexcept;
-inline bool operator<(const char *a, const CString &b) noexcept;
-inline bool operator>(const char *a, const CString &b) noexcept;
-inline bool operator<=(const char *a, const CString &b) noexcept;
-inline bool operator>=(const char *a, const CString &b) noexcept;
-inline bool operator==(const char *a, const CStringView &b) noexcept;
-inline bool operator!=(const char *a, const CStringView &b) noexcept;
+inline bool operator==(const char *a, const CString &b) noexcept QV_NONBLOCKING;
+inline bool operator!=(const char *a, const CString &b) noexcept QV_NONBLOCKING;
+inline bool operator<(const char *a, const CString &b) noexcept QV_NONBLOCKING;
+inline bool operator>(const char *a, const CString &b) noexcept QV_NONBLOCKING;
+inline bool operator<=(const char *a, const CString &b) noexcept QV_NONBLOCKING;
+inline bool operator>=(const char *a, const CString &b) noexcept QV_NONBLOCKING;
+inline bool operator==(const char *a, const CStringView &b) noexcept QV_NONBLOCKING;
+inline bool operator!=(const char *a, const CStringView &b) noexcept QV_NONBLOCKING;
 
 } // namespace Quorvane
 

@@ -51,10 +51,13 @@ public:
     // Reports "*bufferLink != null" for a resizable container without a buffer.
     ~CStringContainer() override;
 
-    const char *Data() const noexcept { return m_Characters; }
-    char *Data() noexcept { return m_Characters; }
-    u32 Length() const noexcept { return m_Length & kLengthMask; }
-    [[nodiscard]] bool SupportsDynamicResize() const noexcept { return (m_Length & kResizableFlag) != 0; }
+    const char *Data() const noexcept QV_NONBLOCKING { return m_Characters; }
+    char *Data() noexcept QV_NONBLOCKING { return m_Characters; }
+    u32 Length() const noexcept QV_NONBLOCKING { return m_Length & kLengthMask; }
+    [[nodiscard]] bool SupportsDynamicResize() const noexcept QV_NONBLOCKING
+    {
+        return (m_Length & kResizableFlag) != 0;
+    }
 
     // Makes room for `newLength` characters and the terminator; leaves the length alone. Grows to `newLength` + 256,
     // rounded up to 16.
@@ -71,19 +74,19 @@ public:
     // behind, and the last block of a longer one.
     // Requires: a length below kLengthMask and a terminator there, else reports "newLength < kLengthMask" or
     // "data[newLength] == '\0'". A length of kLengthMask or beyond the block changes nothing.
-    void UnsafeSetLength(u32 newLength) noexcept { _SetLength(newLength); }
+    void UnsafeSetLength(u32 newLength) noexcept QV_NONBLOCKING { _SetLength(newLength); }
 
     // Sets the length to 0, keeping the room.
-    void Clear() noexcept;
+    void Clear() noexcept QV_NONBLOCKING;
 
     // Recomputes the length from the characters: up to the first terminator, or to the end of the room.
-    void Rebuild() noexcept;
+    void Rebuild() noexcept QV_NONBLOCKING;
 
     // Bytes held: characters, rounded up to 16, plus 32 bytes.
-    u64 MemoryFootprint() const noexcept;
+    u64 MemoryFootprint() const noexcept QV_NONBLOCKING;
 
     // Adds a strong reference: what the counted base does, and counts it among the copies that are shared.
-    void AddReference() const noexcept
+    void AddReference() const noexcept QV_NONBLOCKING
     {
         if constexpr (QV_MEM_TRACKING)
             Internal::String::CountSharedCopy();
@@ -93,18 +96,18 @@ public:
     // Drops a strong reference, and destroys the container with the last one: what the counted base does, without the
     // virtual calls, since nothing derives from this class. It does not ask first whether this is the last one: that
     // spares a text that was never shared 0.3 ns, and costs 0.4 ns for every handle that was a copy.
-    void RemoveReference() const noexcept
+    void RemoveReference() const noexcept QV_NONBLOCKING
     {
         if (_InternalRemoveReferenceIsLast())
             _Destroy(const_cast<CStringContainer *>(this));
     }
 
     // The same of a container that may be null: null, and 0.
-    static const char *SafeData(const CStringContainer *container) noexcept
+    static const char *SafeData(const CStringContainer *container) noexcept QV_NONBLOCKING
     {
         return container != nullptr ? container->Data() : nullptr;
     }
-    static u32 SafeLength(const CStringContainer *container) noexcept
+    static u32 SafeLength(const CStringContainer *container) noexcept QV_NONBLOCKING
     {
         return container != nullptr ? container->Length() : 0;
     }
@@ -117,42 +120,45 @@ private:
     static constexpr u32 kBlockBytes = 16;
 
     // Bytes of the blocks that hold `length` characters and their terminator.
-    static constexpr u32 _PaddedLength(u32 length) noexcept { return (length + kBlockBytes) & ~(kBlockBytes - 1); }
+    static constexpr u32 _PaddedLength(u32 length) noexcept QV_NONBLOCKING
+    {
+        return (length + kBlockBytes) & ~(kBlockBytes - 1);
+    }
 
-    CStringContainer(u32 lengthAndFlags, u32 capacity, char *characters) noexcept;
+    CStringContainer(u32 lengthAndFlags, u32 capacity, char *characters) noexcept QV_NONBLOCKING;
 
-    static void _Destroy(CStringContainer *container) noexcept;
-    void _FreeBuffer() noexcept;
+    static void _Destroy(CStringContainer *container) noexcept QV_NONBLOCKING;
+    void _FreeBuffer() noexcept QV_NONBLOCKING;
 
     bool _Reallocate(u32 newLength) noexcept;
 
     // UnsafeSetLength.
-    void _SetLength(u32 newLength) noexcept;
+    void _SetLength(u32 newLength) noexcept QV_NONBLOCKING;
 
     // The one place where a length changes; `difference` is modulo 2^32, so that it may be negative. Lengths stay below
     // kLengthMask, so the flags above them stay what they are. Zeroing what is behind the text is up to the caller.
-    void _ChangeLengthBy(u32 difference) noexcept { m_Length += difference; }
+    void _ChangeLengthBy(u32 difference) noexcept QV_NONBLOCKING { m_Length += difference; }
 
     // Appends a character, not the terminator, where the holder of the only reference has room for it.
     // Returns: false, with nothing done, where it has not.
-    bool _AppendFast(char character) noexcept;
-    bool _BeginBlock(u32 newLength) noexcept;
+    bool _AppendFast(char character) noexcept QV_NONBLOCKING;
+    bool _BeginBlock(u32 newLength) noexcept QV_NONBLOCKING;
 
     // How many characters from the front path joins have found to be neither backslashes nor terminators, so that they
     // need not look there again: in the object of the resizable form, behind the fields. Whoever changes characters in
     // place, or hands them out to be changed, forgets it.
     static constexpr u32 kSearchedOffset = 32;
-    u32 _Searched() const noexcept
+    u32 _Searched() const noexcept QV_NONBLOCKING
     {
         u32 count;
         std::memcpy(&count, reinterpret_cast<const unsigned char *>(this) + kSearchedOffset, sizeof(count));
         return count;
     }
-    void _SetSearched(u32 count) noexcept
+    void _SetSearched(u32 count) noexcept QV_NONBLOCKING
     {
         std::memcpy(reinterpret_cast<unsigned char *>(this) + kSearchedOffset, &count, sizeof(count));
     }
-    void _ForgetSearched() noexcept
+    void _ForgetSearched() noexcept QV_NONBLOCKING
     {
         if (SupportsDynamicResize())
             _SetSearched(0);

@@ -35,20 +35,20 @@ namespace Internal::String
 {
 
 template <typename T, typename... Others>
-constexpr bool IsOneOf() noexcept
+constexpr bool IsOneOf() noexcept QV_NONBLOCKING
 {
     return (std::is_same<T, Others>::value || ...);
 }
 
 template <typename T>
-constexpr bool IsInteger() noexcept
+constexpr bool IsInteger() noexcept QV_NONBLOCKING
 {
     return IsOneOf<T, signed char, unsigned char, short, unsigned short, int, unsigned int, long, unsigned long,
                    long long, unsigned long long>();
 }
 
 template <typename T>
-constexpr bool IsFloatingNumber() noexcept
+constexpr bool IsFloatingNumber() noexcept QV_NONBLOCKING
 {
     return IsOneOf<T, float, double>();
 }
@@ -74,7 +74,7 @@ struct SParsedNumber
     EParseNumber m_Outcome;
     u32 m_Position;
 
-    constexpr explicit operator bool() const noexcept { return m_Outcome == ParseNumber_Ok; }
+    constexpr explicit operator bool() const noexcept QV_NONBLOCKING { return m_Outcome == ParseNumber_Ok; }
 };
 
 // Reads the integer that the whole text is: a minus sign if the type has one, and digits, letters of either case being
@@ -82,9 +82,9 @@ struct SParsedNumber
 // other. A null text is empty. `out` is written only when it is read.
 // Requires: a base from 2 to 36, else reports "base >= 2 && base <= 36", and finds no number.
 template <typename Integer, typename = std::enable_if_t<Internal::String::IsInteger<Integer>()>>
-[[nodiscard]] SParsedNumber ParseNumber(const CStringView &text, Integer &out, u32 base = 10) noexcept;
+[[nodiscard]] SParsedNumber ParseNumber(const CStringView &text, Integer &out, u32 base = 10) noexcept QV_NONBLOCKING;
 template <typename Integer, typename = std::enable_if_t<Internal::String::IsInteger<Integer>()>>
-[[nodiscard]] SParsedNumber ParseNumber(const char *text, Integer &out, u32 base = 10) noexcept;
+[[nodiscard]] SParsedNumber ParseNumber(const char *text, Integer &out, u32 base = 10) noexcept QV_NONBLOCKING;
 
 #if QV_HAS_FLOATING_NUMBERS
 
@@ -94,10 +94,10 @@ template <typename Integer, typename = std::enable_if_t<Internal::String::IsInte
 // numbers is rounded to the nearest.
 template <typename Floating, typename = std::enable_if_t<Internal::String::IsFloatingNumber<Floating>()>>
 [[nodiscard]] SParsedNumber ParseNumber(const CStringView &text, Floating &out,
-                                        std::chars_format format = std::chars_format::general) noexcept;
+                                        std::chars_format format = std::chars_format::general) noexcept QV_NONBLOCKING;
 template <typename Floating, typename = std::enable_if_t<Internal::String::IsFloatingNumber<Floating>()>>
 [[nodiscard]] SParsedNumber ParseNumber(const char *text, Floating &out,
-                                        std::chars_format format = std::chars_format::general) noexcept;
+                                        std::chars_format format = std::chars_format::general) noexcept QV_NONBLOCKING;
 
 #endif
 

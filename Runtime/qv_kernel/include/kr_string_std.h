@@ -39,25 +39,25 @@ namespace Internal::String
 {
 
 // Declares the standard's view to strings and views: see kr_string_view.h.
-SForeignView *KindOfView(TNameOf<std::string_view>) noexcept;
+SForeignView *KindOfView(TNameOf<std::string_view>) noexcept QV_NONBLOCKING;
 
 // Comparison of a string or a view of ours with the standard's view, as with ours.
 struct SComparisonWithStd
 {
     template <typename Text>
-    static bool Equal(const Text &a, const std::string_view &b) noexcept
+    static bool Equal(const Text &a, const std::string_view &b) noexcept QV_NONBLOCKING
     {
         const CStringView view = b;
         return view.Length() == b.size() && a == view;
     }
     template <typename Text>
-    static bool Less(const Text &a, const std::string_view &b) noexcept
+    static bool Less(const Text &a, const std::string_view &b) noexcept QV_NONBLOCKING
     {
         const CStringView view = b;
         return a < view || (view.Length() != b.size() && a == view);
     }
     template <typename Text>
-    static bool Greater(const Text &a, const std::string_view &b) noexcept
+    static bool Greater(const Text &a, const std::string_view &b) noexcept QV_NONBLOCKING
     {
         return a > CStringView(b);
     }
@@ -67,9 +67,9 @@ struct SComparisonWithStd
 // goes with a view of ours as well as with the standard's.
 struct SComparisonOfBufferWithStd
 {
-    static constexpr bool Equal(std::string_view a, std::string_view b) noexcept { return a == b; }
-    static constexpr bool Less(std::string_view a, std::string_view b) noexcept { return a < b; }
-    static constexpr bool Greater(std::string_view a, std::string_view b) noexcept { return a > b; }
+    static constexpr bool Equal(std::string_view a, std::string_view b) noexcept QV_NONBLOCKING { return a == b; }
+    static constexpr bool Less(std::string_view a, std::string_view b) noexcept QV_NONBLOCKING { return a < b; }
+    static constexpr bool Greater(std::string_view a, std::string_view b) noexcept QV_NONBLOCKING { return a > b; }
 };
 
 template <typename Text>
@@ -92,11 +92,12 @@ using ComparisonWithStd =
 // an explicit conversion. See kr_string_view.h and kr_string.h.
 
 // The characters of a string or a view, as the standard's view. A null text gives an empty one. Borrows.
-[[nodiscard]] inline std::string_view ToStdStringView(const CStringView &view) noexcept
+[[nodiscard]] inline std::string_view ToStdStringView(const CStringView &view) noexcept QV_NONBLOCKING
 {
     return view.Data() != nullptr ? std::string_view(view.Data(), view.Length()) : std::string_view();
 }
-[[nodiscard]] inline std::string_view ToStdStringView(const CString &string QV_INTERNAL_LIFETIMEBOUND) noexcept
+[[nodiscard]] inline std::string_view
+ToStdStringView(const CString &string QV_INTERNAL_LIFETIMEBOUND) noexcept QV_NONBLOCKING
 {
     return ToStdStringView(CStringView(string));
 }
@@ -104,7 +105,7 @@ using ComparisonWithStd =
 [[nodiscard]] std::string_view ToStdStringView(const char *) noexcept = delete;
 
 // The standard's view as ours. Views of more than 32 bits are cut. Borrows.
-[[nodiscard]] inline CStringView FromStdStringView(std::string_view view) noexcept
+[[nodiscard]] inline CStringView FromStdStringView(std::string_view view) noexcept QV_NONBLOCKING
 {
     return view;
 }
@@ -120,62 +121,62 @@ using ComparisonWithStd =
 // The comparisons of strings, views and buffers with a view of ours, for the standard's view on either side. One of more
 // than 32 bits is longer than every text of ours.
 template <typename Text, typename View, typename By = Internal::String::ComparisonWithStd<Text, View>>
-constexpr bool operator==(const Text &a, const View &b) noexcept
+constexpr bool operator==(const Text &a, const View &b) noexcept QV_NONBLOCKING
 {
     return By::Equal(a, b);
 }
 template <typename Text, typename View, typename By = Internal::String::ComparisonWithStd<Text, View>>
-constexpr bool operator!=(const Text &a, const View &b) noexcept
+constexpr bool operator!=(const Text &a, const View &b) noexcept QV_NONBLOCKING
 {
     return !By::Equal(a, b);
 }
 template <typename Text, typename View, typename By = Internal::String::ComparisonWithStd<Text, View>>
-constexpr bool operator<(const Text &a, const View &b) noexcept
+constexpr bool operator<(const Text &a, const View &b) noexcept QV_NONBLOCKING
 {
     return By::Less(a, b);
 }
 template <typename Text, typename View, typename By = Internal::String::ComparisonWithStd<Text, View>>
-constexpr bool operator>(const Text &a, const View &b) noexcept
+constexpr bool operator>(const Text &a, const View &b) noexcept QV_NONBLOCKING
 {
     return By::Greater(a, b);
 }
 template <typename Text, typename View, typename By = Internal::String::ComparisonWithStd<Text, View>>
-constexpr bool operator<=(const Text &a, const View &b) noexcept
+constexpr bool operator<=(const Text &a, const View &b) noexcept QV_NONBLOCKING
 {
     return !By::Greater(a, b);
 }
 template <typename Text, typename View, typename By = Internal::String::ComparisonWithStd<Text, View>>
-constexpr bool operator>=(const Text &a, const View &b) noexcept
+constexpr bool operator>=(const Text &a, const View &b) noexcept QV_NONBLOCKING
 {
     return !By::Less(a, b);
 }
 template <typename View, typename Text, typename By = Internal::String::ComparisonWithStd<Text, View>, int = 0>
-constexpr bool operator==(const View &a, const Text &b) noexcept
+constexpr bool operator==(const View &a, const Text &b) noexcept QV_NONBLOCKING
 {
     return By::Equal(b, a);
 }
 template <typename View, typename Text, typename By = Internal::String::ComparisonWithStd<Text, View>, int = 0>
-constexpr bool operator!=(const View &a, const Text &b) noexcept
+constexpr bool operator!=(const View &a, const Text &b) noexcept QV_NONBLOCKING
 {
     return !By::Equal(b, a);
 }
 template <typename View, typename Text, typename By = Internal::String::ComparisonWithStd<Text, View>, int = 0>
-constexpr bool operator<(const View &a, const Text &b) noexcept
+constexpr bool operator<(const View &a, const Text &b) noexcept QV_NONBLOCKING
 {
     return By::Greater(b, a);
 }
 template <typename View, typename Text, typename By = Internal::String::ComparisonWithStd<Text, View>, int = 0>
-constexpr bool operator>(const View &a, const Text &b) noexcept
+constexpr bool operator>(const View &a, const Text &b) noexcept QV_NONBLOCKING
 {
     return By::Less(b, a);
 }
 template <typename View, typename Text, typename By = Internal::String::ComparisonWithStd<Text, View>, int = 0>
-constexpr bool operator<=(const View &a, const Text &b) noexcept
+constexpr bool operator<=(const View &a, const Text &b) noexcept QV_NONBLOCKING
 {
     return !By::Less(b, a);
 }
 template <typename View, typename Text, typename By = Internal::String::ComparisonWithStd<Text, View>, int = 0>
-constexpr bool operator>=(const View &a, const Text &b) noexcept
+constexpr bool operator>=(const View &a, const Text &b) noexcept QV_NONBLOCKING
 {
     return !By::Greater(b, a);
 }
@@ -187,37 +188,37 @@ namespace Internal
 
 // A text for hashing and equality of all forms: one that begins with a terminator is empty, as in all comparisons of
 // strings.
-inline std::string_view ComparableText(std::string_view text) noexcept
+inline std::string_view ComparableText(std::string_view text) noexcept QV_NONBLOCKING
 {
     return !text.empty() && text.front() == '\0' ? std::string_view() : text;
 }
-inline std::string_view ComparableText(const CString &text) noexcept
+inline std::string_view ComparableText(const CString &text) noexcept QV_NONBLOCKING
 {
     return ComparableText(ToStdStringView(text));
 }
-inline std::string_view ComparableText(const CStringView &text) noexcept
+inline std::string_view ComparableText(const CStringView &text) noexcept QV_NONBLOCKING
 {
     return ComparableText(ToStdStringView(text));
 }
-inline std::string_view ComparableText(const char *text) noexcept
+inline std::string_view ComparableText(const char *text) noexcept QV_NONBLOCKING
 {
     return text != nullptr ? std::string_view(text) : std::string_view();
 }
 
 // How many of the characters of a standard view the kernels take at once.
-inline u32 CountedPiece(std::size_t size) noexcept
+inline u32 CountedPiece(std::size_t size) noexcept QV_NONBLOCKING
 {
     constexpr std::size_t kMaxLength = 0xFFFFFFFFu;
     return static_cast<u32>(QVMin(size, kMaxLength));
 }
 
-inline std::size_t HashIgnoringCase(std::string_view text) noexcept
+inline std::size_t HashIgnoringCase(std::string_view text) noexcept QV_NONBLOCKING
 {
     const u64 hash = SNativeStringUtils::HashCase(text.data(), CountedPiece(text.size()));
     return static_cast<std::size_t>(sizeof(std::size_t) < sizeof(u64) ? hash ^ hash >> 32 : hash);
 }
 
-inline bool EqualIgnoringCase(std::string_view a, std::string_view b) noexcept
+inline bool EqualIgnoringCase(std::string_view a, std::string_view b) noexcept QV_NONBLOCKING
 {
     if (a.size() != b.size())
         return false;
@@ -232,7 +233,7 @@ inline bool EqualIgnoringCase(std::string_view a, std::string_view b) noexcept
     return isEqual;
 }
 
-inline bool IsLessIgnoringCase(std::string_view a, std::string_view b) noexcept
+inline bool IsLessIgnoringCase(std::string_view a, std::string_view b) noexcept QV_NONBLOCKING
 {
     s32 order = 0;
     do
@@ -245,10 +246,19 @@ inline bool IsLessIgnoringCase(std::string_view a, std::string_view b) noexcept
     return order < 0 || (order == 0 && a.size() < b.size());
 }
 
+// Unchecked: the standard library's hash is a function of the characters that it reads.
+QV_INTERNAL_UNCHECKED_BEGIN
+inline std::size_t HashOf(std::string_view text) noexcept QV_NONBLOCKING
+{
+    return std::hash<std::string_view>()(text);
+}
+QV_INTERNAL_UNCHECKED_END
+
 } // namespace Internal
 
 // A hash of strings, views, the standard's views and buffers: equal for equal characters, and equal to what std::hash
-// gives the standard's view of them (of the empty view, for a text that begins with a terminator).
+// gives the standard's view of them (of the empty view, for a text that begins with a terminator). This and what follows is
+// as nonblocking as the conversion of what it is called with to the standard's view.
 struct SStringHash
 {
     using is_transparent = void;
@@ -256,7 +266,7 @@ struct SStringHash
     template <typename Text>
     std::size_t operator()(const Text &text) const noexcept
     {
-        return std::hash<std::string_view>()(Internal::ComparableText(text));
+        return Internal::HashOf(Internal::ComparableText(text));
     }
 };
 
@@ -339,13 +349,19 @@ inline std::ostream &operator<<(std::ostream &stream, const CString &string)
 template <>
 struct std::hash<Quorvane::CString>
 {
-    std::size_t operator()(const Quorvane::CString &string) const noexcept { return Quorvane::SStringHash()(string); }
+    std::size_t operator()(const Quorvane::CString &string) const noexcept QV_NONBLOCKING
+    {
+        return Quorvane::SStringHash()(string);
+    }
 };
 
 template <>
 struct std::hash<Quorvane::CStringView>
 {
-    std::size_t operator()(const Quorvane::CStringView &view) const noexcept { return Quorvane::SStringHash()(view); }
+    std::size_t operator()(const Quorvane::CStringView &view) const noexcept QV_NONBLOCKING
+    {
+        return Quorvane::SStringHash()(view);
+    }
 };
 
 #if defined(__cpp_lib_format)

@@ -30,7 +30,7 @@ struct TNameOf
 };
 struct SForeignView; // the kind of the views that are no CStringView
 
-void KindOfView(TNameOf<CStringView>) noexcept;
+void KindOfView(TNameOf<CStringView>) noexcept QV_NONBLOCKING;
 
 template <typename View>
 using KindOf = decltype(KindOfView(TNameOf<View>()));
@@ -62,59 +62,68 @@ enum ECasingType : u32
 class CStringView
 {
 public:
-    constexpr CStringView() noexcept : m_Data(nullptr), m_Length(0) {}
-    constexpr CStringView(const char *data QV_INTERNAL_LIFETIMEBOUND, u32 length) noexcept
-        : m_Data(data), m_Length(length)
+    constexpr CStringView() noexcept QV_NONBLOCKING : m_Data(nullptr), m_Length(0) {}
+    constexpr CStringView(const char *data QV_INTERNAL_LIFETIMEBOUND, u32 length) noexcept QV_NONBLOCKING
+        : m_Data(data),
+          m_Length(length)
     {
     }
     // The whole text, up to its terminator; null gives the empty view. Explicit, so that a text given to one of several
     // overloads goes where it always went.
-    constexpr explicit CStringView(const char *str QV_INTERNAL_LIFETIMEBOUND) noexcept;
-    CStringView(const CString &string QV_INTERNAL_LIFETIMEBOUND) noexcept;
+    constexpr explicit CStringView(const char *str QV_INTERNAL_LIFETIMEBOUND) noexcept QV_NONBLOCKING;
+    CStringView(const CString &string QV_INTERNAL_LIFETIMEBOUND) noexcept QV_NONBLOCKING;
     // Borrows from a temporary: good until the end of the full expression.
-    CStringView(CString &&string QV_INTERNAL_LIFETIMEBOUND) noexcept;
-    constexpr CStringView(const TMemoryView<const char> &view) noexcept : m_Data(view.Data()), m_Length(view.Count()) {}
+    CStringView(CString &&string QV_INTERNAL_LIFETIMEBOUND) noexcept QV_NONBLOCKING;
+    constexpr CStringView(const TMemoryView<const char> &view) noexcept QV_NONBLOCKING : m_Data(view.Data()),
+                                                                                         m_Length(view.Count())
+    {
+    }
     // From and to the standard's view, where kr_string_std.h is included. A standard's view of more than 32 bits is cut; a
     // null text becomes the standard's empty view.
     template <typename View, typename = Internal::String::IfForeignView<View>>
-    constexpr CStringView(const View &view) noexcept
-        : m_Data(view.data()), m_Length(static_cast<u32>(QVMin<u64>(view.size(), 0xFFFFFFFFu)))
+    constexpr CStringView(const View &view) noexcept QV_NONBLOCKING
+        : m_Data(view.data()),
+          m_Length(static_cast<u32>(QVMin<u64>(view.size(), 0xFFFFFFFFu)))
     {
     }
     template <typename View, typename = Internal::String::IfForeignView<View>>
-    constexpr operator View() const noexcept
+    constexpr operator View() const noexcept QV_NONBLOCKING
     {
         return View(m_Data, m_Data != nullptr ? m_Length : 0);
     }
 
     // A view of the whole text; null gives the empty view.
-    [[nodiscard]] static CStringView FromNullTerminatedString(const char *str QV_INTERNAL_LIFETIMEBOUND) noexcept;
+    [[nodiscard]] static CStringView
+    FromNullTerminatedString(const char *str QV_INTERNAL_LIFETIMEBOUND) noexcept QV_NONBLOCKING;
 
     // ---- Reading ----------------------------------------------------------------------------------------------------
 
-    constexpr const char *Data() const noexcept { return m_Data; }
-    constexpr u32 Length() const noexcept { return m_Length; }
+    constexpr const char *Data() const noexcept QV_NONBLOCKING { return m_Data; }
+    constexpr u32 Length() const noexcept QV_NONBLOCKING { return m_Length; }
     // By length: the characters are not looked at.
-    [[nodiscard]] constexpr bool Empty() const noexcept { return m_Length == 0; }
-    [[nodiscard]] constexpr TMemoryView<const char> View() const noexcept
+    [[nodiscard]] constexpr bool Empty() const noexcept QV_NONBLOCKING { return m_Length == 0; }
+    [[nodiscard]] constexpr TMemoryView<const char> View() const noexcept QV_NONBLOCKING
     {
         return TMemoryView<const char>(m_Data, m_Length);
     }
 
     // The characters as a range; a view of null is an empty one whatever its length.
-    [[nodiscard]] constexpr const char *begin() const noexcept { return m_Data; }
-    [[nodiscard]] constexpr const char *end() const noexcept { return m_Data != nullptr ? m_Data + m_Length : nullptr; }
+    [[nodiscard]] constexpr const char *begin() const noexcept QV_NONBLOCKING { return m_Data; }
+    [[nodiscard]] constexpr const char *end() const noexcept QV_NONBLOCKING
+    {
+        return m_Data != nullptr ? m_Data + m_Length : nullptr;
+    }
 
     // The character at `index`, by value.
     // Requires: an index in the view, else reports "index < m_Length" and reads there all the same.
-    char operator[](u32 index) const noexcept
+    char operator[](u32 index) const noexcept QV_NONBLOCKING
     {
         QV_ASSERT(index < m_Length);
         return QV_INTERNAL_LIKELY(m_Data != nullptr) ? m_Data[index] : '\0';
     }
 
     // Back to (null, 0).
-    void Clear() noexcept { *this = CStringView(); }
+    void Clear() noexcept QV_NONBLOCKING { *this = CStringView(); }
 
     // A string with a copy of the characters. Fails: an empty string when memory is refused.
     [[nodiscard]] CString ToString() const noexcept;
@@ -125,49 +134,50 @@ public:
     // ---- Pieces -----------------------------------------------------------------------------------------------------
 
     // The characters from `start`, or `count` of them; both clamped to the view.
-    [[nodiscard]] CStringView Slice(u32 start) const noexcept;
-    [[nodiscard]] CStringView Slice(u32 start, u32 count) const noexcept;
+    [[nodiscard]] CStringView Slice(u32 start) const noexcept QV_NONBLOCKING;
+    [[nodiscard]] CStringView Slice(u32 start, u32 count) const noexcept QV_NONBLOCKING;
 
     // The view without the given character, or any character of the set, at both ends, the start or the end. A null or
     // empty set strips nothing.
-    [[nodiscard]] CStringView Strip(char character) const noexcept;
-    [[nodiscard]] CStringView Strip(const char *set) const noexcept;
-    [[nodiscard]] CStringView StripLeft(char character) const noexcept;
-    [[nodiscard]] CStringView StripLeft(const char *set) const noexcept;
-    [[nodiscard]] CStringView StripRight(char character) const noexcept;
-    [[nodiscard]] CStringView StripRight(const char *set) const noexcept;
+    [[nodiscard]] CStringView Strip(char character) const noexcept QV_NONBLOCKING;
+    [[nodiscard]] CStringView Strip(const char *set) const noexcept QV_NONBLOCKING;
+    [[nodiscard]] CStringView StripLeft(char character) const noexcept QV_NONBLOCKING;
+    [[nodiscard]] CStringView StripLeft(const char *set) const noexcept QV_NONBLOCKING;
+    [[nodiscard]] CStringView StripRight(char character) const noexcept QV_NONBLOCKING;
+    [[nodiscard]] CStringView StripRight(const char *set) const noexcept QV_NONBLOCKING;
 
     // ---- Comparison -------------------------------------------------------------------------------------------------
 
     // Equality. As for strings, a terminator ends the comparison where both have one, and ignoring case follows the
     // platform's library.
-    [[nodiscard]] bool Compare(const char *other, ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+    [[nodiscard]] bool Compare(const char *other,
+                               ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
     [[nodiscard]] bool Compare(const CStringView &other,
-                               ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+                               ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
 
     // Equality of all characters, embedded terminators included.
-    bool operator==(const char *other) const noexcept;
-    bool operator==(const CStringView &other) const noexcept;
-    bool operator!=(const char *other) const noexcept { return !(*this == other); }
-    bool operator!=(const CStringView &other) const noexcept { return !(*this == other); }
+    bool operator==(const char *other) const noexcept QV_NONBLOCKING;
+    bool operator==(const CStringView &other) const noexcept QV_NONBLOCKING;
+    bool operator!=(const char *other) const noexcept QV_NONBLOCKING { return !(*this == other); }
+    bool operator!=(const CStringView &other) const noexcept QV_NONBLOCKING { return !(*this == other); }
 
     // ---- Casing -----------------------------------------------------------------------------------------------------
 
     // True when no character differs from its upper-case (lower-case) form.
-    [[nodiscard]] bool IsUpper() const noexcept;
-    [[nodiscard]] bool IsLower() const noexcept;
+    [[nodiscard]] bool IsUpper() const noexcept QV_NONBLOCKING;
+    [[nodiscard]] bool IsLower() const noexcept QV_NONBLOCKING;
     // Unspecified without a letter.
-    [[nodiscard]] ECasingType AnalyzeCasing() const noexcept;
+    [[nodiscard]] ECasingType AnalyzeCasing() const noexcept QV_NONBLOCKING;
 
     // ---- Search -----------------------------------------------------------------------------------------------------
 
     // The index of the first character at or after `start`, or of the last one, that is the given character or one of
     // the set; CGuid::INVALID when there is none. A null or empty set finds nothing.
-    [[nodiscard]] CGuid FindFirstOf(char character) const noexcept { return FindNextOf(character, 0); }
-    [[nodiscard]] CGuid FindFirstOf(const char *set) const noexcept { return FindNextOf(set, 0); }
-    [[nodiscard]] CGuid FindNextOf(char character, u32 start) const noexcept;
-    [[nodiscard]] CGuid FindNextOf(const char *set, u32 start) const noexcept;
-    [[nodiscard]] CGuid FindLastOf(char character) const noexcept;
+    [[nodiscard]] CGuid FindFirstOf(char character) const noexcept QV_NONBLOCKING { return FindNextOf(character, 0); }
+    [[nodiscard]] CGuid FindFirstOf(const char *set) const noexcept QV_NONBLOCKING { return FindNextOf(set, 0); }
+    [[nodiscard]] CGuid FindNextOf(char character, u32 start) const noexcept QV_NONBLOCKING;
+    [[nodiscard]] CGuid FindNextOf(const char *set, u32 start) const noexcept QV_NONBLOCKING;
+    [[nodiscard]] CGuid FindLastOf(char character) const noexcept QV_NONBLOCKING;
 
     // The index of the first place at or after `start`, or of the last place, where the whole of `text` stands;
     // CGuid::INVALID when there is none. All characters count, embedded terminators included; a buffer ends at its
@@ -175,29 +185,33 @@ public:
     // at `start`, unless that is beyond the length, and last at the length.
     // Cost: linear in both, whatever they are.
     [[nodiscard]] CGuid FindText(const CStringView &text, u32 start = 0,
-                                 ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+                                 ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
     [[nodiscard]] CGuid FindText(const char *text, u32 start = 0,
-                                 ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+                                 ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
     CGuid FindText(const CStringView &text, ECaseSensitivity) const = delete; // it would be taken for `start`
     CGuid FindText(const char *text, ECaseSensitivity) const = delete;
     [[nodiscard]] CGuid FindLastText(const CStringView &text,
-                                     ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
-    [[nodiscard]] CGuid FindLastText(const char *text, ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+                                     ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
+    [[nodiscard]] CGuid FindLastText(const char *text,
+                                     ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
 
     // Prefix, suffix and substring tests; case is ASCII case. An empty argument is contained in everything.
     [[nodiscard]] bool StartsWith(const CStringView &other,
-                                  ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
-    [[nodiscard]] bool StartsWith(const char *other, ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+                                  ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
+    [[nodiscard]] bool StartsWith(const char *other,
+                                  ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
     [[nodiscard]] bool EndsWith(const CStringView &other,
-                                ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
-    [[nodiscard]] bool EndsWith(const char *other, ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+                                ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
+    [[nodiscard]] bool EndsWith(const char *other,
+                                ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
     [[nodiscard]] bool Contains(const CStringView &other,
-                                ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
-    [[nodiscard]] bool Contains(const char *other, ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+                                ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
+    [[nodiscard]] bool Contains(const char *other,
+                                ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
 
     // True when the view holds only characters of the set, of which a terminator is none. A null or empty set asks for
     // plain emptiness.
-    [[nodiscard]] bool Empty(const char *blanks) const noexcept;
+    [[nodiscard]] bool Empty(const char *blanks) const noexcept QV_NONBLOCKING;
 
     // ---- Splitting --------------------------------------------------------------------------------------------------
 
@@ -223,19 +237,22 @@ public:
     // none and patterns of nothing but stars.
     // Cost: at most pattern times view steps.
     [[nodiscard]] bool Match(const CStringView &pattern,
-                             ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
-    [[nodiscard]] bool Match(const char *pattern, ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
-    [[nodiscard]] bool MatchWithInhibitors(const CStringView &pattern,
-                                           ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
-    [[nodiscard]] bool MatchWithInhibitors(const char *pattern,
-                                           ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept;
+                             ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
+    [[nodiscard]] bool Match(const char *pattern,
+                             ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
+    [[nodiscard]] bool
+    MatchWithInhibitors(const CStringView &pattern,
+                        ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
+    [[nodiscard]] bool
+    MatchWithInhibitors(const char *pattern,
+                        ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
 
     // The weight of two texts from 0 to 1, as CString::FuzzyMatch has it for strings of the same characters.
     // Cost: lengths multiplied, by 64. Allocates: a block of 4 bytes per character of the longer text when that has 256
     // characters or more. Fails: 0, and so do lengths that no string can have.
     // Stack: 4 KiB; 8 KiB when the longer text has 256 characters or more.
-    [[nodiscard]] float FuzzyMatch(const CStringView &other) const noexcept;
-    [[nodiscard]] float FuzzyMatch(const char *other) const noexcept;
+    [[nodiscard]] float FuzzyMatch(const CStringView &other) const noexcept QV_NONBLOCKING;
+    [[nodiscard]] float FuzzyMatch(const char *other) const noexcept QV_NONBLOCKING;
 
 private:
     const char *m_Data;

@@ -25,15 +25,15 @@ class TArray_BaseContainerImpl
     static_assert(kElementBytes < 0x80000000u, "the bytes of 2^32 elements are computed in 64 bits, signed");
 
 public:
-    T *_Data() noexcept { return m_Data; }
-    u32 _Count() const noexcept { return m_Count; }
-    u32 _MaxCount() const noexcept { return m_MaxCount; }
-    void _SetMaxCount(u32 maxCount) noexcept { m_MaxCount = maxCount; }
+    T *_Data() noexcept QV_NONBLOCKING { return m_Data; }
+    u32 _Count() const noexcept QV_NONBLOCKING { return m_Count; }
+    u32 _MaxCount() const noexcept QV_NONBLOCKING { return m_MaxCount; }
+    void _SetMaxCount(u32 maxCount) noexcept QV_NONBLOCKING { m_MaxCount = maxCount; }
 
-    T *_RawBegin() noexcept { return m_Data; }
-    const T *_RawBegin() const noexcept { return m_Data; }
-    T *_RawEnd() noexcept { return m_Data + m_Count; }
-    const T *_RawEnd() const noexcept { return m_Data + m_Count; }
+    T *_RawBegin() noexcept QV_NONBLOCKING { return m_Data; }
+    const T *_RawBegin() const noexcept QV_NONBLOCKING { return m_Data; }
+    T *_RawEnd() noexcept QV_NONBLOCKING { return m_Data + m_Count; }
+    const T *_RawEnd() const noexcept QV_NONBLOCKING { return m_Data + m_Count; }
 
     // Raises the capacity to at least `wishedSize`, with headroom by the controller's rule.
     // Requires: "wishedSize > _MaxCount()".
@@ -47,7 +47,7 @@ public:
 
 protected:
     TArray_BaseContainerImpl() = default;
-    TArray_BaseContainerImpl(TArray_BaseContainerImpl &&other) noexcept
+    TArray_BaseContainerImpl(TArray_BaseContainerImpl &&other) noexcept QV_NONBLOCKING
         : m_Data(std::exchange(other.m_Data, nullptr)),
           m_Count(std::exchange(other.m_Count, 0)),
           m_MaxCount(std::exchange(other.m_MaxCount, 0))
@@ -57,7 +57,7 @@ protected:
     TArray_BaseContainerImpl &operator=(const TArray_BaseContainerImpl &) = delete;
     ~TArray_BaseContainerImpl() = default;
 
-    void _SwapBuffers(TArray_BaseContainerImpl &other) noexcept
+    void _SwapBuffers(TArray_BaseContainerImpl &other) noexcept QV_NONBLOCKING
     {
         std::swap(m_Data, other.m_Data);
         std::swap(m_Count, other.m_Count);
@@ -80,7 +80,7 @@ protected:
 
 private:
     // What the allocator is asked for: its default (0) aligns every type that is not over-aligned.
-    static constexpr u32 _BlockAlignment() noexcept
+    static constexpr u32 _BlockAlignment() noexcept QV_NONBLOCKING
     {
         constexpr u32 forElements = alignof(T) > alignof(std::max_align_t) ? u32(alignof(T)) : 0;
         return Controller::Alignment() == 0 ? forElements : QVMax(Controller::Alignment(), u32(alignof(T)));

@@ -33,127 +33,146 @@ public:
     using reference = _Element &;
 
     TDebugContiguousBaseIterator() = default;
-    TDebugContiguousBaseIterator(pointer position, const TArray_Base *owner) noexcept
-        : RealType{position}, m_Owner(owner)
+    TDebugContiguousBaseIterator(pointer position, const TArray_Base *owner) noexcept QV_NONBLOCKING
+        : RealType{position},
+          m_Owner(owner)
     {
     }
     // From the iterator to elements of the same type, to the one to const elements.
     template <typename OtherType, typename = std::enable_if_t<Internal::IsQualificationConversion<
                                       typename OtherType::ElementType, typename RealType::ElementType>>>
-    TDebugContiguousBaseIterator(const TDebugContiguousBaseIterator<OtherType> &other) noexcept
-        : RealType{other.m_Ptr}, m_Owner(other.m_Owner)
+    TDebugContiguousBaseIterator(const TDebugContiguousBaseIterator<OtherType> &other) noexcept QV_NONBLOCKING
+        : RealType{other.m_Ptr},
+          m_Owner(other.m_Owner)
     {
     }
 
-    reference operator*() const noexcept
+    reference operator*() const noexcept QV_NONBLOCKING
     {
         if (QV_ASSERTS && QV_INTERNAL_UNLIKELY(!_AtElement()))
             return _Inaccessible();
         return *RealType::m_Ptr;
     }
-    pointer operator->() const noexcept { return __builtin_addressof(**this); }
-    reference operator[](s32 n) const noexcept { return *(*this + n); }
+    pointer operator->() const noexcept QV_NONBLOCKING { return __builtin_addressof(**this); }
+    reference operator[](s32 n) const noexcept QV_NONBLOCKING { return *(*this + n); }
 
-    TDebugContiguousBaseIterator &operator+=(s32 n) noexcept
+    TDebugContiguousBaseIterator &operator+=(s32 n) noexcept QV_NONBLOCKING
     {
         _Move(n);
         return *this;
     }
-    TDebugContiguousBaseIterator &operator-=(s32 n) noexcept
+    TDebugContiguousBaseIterator &operator-=(s32 n) noexcept QV_NONBLOCKING
     {
         _Move(-s64(n));
         return *this;
     }
-    TDebugContiguousBaseIterator &operator++() noexcept { return *this += 1; }
-    TDebugContiguousBaseIterator &operator--() noexcept { return *this -= 1; }
-    TDebugContiguousBaseIterator operator++(int) noexcept
+    TDebugContiguousBaseIterator &operator++() noexcept QV_NONBLOCKING { return *this += 1; }
+    TDebugContiguousBaseIterator &operator--() noexcept QV_NONBLOCKING { return *this -= 1; }
+    TDebugContiguousBaseIterator operator++(int) noexcept QV_NONBLOCKING
     {
         const TDebugContiguousBaseIterator before = *this;
         ++*this;
         return before;
     }
-    TDebugContiguousBaseIterator operator--(int) noexcept
+    TDebugContiguousBaseIterator operator--(int) noexcept QV_NONBLOCKING
     {
         const TDebugContiguousBaseIterator before = *this;
         --*this;
         return before;
     }
-    friend TDebugContiguousBaseIterator operator+(TDebugContiguousBaseIterator it, s32 n) noexcept { return it += n; }
-    friend TDebugContiguousBaseIterator operator+(s32 n, TDebugContiguousBaseIterator it) noexcept { return it += n; }
-    friend TDebugContiguousBaseIterator operator-(TDebugContiguousBaseIterator it, s32 n) noexcept { return it -= n; }
-    friend s32 operator-(const TDebugContiguousBaseIterator &a, const TDebugContiguousBaseIterator &b) noexcept
+    friend TDebugContiguousBaseIterator operator+(TDebugContiguousBaseIterator it, s32 n) noexcept QV_NONBLOCKING
+    {
+        return it += n;
+    }
+    friend TDebugContiguousBaseIterator operator+(s32 n, TDebugContiguousBaseIterator it) noexcept QV_NONBLOCKING
+    {
+        return it += n;
+    }
+    friend TDebugContiguousBaseIterator operator-(TDebugContiguousBaseIterator it, s32 n) noexcept QV_NONBLOCKING
+    {
+        return it -= n;
+    }
+    friend s32 operator-(const TDebugContiguousBaseIterator &a,
+                         const TDebugContiguousBaseIterator &b) noexcept QV_NONBLOCKING
     {
         return a._Minus(b);
     }
 
-    friend bool operator==(const TDebugContiguousBaseIterator &a, const TDebugContiguousBaseIterator &b) noexcept
+    friend bool operator==(const TDebugContiguousBaseIterator &a,
+                           const TDebugContiguousBaseIterator &b) noexcept QV_NONBLOCKING
     {
         _AssertInStorage(a, b);
         return a.m_Ptr == b.m_Ptr;
     }
-    friend bool operator<(const TDebugContiguousBaseIterator &a, const TDebugContiguousBaseIterator &b) noexcept
+    friend bool operator<(const TDebugContiguousBaseIterator &a,
+                          const TDebugContiguousBaseIterator &b) noexcept QV_NONBLOCKING
     {
         _AssertInStorage(a, b);
         return a.m_Ptr < b.m_Ptr;
     }
-    friend bool operator!=(const TDebugContiguousBaseIterator &a, const TDebugContiguousBaseIterator &b) noexcept
+    friend bool operator!=(const TDebugContiguousBaseIterator &a,
+                           const TDebugContiguousBaseIterator &b) noexcept QV_NONBLOCKING
     {
         return !(a == b);
     }
-    friend bool operator>(const TDebugContiguousBaseIterator &a, const TDebugContiguousBaseIterator &b) noexcept
+    friend bool operator>(const TDebugContiguousBaseIterator &a,
+                          const TDebugContiguousBaseIterator &b) noexcept QV_NONBLOCKING
     {
         return b < a;
     }
-    friend bool operator<=(const TDebugContiguousBaseIterator &a, const TDebugContiguousBaseIterator &b) noexcept
+    friend bool operator<=(const TDebugContiguousBaseIterator &a,
+                           const TDebugContiguousBaseIterator &b) noexcept QV_NONBLOCKING
     {
         return !(b < a);
     }
-    friend bool operator>=(const TDebugContiguousBaseIterator &a, const TDebugContiguousBaseIterator &b) noexcept
+    friend bool operator>=(const TDebugContiguousBaseIterator &a,
+                           const TDebugContiguousBaseIterator &b) noexcept QV_NONBLOCKING
     {
         return !(a < b);
     }
 
 private:
-    void _AssertInStorage() const noexcept
+    void _AssertInStorage() const noexcept QV_NONBLOCKING
     {
         QV_ASSERT(m_Owner != null && RealType::m_Ptr >= m_Owner->_RawBegin() && RealType::m_Ptr <= m_Owner->_RawEnd());
     }
-    static void _AssertInStorage(const TDebugContiguousBaseIterator &a, const TDebugContiguousBaseIterator &b) noexcept
+    static void _AssertInStorage(const TDebugContiguousBaseIterator &a,
+                                 const TDebugContiguousBaseIterator &b) noexcept QV_NONBLOCKING
     {
         a._AssertInStorage();
         b._AssertInStorage();
     }
 
-    bool _AtElement() const noexcept
+    bool _AtElement() const noexcept QV_NONBLOCKING
     {
         return m_Owner != nullptr && RealType::m_Ptr >= m_Owner->_RawBegin() && RealType::m_Ptr < m_Owner->_RawEnd();
     }
 
     // Addresses instead of pointers, which may not leave their array even to be compared.
-    ureg _AddressAt(s64 n) const noexcept
+    ureg _AddressAt(s64 n) const noexcept QV_NONBLOCKING
     {
         return reinterpret_cast<ureg>(RealType::m_Ptr) + static_cast<ureg>(n) * sizeof(_Element);
     }
-    bool _InStorage(ureg address) const noexcept
+    bool _InStorage(ureg address) const noexcept QV_NONBLOCKING
     {
         return m_Owner != nullptr && address >= reinterpret_cast<ureg>(m_Owner->_RawBegin()) &&
                address <= reinterpret_cast<ureg>(m_Owner->_RawEnd());
     }
 
-    void _Move(s64 n) noexcept
+    void _Move(s64 n) noexcept QV_NONBLOCKING
     {
         if (QV_ASSERTS && QV_INTERNAL_UNLIKELY(!_InStorage(_AddressAt(n))))
             _MoveOutside(n);
         else
             RealType::m_Ptr += static_cast<std::ptrdiff_t>(n);
     }
-    QV_INTERNAL_COLD void _MoveOutside(s64 n) noexcept
+    QV_INTERNAL_COLD void _MoveOutside(s64 n) noexcept QV_NONBLOCKING
     {
         RealType::m_Ptr = reinterpret_cast<pointer>(_AddressAt(n));
         _AssertInStorage();
     }
 
-    s32 _Minus(const TDebugContiguousBaseIterator &other) const noexcept
+    s32 _Minus(const TDebugContiguousBaseIterator &other) const noexcept QV_NONBLOCKING
     {
         QV_ASSERT_MESSAGE(m_Owner == other.m_Owner, "unrelated iterators.");
         if (QV_ASSERTS && QV_INTERNAL_UNLIKELY(m_Owner != other.m_Owner))
@@ -162,7 +181,7 @@ private:
     }
 
     // What a dereference outside the elements refers to, after its one report.
-    QV_INTERNAL_COLD reference _Inaccessible() const noexcept
+    QV_INTERNAL_COLD reference _Inaccessible() const noexcept QV_NONBLOCKING
     {
         QV_ASSERT(RealType::m_Ptr != null);
         if (RealType::m_Ptr != nullptr)

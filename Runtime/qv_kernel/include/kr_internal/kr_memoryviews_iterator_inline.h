@@ -25,31 +25,32 @@ public:
     using pointer = T *;
     using reference = T &;
 
-    Iterator() noexcept : m_Address(0), m_Stride(0), m_Repeats(0) {}
-    Iterator(const u8 *address, u32 stride) noexcept
-        : m_Address(reinterpret_cast<ureg>(address)), m_Stride(stride), m_Repeats(0)
+    Iterator() noexcept QV_NONBLOCKING : m_Address(0), m_Stride(0), m_Repeats(0) {}
+    Iterator(const u8 *address, u32 stride) noexcept QV_NONBLOCKING : m_Address(reinterpret_cast<ureg>(address)),
+                                                                      m_Stride(stride),
+                                                                      m_Repeats(0)
     {
     }
 
-    T &operator*() const noexcept { return *reinterpret_cast<T *>(m_Address); }
-    T *operator->() const noexcept { return &**this; }
-    T &operator[](difference_type n) const noexcept { return *(*this + n); }
+    T &operator*() const noexcept QV_NONBLOCKING { return *reinterpret_cast<T *>(m_Address); }
+    T *operator->() const noexcept QV_NONBLOCKING { return &**this; }
+    T &operator[](difference_type n) const noexcept QV_NONBLOCKING { return *(*this + n); }
 
-    Iterator &operator++() noexcept { return *this += 1; }
-    Iterator &operator--() noexcept { return *this -= 1; }
-    Iterator operator++(int) noexcept
+    Iterator &operator++() noexcept QV_NONBLOCKING { return *this += 1; }
+    Iterator &operator--() noexcept QV_NONBLOCKING { return *this -= 1; }
+    Iterator operator++(int) noexcept QV_NONBLOCKING
     {
         const Iterator before = *this;
         ++*this;
         return before;
     }
-    Iterator operator--(int) noexcept
+    Iterator operator--(int) noexcept QV_NONBLOCKING
     {
         const Iterator before = *this;
         --*this;
         return before;
     }
-    Iterator &operator+=(difference_type n) noexcept
+    Iterator &operator+=(difference_type n) noexcept QV_NONBLOCKING
     {
         if (QV_INTERNAL_UNLIKELY(m_Stride == 0))
             m_Repeats += static_cast<u32>(n);
@@ -57,28 +58,28 @@ public:
             m_Address += static_cast<ureg>(n) * m_Stride;
         return *this;
     }
-    Iterator &operator-=(difference_type n) noexcept { return *this += -n; }
-    friend Iterator operator+(Iterator it, difference_type n) noexcept { return it += n; }
-    friend Iterator operator+(difference_type n, Iterator it) noexcept { return it += n; }
-    friend Iterator operator-(Iterator it, difference_type n) noexcept { return it -= n; }
-    friend difference_type operator-(const Iterator &a, const Iterator &b) noexcept
+    Iterator &operator-=(difference_type n) noexcept QV_NONBLOCKING { return *this += -n; }
+    friend Iterator operator+(Iterator it, difference_type n) noexcept QV_NONBLOCKING { return it += n; }
+    friend Iterator operator+(difference_type n, Iterator it) noexcept QV_NONBLOCKING { return it += n; }
+    friend Iterator operator-(Iterator it, difference_type n) noexcept QV_NONBLOCKING { return it -= n; }
+    friend difference_type operator-(const Iterator &a, const Iterator &b) noexcept QV_NONBLOCKING
     {
         if (QV_INTERNAL_UNLIKELY(a.m_Stride == 0))
             return static_cast<difference_type>(a.m_Repeats) - static_cast<difference_type>(b.m_Repeats);
         return static_cast<difference_type>(a.m_Address - b.m_Address) / static_cast<difference_type>(a.m_Stride);
     }
-    friend bool operator==(const Iterator &a, const Iterator &b) noexcept
+    friend bool operator==(const Iterator &a, const Iterator &b) noexcept QV_NONBLOCKING
     {
         return a.m_Address == b.m_Address && (QV_INTERNAL_LIKELY(a.m_Stride != 0) || a.m_Repeats == b.m_Repeats);
     }
-    friend bool operator!=(const Iterator &a, const Iterator &b) noexcept { return !(a == b); }
-    friend bool operator<(const Iterator &a, const Iterator &b) noexcept
+    friend bool operator!=(const Iterator &a, const Iterator &b) noexcept QV_NONBLOCKING { return !(a == b); }
+    friend bool operator<(const Iterator &a, const Iterator &b) noexcept QV_NONBLOCKING
     {
         return a.m_Address < b.m_Address || (a.m_Address == b.m_Address && a.m_Repeats < b.m_Repeats);
     }
-    friend bool operator>(const Iterator &a, const Iterator &b) noexcept { return b < a; }
-    friend bool operator<=(const Iterator &a, const Iterator &b) noexcept { return !(b < a); }
-    friend bool operator>=(const Iterator &a, const Iterator &b) noexcept { return !(a < b); }
+    friend bool operator>(const Iterator &a, const Iterator &b) noexcept QV_NONBLOCKING { return b < a; }
+    friend bool operator<=(const Iterator &a, const Iterator &b) noexcept QV_NONBLOCKING { return !(b < a); }
+    friend bool operator>=(const Iterator &a, const Iterator &b) noexcept QV_NONBLOCKING { return !(a < b); }
 
 private:
     ureg m_Address;

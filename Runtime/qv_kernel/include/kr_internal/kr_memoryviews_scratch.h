@@ -15,9 +15,12 @@ namespace Quorvane
 namespace Internal
 {
 
+// Unchecked: memory that a thread has for what comes after a report. The constructor of the element is its own business.
+QV_INTERNAL_UNCHECKED_BEGIN
+
 // Memory of the thread's own for one element, which nobody constructs or destroys.
 template <typename Element>
-QV_INTERNAL_HIDDEN void *ScratchMemory() noexcept
+QV_INTERNAL_HIDDEN void *ScratchMemory() noexcept QV_NONBLOCKING
 {
     static thread_local struct
     {
@@ -29,8 +32,9 @@ QV_INTERNAL_HIDDEN void *ScratchMemory() noexcept
 // What an access outside a view or an array refers to after its report: a fresh element of the thread's own, valid
 // until the thread's next such access. Types that cannot be default-constructed see zeroed memory.
 template <typename T>
-QV_INTERNAL_HIDDEN T &ScratchElement() noexcept
+QV_INTERNAL_HIDDEN T &ScratchElement() noexcept QV_NONBLOCKING
 {
+    QV_INTERNAL_REALTIME_PAUSE;
     using Element = std::remove_cv_t<T>;
     if constexpr (!std::is_default_constructible<Element>::value)
     {
@@ -48,6 +52,8 @@ QV_INTERNAL_HIDDEN T &ScratchElement() noexcept
         return *::new (static_cast<void *>(&scratch)) Element{};
     }
 }
+
+QV_INTERNAL_UNCHECKED_END
 
 } // namespace Internal
 

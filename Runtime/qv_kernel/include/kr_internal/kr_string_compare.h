@@ -15,7 +15,7 @@ namespace Internal::String
 
 // The difference of two values of type T from any two addresses, 0 when they are the same.
 template <typename T>
-inline T DifferenceOf(const char *a, const char *b) noexcept
+inline T DifferenceOf(const char *a, const char *b) noexcept QV_NONBLOCKING
 {
     T valueA;
     T valueB;
@@ -25,10 +25,10 @@ inline T DifferenceOf(const char *a, const char *b) noexcept
 }
 
 // Equality of more than 32 characters.
-bool EqualCharactersSlow(const char *a, const char *b, u32 length) noexcept;
+bool EqualCharactersSlow(const char *a, const char *b, u32 length) noexcept QV_NONBLOCKING;
 
 // Equality of `length` characters. Few of them are compared as two values that overlap in the middle.
-inline bool EqualCharacters(const char *a, const char *b, u32 length) noexcept
+inline bool EqualCharacters(const char *a, const char *b, u32 length) noexcept QV_NONBLOCKING
 {
     if (length > 4 * sizeof(u64))
         return EqualCharactersSlow(a, b, length);

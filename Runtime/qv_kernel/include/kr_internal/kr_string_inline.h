@@ -19,7 +19,7 @@
 namespace Quorvane
 {
 
-inline bool CStringContainer::_BeginBlock(u32 newLength) noexcept
+inline bool CStringContainer::_BeginBlock(u32 newLength) noexcept QV_NONBLOCKING
 {
     if (newLength >= m_Capacity)
         return false;
@@ -28,7 +28,7 @@ inline bool CStringContainer::_BeginBlock(u32 newLength) noexcept
 }
 
 // As few instructions as there can be: programs build text in this loop.
-inline bool CStringContainer::_AppendFast(char character) noexcept
+inline bool CStringContainer::_AppendFast(char character) noexcept QV_NONBLOCKING
 {
     if (RefCount() != 1)
         return false;
@@ -55,7 +55,7 @@ inline CString::CString(const char *source, u32 sourceLen) noexcept
 
 // The usual case of each comparison: two containers with characters. Everything else goes to the .cpp.
 
-inline bool CString::operator==(const CString &other) const noexcept
+inline bool CString::operator==(const CString &other) const noexcept QV_NONBLOCKING
 {
     const CStringContainer *a = m_Container.Get();
     const CStringContainer *b = other.m_Container.Get();
@@ -67,7 +67,7 @@ inline bool CString::operator==(const CString &other) const noexcept
     return length == b->Length() && (dataA == dataB || Internal::String::EqualCharacters(dataA, dataB, length));
 }
 
-inline bool CString::operator<(const CString &other) const noexcept
+inline bool CString::operator<(const CString &other) const noexcept QV_NONBLOCKING
 {
     const CStringContainer *a = m_Container.Get();
     const CStringContainer *b = other.m_Container.Get();
@@ -80,7 +80,7 @@ inline bool CString::operator<(const CString &other) const noexcept
     return std::memcmp(dataA, dataB, QVMin(a->Length(), b->Length()) + 1) < 0;
 }
 
-inline bool CString::operator>(const CString &other) const noexcept
+inline bool CString::operator>(const CString &other) const noexcept QV_NONBLOCKING
 {
     const CStringContainer *a = m_Container.Get();
     const CStringContainer *b = other.m_Container.Get();
@@ -94,7 +94,7 @@ inline bool CString::operator>(const CString &other) const noexcept
     return order > 0 || (order == 0 && common < wanted);
 }
 
-inline char *CString::RawDataForWriting() noexcept QV_INTERNAL_LIFETIMEBOUND
+inline char *CString::RawDataForWriting() noexcept QV_NONALLOCATING QV_INTERNAL_LIFETIMEBOUND
 {
     _MakeUnique();
     CStringContainer *container = m_Container.Get();
@@ -104,7 +104,7 @@ inline char *CString::RawDataForWriting() noexcept QV_INTERNAL_LIFETIMEBOUND
     return container->Data();
 }
 
-inline CGuid CString::FindNextOf(char character, u32 start) const noexcept
+inline CGuid CString::FindNextOf(char character, u32 start) const noexcept QV_NONBLOCKING
 {
     const u32 length = Length();
     if (start >= length)
@@ -112,21 +112,21 @@ inline CGuid CString::FindNextOf(char character, u32 start) const noexcept
     const char *data = Data();
     if (QV_INTERNAL_FAILS(data != null))
         return CGuid::INVALID;
-    const void *found = std::memchr(data + start, character, length - start);
+    const void *found = __builtin_memchr(data + start, character, length - start);
     return found != nullptr ? CGuid(static_cast<u32>(static_cast<const char *>(found) - data)) : CGuid::INVALID;
 }
 
-inline CStringView CString::Slice(u32 start) const noexcept QV_INTERNAL_LIFETIMEBOUND
+inline CStringView CString::Slice(u32 start) const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND
 {
     return CStringView(Data(), Length()).Slice(start);
 }
 
-inline CStringView CString::Slice(u32 start, u32 count) const noexcept QV_INTERNAL_LIFETIMEBOUND
+inline CStringView CString::Slice(u32 start, u32 count) const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND
 {
     return CStringView(Data(), Length()).Slice(start, count);
 }
 
-inline const char &CString::At(u32 index) const noexcept QV_INTERNAL_LIFETIMEBOUND
+inline const char &CString::At(u32 index) const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND
 {
     const CStringContainer *container = m_Container.Get();
     if (QV_INTERNAL_FAILS_TEXT("_P::m_Ptr != null", container != nullptr))
@@ -136,14 +136,14 @@ inline const char &CString::At(u32 index) const noexcept QV_INTERNAL_LIFETIMEBOU
     return container->Data()[index];
 }
 
-inline const char &CString::First() const noexcept QV_INTERNAL_LIFETIMEBOUND
+inline const char &CString::First() const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND
 {
     if (QV_INTERNAL_FAILS(!Empty()))
         return kNoCharacter;
     return *Data();
 }
 
-inline const char &CString::Last() const noexcept QV_INTERNAL_LIFETIMEBOUND
+inline const char &CString::Last() const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND
 {
     if (QV_INTERNAL_FAILS(!Empty()))
         return kNoCharacter;
@@ -176,7 +176,7 @@ namespace Internal::String
 {
 
 // What SNativeStringUtils::Length answers; known to the compiler for a literal.
-constexpr u32 LengthOfText(const char *str) noexcept
+constexpr u32 LengthOfText(const char *str) noexcept QV_NONBLOCKING
 {
     constexpr u64 kMaxLength = 0xFFFFFFFFu;
     return str != nullptr ? static_cast<u32>(QVMin<u64>(__builtin_strlen(str), kMaxLength)) : 0;
@@ -184,17 +184,18 @@ constexpr u32 LengthOfText(const char *str) noexcept
 
 } // namespace Internal::String
 
-constexpr CStringView::CStringView(const char *str QV_INTERNAL_LIFETIMEBOUND) noexcept
-    : m_Data(str), m_Length(Internal::String::LengthOfText(str))
+constexpr CStringView::CStringView(const char *str QV_INTERNAL_LIFETIMEBOUND) noexcept QV_NONBLOCKING
+    : m_Data(str),
+      m_Length(Internal::String::LengthOfText(str))
 {
 }
 
-inline CStringView::CStringView(const CString &string QV_INTERNAL_LIFETIMEBOUND) noexcept
+inline CStringView::CStringView(const CString &string QV_INTERNAL_LIFETIMEBOUND) noexcept QV_NONBLOCKING
     : CStringView(string.Data(), string.Length())
 {
 }
 
-inline CStringView::CStringView(CString &&string QV_INTERNAL_LIFETIMEBOUND) noexcept
+inline CStringView::CStringView(CString &&string QV_INTERNAL_LIFETIMEBOUND) noexcept QV_NONBLOCKING
     : CStringView(string.Data(), string.Length())
 {
 }
@@ -202,29 +203,29 @@ inline CStringView::CStringView(CString &&string QV_INTERNAL_LIFETIMEBOUND) noex
 namespace Internal::String
 {
 
-inline CStringView ToView(const CStringView &piece) noexcept
+inline CStringView ToView(const CStringView &piece) noexcept QV_NONBLOCKING
 {
     return piece;
 }
 
-inline CStringView ToView(const CString &piece) noexcept
+inline CStringView ToView(const CString &piece) noexcept QV_NONBLOCKING
 {
     return piece.Empty() ? CStringView() : CStringView(piece);
 }
 
-inline CStringView ToView(const char *piece) noexcept
+inline CStringView ToView(const char *piece) noexcept QV_NONBLOCKING
 {
     return CStringView::FromNullTerminatedString(piece);
 }
 
 // What stands on the left of the first seam: there a string counts by its length, as it does on the left of operator/.
 template <typename Piece>
-CStringView ToViewByLength(const Piece &piece) noexcept
+CStringView ToViewByLength(const Piece &piece) noexcept QV_NONBLOCKING
 {
     return ToView(piece);
 }
 
-inline CStringView ToViewByLength(const CString &piece) noexcept
+inline CStringView ToViewByLength(const CString &piece) noexcept QV_NONBLOCKING
 {
     return CStringView(piece);
 }
@@ -245,124 +246,124 @@ namespace Internal::String
 {
 
 // Negative, 0 or positive.
-s32 OrderOfViews(const CStringView &a, const CStringView &b) noexcept;
-s32 OrderOfViews(const CStringView &a, const char *b) noexcept;
+s32 OrderOfViews(const CStringView &a, const CStringView &b) noexcept QV_NONBLOCKING;
+s32 OrderOfViews(const CStringView &a, const char *b) noexcept QV_NONBLOCKING;
 
 } // namespace Internal::String
 
-inline bool operator==(const CStringView &a, const CString &b) noexcept
+inline bool operator==(const CStringView &a, const CString &b) noexcept QV_NONBLOCKING
 {
     return b == a;
 }
-inline bool operator!=(const CString &a, const CStringView &b) noexcept
+inline bool operator!=(const CString &a, const CStringView &b) noexcept QV_NONBLOCKING
 {
     return !(a == b);
 }
-inline bool operator!=(const CStringView &a, const CString &b) noexcept
+inline bool operator!=(const CStringView &a, const CString &b) noexcept QV_NONBLOCKING
 {
     return !(b == a);
 }
-inline bool operator<=(const CString &a, const CStringView &b) noexcept
+inline bool operator<=(const CString &a, const CStringView &b) noexcept QV_NONBLOCKING
 {
     return !(a > b);
 }
-inline bool operator>=(const CString &a, const CStringView &b) noexcept
+inline bool operator>=(const CString &a, const CStringView &b) noexcept QV_NONBLOCKING
 {
     return !(a < b);
 }
-inline bool operator<(const CStringView &a, const CString &b) noexcept
+inline bool operator<(const CStringView &a, const CString &b) noexcept QV_NONBLOCKING
 {
     return b > a;
 }
-inline bool operator>(const CStringView &a, const CString &b) noexcept
+inline bool operator>(const CStringView &a, const CString &b) noexcept QV_NONBLOCKING
 {
     return b < a;
 }
-inline bool operator<=(const CStringView &a, const CString &b) noexcept
+inline bool operator<=(const CStringView &a, const CString &b) noexcept QV_NONBLOCKING
 {
     return b >= a;
 }
-inline bool operator>=(const CStringView &a, const CString &b) noexcept
+inline bool operator>=(const CStringView &a, const CString &b) noexcept QV_NONBLOCKING
 {
     return b <= a;
 }
-inline bool operator<(const CStringView &a, const CStringView &b) noexcept
+inline bool operator<(const CStringView &a, const CStringView &b) noexcept QV_NONBLOCKING
 {
     return Internal::String::OrderOfViews(a, b) < 0;
 }
-inline bool operator>(const CStringView &a, const CStringView &b) noexcept
+inline bool operator>(const CStringView &a, const CStringView &b) noexcept QV_NONBLOCKING
 {
     return b < a;
 }
-inline bool operator<=(const CStringView &a, const CStringView &b) noexcept
+inline bool operator<=(const CStringView &a, const CStringView &b) noexcept QV_NONBLOCKING
 {
     return !(b < a);
 }
-inline bool operator>=(const CStringView &a, const CStringView &b) noexcept
+inline bool operator>=(const CStringView &a, const CStringView &b) noexcept QV_NONBLOCKING
 {
     return !(a < b);
 }
-inline bool operator<(const CStringView &a, const char *b) noexcept
+inline bool operator<(const CStringView &a, const char *b) noexcept QV_NONBLOCKING
 {
     return Internal::String::OrderOfViews(a, b) < 0;
 }
-inline bool operator>(const CStringView &a, const char *b) noexcept
+inline bool operator>(const CStringView &a, const char *b) noexcept QV_NONBLOCKING
 {
     return Internal::String::OrderOfViews(a, b) > 0;
 }
-inline bool operator<=(const CStringView &a, const char *b) noexcept
+inline bool operator<=(const CStringView &a, const char *b) noexcept QV_NONBLOCKING
 {
     return !(a > b);
 }
-inline bool operator>=(const CStringView &a, const char *b) noexcept
+inline bool operator>=(const CStringView &a, const char *b) noexcept QV_NONBLOCKING
 {
     return !(a < b);
 }
-inline bool operator<(const char *a, const CStringView &b) noexcept
+inline bool operator<(const char *a, const CStringView &b) noexcept QV_NONBLOCKING
 {
     return b > a;
 }
-inline bool operator>(const char *a, const CStringView &b) noexcept
+inline bool operator>(const char *a, const CStringView &b) noexcept QV_NONBLOCKING
 {
     return b < a;
 }
-inline bool operator<=(const char *a, const CStringView &b) noexcept
+inline bool operator<=(const char *a, const CStringView &b) noexcept QV_NONBLOCKING
 {
     return b >= a;
 }
-inline bool operator>=(const char *a, const CStringView &b) noexcept
+inline bool operator>=(const char *a, const CStringView &b) noexcept QV_NONBLOCKING
 {
     return b <= a;
 }
-inline bool operator==(const char *a, const CString &b) noexcept
+inline bool operator==(const char *a, const CString &b) noexcept QV_NONBLOCKING
 {
     return b == a;
 }
-inline bool operator!=(const char *a, const CString &b) noexcept
+inline bool operator!=(const char *a, const CString &b) noexcept QV_NONBLOCKING
 {
     return b != a;
 }
-inline bool operator<(const char *a, const CString &b) noexcept
+inline bool operator<(const char *a, const CString &b) noexcept QV_NONBLOCKING
 {
     return b > a;
 }
-inline bool operator>(const char *a, const CString &b) noexcept
+inline bool operator>(const char *a, const CString &b) noexcept QV_NONBLOCKING
 {
     return b < a;
 }
-inline bool operator<=(const char *a, const CString &b) noexcept
+inline bool operator<=(const char *a, const CString &b) noexcept QV_NONBLOCKING
 {
     return b >= a;
 }
-inline bool operator>=(const char *a, const CString &b) noexcept
+inline bool operator>=(const char *a, const CString &b) noexcept QV_NONBLOCKING
 {
     return b <= a;
 }
-inline bool operator==(const char *a, const CStringView &b) noexcept
+inline bool operator==(const char *a, const CStringView &b) noexcept QV_NONBLOCKING
 {
     return b == a;
 }
-inline bool operator!=(const char *a, const CStringView &b) noexcept
+inline bool operator!=(const char *a, const CStringView &b) noexcept QV_NONBLOCKING
 {
     return b != a;
 }

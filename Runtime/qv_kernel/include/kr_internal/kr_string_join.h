@@ -43,7 +43,7 @@ public:
     {
     }
 
-    CStringView View() const noexcept { return m_View; }
+    CStringView View() const noexcept QV_NONBLOCKING { return m_View; }
 
 private:
     template <typename Piece>

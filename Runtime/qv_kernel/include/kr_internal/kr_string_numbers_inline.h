@@ -19,7 +19,7 @@ namespace Internal::String
 
 // What the standard library read of the text, as the answer about the whole text. What stands behind a number counts
 // before its size: the text is no number then, whatever the type.
-inline SParsedNumber AnswerOf(const std::from_chars_result &read, const char *data, u32 length) noexcept
+inline SParsedNumber AnswerOf(const std::from_chars_result &read, const char *data, u32 length) noexcept QV_NONBLOCKING
 {
     if (read.ec == std::errc::invalid_argument)
         return {ParseNumber_NotANumber, 0};
@@ -31,14 +31,17 @@ inline SParsedNumber AnswerOf(const std::from_chars_result &read, const char *da
 
 // `read(first, last, value)` is one of the standard library's readers.
 template <typename Number, typename Reader>
-inline SParsedNumber ParseWhole(const CStringView &text, Number &out, const Reader &read) noexcept
+inline SParsedNumber ParseWhole(const CStringView &text, Number &out, const Reader &read) noexcept QV_NONBLOCKING
 {
     const char *const data = text.Data();
     const u32 length = text.Length();
     if (data == nullptr || length == 0)
         return {ParseNumber_Empty, 0};
     Number value = 0;
+    // Unchecked: the standard library's readers work on the text and tables, and report in what they return.
+    QV_INTERNAL_UNCHECKED_BEGIN
     const SParsedNumber answer = AnswerOf(read(data, data + length, value), data, length);
+    QV_INTERNAL_UNCHECKED_END
     if (answer)
         out = value;
     return answer;
@@ -64,7 +67,7 @@ CString &AppendFloating(CString &string, double value, std::chars_format format,
 } // namespace Internal::String
 
 template <typename Integer, typename>
-inline SParsedNumber ParseNumber(const CStringView &text, Integer &out, u32 base) noexcept
+inline SParsedNumber ParseNumber(const CStringView &text, Integer &out, u32 base) noexcept QV_NONBLOCKING
 {
     if (QV_INTERNAL_FAILS(base >= 2 && base <= 36))
         return {ParseNumber_NotANumber, 0};
@@ -74,7 +77,7 @@ inline SParsedNumber ParseNumber(const CStringView &text, Integer &out, u32 base
 }
 
 template <typename Integer, typename>
-inline SParsedNumber ParseNumber(const char *text, Integer &out, u32 base) noexcept
+inline SParsedNumber ParseNumber(const char *text, Integer &out, u32 base) noexcept QV_NONBLOCKING
 {
     return ParseNumber(CStringView(text), out, base);
 }
@@ -97,7 +100,8 @@ inline CString &AppendNumber(CString &string, Integer value, u32 base) noexcept
 #if QV_HAS_FLOATING_NUMBERS
 
 template <typename Floating, typename>
-inline SParsedNumber ParseNumber(const CStringView &text, Floating &out, std::chars_format format) noexcept
+inline SParsedNumber ParseNumber(const CStringView &text, Floating &out,
+                                 std::chars_format format) noexcept QV_NONBLOCKING
 {
     return Internal::String::ParseWhole(text, out,
                                         [format](const char *first, const char *last, Floating &value)
@@ -105,7 +109,7 @@ inline SParsedNumber ParseNumber(const CStringView &text, Floating &out, std::ch
 }
 
 template <typename Floating, typename>
-inline SParsedNumber ParseNumber(const char *text, Floating &out, std::chars_format format) noexcept
+inline SParsedNumber ParseNumber(const char *text, Floating &out, std::chars_format format) noexcept QV_NONBLOCKING
 {
     return ParseNumber(CStringView(text), out, format);
 }

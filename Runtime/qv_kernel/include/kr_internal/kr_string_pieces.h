@@ -30,18 +30,18 @@ class TPieces;
 template <typename T>
 std::enable_if_t<std::is_base_of<CString, T>::value || std::is_base_of<CStringView, T>::value ||
                  std::is_same<T, const char *>::value || std::is_same<T, char *>::value>
-    TakePieceText(TNameOf<T>) noexcept;
+    TakePieceText(TNameOf<T>) noexcept QV_NONBLOCKING;
 template <typename T>
-IfForeignView<T> TakePieceText(TNameOf<T>) noexcept;
+IfForeignView<T> TakePieceText(TNameOf<T>) noexcept QV_NONBLOCKING;
 
 template <typename T>
 using IfPieceText = decltype(TakePieceText(TNameOf<T>()));
 
 // Only a char is a character: a number, or null, is neither that nor a text.
 template <typename T>
-std::enable_if_t<std::is_same<T, char>::value, CCharacterSeparator> TakeSeparator(TNameOf<T>) noexcept;
+std::enable_if_t<std::is_same<T, char>::value, CCharacterSeparator> TakeSeparator(TNameOf<T>) noexcept QV_NONBLOCKING;
 template <typename T, typename = IfPieceText<T>>
-CTextSeparator TakeSeparator(TNameOf<T>) noexcept;
+CTextSeparator TakeSeparator(TNameOf<T>) noexcept QV_NONBLOCKING;
 
 template <typename T>
 using TSeparatorOf = decltype(TakeSeparator(TNameOf<T>()));

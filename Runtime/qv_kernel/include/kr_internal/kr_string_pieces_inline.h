@@ -23,18 +23,24 @@ namespace Internal::String
 class CPieceText
 {
 public:
-    explicit CPieceText(CString &&text) noexcept : CPieceText(CStringView(text)) { m_Kept = std::move(text); }
-    explicit CPieceText(const char *text) noexcept : CPieceText(CStringView::FromNullTerminatedString(text)) {}
-    explicit CPieceText(const CStringView &text) noexcept
+    explicit CPieceText(CString &&text) noexcept QV_NONBLOCKING : CPieceText(CStringView(text))
+    {
+        m_Kept = std::move(text);
+    }
+    explicit CPieceText(const char *text) noexcept QV_NONBLOCKING
+        : CPieceText(CStringView::FromNullTerminatedString(text))
+    {
+    }
+    explicit CPieceText(const CStringView &text) noexcept QV_NONBLOCKING
         : m_Begin(text.Data() != nullptr ? text.Data() : ""),
           m_End(m_Begin + (text.Data() != nullptr ? text.Length() : 0))
     {
     }
 
     // Never null: a text of nothing begins somewhere, too.
-    const char *Begin() const noexcept { return m_Begin; }
-    const char *End() const noexcept { return m_End; }
-    u32 Length() const noexcept { return static_cast<u32>(m_End - m_Begin); }
+    const char *Begin() const noexcept QV_NONBLOCKING { return m_Begin; }
+    const char *End() const noexcept QV_NONBLOCKING { return m_End; }
+    u32 Length() const noexcept QV_NONBLOCKING { return static_cast<u32>(m_End - m_Begin); }
 
 private:
     const char *m_Begin;
@@ -59,11 +65,11 @@ class CCharacterSeparator
 public:
     static constexpr bool kIsLineEnd = false;
 
-    explicit CCharacterSeparator(char character) noexcept : m_Character(character) {}
+    explicit CCharacterSeparator(char character) noexcept QV_NONBLOCKING : m_Character(character) {}
 
-    static constexpr u32 Length() noexcept { return 1; }
-    SSeparators Next(const char *begin, const char *end, const char *known) const noexcept;
-    SSeparators Previous(const char *begin, const char *end, const char *known) const noexcept;
+    static constexpr u32 Length() noexcept QV_NONBLOCKING { return 1; }
+    SSeparators Next(const char *begin, const char *end, const char *known) const noexcept QV_NONBLOCKING;
+    SSeparators Previous(const char *begin, const char *end, const char *known) const noexcept QV_NONBLOCKING;
 
 private:
     char m_Character;
@@ -75,7 +81,7 @@ class CLineSeparator : public CCharacterSeparator
 public:
     static constexpr bool kIsLineEnd = true;
 
-    CLineSeparator() noexcept : CCharacterSeparator('\n') {}
+    CLineSeparator() noexcept QV_NONBLOCKING : CCharacterSeparator('\n') {}
 };
 
 class CSetSeparator
@@ -83,11 +89,11 @@ class CSetSeparator
 public:
     static constexpr bool kIsLineEnd = false;
 
-    explicit CSetSeparator(const CPieceText &characters) noexcept;
+    explicit CSetSeparator(const CPieceText &characters) noexcept QV_NONBLOCKING;
 
-    static constexpr u32 Length() noexcept { return 1; }
-    SSeparators Next(const char *begin, const char *end, const char *known) const noexcept;
-    SSeparators Previous(const char *begin, const char *end, const char *known) const noexcept;
+    static constexpr u32 Length() noexcept QV_NONBLOCKING { return 1; }
+    SSeparators Next(const char *begin, const char *end, const char *known) const noexcept QV_NONBLOCKING;
+    SSeparators Previous(const char *begin, const char *end, const char *known) const noexcept QV_NONBLOCKING;
 
 private:
     static constexpr u32 kSetBytes = 32;
@@ -100,23 +106,23 @@ class CTextSeparator
 public:
     static constexpr bool kIsLineEnd = false;
 
-    explicit CTextSeparator(CPieceText &&text) noexcept : m_Text(std::move(text)) {}
+    explicit CTextSeparator(CPieceText &&text) noexcept QV_NONBLOCKING : m_Text(std::move(text)) {}
 
-    u32 Length() const noexcept { return m_Text.Length(); }
-    SSeparators Next(const char *begin, const char *end, const char *known) const noexcept;
-    SSeparators Previous(const char *begin, const char *end, const char *known) const noexcept;
+    u32 Length() const noexcept QV_NONBLOCKING { return m_Text.Length(); }
+    SSeparators Next(const char *begin, const char *end, const char *known) const noexcept QV_NONBLOCKING;
+    SSeparators Previous(const char *begin, const char *end, const char *known) const noexcept QV_NONBLOCKING;
 
 private:
     CPieceText m_Text;
 };
 
-inline CCharacterSeparator ToSeparator(char character) noexcept
+inline CCharacterSeparator ToSeparator(char character) noexcept QV_NONBLOCKING
 {
     return CCharacterSeparator(character);
 }
 
 template <typename Text>
-CTextSeparator ToSeparator(Text text) noexcept
+CTextSeparator ToSeparator(Text text) noexcept QV_NONBLOCKING
 {
     return CTextSeparator(CPieceText(std::move(text)));
 }
@@ -134,41 +140,44 @@ public:
     using const_iterator = Iterator;
     using value_type = CStringView;
 
-    TPieces(CPieceText &&text, Separator &&separator, bool keepsEmpty, u64 maxCount = kAllPieces) noexcept
-        : m_Text(std::move(text)), m_Separator(std::move(separator)), m_MaxCount(maxCount), m_KeepsEmpty(keepsEmpty)
+    TPieces(CPieceText &&text, Separator &&separator, bool keepsEmpty,
+            u64 maxCount = kAllPieces) noexcept QV_NONBLOCKING : m_Text(std::move(text)),
+                                                                 m_Separator(std::move(separator)),
+                                                                 m_MaxCount(maxCount),
+                                                                 m_KeepsEmpty(keepsEmpty)
     {
     }
 
     // The iterators borrow from the range: it must not be a temporary that ends before them.
-    [[nodiscard]] Iterator begin() const &noexcept QV_INTERNAL_LIFETIMEBOUND { return Iterator(*this); }
-    [[nodiscard]] Iterator end() const &noexcept QV_INTERNAL_LIFETIMEBOUND { return Iterator(); }
+    [[nodiscard]] Iterator begin() const &noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND { return Iterator(*this); }
+    [[nodiscard]] Iterator end() const &noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND { return Iterator(); }
     Iterator begin() const && = delete; // the iterator would outlive the range
     Iterator end() const && = delete;   // the iterator would outlive the range
 
-    [[nodiscard]] TPieces WithEmpty() const &noexcept { return TPieces(*this).WithEmpty(); }
-    [[nodiscard]] TPieces WithEmpty() &&noexcept
+    [[nodiscard]] TPieces WithEmpty() const &noexcept QV_NONBLOCKING { return TPieces(*this).WithEmpty(); }
+    [[nodiscard]] TPieces WithEmpty() &&noexcept QV_NONBLOCKING
     {
         m_KeepsEmpty = true;
         return std::move(*this);
     }
 
-    [[nodiscard]] TPieces WithoutEmpty() const &noexcept { return TPieces(*this).WithoutEmpty(); }
-    [[nodiscard]] TPieces WithoutEmpty() &&noexcept
+    [[nodiscard]] TPieces WithoutEmpty() const &noexcept QV_NONBLOCKING { return TPieces(*this).WithoutEmpty(); }
+    [[nodiscard]] TPieces WithoutEmpty() &&noexcept QV_NONBLOCKING
     {
         m_KeepsEmpty = false;
         return std::move(*this);
     }
 
-    [[nodiscard]] TPieces AtMost(u32 count) const &noexcept { return TPieces(*this).AtMost(count); }
-    [[nodiscard]] TPieces AtMost(u32 count) &&noexcept
+    [[nodiscard]] TPieces AtMost(u32 count) const &noexcept QV_NONBLOCKING { return TPieces(*this).AtMost(count); }
+    [[nodiscard]] TPieces AtMost(u32 count) &&noexcept QV_NONBLOCKING
     {
         m_MaxCount = count;
         return std::move(*this);
     }
 
     using CFromEnd = TPieces<Separator, PieceOrder_FromEnd>;
-    [[nodiscard]] CFromEnd FromEnd() const &noexcept { return TPieces(*this).FromEnd(); }
-    [[nodiscard]] CFromEnd FromEnd() &&noexcept
+    [[nodiscard]] CFromEnd FromEnd() const &noexcept QV_NONBLOCKING { return TPieces(*this).FromEnd(); }
+    [[nodiscard]] CFromEnd FromEnd() &&noexcept QV_NONBLOCKING
     {
         return CFromEnd(std::move(m_Text), std::move(m_Separator), m_KeepsEmpty, m_MaxCount);
     }
@@ -196,11 +205,11 @@ public:
     // Behind the last piece of any text.
     Iterator() noexcept = default;
 
-    CStringView operator*() const noexcept { return m_Piece; }
+    CStringView operator*() const noexcept QV_NONBLOCKING { return m_Piece; }
     // Good until the iterator moves on.
-    const CStringView *operator->() const noexcept { return &m_Piece; }
+    const CStringView *operator->() const noexcept QV_NONBLOCKING { return &m_Piece; }
 
-    Iterator &operator++() noexcept
+    Iterator &operator++() noexcept QV_NONBLOCKING
     {
         if constexpr (order == PieceOrder_FromBegin)
             _ToNext();
@@ -208,7 +217,7 @@ public:
             _ToPrevious();
         return *this;
     }
-    Iterator operator++(int) noexcept
+    Iterator operator++(int) noexcept QV_NONBLOCKING
     {
         const Iterator before = *this;
         ++*this;
@@ -216,19 +225,19 @@ public:
     }
 
     // No two pieces of a text begin at the same place, and that behind the last one is null.
-    friend bool operator==(const Iterator &a, const Iterator &b) noexcept
+    friend bool operator==(const Iterator &a, const Iterator &b) noexcept QV_NONBLOCKING
     {
         return a.m_Piece.Data() == b.m_Piece.Data();
     }
-    friend bool operator!=(const Iterator &a, const Iterator &b) noexcept { return !(a == b); }
+    friend bool operator!=(const Iterator &a, const Iterator &b) noexcept QV_NONBLOCKING { return !(a == b); }
 
 private:
     friend class TPieces;
 
-    explicit Iterator(const TPieces &pieces) noexcept;
+    explicit Iterator(const TPieces &pieces) noexcept QV_NONBLOCKING;
 
-    void _ToNext() noexcept;
-    void _ToPrevious() noexcept;
+    void _ToNext() noexcept QV_NONBLOCKING;
+    void _ToPrevious() noexcept QV_NONBLOCKING;
 
     const TPieces *m_Pieces = nullptr;
     u64 m_Bits = 0; // the separators that are known and ahead, as bits from `m_Base` on
@@ -240,8 +249,8 @@ private:
 };
 
 template <typename Separator, EPieceOrder order>
-TPieces<Separator, order>::Iterator::Iterator(const TPieces &pieces) noexcept
-    : m_Pieces(&pieces), m_Left(pieces.m_MaxCount)
+TPieces<Separator, order>::Iterator::Iterator(const TPieces &pieces) noexcept QV_NONBLOCKING : m_Pieces(&pieces),
+                                                                                               m_Left(pieces.m_MaxCount)
 {
     const char *const begin = pieces.m_Text.Begin();
     const char *const end = pieces.m_Text.End();
@@ -257,7 +266,7 @@ TPieces<Separator, order>::Iterator::Iterator(const TPieces &pieces) noexcept
 }
 
 template <typename Separator, EPieceOrder order>
-inline void TPieces<Separator, order>::Iterator::_ToNext() noexcept
+inline void TPieces<Separator, order>::Iterator::_ToNext() noexcept QV_NONBLOCKING
 {
     const char *begin;
     const char *end;
@@ -301,7 +310,7 @@ inline void TPieces<Separator, order>::Iterator::_ToNext() noexcept
 }
 
 template <typename Separator, EPieceOrder order>
-inline void TPieces<Separator, order>::Iterator::_ToPrevious() noexcept
+inline void TPieces<Separator, order>::Iterator::_ToPrevious() noexcept QV_NONBLOCKING
 {
     const char *begin;
     const char *end;
@@ -347,21 +356,23 @@ namespace LazySplitting
 {
 
 template <typename Text, typename Separator, typename>
-Internal::String::TPieces<Internal::String::TSeparatorOf<Separator>> Pieces(Text text, Separator separator) noexcept
+Internal::String::TPieces<Internal::String::TSeparatorOf<Separator>> Pieces(Text text,
+                                                                            Separator separator) noexcept QV_NONBLOCKING
 {
     using namespace Internal::String;
     return TPieces<TSeparatorOf<Separator>>(CPieceText(std::move(text)), ToSeparator(std::move(separator)), false);
 }
 
 template <typename Text, typename Set, typename, typename>
-Internal::String::TPieces<Internal::String::CSetSeparator> PiecesOfSet(Text text, Set characters) noexcept
+Internal::String::TPieces<Internal::String::CSetSeparator> PiecesOfSet(Text text,
+                                                                       Set characters) noexcept QV_NONBLOCKING
 {
     using namespace Internal::String;
     return TPieces<CSetSeparator>(CPieceText(std::move(text)), CSetSeparator(CPieceText(std::move(characters))), false);
 }
 
 template <typename Text, typename>
-Internal::String::TPieces<Internal::String::CLineSeparator> Lines(Text text) noexcept
+Internal::String::TPieces<Internal::String::CLineSeparator> Lines(Text text) noexcept QV_NONBLOCKING
 {
     using namespace Internal::String;
     return TPieces<CLineSeparator>(CPieceText(std::move(text)), CLineSeparator(), true);

@@ -25,14 +25,14 @@ const char *SuffixStart(const char *str, const char *suffix)
 
 } // namespace
 
-bool SNativeStringUtils::StartsWith(const char *str, const char *prefix) noexcept
+bool SNativeStringUtils::StartsWith(const char *str, const char *prefix) noexcept QV_NONBLOCKING
 {
     str = TextOrEmpty(str);
     prefix = TextOrEmpty(prefix);
     return std::strncmp(str, prefix, std::strlen(prefix)) == 0;
 }
 
-bool SNativeStringUtils::StartsWithCase(const char *str, const char *prefix) noexcept
+bool SNativeStringUtils::StartsWithCase(const char *str, const char *prefix) noexcept QV_NONBLOCKING
 {
     str = TextOrEmpty(str);
     prefix = TextOrEmpty(prefix);
@@ -45,14 +45,14 @@ bool SNativeStringUtils::StartsWithCase(const char *str, const char *prefix) noe
     return *prefix == 0;
 }
 
-bool SNativeStringUtils::EndsWith(const char *str, const char *suffix) noexcept
+bool SNativeStringUtils::EndsWith(const char *str, const char *suffix) noexcept QV_NONBLOCKING
 {
     suffix = TextOrEmpty(suffix);
     const char *end = SuffixStart(TextOrEmpty(str), suffix);
     return end != nullptr && std::strcmp(end, suffix) == 0;
 }
 
-bool SNativeStringUtils::EndsWithCase(const char *str, const char *suffix) noexcept
+bool SNativeStringUtils::EndsWithCase(const char *str, const char *suffix) noexcept QV_NONBLOCKING
 {
     suffix = TextOrEmpty(suffix);
     const char *end = SuffixStart(TextOrEmpty(str), suffix);

@@ -24,15 +24,16 @@ static_assert(kChunkCharacters <= 0x10000, "an index has 16 bits");
 // Each finds, among the first `count` characters of a text, at most kChunkCharacters:
 
 // those that are `character`. The text is a container's: its blocks are read to their ends.
-void FindMatches(u64 *bitmap, const char *text, u32 count, char character);
+void FindMatches(u64 *bitmap, const char *text, u32 count, char character) noexcept QV_NONBLOCKING;
 // The same of any text, of which nothing else is read.
-void FindMatchesInCounted(u64 *bitmap, const char *text, u32 count, char character);
+void FindMatchesInCounted(u64 *bitmap, const char *text, u32 count, char character) noexcept QV_NONBLOCKING;
 
 // those whose entry in a table of 256, by unsigned value, is 1. The others are 0.
-void FindTableMatches(u64 *bitmap, const char *text, u32 count, const u8 *table);
+void FindTableMatches(u64 *bitmap, const char *text, u32 count, const u8 *table) noexcept QV_NONBLOCKING;
 
 // the `first` ones with a `second` one `distance` characters on. Reads `count` + `distance` characters.
-void FindPairMatches(u64 *bitmap, const char *text, u32 count, char first, u32 distance, char second);
+void FindPairMatches(u64 *bitmap, const char *text, u32 count, char first, u32 distance,
+                     char second) noexcept QV_NONBLOCKING;
 
 // Where only the next few matches are wanted, a word of them is found at a time, in texts of any length.
 
@@ -50,12 +51,12 @@ constexpr u32 kSetBytes = 32;
 // Each finds, in counted text, a word that holds the first match, with what follows up to the end of the word, or one that
 // holds the last match, with what precedes it: of `character`, of a character in a set, of a `first` one with a `second` one
 // `distance` characters on, where `count` + `distance` characters are read.
-SMatchWord FirstMatches(const char *text, u32 count, char character);
-SMatchWord LastMatches(const char *text, u32 count, char character);
-SMatchWord FirstSetMatches(const char *text, u32 count, const u8 *set);
-SMatchWord LastSetMatches(const char *text, u32 count, const u8 *set);
-SMatchWord FirstPairMatches(const char *text, u32 count, char first, u32 distance, char second);
-SMatchWord LastPairMatches(const char *text, u32 count, char first, u32 distance, char second);
+SMatchWord FirstMatches(const char *text, u32 count, char character) noexcept QV_NONBLOCKING;
+SMatchWord LastMatches(const char *text, u32 count, char character) noexcept QV_NONBLOCKING;
+SMatchWord FirstSetMatches(const char *text, u32 count, const u8 *set) noexcept QV_NONBLOCKING;
+SMatchWord LastSetMatches(const char *text, u32 count, const u8 *set) noexcept QV_NONBLOCKING;
+SMatchWord FirstPairMatches(const char *text, u32 count, char first, u32 distance, char second) noexcept QV_NONBLOCKING;
+SMatchWord LastPairMatches(const char *text, u32 count, char first, u32 distance, char second) noexcept QV_NONBLOCKING;
 
 // Lists the indices of the matches in order. Needs room for kIndexSlack more than there are.
 // Returns: how many there are.

@@ -89,7 +89,7 @@ char *BlankComment(char *at)
 
 } // namespace
 
-u32 SNativeStringUtils::Uncomment(char *data) noexcept
+u32 SNativeStringUtils::Uncomment(char *data) noexcept QV_NONBLOCKING
 {
     if (data == nullptr)
         return 0;

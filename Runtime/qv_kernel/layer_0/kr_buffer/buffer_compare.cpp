@@ -11,7 +11,7 @@ namespace Quorvane
 
 using namespace Internal::Buffer;
 
-bool SNativeStringUtils::Equal_16(const void *a, const void *b, u32 length) noexcept
+bool SNativeStringUtils::Equal_16(const void *a, const void *b, u32 length) noexcept QV_NONBLOCKING
 {
     // One block. Beyond it, the platform's routine is as wide as the machine.
     constexpr u32 kMaxForBlocks = 16;
@@ -20,20 +20,20 @@ bool SNativeStringUtils::Equal_16(const void *a, const void *b, u32 length) noex
     return Narrow::FirstDifference<Narrow::CBlock, Narrow::SExactBytes>(ToBytes(a), ToBytes(b), length) == length;
 }
 
-bool SNativeStringUtils::EqualCase_16(const char *a, const char *b, u32 length) noexcept
+bool SNativeStringUtils::EqualCase_16(const char *a, const char *b, u32 length) noexcept QV_NONBLOCKING
 {
     if (length >= kMinWideLength && Internal::Simd::HasWideInstructions())
         return Wide::FirstDifferenceCase(ToBytes(a), ToBytes(b), length) == length;
     return Narrow::FirstDifference<Narrow::CBlock, Narrow::SLowerCaseBytes>(ToBytes(a), ToBytes(b), length) == length;
 }
 
-bool SNativeStringUtils::EqualCase(const char *data0, const char *data1, u32 length) noexcept
+bool SNativeStringUtils::EqualCase(const char *data0, const char *data1, u32 length) noexcept QV_NONBLOCKING
 {
     return QV_SIMD_CALL(length >= kMinWideLength, FirstDifferenceCase(ToBytes(data0), ToBytes(data1), length)) ==
            length;
 }
 
-s32 SNativeStringUtils::CompareCase(const char *data0, const char *data1, u32 length) noexcept
+s32 SNativeStringUtils::CompareCase(const char *data0, const char *data1, u32 length) noexcept QV_NONBLOCKING
 {
     const u8 *const a = ToBytes(data0);
     const u8 *const b = ToBytes(data1);
@@ -43,12 +43,12 @@ s32 SNativeStringUtils::CompareCase(const char *data0, const char *data1, u32 le
 
 // Ordering must not read behind the block of the first difference: no wide blocks here.
 
-s32 SNativeStringUtils::Compare_16(const void *a, const void *b, u32 length) noexcept
+s32 SNativeStringUtils::Compare_16(const void *a, const void *b, u32 length) noexcept QV_NONBLOCKING
 {
     return Narrow::CompareBytes<Narrow::CBlock, Narrow::SExactBytes>(ToBytes(a), ToBytes(b), length);
 }
 
-s32 SNativeStringUtils::CompareCase_16(const char *a, const char *b, u32 length) noexcept
+s32 SNativeStringUtils::CompareCase_16(const char *a, const char *b, u32 length) noexcept QV_NONBLOCKING
 {
     return Narrow::CompareBytes<Narrow::CBlock, Narrow::SLowerCaseBytes>(ToBytes(a), ToBytes(b), length);
 }

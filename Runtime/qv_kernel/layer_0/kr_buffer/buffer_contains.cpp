@@ -58,7 +58,7 @@ bool ContainsInWindows(const char *str, const char *needle, std::size_t needleLe
     {
         const std::size_t length = QVMax(window, least);
         // A window may reach beyond the text: memchr reads in order, as far as can be told, and stops at what it finds.
-        const char *const end = static_cast<const char *>(std::memchr(str, 0, length));
+        const char *const end = static_cast<const char *>(__builtin_memchr(str, 0, length));
         if (end != nullptr)
             return FindMeasured<TCase>(str, static_cast<std::size_t>(end - str), needle, needleLength) != nullptr;
         if (FindCounted<TCase>(str, length, needle, needleLength) != nullptr)
@@ -70,17 +70,17 @@ bool ContainsInWindows(const char *str, const char *needle, std::size_t needleLe
 
 } // namespace
 
-bool SNativeStringUtils::Contains(const char *str, const char *needle) noexcept
+bool SNativeStringUtils::Contains(const char *str, const char *needle) noexcept QV_NONBLOCKING
 {
     str = TextOrEmpty(str);
     needle = TextOrEmpty(needle);
     const std::size_t needleLength = std::strlen(needle);
     if (needleLength <= kMaxShortNeedle)
-        return std::strstr(str, needle) != nullptr;
+        return __builtin_strstr(str, needle) != nullptr;
     return ContainsInWindows<SCaseMatters>(str, needle, needleLength);
 }
 
-bool SNativeStringUtils::ContainsCase(const char *str, const char *needle) noexcept
+bool SNativeStringUtils::ContainsCase(const char *str, const char *needle) noexcept QV_NONBLOCKING
 {
     str = TextOrEmpty(str);
     needle = TextOrEmpty(needle);

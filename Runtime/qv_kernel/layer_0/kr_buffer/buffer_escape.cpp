@@ -175,25 +175,25 @@ u32 UnescapeCounted(const char *src, std::size_t length, char *dst)
 
 } // namespace
 
-u32 SNativeStringUtils::Escape(const char *src, char *dst) noexcept
+u32 SNativeStringUtils::Escape(const char *src, char *dst) noexcept QV_NONBLOCKING
 {
     src = TextOrEmpty(src);
     return dst != nullptr ? EscapeCounted(src, std::strlen(src), dst) : 0;
 }
 
-u32 SNativeStringUtils::Escape(const char *src, char *dst, u32 maxLength) noexcept
+u32 SNativeStringUtils::Escape(const char *src, char *dst, u32 maxLength) noexcept QV_NONBLOCKING
 {
     src = TextOrEmpty(src);
     return dst != nullptr ? EscapeCounted(src, LengthWithin(src, maxLength), dst) : 0;
 }
 
-u32 SNativeStringUtils::Unescape(const char *src, char *dst) noexcept
+u32 SNativeStringUtils::Unescape(const char *src, char *dst) noexcept QV_NONBLOCKING
 {
     src = TextOrEmpty(src);
     return dst != nullptr ? UnescapeCounted(src, std::strlen(src), dst) : 0;
 }
 
-u32 SNativeStringUtils::Unescape(const char *src, char *dst, u32 maxLength) noexcept
+u32 SNativeStringUtils::Unescape(const char *src, char *dst, u32 maxLength) noexcept QV_NONBLOCKING
 {
     src = TextOrEmpty(src);
     return dst != nullptr ? UnescapeCounted(src, LengthWithin(src, maxLength), dst) : 0;

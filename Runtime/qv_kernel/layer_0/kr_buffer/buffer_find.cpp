@@ -30,20 +30,22 @@ const char *Finish(const SPairFound &found, const char *data, std::size_t length
 
 } // namespace
 
-const char *SNativeStringUtils::Find(const char *data, u32 length, const char *needle, u32 needleLength) noexcept
+const char *SNativeStringUtils::Find(const char *data, u32 length, const char *needle,
+                                     u32 needleLength) noexcept QV_NONBLOCKING
 {
     if (needleLength == 0)
         return data;
     if (needleLength > length)
         return nullptr;
     if (needleLength == 1)
-        return static_cast<const char *>(std::memchr(data, *needle, length));
+        return static_cast<const char *>(__builtin_memchr(data, *needle, length));
     const SNeedle rareFirst = NeedleFor(length, needle, needleLength);
     const SPairFound found = QV_SIMD_CALL(length >= kMinWideLength, FindPair(ToBytes(data), length, rareFirst));
     return Finish<SCaseMatters>(found, data, length, needle, needleLength);
 }
 
-const char *SNativeStringUtils::FindCase(const char *data, u32 length, const char *needle, u32 needleLength) noexcept
+const char *SNativeStringUtils::FindCase(const char *data, u32 length, const char *needle,
+                                         u32 needleLength) noexcept QV_NONBLOCKING
 {
     if (needleLength == 0)
         return data;
@@ -54,7 +56,7 @@ const char *SNativeStringUtils::FindCase(const char *data, u32 length, const cha
     return Finish<SCaseIgnored>(found, data, length, needle, needleLength);
 }
 
-const char *SNativeStringUtils::FindLast(const char *data, u32 length, char character) noexcept
+const char *SNativeStringUtils::FindLast(const char *data, u32 length, char character) noexcept QV_NONBLOCKING
 {
     if (length == 0)
         return nullptr;
@@ -67,15 +69,15 @@ const char *SNativeStringUtils::FindLast(const char *data, u32 length, char char
 namespace Internal::Buffer
 {
 
-const char *FindInTerminated(const char *text, u32 length, const char *needle)
+const char *FindInTerminated(const char *text, u32 length, const char *needle) noexcept QV_NONBLOCKING
 {
     // So short a text bounds what the platform's search may cost, and that needs no preparation: to search 64
     // characters took 8.5 ns instead of 16.9.
     if (length < kLongText)
-        return std::strstr(text, needle);
+        return __builtin_strstr(text, needle);
     const std::size_t needleLength = std::strlen(needle);
     if (needleLength <= 1)
-        return needleLength == 0 ? text : std::strchr(text, *needle);
+        return needleLength == 0 ? text : __builtin_strchr(text, *needle);
     if (needleLength > length)
         return nullptr;
     const SNeedle rareFirst = NeedleFor(length, needle, static_cast<u32>(needleLength));

@@ -11,12 +11,14 @@ namespace Quorvane::Internal::Buffer
 // there is none. The second one ignores case.
 // Requires: a needle of 1 character or more.
 // Cost: linear in both, whatever they are.
-const char *FindLastInCounted(const char *text, u32 length, const char *needle, u32 needleLength);
-const char *FindLastInCountedCase(const char *text, u32 length, const char *needle, u32 needleLength);
+const char *FindLastInCounted(const char *text, u32 length, const char *needle,
+                              u32 needleLength) noexcept QV_NONBLOCKING;
+const char *FindLastInCountedCase(const char *text, u32 length, const char *needle,
+                                  u32 needleLength) noexcept QV_NONBLOCKING;
 
 // The first occurrence of `needle`, as `strstr` finds it; null when there is none. An empty needle stands everywhere.
 // Requires: a terminator at `text[length]`; there may be others before it.
 // Cost: linear in both.
-const char *FindInTerminated(const char *text, u32 length, const char *needle);
+const char *FindInTerminated(const char *text, u32 length, const char *needle) noexcept QV_NONBLOCKING;
 
 } // namespace Quorvane::Internal::Buffer

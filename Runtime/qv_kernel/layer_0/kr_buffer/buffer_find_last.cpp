@@ -25,7 +25,8 @@ const char *FinishBackwards(const SPairFound &found, const char *data, const cha
 
 } // namespace
 
-const char *FindLastInCounted(const char *text, u32 length, const char *needle, u32 needleLength)
+const char *FindLastInCounted(const char *text, u32 length, const char *needle,
+                              u32 needleLength) noexcept QV_NONBLOCKING
 {
     if (needleLength > length)
         return nullptr;
@@ -36,7 +37,8 @@ const char *FindLastInCounted(const char *text, u32 length, const char *needle, 
     return FinishBackwards<SCaseMatters>(found, text, needle, needleLength);
 }
 
-const char *FindLastInCountedCase(const char *text, u32 length, const char *needle, u32 needleLength)
+const char *FindLastInCountedCase(const char *text, u32 length, const char *needle,
+                                  u32 needleLength) noexcept QV_NONBLOCKING
 {
     if (needleLength > length)
         return nullptr;

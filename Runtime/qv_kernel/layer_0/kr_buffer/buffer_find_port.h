@@ -9,8 +9,10 @@ namespace Quorvane::Internal::Buffer
 {
 
 // The last occurrence of a character in a text that is not empty; null when there is none.
-inline const char *PortFindLast(const char *data, u32 length, char character)
+inline const char *PortFindLast(const char *data, u32 length, char character) noexcept QV_NONBLOCKING
 {
+    // Unchecked: the platform's search reads memory, and does nothing else.
+    QV_INTERNAL_UNCHECKED_BEGIN
 #if defined(__GLIBC__)
     return static_cast<const char *>(memrchr(data, character, length));
 #else
@@ -19,6 +21,7 @@ inline const char *PortFindLast(const char *data, u32 length, char character)
             return cur - 1;
     return nullptr;
 #endif
+    QV_INTERNAL_UNCHECKED_END
 }
 
 } // namespace Quorvane::Internal::Buffer

@@ -58,7 +58,7 @@ u64 HashBlocksCase(const u8 *bytes, u32 length)
 
 } // namespace
 
-u64 SNativeStringUtils::HashCase(const char *data, u32 length) noexcept
+u64 SNativeStringUtils::HashCase(const char *data, u32 length) noexcept QV_NONBLOCKING
 {
     const u8 *const bytes = ToBytes(data);
     if (length <= SBlock::kBytes)

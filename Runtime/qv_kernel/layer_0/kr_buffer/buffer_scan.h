@@ -35,7 +35,7 @@ QV_SIMD_INLINE inline bool Holds(const char *str, u32 length, char character)
     if (length < SBlock::kBytes)
         return HoldsShort(str, length, character);
     if (length > kMaxShortScan)
-        return std::memchr(str, character, length) != nullptr;
+        return __builtin_memchr(str, character, length) != nullptr;
     const SBlock wanted = SBlock::Fill(static_cast<u8>(character));
     SBlock found = SBlock::EqualBytes(SBlock::Bounded(str + length - SBlock::kBytes, SBlock::kBytes), wanted);
     for (u32 at = 0; at + SBlock::kBytes < length; at += SBlock::kBytes)
@@ -48,7 +48,7 @@ QV_SIMD_INLINE inline bool Holds(const char *str, u32 length, char character)
 inline bool HoldsInBlocks(const char *characters, u32 length, char character)
 {
     if (length > kMaxShortScan)
-        return std::memchr(characters, character, length) != nullptr;
+        return __builtin_memchr(characters, character, length) != nullptr;
     const SBlock wanted = SBlock::Fill(static_cast<u8>(character));
     SBlock found = SBlock::EqualBytes(SBlock::Padded(characters), wanted);
     for (u32 at = SBlock::kBytes; at < length; at += SBlock::kBytes)
@@ -68,7 +68,7 @@ constexpr bool kReadsBlocks = true;
 QV_SIMD_INLINE inline bool HoldsTerminator(const char *str, u32 length)
 {
     if (!kReadsBlocks || length > kMaxShortScan)
-        return length != 0 && std::memchr(str, '\0', length) != nullptr;
+        return length != 0 && __builtin_memchr(str, '\0', length) != nullptr;
     const u32 skipped = static_cast<u32>(reinterpret_cast<ureg>(str) % SBlock::kBytes);
     const char *block = reinterpret_cast<const char *>(reinterpret_cast<ureg>(str) - skipped);
     u64 terminators = SBlock::EqualBytes(SBlock::Padded(block), SBlock::Fill(0)).Bits();

@@ -47,7 +47,7 @@ inline const char *TextOrEmpty(const char *str)
 template <typename TCount>
 TCount LengthWithin(const char *text, TCount count)
 {
-    const void *const terminator = count != 0 ? std::memchr(text, '\0', count) : nullptr;
+    const void *const terminator = count != 0 ? __builtin_memchr(text, '\0', count) : nullptr;
     return terminator != nullptr ? static_cast<TCount>(static_cast<const char *>(terminator) - text) : count;
 }
 

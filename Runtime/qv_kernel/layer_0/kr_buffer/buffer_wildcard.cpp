@@ -36,22 +36,22 @@ bool MatchTexts(const char *pattern, const char *str)
 
 } // namespace
 
-bool SNativeStringUtils::Match(const char *pattern, const char *str) noexcept
+bool SNativeStringUtils::Match(const char *pattern, const char *str) noexcept QV_NONBLOCKING
 {
     return MatchTexts<SCaseMatters, SNoInhibitors>(pattern, str);
 }
 
-bool SNativeStringUtils::MatchCase(const char *pattern, const char *str) noexcept
+bool SNativeStringUtils::MatchCase(const char *pattern, const char *str) noexcept QV_NONBLOCKING
 {
     return MatchTexts<SCaseIgnored, SNoInhibitors>(pattern, str);
 }
 
-bool SNativeStringUtils::MatchWithInhibitors(const char *pattern, const char *str) noexcept
+bool SNativeStringUtils::MatchWithInhibitors(const char *pattern, const char *str) noexcept QV_NONBLOCKING
 {
     return MatchTexts<SCaseMatters, SBackslashInhibits>(pattern, str);
 }
 
-bool SNativeStringUtils::MatchCaseWithInhibitors(const char *pattern, const char *str) noexcept
+bool SNativeStringUtils::MatchCaseWithInhibitors(const char *pattern, const char *str) noexcept QV_NONBLOCKING
 {
     return MatchTexts<SCaseIgnored, SBackslashInhibits>(pattern, str);
 }
@@ -59,7 +59,8 @@ bool SNativeStringUtils::MatchCaseWithInhibitors(const char *pattern, const char
 namespace Internal::Buffer
 {
 
-bool MatchCounted(const char *pattern, u32 patternLength, const char *text, u32 length, SWildcardRules rules)
+bool MatchCounted(const char *pattern, u32 patternLength, const char *text, u32 length,
+                  SWildcardRules rules) noexcept QV_NONBLOCKING
 {
     const char *const begin = TextOrEmpty(text);
     const TCharacters<SToEnd> characters = {begin, {begin + length}};

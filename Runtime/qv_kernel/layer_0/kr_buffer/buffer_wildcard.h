@@ -266,7 +266,7 @@ private:
             }
             if (wanted != 0)
             {
-                text = static_cast<const char *>(std::memchr(text, wanted, static_cast<std::size_t>(end - text)));
+                text = static_cast<const char *>(__builtin_memchr(text, wanted, static_cast<std::size_t>(end - text)));
                 if (text == nullptr)
                     return false;
                 ++text;
@@ -292,6 +292,7 @@ struct SWildcardRules
 
 // The match of the first `length` characters by a pattern of `patternLength`; terminators are characters like others.
 // Nothing behind either is read. With a length of 0 null will do.
-bool MatchCounted(const char *pattern, u32 patternLength, const char *text, u32 length, SWildcardRules rules);
+bool MatchCounted(const char *pattern, u32 patternLength, const char *text, u32 length,
+                  SWildcardRules rules) noexcept QV_NONBLOCKING;
 
 } // namespace Quorvane::Internal::Buffer

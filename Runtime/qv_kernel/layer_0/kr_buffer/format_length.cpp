@@ -221,7 +221,7 @@ u64 LengthOfNumbers(const char *format, va_list &args)
 {
     SArguments left(args);
     u64 length = 0;
-    while ((format = std::strchr(format, '%')) != nullptr)
+    while ((format = __builtin_strchr(format, '%')) != nullptr)
     {
         const SConversion conversion = ConversionAt(format);
         format = conversion.m_End;

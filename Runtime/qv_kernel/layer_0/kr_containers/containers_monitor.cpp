@@ -17,23 +17,23 @@ QV_INTERNAL_CONSTINIT TAtomic<s64> g_NetBytes;
 
 QV_INTERNAL_CONSTINIT bool g_KRContainersConfig_MonitorTArrays = false;
 
-void CContainersMonitorTArrays::RegisterNewMemoryMovement(s64 bytes) noexcept
+void CContainersMonitorTArrays::RegisterNewMemoryMovement(s64 bytes) noexcept QV_NONBLOCKING
 {
     g_MovementCount.Inc();
     g_NetBytes.Add(bytes);
 }
 
-u64 CContainersMonitorTArrays::MovementCount() noexcept
+u64 CContainersMonitorTArrays::MovementCount() noexcept QV_NONBLOCKING
 {
     return g_MovementCount.Load();
 }
 
-s64 CContainersMonitorTArrays::NetBytes() noexcept
+s64 CContainersMonitorTArrays::NetBytes() noexcept QV_NONBLOCKING
 {
     return g_NetBytes.Load();
 }
 
-void CContainersMonitorTArrays::Reset() noexcept
+void CContainersMonitorTArrays::Reset() noexcept QV_NONBLOCKING
 {
     g_MovementCount.Store(0);
     g_NetBytes.Store(0);

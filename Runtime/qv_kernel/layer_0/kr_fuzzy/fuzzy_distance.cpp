@@ -56,7 +56,7 @@ private:
 
 } // namespace
 
-bool WeighPair(SText query, SText other, float &outWeight)
+bool WeighPair(SText query, SText other, float &outWeight) noexcept QV_NONBLOCKING
 {
     outWeight = WeightOfEmpty(query.m_Length, other.m_Length);
     if (query.m_Length == 0 || other.m_Length == 0)
@@ -66,12 +66,17 @@ bool WeighPair(SText query, SText other, float &outWeight)
     const SText rows = queryIsRows ? query : other;
     const SText columns = queryIsRows ? other : query;
     if (columns.m_Length >= kMinBlockLength)
+    {
+        // Unchecked: what the texts are is not known before.
+        QV_INTERNAL_UNCHECKED_BEGIN
         return WeighLong(rows, columns, outWeight);
+        QV_INTERNAL_UNCHECKED_END
+    }
     outWeight = WeightOf(rows, columns, nullptr);
     return true;
 }
 
-bool WeighCountedPair(SText query, SText other, float &outWeight)
+bool WeighCountedPair(SText query, SText other, float &outWeight) noexcept QV_NONBLOCKING
 {
     const CPaddedText paddedQuery(query);
     const CPaddedText paddedOther(other);

@@ -10,9 +10,9 @@ namespace Quorvane::Internal::Fuzzy
 // Allocates: 4 bytes for each character of the longer text, and 4 more, when it has kMinBlockLength or more and neither is
 // empty.
 // Fails: returns false when memory is refused; the weight is 0 then.
-bool WeighPair(SText query, SText other, float &outWeight);
+bool WeighPair(SText query, SText other, float &outWeight) noexcept QV_NONBLOCKING;
 
 // The same of texts in any memory: nothing behind their last characters is read.
-bool WeighCountedPair(SText query, SText other, float &outWeight);
+bool WeighCountedPair(SText query, SText other, float &outWeight) noexcept QV_NONBLOCKING;
 
 } // namespace Quorvane::Internal::Fuzzy

@@ -21,6 +21,7 @@ void *CRefCountedObject::operator new(std::size_t size, std::align_val_t alignme
 
 void CRefCountedObject::operator delete(void *block) noexcept
 {
+    QV_INTERNAL_REALTIME_PAUSE;
     Mem::_RawFree(block, Mem::AllocType_Generic, Mem::Origin_New, QV_INTERNAL_MEM_SITE);
 }
 
@@ -49,13 +50,17 @@ void CRefCountedObject::operator delete(void *block, std::align_val_t, const std
     CRefCountedObject::operator delete(block);
 }
 
-void CRefCountedObject::_DeleteObject(const CRefCountedObjectBase *counted, const CRefCountedObject *object) noexcept
+void CRefCountedObject::_DeleteObject(const CRefCountedObjectBase *counted,
+                                      const CRefCountedObject *object) noexcept QV_NONBLOCKING
 {
     static_cast<void>(counted);
     if (!object->_BeginDestruction())
         return;
-    // Through the virtual destructor, which frees the block of the whole object whatever its class.
+    // Through the virtual destructor, which frees the block of the whole object whatever its class. Unchecked: what it
+    // does is the business of that class, and what it takes to give a block back that of the allocator.
+    QV_INTERNAL_UNCHECKED_BEGIN
     delete object;
+    QV_INTERNAL_UNCHECKED_END
 }
 
 } // namespace Quorvane

@@ -8,7 +8,7 @@ namespace Quorvane::Internal::Simd
 
 QV_INTERNAL_CONSTINIT std::atomic<u8> g_WideInstructions = {WideInstructions_Unknown};
 
-bool DetectWideInstructions()
+bool DetectWideInstructions() noexcept QV_NONBLOCKING
 {
     __builtin_cpu_init();
     const bool present = QV_SIMD_MACHINE_HAS(QV_SIMD_WIDE_EXTENSIONS);

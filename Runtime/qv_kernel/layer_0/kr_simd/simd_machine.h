@@ -104,7 +104,7 @@ enum EWideInstructions : u8
 extern std::atomic<u8> g_WideInstructions;
 
 // Asks the machine, and remembers.
-QV_INTERNAL_COLD bool DetectWideInstructions();
+QV_INTERNAL_COLD bool DetectWideInstructions() noexcept QV_NONBLOCKING;
 
 // Whether this machine can run what stands in a wide region.
 // Cost: a load and a branch that is always predicted.

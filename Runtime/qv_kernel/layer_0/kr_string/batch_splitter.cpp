@@ -30,7 +30,7 @@ void SplitListed(TArray<CString> &outPieces, const char *text, u32 length, const
         sink.Add(text + begin, end - begin);
         return true;
     };
-    const void *const terminator = std::memchr(text, '\0', length);
+    const void *const terminator = __builtin_memchr(text, '\0', length);
     const char *const end = terminator != nullptr ? static_cast<const char *>(terminator) : text + length;
     WalkPieces(static_cast<u32>(end - text), find, onPiece);
 }
@@ -66,42 +66,42 @@ void SplitBatch(TArray<CString> &outPieces, const CString &source, const u8 *tab
 
 } // namespace
 
-CStringBatchSplitter::CStringBatchSplitter() noexcept
+CStringBatchSplitter::CStringBatchSplitter() noexcept QV_NONBLOCKING
 {
     std::memset(m_SplitTable, 0, sizeof(m_SplitTable));
     m_SplitTable[0] = 1;
 }
 
-void CStringBatchSplitter::AddSplitChar(char character) noexcept
+void CStringBatchSplitter::AddSplitChar(char character) noexcept QV_NONBLOCKING
 {
     m_SplitTable[static_cast<u8>(character)] = 1;
 }
 
-void CStringBatchSplitter::AddSplitChars(const char *characters) noexcept
+void CStringBatchSplitter::AddSplitChars(const char *characters) noexcept QV_NONBLOCKING
 {
     for (; characters != nullptr && *characters != '\0'; ++characters)
         AddSplitChar(*characters);
 }
 
-void CStringBatchSplitter::AddSplitChars(const CString &characters) noexcept
+void CStringBatchSplitter::AddSplitChars(const CString &characters) noexcept QV_NONBLOCKING
 {
     for (const char character : characters.View())
         AddSplitChar(character);
 }
 
-void CStringBatchSplitter::RemoveSplitChar(char c) noexcept
+void CStringBatchSplitter::RemoveSplitChar(char c) noexcept QV_NONBLOCKING
 {
     QV_ASSERT(c != '\0');
     m_SplitTable[static_cast<u8>(c)] = 0;
 }
 
-void CStringBatchSplitter::RemoveSplitChars(const char *characters) noexcept
+void CStringBatchSplitter::RemoveSplitChars(const char *characters) noexcept QV_NONBLOCKING
 {
     for (; characters != nullptr && *characters != '\0'; ++characters)
         m_SplitTable[static_cast<u8>(*characters)] = 0;
 }
 
-void CStringBatchSplitter::RemoveSplitChars(const CString &characters) noexcept
+void CStringBatchSplitter::RemoveSplitChars(const CString &characters) noexcept QV_NONBLOCKING
 {
     for (const char character : characters.View())
         if (character != '\0')

@@ -75,7 +75,10 @@ void Rank(const CSite &site, u32 count, const TMemoryView<CSite> &outSites)
 namespace Internal::String
 {
 
-CEditScope::CEditScope(const char *name, const void *calledFrom) noexcept : m_IsOutermost(!t_IsInEdit)
+// Unchecked: the thread's variables are constants when it begins, and have no destructors.
+QV_INTERNAL_UNCHECKED_BEGIN
+
+CEditScope::CEditScope(const char *name, const void *calledFrom) noexcept QV_NONBLOCKING : m_IsOutermost(!t_IsInEdit)
 {
     if (!m_IsOutermost)
         return;
@@ -83,13 +86,15 @@ CEditScope::CEditScope(const char *name, const void *calledFrom) noexcept : m_Is
     t_Edit = SEdit{name, calledFrom};
 }
 
-CEditScope::~CEditScope()
+CEditScope::~CEditScope() noexcept QV_NONBLOCKING
 {
     if (m_IsOutermost)
         t_IsInEdit = false;
 }
 
-void CountSharedCopy() noexcept
+QV_INTERNAL_UNCHECKED_END
+
+void CountSharedCopy() noexcept QV_NONBLOCKING
 {
     g_SharedCopies.FetchInc();
 }
@@ -139,7 +144,7 @@ namespace Quorvane
 namespace Internal::String
 {
 
-void CountSharedCopy() noexcept {}
+void CountSharedCopy() noexcept QV_NONBLOCKING {}
 
 } // namespace Internal::String
 

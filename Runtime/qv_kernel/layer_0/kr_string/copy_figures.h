@@ -30,8 +30,8 @@ namespace Quorvane::Internal::String
 class CEditScope
 {
 public:
-    CEditScope(const char *name, const void *calledFrom) noexcept;
-    ~CEditScope();
+    CEditScope(const char *name, const void *calledFrom) noexcept QV_NONBLOCKING;
+    ~CEditScope() noexcept QV_NONBLOCKING;
     CEditScope(const CEditScope &) = delete;
     CEditScope &operator=(const CEditScope &) = delete;
 

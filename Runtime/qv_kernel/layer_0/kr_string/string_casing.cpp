@@ -51,17 +51,17 @@ void ConvertInPlace(CString &string)
 
 } // namespace
 
-bool CStringView::IsUpper() const noexcept
+bool CStringView::IsUpper() const noexcept QV_NONBLOCKING
 {
     return !HasLowercaseLetter(*this);
 }
 
-bool CStringView::IsLower() const noexcept
+bool CStringView::IsLower() const noexcept QV_NONBLOCKING
 {
     return !HasUppercaseLetter(*this);
 }
 
-ECasingType CStringView::AnalyzeCasing() const noexcept
+ECasingType CStringView::AnalyzeCasing() const noexcept QV_NONBLOCKING
 {
     static_assert(CasingType_Mixed == (CasingType_Lowercase | CasingType_Uppercase), "casings are bits");
     const u32 lower = HasLowercaseLetter(*this) ? CasingType_Lowercase : CasingType_Unspecified;
@@ -69,36 +69,36 @@ ECasingType CStringView::AnalyzeCasing() const noexcept
     return static_cast<ECasingType>(lower | upper);
 }
 
-bool CString::IsUpper() const noexcept
+bool CString::IsUpper() const noexcept QV_NONBLOCKING
 {
     return Empty() || CStringView(*this).IsUpper();
 }
 
-bool CString::IsLower() const noexcept
+bool CString::IsLower() const noexcept QV_NONBLOCKING
 {
     return Empty() || CStringView(*this).IsLower();
 }
 
-ECasingType CString::AnalyzeCasing() const noexcept
+ECasingType CString::AnalyzeCasing() const noexcept QV_NONBLOCKING
 {
     return Empty() ? CasingType_Unspecified : CStringView(*this).AnalyzeCasing();
 }
 
-CString &CString::ToUppercase() noexcept
+CString &CString::ToUppercase() noexcept QV_NONALLOCATING
 {
     QV_INTERNAL_EDIT;
     ConvertInPlace<&Internal::Buffer::UppercaseInPlace>(*this);
     return *this;
 }
 
-CString &CString::ToLowercase() noexcept
+CString &CString::ToLowercase() noexcept QV_NONALLOCATING
 {
     QV_INTERNAL_EDIT;
     ConvertInPlace<&Internal::Buffer::LowercaseInPlace>(*this);
     return *this;
 }
 
-CString &CString::ConformTo(ECasingType casing) noexcept
+CString &CString::ConformTo(ECasingType casing) noexcept QV_NONALLOCATING
 {
     QV_INTERNAL_EDIT;
     if (casing == CasingType_Uppercase)

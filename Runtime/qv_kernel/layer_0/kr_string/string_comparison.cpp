@@ -139,7 +139,7 @@ QV_INTERNAL_COLD s32 OrderWithoutCharacters(const char *data, const char *otherD
 namespace Internal::String
 {
 
-bool EqualCharactersSlow(const char *a, const char *b, u32 length) noexcept
+bool EqualCharactersSlow(const char *a, const char *b, u32 length) noexcept QV_NONBLOCKING
 {
     return QV_INTERNAL_LIKELY(Simd::HasWideInstructions())
                ? Buffer::Wide::EqualInCounted(ToBytes(a), ToBytes(b), length)
@@ -148,14 +148,14 @@ bool EqualCharactersSlow(const char *a, const char *b, u32 length) noexcept
 
 // A view of null orders with a null buffer, before every text.
 
-s32 OrderOfViews(const CStringView &a, const CStringView &b) noexcept
+s32 OrderOfViews(const CStringView &a, const CStringView &b) noexcept QV_NONBLOCKING
 {
     if (a.Data() == nullptr || b.Data() == nullptr)
         return (a.Data() != nullptr) - (b.Data() != nullptr);
     return OrderOfTexts(a.Data(), a.Length(), b.Data(), b.Length());
 }
 
-s32 OrderOfViews(const CStringView &a, const char *b) noexcept
+s32 OrderOfViews(const CStringView &a, const char *b) noexcept QV_NONBLOCKING
 {
     if (a.Data() == nullptr || b == nullptr)
         return (a.Data() != nullptr) - (b != nullptr);
@@ -167,7 +167,7 @@ s32 OrderOfViews(const CStringView &a, const char *b) noexcept
 
 } // namespace Internal::String
 
-bool CString::Compare(const char *other, ECaseSensitivity caseSensitivity) const noexcept
+bool CString::Compare(const char *other, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     if (m_Container == null)
         return IsNullOrEmpty(other);
@@ -180,7 +180,7 @@ bool CString::Compare(const char *other, ECaseSensitivity caseSensitivity) const
     return data == other || SNativeStringUtils::Equal(data, other);
 }
 
-bool CString::Compare(const CStringView &other, ECaseSensitivity caseSensitivity) const noexcept
+bool CString::Compare(const CStringView &other, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     if (m_Container == null)
         return other.Empty();
@@ -197,7 +197,7 @@ bool CString::Compare(const CStringView &other, ECaseSensitivity caseSensitivity
     return data == other.Data() || std::strncmp(data, other.Data(), length) == 0;
 }
 
-bool CString::Compare(const CString &other, ECaseSensitivity caseSensitivity) const noexcept
+bool CString::Compare(const CString &other, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     const CStringContainer *container = m_Container.Get();
     const CStringContainer *otherContainer = other.m_Container.Get();
@@ -215,7 +215,7 @@ bool CString::Compare(const CString &other, ECaseSensitivity caseSensitivity) co
     return EqualInBlocks(srcA, srcB, length, caseSensitivity);
 }
 
-bool CString::LessThan(const CString &other, ECaseSensitivity caseSensitivity) const noexcept
+bool CString::LessThan(const CString &other, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     if (m_Container == null)
         return other.m_Container != null;
@@ -231,7 +231,7 @@ bool CString::LessThan(const CString &other, ECaseSensitivity caseSensitivity) c
     return order < 0;
 }
 
-bool CString::LessThan(const char *other, ECaseSensitivity caseSensitivity) const noexcept
+bool CString::LessThan(const char *other, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     if (m_Container == null || IsNullOrEmpty(other))
         return m_Container == null && !IsNullOrEmpty(other);
@@ -245,14 +245,14 @@ bool CString::LessThan(const char *other, ECaseSensitivity caseSensitivity) cons
     return OrderIgnoringCase(ToBytes(data), ToBytes(other), static_cast<u64>(length) + 1) < 0;
 }
 
-bool CString::operator<(const char *other) const noexcept
+bool CString::operator<(const char *other) const noexcept QV_NONBLOCKING
 {
     if (m_Container == null || other == nullptr)
         return m_Container == null && other != nullptr;
     return SNativeStringUtils::Compare(Data(), other) < 0;
 }
 
-bool CString::operator>(const char *other) const noexcept
+bool CString::operator>(const char *other) const noexcept QV_NONBLOCKING
 {
     if (m_Container == null || other == nullptr)
         return m_Container != null && other == nullptr;
@@ -261,21 +261,21 @@ bool CString::operator>(const char *other) const noexcept
 
 // The operators on two strings, one of which has no characters.
 
-bool CString::_IsLess(const CString &other) const noexcept
+bool CString::_IsLess(const CString &other) const noexcept QV_NONBLOCKING
 {
     if (m_Container == null || other.m_Container == null)
         return m_Container == null && other.m_Container != null;
     return OrderWithoutCharacters(Data(), other.Data()) < 0;
 }
 
-bool CString::_IsGreater(const CString &other) const noexcept
+bool CString::_IsGreater(const CString &other) const noexcept QV_NONBLOCKING
 {
     if (m_Container == null || other.m_Container == null)
         return m_Container != null && other.m_Container == null;
     return OrderWithoutCharacters(Data(), other.Data()) > 0;
 }
 
-bool operator==(const CString &a, const CStringView &b) noexcept
+bool operator==(const CString &a, const CStringView &b) noexcept QV_NONBLOCKING
 {
     if (b.Empty())
         return a.Empty();
@@ -284,14 +284,14 @@ bool operator==(const CString &a, const CStringView &b) noexcept
     return std::memcmp(a.Data(), b.Data(), b.Length()) == 0;
 }
 
-bool operator<(const CString &a, const CStringView &b) noexcept
+bool operator<(const CString &a, const CStringView &b) noexcept QV_NONBLOCKING
 {
     if (a.Data() == nullptr || b.Data() == nullptr)
         return a.Data() == nullptr && b.Data() != nullptr;
     return OrderOfTexts(a.Data(), a.Length(), b.Data(), b.Length()) < 0;
 }
 
-bool operator>(const CString &a, const CStringView &b) noexcept
+bool operator>(const CString &a, const CStringView &b) noexcept QV_NONBLOCKING
 {
     if (a.Data() == nullptr || b.Data() == nullptr)
         return a.Data() != nullptr && b.Data() == nullptr;

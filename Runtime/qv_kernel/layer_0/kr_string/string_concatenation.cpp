@@ -115,7 +115,7 @@ bool PrependInPlace(CStringContainer &container, const char *other, u32 length)
 
 } // namespace
 
-bool CString::_IsUniqueAndResizable() const noexcept
+bool CString::_IsUniqueAndResizable() const noexcept QV_NONBLOCKING
 {
     const CStringContainer *container = m_Container.Get();
     return container != nullptr && container->SupportsDynamicResize() && container->RefCount() == 1;

@@ -30,28 +30,37 @@ void *AllocObject(u64 size, u32 alignment)
     return Mem::Internal::AllocBlock(size, alignment, Mem::AllocType_Generic, Mem::Origin_New, QV_INTERNAL_MEM_SITE);
 }
 
-void FreeObject(void *block, u64 size)
-{
-    Mem::Internal::FreeBlock(block, size, Mem::AllocType_Generic, Mem::Origin_New, QV_INTERNAL_MEM_SITE);
-}
-
 void *AllocBuffer(u64 size)
 {
     return Mem::Internal::AllocBlock(size, String::kCharacterBlockBytes, Mem::AllocType_Generic, Mem::Origin_Alloc,
                                      QV_INTERNAL_MEM_SITE);
 }
 
-void FreeBuffer(void *block)
+// Unchecked: what it takes to give a block back is the allocator's business.
+QV_INTERNAL_UNCHECKED_BEGIN
+
+void FreeObject(void *block, u64 size) noexcept QV_NONBLOCKING
 {
+    QV_INTERNAL_REALTIME_PAUSE;
+    Mem::Internal::FreeBlock(block, size, Mem::AllocType_Generic, Mem::Origin_New, QV_INTERNAL_MEM_SITE);
+}
+
+void FreeBuffer(void *block) noexcept QV_NONBLOCKING
+{
+    QV_INTERNAL_REALTIME_PAUSE;
     Mem::_RawFree(block, Mem::AllocType_Generic, Mem::Origin_Alloc, QV_INTERNAL_MEM_SITE);
 }
+
+QV_INTERNAL_UNCHECKED_END
 
 } // namespace
 
 static_assert(sizeof(CStringContainer) <= String::kContainerHeaderBytes, "fixed characters follow the fields");
 
-CStringContainer::CStringContainer(u32 lengthAndFlags, u32 capacity, char *characters) noexcept
-    : m_Length(lengthAndFlags), m_Capacity(capacity), m_Characters(characters)
+CStringContainer::CStringContainer(u32 lengthAndFlags, u32 capacity, char *characters) noexcept QV_NONBLOCKING
+    : m_Length(lengthAndFlags),
+      m_Capacity(capacity),
+      m_Characters(characters)
 {
 }
 
@@ -60,7 +69,7 @@ CStringContainer::~CStringContainer()
     _FreeBuffer();
 }
 
-void CStringContainer::_FreeBuffer() noexcept
+void CStringContainer::_FreeBuffer() noexcept QV_NONBLOCKING
 {
     if (!SupportsDynamicResize())
         return;
@@ -69,7 +78,7 @@ void CStringContainer::_FreeBuffer() noexcept
     m_Characters = nullptr;
 }
 
-void CStringContainer::_Destroy(CStringContainer *container) noexcept
+void CStringContainer::_Destroy(CStringContainer *container) noexcept QV_NONBLOCKING
 {
     // Nothing but the buffer outlives the object: its destructors would do no more than this, several calls later.
     const u64 size = container->SupportsDynamicResize() ? String::kResizableObjectBytes
@@ -153,7 +162,7 @@ bool CStringContainer::_Reallocate(u32 newLength) noexcept
     return true;
 }
 
-void CStringContainer::_SetLength(u32 newLength) noexcept
+void CStringContainer::_SetLength(u32 newLength) noexcept QV_NONBLOCKING
 {
     const u32 oldLength = Length();
     char *data = m_Characters;
@@ -176,7 +185,7 @@ void CStringContainer::_SetLength(u32 newLength) noexcept
     _ChangeLengthBy(newLength - oldLength);
 }
 
-void CStringContainer::Clear() noexcept
+void CStringContainer::Clear() noexcept QV_NONBLOCKING
 {
     if (m_Characters == nullptr)
         return;
@@ -184,12 +193,12 @@ void CStringContainer::Clear() noexcept
     _SetLength(0);
 }
 
-void CStringContainer::Rebuild() noexcept
+void CStringContainer::Rebuild() noexcept QV_NONBLOCKING
 {
     char *data = m_Characters;
     if (data == nullptr)
         return;
-    const void *terminator = std::memchr(data, '\0', m_Capacity);
+    const void *terminator = __builtin_memchr(data, '\0', m_Capacity);
     QV_INTERNAL_ASSERT_TEXT(kTerminatorCheck, terminator != nullptr);
     // Characters that fill all the room lose the last one to the terminator.
     char *end = terminator != nullptr ? data + (static_cast<const char *>(terminator) - data) : data + m_Capacity - 1;
@@ -197,7 +206,7 @@ void CStringContainer::Rebuild() noexcept
     _SetLength(static_cast<u32>(end - data));
 }
 
-u64 CStringContainer::MemoryFootprint() const noexcept
+u64 CStringContainer::MemoryFootprint() const noexcept QV_NONBLOCKING
 {
     const u64 characterBytes = SupportsDynamicResize() ? m_Capacity : String::PaddedBytes(Length());
     return characterBytes + String::kContainerHeaderBytes;

@@ -32,7 +32,7 @@ void MoveToFront(char *data, u32 from, u64 byteCount)
 
 } // namespace
 
-CString &CString::Reverse() noexcept
+CString &CString::Reverse() noexcept QV_NONBLOCKING
 {
     CStringContainer *container = m_Container.Get();
     if (CStringContainer::SafeLength(container) == 0)
@@ -68,7 +68,7 @@ CString CString::Replace(char searchFor, char replaceWith) const noexcept
     return result;
 }
 
-CString &CString::Strip(const char *chars) noexcept
+CString &CString::Strip(const char *chars) noexcept QV_NONALLOCATING
 {
     QV_INTERNAL_EDIT;
     if (IsNullOrEmpty(chars) || Data() == nullptr)
@@ -90,7 +90,7 @@ CString &CString::Strip(const char *chars) noexcept
     return *this;
 }
 
-CString &CString::StripLeft(const char *chars) noexcept
+CString &CString::StripLeft(const char *chars) noexcept QV_NONALLOCATING
 {
     QV_INTERNAL_EDIT;
     if (IsNullOrEmpty(chars) || Data() == nullptr)
@@ -111,7 +111,7 @@ CString &CString::StripLeft(const char *chars) noexcept
     return *this;
 }
 
-CString &CString::StripRight(const char *chars) noexcept
+CString &CString::StripRight(const char *chars) noexcept QV_NONALLOCATING
 {
     QV_INTERNAL_EDIT;
     if (IsNullOrEmpty(chars) || Data() == nullptr)
@@ -128,7 +128,7 @@ CString &CString::StripRight(const char *chars) noexcept
     return *this;
 }
 
-CString &CString::Uncomment() noexcept
+CString &CString::Uncomment() noexcept QV_NONALLOCATING
 {
     QV_INTERNAL_EDIT;
     SNativeStringUtils::Uncomment(RawDataForWriting());

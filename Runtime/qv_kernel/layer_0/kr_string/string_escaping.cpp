@@ -46,7 +46,7 @@ CString &CString::Escape() noexcept
     return *this;
 }
 
-CString &CString::Unescape() noexcept
+CString &CString::Unescape() noexcept QV_NONALLOCATING
 {
     QV_INTERNAL_EDIT;
     if (Empty())

@@ -109,14 +109,14 @@ private:
 
 } // namespace
 
-float CString::FuzzyMatch(const CString &other) const noexcept
+float CString::FuzzyMatch(const CString &other) const noexcept QV_NONBLOCKING
 {
     float weight;
     Internal::Fuzzy::WeighPair(SText::Of(*this), SText::Of(other), weight);
     return weight;
 }
 
-float CStringView::FuzzyMatch(const CStringView &other) const noexcept
+float CStringView::FuzzyMatch(const CStringView &other) const noexcept QV_NONBLOCKING
 {
     const SText query = {m_Data, Internal::String::ReadableLength(*this)};
     const SText text = {other.m_Data, Internal::String::ReadableLength(other)};
@@ -127,7 +127,7 @@ float CStringView::FuzzyMatch(const CStringView &other) const noexcept
     return weight;
 }
 
-float CStringView::FuzzyMatch(const char *other) const noexcept
+float CStringView::FuzzyMatch(const char *other) const noexcept QV_NONBLOCKING
 {
     return FuzzyMatch(CStringView(other));
 }

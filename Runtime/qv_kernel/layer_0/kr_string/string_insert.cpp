@@ -167,7 +167,7 @@ CString &CString::Insert(u32 index, const char *piece) noexcept
     return _InsertFast(index, piece, SNativeStringUtils::Length(piece));
 }
 
-CString &CString::Erase(u32 first, u32 last) noexcept
+CString &CString::Erase(u32 first, u32 last) noexcept QV_NONALLOCATING
 {
     QV_INTERNAL_EDIT;
     if (QV_INTERNAL_FAILS(first <= last && last <= Length()) || first == last)
@@ -180,9 +180,12 @@ CString &CString::Erase(u32 first, u32 last) noexcept
         EraseInPlace(*m_Container, first, last);
         return *this;
     }
+    // Unchecked: whether characters are shared is not known before.
+    QV_INTERNAL_UNCHECKED_BEGIN
     m_Container = NewWithout(data, Length(), first, last);
     if (QV_MEM_TRACKING && m_Container != null)
         Internal::String::CountPrivateCopy(Length(), nullptr);
+    QV_INTERNAL_UNCHECKED_END
     return *this;
 }
 

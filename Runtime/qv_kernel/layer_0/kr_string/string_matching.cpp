@@ -10,7 +10,7 @@ namespace Quorvane
 namespace
 {
 
-using FMatcher = bool (*)(const char *pattern, const char *str);
+using FMatcher = bool (*)(const char *pattern, const char *str) noexcept QV_NONBLOCKING;
 
 // What an empty string matches: null, and nothing but stars.
 bool MatchesEmpty(const char *pattern)
@@ -37,18 +37,18 @@ bool MatchView(const CStringView &pattern, const CStringView &view, Internal::Bu
 
 } // namespace
 
-bool CString::Match(const char *pattern, ECaseSensitivity caseSensitivity) const noexcept
+bool CString::Match(const char *pattern, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     const bool ignoresCase = caseSensitivity != CaseSensitive;
     return MatchWith(ignoresCase ? &SNativeStringUtils::MatchCase : &SNativeStringUtils::Match, *this, pattern);
 }
 
-bool CString::Match(const CString &pattern, ECaseSensitivity caseSensitivity) const noexcept
+bool CString::Match(const CString &pattern, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     return pattern.Empty() ? Empty() : Match(pattern.Data(), caseSensitivity);
 }
 
-bool CString::MatchWithInhibitors(const char *pattern, ECaseSensitivity caseSensitivity) const noexcept
+bool CString::MatchWithInhibitors(const char *pattern, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     const bool ignoresCase = caseSensitivity != CaseSensitive;
     return MatchWith(ignoresCase ? &SNativeStringUtils::MatchCaseWithInhibitors
@@ -56,27 +56,30 @@ bool CString::MatchWithInhibitors(const char *pattern, ECaseSensitivity caseSens
                      *this, pattern);
 }
 
-bool CString::MatchWithInhibitors(const CString &pattern, ECaseSensitivity caseSensitivity) const noexcept
+bool CString::MatchWithInhibitors(const CString &pattern,
+                                  ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     return pattern.Empty() ? Empty() : MatchWithInhibitors(pattern.Data(), caseSensitivity);
 }
 
-bool CStringView::Match(const CStringView &pattern, ECaseSensitivity caseSensitivity) const noexcept
+bool CStringView::Match(const CStringView &pattern, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     return MatchView(pattern, *this, {caseSensitivity != CaseSensitive, false});
 }
 
-bool CStringView::Match(const char *pattern, ECaseSensitivity caseSensitivity) const noexcept
+bool CStringView::Match(const char *pattern, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     return Match(CStringView(pattern), caseSensitivity);
 }
 
-bool CStringView::MatchWithInhibitors(const CStringView &pattern, ECaseSensitivity caseSensitivity) const noexcept
+bool CStringView::MatchWithInhibitors(const CStringView &pattern,
+                                      ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     return MatchView(pattern, *this, {caseSensitivity != CaseSensitive, true});
 }
 
-bool CStringView::MatchWithInhibitors(const char *pattern, ECaseSensitivity caseSensitivity) const noexcept
+bool CStringView::MatchWithInhibitors(const char *pattern,
+                                      ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     return MatchWithInhibitors(CStringView(pattern), caseSensitivity);
 }

@@ -75,7 +75,7 @@ const char *ExponentOf(const char *text, const char *end, std::chars_format form
     if (format == std::chars_format::fixed)
         return end;
     const char mark = format == std::chars_format::hex ? 'p' : 'e';
-    const void *const found = std::memchr(text, mark, static_cast<std::size_t>(end - text));
+    const void *const found = __builtin_memchr(text, mark, static_cast<std::size_t>(end - text));
     return found != nullptr ? static_cast<const char *>(found) : end;
 }
 

@@ -14,7 +14,8 @@ namespace Quorvane::Internal::String
 {
 
 // Tells it that `size` bytes at `data` are initialised, by code that it does not see.
-inline void MarkInitialised([[maybe_unused]] const char *data, [[maybe_unused]] std::size_t size) noexcept
+inline void MarkInitialised([[maybe_unused]] const char *data,
+                            [[maybe_unused]] std::size_t size) noexcept QV_NONBLOCKING
 {
 #if defined(QV_INTERNAL_SANITIZES_MEMORY)
     __msan_unpoison(data, size);

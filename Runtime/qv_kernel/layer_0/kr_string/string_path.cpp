@@ -190,7 +190,7 @@ void WriteFast(const TMemoryView<const CStringView> &pieces, char *writeTo)
 } // namespace
 
 // The same question as that about any other text, without a look at what was looked at before.
-bool CString::_ContainsBackslash() const noexcept
+bool CString::_ContainsBackslash() const noexcept QV_NONBLOCKING
 {
     const char *data = Data();
     if (data == nullptr || !_IsUniqueAndResizable())

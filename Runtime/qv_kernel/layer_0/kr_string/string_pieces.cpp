@@ -98,25 +98,26 @@ private:
 
 } // namespace
 
-SSeparators CCharacterSeparator::Next(const char *, const char *end, const char *known) const noexcept
+SSeparators CCharacterSeparator::Next(const char *, const char *end, const char *known) const noexcept QV_NONBLOCKING
 {
     const u32 count = CountBetween(known, end);
     const SMatchWord near = Buffer::FirstMatches(known, QVMin(count, kLongPiece), m_Character);
     if (near.m_Bits != 0 || count <= kLongPiece)
         return ForwardsFrom(near, known, end);
-    const void *const found = std::memchr(known + kLongPiece, m_Character, count - kLongPiece);
+    const void *const found = __builtin_memchr(known + kLongPiece, m_Character, count - kLongPiece);
     if (found == nullptr)
         return {0, end, end};
     const char *const place = static_cast<const char *>(found);
     return {1, place, place + 1};
 }
 
-SSeparators CCharacterSeparator::Previous(const char *begin, const char *, const char *known) const noexcept
+SSeparators CCharacterSeparator::Previous(const char *begin, const char *,
+                                          const char *known) const noexcept QV_NONBLOCKING
 {
     return BackwardsFrom(Buffer::LastMatches(begin, CountBetween(begin, known), m_Character), begin);
 }
 
-CSetSeparator::CSetSeparator(const CPieceText &characters) noexcept
+CSetSeparator::CSetSeparator(const CPieceText &characters) noexcept QV_NONBLOCKING
 {
     static_assert(kSetBytes == Buffer::kSetBytes, "one size of sets");
     for (const char *cur = characters.Begin(); cur != characters.End(); ++cur)
@@ -127,17 +128,17 @@ CSetSeparator::CSetSeparator(const CPieceText &characters) noexcept
     }
 }
 
-SSeparators CSetSeparator::Next(const char *, const char *end, const char *known) const noexcept
+SSeparators CSetSeparator::Next(const char *, const char *end, const char *known) const noexcept QV_NONBLOCKING
 {
     return ForwardsFrom(Buffer::FirstSetMatches(known, CountBetween(known, end), m_Set), known, end);
 }
 
-SSeparators CSetSeparator::Previous(const char *begin, const char *, const char *known) const noexcept
+SSeparators CSetSeparator::Previous(const char *begin, const char *, const char *known) const noexcept QV_NONBLOCKING
 {
     return BackwardsFrom(Buffer::LastSetMatches(begin, CountBetween(begin, known), m_Set), begin);
 }
 
-SSeparators CTextSeparator::Next(const char *begin, const char *end, const char *known) const noexcept
+SSeparators CTextSeparator::Next(const char *begin, const char *end, const char *known) const noexcept QV_NONBLOCKING
 {
     const char *const separator = m_Text.Begin();
     const u32 length = m_Text.Length();
@@ -163,7 +164,8 @@ SSeparators CTextSeparator::Next(const char *begin, const char *end, const char 
     return {0, end, end};
 }
 
-SSeparators CTextSeparator::Previous(const char *begin, const char *end, const char *known) const noexcept
+SSeparators CTextSeparator::Previous(const char *begin, const char *end,
+                                     const char *known) const noexcept QV_NONBLOCKING
 {
     const char *const separator = m_Text.Begin();
     const u32 length = m_Text.Length();

@@ -50,8 +50,9 @@ u32 CountOccurrences(const SReplacing &replacing, CMatchOffsets &offsets)
 
 const char *TerminatorOf(const CStringView &replacement)
 {
-    return replacement.Empty() ? nullptr
-                               : static_cast<const char *>(std::memchr(replacement.Data(), '\0', replacement.Length()));
+    return replacement.Empty()
+               ? nullptr
+               : static_cast<const char *>(__builtin_memchr(replacement.Data(), '\0', replacement.Length()));
 }
 
 // A terminator in the replacement ends the result.

@@ -19,7 +19,7 @@ using Internal::String::IsNullOrEmpty;
 
 } // namespace
 
-CGuid CString::FindNextOf(const char *str, u32 start) const noexcept
+CGuid CString::FindNextOf(const char *str, u32 start) const noexcept QV_NONBLOCKING
 {
     if (str == nullptr || start >= Length())
         return CGuid::INVALID;
@@ -29,7 +29,7 @@ CGuid CString::FindNextOf(const char *str, u32 start) const noexcept
     return IndexOf(Internal::Buffer::FindInTerminated(data + start, Length() - start, str), data);
 }
 
-CGuid CString::FindLastOf(char character) const noexcept
+CGuid CString::FindLastOf(char character) const noexcept QV_NONBLOCKING
 {
     const u32 length = Length();
     const char *data = Data();
@@ -38,72 +38,73 @@ CGuid CString::FindLastOf(char character) const noexcept
     return IndexOf(SNativeStringUtils::FindLast(data, length, character), data);
 }
 
-CGuid CString::FindText(const CStringView &text, u32 start, ECaseSensitivity caseSensitivity) const noexcept
+CGuid CString::FindText(const CStringView &text, u32 start,
+                        ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     return CStringView(*this).FindText(text, start, caseSensitivity);
 }
 
-CGuid CString::FindText(const char *text, u32 start, ECaseSensitivity caseSensitivity) const noexcept
+CGuid CString::FindText(const char *text, u32 start, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     return CStringView(*this).FindText(text, start, caseSensitivity);
 }
 
-CGuid CString::FindLastText(const CStringView &text, ECaseSensitivity caseSensitivity) const noexcept
+CGuid CString::FindLastText(const CStringView &text, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     return CStringView(*this).FindLastText(text, caseSensitivity);
 }
 
-CGuid CString::FindLastText(const char *text, ECaseSensitivity caseSensitivity) const noexcept
+CGuid CString::FindLastText(const char *text, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     return CStringView(*this).FindLastText(text, caseSensitivity);
 }
 
-bool CString::StartsWith(const char *other, ECaseSensitivity caseSensitivity) const noexcept
+bool CString::StartsWith(const char *other, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     return CStringView(*this).StartsWith(other, caseSensitivity);
 }
 
-bool CString::StartsWith(const CString &other, ECaseSensitivity caseSensitivity) const noexcept
+bool CString::StartsWith(const CString &other, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     return CStringView(*this).StartsWith(CStringView(other), caseSensitivity);
 }
 
-bool CString::StartsWith(const CStringView &other, ECaseSensitivity caseSensitivity) const noexcept
+bool CString::StartsWith(const CStringView &other, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     return CStringView(*this).StartsWith(other, caseSensitivity);
 }
 
-bool CString::EndsWith(const char *other, ECaseSensitivity caseSensitivity) const noexcept
+bool CString::EndsWith(const char *other, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     return CStringView(*this).EndsWith(other, caseSensitivity);
 }
 
-bool CString::EndsWith(const CString &other, ECaseSensitivity caseSensitivity) const noexcept
+bool CString::EndsWith(const CString &other, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     return CStringView(*this).EndsWith(CStringView(other), caseSensitivity);
 }
 
-bool CString::EndsWith(const CStringView &other, ECaseSensitivity caseSensitivity) const noexcept
+bool CString::EndsWith(const CStringView &other, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     return CStringView(*this).EndsWith(other, caseSensitivity);
 }
 
-bool CString::Contains(const char *other, ECaseSensitivity caseSensitivity) const noexcept
+bool CString::Contains(const char *other, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     return CStringView(*this).Contains(other, caseSensitivity);
 }
 
-bool CString::Contains(const CString &other, ECaseSensitivity caseSensitivity) const noexcept
+bool CString::Contains(const CString &other, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     return CStringView(*this).Contains(CStringView(other), caseSensitivity);
 }
 
-bool CString::Contains(const CStringView &other, ECaseSensitivity caseSensitivity) const noexcept
+bool CString::Contains(const CStringView &other, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     return CStringView(*this).Contains(other, caseSensitivity);
 }
 
-bool CString::Empty(const char *blanks) const noexcept
+bool CString::Empty(const char *blanks) const noexcept QV_NONBLOCKING
 {
     if (Empty())
         return true;
@@ -123,7 +124,7 @@ CString CString::_Extract(const char *from, u32 first, u32 last, u32 checked) no
 {
     const bool isRange = from != nullptr && last > first;
     QV_INTERNAL_ASSERT_TEXT("from != null && last > first && SNativeStringUtils::Length(from) >= QVMax(first, last)",
-                            isRange && std::memchr(from + checked, '\0', last - checked) == nullptr);
+                            isRange && __builtin_memchr(from + checked, '\0', last - checked) == nullptr);
     if (!isRange)
         return CString();
     return CString(CStringContainer::New(from + first, last - first));

@@ -66,7 +66,7 @@ bool SplitInto(TArray<CString> &outPieces, const CString &source, char separator
     if (source.Empty())
         return true;
     // Whether extracting may have something to report is asked for all pieces at once.
-    const bool mayReport = QV_ASSERTS && std::memchr(source.Data(), '\0', source.Length()) != nullptr;
+    const bool mayReport = QV_ASSERTS && __builtin_memchr(source.Data(), '\0', source.Length()) != nullptr;
     return mayReport ? SplitText(TStringSink<Piece_Any>(outPieces), source, separator)
                      : SplitText(TStringSink<Piece_WithoutTerminator>(outPieces), source, separator);
 }

@@ -56,7 +56,7 @@ using Internal::String::ToView;
 
 } // namespace
 
-CStringView CStringView::FromNullTerminatedString(const char *str) noexcept
+CStringView CStringView::FromNullTerminatedString(const char *str) noexcept QV_NONBLOCKING
 {
     return CStringView(str, SNativeStringUtils::Length(str));
 }
@@ -67,19 +67,19 @@ CString CStringView::ToString() const noexcept
     return m_Data != nullptr ? CString(CStringContainer::New(m_Data, m_Length)) : CString();
 }
 
-CStringView CStringView::Slice(u32 start) const noexcept
+CStringView CStringView::Slice(u32 start) const noexcept QV_NONBLOCKING
 {
     return Slice(start, m_Length);
 }
 
-CStringView CStringView::Slice(u32 start, u32 count) const noexcept
+CStringView CStringView::Slice(u32 start, u32 count) const noexcept QV_NONBLOCKING
 {
     const u32 clampedStart = QVMin(start, m_Length);
     const char *data = m_Data != nullptr ? m_Data + clampedStart : nullptr;
     return CStringView(data, QVMin(count, m_Length - clampedStart));
 }
 
-bool CStringView::Compare(const char *other, ECaseSensitivity caseSensitivity) const noexcept
+bool CStringView::Compare(const char *other, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     // Null counts as empty, which a view that begins with a terminator equals too.
     if (other == nullptr)
@@ -92,7 +92,7 @@ bool CStringView::Compare(const char *other, ECaseSensitivity caseSensitivity) c
     return equal && other[length] == '\0';
 }
 
-bool CStringView::Compare(const CStringView &other, ECaseSensitivity caseSensitivity) const noexcept
+bool CStringView::Compare(const CStringView &other, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     if (m_Length != other.m_Length)
         return false;
@@ -103,13 +103,13 @@ bool CStringView::Compare(const CStringView &other, ECaseSensitivity caseSensiti
                                             : std::strncmp(m_Data, other.m_Data, m_Length) == 0;
 }
 
-bool CStringView::operator==(const char *other) const noexcept
+bool CStringView::operator==(const char *other) const noexcept QV_NONBLOCKING
 {
     // A view with a terminator in it is the same as no terminated text.
     return LengthToTerminator(*this) == m_Length && Compare(other, CaseSensitive);
 }
 
-bool CStringView::operator==(const CStringView &other) const noexcept
+bool CStringView::operator==(const CStringView &other) const noexcept QV_NONBLOCKING
 {
     if (m_Length != other.m_Length)
         return false;
@@ -118,13 +118,13 @@ bool CStringView::operator==(const CStringView &other) const noexcept
     return EqualCounted(m_Data, other.m_Data, m_Length);
 }
 
-bool CStringView::StartsWith(const CStringView &other, ECaseSensitivity caseSensitivity) const noexcept
+bool CStringView::StartsWith(const CStringView &other, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     const u32 otherLength = ReadableLength(other);
     return otherLength <= ReadableLength(*this) && EqualText(m_Data, other.m_Data, otherLength, caseSensitivity);
 }
 
-bool CStringView::EndsWith(const CStringView &other, ECaseSensitivity caseSensitivity) const noexcept
+bool CStringView::EndsWith(const CStringView &other, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     const u32 length = ReadableLength(*this);
     const u32 otherLength = ReadableLength(other);
@@ -132,27 +132,27 @@ bool CStringView::EndsWith(const CStringView &other, ECaseSensitivity caseSensit
            EqualText(m_Data + (length - otherLength), other.m_Data, otherLength, caseSensitivity);
 }
 
-bool CStringView::Contains(const CStringView &other, ECaseSensitivity caseSensitivity) const noexcept
+bool CStringView::Contains(const CStringView &other, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     return FindText(other, 0, caseSensitivity).Valid();
 }
 
-bool CStringView::StartsWith(const char *other, ECaseSensitivity caseSensitivity) const noexcept
+bool CStringView::StartsWith(const char *other, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     return StartsWith(ToView(other), caseSensitivity);
 }
 
-bool CStringView::EndsWith(const char *other, ECaseSensitivity caseSensitivity) const noexcept
+bool CStringView::EndsWith(const char *other, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     return EndsWith(ToView(other), caseSensitivity);
 }
 
-bool CStringView::Contains(const char *other, ECaseSensitivity caseSensitivity) const noexcept
+bool CStringView::Contains(const char *other, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     return Contains(ToView(other), caseSensitivity);
 }
 
-bool CStringView::Empty(const char *blanks) const noexcept
+bool CStringView::Empty(const char *blanks) const noexcept QV_NONBLOCKING
 {
     if (IsNullOrEmpty(blanks))
         return Empty();
@@ -160,45 +160,45 @@ bool CStringView::Empty(const char *blanks) const noexcept
     return CountLeading(m_Data, length, CCharacterSet(blanks)) == length;
 }
 
-CStringView CStringView::Strip(char character) const noexcept
+CStringView CStringView::Strip(char character) const noexcept QV_NONBLOCKING
 {
     return Stripped(*this, CCharacterSet(character));
 }
 
-CStringView CStringView::Strip(const char *set) const noexcept
+CStringView CStringView::Strip(const char *set) const noexcept QV_NONBLOCKING
 {
     return Stripped(*this, CCharacterSet(set));
 }
 
-CStringView CStringView::StripLeft(char character) const noexcept
+CStringView CStringView::StripLeft(char character) const noexcept QV_NONBLOCKING
 {
     return StrippedLeft(*this, CCharacterSet(character));
 }
 
-CStringView CStringView::StripLeft(const char *set) const noexcept
+CStringView CStringView::StripLeft(const char *set) const noexcept QV_NONBLOCKING
 {
     return StrippedLeft(*this, CCharacterSet(set));
 }
 
-CStringView CStringView::StripRight(char character) const noexcept
+CStringView CStringView::StripRight(char character) const noexcept QV_NONBLOCKING
 {
     return StrippedRight(*this, CCharacterSet(character));
 }
 
-CStringView CStringView::StripRight(const char *set) const noexcept
+CStringView CStringView::StripRight(const char *set) const noexcept QV_NONBLOCKING
 {
     return StrippedRight(*this, CCharacterSet(set));
 }
 
-CGuid CStringView::FindNextOf(char character, u32 start) const noexcept
+CGuid CStringView::FindNextOf(char character, u32 start) const noexcept QV_NONBLOCKING
 {
     const u32 length = ReadableLength(*this);
     if (start >= length)
         return CGuid::INVALID;
-    return IndexOf(static_cast<const char *>(std::memchr(m_Data + start, character, length - start)), m_Data);
+    return IndexOf(static_cast<const char *>(__builtin_memchr(m_Data + start, character, length - start)), m_Data);
 }
 
-CGuid CStringView::FindNextOf(const char *set, u32 start) const noexcept
+CGuid CStringView::FindNextOf(const char *set, u32 start) const noexcept QV_NONBLOCKING
 {
     const CCharacterSet characters(set);
     const u32 length = ReadableLength(*this);
@@ -208,12 +208,13 @@ CGuid CStringView::FindNextOf(const char *set, u32 start) const noexcept
     return CGuid::INVALID;
 }
 
-CGuid CStringView::FindLastOf(char character) const noexcept
+CGuid CStringView::FindLastOf(char character) const noexcept QV_NONBLOCKING
 {
     return IndexOf(SNativeStringUtils::FindLast(m_Data, ReadableLength(*this), character), m_Data);
 }
 
-CGuid CStringView::FindText(const CStringView &text, u32 start, ECaseSensitivity caseSensitivity) const noexcept
+CGuid CStringView::FindText(const CStringView &text, u32 start,
+                            ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     const u32 length = ReadableLength(*this);
     if (start > length)
@@ -228,7 +229,7 @@ CGuid CStringView::FindText(const CStringView &text, u32 start, ECaseSensitivity
     return IndexOf(found, m_Data);
 }
 
-CGuid CStringView::FindLastText(const CStringView &text, ECaseSensitivity caseSensitivity) const noexcept
+CGuid CStringView::FindLastText(const CStringView &text, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     const u32 length = ReadableLength(*this);
     const u32 textLength = ReadableLength(text);
@@ -240,12 +241,12 @@ CGuid CStringView::FindLastText(const CStringView &text, ECaseSensitivity caseSe
     return IndexOf(found, m_Data);
 }
 
-CGuid CStringView::FindText(const char *text, u32 start, ECaseSensitivity caseSensitivity) const noexcept
+CGuid CStringView::FindText(const char *text, u32 start, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     return FindText(ToView(text), start, caseSensitivity);
 }
 
-CGuid CStringView::FindLastText(const char *text, ECaseSensitivity caseSensitivity) const noexcept
+CGuid CStringView::FindLastText(const char *text, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
 {
     return FindLastText(ToView(text), caseSensitivity);
 }
