@@ -65,10 +65,10 @@ def figures_of(measure, results):
     return {name: runner.median([row[name] for row in rows]) for name in FIGURES}
 
 
-def run_case(program, case, operations):
+def run_case(program, case, operations, ahead):
     """One process; every operation must have been counted."""
     allocator, text, pattern, threads = case
-    result = runner.run(program, allocator, [pattern, text, threads, operations], is_realtime(threads))
+    result = runner.run(program, allocator, [pattern, text, threads, operations], is_realtime(threads), ahead)
     measures = MEASURES.get(pattern, (pattern,))
     shared_out = operations // threads * threads
     for measure in measures:
@@ -77,12 +77,12 @@ def run_case(program, case, operations):
     return result
 
 
-def measure_all(program, patterns, allocators, numbers, operations, repetitions):
+def measure_all(program, patterns, allocators, numbers, operations, repetitions, ahead=True):
     """{(measure, threads): {(allocator, text): (figures, all its processes' distribution)}}"""
     cases = list(cases_of(patterns, allocators, numbers))
 
     def runs(case):
-        return lambda: run_case(program, case, operations)
+        return lambda: run_case(program, case, operations, ahead)
 
     results = runner.interleaved([runs(case) for case in cases], repetitions, pause=0.02)
     found = {}
@@ -131,14 +131,14 @@ def goal_table(found):
 
 
 def tail(distribution):
-    """(value, share of the operations that take longer), at most one for each 16th of a doubling."""
+    """(value, share of the operations that take longer), at most one for each 6th of a doubling."""
     total = sum(count for _, count in distribution)
     seen = 0
     last = 0
     points = []
     for value, count in distribution:
         seen += count
-        if value >= last * 2 ** (1 / 16) or seen == total:
+        if value >= last * 2 ** (1 / 6) or seen == total:
             # What nothing exceeds is drawn where one operation more would be.
             points.append((value, max(total - seen, 0.5) / total))
             last = value
@@ -233,12 +233,12 @@ def main():
     allocators = runner.allocators()
     operations, repetitions = (2000, 1) if arguments.once else (200000, 3) if arguments.quick else (1000000, 5)
     numbers = THREADS[:2] if arguments.once else THREADS
-    found = measure_all(program, patterns, allocators, numbers, operations, repetitions)
+    facts = runner.facts("./run bench latency" + (" --quick" if arguments.quick else ""))
+    found = measure_all(program, patterns, allocators, numbers, operations, repetitions, not arguments.once)
     if arguments.once:
         return 0
     lines = goal_table(found)
     summary = said(lines, operations, repetitions, runner.may_become_realtime())
-    facts = runner.facts("./run bench latency" + (" --quick" if arguments.quick else ""))
     text = "\n\n".join([facts, runner.table.as_text(full_table(found)), runner.table.as_text(lines), summary])
     print(text)
     write_results(arguments.folder, found, text)

@@ -70,15 +70,17 @@ def may_become_realtime():
     return subprocess.run([sys.executable, "-c", program], stderr=subprocess.DEVNULL, check=False).returncode == 0
 
 
-def run(program, allocator, arguments, realtime=False):
-    """What one fresh process measures: the object that it prints."""
+def run(program, allocator, arguments, realtime=False, ahead=True):
+    """What one fresh process measures: the object that it prints. Unless `ahead` is false, it goes before what else the
+    machine does: `realtime` for processes with no more threads than processors."""
     environment = dict(os.environ)
     environment.pop("LD_PRELOAD", None)
     if allocator in LIBRARIES:
         environment["LD_PRELOAD"] = library_of(allocator)
+    before_it = (become_realtime if realtime else become_preferred) if ahead else None
     command = [program, allocator] + [str(argument) for argument in arguments]
     done = subprocess.run(command, env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, text=True,
-                          preexec_fn=become_realtime if realtime else become_preferred, check=False)
+                          preexec_fn=before_it, check=False)
     if done.returncode != 0:
         raise RuntimeError("%s: exit code %d" % (" ".join(command), done.returncode))
     return json.loads(done.stdout)
@@ -127,7 +129,8 @@ def best_of(figures):
 def facts(command, further=()):
     """A table of the machine, the peers' versions, the revision and the command, in Markdown."""
     load = os.getloadavg()
-    known = publish.machine({"num_cpus": processors(), "load_avg": load})
+    known = [(what, value.rstrip(", ")) for what, value in publish.machine(
+        {"num_cpus": processors(), "load_avg": load})]
     known.append(("allocators", publish.output_of("dpkg-query", "-W", "-f", "${Package} ${Version}, ", *PACKAGES).rstrip(
         ", ") or "not known"))
     revision = publish.output_of("git", "rev-parse", "--short=12", "HEAD")
