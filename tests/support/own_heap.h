@@ -14,12 +14,11 @@ namespace QuorvaneTest
 class COwnHeap
 {
 public:
-    // `process`: as CSlabHeap::Begin takes it.
-    explicit COwnHeap(Quorvane::TAtomic<Quorvane::u32> *process = nullptr) : m_Base(_FreeRange())
+    COwnHeap() : m_Base(_FreeRange())
     {
         if (!Quorvane::Mem::Internal::PortMapAt(m_Base, Quorvane::Mem::Internal::kSlabBytes))
             std::abort();
-        m_Heap.Begin(m_Base, process);
+        m_Heap.Begin(m_Base);
     }
     ~COwnHeap()
     {

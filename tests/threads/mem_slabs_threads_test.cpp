@@ -1,8 +1,6 @@
-// The home of small blocks on several threads. It is plain memory and one lock, so the thread sanitizer sees all of it
+// The home of small blocks on several threads. It is plain memory and atomic words, so the thread sanitizer sees all of it
 // here even though the default allocator leaves it alone in such a build.
 #include "kr_mem/mem_slabs.h"
-
-#include <sys/mman.h>
 
 #include <atomic>
 #include <cstring>
@@ -17,6 +15,7 @@
 
 #include "own_heap.h"
 #include "process_copy.h"
+#include "stop_signal.h"
 #include "thread_team.h"
 
 namespace QuorvaneTest
@@ -57,6 +56,12 @@ public:
         return true;
     }
 
+    size_t Count()
+    {
+        const std::lock_guard<std::mutex> guard(m_Lock);
+        return m_Waiting.size();
+    }
+
 private:
     std::mutex m_Lock;
     std::vector<SOwned> m_Waiting;
@@ -74,7 +79,7 @@ void Give(CSlabHeap &heap, const SOwned &owned)
 {
     EXPECT_TRUE(Holds(owned));
     EXPECT_EQ(ClassBytes(ClassOfSmallBlock(owned.m_Block)), owned.m_Size);
-    heap.Give(::new (owned.m_Block) SFreeBlock{nullptr}, 1);
+    heap.GiveAll(::new (owned.m_Block) SFreeBlock{nullptr});
 }
 
 // Takes a batch, keeps some of it, sends some away, and gives back what others sent.
@@ -118,8 +123,8 @@ void WorkUntil(CSlabHeap &heap, const std::atomic<bool> &done)
     while (!done)
     {
         SFreeBlock *first = nullptr;
-        const u32 taken = heap.Take(1 + static_cast<u32>(random() % (kSmallClassCount - 1)), 40, first);
-        heap.Give(first, taken);
+        heap.Take(1 + static_cast<u32>(random() % (kSmallClassCount - 1)), 40, first);
+        heap.GiveAll(first);
     }
 }
 
@@ -127,16 +132,25 @@ void WorkUntil(CSlabHeap &heap, const std::atomic<bool> &done)
 bool IsUsable(CSlabHeap &heap, const SOwned &before)
 {
     bool isUsable = Holds(before);
-    heap.Give(::new (before.m_Block) SFreeBlock{nullptr}, 1);
+    heap.GiveAll(::new (before.m_Block) SFreeBlock{nullptr});
     const u64 live = heap.Figures().m_LiveBlocks;
     for (u32 sizeClass = 1; sizeClass < kSmallClassCount; ++sizeClass)
     {
-        SFreeBlock *first = nullptr;
-        const u32 taken = heap.Take(sizeClass, 40, first);
+        constexpr u32 kCount = 40;
         std::set<SFreeBlock *> blocks;
-        for (SFreeBlock *block = first; block != nullptr; block = block->m_Next)
-            blocks.insert(block);
-        isUsable = isUsable && taken == 40 && blocks.size() == 40 && heap.Give(first, taken) == nullptr;
+        SFreeBlock *all = nullptr;
+        SFreeBlock *first = nullptr;
+        while (blocks.size() < kCount && heap.Take(sizeClass, kCount - static_cast<u32>(blocks.size()), first) != 0)
+            while (first != nullptr)
+            {
+                SFreeBlock *const block = first;
+                first = first->m_Next;
+                isUsable = blocks.insert(block).second && isUsable;
+                block->m_Next = all;
+                all = block;
+            }
+        isUsable = isUsable && blocks.size() == kCount;
+        heap.GiveAll(all);
     }
     return isUsable && heap.Figures().m_LiveBlocks == live;
 }
@@ -156,32 +170,82 @@ TEST(MemSlabsThreads, NoLiveBlockIsTakenTwice)
     EXPECT_EQ(heap.Figures().m_UsedSlabs, 0u);
 }
 
-TEST(MemSlabsThreads, ACopyOfTheProcessCanGoOnWhoeverHeldTheHeap)
+// A signal finds the worker anywhere, and keeps it there while others take and give blocks of all classes.
+TEST(MemSlabsThreads, NobodyWaitsForAThreadThatIsInterrupted)
 {
-    constexpr ureg kPageBytes = 4096;
-    void *const page = mmap(nullptr, kPageBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    const bool isWiped = page != MAP_FAILED && PortWipeOnFork(page, kPageBytes);
-    TAtomic<u32> *const numbers[] = {nullptr, isWiped ? ::new (page) TAtomic<u32> : nullptr};
-    for (TAtomic<u32> *const number : numbers)
+    COwnHeap heap;
+    std::atomic<bool> done(false);
+    std::thread worker([&] { WorkUntil(*heap, done); });
+    CStopSignal signal;
+    for (int round = 0; round < 100; ++round)
     {
-        COwnHeap heap(number);
-        std::atomic<bool> done(false);
-        std::thread first([&] { WorkUntil(*heap, done); });
-        std::thread second([&] { WorkUntil(*heap, done); });
-        SFreeBlock *block = nullptr;
-        heap->Take(4, 1, block);
-        const SOwned kept = {reinterpret_cast<char *>(block), 64, 'k'};
-        std::memset(kept.m_Block, kept.m_Pattern, 64);
-        for (int round = 0; round < 50; ++round)
+        signal.Stop(worker);
+        for (u32 sizeClass = 1; sizeClass < kSmallClassCount; sizeClass += 9)
         {
-            EXPECT_EQ(RunInCopy([&] { return IsUsable(*heap, kept) ? 0 : 1; }), 0);
+            SFreeBlock *first = nullptr;
+            EXPECT_NE(heap->Take(sizeClass, 20, first), 0u);
+            heap->GiveAll(first);
         }
-        done = true;
-        first.join();
-        second.join();
-        EXPECT_EQ(heap->Figures().m_LiveBlocks, 1u);
+        signal.GoOn();
     }
-    munmap(page, kPageBytes);
+    done = true;
+    worker.join();
+    EXPECT_EQ(heap->Figures().m_LiveBlocks, 0u);
+}
+
+TEST(MemSlabsThreads, BlocksThatOneThreadTakesAndAnotherGivesForEverTakeNoMoreMemory)
+{
+    COwnHeap heap;
+    CMailbox mailbox;
+    std::atomic<bool> done(false);
+    std::thread consumer(
+        [&]
+        {
+            SOwned sent;
+            while (!done || mailbox.Count() != 0)
+                if (mailbox.Get(sent))
+                    Give(*heap, sent);
+        });
+    constexpr size_t kMaxWaiting = 1000;
+    for (u32 i = 0; i < 20000; ++i)
+    {
+        while (mailbox.Count() >= kMaxWaiting)
+            std::this_thread::yield();
+        SFreeBlock *block = nullptr;
+        if (heap->Take(1 + i % 64, 1, block) == 0)
+        {
+            ADD_FAILURE() << "no block";
+            break;
+        }
+        const SOwned owned = {reinterpret_cast<char *>(block), ClassBytes(1 + i % 64), static_cast<char>(i)};
+        std::memset(owned.m_Block, owned.m_Pattern, static_cast<size_t>(owned.m_Size));
+        mailbox.Put(owned);
+    }
+    done = true;
+    consumer.join();
+    EXPECT_EQ(heap->Figures().m_LiveBlocks, 0u);
+    // A thousand blocks of 64 classes: two slabs of each at most, where 20,000 would fill 10 MB.
+    EXPECT_LE(heap->MappedBytes(), 128 * kSlabBytes + kChunkBytes);
+}
+
+TEST(MemSlabsThreads, ACopyOfTheProcessCanGoOnWhateverOthersWereDoing)
+{
+    COwnHeap heap;
+    std::atomic<bool> done(false);
+    std::thread first([&] { WorkUntil(*heap, done); });
+    std::thread second([&] { WorkUntil(*heap, done); });
+    SFreeBlock *block = nullptr;
+    heap->Take(4, 1, block);
+    const SOwned kept = {reinterpret_cast<char *>(block), 64, 'k'};
+    std::memset(kept.m_Block, kept.m_Pattern, 64);
+    for (int round = 0; round < 100; ++round)
+    {
+        EXPECT_EQ(RunInCopy([&] { return IsUsable(*heap, kept) ? 0 : 1; }), 0);
+    }
+    done = true;
+    first.join();
+    second.join();
+    EXPECT_EQ(heap->Figures().m_LiveBlocks, 1u);
 }
 
 } // namespace QuorvaneTest

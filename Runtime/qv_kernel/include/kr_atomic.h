@@ -45,6 +45,10 @@ public:
     // Acquire: what another thread wrote before it released the value read here is visible after the read.
     T Load() const noexcept QV_NONBLOCKING { return __atomic_load_n(&m_Value, __ATOMIC_ACQUIRE); }
 
+    // The same, and in the one order of all modifications: whoever modifies one value and then reads another this way is
+    // seen by others who do it the other way round, or sees them.
+    T LoadInOrder() const noexcept { return __atomic_load_n(&m_Value, __ATOMIC_SEQ_CST); }
+
     // Full barrier.
     void Store(T value) noexcept QV_NONBLOCKING { __atomic_store_n(&m_Value, value, __ATOMIC_SEQ_CST); }
 

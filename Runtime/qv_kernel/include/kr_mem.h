@@ -94,6 +94,17 @@ void _RawFree(void *block, EAllocType type, EOrigin origin, const char *tag, con
 // Frees a block of origin `Origin_Alloc`; null is ignored.
 void Free(void *block, EAllocType type) noexcept;
 
+// Makes ready for a thread that must not wait for memory: the default allocator gets at least `bytes` more for blocks of
+// up to 2 KiB, and keeps them for good; the calling thread gets its cache. What the allocator has, and what it gets later,
+// is backed by the system before it is used, so that no thread waits for a page until those bytes are used up; with
+// `locks`, the system is told to leave it where it is (mlock).
+// Call it in each such thread, with 0 for no further bytes. Blocks above 2 KiB stay the platform's.
+// Returns: false when memory was refused, and what was got before that is kept; when it may not be locked, and is there all
+// the same; or when the default allocator has no memory of its own, in this build or under this tool.
+// Allocates: whole slabs of 64 KiB, and the calling thread's cache from the platform. Cost: linear in `bytes`; system
+// calls.
+bool Prewarm(u64 bytes, bool locks = false) noexcept;
+
 // Figures of the default allocator, in a build with QV_MEM_TRACKING.
 struct SFigures
 {

@@ -40,6 +40,7 @@ TYPED_TEST(Atomic, StoreReplacesTheValue)
     TAtomic<TypeParam> value(TypeParam(1));
     value.Store(TypeParam(2));
     EXPECT_EQ(value.Load(), TypeParam(2));
+    EXPECT_EQ(value.LoadInOrder(), TypeParam(2));
     value.StoreUnshared(TypeParam(3));
     EXPECT_EQ(value.Load(), TypeParam(3));
 }

@@ -5,6 +5,9 @@
 #include "mem_default.h"
 #include "mem_fast_path.h"
 #include "mem_membership.h"
+#include "mem_port.h"
+#include "mem_process.h"
+#include "mem_threads.h"
 
 namespace Quorvane::Mem
 {
@@ -66,6 +69,16 @@ void _RawFree(void *block, EAllocType type, EOrigin origin, const char *tag, con
 void Free(void *block, EAllocType type) noexcept
 {
     _RawFree(block, type, Origin_Alloc, QV_INTERNAL_MEM_SITE);
+}
+
+bool Prewarm(u64 bytes, bool locks) noexcept
+{
+    using namespace Internal;
+    if (!kCachesSmallBlocks || !HasSmallBlocks())
+        return false;
+    const SThreadCache *const cache = MakeCacheOfThread();
+    const bool hasCache = cache != nullptr && (!locks || PortLockInMemory(cache, sizeof(*cache)));
+    return Process().m_Heap.Prewarm(bytes, locks) && hasCache;
 }
 
 } // namespace Quorvane::Mem

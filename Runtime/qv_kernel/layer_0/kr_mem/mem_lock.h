@@ -20,19 +20,22 @@ class CProcessLock
 public:
     constexpr CProcessLock() = default;
 
-    // Returns: whether the lock was left by a thread of another process, so that what it guards may be half changed.
-    // Not to be asked for by the thread that holds it.
+    // Takes the lock unless a thread of this process holds it. Returns: whether it was taken; `outWasLeft` then tells
+    // whether it was left by a thread of another process, so that what it guards may be half changed.
+    bool TryLock(u32 process, bool &outWasLeft)
+    {
+        // The exchange is a full barrier: what the holder before released is visible behind it.
+        const u32 holder = m_Holder.Load();
+        outWasLeft = holder != kNobody;
+        return holder != process && m_Holder.SetValueIfEqualTo(process, holder);
+    }
+    // Waits for it. Returns: whether it was left. Not to be asked for by the thread that holds it.
     bool Lock(u32 process)
     {
-        for (u32 rounds = 0;; ++rounds)
-        {
-            // The exchange is a full barrier: what the holder before released is visible behind it.
-            const u32 holder = m_Holder.Load();
-            if (holder != process && m_Holder.SetValueIfEqualTo(process, holder))
-                return holder != kNobody;
-            if (holder == process)
-                PortBackOff(rounds);
-        }
+        bool wasLeft = false;
+        for (u32 rounds = 0; !TryLock(process, wasLeft); ++rounds)
+            PortBackOff(rounds);
+        return wasLeft;
     }
     void Unlock() { m_Holder.StoreReleased(kNobody); }
 
@@ -42,23 +45,40 @@ private:
     TAtomic<u32> m_Holder;
 };
 
-// Holds a lock within a scope.
+enum EWaiting : u32
+{
+    Waiting_AsLongAsItTakes,
+    Waiting_NotAtAll,
+};
+
+// Holds a lock within a scope; where it is not waited for, perhaps not.
 class CProcessGuard
 {
 public:
-    explicit CProcessGuard(CProcessLock &lock, u32 process = PortProcessId())
-        : m_Lock(lock), m_WasLeft(lock.Lock(process))
+    explicit CProcessGuard(CProcessLock &lock, EWaiting waiting = Waiting_AsLongAsItTakes,
+                           u32 process = PortProcessId())
+        : m_Lock(lock)
     {
+        if (waiting == Waiting_NotAtAll)
+            m_IsHeld = lock.TryLock(process, m_WasLeft);
+        else
+            m_WasLeft = lock.Lock(process);
     }
-    ~CProcessGuard() { m_Lock.Unlock(); }
+    ~CProcessGuard()
+    {
+        if (m_IsHeld)
+            m_Lock.Unlock();
+    }
     CProcessGuard(const CProcessGuard &) = delete;
     CProcessGuard &operator=(const CProcessGuard &) = delete;
 
-    bool WasLeft() const { return m_WasLeft; }
+    bool IsHeld() const { return m_IsHeld; }
+    bool WasLeft() const { return m_IsHeld && m_WasLeft; }
 
 private:
     CProcessLock &m_Lock;
-    bool m_WasLeft;
+    bool m_IsHeld = true;
+    bool m_WasLeft = false;
 };
 
 } // namespace Quorvane::Mem::Internal

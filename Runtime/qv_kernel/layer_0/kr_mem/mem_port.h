@@ -129,6 +129,26 @@ inline void PortDiscard(void *begin, ureg bytes)
     static_cast<void>(madvise(begin, bytes, MADV_DONTNEED));
 }
 
+// Makes the system give memory to usable addresses that have none yet, whatever others do with them at the same time.
+inline void PortTouch(void *begin, ureg bytes)
+{
+    // No system has smaller pages.
+    constexpr ureg kPageBytes = 4096;
+    for (ureg at = 0; at < bytes; at += kPageBytes)
+    {
+        // Writes what is there. Compilers make a load of an addition of zero.
+        u32 *const word = reinterpret_cast<u32 *>(static_cast<char *>(begin) + at);
+        u32 value = __atomic_load_n(word, __ATOMIC_RELAXED);
+        __atomic_compare_exchange_n(word, &value, value, false, __ATOMIC_RELAXED, __ATOMIC_RELAXED);
+    }
+}
+
+// Makes the system leave their memory to these addresses. Returns: false where it does not allow that.
+inline bool PortLockInMemory(const void *begin, ureg bytes)
+{
+    return mlock(begin, bytes) == 0;
+}
+
 // Whether the page at an address can be read; false where the system cannot tell.
 inline bool PortIsReadable(ureg page)
 {
@@ -167,18 +187,6 @@ inline u64 PortProcessSeed()
 inline u32 PortProcessId()
 {
     return static_cast<u32>(getpid());
-}
-
-// Makes a page read as zero in copies of this process that are made from now on. Returns: false where the system
-// cannot do that.
-inline bool PortWipeOnFork(void *page, ureg bytes)
-{
-#if defined(MADV_WIPEONFORK)
-    return madvise(page, bytes, MADV_WIPEONFORK) == 0;
-#else
-    static_cast<void>(page), static_cast<void>(bytes);
-    return false;
-#endif
 }
 
 // Lets other threads run, those of lower priority too, after `rounds` times of asking for something in vain.

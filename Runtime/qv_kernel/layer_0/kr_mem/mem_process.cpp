@@ -11,15 +11,13 @@ namespace Quorvane::Mem::Internal
 namespace
 {
 
-// The first slab of the heap's range: the records of its chunk, what is shared, and a page that copies of the process
-// find empty.
+// The first slab of the heap's range: the records of its chunk, and what is shared.
 constexpr ureg kSharedOffset = kChunkRecordBytes;
-constexpr ureg kProcessIdOffset = kSlabBytes / 2;
 
-static_assert(kSharedOffset + sizeof(SProcess) <= kProcessIdOffset, "the first slab holds all of it");
+static_assert(kSharedOffset + sizeof(SProcess) <= kSlabBytes, "the first slab holds all of it");
 
 // What copies must agree about. To be counted up with every change of what they share, or of what it means.
-constexpr u64 kLayoutVersion = 1;
+constexpr u64 kLayoutVersion = 2;
 constexpr u64 kProcessLayout = 0x5176486561700000ull ^ (kLayoutVersion << 40) ^ (sizeof(SProcess) << 20) ^
                                (sizeof(SChunk) << 8) ^ kSmallClassCount;
 
@@ -61,9 +59,7 @@ SProcess *MakeAt(ureg place)
     if (!PortMapAt(place, kSlabBytes))
         return IsShared(place) ? SharedAt(place) : nullptr;
     SProcess *const process = ::new (SharedAt(place)) SProcess{};
-    void *const number = reinterpret_cast<void *>(place + kProcessIdOffset);
-    const bool isWiped = PortWipeOnFork(number, sizeof(TAtomic<u32>));
-    process->m_Heap.Begin(place, isWiped ? ::new (number) TAtomic<u32> : nullptr);
+    process->m_Heap.Begin(place);
     process->m_Layout.Store(kProcessLayout);
     return process;
 }

@@ -37,6 +37,7 @@ struct SProcess
     // kProcessLayout once all else is initialised. Never changes again.
     TAtomic<u64> m_Layout;
 
+    // Any thread at any time.
     CSlabHeap m_Heap;
 
     // Guards what follows.
@@ -66,11 +67,13 @@ inline SProcess &Process()
 class CSharedGuard
 {
 public:
-    CSharedGuard() : m_Guard(Process().m_Lock)
+    explicit CSharedGuard(EWaiting waiting = Waiting_AsLongAsItTakes) : m_Guard(Process().m_Lock, waiting)
     {
         if (m_Guard.WasLeft())
             Process().m_Caches = nullptr;
     }
+
+    bool IsHeld() const { return m_Guard.IsHeld(); }
 
 private:
     CProcessGuard m_Guard;

@@ -1,6 +1,8 @@
 // Slabs of small blocks: who serves which class, and whose memory is given back.
 #include "mem_slabs.h"
 
+#include <new>
+
 #include "mem_port.h"
 
 namespace Quorvane::Mem::Internal
@@ -9,68 +11,90 @@ namespace Quorvane::Mem::Internal
 namespace
 {
 
+// A batch comes from this many slabs at most: where each of them has but a few blocks, a smaller batch is had sooner.
+constexpr u32 kMaxSlabsPerBatch = 8;
+
 constexpr u32 BlocksPerSlab(u32 sizeClass)
 {
     return static_cast<u32>(kSlabBytes / ClassBytes(sizeClass));
 }
 
-char *MemoryOf(SSlab *slab)
+char *MemoryOf(const SSlab &slab)
 {
-    SChunk *const chunk = ChunkOf(slab);
-    const ureg index = static_cast<ureg>(slab - chunk->m_Slabs);
+    SChunk *const chunk = ChunkOf(&slab);
+    const ureg index = static_cast<ureg>(&slab - chunk->m_Slabs);
     return reinterpret_cast<char *>(chunk) + index * kSlabBytes;
 }
 
-bool HasBlocks(const SSlab &slab, u32 sizeClass)
+// The first of the blocks that came back to a slab; null when there is none.
+SFreeBlock *FirstBack(const SSlab &slab, u32 state)
 {
-    return slab.m_Free != nullptr || slab.m_Cut < BlocksPerSlab(sizeClass);
+    const u32 first = state & SSlab::kFirstMask;
+    if (first == 0)
+        return nullptr;
+    return std::launder(reinterpret_cast<SFreeBlock *>(MemoryOf(slab) + ureg(first - 1) * kSmallStep));
 }
 
-void Push(SSlab *&list, SSlab *slab)
+u32 AsFirst(const SFreeBlock *block)
 {
-    slab->m_Next = list;
-    list = slab;
+    return static_cast<u32>(reinterpret_cast<ureg>(block) % kSlabBytes / kSmallStep) + 1;
 }
 
-SSlab *Pop(SSlab *&list)
+// Moves up to `count` blocks that came back to a claimed slab to the list that ends in `link`.
+u32 TakeReady(SSlab &slab, u32 count, SFreeBlock **&link)
 {
-    SSlab *const slab = list;
-    list = slab->m_Next;
-    return slab;
+    u32 taken = 0;
+    for (; taken < count && slab.m_Ready != nullptr; ++taken)
+    {
+        *link = slab.m_Ready;
+        link = &slab.m_Ready->m_Next;
+        slab.m_Ready = slab.m_Ready->m_Next;
+    }
+    return taken;
 }
 
-// The system is asked once in a process; a copy of it finds a zero there and asks again. Two threads that ask at once
-// write the same.
-u32 CachedProcessId(TAtomic<u32> *cached)
+// The same with blocks that nobody has had before.
+u32 CutFresh(SSlab &slab, u32 sizeClass, u32 count, SFreeBlock **&link)
 {
-    if (cached == nullptr)
-        return PortProcessId();
-    if (cached->Load() == 0)
-        cached->Store(PortProcessId());
-    return cached->Load();
+    const ureg bytes = static_cast<ureg>(ClassBytes(sizeClass));
+    char *memory = MemoryOf(slab) + slab.m_Cut * bytes;
+    const u32 cut = QVMin(count, BlocksPerSlab(sizeClass) - slab.m_Cut);
+    for (u32 i = 0; i < cut; ++i, memory += bytes)
+    {
+        SFreeBlock *const block = ::new (memory) SFreeBlock{nullptr};
+        *link = block;
+        link = &block->m_Next;
+    }
+    slab.m_Cut += cut;
+    return cut;
 }
+
+// Blocks of one slab that go back at once.
+struct SRun
+{
+    SSlab *m_Slab;
+    SFreeBlock *m_First;
+    SFreeBlock *m_Last;
+    u32 m_Count;
+};
 
 } // namespace
 
-class CSlabHeap::CGuard
+SSlab &CSlabHeap::_Slab(u32 number) const
 {
-public:
-    explicit CGuard(CSlabHeap &heap) : m_Guard(heap.m_Lock, CachedProcessId(heap.m_CachedProcessId))
-    {
-        if (QV_INTERNAL_UNLIKELY(m_Guard.WasLeft()))
-            heap._Abandon();
-    }
+    return SlabOf(reinterpret_cast<const void *>(m_Base + number * kSlabBytes));
+}
 
-private:
-    CProcessGuard m_Guard;
-};
+u32 CSlabHeap::_NumberOf(const SSlab &slab) const
+{
+    return static_cast<u32>((reinterpret_cast<ureg>(MemoryOf(slab)) - m_Base) / kSlabBytes);
+}
 
-void CSlabHeap::Begin(ureg base, TAtomic<u32> *cachedProcessId)
+void CSlabHeap::Begin(ureg base)
 {
     ::new (reinterpret_cast<void *>(base)) SChunk{};
-    m_CachedProcessId = cachedProcessId;
+    m_Sets.Begin(base);
     m_Base = base;
-    m_NextSlab = base + kSlabBytes;
     m_End.Store(base + kSlabBytes);
 }
 
@@ -80,196 +104,299 @@ void CSlabHeap::End()
         PortUnmap(m_Base + kSlabBytes, MappedBytes() - kSlabBytes);
 }
 
+// ---- Taking ------------------------------------------------------------------------------------------------------------
+
 u32 CSlabHeap::Take(u32 sizeClass, u32 count, SFreeBlock *&outFirst)
 {
-    const CGuard guard(*this);
     SFreeBlock **link = &outFirst;
     u32 taken = 0;
-    while (taken < count)
+    for (u32 slabs = 0; taken < count && slabs < kMaxSlabsPerBatch; ++slabs)
     {
-        SSlab *const slab = _SlabFor(sizeClass);
+        SSlab *const slab = _ClaimFor(sizeClass);
         if (slab == nullptr)
             break;
-        taken += _Cut(slab, sizeClass, count - taken, link);
-        if (!HasBlocks(*slab, sizeClass))
-            _UnlinkFromClass(slab, sizeClass);
+        taken += _TakeFrom(*slab, sizeClass, count - taken, link);
     }
     *link = nullptr;
-    m_Figures.m_LiveBlocks += taken;
     return taken;
 }
 
-SFreeBlock *CSlabHeap::Give(SFreeBlock *first, u32 count)
+// Claims a slab of the class that has blocks to take; null when memory is refused.
+SSlab *CSlabHeap::_ClaimFor(u32 sizeClass)
 {
-    const CGuard guard(*this);
-    for (; count != 0; --count)
-    {
-        SFreeBlock *const next = first->m_Next;
-        if (QV_INTERNAL_LIKELY(!_IsAbandoned(first)))
-            _GiveOne(first);
-        first = next;
-    }
-    return first;
+    const u32 number = m_Sets.ClaimAny(sizeClass);
+    if (number != CSlabSets::kNone)
+        return &_Slab(number);
+    SSlab *const slab = _ClaimUnused(kIdleSet);
+    if (slab != nullptr)
+        ChunkOf(slab)->m_Classes[slab - ChunkOf(slab)->m_Slabs] = static_cast<u8>(sizeClass);
+    return slab;
 }
 
-bool CSlabHeap::IsFree(const void *block)
+// Claims a slab that serves no class: best one that still has its memory, then one whose addresses are in use already,
+// then new ones. `firstSet` is kIdleSet, or kReturnedSet for one that is not idle.
+SSlab *CSlabHeap::_ClaimUnused(u32 firstSet)
 {
-    const CGuard guard(*this);
-    const SFreeBlock *free = ChunkOf(block)->m_Slabs[SlabIndexOf(block)].m_Free;
-    while (free != nullptr && free != block)
-        free = free->m_Next;
-    return free != nullptr;
+    constexpr u32 kMaxRounds = 4;
+    for (u32 round = 0; round < kMaxRounds; ++round)
+    {
+        SSlab *slab = firstSet == kIdleSet ? _ClaimUnusedOf(kIdleSet) : nullptr;
+        if (slab == nullptr)
+            slab = _ClaimUnusedOf(kReturnedSet);
+        if (slab == nullptr)
+            slab = _ClaimUnusedOf(kFreshSet);
+        if (slab == nullptr)
+            slab = _MapMore();
+        if (slab != nullptr)
+            return slab;
+        // Another thread may have mapped the next addresses, and be about to tell.
+        PortBackOff(round);
+    }
+    return nullptr;
+}
+
+SSlab *CSlabHeap::_ClaimUnusedOf(u32 set)
+{
+    const u32 number = m_Sets.ClaimAny(set);
+    if (number == CSlabSets::kNone)
+        return nullptr;
+    if (set == kIdleSet)
+        m_IdleSlabs.FetchDec();
+    else
+        _MakeResident(_Slab(number));
+    return &_Slab(number);
+}
+
+// Maps as much again as there is, and never beyond the end of a chunk, so that the records of each chunk are mapped with
+// it. A power of two divides what is mapped until the first chunk is whole; later steps are chunks. Of several threads
+// that try, the system lets one have the addresses.
+// Returns: one of the new slabs, claimed; null when the addresses are refused or taken.
+SSlab *CSlabHeap::_MapMore()
+{
+    const ureg end = m_End.Load();
+    const ureg bytes = QVMin(end - m_Base, kChunkBytes);
+    if (end - m_Base >= kSmallRangeBytes || !PortMapAt(end, bytes))
+        return nullptr;
+    u32 first = static_cast<u32>((end - m_Base) / kSlabBytes);
+    u32 count = static_cast<u32>(bytes / kSlabBytes);
+    if (end % kChunkBytes == 0)
+    {
+        ::new (reinterpret_cast<void *>(end)) SChunk{};
+        ++first;
+        --count;
+    }
+    // Before anybody can take a block of them: whoever reads it may look up the class of any block below it.
+    m_End.Store(end + bytes);
+    if (count > 1)
+        m_Sets.PutRun(kFreshSet, first + 1, count - 1);
+    _MakeResident(_Slab(first));
+    return &_Slab(first);
+}
+
+// Appends up to `count` blocks of a claimed slab to the list that ends in `link`, and puts the slab back; first blocks
+// that came back, whose memory is likelier to be in the processor's cache, then fresh ones. Takes at least one.
+u32 CSlabHeap::_TakeFrom(SSlab &slab, u32 sizeClass, u32 count, SFreeBlock **&link)
+{
+    u32 taken = TakeReady(slab, count, link);
+    if (taken < count && (slab.m_State.Load() & SSlab::kFirstMask) != 0)
+    {
+        slab.m_Ready = FirstBack(slab, slab.m_State.FetchAnd(~SSlab::kFirstMask));
+        taken += TakeReady(slab, count - taken, link);
+    }
+    taken += CutFresh(slab, sizeClass, count - taken, link);
+
+    const u32 state = slab.m_State.Add(taken * SSlab::kOneOut);
+    const bool hasMore = slab.m_Ready != nullptr || slab.m_Cut < BlocksPerSlab(sizeClass);
+    // The exchange fails only when a block came back meanwhile.
+    if (hasMore || (state & SSlab::kFirstMask) != 0 || !slab.m_State.SetValueIfEqualTo(state | SSlab::kAllOut, state))
+        _PutBack(slab, sizeClass);
+    return taken;
+}
+
+// ---- Giving ------------------------------------------------------------------------------------------------------------
+
+u32 CSlabHeap::Give(SFreeBlock *&list, u32 count)
+{
+    // Blocks of the same slab, which a list often has many of, go back at once.
+    constexpr u32 kRuns = 8;
+    SRun runs[kRuns] = {};
+    SFreeBlock *rest = list;
+    SFreeBlock *kept = nullptr;
+    u32 given = 0;
+    const auto giveRun = [&](const SRun &run)
+    {
+        if (run.m_Count == 0)
+            return;
+        if (_GiveTo(*run.m_Slab, run.m_First, run.m_Last, run.m_Count))
+        {
+            given += run.m_Count;
+            return;
+        }
+        run.m_Last->m_Next = kept;
+        kept = run.m_First;
+    };
+    for (u32 i = 0; i < count; ++i)
+    {
+        SFreeBlock *const block = rest;
+        rest = block->m_Next;
+        SRun &run = runs[SlabIndexOf(block) % kRuns];
+        if (run.m_Slab != &SlabOf(block))
+        {
+            giveRun(run);
+            run = SRun{&SlabOf(block), nullptr, block, 0};
+        }
+        block->m_Next = run.m_First;
+        run.m_First = block;
+        ++run.m_Count;
+    }
+    for (const SRun &run : runs)
+        giveRun(run);
+    list = rest;
+    while (kept != nullptr)
+    {
+        SFreeBlock *const block = kept;
+        kept = kept->m_Next;
+        block->m_Next = list;
+        list = block;
+    }
+    return given;
+}
+
+void CSlabHeap::GiveAll(SFreeBlock *list)
+{
+    while (list != nullptr)
+    {
+        u32 count = 0;
+        for (const SFreeBlock *block = list; block != nullptr; block = block->m_Next)
+            ++count;
+        Give(list, count);
+    }
+}
+
+// Adds a list of blocks to those that are back in their slab. Returns: false when others were faster for too long.
+bool CSlabHeap::_GiveTo(SSlab &slab, SFreeBlock *first, SFreeBlock *last, u32 count)
+{
+    constexpr u32 kMaxTries = 16;
+    // While the blocks are out, the slab stays of this class.
+    const u32 sizeClass = ClassOfSmallBlock(first);
+    for (u32 tries = 0; tries < kMaxTries; ++tries)
+    {
+        const u32 before = slab.m_State.Load();
+        last->m_Next = FirstBack(slab, before);
+        const u32 after = ((before & ~(SSlab::kFirstMask | SSlab::kAllOut)) | AsFirst(first)) - count * SSlab::kOneOut;
+        if (!slab.m_State.SetValueIfEqualTo(after, before))
+            continue;
+        // Claimed by this: nobody else has seen the word with the bit, and could find the slab.
+        if ((before & SSlab::kAllOut) != 0)
+            _PutBack(slab, sizeClass);
+        else if (SSlab::HasNoneOut(after) && m_Sets.Claim(sizeClass, _NumberOf(slab)))
+            _PutBack(slab, sizeClass);
+        return true;
+    }
+    return false;
+}
+
+// Puts a claimed slab where it belongs: into the set of its class, or out of service when all of its blocks are back.
+// The last of them may come back when it is in the set already, from a thread that did not find it there yet.
+void CSlabHeap::_PutBack(SSlab &slab, u32 sizeClass)
+{
+    const u32 number = _NumberOf(slab);
+    do
+    {
+        if (SSlab::HasNoneOut(slab.m_State.Load()))
+            return _Retire(slab);
+        m_Sets.Put(sizeClass, number);
+    } while (SSlab::HasNoneOut(slab.m_State.Load()) && m_Sets.Claim(sizeClass, number));
+}
+
+// Takes a claimed slab out of service, all blocks of which are back.
+void CSlabHeap::_Retire(SSlab &slab)
+{
+    slab.m_State.Store(0);
+    slab.m_Cut = 0;
+    slab.m_Ready = nullptr;
+    if (m_IdleSlabs.FetchInc() < m_KeptSlabs.Load())
+        return m_Sets.Put(kIdleSet, _NumberOf(slab));
+    m_IdleSlabs.FetchDec();
+    PortDiscard(MemoryOf(slab), kSlabBytes);
+    m_Sets.Put(kReturnedSet, _NumberOf(slab));
+}
+
+// ---- Looking after ---------------------------------------------------------------------------------------------------
+
+bool CSlabHeap::IsBack(const void *block)
+{
+    SSlab &slab = SlabOf(block);
+    const u32 sizeClass = ClassOfSmallBlock(block);
+    if (SSlab::HasNoneOut(slab.m_State.Load()))
+        return true;
+    // Without a block of its own in the set, the slab has none that is back, or somebody takes from it.
+    if (!m_Sets.Claim(sizeClass, _NumberOf(slab)))
+        return false;
+    bool isBack = false;
+    for (const SFreeBlock *ready = slab.m_Ready; ready != nullptr && !isBack; ready = ready->m_Next)
+        isBack = ready == block;
+    const SFreeBlock *back = FirstBack(slab, slab.m_State.Load());
+    for (; back != nullptr && !isBack; back = back->m_Next)
+        isBack = back == block;
+    _PutBack(slab, sizeClass);
+    return isBack;
+}
+
+bool CSlabHeap::Prewarm(u64 bytes, bool locks)
+{
+    m_TouchesSlabs.Store(true);
+    if (locks)
+        m_LocksSlabs.Store(true);
+    // Whoever has claimed one before that may not have seen it.
+    bool isAsWanted = true;
+    for (ureg at = 0; at < MappedBytes(); at += kSlabBytes)
+    {
+        const u32 number = static_cast<u32>(at / kSlabBytes);
+        const bool isUsed = !m_Sets.Has(kFreshSet, number) && !m_Sets.Has(kReturnedSet, number);
+        isAsWanted = (!isUsed || _MakeResident(_Slab(number))) && isAsWanted;
+    }
+    for (u64 done = 0; done < bytes; done += QVMin<u64>(kSlabBytes, bytes - done))
+    {
+        SSlab *const slab = _ClaimUnused(kReturnedSet);
+        if (slab == nullptr)
+            return false;
+        isAsWanted = _MakeResident(*slab) && isAsWanted;
+        m_KeptSlabs.FetchInc();
+        m_IdleSlabs.FetchInc();
+        m_Sets.Put(kIdleSet, _NumberOf(*slab));
+    }
+    // What is not allowed need not be tried for each slab that is used later.
+    if (!isAsWanted)
+        m_LocksSlabs.Store(false);
+    return isAsWanted;
+}
+
+// Where that is asked for, gives a slab all of its memory, and the records of its chunk theirs. Returns: false where it
+// may not be locked.
+bool CSlabHeap::_MakeResident(const SSlab &slab)
+{
+    if (!m_TouchesSlabs.Load())
+        return true;
+    SChunk *const chunk = ChunkOf(&slab);
+    PortTouch(chunk, kChunkRecordBytes);
+    PortTouch(MemoryOf(slab), kSlabBytes);
+    return !m_LocksSlabs.Load() ||
+           (PortLockInMemory(chunk, kChunkRecordBytes) && PortLockInMemory(MemoryOf(slab), kSlabBytes));
 }
 
 SSlabFigures CSlabHeap::Figures()
 {
-    const CGuard guard(*this);
-    return m_Figures;
-}
-
-// A thread was in the middle of something when this copy of its process was made, and is not here to finish it. What
-// there was stays as it is: its blocks may be used, and are not taken again. All that comes is taken from new memory.
-void CSlabHeap::_Abandon()
-{
-    m_AbandonedEnd = m_End.Load();
-    m_NextSlab = m_AbandonedEnd;
-    for (SSlab *&slab : m_WithBlocks)
-        slab = nullptr;
-    m_Idle = nullptr;
-    m_Returned = nullptr;
-    m_Figures = SSlabFigures{};
-}
-
-// Appends up to `count` blocks of a slab to the list that ends in `link`; first those that came back, whose memory is
-// likelier to be in the processor's cache, then fresh ones.
-u32 CSlabHeap::_Cut(SSlab *slab, u32 sizeClass, u32 count, SFreeBlock **&link)
-{
-    u32 cut = 0;
-    for (; cut < count && slab->m_Free != nullptr; ++cut)
+    const u32 slabs = static_cast<u32>(MappedBytes() / kSlabBytes);
+    const u32 chunks = (slabs + kSlabsPerChunk - 1) / kSlabsPerChunk;
+    SSlabFigures figures = {0, 0, m_Sets.Count(kIdleSet, chunks), m_Sets.Count(kReturnedSet, chunks)};
+    for (u32 number = 0; number < slabs; ++number)
     {
-        *link = slab->m_Free;
-        link = &slab->m_Free->m_Next;
-        slab->m_Free = slab->m_Free->m_Next;
+        const u32 out = (_Slab(number).m_State.Load() & SSlab::kOutMask) / SSlab::kOneOut;
+        figures.m_LiveBlocks += out;
+        figures.m_UsedSlabs += out != 0;
     }
-    const ureg bytes = static_cast<ureg>(ClassBytes(sizeClass));
-    char *memory = MemoryOf(slab) + slab->m_Cut * bytes;
-    const u32 fresh = QVMin(count - cut, BlocksPerSlab(sizeClass) - slab->m_Cut);
-    for (u32 i = 0; i < fresh; ++i, memory += bytes)
-    {
-        SFreeBlock *const block = ::new (memory) SFreeBlock{nullptr};
-        *link = block;
-        link = &block->m_Next;
-    }
-    slab->m_Cut += fresh;
-    slab->m_Live += cut + fresh;
-    return cut + fresh;
-}
-
-// A slab of the class that has blocks to take; null when memory is refused.
-SSlab *CSlabHeap::_SlabFor(u32 sizeClass)
-{
-    if (m_WithBlocks[sizeClass] != nullptr)
-        return m_WithBlocks[sizeClass];
-    SSlab *const slab = _UnusedSlab();
-    if (slab == nullptr)
-        return nullptr;
-    *slab = SSlab{};
-    ChunkOf(slab)->m_Classes[slab - ChunkOf(slab)->m_Slabs] = static_cast<u8>(sizeClass);
-    ++m_Figures.m_UsedSlabs;
-    _LinkToClass(slab, sizeClass);
-    return slab;
-}
-
-// A slab that serves no class: best one that still has its memory, then one whose addresses are in use already.
-SSlab *CSlabHeap::_UnusedSlab()
-{
-    if (m_Idle != nullptr)
-    {
-        --m_Figures.m_IdleSlabs;
-        return Pop(m_Idle);
-    }
-    if (m_Returned != nullptr)
-    {
-        --m_Figures.m_ReturnedSlabs;
-        return Pop(m_Returned);
-    }
-    if (m_NextSlab == m_End.Load() && !_MapMore())
-        return nullptr;
-    const void *const memory = reinterpret_cast<const void *>(m_NextSlab);
-    m_NextSlab += kSlabBytes;
-    return &ChunkOf(memory)->m_Slabs[SlabIndexOf(memory)];
-}
-
-// As much again as there is, and never beyond the end of a chunk, so that the records of each chunk are mapped with it.
-// A power of two divides what is mapped until the first chunk is whole; later steps are chunks.
-bool CSlabHeap::_MapMore()
-{
-    const ureg end = m_End.Load();
-    const ureg mapped = end - m_Base;
-    if (mapped >= kSmallRangeBytes)
-        return false;
-    const ureg bytes = QVMin(mapped, kChunkBytes);
-    if (!PortMapAt(end, bytes))
-        return false;
-    if (end % kChunkBytes == 0)
-    {
-        ::new (reinterpret_cast<void *>(end)) SChunk{};
-        m_NextSlab += kSlabBytes;
-    }
-    // Last: whoever reads it may look up the class of any block below it.
-    m_End.Store(end + bytes);
-    return true;
-}
-
-void CSlabHeap::_GiveOne(SFreeBlock *block)
-{
-    SChunk *const chunk = ChunkOf(block);
-    const u32 index = SlabIndexOf(block);
-    const u32 sizeClass = chunk->m_Classes[index];
-    SSlab *const slab = &chunk->m_Slabs[index];
-    const bool hadBlocks = HasBlocks(*slab, sizeClass);
-    block->m_Next = slab->m_Free;
-    slab->m_Free = block;
-    --slab->m_Live;
-    --m_Figures.m_LiveBlocks;
-    if (!hadBlocks)
-        _LinkToClass(slab, sizeClass);
-    if (slab->m_Live != 0)
-        return;
-    _UnlinkFromClass(slab, sizeClass);
-    _Retire(slab);
-}
-
-void CSlabHeap::_LinkToClass(SSlab *slab, u32 sizeClass)
-{
-    SSlab *&first = m_WithBlocks[sizeClass];
-    slab->m_Previous = nullptr;
-    slab->m_Next = first;
-    if (first != nullptr)
-        first->m_Previous = slab;
-    first = slab;
-}
-
-void CSlabHeap::_UnlinkFromClass(SSlab *slab, u32 sizeClass)
-{
-    SSlab *&linkToIt = slab->m_Previous != nullptr ? slab->m_Previous->m_Next : m_WithBlocks[sizeClass];
-    linkToIt = slab->m_Next;
-    if (slab->m_Next != nullptr)
-        slab->m_Next->m_Previous = slab->m_Previous;
-}
-
-// Takes a slab out of service, all blocks of which are back.
-void CSlabHeap::_Retire(SSlab *slab)
-{
-    --m_Figures.m_UsedSlabs;
-    if (m_Figures.m_IdleSlabs < kMaxIdleSlabs)
-    {
-        ++m_Figures.m_IdleSlabs;
-        return Push(m_Idle, slab);
-    }
-    PortDiscard(MemoryOf(slab), kSlabBytes);
-    ++m_Figures.m_ReturnedSlabs;
-    Push(m_Returned, slab);
+    return figures;
 }
 
 } // namespace Quorvane::Mem::Internal

@@ -33,22 +33,19 @@ void *Refill(SThreadCache *cache, u32 sizeClass)
     return taken != 0 ? MakeLive(first, sizeClass) : nullptr;
 }
 
-// Puts a block into its bin, and gives the heap a batch first where that is full; without a cache, gives the block.
+// Puts a block into its bin, and gives the heap a batch first where that is full; without a cache, gives the block, and
+// so where the heap has taken none of the batch.
 void PutBack(SThreadCache *cache, void *block)
 {
     const u32 sizeClass = ClassOfSmallBlock(block);
     SFreeBlock *const freed = MakeFree(block, sizeClass, nullptr);
     if (cache == nullptr)
-    {
-        Process().m_Heap.Give(freed, 1);
-        return;
-    }
+        return Process().m_Heap.GiveAll(freed);
     SBin &bin = cache->m_Bins[sizeClass];
     if (bin.m_Vacant == 0)
-    {
-        bin.m_Head = Process().m_Heap.Give(bin.m_Head, BatchBlocks(sizeClass));
-        bin.m_Vacant = BatchBlocks(sizeClass);
-    }
+        bin.m_Vacant = Process().m_Heap.Give(bin.m_Head, BatchBlocks(sizeClass));
+    if (bin.m_Vacant == 0)
+        return Process().m_Heap.GiveAll(freed);
     freed->m_Next = bin.m_Head;
     bin.m_Head = freed;
     --bin.m_Vacant;
@@ -61,7 +58,7 @@ bool LiesAmongFree(const void *block)
     const SFreeBlock *free = t_Cache->m_Bins[ClassOfSmallBlock(block)].m_Head;
     while (free != nullptr && free != block)
         free = free->m_Next;
-    return free != nullptr || Process().m_Heap.IsFree(block);
+    return free != nullptr || Process().m_Heap.IsBack(block);
 }
 
 QV_INTERNAL_COLD bool IsFreedTwice(const void *block)

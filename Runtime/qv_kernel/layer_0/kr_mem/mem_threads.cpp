@@ -63,10 +63,8 @@ void FlushCache(SThreadCache &cache)
     for (u32 sizeClass = 1; sizeClass < kSmallClassCount; ++sizeClass)
     {
         SBin &bin = cache.m_Bins[sizeClass];
-        const u32 kept = KeptBlocks(sizeClass) - bin.m_Vacant;
-        if (kept != 0)
-            bin.m_Head = Process().m_Heap.Give(bin.m_Head, kept);
-        bin.m_Vacant = KeptBlocks(sizeClass);
+        Process().m_Heap.GiveAll(bin.m_Head);
+        bin = SBin{nullptr, KeptBlocks(sizeClass), bin.m_Batch};
     }
 }
 
@@ -100,18 +98,18 @@ void EndCache(void *ended)
     PortFree(cache);
 }
 
-// Makes the end of the calling thread end this cache. Returns: false where it cannot be told.
-bool EndWithThread(SThreadCache *cache)
+// Makes the end of the calling thread end this cache. Returns: false where it cannot be told, or is not waited for.
+bool EndWithThread(SThreadCache *cache, EWaiting waiting)
 {
-    const CSharedGuard guard;
-    if (!g_HasCacheKey || !PortSetThreadValue(g_CacheKey, cache))
+    const CSharedGuard guard(waiting);
+    if (!guard.IsHeld() || !g_HasCacheKey || !PortSetThreadValue(g_CacheKey, cache))
         return false;
     LinkCache(cache);
     return true;
 }
 
 // Returns: null where there can be none.
-QV_INTERNAL_COLD SThreadCache *MakeCache()
+QV_INTERNAL_COLD SThreadCache *MakeCache(EWaiting waiting)
 {
     // Should there be none, it takes as long again before this is tried again.
     t_Asked = 0;
@@ -122,7 +120,7 @@ QV_INTERNAL_COLD SThreadCache *MakeCache()
     for (u32 sizeClass = 0; sizeClass < kSmallClassCount; ++sizeClass)
         cache->m_Bins[sizeClass] = SBin{nullptr, KeptBlocks(sizeClass), QVMin(kFirstBatch, BatchBlocks(sizeClass))};
     cache->m_Owner = ThisCopy();
-    if (!EndWithThread(cache))
+    if (!EndWithThread(cache, waiting))
     {
         PortFree(cache);
         return nullptr;
@@ -142,9 +140,16 @@ SThreadCache *CacheOfThreadSlow()
     if (t_Cache == &g_CacheEnded)
         return nullptr;
     if (t_Asked == kAskedBeforeCache)
-        return MakeCache();
+        return MakeCache(Waiting_NotAtAll);
     ++t_Asked;
     return nullptr;
+}
+
+SThreadCache *MakeCacheOfThread()
+{
+    if (t_Cache == &g_NoCacheYet)
+        return MakeCache(Waiting_AsLongAsItTakes);
+    return t_Cache != &g_CacheEnded ? t_Cache : nullptr;
 }
 
 void BeginCaches(const CSharedGuard &)

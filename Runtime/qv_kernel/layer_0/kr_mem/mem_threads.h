@@ -57,6 +57,10 @@ QV_INTERNAL_HIDDEN extern QV_INTERNAL_PLAIN_THREAD_LOCAL SThreadCache *t_Cache Q
 // Makes the calling thread's cache if it has asked often enough by now. Returns: null when it has none.
 QV_INTERNAL_HIDDEN SThreadCache *CacheOfThreadSlow();
 
+// Makes the calling thread's cache if it has none, however seldom it has asked. Waits for threads that make or end theirs.
+// Returns: null where there can be none.
+QV_INTERNAL_HIDDEN SThreadCache *MakeCacheOfThread();
+
 // The calling thread's cache, for which every block taken or given counts that did not come from one; null when it has
 // none.
 inline SThreadCache *CacheOfThread()

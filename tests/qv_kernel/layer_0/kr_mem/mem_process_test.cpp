@@ -91,11 +91,11 @@ TEST(MemLock, AGuardHoldsItWithinItsScope)
 {
     CProcessLock lock;
     {
-        const CProcessGuard guard(lock, 1);
+        const CProcessGuard guard(lock, Waiting_AsLongAsItTakes, 1);
         EXPECT_FALSE(guard.WasLeft());
         EXPECT_TRUE(lock.Lock(2));
     }
-    const CProcessGuard guard(lock, 1);
+    const CProcessGuard guard(lock, Waiting_AsLongAsItTakes, 1);
     EXPECT_FALSE(guard.WasLeft());
 }
 

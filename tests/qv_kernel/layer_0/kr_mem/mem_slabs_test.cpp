@@ -23,12 +23,17 @@ class MemSlabs : public ::testing::Test
 protected:
     std::vector<char *> Take(u32 sizeClass, u32 count)
     {
-        SFreeBlock *first = nullptr;
-        const u32 taken = m_Heap.Take(sizeClass, count, first);
         std::vector<char *> blocks;
-        for (; first != nullptr; first = first->m_Next)
-            blocks.push_back(reinterpret_cast<char *>(first));
-        EXPECT_EQ(blocks.size(), taken);
+        u32 taken = 1;
+        while (blocks.size() < count && taken != 0)
+        {
+            SFreeBlock *first = nullptr;
+            taken = m_Heap.Take(sizeClass, count - static_cast<u32>(blocks.size()), first);
+            const size_t before = blocks.size();
+            for (; first != nullptr; first = first->m_Next)
+                blocks.push_back(reinterpret_cast<char *>(first));
+            EXPECT_EQ(blocks.size() - before, taken);
+        }
         return blocks;
     }
 
@@ -37,7 +42,8 @@ protected:
         SFreeBlock *first = nullptr;
         for (char *const block : blocks)
             first = ::new (block) SFreeBlock{first};
-        EXPECT_EQ(m_Heap.Give(first, static_cast<u32>(blocks.size())), nullptr);
+        EXPECT_EQ(m_Heap.Give(first, static_cast<u32>(blocks.size())), blocks.size());
+        EXPECT_EQ(first, nullptr);
     }
 
     COwnHeap m_OwnHeap;
@@ -92,7 +98,8 @@ TEST_F(MemSlabs, GivingTheFirstOfAListLeavesTheRest)
     SFreeBlock *first = nullptr;
     ASSERT_EQ(m_Heap.Take(1, 3, first), 3u);
     SFreeBlock *const third = first->m_Next->m_Next;
-    EXPECT_EQ(m_Heap.Give(first, 2), third);
+    EXPECT_EQ(m_Heap.Give(first, 2), 2u);
+    EXPECT_EQ(first, third);
     EXPECT_EQ(third->m_Next, nullptr);
     EXPECT_EQ(m_Heap.Figures().m_LiveBlocks, 1u);
 }
@@ -189,21 +196,65 @@ TEST_F(MemSlabs, KnowsWhichBlocksCameBack)
 {
     const std::vector<char *> blocks = Take(4, 10);
     for (char *const block : blocks)
-        EXPECT_FALSE(m_Heap.IsFree(block));
+        EXPECT_FALSE(m_Heap.IsBack(block));
     Give({blocks[3], blocks[7]});
     for (size_t i = 0; i < blocks.size(); ++i)
-        EXPECT_EQ(m_Heap.IsFree(blocks[i]), i == 3 || i == 7) << i;
+        EXPECT_EQ(m_Heap.IsBack(blocks[i]), i == 3 || i == 7) << i;
 }
 
-TEST(MemSlabsBlocks, BeginWhereTheirClassSaysAndNowhereElse)
+TEST_F(MemSlabs, ABatchComesFromAFewSlabsAtMost)
 {
-    for (u32 sizeClass = 0; sizeClass < kSmallClassCount; ++sizeClass)
-        for (ureg offset = 0; offset < kSlabBytes; offset += 8)
-        {
-            const bool isStart = sizeClass != 0 && offset % ClassBytes(sizeClass) == 0;
-            ASSERT_EQ(IsStartOfBlock(reinterpret_cast<void *>(7 * kSlabBytes + offset), sizeClass), isStart)
-                << sizeClass << ", " << offset;
-        }
+    // Slabs each of which has one block to take.
+    std::vector<char *> all = Take(128, 20 * BlocksPerSlab(128));
+    std::vector<char *> one;
+    for (size_t i = 0; i < all.size(); i += BlocksPerSlab(128))
+        one.push_back(all[i]);
+    Give(one);
+    SFreeBlock *first = nullptr;
+    EXPECT_EQ(m_Heap.Take(128, 20, first), 8u);
+}
+
+TEST_F(MemSlabs, BlocksThatGoBackInAnyOrderAreAllBack)
+{
+    std::vector<char *> blocks;
+    for (u32 sizeClass = 1; sizeClass < kSmallClassCount; sizeClass += 7)
+        for (char *const block : Take(sizeClass, 300))
+            blocks.push_back(block);
+    for (size_t i = 0; i < blocks.size(); ++i)
+        std::swap(blocks[i], blocks[i * 7919 % blocks.size()]);
+    Give(blocks);
+    EXPECT_EQ(m_Heap.Figures().m_LiveBlocks, 0u);
+    EXPECT_EQ(m_Heap.Figures().m_UsedSlabs, 0u);
+}
+
+TEST_F(MemSlabs, TheLowestSlabsAreFilledFirst)
+{
+    const std::vector<char *> all = Take(64, 10 * BlocksPerSlab(64));
+    Give({all[9 * BlocksPerSlab(64)], all[2 * BlocksPerSlab(64)], all[5 * BlocksPerSlab(64)]});
+    EXPECT_EQ(Take(64, 3), (std::vector<char *>{all[2 * BlocksPerSlab(64)], all[5 * BlocksPerSlab(64)],
+                                                all[9 * BlocksPerSlab(64)]}));
+}
+
+TEST_F(MemSlabs, WhatIsMadeReadyIsIdleAndHasMemory)
+{
+    ASSERT_TRUE(m_Heap.Prewarm(300 * kSlabBytes, false));
+    EXPECT_EQ(m_Heap.Figures().m_IdleSlabs, 300u);
+    const ureg mapped = m_Heap.MappedBytes();
+    const std::vector<char *> blocks = Take(4, 300 * BlocksPerSlab(4));
+    EXPECT_EQ(m_Heap.MappedBytes(), mapped);
+    Give(blocks);
+    // As many more stay idle as were made ready.
+    EXPECT_EQ(m_Heap.Figures().m_IdleSlabs, 300u);
+    EXPECT_EQ(m_Heap.Figures().m_ReturnedSlabs, 0u);
+}
+
+TEST_F(MemSlabs, MakingReadySaysWhenMemoryIsRefused)
+{
+    ASSERT_TRUE(PortMapAt(m_Heap.Base() + 2 * kSlabBytes, kSlabBytes));
+    EXPECT_FALSE(m_Heap.Prewarm(3 * kSlabBytes, false));
+    EXPECT_EQ(m_Heap.Figures().m_IdleSlabs, 1u);
+    PortUnmap(m_Heap.Base() + 2 * kSlabBytes, kSlabBytes);
+    EXPECT_TRUE(m_Heap.Prewarm(0, true));
 }
 
 } // namespace QuorvaneTest

@@ -2,6 +2,7 @@
 #include "kr_mem/mem_thread_cache.h"
 
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -346,6 +347,90 @@ TEST_F(MemThreadCacheOwn, WithoutMemoryForMoreOfThemThePlatformServes)
             }
             return platformServed ? 0 : 3;
         });
+    EXPECT_EQ(child.m_ExitCode, 0) << child.m_Stderr;
+}
+
+// ---- Memory made ready -----------------------------------------------------------------------------------------------
+
+namespace
+{
+
+u64 PageFaultsOfThread()
+{
+    rusage usage = {};
+    getrusage(RUSAGE_THREAD, &usage);
+    return static_cast<u64>(usage.ru_minflt + usage.ru_majflt);
+}
+
+} // namespace
+
+TEST(MemPrewarm, SaysWhetherThereIsMemoryOfItsOwn)
+{
+    EXPECT_EQ(Mem::Prewarm(0), AreOurOwn());
+    EXPECT_EQ(Mem::Prewarm(1), AreOurOwn());
+}
+
+class MemPrewarmOwn : public COwnTest
+{
+};
+
+TEST_F(MemPrewarmOwn, AThreadThatMadeReadyGetsItsBlocksWithoutAPageFault)
+{
+    constexpr u64 kBytes = 2u << 20;
+    constexpr u64 kSize = 512;
+    u64 faults = 1;
+    OnAThread(
+        [&]
+        {
+            ASSERT_TRUE(Mem::Prewarm(2 * kBytes));
+            std::vector<u8 *> blocks(kBytes / kSize);
+            const u64 mapped = FindOrMakeProcess()->m_Heap.MappedBytes();
+            // The code itself is not in memory before it has run.
+            Free(Alloc(kSize), kSize);
+            PageFaultsOfThread();
+            const u64 before = PageFaultsOfThread();
+            for (u8 *&block : blocks)
+            {
+                block = Alloc(kSize);
+                std::memset(block, 1, kSize);
+            }
+            faults = PageFaultsOfThread() - before;
+            EXPECT_EQ(FindOrMakeProcess()->m_Heap.MappedBytes(), mapped);
+            for (u8 *const block : blocks)
+                Free(block, kSize);
+        });
+    EXPECT_EQ(faults, 0u);
+}
+
+TEST_F(MemPrewarmOwn, AThreadHasItsCacheAfterIt)
+{
+    OnAThread(
+        []
+        {
+            Mem::Prewarm(0);
+            u8 *const block = Alloc(64);
+            const u64 live = LiveBlocks();
+            Free(block, 64);
+            EXPECT_EQ(LiveBlocks(), live);
+        });
+}
+
+TEST_F(MemPrewarmOwn, WhatMayNotBeLockedIsToldAndUsedAllTheSame)
+{
+    const SChildResult child = RunInChild(
+        []
+        {
+            const rlimit none = {0, 0};
+            // Whoever may do everything may lock memory, too.
+            if (setrlimit(RLIMIT_MEMLOCK, &none) != 0 || setuid(65534) != 0)
+                return 77;
+            const u32 idle = SmallFigures().m_IdleSlabs;
+            if (Mem::Prewarm(1, true))
+                return 1;
+            return SmallFigures().m_IdleSlabs == idle + 1 ? 0 : 2;
+        });
+    if (child.m_ExitCode == 77)
+        GTEST_SKIP() << "this process may not give up its rights";
     EXPECT_EQ(child.m_ExitCode, 0) << child.m_Stderr;
 }
 
