@@ -1,10 +1,10 @@
-// The workloads that allocators are known by, over texts and over blocks: what a server, producers and consumers, tables,
-// growing texts, and threads with neighbours in a line of the cache ask of an allocator.
+// The workloads that allocators are known by, over texts and over blocks: what a server, a producer and its consumers,
+// tables, growing texts, and threads with neighbours in a line of the cache ask of an allocator.
 //
 //     allocator_workloads <allocator> <workload> texts|blocks <threads> <rounds> [timed]
 //
-// Rounds are those of all threads together, so that the work is the same for any number of them. What is done depends on
-// the arguments alone: the checksum is the same for all allocators. With `timed` each operation is timed, too, which
+// Rounds are those of all threads together, so that the work is the same for any number of them. What is done depends
+// on the arguments alone: the checksum is the same for all allocators. With `timed` each operation is timed, too, which
 // takes about as long as many of them do, so that throughput is measured without it.
 #include <atomic>
 #include <cinttypes>
@@ -38,7 +38,7 @@ struct SArguments
 
 constexpr u32 kSamples = 10;
 
-// What one thread does, or what threads do that follow each other. In lines of its own, since each operation counts here.
+// What one thread does, or what threads do that follow each other. In lines of its own: each operation counts here.
 class alignas(128) CLane
 {
 public:
@@ -75,8 +75,8 @@ public:
         m_Sum = m_Sum * 31 + content.Size();
     }
 
-    // At the begin of each round. The first tenth of them is not timed: memory that was never used before comes with page
-    // faults. The first lane looks at the memory every now and then.
+    // At the begin of each round. The first tenth of them is not timed: memory that was never used before comes with
+    // page faults. The first lane looks at the memory every now and then.
     void Begin(u64 round) { Begin(round, m_Rounds); }
     void Begin(u64 round, u64 rounds)
     {
@@ -175,7 +175,7 @@ void CRun::Print(CReport &report) const
     report.Print();
 }
 
-// ---- What workloads are made of --------------------------------------------------------------------------------------
+// ---- What workloads are made of -------------------------------------------------------------------------------------
 
 template <typename Content>
 using Contents = std::vector<Content>;
@@ -274,10 +274,10 @@ void DropFrom(CLane &lane, Content &content)
     lane.Do([&] { content.Drop(); });
 }
 
-// ---- The workloads ---------------------------------------------------------------------------------------------------
+// ---- The workloads --------------------------------------------------------------------------------------------------
 
-// A server (Larson and Krishnan, 1998): each thread replaces contents of a table by others of random sizes, for a while;
-// then it ends, and a successor goes on with the table, so that most contents are freed by another thread than their own.
+// A server (Larson and Krishnan, 1998): each thread replaces contents of a table by others of random sizes for a while;
+// then it ends, and a successor goes on with the table, so that contents are freed by another thread than their own.
 template <typename Content>
 void Server(CRun &run)
 {
@@ -351,8 +351,8 @@ void Producer(CRun &run)
     run.End();
 }
 
-// Each thread writes to a small content again and again, drops it, and makes the next one. An allocator that gives pieces
-// of one line of the cache to several threads makes them wait for each other.
+// Each thread writes to a small content again and again, drops it, and makes the next one. An allocator that gives
+// pieces of one line of the cache to several threads makes them wait for each other.
 template <typename Content>
 void WriteAndReplace(CLane &lane, Content &first)
 {
@@ -508,7 +508,7 @@ void Growing(CRun &run)
     DropAll(run, tables);
 }
 
-// ---- The program -----------------------------------------------------------------------------------------------------
+// ---- The program ----------------------------------------------------------------------------------------------------
 
 struct SWorkload
 {

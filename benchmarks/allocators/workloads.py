@@ -60,12 +60,13 @@ def figures_of(results):
     """The best of the processes where time counts, since others only add to it, else the median."""
     plain = [each for each, _ in results]
     held = [max(growth_over_time(each) + [each["held"]["anonymous"] - each["start"]["anonymous"]]) for each in plain]
+    left = [each["end"]["anonymous"] - each["start"]["anonymous"] for each in plain]
     return {
         "time": min(each["seconds"] / each["operations"] for each in plain) * 1e9,
         "processor": min(each["processor_seconds"] / each["operations"] for each in plain) * 1e9,
         "p99.9": runner.median([runner.percentile(timed["histograms"]["operation"], 0.999) for _, timed in results]),
         "held": max(PAGE_BYTES, runner.median(held)),
-        "left": max(PAGE_BYTES, runner.median([each["end"]["anonymous"] - each["start"]["anonymous"] for each in plain])),
+        "left": max(PAGE_BYTES, runner.median(left)),
     }
 
 
@@ -108,8 +109,8 @@ def full_table(found):
 
 
 def goal_table(found):
-    """Ours beside the best of all peers, for each figure on its own. Where threads share a processor, the processor's time
-    counts instead of the clock's, which says more about what else the machine had to do."""
+    """Ours beside the best of all peers, for each figure on its own. Where threads share a processor, the processor's
+    time counts instead of the clock's, which says more about what else the machine had to do."""
     lines = [["workload", "form", "threads", "figure", "ours", "best peer", "its name", "ratio", "goal", "met"]]
     for (workload, form, threads), contestants in found.items():
         crowded = int(threads) > runner.processors()
@@ -119,10 +120,21 @@ def goal_table(found):
             best = runner.best_of(figures)
             if best is None:
                 continue
-            ratio = figures[runner.OURS] / best[1]
-            lines.append([workload, form, str(threads), name, show(name, figures[runner.OURS]), show(name, best[1]), best[0],
-                          "%.2f" % ratio, "<= %g" % goal, "yes" if ratio <= goal + 0.005 else "no"])
+            ours = figures[runner.OURS]
+            ratio = ours / best[1]
+            lines.append([workload, form, str(threads), name, show(name, ours), show(name, best[1]), best[0], "%.2f" % ratio,
+                           "<= %g" % goal, "yes" if ratio <= goal + 0.005 else "no"])
     return lines
+
+
+def short_table(lines):
+    """The table of goals with one row for each run; figures whose goal is missed are bold."""
+    rows = {}
+    for workload, form, threads, name, ours, best, who, ratio, _, met in lines[1:]:
+        cell = "%s; %s %s: %s" % (ours, who, best, ratio)
+        rows.setdefault((workload, form, threads), []).append(cell if met == "yes" else "**%s**" % cell)
+    head = ["workload", "form", "threads", "time (ours; best peer: ratio)", "p99.9", "held", "left"]
+    return [head] + [list(key) + cells for key, cells in rows.items()]
 
 
 def time_table(over_time):
@@ -146,14 +158,16 @@ def said(lines, repetitions):
 
 
 def publish(found, over_time, summary, facts):
-    goals = runner.table.as_markdown(goal_table(found))
+    goals = goal_table(found)
     runner.publish_between(PAGE, "allocators", "\n\n".join([
-        facts, summary, goals, "[All figures](performance/allocators.md), and the memory of the producer over time."]))
+        facts, summary, runner.table.as_markdown(short_table(goals)),
+        "[All figures](performance/allocators.md), and the memory of the producer over time."]))
     with open(DETAILS, "w", encoding="utf-8") as stream:
         stream.write("# Workloads over allocators\n\nWhat they are, and how they were measured, says "
-                     "[the page about performance](../performance.md#workloads-over-allocators).\n\n%s\n\n%s\n\n%s\n\n%s\n" % (
-                         facts, summary, runner.table.as_markdown(full_table(found)),
-                         runner.table.as_markdown(time_table(over_time))))
+                     "[the page about performance](../performance.md#workloads-over-allocators).\n\n%s\n\n%s\n\n" % (
+                         facts, summary))
+        tables = (full_table(found), goals, time_table(over_time))
+        stream.write("\n\n".join(runner.table.as_markdown(lines) for lines in tables) + "\n")
 
 
 def main():
@@ -178,9 +192,10 @@ def main():
     print(text)
     with open(os.path.join(arguments.folder, "allocators.txt"), "w", encoding="utf-8") as stream:
         stream.write(text + "\n")
+    rows = [{"workload": key[0], "form": key[1], "threads": key[2], "allocator": allocator, **figures}
+            for key, contestants in found.items() for allocator, figures in contestants.items()]
     with open(os.path.join(arguments.folder, "allocators.json"), "w", encoding="utf-8") as stream:
-        json.dump([{"workload": key[0], "form": key[1], "threads": key[2], "allocator": allocator, **figures}
-                   for key, contestants in found.items() for allocator, figures in contestants.items()], stream, indent=1)
+        json.dump(rows, stream, indent=1)
     if arguments.publish:
         publish(found, over_time, summary, facts)
     return 0

@@ -1,6 +1,6 @@
 #!/bin/sh
-# The table of workloads: the least time, median percentiles and memory, the best peer of each figure on its own, goals met
-# and missed, and results that differ.
+# The table of workloads: the least time, median percentiles and memory, the best peer of each figure on its own, goals
+# met and missed, and results that differ.
 #   workloads_test.sh <project>
 set -u
 project=${1:-$(dirname "$0")/../..}
@@ -63,6 +63,10 @@ wants("tail's goal", lines[2], begin + ["p99.9", "100 ns", "80 ns", "jemalloc", 
 wants("held's goal", lines[3], begin + ["held", "1.2 MB", "1 MB", "jemalloc", "1.20", "<= 1.2", "yes"])
 wants("left's goal", lines[4], begin + ["left", "1.3 MB", "1 MB", "glibc", "1.30", "<= 1.2", "no"])
 wants("crowded", lines[5], ["table", "texts", "4", "processor", "30 ns", "20 ns", "glibc", "1.50", "<= 1", "no"])
+short = workloads.short_table(lines)
+wants("one row for each run", [len(line) for line in short], [7, 7, 7])
+wants("met", short[1][3], "10 ns; jemalloc 10 ns: 1.00")
+wants("missed", short[1][4], "**100 ns; jemalloc 80 ns: 1.25**")
 wants("rows of the full table", len(workloads.full_table(found)), 6)
 
 checksums = {}
