@@ -32,8 +32,9 @@ namespace Bench::Allocators
 
 using namespace Quorvane;
 
-// Whose memory the texts are made of: "ours", the library's default; "glibc", or another word: `malloc`, which must then
-// come from a file with that word in its name, so that nothing is measured under a wrong name.
+// Whose memory the texts are made of: "ours", the library's default; "prewarmed", the same with 16 MiB got in advance, and
+// a cache for each thread of `RunThreads` before it begins; "glibc", or another word: `malloc`, which must then come from
+// a file with that word in its name, so that nothing is measured under a wrong name.
 // Returns: false, with the reason on the standard error, when it does not.
 bool Install(const std::string &allocator);
 
