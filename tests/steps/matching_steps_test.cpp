@@ -197,6 +197,30 @@ TEST(FuzzySteps, AListIsTheSumOfItsTexts)
     }
 }
 
+// Each entry is better than those before, so each takes another's place.
+TEST(FuzzySteps, TheBestOfAListOfEverBetterTexts)
+{
+    const std::string query(30, 'a');
+    const CString queryString(query.c_str());
+    for (const u32 count : {100u, 1000u})
+    {
+        TArray<CString> list;
+        u64 cells = 0;
+        for (u32 i = 0; i < count; ++i)
+        {
+            const std::string text = std::string(30 * i / count, 'a') + std::string(30 - 30 * i / count, 'b');
+            ASSERT_TRUE(list.PushBack(CString(text.c_str())).Valid());
+            cells += FuzzyCells(query, text);
+        }
+        TArray<CString::SFuzzyMatchListElement> best;
+        const TStridedMemoryView<const CString> strings(list.Data(), list.Count(), sizeof(CString));
+        const u64 steps = StepsOf([&] { EXPECT_TRUE(queryString.FuzzyMatchList_Top(strings, best, 0.0f, 64)); });
+        EXPECT_EQ(best.Count(), 64u);
+        // A heap of 64: six levels down and up again for each entry.
+        ExpectSteps("FuzzyMatchList_Top", std::to_string(count), steps, 10 * cells + 40 * 12 * count + 20000);
+    }
+}
+
 // The way back needs each cell, so rows are not taken by the word.
 TEST(FuzzySteps, PositionsTakeTheProductOfTheLengths)
 {

@@ -130,7 +130,8 @@ struct SNativeStringUtils
     // Wildcard match of the whole text: `*` stands for any run of characters, the empty one included, `?` for exactly
     // one. With inhibitors, a backslash makes the next character of the pattern literal; a lone one at the end stands
     // for itself; a literal letter still follows the case rule. Null matches nothing.
-    // Cost: at most pattern times text steps, constant memory.
+    // Cost: of a pattern of p characters and a text of n, at most p * n + p + n steps, each a look at a character or at a
+    // star; constant memory.
 
     [[nodiscard]] static bool Match(const char *pattern, const char *str) noexcept QV_NONBLOCKING;
     [[nodiscard]] static bool MatchCase(const char *pattern, const char *str) noexcept QV_NONBLOCKING;

@@ -16,6 +16,9 @@
 // No operation takes more than 4 KiB of the caller's stack but for fuzzy matching, and none recurses; those that may take
 // more than 1 KiB say so. What the platform's own functions and the report of a failed assertion take is not counted.
 //
+// Every operation is linear in the characters that it reads and writes, whatever they are, unless its declaration says
+// *Cost*. Tests count the steps.
+//
 // What users meet sooner or later:
 // - `Data()` of an empty string is null as a rule, which neither printf nor `std::string` takes; `CStr()` is never null;
 // - emptiness is judged by the first character: a text that begins with a terminator is empty whatever its length; what
@@ -634,6 +637,8 @@ public:
     // empty string matches null and patterns of nothing but stars; an empty pattern string matches an empty string
     // only.
     // Requires: a pattern for a string that is not empty, else reports "pattern != null" and matches nothing.
+    // Cost: of a pattern of p characters and a string of n, at most p * n + p + n steps, each a look at a character or at
+    // a star.
     [[nodiscard]] bool Match(const char *pattern,
                              ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
     [[nodiscard]] bool Match(const CString &pattern,
@@ -665,14 +670,16 @@ public:
     };
 
     // 1 for equal texts, 0 when one of them is empty. Not symmetric for texts of one length: see the .cpp.
-    // Cost: lengths multiplied, by 64. Allocates: a block of 4 bytes per character of the longer text when that has 256
-    // characters or more. Fails: 0.
+    // Cost: a step for each character of the longer text and each 64 of the shorter one, and what is linear in both.
+    // Allocates: a block of 4 bytes per character of the longer text when that has 256 characters or more. Fails: 0.
     // Stack: 4 KiB; 8 KiB when the longer text has 256 characters or more.
     [[nodiscard]] float FuzzyMatch(const CString &other) const noexcept QV_NONBLOCKING;
 
     // The weight of every entry, in order.
     // Requires: as many results as entries, else reports "outMatchResults.Count() == stringList.Count()" and writes as
     // many as both have.
+    // Cost: that of FuzzyMatch for each entry; what a list is put in order by comes to it, QuickSort or, for the best
+    // ones, a logarithm of their number for each entry that is kept for a while.
     // Stack: 8 KiB, and of the other two lists, too.
     void FuzzyMatchList(const TStridedMemoryView<const CString> &stringList,
                         const TMemoryView<float> &outMatchResults) const noexcept;
@@ -691,7 +698,7 @@ public:
                                           u32 maxCount) const noexcept;
 
     // The indices of this string's characters that a best alignment with `other` matches, rising: what to highlight.
-    // Cost: lengths multiplied, in time and in bits of memory.
+    // Cost: a step for each pair of characters, one of each text; as many bits of memory.
     // Returns: false, with an empty output, when memory is refused.
     [[nodiscard]] bool FuzzyMatchPositions(const CString &other, TArray<u32> &outPositions) const noexcept;
 

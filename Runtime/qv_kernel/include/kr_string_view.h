@@ -235,7 +235,8 @@ public:
     // Wildcard match of the whole view (the syntax is that of SNativeStringUtils::Match and MatchWithInhibitors). Views
     // go by their lengths, patterns too: a terminator is a character like any other. No characters match a pattern of
     // none and patterns of nothing but stars.
-    // Cost: at most pattern times view steps.
+    // Cost: of a pattern of p characters and a view of n, at most p * n + p + n steps, each a look at a character or at a
+    // star.
     [[nodiscard]] bool Match(const CStringView &pattern,
                              ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
     [[nodiscard]] bool Match(const char *pattern,
@@ -248,8 +249,9 @@ public:
                         ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
 
     // The weight of two texts from 0 to 1, as CString::FuzzyMatch has it for strings of the same characters.
-    // Cost: lengths multiplied, by 64. Allocates: a block of 4 bytes per character of the longer text when that has 256
-    // characters or more. Fails: 0, and so do lengths that no string can have.
+    // Cost: a step for each character of the longer text and each 64 of the shorter one, and what is linear in both.
+    // Allocates: a block of 4 bytes per character of the longer text when that has 256 characters or more. Fails: 0, and
+    // so do lengths that no string can have.
     // Stack: 4 KiB; 8 KiB when the longer text has 256 characters or more.
     [[nodiscard]] float FuzzyMatch(const CStringView &other) const noexcept QV_NONBLOCKING;
     [[nodiscard]] float FuzzyMatch(const char *other) const noexcept QV_NONBLOCKING;
