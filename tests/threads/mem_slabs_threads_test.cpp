@@ -180,7 +180,7 @@ TEST(MemSlabsThreads, NobodyWaitsForAThreadThatIsInterrupted)
     for (int round = 0; round < 100; ++round)
     {
         signal.Stop(worker);
-        for (u32 sizeClass = 1; sizeClass < kSmallClassCount; sizeClass += 9)
+        for (u32 sizeClass = 1; sizeClass < kSmallClassCount; sizeClass += 3)
         {
             SFreeBlock *first = nullptr;
             EXPECT_NE(heap->Take(sizeClass, 20, first), 0u);
@@ -212,20 +212,21 @@ TEST(MemSlabsThreads, BlocksThatOneThreadTakesAndAnotherGivesForEverTakeNoMoreMe
         while (mailbox.Count() >= kMaxWaiting)
             std::this_thread::yield();
         SFreeBlock *block = nullptr;
-        if (heap->Take(1 + i % 64, 1, block) == 0)
+        if (heap->Take(1 + i % (kSmallClassCount - 1), 1, block) == 0)
         {
             ADD_FAILURE() << "no block";
             break;
         }
-        const SOwned owned = {reinterpret_cast<char *>(block), ClassBytes(1 + i % 64), static_cast<char>(i)};
+        const SOwned owned = {reinterpret_cast<char *>(block), ClassBytes(1 + i % (kSmallClassCount - 1)),
+                              static_cast<char>(i)};
         std::memset(owned.m_Block, owned.m_Pattern, static_cast<size_t>(owned.m_Size));
         mailbox.Put(owned);
     }
     done = true;
     consumer.join();
     EXPECT_EQ(heap->Figures().m_LiveBlocks, 0u);
-    // A thousand blocks of 64 classes: two slabs of each at most, where 20,000 would fill 10 MB.
-    EXPECT_LE(heap->MappedBytes(), 128 * kSlabBytes + kChunkBytes);
+    // A thousand blocks of all classes: two slabs of each at most, where all of them would fill 11 MB.
+    EXPECT_LE(heap->MappedBytes(), 2 * kSmallClassCount * kSlabBytes + kChunkBytes);
 }
 
 TEST(MemSlabsThreads, ACopyOfTheProcessCanGoOnWhateverOthersWereDoing)

@@ -4,8 +4,9 @@
 // source, so that a replacement can account for it, refuse it, or serve it from a pool of its own.
 //
 // The default allocator takes large blocks from the platform, and small ones, up to 2 KiB, from slabs of its own: each
-// thread caches free ones, up to 1 MiB of them, and gives them back when it ends; a thread that uses a few blocks only has
-// no cache. It maps 64 KiB when the first block is asked for, and grows as blocks are used. A block that grows step by
+// thread caches free ones, up to 320 KiB of them, and gives them back when it ends; a thread that uses a few blocks only
+// has no cache. No thread waits for another one there, whatever that is doing. A block of up to 256 bytes takes up to 15
+// bytes more, a larger small one up to an eighth. The allocator maps 64 KiB when the first block is asked for, and grows as blocks are used. A block that grows step by
 // step gets room to do so in place. With the CMake option QV_MEM_CACHE off, and where the system grants no more memory,
 // blocks are the platform's; under sanitizers and valgrind all of them are, with nothing around them.
 //

@@ -11,12 +11,47 @@ namespace Quorvane::Mem::Internal
 
 // ---- Sizes -------------------------------------------------------------------------------------------------------------
 
-// Small blocks come in classes, one for each multiple of this size, which is also their alignment.
+// What divides the size of every small block, which is also its alignment.
 constexpr u32 kSmallStep = 16;
 // Anything larger, or of a larger alignment, goes to the platform's allocator.
 constexpr u64 kMaxSmallBytes = 2048;
-// Class c serves blocks of c steps. Class 0 stays empty: blocks of 0 bytes take the slow path.
-constexpr u32 kSmallClassCount = static_cast<u32>(kMaxSmallBytes / kSmallStep) + 1;
+constexpr u32 kMaxSmallSteps = static_cast<u32>(kMaxSmallBytes / kSmallStep);
+
+// Small blocks come in classes: one for each multiple of the step up to kMaxExactSteps, and from there on
+// kClassesPerDoubling until the size has doubled. So an eighth of a block is unused at most, and a thread that asks for
+// every size still takes few pages.
+constexpr u32 kMaxExactSteps = 16;
+constexpr u32 kClassesPerDoubling = 8;
+// Class 0 stays empty: blocks of 0 bytes take the slow path.
+constexpr u32 kSmallClassCount = 41;
+
+struct SSmallClasses
+{
+    u8 m_OfSteps[kMaxSmallSteps + 1]; // which class serves a size, in steps
+    u8 m_Steps[kSmallClassCount];     // the size of its blocks
+
+    constexpr SSmallClasses() : m_OfSteps(), m_Steps()
+    {
+        u32 sizeClass = 0;
+        u32 width = 1; // how many sizes share a class
+        for (u32 steps = 0; steps <= kMaxSmallSteps; ++steps)
+        {
+            if (steps > 2 * kClassesPerDoubling * width)
+                width *= 2;
+            if (steps > m_Steps[sizeClass])
+            {
+                ++sizeClass;
+                m_Steps[sizeClass] = static_cast<u8>((steps + width - 1) / width * width);
+            }
+            m_OfSteps[steps] = static_cast<u8>(sizeClass);
+        }
+    }
+};
+
+QV_INTERNAL_HIDDEN inline constexpr SSmallClasses kSmallClasses;
+
+static_assert(kMaxExactSteps == 2 * kClassesPerDoubling, "each doubling has as many classes");
+static_assert(kSmallClasses.m_OfSteps[kMaxSmallSteps] == kSmallClassCount - 1, "the last class is the largest size's");
 
 // All small blocks lie in one range of addresses. Where addresses are short there is none, and this is but a length.
 constexpr bool kHasSmallRange = sizeof(void *) >= 8;
@@ -27,15 +62,20 @@ constexpr u32 kLargeAlignment = 32;
 
 constexpr u32 SmallClass(u64 size)
 {
-    return static_cast<u32>((size + (kSmallStep - 1)) / kSmallStep);
+    return kSmallClasses.m_OfSteps[(size + (kSmallStep - 1)) / kSmallStep];
+}
+
+constexpr u32 ClassSteps(u32 sizeClass)
+{
+    return kSmallClasses.m_Steps[sizeClass];
 }
 
 constexpr u64 ClassBytes(u32 sizeClass)
 {
-    return static_cast<u64>(sizeClass) * kSmallStep;
+    return static_cast<u64>(ClassSteps(sizeClass)) * kSmallStep;
 }
 
-// What a thread may keep of each class. In bytes rather than blocks, so that all classes together are bounded: 1 MiB.
+// What a thread may keep of each class. In bytes rather than blocks, so that all classes together are bounded.
 constexpr u64 kKeptBytesPerClass = 8u << 10;
 
 constexpr u32 KeptBlocks(u32 sizeClass)
@@ -43,13 +83,15 @@ constexpr u32 KeptBlocks(u32 sizeClass)
     return sizeClass == 0 ? 0 : static_cast<u32>(kKeptBytesPerClass / ClassBytes(sizeClass));
 }
 
-// Half of what may be kept moves at a time, so that neither a run of allocations nor one of frees pays each time.
+// What moves between a thread and the heap at a time: few enough that the one block that takes or gives them all does not
+// take long, and half of what may be kept at most, so that neither a run of allocations nor one of frees pays each time.
 constexpr u32 BatchBlocks(u32 sizeClass)
 {
-    return KeptBlocks(sizeClass) / 2;
+    constexpr u32 kMaxBatch = 16;
+    return QVMin(KeptBlocks(sizeClass) / 2, kMaxBatch);
 }
 
-static_assert(kKeptBytesPerClass * kSmallClassCount <= (1u << 20) + kKeptBytesPerClass, "a thread keeps 1 MiB at most");
+static_assert(kKeptBytesPerClass * (kSmallClassCount - 1) <= 320u << 10, "a thread keeps 320 KiB at most");
 static_assert(BatchBlocks(kSmallClassCount - 1) >= 1, "a batch is never empty");
 
 // ---- Who serves --------------------------------------------------------------------------------------------------------

@@ -100,7 +100,7 @@ struct SDivisors
     constexpr SDivisors() : m_Largest()
     {
         for (u32 sizeClass = 1; sizeClass < kSmallClassCount; ++sizeClass)
-            m_Largest[sizeClass] = 0xFFFFFFFFu / sizeClass;
+            m_Largest[sizeClass] = 0xFFFFFFFFu / ClassSteps(sizeClass);
     }
 };
 

@@ -68,6 +68,13 @@ void FlushCache(SThreadCache &cache)
     }
 }
 
+// Gives everything back, the memory of the cache itself, too.
+void DropCache(SThreadCache *cache)
+{
+    FlushCache(*cache);
+    Process().m_Heap.GiveAll(::new (static_cast<void *>(cache)) SFreeBlock{nullptr});
+}
+
 // The caches that a copy of the library left when it was unloaded, of threads that go on.
 void ReclaimOrphans()
 {
@@ -78,8 +85,7 @@ void ReclaimOrphans()
         if (cache->m_Owner != nullptr)
             continue;
         UnlinkCache(cache);
-        FlushCache(*cache);
-        PortFree(cache);
+        DropCache(cache);
     }
 }
 
@@ -94,8 +100,7 @@ void EndCache(void *ended)
         const CSharedGuard guard;
         UnlinkCache(cache);
     }
-    FlushCache(*cache);
-    PortFree(cache);
+    DropCache(cache);
 }
 
 // Makes the end of the calling thread end this cache. Returns: false where it cannot be told, or is not waited for.
@@ -113,16 +118,16 @@ QV_INTERNAL_COLD SThreadCache *MakeCache(EWaiting waiting)
 {
     // Should there be none, it takes as long again before this is tried again.
     t_Asked = 0;
-    void *const memory = PortAlloc(sizeof(SThreadCache), 0);
-    if (memory == nullptr)
+    SFreeBlock *block = nullptr;
+    if (Process().m_Heap.Take(SmallClass(sizeof(SThreadCache)), 1, block) == 0)
         return nullptr;
-    SThreadCache *const cache = ::new (memory) SThreadCache{};
+    SThreadCache *const cache = ::new (block) SThreadCache{};
     for (u32 sizeClass = 0; sizeClass < kSmallClassCount; ++sizeClass)
         cache->m_Bins[sizeClass] = SBin{nullptr, KeptBlocks(sizeClass), QVMin(kFirstBatch, BatchBlocks(sizeClass))};
     cache->m_Owner = ThisCopy();
     if (!EndWithThread(cache, waiting))
     {
-        PortFree(cache);
+        DropCache(cache);
         return nullptr;
     }
     t_Cache = cache;

@@ -36,6 +36,40 @@ class MemPolicyOwn : public COwnTest
 
 } // namespace
 
+TEST(MemPolicyClasses, EverySizeHasTheSmallestClassThatHoldsIt)
+{
+    EXPECT_EQ(SmallClass(0), 0u);
+    for (u64 size = 1; size <= kMaxSmallBytes; ++size)
+    {
+        const u32 sizeClass = SmallClass(size);
+        ASSERT_LT(sizeClass, kSmallClassCount);
+        ASSERT_GE(ClassBytes(sizeClass), size);
+        ASSERT_LT(ClassBytes(sizeClass - 1), size);
+    }
+}
+
+TEST(MemPolicyClasses, LessThanAnEighthOfABlockIsUnusedButByRoundingToTheAlignment)
+{
+    for (u64 size = 1; size <= kMaxSmallBytes; ++size)
+    {
+        const u64 aligned = (size + 15) / 16 * 16;
+        ASSERT_LT(ClassBytes(SmallClass(size)) - aligned, (aligned + 7) / 8) << size;
+    }
+}
+
+TEST(MemPolicyClasses, AThreadKeepsAThirdOfAMebibyteAtMostAndMovesAFewBlocksAtATime)
+{
+    u64 bytes = 0;
+    for (u32 sizeClass = 1; sizeClass < kSmallClassCount; ++sizeClass)
+    {
+        bytes += KeptBlocks(sizeClass) * ClassBytes(sizeClass);
+        EXPECT_GE(BatchBlocks(sizeClass), 1u);
+        EXPECT_LE(2 * BatchBlocks(sizeClass), KeptBlocks(sizeClass));
+        EXPECT_LE(BatchBlocks(sizeClass), 16u);
+    }
+    EXPECT_LE(bytes, 320u << 10);
+}
+
 // Nothing but a sanitizer, valgrind, a machine with short addresses and what the build asks for takes them away.
 TEST(MemPolicy, APlainBuildHasBlocksOfItsOwn)
 {

@@ -50,6 +50,8 @@ protected:
     CSlabHeap &m_Heap = *m_OwnHeap;
 };
 
+constexpr u32 kLargestClass = kSmallClassCount - 1;
+
 u32 BlocksPerSlab(u32 sizeClass)
 {
     return static_cast<u32>(kSlabBytes / ClassBytes(sizeClass));
@@ -107,7 +109,7 @@ TEST_F(MemSlabs, GivingTheFirstOfAListLeavesTheRest)
 TEST_F(MemSlabs, AListOfSeveralClassesGoesBackToEach)
 {
     std::vector<char *> blocks = Take(1, 5);
-    for (char *const block : Take(128, 5))
+    for (char *const block : Take(kLargestClass, 5))
         blocks.push_back(block);
     Give(blocks);
     EXPECT_EQ(m_Heap.Figures().m_LiveBlocks, 0u);
@@ -119,18 +121,18 @@ TEST_F(MemSlabs, ASlabWhoseBlocksAreAllBackServesAnyClass)
     const std::vector<char *> small = Take(1, 100);
     Give(small);
     EXPECT_EQ(m_Heap.Figures().m_IdleSlabs, 1u);
-    const std::vector<char *> large = Take(128, 1);
+    const std::vector<char *> large = Take(kLargestClass, 1);
     EXPECT_EQ(large[0], small[0]);
-    EXPECT_EQ(ClassOfSmallBlock(large[0]), 128u);
+    EXPECT_EQ(ClassOfSmallBlock(large[0]), kLargestClass);
     EXPECT_EQ(m_Heap.Figures().m_IdleSlabs, 0u);
 }
 
 TEST_F(MemSlabs, AFullSlabThatGetsABlockBackServesItAgain)
 {
-    const std::vector<char *> blocks = Take(128, 3 * BlocksPerSlab(128));
+    const std::vector<char *> blocks = Take(kLargestClass, 3 * BlocksPerSlab(kLargestClass));
     EXPECT_EQ(m_Heap.Figures().m_UsedSlabs, 3u);
     Give({blocks[1]});
-    EXPECT_EQ(Take(128, 1), std::vector<char *>{blocks[1]});
+    EXPECT_EQ(Take(kLargestClass, 1), std::vector<char *>{blocks[1]});
     EXPECT_EQ(m_Heap.Figures().m_UsedSlabs, 3u);
 }
 
@@ -159,7 +161,7 @@ TEST_F(MemSlabs, AChunkThatIsUsedUpIsFollowedByAnother)
     const u32 count = 2 * kSlabsPerChunk;
     std::set<SChunk *> chunks;
     for (u32 i = 0; i < count; ++i)
-        for (char *const block : Take(1 + i % 128, BlocksPerSlab(1 + i % 128)))
+        for (char *const block : Take(1 + i % (kSmallClassCount - 1), BlocksPerSlab(1 + i % (kSmallClassCount - 1))))
             chunks.insert(ChunkOf(block));
     EXPECT_EQ(m_Heap.Figures().m_UsedSlabs, count);
     EXPECT_EQ(chunks.size(), 3u);
@@ -170,7 +172,7 @@ TEST_F(MemSlabs, GrowsByAsMuchAgainAndThenByChunks)
     std::vector<ureg> sizes = {m_Heap.MappedBytes()};
     while (sizes.back() < 4 * kChunkBytes)
     {
-        ASSERT_EQ(Take(128, BlocksPerSlab(128)).size(), BlocksPerSlab(128));
+        ASSERT_EQ(Take(kLargestClass, BlocksPerSlab(kLargestClass)).size(), BlocksPerSlab(kLargestClass));
         if (m_Heap.MappedBytes() != sizes.back())
             sizes.push_back(m_Heap.MappedBytes());
     }
@@ -205,19 +207,19 @@ TEST_F(MemSlabs, KnowsWhichBlocksCameBack)
 TEST_F(MemSlabs, ABatchComesFromAFewSlabsAtMost)
 {
     // Slabs each of which has one block to take.
-    std::vector<char *> all = Take(128, 20 * BlocksPerSlab(128));
+    std::vector<char *> all = Take(kLargestClass, 20 * BlocksPerSlab(kLargestClass));
     std::vector<char *> one;
-    for (size_t i = 0; i < all.size(); i += BlocksPerSlab(128))
+    for (size_t i = 0; i < all.size(); i += BlocksPerSlab(kLargestClass))
         one.push_back(all[i]);
     Give(one);
     SFreeBlock *first = nullptr;
-    EXPECT_EQ(m_Heap.Take(128, 20, first), 8u);
+    EXPECT_EQ(m_Heap.Take(kLargestClass, 20, first), 8u);
 }
 
 TEST_F(MemSlabs, BlocksThatGoBackInAnyOrderAreAllBack)
 {
     std::vector<char *> blocks;
-    for (u32 sizeClass = 1; sizeClass < kSmallClassCount; sizeClass += 7)
+    for (u32 sizeClass = 1; sizeClass < kSmallClassCount; sizeClass += 3)
         for (char *const block : Take(sizeClass, 300))
             blocks.push_back(block);
     for (size_t i = 0; i < blocks.size(); ++i)
@@ -229,10 +231,10 @@ TEST_F(MemSlabs, BlocksThatGoBackInAnyOrderAreAllBack)
 
 TEST_F(MemSlabs, TheLowestSlabsAreFilledFirst)
 {
-    const std::vector<char *> all = Take(64, 10 * BlocksPerSlab(64));
-    Give({all[9 * BlocksPerSlab(64)], all[2 * BlocksPerSlab(64)], all[5 * BlocksPerSlab(64)]});
-    EXPECT_EQ(Take(64, 3), (std::vector<char *>{all[2 * BlocksPerSlab(64)], all[5 * BlocksPerSlab(64)],
-                                                all[9 * BlocksPerSlab(64)]}));
+    const std::vector<char *> all = Take(30, 10 * BlocksPerSlab(30));
+    Give({all[9 * BlocksPerSlab(30)], all[2 * BlocksPerSlab(30)], all[5 * BlocksPerSlab(30)]});
+    EXPECT_EQ(Take(30, 3), (std::vector<char *>{all[2 * BlocksPerSlab(30)], all[5 * BlocksPerSlab(30)],
+                                                all[9 * BlocksPerSlab(30)]}));
 }
 
 TEST_F(MemSlabs, WhatIsMadeReadyIsIdleAndHasMemory)

@@ -201,8 +201,9 @@ TEST_F(MemThreadCacheOwn, AThreadKeepsNoMoreThanItsBound)
     OnAThread(
         []
         {
-            for (u64 size = 16; size <= kMaxSmallBytes; size += 16)
+            for (u32 sizeClass = 1; sizeClass < kSmallClassCount; ++sizeClass)
             {
+                const u64 size = ClassBytes(sizeClass);
                 const u64 before = LiveBlocks();
                 AllocAndFree(size, 2000);
                 EXPECT_LE((LiveBlocks() - before) * size, kCachedBytesPerClass) << size;
