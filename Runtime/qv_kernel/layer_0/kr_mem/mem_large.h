@@ -15,12 +15,16 @@
 namespace Quorvane::Mem::Internal
 {
 
-// Where the block begins within the platform's, and the mark in front of it.
+// What stands in front of the block: the bytes from it to the end of what the platform was asked for, which would have to
+// look that up elsewhere; where the block begins within the platform's; and the mark.
 struct SLargeHead
 {
+    u64 m_Room;
     u32 m_Offset;
     u32 m_Mark;
 };
+
+static_assert(sizeof(SLargeHead) <= kSmallStep, "the head lies in front of the smallest offset");
 
 inline SLargeHead &HeadOf(void *block)
 {
@@ -38,10 +42,11 @@ inline bool HasHead(void *block)
     return reinterpret_cast<ureg>(block) % kSmallStep == 0 && HeadOf(block).m_Mark == MarkOfLarge(block);
 }
 
-inline void *PutHead(char *platformBlock, u32 offset)
+// `bytes`: of the platform's block.
+inline void *PutHead(char *platformBlock, u32 offset, u64 bytes)
 {
     void *const block = platformBlock + offset;
-    HeadOf(block) = SLargeHead{offset, MarkOfLarge(block)};
+    HeadOf(block) = SLargeHead{bytes - offset, offset, MarkOfLarge(block)};
     return block;
 }
 
@@ -66,7 +71,9 @@ inline void *AllocLarge(u64 size, u32 alignment)
     const bool common = alignment <= kLargeAlignment;
     const u32 atLeast = common ? kLargeAlignment : alignment;
     char *const platformBlock = static_cast<char *>(PortAlloc(size + atLeast, common ? 0 : alignment));
-    return platformBlock != nullptr ? PutHead(platformBlock, LargeOffset(platformBlock, atLeast)) : nullptr;
+    if (platformBlock == nullptr)
+        return nullptr;
+    return PutHead(platformBlock, LargeOffset(platformBlock, atLeast), size + atLeast);
 }
 
 // Null is ignored. Returns: false, with nothing done, for what is no block.
@@ -91,8 +98,7 @@ inline bool FreeLarge(void *block)
 // The bytes that may be used of a block; at least what was asked for.
 inline u64 RoomOfLarge(void *block)
 {
-    return LargeBlocksHaveHeads() ? PortUsableSize(PlatformBlockOf(block)) - HeadOf(block).m_Offset
-                                  : PortUsableSize(block);
+    return LargeBlocksHaveHeads() ? HeadOf(block).m_Room : PortUsableSize(block);
 }
 
 // Whether the platform may resize the block, which spares the copy where it grows in place.
@@ -117,7 +123,7 @@ inline void *ReallocLarge(void *block, u64 room, u64 newSize)
     const u32 newOffset = LargeOffset(platformBlock, kLargeAlignment);
     if (newOffset != offset)
         std::memmove(platformBlock + newOffset, platformBlock + offset, static_cast<std::size_t>(QVMin(room, newSize)));
-    return PutHead(platformBlock, newOffset);
+    return PutHead(platformBlock, newOffset, newSize + kLargeAlignment);
 }
 
 } // namespace Quorvane::Mem::Internal
