@@ -156,6 +156,20 @@ TEST(SearchSteps, AdversariesOfThreeSizes)
         ExpectLinearSearches(input);
 }
 
+// What the platform compares counts a sixteenth, so that comparing in vain shows in long needles alone.
+TEST(SearchSteps, LongNeedlesThatDifferInTheMiddle)
+{
+    for (const size_t half : {size_t(4096), size_t(16384)})
+    {
+        const std::string needle = std::string(half, 'a') + "b" + std::string(half, 'a');
+        const SInput input = {"a^n b a^n", {std::string(4 * half, 'a'), needle}};
+        const CString text(input.m_Case.m_Text.data(), static_cast<u32>(input.m_Case.m_Text.size()));
+        ExpectLinear("Replace, shorter", input, [&] { static_cast<void>(text.Replace(needle.c_str(), "")); });
+        ExpectLinear("FindText", input, [&] { static_cast<void>(text.FindText(needle.c_str())); });
+        ExpectLinear("FindLastText", input, [&] { static_cast<void>(text.FindLastText(needle.c_str())); });
+    }
+}
+
 TEST(SearchSteps, EveryShortTextAndNeedle)
 {
     for (const std::string &needle : EveryText("ab", 3))
