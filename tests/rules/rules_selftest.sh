@@ -196,6 +196,12 @@ printf 'struct S { ~S(); };\nS s;\n' | bites no_dynamic_init $source
 printf 'int f();\nint n = f();\n' | bites no_dynamic_init $source
 printf 'struct S { ~S(); };\nS &f()\n{ static S s;\nreturn s; }\n' | bites no_dynamic_init $source
 
+printf 'void f();\nvoid g() noexcept [[clang::nonblocking]]\n{\nf(); }\n' | bites effects $source
+printf 'void g() noexcept [[clang::nonallocating]]\n{\ndelete new int; }\n' | bites effects $source
+printf 'QV_INTERNAL_UNCHECKED_BEGIN\n' | bites effects Runtime/qv_kernel/layer_0/kr_string/string_private.h 'has no row'
+# shellcheck disable=SC2016
+printf '| `Runtime/include/qv_defs.h` | 1 | because |\n' | bites effects docs/real-time.md
+
 printf 'void JoinMany(int n);\n' | bites words $source
 printf 'void FreeSlowly(int n);\n' | bites words $string
 printf '// Else it takes the longer road.\n' | bites words $source

@@ -19,6 +19,10 @@
 // Every operation is linear in the characters that it reads and writes, whatever they are, unless its declaration says
 // *Cost*. Tests count the steps.
 //
+// Behind `noexcept` stands what threads with deadlines want to know, and what clang++ checks from version 20 on.
+// QV_NONBLOCKING: does not allocate, take a lock, call the system or throw; dropping a last handle gives memory back to the
+// allocator. QV_NONALLOCATING: the same in place, but for a private copy of characters that are shared. Neither: allocates.
+//
 // What users meet sooner or later:
 // - `Data()` of an empty string is null as a rule, which neither printf nor `std::string` takes; `CStr()` is never null;
 // - emptiness is judged by the first character: a text that begins with a terminator is empty whatever its length; what
@@ -669,7 +673,8 @@ public:
         float m_MatchWeight;
     };
 
-    // 1 for equal texts, 0 when one of them is empty. Not symmetric for texts of one length: see the .cpp.
+    // 1 for equal texts, 0 when one of them is empty. Not symmetric for texts of one length: see the .cpp. Nonblocking as
+    // long as both have fewer than 256 characters.
     // Cost: a step for each character of the longer text and each 64 of the shorter one, and what is linear in both.
     // Allocates: a block of 4 bytes per character of the longer text when that has 256 characters or more. Fails: 0.
     // Stack: 4 KiB; 8 KiB when the longer text has 256 characters or more.

@@ -248,7 +248,8 @@ public:
     MatchWithInhibitors(const char *pattern,
                         ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
 
-    // The weight of two texts from 0 to 1, as CString::FuzzyMatch has it for strings of the same characters.
+    // The weight of two texts from 0 to 1, as CString::FuzzyMatch has it for strings of the same characters. Nonblocking as
+    // long as both have fewer than 256.
     // Cost: a step for each character of the longer text and each 64 of the shorter one, and what is linear in both.
     // Allocates: a block of 4 bytes per character of the longer text when that has 256 characters or more. Fails: 0, and
     // so do lengths that no string can have.

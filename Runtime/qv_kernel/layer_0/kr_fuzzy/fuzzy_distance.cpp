@@ -56,7 +56,7 @@ private:
 
 } // namespace
 
-bool WeighPair(SText query, SText other, float &outWeight) noexcept QV_NONBLOCKING
+QV_INTERNAL_REALTIME_UNWATCHED bool WeighPair(SText query, SText other, float &outWeight) noexcept QV_NONBLOCKING
 {
     outWeight = WeightOfEmpty(query.m_Length, other.m_Length);
     if (query.m_Length == 0 || other.m_Length == 0)
@@ -76,7 +76,7 @@ bool WeighPair(SText query, SText other, float &outWeight) noexcept QV_NONBLOCKI
     return true;
 }
 
-bool WeighCountedPair(SText query, SText other, float &outWeight) noexcept QV_NONBLOCKING
+QV_INTERNAL_REALTIME_UNWATCHED bool WeighCountedPair(SText query, SText other, float &outWeight) noexcept QV_NONBLOCKING
 {
     const CPaddedText paddedQuery(query);
     const CPaddedText paddedOther(other);

@@ -109,14 +109,16 @@ private:
 
 } // namespace
 
-float CString::FuzzyMatch(const CString &other) const noexcept QV_NONBLOCKING
+// Nonblocking for texts without a block alone: the sanitizer judges them in the caller's context, and in none of their own.
+
+QV_INTERNAL_REALTIME_UNWATCHED float CString::FuzzyMatch(const CString &other) const noexcept QV_NONBLOCKING
 {
     float weight;
     Internal::Fuzzy::WeighPair(SText::Of(*this), SText::Of(other), weight);
     return weight;
 }
 
-float CStringView::FuzzyMatch(const CStringView &other) const noexcept QV_NONBLOCKING
+QV_INTERNAL_REALTIME_UNWATCHED float CStringView::FuzzyMatch(const CStringView &other) const noexcept QV_NONBLOCKING
 {
     const SText query = {m_Data, Internal::String::ReadableLength(*this)};
     const SText text = {other.m_Data, Internal::String::ReadableLength(other)};
@@ -127,7 +129,7 @@ float CStringView::FuzzyMatch(const CStringView &other) const noexcept QV_NONBLO
     return weight;
 }
 
-float CStringView::FuzzyMatch(const char *other) const noexcept QV_NONBLOCKING
+QV_INTERNAL_REALTIME_UNWATCHED float CStringView::FuzzyMatch(const char *other) const noexcept QV_NONBLOCKING
 {
     return FuzzyMatch(CStringView(other));
 }
