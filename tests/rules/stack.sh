@@ -82,14 +82,29 @@ for candidate in clang++ clang++-14 clang++-15 clang++-16 clang++-17 clang++-18 
     break
 done
 
-# The graph goes beside the object.
+# The graph goes beside the object. An optimised build that writes them has those of the library already.
 keep_objects g++
 cmp -s "$scratch/probe" "$objects/probe.cpp" || cp "$scratch/probe" "$objects/probe.cpp"
-echo probe.cpp | cat "$scratch/sources" - >"$scratch/with_probe"
-compile_objects "$scratch/with_probe" "$compiler" -std=c++17 -O2 -DNDEBUG -fno-exceptions -fcallgraph-info=su \
+echo probe.cpp >"$scratch/to_compile"
+graphs=$objects
+if [ -n "$build" ] && grep -q '^QV_CALL_GRAPHS:BOOL=ON$' "$build/CMakeCache.txt" 2>/dev/null &&
+    grep -q '^CMAKE_BUILD_TYPE:STRING=Release$' "$build/CMakeCache.txt"; then
+    graphs=$build/Runtime/qv_kernel/CMakeFiles/qv_kernel.dir
+    while IFS= read -r source; do
+        [ -f "$graphs/${source#Runtime/qv_kernel/}.ci" ] || breach "$source: the build wrote no call graph"
+    done <"$scratch/sources"
+else
+    cat "$scratch/sources" >>"$scratch/to_compile"
+fi
+compile_objects "$scratch/to_compile" "$compiler" -std=c++17 -O2 -DNDEBUG -fno-exceptions -fcallgraph-info=su \
     -IRuntime/include -IRuntime/qv_kernel/include
-expect_objects "$scratch/with_probe"
-sed "s,^,$objects/,; s,\$,.ci," "$scratch/with_probe" | tr '\n' '\0' | xargs -0 cat 2>/dev/null |
+expect_objects "$scratch/to_compile"
+if [ "$graphs" = "$objects" ]; then
+    sed "s,^,$objects/,; s,\$,.ci," "$scratch/to_compile"
+else
+    echo "$objects/probe.cpp.ci"
+    sed "s,^Runtime/qv_kernel,$graphs,; s,\$,.ci," "$scratch/sources"
+fi | tr '\n' '\0' | xargs -0 cat 2>/dev/null |
     awk -v ways="${STACK_WAYS:-0}" -v root="$root" -f "$rules/stack.awk" >"$scratch/table"
 grep -v '^breach: ' "$scratch/table"
 sed -n 's/^breach: //p' "$scratch/table" >>"$breaches"
