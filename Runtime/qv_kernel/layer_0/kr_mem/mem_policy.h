@@ -87,7 +87,7 @@ constexpr u32 KeptBlocks(u32 sizeClass)
 // take long, and half of what may be kept at most, so that neither a run of allocations nor one of frees pays each time.
 constexpr u32 BatchBlocks(u32 sizeClass)
 {
-    constexpr u32 kMaxBatch = 16;
+    constexpr u32 kMaxBatch = 8;
     return QVMin(KeptBlocks(sizeClass) / 2, kMaxBatch);
 }
 

@@ -65,7 +65,7 @@ TEST(MemPolicyClasses, AThreadKeepsAThirdOfAMebibyteAtMostAndMovesAFewBlocksAtAT
         bytes += KeptBlocks(sizeClass) * ClassBytes(sizeClass);
         EXPECT_GE(BatchBlocks(sizeClass), 1u);
         EXPECT_LE(2 * BatchBlocks(sizeClass), KeptBlocks(sizeClass));
-        EXPECT_LE(BatchBlocks(sizeClass), 16u);
+        EXPECT_LE(BatchBlocks(sizeClass), 8u);
     }
     EXPECT_LE(bytes, 320u << 10);
 }
