@@ -1,7 +1,8 @@
 #!/bin/sh
-# Rule: every public operation on text has a test that is named after it, and is used in a fuzz target.
-# Reason: who looks for what an operation promises looks for its name; and what no fuzz target calls is tried only with
-# the texts that somebody thought of.
+# Rule: every public operation on text has a test that is named after it, is used in a fuzz target, and has a row in the
+# table of what each asks the allocator for.
+# Reason: who looks for what an operation promises looks for its name; what no fuzz target calls is tried only with the
+# texts that somebody thought of; and a thread with a deadline counts on the blocks that are promised.
 #
 # A test is named after an operation when its suite and name hold the operation's name, without underscores and as
 # words of their own: StringAppend.OfItselfDoubles, String.FirstAndLastAreTheEndsOfTheText. Operators go by what they do. The
@@ -84,6 +85,7 @@ is_exempt()
     cd "$root" || exit 2
     find tests -name '*_test.cpp' -exec cat {} + | sed -n -E \
         's/^ *(TEST|TEST_F|TEST_P|TYPED_TEST)\(([A-Za-z0-9]+), *([A-Za-z0-9]+)\).*/\2.\3/p' >"$scratch/names"
+    cat tests/qv_kernel/allocation_counts_test.cpp 2>/dev/null | sed -n 's/^ *{"\([^"]*\)",.*/\1/p' | sort -u >"$scratch/counted"
     find tests/fuzz -name '*_fuzz.cpp' -exec cat {} + 2>/dev/null | sed 's,//.*,,' | tr -c 'A-Za-z0-9_' '\n' |
         sort -u >"$scratch/fuzzed"
 )
@@ -100,6 +102,8 @@ for header in $headers; do
         words="(^|[a-z0-9.])($(words_of "$name"))([A-Z.]|\$)"
         grep -E "^$(suites_of "$class")\\." "$scratch/names" | grep -q -E "$words" || is_exempt "$class" "$name" test ||
             breach "$header: no test is named after $title"
+        grep -q -x -F "$title" "$scratch/counted" ||
+            breach "$header: tests/qv_kernel/allocation_counts_test.cpp has no row for $title"
         case $name in
             # Signs are everywhere; the models of the targets compare with them.
             operator*) continue ;;

@@ -108,8 +108,9 @@
 #endif
 
 // For the sanitizer that watches nonblocking functions while they run (-fsanitize=realtime). QV_INTERNAL_REALTIME_PAUSE:
-// the rest of this block is none of its business. QV_INTERNAL_REALTIME_UNWATCHED: nor is this function at all, which an
-// exception of the user's may leave.
+// the rest of this block is none of its business. QV_INTERNAL_REALTIME_UNWATCHED: this function is watched only where a
+// nonblocking function calls it, of the user's as a rule, and may block for everybody else: whether it does is up to a
+// hook or a handler of the user's, or to the size of a block. An exception of the user's may leave it.
 #if defined(__has_feature)
 #if __has_feature(realtime_sanitizer)
 #define QV_INTERNAL_HAS_REALTIME_SANITIZER 1

@@ -227,6 +227,8 @@ private:
 };
 
 // A growable array of `T`. Movable; copying is a named operation, `CopyFrom` or `Clone`, since it may fail.
+// Allocates: one block, for as many elements as the controller says, where elements are added and there is no room; it
+// takes the place of the one before. Exactly as many as asked for in `Reserve`, `Clone` and the constructor.
 // Invalidates: growing, moving and swapping move the elements; inserting and removing move those behind the place.
 template <typename T, typename Controller = TArrayStaticController<0, 8, 8, 0, 2>>
 class TArray : public TArray_Base<T, TArray_BaseContainerImpl<T, Controller, TTypeTraits<T>::HasTrivialRelocate>>

@@ -276,7 +276,7 @@ inline bool CRefCountedObjectBase::_BeginDestruction() const noexcept QV_NONBLOC
     return true;
 }
 
-inline void CRefCountedObject::RemoveReference() const noexcept QV_NONBLOCKING
+QV_INTERNAL_REALTIME_UNWATCHED inline void CRefCountedObject::RemoveReference() const noexcept QV_NONBLOCKING
 {
     // Alone: nobody else can add or drop a reference, so what the decrement would give is known.
     if (RefCount() == 1)

@@ -137,6 +137,21 @@ namespace Quorvane
 // A view goes by its length, but one of null has no characters. Its Compare ends where both sides have a terminator,
 // its == does not.
 
+// ---- What is allocated ----------------------------------------------------------------------------------------------
+
+// Where a declaration says no more, in blocks of the kernel's allocator. CStringContainer says how large they are: a text
+// of the fixed form is one block (New), one of the resizable form is two (NewResizable).
+//
+//     Reading, comparing, searching, matching      nothing
+//     Views, and pieces cut one at a time          nothing
+//     A handle copied, moved, swapped, dropped     nothing; the last handle of a text frees its block or its two
+//     A new string                                 one block: the fixed form, of the length that comes out
+//     An edit that adds no characters              nothing; where the characters are shared, the block of the private copy
+//     Append, Prepend, Insert, paths, numbers      nothing where the string is not shared and has the room in the resizable
+//                                                  form; its buffer anew, once, where it has not (DynamicResize); two blocks
+//                                                  where it is shared or of the fixed form, and what it held is freed
+//     + / and JoinPath                             two blocks: the resizable form
+
 // ---- The string -----------------------------------------------------------------------------------------------------
 
 // The string: a handle of one pointer that shares its characters with its copies.
@@ -313,6 +328,7 @@ public:
     // Stack: that of the platform's own formatting comes on top, some 3 KiB with floating-point numbers.
 
     // Any length, in the locale in force. Reports "format != null".
+    // Allocates: besides the result, and until it is there, a block of length + 1 for results of 512 characters and more.
     // Stack: 1.5 KiB.
     [[nodiscard]] static CString VAFormat(const char *format, va_list args) noexcept QV_INTERNAL_PRINTF(1, 0);
 
@@ -344,8 +360,8 @@ public:
     }
 
     // The same at the front. Beware: prepending to an empty string takes the whole text up to its terminator, whatever
-    // `otherLength` says, unless the string is not shared and of the resizable form. Views and characters are taken
-    // as they are.
+    // `otherLength` says, in a container of the fixed form, unless the string is not shared and of the resizable form.
+    // Views and characters are taken as they are.
     CString &Prepend(const CString &other) noexcept;
     CString &Prepend(const CStringView &other) noexcept;
     CString &Prepend(const char *other) noexcept;
@@ -401,7 +417,7 @@ public:
     QV_INTERNAL_EDIT_INLINE CString &operator/=(const CStringView &other) noexcept { return AppendSlashAnd(other); }
     QV_INTERNAL_EDIT_INLINE CString &operator/=(const char *other) noexcept { return AppendSlashAnd(other); }
 
-    // Ends the string with a slash, unless it is empty or has one.
+    // Ends the string with a slash, unless it is empty or has one. The new string is of the resizable form.
     CString &AppendSlash() noexcept;
     [[nodiscard]] CString SlashAppended() const noexcept;
 
@@ -431,7 +447,8 @@ public:
     // Escape sequences (the syntax is that of SNativeStringUtils::Escape). Both end at the first embedded terminator.
     // Returns: this string.
 
-    // Gives a new container of the fixed form. Allocates: once, for twice the length. Fails: the string is unchanged.
+    // Gives a new container of the fixed form. Allocates: once, for twice the length; what the string held is freed. Fails:
+    // the string is unchanged.
     CString &Escape() noexcept;
     // In place, in a private copy when the container is shared. Fails: an empty string, after the reports
     // "_P::m_Ptr != null" and "m_Container->RefCount() == 1".
@@ -442,7 +459,7 @@ public:
     // ---- Edits ------------------------------------------------------------------------------------------------------
 
     // Takes the string as a line that ends at `column`, and appends the tabs and spaces that move its end `width`
-    // columns further, with tab stops every `tabWidth` columns. Gives a new container of the fixed form.
+    // columns further, with tab stops every `tabWidth` columns. Gives a new container of the fixed form, and frees the old.
     // Requires: a tab width, else reports "tabWidth != 0" and changes nothing.
     // Returns: the number of characters appended. Fails: 0, with the string unchanged.
     u32 Ident(u32 column, u32 width, u32 tabWidth) noexcept;
@@ -608,6 +625,7 @@ public:
     // characters; strings have characters of their own.
     // Returns: whether every piece was stored; the pieces before one that could not be stay in the array. A piece whose
     // memory is refused is stored as an empty string.
+    // Allocates: as the array grows, and for each piece that is a string.
     // Stack: 4 KiB.
 
     // At every `separator` up to the stored length. Clears the output first.
@@ -676,7 +694,8 @@ public:
     // 1 for equal texts, 0 when one of them is empty. Not symmetric for texts of one length: see the .cpp. Nonblocking as
     // long as both have fewer than 256 characters.
     // Cost: a step for each character of the longer text and each 64 of the shorter one, and what is linear in both.
-    // Allocates: a block of 4 bytes per character of the longer text when that has 256 characters or more. Fails: 0.
+    // Allocates: a block of 4 bytes per character of the longer text, and 4 more, when that has 256 characters or more.
+    // Fails: 0.
     // Stack: 4 KiB; 8 KiB when the longer text has 256 characters or more.
     [[nodiscard]] float FuzzyMatch(const CString &other) const noexcept QV_NONBLOCKING;
 
@@ -685,6 +704,8 @@ public:
     // many as both have.
     // Cost: that of FuzzyMatch for each entry; what a list is put in order by comes to it, QuickSort or, for the best
     // ones, a logarithm of their number for each entry that is kept for a while.
+    // Allocates: the block of FuzzyMatch for each entry of which that takes one; the other two lists, too, and the output
+    // as it grows, which FuzzyMatchList_Top makes room in for `maxCount` elements, or all entries where there are fewer.
     // Stack: 8 KiB, and of the other two lists, too.
     void FuzzyMatchList(const TStridedMemoryView<const CString> &stringList,
                         const TMemoryView<float> &outMatchResults) const noexcept;
@@ -704,6 +725,8 @@ public:
 
     // The indices of this string's characters that a best alignment with `other` matches, rising: what to highlight.
     // Cost: a step for each pair of characters, one of each text; as many bits of memory.
+    // Allocates: a block, until the result is there, of 4 bytes for each character of the longer text, a quarter byte for
+    // each pair of characters, and 5 bytes; and the room for an index for each character of the shorter text.
     // Returns: false, with an empty output, when memory is refused.
     [[nodiscard]] bool FuzzyMatchPositions(const CString &other, TArray<u32> &outPositions) const noexcept;
 

@@ -251,8 +251,8 @@ public:
     // The weight of two texts from 0 to 1, as CString::FuzzyMatch has it for strings of the same characters. Nonblocking as
     // long as both have fewer than 256.
     // Cost: a step for each character of the longer text and each 64 of the shorter one, and what is linear in both.
-    // Allocates: a block of 4 bytes per character of the longer text when that has 256 characters or more. Fails: 0, and
-    // so do lengths that no string can have.
+    // Allocates: a block of 4 bytes per character of the longer text, and 4 more, when that has 256 characters or more.
+    // Fails: 0, and so do lengths that no string can have.
     // Stack: 4 KiB; 8 KiB when the longer text has 256 characters or more.
     [[nodiscard]] float FuzzyMatch(const CStringView &other) const noexcept QV_NONBLOCKING;
     [[nodiscard]] float FuzzyMatch(const char *other) const noexcept QV_NONBLOCKING;

@@ -363,9 +363,10 @@ Internal::String::TPieces<Internal::String::TSeparatorOf<Separator>> Pieces(Text
     return TPieces<TSeparatorOf<Separator>>(CPieceText(std::move(text)), ToSeparator(std::move(separator)), false);
 }
 
+// Drops the set, which a handle may keep alive.
 template <typename Text, typename Set, typename, typename>
-Internal::String::TPieces<Internal::String::CSetSeparator> PiecesOfSet(Text text,
-                                                                       Set characters) noexcept QV_NONBLOCKING
+QV_INTERNAL_REALTIME_UNWATCHED Internal::String::TPieces<Internal::String::CSetSeparator>
+PiecesOfSet(Text text, Set characters) noexcept QV_NONBLOCKING
 {
     using namespace Internal::String;
     return TPieces<CSetSeparator>(CPieceText(std::move(text)), CSetSeparator(CPieceText(std::move(characters))), false);

@@ -127,6 +127,7 @@ int EvalAssertFormatV(const SFailure &failure, const char *format, std::va_list 
     // Nothing is formatted for a handler that would not be called.
     if (t_InsideHandler)
         return Internal::Answer_Continue;
+    const Internal::CPortMayBlock mayBlock;
     char message[kShortMessageBytes];
     // A second formatting of a long message needs arguments of its own: the first one consumes these.
     std::va_list argsAgain;
@@ -157,6 +158,7 @@ int EvalAssert(const char *file, const char *function, int line, const char *exp
     const FHandler installed = __atomic_load_n(&g_Handler, __ATOMIC_SEQ_CST);
     const FHandler handler = installed != nullptr ? installed : &DefaultHandler;
     const CInsideHandler inside;
+    const Internal::CPortMayBlock mayBlock;
     return handler(OrEmpty(file), OrEmpty(function), line, OrEmpty(expression), OrEmpty(expandedExpression),
                    OrEmpty(message));
 }
@@ -190,6 +192,7 @@ namespace Internal
 QV_INTERNAL_COLD
 void Break()
 {
+    const CPortMayBlock mayBlock;
     PortBreak();
 }
 
@@ -200,7 +203,6 @@ QV_INTERNAL_REALTIME_UNWATCHED
 QV_INTERNAL_COLD
 void ReportSite(bool &ignoreFlag, const SSite &site, const char *function) QV_NONBLOCKING
 {
-    QV_INTERNAL_REALTIME_PAUSE;
     if (IsSet(ignoreFlag))
         return;
     ActOn(
@@ -212,7 +214,6 @@ QV_INTERNAL_REALTIME_UNWATCHED
 QV_INTERNAL_COLD
 void ReportSiteFormat(bool &ignoreFlag, const SSite &site, const char *function, const char *format, ...) QV_NONBLOCKING
 {
-    QV_INTERNAL_REALTIME_PAUSE;
     if (IsSet(ignoreFlag))
         return;
     std::va_list args;
@@ -227,7 +228,6 @@ QV_INTERNAL_REALTIME_UNWATCHED
 QV_INTERNAL_COLD
 bool ReportVerify(const SSite &site, const char *function) QV_NONBLOCKING
 {
-    QV_INTERNAL_REALTIME_PAUSE;
     if (VerifyAssertFalse_Breaks(g_VerifyIgnored, site.m_File, function, site.m_Line, site.m_Expression,
                                  site.m_ExpandedExpression, site.m_Expression))
         Break();

@@ -1,4 +1,5 @@
-// What the assertions need of the platform: a trap that returns when resumed, and whether a debugger would catch it.
+// What the assertions need of the platform: a trap that returns when resumed, whether a debugger would catch it, and that
+// no sanitizer watches what handlers do.
 #pragma once
 
 #if defined(_WIN32)
@@ -11,8 +12,38 @@ extern "C" __declspec(dllimport) int __stdcall IsDebuggerPresent(void);
 #include <cstring>
 #endif
 
+#if defined(__ELF__)
+// Both exist in programs of the sanitizer for real time alone, whether the library was built with it or not.
+extern "C" __attribute__((weak)) void __rtsan_disable();
+extern "C" __attribute__((weak)) void __rtsan_enable();
+#endif
+
 namespace Quorvane::Assert::Internal
 {
+
+// While one lives, the thread may block. A function that promises not to may still report a mistake of its caller's, and
+// what that costs is up to the handler; the sanitizer would end the program before the report is out.
+class CPortMayBlock
+{
+public:
+#if defined(__ELF__)
+    CPortMayBlock()
+    {
+        if (__rtsan_disable != nullptr)
+            __rtsan_disable();
+    }
+    ~CPortMayBlock()
+    {
+        if (__rtsan_enable != nullptr)
+            __rtsan_enable();
+    }
+#else
+    CPortMayBlock() {}
+    ~CPortMayBlock() {}
+#endif
+    CPortMayBlock(const CPortMayBlock &) = delete;
+    CPortMayBlock &operator=(const CPortMayBlock &) = delete;
+};
 
 #if defined(_WIN32)
 

@@ -21,7 +21,6 @@ void *CRefCountedObject::operator new(std::size_t size, std::align_val_t alignme
 
 void CRefCountedObject::operator delete(void *block) noexcept
 {
-    QV_INTERNAL_REALTIME_PAUSE;
     Mem::_RawFree(block, Mem::AllocType_Generic, Mem::Origin_New, QV_INTERNAL_MEM_SITE);
 }
 
@@ -50,6 +49,7 @@ void CRefCountedObject::operator delete(void *block, std::align_val_t, const std
     CRefCountedObject::operator delete(block);
 }
 
+QV_INTERNAL_REALTIME_UNWATCHED
 void CRefCountedObject::_DeleteObject(const CRefCountedObjectBase *counted,
                                       const CRefCountedObject *object) noexcept QV_NONBLOCKING
 {

@@ -39,15 +39,15 @@ void *AllocBuffer(u64 size)
 // Unchecked: what it takes to give a block back is the allocator's business.
 QV_INTERNAL_UNCHECKED_BEGIN
 
+QV_INTERNAL_REALTIME_UNWATCHED
 void FreeObject(void *block, u64 size) noexcept QV_NONBLOCKING
 {
-    QV_INTERNAL_REALTIME_PAUSE;
     Mem::Internal::FreeBlock(block, size, Mem::AllocType_Generic, Mem::Origin_New, QV_INTERNAL_MEM_SITE);
 }
 
+QV_INTERNAL_REALTIME_UNWATCHED
 void FreeBuffer(void *block) noexcept QV_NONBLOCKING
 {
-    QV_INTERNAL_REALTIME_PAUSE;
     Mem::_RawFree(block, Mem::AllocType_Generic, Mem::Origin_Alloc, QV_INTERNAL_MEM_SITE);
 }
 
@@ -69,6 +69,7 @@ CStringContainer::~CStringContainer()
     _FreeBuffer();
 }
 
+QV_INTERNAL_REALTIME_UNWATCHED
 void CStringContainer::_FreeBuffer() noexcept QV_NONBLOCKING
 {
     if (!SupportsDynamicResize())
@@ -78,6 +79,7 @@ void CStringContainer::_FreeBuffer() noexcept QV_NONBLOCKING
     m_Characters = nullptr;
 }
 
+QV_INTERNAL_REALTIME_UNWATCHED
 void CStringContainer::_Destroy(CStringContainer *container) noexcept QV_NONBLOCKING
 {
     // Nothing but the buffer outlives the object: its destructors would do no more than this, several calls later.

@@ -90,6 +90,7 @@ char &CString::_CharacterForWriting(u32 index) noexcept QV_NONALLOCATING
     return data[index];
 }
 
+QV_INTERNAL_REALTIME_UNWATCHED
 void CString::Clear() noexcept QV_NONBLOCKING
 {
     if (Empty())
