@@ -93,6 +93,8 @@ fi
 
 # Other machines, emulated.
 ensure -- qemu-user g++-aarch64-linux-gnu g++-arm-linux-gnueabihf
+# Alone: where the distribution does not have them, none of a list would be installed.
+ensure -- clang-22 libclang-rt-22-dev
 step_units 'release (g++): units' release
 step_but_units 'the same: everything else' release
 # The same results whatever vector code there is. Nothing may depend on the locale either: the Turkish one has another
@@ -109,7 +111,12 @@ export LC_ALL=de_DE.UTF-8
 step_units 'tracking, portable, unsigned char' tracking-portable
 unset LC_ALL
 step 'tracking: the example of what is copied' tracking-portable 'example_copy_figures' example_copy_figures
-step_units 'no assertions, no cache (g++)' no-asserts
+# The build without assertions, under the sanitizer that sees what blocks and must not where the compiler has it.
+if met clang-22 && met libclang-rt-22-dev; then
+    step_units 'real time, no assertions' realtime
+else
+    step_units 'no assertions, no cache (g++)' no-asserts
+fi
 # Each target searches for some seconds.
 step 'fuzz targets (clang++)' fuzz 'fuzz'
 summary

@@ -85,7 +85,7 @@ is_exempt()
     cd "$root" || exit 2
     find tests -name '*_test.cpp' -exec cat {} + | sed -n -E \
         's/^ *(TEST|TEST_F|TEST_P|TYPED_TEST)\(([A-Za-z0-9]+), *([A-Za-z0-9]+)\).*/\2.\3/p' >"$scratch/names"
-    cat tests/qv_kernel/allocation_counts_test.cpp 2>/dev/null | sed -n 's/^ *{"\([^"]*\)",.*/\1/p' | sort -u >"$scratch/counted"
+    sed -n 's/^ *{"\([^"]*\)",.*/\1/p' tests/qv_kernel/allocation_counts_test.cpp 2>/dev/null | sort -u >"$scratch/counted"
     find tests/fuzz -name '*_fuzz.cpp' -exec cat {} + 2>/dev/null | sed 's,//.*,,' | tr -c 'A-Za-z0-9_' '\n' |
         sort -u >"$scratch/fuzzed"
 )

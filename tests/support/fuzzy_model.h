@@ -131,7 +131,9 @@ inline std::vector<FuzzyModelElement> FuzzyModelOrdered(const std::vector<float>
 inline std::vector<FuzzyModelElement> FuzzyModelTop(const std::vector<float> &weights, float tolerance, size_t maxCount)
 {
     std::vector<FuzzyModelElement> kept = FuzzyModelKept(weights, tolerance);
-    std::stable_sort(kept.begin(), kept.end(), SFuzzyModelOrder::Less);
+    std::sort(kept.begin(), kept.end(),
+              [](const FuzzyModelElement &a, const FuzzyModelElement &b)
+              { return SFuzzyModelOrder::Less(a, b) || (!SFuzzyModelOrder::Less(b, a) && a.first < b.first); });
     if (kept.size() > maxCount)
         kept.resize(maxCount);
     return kept;

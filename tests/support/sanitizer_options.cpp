@@ -5,6 +5,7 @@ extern "C" const char *__asan_default_options();
 extern "C" const char *__ubsan_default_options();
 extern "C" const char *__tsan_default_options();
 extern "C" const char *__msan_default_options();
+extern "C" const char *__rtsan_default_options();
 
 // Refused allocations must reach the code under test as null. String functions may get text without a terminator
 // where they are given a count.
@@ -26,4 +27,14 @@ extern "C" const char *__tsan_default_options()
 extern "C" const char *__msan_default_options()
 {
     return "allocator_may_return_null=1";
+}
+
+// The compiler's own symbolizer is asked for by the name of its version, which is not installed with every one.
+extern "C" const char *__rtsan_default_options()
+{
+#if defined(QV_TEST_SYMBOLIZER)
+    return "halt_on_error=1:external_symbolizer_path=" QV_TEST_SYMBOLIZER;
+#else
+    return "halt_on_error=1";
+#endif
 }

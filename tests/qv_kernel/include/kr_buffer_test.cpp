@@ -32,8 +32,9 @@ char *CallVAFormat(char *buffer, const char *bufferLast, u32 &outLength, const c
 
 TEST(Buffer, TheHelpersAreStaticFunctionsWithTheContractsTypes)
 {
-    EXPECT_TRUE((std::is_same<decltype(&SNativeStringUtils::Length), u32 (*)(const char *) noexcept>::value));
-    EXPECT_TRUE((std::is_same<decltype(&SNativeStringUtils::Length_16), u32 (*)(const char *) noexcept>::value));
+    using FLength = u32 (*)(const char *) noexcept QV_NONBLOCKING;
+    EXPECT_TRUE((std::is_same<decltype(&SNativeStringUtils::Length), FLength>::value));
+    EXPECT_TRUE((std::is_same<decltype(&SNativeStringUtils::Length_16), FLength>::value));
     char buffer[4] = {};
     u32 length = 0;
     EXPECT_EQ(CallVAFormat(buffer, buffer + 3, length, "%d", 123), buffer);
