@@ -94,6 +94,33 @@ void AddPieces(size_t size)
     row.Limit("malloc+copy", MallocAndCopyLimit(size + 1));
 }
 
+// With the room got before.
+void AddPiecesInRoom(size_t size)
+{
+    const std::string from = Words(size);
+    const auto at = [from](size_t i) { return from.data() + i; };
+    CRow row("append_16_in_room", size);
+    row.Add("ours",
+            [size, at]
+            {
+                CString text;
+                text.Reserve(static_cast<u32>(size));
+                for (size_t i = 0; i < size; i += kPiece)
+                    text.TryAppend(CStringView(at(i), kPiece));
+                return text;
+            });
+    row.Add("std::string",
+            [size, at]
+            {
+                std::string text;
+                text.reserve(size);
+                for (size_t i = 0; i < size; i += kPiece)
+                    text.append(at(i), kPiece);
+                return text;
+            });
+    row.Limit("malloc+copy", MallocAndCopyLimit(size + 1));
+}
+
 void AddPieceAtFront(size_t size)
 {
     const std::string piece = Words(kPiece);
@@ -124,6 +151,7 @@ void RegisterRows()
         AddCharacters(size);
     for (const size_t size : {65536u, 655360u, 6553600u})
         AddPieces(size);
+    AddPiecesInRoom(size);
     AddPieceAtFront(4096);
 }
 

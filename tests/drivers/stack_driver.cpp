@@ -410,6 +410,12 @@ void MeasureOthers()
                 copy = copy / name + "end";
                 copy = JoinPath(copy, name, "literal");
             });
+    Measure("Reserve, append in the room", kPlain,
+            [&]
+            {
+                CString copy = text;
+                static_cast<void>(copy.Reserve(2 * copy.Length()) && copy.TryAppend(name) && copy.TryAppend(copy));
+            });
     Measure("Insert, erase, pad", kPlain,
             [&]
             {

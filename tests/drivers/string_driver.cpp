@@ -121,7 +121,10 @@ void SWalk::Grow(u32 index, const char *argument, u32 length, u32 verb)
     switch (verb)
     {
     case 0:
-        asView ? string.Append(view) : string.Append(argument, length);
+        if (!asView)
+            string.Append(argument, length);
+        else if (!string.TryAppend(view))
+            string.Append(view);
         model.Insert(model.m_Length, copy, length);
         break;
     case 1:
@@ -244,7 +247,7 @@ void SWalk::Edit(u32 index)
             model.Insert(model.m_Length, "/", 1);
         break;
     case 2:
-        string.Append('x');
+        QV_TEST_CHECK(string.Reserve(model.m_Length + 1) && string.TryAppend('x'));
         model.Insert(model.m_Length, "x", 1);
         break;
     case 3:

@@ -135,6 +135,12 @@ bool UsersCode(const TArray<SNote> &notes, const SNote &note, u32 limit) noexcep
     return isFound && QVMin(limit, 12u) < 12;
 }
 
+// What is appended only where there is room.
+bool Appending(CString &text, const CString &other, const CStringView &view) noexcept QV_NONBLOCKING
+{
+    return text.TryAppend(other) && text.TryAppend(view) && text.TryAppend("text") && text.TryAppend('x');
+}
+
 // In place: where the handle is alone and has the room.
 void Edits(CString &text, CStringContainer &container) noexcept QV_NONALLOCATING
 {

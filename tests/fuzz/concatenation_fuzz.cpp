@@ -115,7 +115,42 @@ public:
         }
     }
 
+    // Adds where there is room, and nowhere else: a text, a character, the other string and a piece of its own.
+    void AddInRoom(bool reserves)
+    {
+        m_Watch.BeginStep();
+        CString &edited = m_Strings[m_Edited];
+        m_Room = reserves ? _Reserved(edited, edited.Length() + m_Input.Byte()) : 0;
+        const CExactText text(m_Input.Text());
+        const char character = static_cast<char>(m_Input.Byte());
+        const CString &other = m_Strings[1 - m_Edited];
+        _ExpectAdded(edited.TryAppend(text.View()), text.Text());
+        _ExpectAdded(edited.TryAppend(character), std::string(character != '\0' ? 1 : 0, character));
+        _ExpectAdded(edited.TryAppend(other), other.Empty() ? std::string() : m_Texts[1 - m_Edited]);
+        const u32 offset = m_Input.Below(edited.Length() + 1);
+        _ExpectAdded(edited.TryAppend(edited.Slice(offset)), m_Texts[m_Edited].substr(offset));
+    }
+
 private:
+    // The length that there is room for.
+    u32 _Reserved(CString &string, u32 length)
+    {
+        const bool isThere = string.Reserve(length);
+        QV_FUZZ_CHECK(isThere ? !string.IsShared() : m_Watch.HasRefused());
+        _Check();
+        return isThere ? length : 0;
+    }
+
+    // What has room must be added.
+    void _ExpectAdded(bool isAdded, const std::string &text)
+    {
+        QV_FUZZ_CHECK(isAdded || m_Texts[m_Edited].size() + text.size() > m_Room);
+        QV_FUZZ_CHECK(!m_Watch.HasReported());
+        if (isAdded)
+            m_Texts[m_Edited] += text;
+        _Check();
+    }
+
     EVerb _Verb() { return static_cast<EVerb>(m_Input.Below(Verb_Count)); }
     EForm _Form() { return static_cast<EForm>(m_Input.Below(Form_Count)); }
 
@@ -435,6 +470,7 @@ private:
     CInput &m_Input;
     CWatch &m_Watch;
     u32 m_Edited = 0;
+    size_t m_Room = 0; // a length that the edited string has room for, in which it may grow
     CString m_Strings[2];
     std::string m_Texts[2];
 };
@@ -449,5 +485,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     CSession session(input, watch);
     for (u32 i = 0; i < kMaxSteps && !input.AtEnd(); ++i)
         session.Step();
+    session.AddInRoom(false);
+    session.AddInRoom(true);
     return 0;
 }

@@ -84,6 +84,9 @@ namespace Quorvane
 //     Format of it             null; VAFormat reports null                   null (a format is a text)
 //     Append to it             becomes the other side becomes the other side becomes the other side; *: by length
 //     Append of it             -                      -                      string, counted text: -; view: by length
+//     TryAppend to it          fails                  the other, or fails    by length, or fails
+//     TryAppend of it          -                      -                      string, character: -; view: by length
+//     Reserve of it            an empty one with room an empty one with room by length
 //     Insert into it           becomes the other side becomes the other side by length
 //     Insert of it             -                      -                      string, character: -; view: by length
 //     Erase from it            -                      -                      by length
@@ -358,6 +361,26 @@ public:
             return _AppendSlow(character);
         return QV_INTERNAL_LIKELY(container->_AppendFast(character)) ? *this : _AppendSlow(character);
     }
+
+    // Append for threads with deadlines: where nobody shares the characters, which can grow in place, and the room is there.
+    // Reserve sees to all three. What Append changes nothing for is appended so to any string. Of a character, exactly a char.
+    // Returns: whether the text is appended; false leaves all as it is, as it does for a view of the string's own room that
+    // goes beyond it. Invalidates: nothing but the length of views.
+    bool TryAppend(const CString &other) noexcept QV_NONBLOCKING;
+    bool TryAppend(const CStringView &other) noexcept QV_NONBLOCKING;
+    bool TryAppend(const char *other) noexcept QV_NONBLOCKING;
+    template <typename Character, typename = Internal::String::IfCharacter<Character>>
+    bool TryAppend(Character character) noexcept QV_NONBLOCKING;
+
+    // Makes the characters this handle's own, in a container that can grow in place, with room for a text of `length` at
+    // least, or of Length() if that is more. The text stays what it is. Until the handle is copied or assigned, TryAppend
+    // finds room up to `length`, and edits in place copy nothing; Clear keeps the room.
+    // Returns: whether that is so.
+    // Requires: a container with characters, if there are any, else reports "data != null" and changes nothing.
+    // Allocates: nothing where it is so already; one block, of `length` + 256, for a container that can grow in place; else
+    // two, of `length` + 1 and 40 bytes. Fails: false, with the string as it was; a length of kLengthMask or more does not
+    // ask for memory. Invalidates: pointers to and views of the characters.
+    bool Reserve(u32 length) noexcept;
 
     // The same at the front. Beware: prepending to an empty string takes the whole text up to its terminator, whatever
     // `otherLength` says, in a container of the fixed form, unless the string is not shared and of the resizable form.
@@ -752,6 +775,7 @@ private:
     CString &_AppendSlow(char character) noexcept;
     CString &_AppendFast(const char *other, u32 length) noexcept;
     CString &_AppendSlow(const char *other, u32 length) noexcept;
+    bool _TryAppend(const char *other, u32 length) noexcept QV_NONBLOCKING;
     CString &_PrependFast(const char *other, u32 length) noexcept;
     CString &_PrependSlow(const char *other, u32 length) noexcept;
     CString &_InsertFast(u32 index, const char *other, u32 length) noexcept;

@@ -259,6 +259,45 @@ TEST(StringOfNothing, AppendOfIt)
     EXPECT_EQ(Edited(string, [&](CString &edited) { edited.Prepend(view); }), TerminatorAnd("ababc"));
 }
 
+TEST(StringOfNothing, TryAppendToIt)
+{
+    const auto append = [](CString &string) { string.TryAppend("xy"); };
+    ExpectNoEffect(Null(), append);
+    ExpectNoEffect(Empty(), append);
+    ExpectNoEffect(Begun(), append);
+    EXPECT_EQ(Edited(ResizableEmpty(), append), "xy");
+    EXPECT_EQ(Edited(ResizableBegun(), append), TerminatorAnd("abxy"));
+    const CString shared = ResizableBegun();
+    EXPECT_EQ(Edited(shared, append), TerminatorAnd("ab"));
+    EXPECT_FALSE(Null().TryAppend("xy"));
+    EXPECT_FALSE(Empty().TryAppend("xy"));
+}
+
+TEST(StringOfNothing, TryAppendOfIt)
+{
+    const CString string("abc");
+    CString edited = string;
+    EXPECT_TRUE(edited.TryAppend(kNoText) && edited.TryAppend(Null()) && edited.TryAppend(CStringView(nullptr, 3)));
+    EXPECT_TRUE(edited.TryAppend("") && edited.TryAppend(Empty()) && edited.TryAppend(CStringView("x", 0)));
+    EXPECT_TRUE(edited.TryAppend(Begun()) && edited.TryAppend('\0'));
+    EXPECT_EQ(edited.Data(), string.Data());
+    EXPECT_TRUE(edited.Reserve(10));
+    EXPECT_TRUE(edited.TryAppend(CStringView("\0ab", 3)));
+    EXPECT_EQ(TextOf(edited), "abc" + TerminatorAnd("ab"));
+}
+
+TEST(StringOfNothing, ReserveOfIt)
+{
+    const auto reserve = [](CString &string) { EXPECT_TRUE(string.Reserve(10)); };
+    EXPECT_EQ(Edited(Null(), reserve), "");
+    EXPECT_EQ(Edited(Empty(), reserve), "");
+    EXPECT_EQ(Edited(Begun(), reserve), TerminatorAnd("ab"));
+    CString none;
+    reserve(none);
+    EXPECT_FALSE(IsNull(none));
+    EXPECT_TRUE(none.TryAppend("0123456789"));
+}
+
 TEST(StringOfNothing, InsertIntoIt)
 {
     const auto insert = [](CString &string) { string.Insert(0, "xy"); };

@@ -37,6 +37,15 @@ inline CString &CString::operator+=(Character character) noexcept
 }
 
 template <typename Character, typename>
+inline bool CString::TryAppend(Character character) noexcept QV_NONBLOCKING
+{
+    if (character == '\0')
+        return true;
+    CStringContainer *const container = m_Container.Get();
+    return container != nullptr && container->_AppendFast(character);
+}
+
+template <typename Character, typename>
 inline CString &CString::Insert(u32 index, Character character) noexcept
 {
     return _InsertFast(index, &character, character != '\0' ? 1 : 0);

@@ -156,6 +156,29 @@ QV_INTERNAL_NOINLINE CString &CString::_AppendSlow(const char *other, u32 length
     return *this;
 }
 
+bool CString::_TryAppend(const char *other, u32 length) noexcept QV_NONBLOCKING
+{
+    CStringContainer *const container = m_Container.Get();
+    if (QV_INTERNAL_LIKELY(SGrowth::TakesFast(container, other, length)))
+    {
+        Mem::Internal::CopyUpTo32(SGrowth::LengthenFast(*container, length), other, length);
+        return true;
+    }
+    if (!_IsUniqueAndResizable() || SGrowth::EndsBeyondRoom(container, other, length))
+        return false;
+    const u32 newLength = Internal::String::CheckedSum(container->Length(), length);
+    if (!SGrowth::HoldsLength(*container, newLength))
+        return false;
+    if (SGrowth::OverlapsRoom(*container, other, length))
+    {
+        Mem::Copy_Overlapped(container->Data() + container->Length(), other, length);
+        SGrowth::EndAt(*container, newLength);
+    }
+    else
+        Mem::Internal::CopyDisjoint(SGrowth::LengthenWithin(*container, length), other, length);
+    return true;
+}
+
 CString &CString::_PrependFast(const char *other, u32 length) noexcept
 {
     CStringContainer *const container = m_Container.Get();
@@ -222,6 +245,39 @@ CString &CString::Append(const char *other, u32 otherLength) noexcept
         return *this;
     QV_INTERNAL_ASSERT_TEXT(kCountCheck, HasCount(m_Container.Get(), other, otherLength));
     return _AppendFast(other, otherLength);
+}
+
+bool CString::TryAppend(const CString &other) noexcept QV_NONBLOCKING
+{
+    return other.Empty() || _TryAppend(other.Data(), other.Length());
+}
+
+bool CString::TryAppend(const CStringView &other) noexcept QV_NONBLOCKING
+{
+    return other.Empty() || other.Data() == nullptr || _TryAppend(other.Data(), other.Length());
+}
+
+bool CString::TryAppend(const char *other) noexcept QV_NONBLOCKING
+{
+    return other == nullptr || *other == '\0' || _TryAppend(other, SNativeStringUtils::Length(other));
+}
+
+bool CString::Reserve(u32 length) noexcept
+{
+    QV_INTERNAL_EDIT;
+    if (length >= CStringContainer::kLengthMask)
+        return false;
+    if (_IsUniqueAndResizable())
+        return m_Container->DynamicResize(length);
+    const char *data = Data();
+    if (QV_INTERNAL_FAILS_TEXT("data != null", data != nullptr || Length() == 0))
+        return false;
+    PStringContainer own = CStringContainer::NewResizable(data, Length(), QVMax(length, Length()));
+    if (own == null)
+        return false;
+    Internal::String::CountCopyToGrow(m_Container.Get(), own);
+    m_Container = std::move(own);
+    return true;
 }
 
 CString &CString::_AppendSlow(char character) noexcept

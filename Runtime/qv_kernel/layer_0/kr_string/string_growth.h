@@ -73,6 +73,18 @@ struct SGrowth
         return container.DynamicResize(CheckedSum(length, added)) ? _LengthenFrom(container, length, added) : nullptr;
     }
 
+    // The same where the room is there. Requires: HoldsLength of the sum.
+    static char *LengthenWithin(CStringContainer &container, u32 added)
+    {
+        return _LengthenFrom(container, container.Length(), added);
+    }
+
+    // Whether a container of the resizable form has room for a text of this length.
+    static bool HoldsLength(const CStringContainer &container, u32 length)
+    {
+        return length < container.m_Capacity && length < kRefusedLength;
+    }
+
     static bool OverlapsRoom(const CStringContainer &container, const char *other, u32 length)
     {
         return Mem::Overlaps(container.Data(), container.m_Capacity, other, length);

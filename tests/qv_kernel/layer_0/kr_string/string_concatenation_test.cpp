@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 #include <string>
+#include <tuple>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -1455,6 +1456,263 @@ TEST(StringHuge, CountsThatWrapAreRefusedMemory)
     }
     ExpectText(source, "abc");
     ExpectReports(recorder, {});
+}
+
+// ---- Where there is room -------------------------------------------------------------------------------------------
+
+// A string that has room for as many characters, and dirt in it behind the last block of its text.
+CString WithRoom(const std::string &text, u32 room)
+{
+    CString string = Resizable(text, std::max(room, LengthOf(text)));
+    CStringContainer *const container = ContainerOf(string);
+    for (u32 i = container->Length() / 16 * 16 + 16; i < CapacityOf(*container); ++i)
+        container->Data()[i] = static_cast<char>('A' + i % 26);
+    return string;
+}
+
+TEST(StringTryAppend, TryAppendAddsAPieceOfEveryKindAtTheEnd)
+{
+    CString string;
+    ASSERT_TRUE(string.Reserve(20));
+    EXPECT_TRUE(string.TryAppend("ab"));
+    EXPECT_TRUE(string.TryAppend('c'));
+    EXPECT_TRUE(string.TryAppend(CString("de")));
+    EXPECT_TRUE(string.TryAppend(CStringView("fgh", 2)));
+    ExpectText(string, "abcdefg");
+}
+
+TEST(StringTryAppend, TryAppendIsAppendWithoutMemoryOrNothing)
+{
+    CAssertRecorder recorder;
+    CTestAllocator allocator;
+    for (u32 length = 0; length <= 40; ++length)
+        for (u32 added = 1; added <= 65; ++added)
+            for (const u32 room : {1u, 20u, 64u, 100u})
+            {
+                const std::string text(length, 't');
+                std::string piece;
+                for (u32 i = 0; i < added; ++i)
+                    piece += static_cast<char>(0x7A + i);
+                const CTextAtPageEnd argument(piece);
+                CString string = WithRoom(text, room);
+                const CStringContainer *const container = ContainerOf(string);
+                const bool fits = length + added < CapacityOf(*container);
+                const u64 requests = allocator.RequestCount();
+                ASSERT_EQ(string.TryAppend(argument.View()), fits) << length << ' ' << added << ' ' << room;
+                ASSERT_EQ(allocator.RequestCount(), requests);
+                ASSERT_EQ(ContainerOf(string), container);
+                ExpectText(string, fits ? text + piece : text);
+            }
+    ExpectReports(recorder, {});
+}
+
+TEST(StringTryAppend, TryAppendOfACharacterEndsWithTheRoom)
+{
+    CString string = WithRoom("", 40);
+    std::string text;
+    const u32 capacity = CapacityOf(*ContainerOf(string));
+    for (u32 i = 1; i < capacity; ++i)
+    {
+        ASSERT_TRUE(string.TryAppend('x'));
+        ExpectText(string, text += 'x');
+    }
+    EXPECT_FALSE(string.TryAppend('x'));
+    EXPECT_FALSE(string.TryAppend("x"));
+    EXPECT_TRUE(string.TryAppend('\0'));
+    ExpectText(string, text);
+}
+
+TEST(StringTryAppend, TryAppendLeavesEveryOtherStringAlone)
+{
+    CAssertRecorder recorder;
+    CString none;
+    EXPECT_FALSE(none.TryAppend('x'));
+    EXPECT_FALSE(none.TryAppend("x"));
+    EXPECT_EQ(none.Data(), nullptr);
+
+    CString fixed("abc");
+    EXPECT_FALSE(fixed.TryAppend('x'));
+    EXPECT_FALSE(fixed.TryAppend(CStringView("x", 1)));
+    ExpectText(fixed, "abc");
+
+    CString shared = WithRoom("abc", 100);
+    const CString other = shared;
+    EXPECT_FALSE(shared.TryAppend('x'));
+    EXPECT_FALSE(shared.TryAppend(CString("x")));
+    EXPECT_EQ(shared.Data(), other.Data());
+    ExpectText(other, "abc");
+    ExpectReports(recorder, {});
+}
+
+TEST(StringTryAppend, TryAppendTakesEveryPieceOfItsOwnRoom)
+{
+    CAssertRecorder recorder;
+    CTestAllocator allocator;
+    const std::string text = "abcdefghijklmnopqrstu";
+    for (u32 offset = 0; offset < 80; ++offset)
+        for (u32 count = 1; count <= 90; ++count)
+        {
+            CString string = WithRoom(text, 79);
+            const u32 capacity = CapacityOf(*ContainerOf(string));
+            ASSERT_EQ(capacity, 80u);
+            const std::string there(string.Data(), capacity);
+            const bool fits = offset + count <= capacity && text.size() + count < capacity;
+            const u64 requests = allocator.RequestCount();
+            ASSERT_EQ(string.TryAppend(CStringView(string.Data() + offset, count)), fits) << offset << ' ' << count;
+            ASSERT_EQ(allocator.RequestCount(), requests);
+            ExpectCharacters(string, fits ? text + there.substr(offset, count) : text);
+        }
+    ExpectReports(recorder, {});
+}
+
+TEST(StringTryAppend, TryAppendOfTheStringItselfDoublesIt)
+{
+    CString string = WithRoom("abc", 100);
+    EXPECT_TRUE(string.TryAppend(string));
+    EXPECT_TRUE(string.TryAppend(string.Data()));
+    ExpectText(string, "abcabcabcabc");
+}
+
+TEST(StringTryAppend, TryAppendRefusesLengthsThatWrapWithoutReading)
+{
+    CString string = WithRoom("abc", 100);
+    for (const u32 length : {0x3FFFFFFCu, 0x3FFFFFFFu, 0x40000000u, 0xFFFFFFFDu, 0xFFFFFFFFu})
+        EXPECT_FALSE(string.TryAppend(CStringView("xyz", length)));
+    ExpectText(string, "abc");
+}
+
+TEST(StringTryAppend, APathJoinSearchesWhatTryAppendHasAdded)
+{
+    CAssertRecorder recorder;
+    CString string = WithRoom("dir", 100);
+    string /= "a";
+    EXPECT_TRUE(string.TryAppend("\\"));
+    ExpectReports(recorder, {});
+    string /= "b";
+    EXPECT_EQ(recorder.Count(), 1u);
+}
+
+TEST(StringReserve, ReserveMakesRoomThatTryAppendFinds)
+{
+    for (const std::string &text : {std::string(), std::string("abc"), std::string("a\0b", 3), std::string("\0ab", 3)})
+        for (const u32 length : {0u, 1u, 2u, 3u, 15u, 16u, 17u, 100u, 5000u})
+            for (const bool isFixed : {false, true})
+            {
+                CAssertRecorder recorder;
+                CTestAllocator allocator;
+                CString string = isFixed ? Fixed(text) : Resizable(text);
+                ASSERT_TRUE(string.Reserve(length));
+                ExpectCharacters(string, text);
+                const char *const data = string.Data();
+                const u64 requests = allocator.RequestCount();
+                std::string all = text;
+                while (all.size() < length)
+                {
+                    ASSERT_TRUE(string.TryAppend('x'));
+                    all += 'x';
+                }
+                ASSERT_TRUE(string.Reserve(length));
+                EXPECT_EQ(string.Data(), data);
+                EXPECT_EQ(allocator.RequestCount(), requests);
+                ExpectCharacters(string, all);
+                string.Clear();
+                EXPECT_TRUE(string.Reserve(length));
+                EXPECT_EQ(allocator.RequestCount(), requests);
+                ExpectReports(recorder, {});
+            }
+}
+
+TEST(StringReserve, ReserveTakesTheCharactersOutOfSharing)
+{
+    for (const bool isFixed : {false, true})
+    {
+        CString string = isFixed ? Fixed("abc") : Resizable("abc", 100);
+        const CString other = string;
+        EXPECT_TRUE(string.Reserve(0));
+        EXPECT_FALSE(string.IsShared());
+        EXPECT_NE(string.Data(), other.Data());
+        ExpectText(string, "abc");
+        ExpectText(other, "abc");
+        const char *const data = string.Data();
+        string.ToUppercase();
+        EXPECT_EQ(string.Data(), data);
+        ExpectText(other, "abc");
+    }
+}
+
+TEST(StringReserve, ReserveAllocatesWhatItSays)
+{
+    CTestAllocator allocator;
+    CString string("abc");
+    allocator.ForgetCalls();
+    ASSERT_TRUE(string.Reserve(100));
+    const std::vector<SAllocatorCall> made = allocator.Requests();
+    ASSERT_EQ(made.size(), 2u);
+    EXPECT_EQ(made[0].m_Size + made[1].m_Size, 112u + 40u); // 101 bytes in blocks of 16, and the object
+
+    allocator.ForgetCalls();
+    ASSERT_TRUE(string.Reserve(111));
+    EXPECT_TRUE(allocator.Requests().empty());
+    ASSERT_TRUE(string.Reserve(112));
+    const std::vector<SAllocatorCall> grown = allocator.Requests();
+    ASSERT_EQ(grown.size(), 1u);
+    EXPECT_EQ(grown[0].m_Size, (112u + 256u + 15u) / 16 * 16);
+}
+
+TEST(StringReserve, ReserveThatIsRefusedChangesNothing)
+{
+    enum EStart
+    {
+        Start_None,
+        Start_Fixed,
+        Start_Resizable,
+        Start_Shared,
+    };
+    for (const EStart start : {Start_None, Start_Fixed, Start_Resizable, Start_Shared})
+    {
+        const std::string text = start == Start_None ? "" : "abc";
+        SweepRefusals(
+            [&]
+            {
+                CString string = start == Start_None ? CString() : start == Start_Fixed ? Fixed(text) : Resizable(text);
+                const CString other = start == Start_Shared ? string : CString();
+                return std::make_tuple(string, other, false);
+            },
+            [](auto &state) { std::get<2>(state) = std::get<0>(state).Reserve(200); },
+            [&](auto &state, const SRefusal &refusal, const CAssertRecorder &recorder)
+            {
+                EXPECT_EQ(std::get<2>(state), !refusal.m_Refused);
+                ExpectText(std::get<0>(state), text);
+                EXPECT_EQ(std::get<0>(state).TryAppend("x"), start == Start_Resizable || !refusal.m_Refused);
+                ExpectReports(recorder, {});
+            });
+    }
+}
+
+TEST(StringReserve, ReserveOfNoLengthAStringCanHaveAsksForNothing)
+{
+    CAssertRecorder recorder;
+    CTestAllocator allocator;
+    CString none;
+    CString string = Resizable("abc");
+    const u64 requests = allocator.RequestCount();
+    for (const u32 length : {0x3FFFFFFFu, 0x40000000u, 0xFFFFFFF0u, 0xFFFFFFFFu})
+    {
+        EXPECT_FALSE(none.Reserve(length));
+        EXPECT_FALSE(string.Reserve(length));
+    }
+    EXPECT_EQ(allocator.RequestCount(), requests);
+    EXPECT_EQ(none.Data(), nullptr);
+    ExpectText(string, "abc");
+    ExpectReports(recorder, {});
+}
+
+TEST(StringReserve, ReserveReportsAContainerWithoutCharacters)
+{
+    CAssertRecorder recorder;
+    CBrokenString broken;
+    EXPECT_FALSE(broken.Get().Reserve(10));
+    ExpectReports(recorder, {"data != null"});
 }
 
 } // namespace
