@@ -43,8 +43,8 @@ DETAILS = os.path.join(PROJECT, "docs", "performance", "allocators.md")
 def run_case(program, case, rounds):
     """Two processes, one of them with each operation timed."""
     allocator, workload, form, threads = case
-    # More threads than processors would wait for one another to end.
-    realtime = threads <= runner.processors()
+    # One processor stays for the rest of the machine.
+    realtime = threads < runner.processors()
     arguments = [workload, form, threads, rounds]
     plain = runner.run(program, allocator, arguments, realtime)
     timed = runner.run(program, allocator, arguments + ["timed"], realtime)
@@ -153,7 +153,7 @@ def said(lines, repetitions):
                                 sum(line[3] == name for line in lines))
               for name in dict.fromkeys(line[3] for line in lines[1:])]
     return "%d processes for each figure%s; goals met: %s." % (
-        repetitions, ", those with no more threads than processors under SCHED_FIFO"
+        repetitions, ", those with fewer threads than processors under SCHED_FIFO"
         if runner.may_become_realtime() else "", ", ".join(counts))
 
 
