@@ -1,12 +1,13 @@
 #!/usr/bin/env python3
 """Compares how long one operation on a text takes at the worst, over each allocator that the machine has.
 
-    latency.py [--once] [--quick] [--publish] [--pattern PATTERN]... FOLDER
+    latency.py [--once] [--quick] [--publish] [--pattern PATTERN]... [--processes N] [--pause SECONDS] FOLDER
 
 FOLDER holds the program allocator_latency, whose head describes the patterns. Each allocator, pattern and number of
-threads runs in processes of its own, by turns; of each figure the median of the processes counts. With --once every
-pattern runs shortly over every allocator, and nothing is compared. The tables go to FOLDER/latency.txt and
-FOLDER/latency.json; with --publish also to docs/performance.md and docs/performance/latency.md, with pictures.
+threads runs in processes of its own, five if nothing else is said, by turns and with a pause behind each, so that other
+programs get on; of each figure the median of the processes counts. With --once every pattern runs shortly over every
+allocator, and nothing is compared. The tables go to FOLDER/latency.txt and FOLDER/latency.json; with --publish also to
+docs/performance.md and docs/performance/latency.md, with pictures.
 """
 import argparse
 import json
@@ -82,14 +83,14 @@ def run_case(program, case, operations, ahead):
     return result
 
 
-def measure_all(program, patterns, allocators, numbers, operations, repetitions, ahead=True):
+def measure_all(program, patterns, allocators, numbers, operations, repetitions, pause=0.02, ahead=True):
     """{(measure, threads): {(allocator, text): (figures, all its processes' distribution)}}"""
     cases = list(cases_of(patterns, allocators, numbers))
 
     def runs(case):
         return lambda: run_case(program, case, operations, ahead)
 
-    results = runner.interleaved([runs(case) for case in cases], repetitions, pause=0.02)
+    results = runner.interleaved([runs(case) for case in cases], repetitions, pause)
     found = {}
     for (allocator, text, pattern, threads), of_case in zip(cases, results):
         for measure in MEASURES.get(pattern, (pattern,)):
@@ -234,14 +235,18 @@ def main():
     parser.add_argument("--quick", action="store_true")
     parser.add_argument("--publish", action="store_true")
     parser.add_argument("--pattern", action="append", choices=PATTERNS)
+    parser.add_argument("--processes", type=int)
+    parser.add_argument("--pause", type=float, default=0.02)
     arguments = parser.parse_args()
     program = os.path.join(arguments.folder, "allocator_latency")
     patterns = arguments.pattern or PATTERNS
     allocators = runner.allocators() + [PREWARMED]
     operations, repetitions = (2000, 1) if arguments.once else (200000, 3) if arguments.quick else (1000000, 5)
+    repetitions = arguments.processes or repetitions
     numbers = THREADS[:2] if arguments.once else THREADS
-    facts = runner.facts("./run bench latency" + (" --quick" if arguments.quick else ""))
-    found = measure_all(program, patterns, allocators, numbers, operations, repetitions, not arguments.once)
+    facts = runner.facts(" ".join(["latency.py"] + sys.argv[1:-1]))
+    found = measure_all(program, patterns, allocators, numbers, operations, repetitions, arguments.pause,
+                        not arguments.once)
     if arguments.once:
         return 0
     lines = goal_table(found)
