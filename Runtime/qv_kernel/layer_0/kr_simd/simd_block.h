@@ -134,12 +134,7 @@ struct QV_INTERNAL_HIDDEN SBlockPortable
     static SBlockPortable Fill(u8 value) { return {{value * kLowBits, value * kLowBits}}; }
 
     // The mask of the first `count` bytes, at most kBytes.
-    static SBlockPortable FirstBytes(u32 count)
-    {
-        static constexpr u8 kEdge[2 * kBytes] = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
-                                                 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
-        return Padded(kEdge + kBytes - count);
-    }
+    static SBlockPortable FirstBytes(u32 count) { return Padded(kEdge + kBytes - count); }
 
     // The mask of the bytes that are equal in both.
     static SBlockPortable EqualBytes(const SBlockPortable &a, const SBlockPortable &b)
@@ -198,6 +193,9 @@ struct QV_INTERNAL_HIDDEN SBlockPortable
 
 private:
     static constexpr u64 kAllButHighBits = 0x7F * kLowBits;
+    // Not within the function: the compiler takes no function with a static variable for nonblocking.
+    QV_INTERNAL_HIDDEN static constexpr u8 kEdge[2 * kBytes] = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
+                                                                0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
 
     // One bit of each byte, byte 0 lowest: all are moved into the top byte, and no two of them meet.
     static u64 _Gather(u64 word)
@@ -371,6 +369,10 @@ struct SBlockNeon
     static constexpr u32 kBitsPerByte = 4;
     static constexpr bool kHasBitGather = false;
     static constexpr bool kHasLookUp = false;
+
+    // Not within the functions, as above.
+    QV_INTERNAL_HIDDEN static constexpr u8 kIndices[kBytes] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
+    QV_INTERNAL_HIDDEN static constexpr u8 kPlaces[kBytes] = {1, 2, 4, 8, 16, 32, 64, 128, 1, 2, 4, 8, 16, 32, 64, 128};
     using CTail = SBlockNeon;
 
     struct SCounter
@@ -403,7 +405,6 @@ struct SBlockNeon
     static SBlockNeon Fill(u8 value) { return {vdupq_n_u8(value)}; }
     static SBlockNeon FirstBytes(u32 count)
     {
-        static constexpr u8 kIndices[kBytes] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
         return {vcltq_u8(vld1q_u8(kIndices), vdupq_n_u8(static_cast<u8>(count)))};
     }
 
@@ -437,7 +438,6 @@ struct SBlockNeon
     u64 DenseBits() const
     {
         // Each byte keeps the bit of its place in its half; the sum of a half is its bits.
-        static constexpr u8 kPlaces[kBytes] = {1, 2, 4, 8, 16, 32, 64, 128, 1, 2, 4, 8, 16, 32, 64, 128};
         const uint8x16_t placed = vandq_u8(m_Bytes, vld1q_u8(kPlaces));
         return static_cast<u64>(vaddv_u8(vget_low_u8(placed))) | static_cast<u64>(vaddv_u8(vget_high_u8(placed))) << 8;
     }
