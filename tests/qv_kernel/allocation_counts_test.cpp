@@ -461,6 +461,25 @@ TEST(AllocationCounts, OfStringsAppendedTo)
          [](SGround &g) { g.m_Fixed.Append('x'); }},
         {"CString::Append", "to a shared string", NewResizable(kSum),
          [](SGround &g) { g.m_SharedRoomy.Append(kPiece.c_str()); }},
+        {"CString::TryAppend", "of each kind, in the room", Nothing(),
+         [](SGround &g)
+         {
+             EXPECT_TRUE(g.m_Roomy.TryAppend(g.m_Piece) && g.m_Roomy.TryAppend(g.m_PieceView) &&
+                         g.m_Roomy.TryAppend("text") && g.m_Roomy.TryAppend('x') && g.m_Roomy.TryAppend(g.m_Roomy));
+         }},
+        {"CString::TryAppend", "without the room", Nothing(),
+         [](SGround &g)
+         {
+             EXPECT_FALSE(g.m_Tight.TryAppend(g.m_Long) || g.m_Fixed.TryAppend('x') || g.m_Null.TryAppend("text") ||
+                          g.m_SharedRoomy.TryAppend(g.m_Piece));
+         }},
+        {"CString::Reserve", "what is there", Nothing(), [](SGround &g) { EXPECT_TRUE(g.m_Roomy.Reserve(kRoom)); }},
+        {"CString::Reserve", "in place", Grown(331), [](SGround &g) { EXPECT_TRUE(g.m_Tight.Reserve(331)); }},
+        {"CString::Reserve", "of nothing", NewResizable(331), [](SGround &g) { EXPECT_TRUE(g.m_Null.Reserve(331)); }},
+        {"CString::Reserve", "of the fixed form", NewResizable(331).Freeing(1),
+         [](SGround &g) { EXPECT_TRUE(g.m_Fixed.Reserve(331)); }},
+        {"CString::Reserve", "of a shared string", NewResizable(331),
+         [](SGround &g) { EXPECT_TRUE(g.m_SharedRoomy.Reserve(331)); }},
         {"CString::operator+=", "of each kind, in place", Nothing(),
          [](SGround &g)
          {
