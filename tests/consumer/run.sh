@@ -93,9 +93,9 @@ use_installed()
     fi
 }
 
-# The static library with the defaults. What the compiler makes of it is for other tests: without optimisation it takes half
-# the time.
-install_library static -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS_RELEASE='-O0 -DNDEBUG'
+# The static library with the defaults, but for the cache of small blocks, which is its own business. Not optimised: what
+# the compiler makes of it is for other tests.
+install_library static -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS_RELEASE='-O0 -DNDEBUG' -DQV_MEM_CACHE=OFF
 [ -f "$(find "$scratch/moved/static" -name libqv_kernel.a)" ] || fail 'no libqv_kernel.a is installed'
 for file in include/quorvane/kr_string.h include/quorvane/kr_internal/kr_string_inline.h \
     include/quorvane/qv_internal/qv_namespace.h share/licenses/quorvane/LICENSE; do
@@ -103,9 +103,9 @@ for file in include/quorvane/kr_string.h include/quorvane/kr_internal/kr_string_
 done
 use_installed static 1
 
-# A shared library without assertions: the definition must reach users both ways. Without the cache of small blocks, too,
-# which is the library's own business. Of no build type, as all that follow: it takes less time to compile.
-install_library shared -DBUILD_SHARED_LIBS=ON -DQV_ASSERTS=OFF -DQV_MEM_CACHE=OFF
+# A shared library without assertions and with the tracking allocator: the definitions must reach users both ways. Of no
+# build type, as all that follow: it takes less time to compile.
+install_library shared -DBUILD_SHARED_LIBS=ON -DQV_ASSERTS=OFF -DQV_MEM_TRACKING=ON
 [ -n "$(find "$scratch/moved/shared" -name 'libqv_kernel.so.*')" ] || fail 'no shared library is installed'
 use_installed shared 0
 
