@@ -1589,7 +1589,7 @@ TEST(StringTryAppend, APathJoinSearchesWhatTryAppendHasAdded)
     EXPECT_TRUE(string.TryAppend("\\"));
     ExpectReports(recorder, {});
     string /= "b";
-    EXPECT_EQ(recorder.Count(), 1u);
+    EXPECT_EQ(recorder.Count(), IfAsserting(1));
 }
 
 TEST(StringReserve, ReserveMakesRoomThatTryAppendFinds)
