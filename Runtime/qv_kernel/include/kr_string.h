@@ -14,7 +14,7 @@
 // handle may not be assigned by one thread while another one copies it.
 //
 // No operation takes more than 4 KiB of the caller's stack but for fuzzy matching, and none recurses; those that may take
-// more than 1 KiB say so. What the platform's own functions and the report of a failed assertion take is not counted.
+// more than 1,200 bytes say so. What the platform's own functions and the report of a failed assertion take is not counted.
 //
 // Every operation is linear in the characters that it reads and writes, whatever they are, unless its declaration says
 // *Cost*. Tests count the steps.

@@ -19,11 +19,17 @@ namespace Internal
 namespace
 {
 
+// Takes no stack of the usual way.
+QV_INTERNAL_NOINLINE void *AllocLargeAside(u64 size, u32 alignment)
+{
+    return AllocLarge(size, alignment);
+}
+
 void *AllocOfAlignment(u64 size, u32 alignment)
 {
     if (kCachesSmallBlocks && alignment <= kSmallStep)
         return AllocFast(size);
-    return AllocLarge(size, alignment);
+    return AllocLargeAside(size, alignment);
 }
 
 // The bytes that may be used of a block.

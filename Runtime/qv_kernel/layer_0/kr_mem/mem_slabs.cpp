@@ -69,15 +69,6 @@ u32 CutFresh(SSlab &slab, u32 sizeClass, u32 count, SFreeBlock **&link)
     return cut;
 }
 
-// Blocks of one slab that go back at once.
-struct SRun
-{
-    SSlab *m_Slab;
-    SFreeBlock *m_First;
-    SFreeBlock *m_Last;
-    u32 m_Count;
-};
-
 } // namespace
 
 SSlab &CSlabHeap::_Slab(u32 number) const
@@ -121,50 +112,52 @@ u32 CSlabHeap::Take(u32 sizeClass, u32 count, SFreeBlock *&outFirst)
     return taken;
 }
 
+SFreeBlock *CSlabHeap::TakeOne(u32 sizeClass)
+{
+    SFreeBlock *block = nullptr;
+    SFreeBlock **link = &block;
+    if (SSlab *const slab = _ClaimFor(sizeClass))
+        _TakeFrom(*slab, sizeClass, 1, link);
+    return block;
+}
+
 // Claims a slab of the class that has blocks to take; null when memory is refused.
 SSlab *CSlabHeap::_ClaimFor(u32 sizeClass)
 {
     const u32 number = m_Sets.ClaimAny(sizeClass);
     if (number != CSlabSets::kNone)
         return &_Slab(number);
-    SSlab *const slab = _ClaimUnused(kIdleSet);
+    SSlab *const slab = _ClaimUnused(true);
     if (slab != nullptr)
         ChunkOf(slab)->m_Classes[slab - ChunkOf(slab)->m_Slabs] = static_cast<u8>(sizeClass);
     return slab;
 }
 
-// Claims a slab that serves no class: best one that still has its memory, then one whose addresses are in use already,
-// then new ones. `firstSet` is kIdleSet, or kReturnedSet for one that is not idle.
-SSlab *CSlabHeap::_ClaimUnused(u32 firstSet)
+// Claims a slab that serves no class: best one that still has its memory, unless that is not wanted, then one whose
+// addresses are in use already, then new ones.
+SSlab *CSlabHeap::_ClaimUnused(bool orIdle)
 {
     constexpr u32 kMaxRounds = 4;
+    constexpr u32 kSets[] = {kIdleSet, kReturnedSet, kFreshSet};
     for (u32 round = 0; round < kMaxRounds; ++round)
     {
-        SSlab *slab = firstSet == kIdleSet ? _ClaimUnusedOf(kIdleSet) : nullptr;
-        if (slab == nullptr)
-            slab = _ClaimUnusedOf(kReturnedSet);
-        if (slab == nullptr)
-            slab = _ClaimUnusedOf(kFreshSet);
-        if (slab == nullptr)
-            slab = _MapMore();
-        if (slab != nullptr)
+        for (u32 i = orIdle ? 0 : 1; i < 3; ++i)
+        {
+            const u32 number = m_Sets.ClaimAny(kSets[i]);
+            if (number == CSlabSets::kNone)
+                continue;
+            if (i == 0)
+                m_IdleSlabs.FetchDec();
+            else
+                _MakeResident(_Slab(number));
+            return &_Slab(number);
+        }
+        if (SSlab *const slab = _MapMore())
             return slab;
         // Another thread may have mapped the next addresses, and be about to tell.
         PortBackOff(round);
     }
     return nullptr;
-}
-
-SSlab *CSlabHeap::_ClaimUnusedOf(u32 set)
-{
-    const u32 number = m_Sets.ClaimAny(set);
-    if (number == CSlabSets::kNone)
-        return nullptr;
-    if (set == kIdleSet)
-        m_IdleSlabs.FetchDec();
-    else
-        _MakeResident(_Slab(number));
-    return &_Slab(number);
 }
 
 // Maps as much again as there is, and never beyond the end of a chunk, so that the records of each chunk are mapped with
@@ -217,41 +210,27 @@ u32 CSlabHeap::_TakeFrom(SSlab &slab, u32 sizeClass, u32 count, SFreeBlock **&li
 
 u32 CSlabHeap::Give(SFreeBlock *&list, u32 count)
 {
-    // Blocks of the same slab, which a list often has many of, go back at once.
-    constexpr u32 kRuns = 8;
-    SRun runs[kRuns] = {};
-    SFreeBlock *rest = list;
     SFreeBlock *kept = nullptr;
     u32 given = 0;
-    const auto giveRun = [&](const SRun &run)
+    while (count != 0)
     {
-        if (run.m_Count == 0)
-            return;
-        if (_GiveTo(*run.m_Slab, run.m_First, run.m_Last, run.m_Count))
+        // What lies in the same slab, one after the other, goes back at once.
+        SFreeBlock *const first = list;
+        SFreeBlock *last = first;
+        SSlab &slab = SlabOf(first);
+        u32 run = 1;
+        for (; run < count && &SlabOf(last->m_Next) == &slab; ++run)
+            last = last->m_Next;
+        list = last->m_Next;
+        count -= run;
+        if (_GiveTo(slab, first, last, run))
         {
-            given += run.m_Count;
-            return;
+            given += run;
+            continue;
         }
-        run.m_Last->m_Next = kept;
-        kept = run.m_First;
-    };
-    for (u32 i = 0; i < count; ++i)
-    {
-        SFreeBlock *const block = rest;
-        rest = block->m_Next;
-        SRun &run = runs[SlabIndexOf(block) % kRuns];
-        if (run.m_Slab != &SlabOf(block))
-        {
-            giveRun(run);
-            run = SRun{&SlabOf(block), nullptr, block, 0};
-        }
-        block->m_Next = run.m_First;
-        run.m_First = block;
-        ++run.m_Count;
+        last->m_Next = kept;
+        kept = first;
     }
-    for (const SRun &run : runs)
-        giveRun(run);
-    list = rest;
     while (kept != nullptr)
     {
         SFreeBlock *const block = kept;
@@ -266,11 +245,16 @@ void CSlabHeap::GiveAll(SFreeBlock *list)
 {
     while (list != nullptr)
     {
-        u32 count = 0;
-        for (const SFreeBlock *block = list; block != nullptr; block = block->m_Next)
-            ++count;
-        Give(list, count);
+        SFreeBlock *const block = list;
+        list = list->m_Next;
+        GiveOne(block);
     }
+}
+
+void CSlabHeap::GiveOne(SFreeBlock *block)
+{
+    while (!_GiveTo(SlabOf(block), block, block, 1))
+        ;
 }
 
 // Adds a list of blocks to those that are back in their slab. Returns: false when others were faster for too long.
@@ -358,7 +342,7 @@ bool CSlabHeap::Prewarm(u64 bytes, bool locks)
     }
     for (u64 done = 0; done < bytes; done += QVMin<u64>(kSlabBytes, bytes - done))
     {
-        SSlab *const slab = _ClaimUnused(kReturnedSet);
+        SSlab *const slab = _ClaimUnused(false);
         if (slab == nullptr)
             return false;
         isAsWanted = _MakeResident(*slab) && isAsWanted;

@@ -56,12 +56,16 @@ public:
     // others were faster for too long.
     u32 Take(u32 sizeClass, u32 count, SFreeBlock *&outFirst);
 
+    // Takes one block. Returns: null in those cases.
+    SFreeBlock *TakeOne(u32 sizeClass);
+
     // Gives back the first `count` blocks of a list, of any classes, which leave it. Where other threads give blocks to
     // the same slab at the same moment, again and again, some blocks stay in the list.
     // Returns: how many were given.
     u32 Give(SFreeBlock *&list, u32 count);
-    // Gives back all blocks of a list.
+    // Gives back all blocks of a list, or one block.
     void GiveAll(SFreeBlock *list);
+    void GiveOne(SFreeBlock *block);
 
     // Whether a block is among those that are back in its slab. Answers false while another thread takes from the slab.
     // Cost: linear in the slab's blocks.
@@ -81,8 +85,7 @@ private:
     SSlab &_Slab(u32 number) const;
     u32 _NumberOf(const SSlab &slab) const;
     SSlab *_ClaimFor(u32 sizeClass);
-    SSlab *_ClaimUnused(u32 firstSet);
-    SSlab *_ClaimUnusedOf(u32 set);
+    SSlab *_ClaimUnused(bool orIdle);
     SSlab *_MapMore();
     u32 _TakeFrom(SSlab &slab, u32 sizeClass, u32 count, SFreeBlock **&link);
     bool _GiveTo(SSlab &slab, SFreeBlock *first, SFreeBlock *last, u32 count);

@@ -19,7 +19,7 @@ u32 NextBatch(SBin &bin, u32 sizeClass)
 
 // Refills the empty bin from the heap, and hands out the first block of the batch; without a cache, takes that block
 // alone. Null when memory is refused.
-void *Refill(SThreadCache *cache, u32 sizeClass)
+QV_INTERNAL_NOINLINE void *Refill(SThreadCache *cache, u32 sizeClass)
 {
     SFreeBlock *first = nullptr;
     const u32 count = cache != nullptr ? NextBatch(cache->m_Bins[sizeClass], sizeClass) : 1;
@@ -40,12 +40,12 @@ void PutBack(SThreadCache *cache, void *block)
     const u32 sizeClass = ClassOfSmallBlock(block);
     SFreeBlock *const freed = MakeFree(block, sizeClass, nullptr);
     if (cache == nullptr)
-        return Process().m_Heap.GiveAll(freed);
+        return Process().m_Heap.GiveOne(freed);
     SBin &bin = cache->m_Bins[sizeClass];
     if (bin.m_Vacant == 0)
         bin.m_Vacant = Process().m_Heap.Give(bin.m_Head, BatchBlocks(sizeClass));
     if (bin.m_Vacant == 0)
-        return Process().m_Heap.GiveAll(freed);
+        return Process().m_Heap.GiveOne(freed);
     freed->m_Next = bin.m_Head;
     bin.m_Head = freed;
     --bin.m_Vacant;

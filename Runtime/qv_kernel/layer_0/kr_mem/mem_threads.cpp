@@ -68,11 +68,10 @@ void FlushCache(SThreadCache &cache)
     }
 }
 
-// Gives everything back, the memory of the cache itself, too.
+// Gives the memory of an empty cache back.
 void DropCache(SThreadCache *cache)
 {
-    FlushCache(*cache);
-    Process().m_Heap.GiveAll(::new (static_cast<void *>(cache)) SFreeBlock{nullptr});
+    Process().m_Heap.GiveOne(::new (static_cast<void *>(cache)) SFreeBlock{nullptr});
 }
 
 // The caches that a copy of the library left when it was unloaded, of threads that go on.
@@ -85,6 +84,7 @@ void ReclaimOrphans()
         if (cache->m_Owner != nullptr)
             continue;
         UnlinkCache(cache);
+        FlushCache(*cache);
         DropCache(cache);
     }
 }
@@ -100,11 +100,12 @@ void EndCache(void *ended)
         const CSharedGuard guard;
         UnlinkCache(cache);
     }
+    FlushCache(*cache);
     DropCache(cache);
 }
 
 // Makes the end of the calling thread end this cache. Returns: false where it cannot be told, or is not waited for.
-bool EndWithThread(SThreadCache *cache, EWaiting waiting)
+QV_INTERNAL_COLD bool EndWithThread(SThreadCache *cache, EWaiting waiting)
 {
     const CSharedGuard guard(waiting);
     if (!guard.IsHeld() || !g_HasCacheKey || !PortSetThreadValue(g_CacheKey, cache))
@@ -118,8 +119,8 @@ QV_INTERNAL_COLD SThreadCache *MakeCache(EWaiting waiting)
 {
     // Should there be none, it takes as long again before this is tried again.
     t_Asked = 0;
-    SFreeBlock *block = nullptr;
-    if (Process().m_Heap.Take(SmallClass(sizeof(SThreadCache)), 1, block) == 0)
+    SFreeBlock *const block = Process().m_Heap.TakeOne(SmallClass(sizeof(SThreadCache)));
+    if (block == nullptr)
         return nullptr;
     SThreadCache *const cache = ::new (block) SThreadCache{};
     for (u32 sizeClass = 0; sizeClass < kSmallClassCount; ++sizeClass)
