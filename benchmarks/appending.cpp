@@ -151,7 +151,7 @@ void RegisterRows()
         AddCharacters(size);
     for (const size_t size : {65536u, 655360u, 6553600u})
         AddPieces(size);
-    AddPiecesInRoom(size);
+    AddPiecesInRoom(65536);
     AddPieceAtFront(4096);
 }
 
