@@ -383,27 +383,30 @@ TEST_F(MemPrewarmOwn, AThreadThatMadeReadyGetsItsBlocksWithoutAPageFault)
 {
     constexpr u64 kBytes = 2u << 20;
     constexpr u64 kSize = 512;
+    // The system may move pages at any time, which costs faults that nobody can prevent: once in a while.
+    constexpr int kTries = 3;
     u64 faults = 1;
-    OnAThread(
-        [&]
-        {
-            ASSERT_TRUE(Mem::Prewarm(2 * kBytes));
-            std::vector<u8 *> blocks(kBytes / kSize);
-            const u64 mapped = FindOrMakeProcess()->m_Heap.MappedBytes();
-            // The code itself is not in memory before it has run.
-            Free(Alloc(kSize), kSize);
-            PageFaultsOfThread();
-            const u64 before = PageFaultsOfThread();
-            for (u8 *&block : blocks)
+    for (int tries = 0; tries < kTries && faults != 0; ++tries)
+        OnAThread(
+            [&]
             {
-                block = Alloc(kSize);
-                std::memset(block, 1, kSize);
-            }
-            faults = PageFaultsOfThread() - before;
-            EXPECT_EQ(FindOrMakeProcess()->m_Heap.MappedBytes(), mapped);
-            for (u8 *const block : blocks)
-                Free(block, kSize);
-        });
+                ASSERT_TRUE(Mem::Prewarm(2 * kBytes));
+                std::vector<u8 *> blocks(kBytes / kSize);
+                const u64 mapped = FindOrMakeProcess()->m_Heap.MappedBytes();
+                // The code itself is not in memory before it has run.
+                Free(Alloc(kSize), kSize);
+                PageFaultsOfThread();
+                const u64 before = PageFaultsOfThread();
+                for (u8 *&block : blocks)
+                {
+                    block = Alloc(kSize);
+                    std::memset(block, 1, kSize);
+                }
+                faults = PageFaultsOfThread() - before;
+                EXPECT_EQ(FindOrMakeProcess()->m_Heap.MappedBytes(), mapped);
+                for (u8 *const block : blocks)
+                    Free(block, kSize);
+            });
     EXPECT_EQ(faults, 0u);
 }
 
