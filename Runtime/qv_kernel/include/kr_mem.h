@@ -101,9 +101,10 @@ void Free(void *block, EAllocType type) noexcept;
 // `locks`, the system is told to leave it where it is (mlock).
 // Call it in each such thread, with 0 for no further bytes. Blocks above 2 KiB stay the platform's.
 // Returns: false when memory was refused, and what was got before that is kept; when it may not be locked, and is there all
-// the same; or when the default allocator has no memory of its own, in this build or under this tool.
-// Allocates: whole slabs of 64 KiB, and the calling thread's cache from the platform. Cost: linear in `bytes`; system
-// calls.
+// the same; when the default allocator has no memory of its own, in this build or under this tool; and, with nothing got,
+// for more than the 64 GiB that it has addresses for.
+// Allocates: whole slabs of 64 KiB, and the calling thread's cache in one. Cost: linear in `bytes` and in what the
+// allocator has; system calls; may wait for threads that end.
 bool Prewarm(u64 bytes, bool locks = false) noexcept;
 
 // Figures of the default allocator, in a build with QV_MEM_TRACKING.

@@ -329,6 +329,9 @@ bool CSlabHeap::IsBack(const void *block)
 
 bool CSlabHeap::Prewarm(u64 bytes, bool locks)
 {
+    // Would take all the memory that there is before it is refused.
+    if (bytes > kSmallRangeBytes)
+        return false;
     m_TouchesSlabs.Store(true);
     if (locks)
         m_LocksSlabs.Store(true);

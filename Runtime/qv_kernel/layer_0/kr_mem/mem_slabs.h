@@ -74,8 +74,8 @@ public:
     // Makes sure that no thread has to wait for a page of memory from now on, until as much as `bytes` more is used: the
     // slabs in use get all of theirs from the system at once, new ones with it, and idle ones of `bytes` are made, and
     // kept beside those that are kept anyway. With `locks`, the system is told to leave them that memory.
-    // Returns: false when memory is refused, and what was got before that is kept; or when it may not be locked, and is
-    // there all the same.
+    // Returns: false when memory is refused, and what was got before that is kept; when it may not be locked, and is there
+    // all the same; or, with nothing done, for more than the range has addresses.
     bool Prewarm(u64 bytes, bool locks);
 
     // Cost: linear in what is mapped.

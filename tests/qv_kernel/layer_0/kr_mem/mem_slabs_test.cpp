@@ -250,6 +250,14 @@ TEST_F(MemSlabs, WhatIsMadeReadyIsIdleAndHasMemory)
     EXPECT_EQ(m_Heap.Figures().m_ReturnedSlabs, 0u);
 }
 
+TEST_F(MemSlabs, MakingReadyMoreThanThereAreAddressesForTakesNothing)
+{
+    const ureg mapped = m_Heap.MappedBytes();
+    EXPECT_FALSE(m_Heap.Prewarm(~u64(0), false));
+    EXPECT_FALSE(m_Heap.Prewarm(u64(kSmallRangeBytes) + 1, false));
+    EXPECT_EQ(m_Heap.MappedBytes(), mapped);
+}
+
 TEST_F(MemSlabs, MakingReadySaysWhenMemoryIsRefused)
 {
     ASSERT_TRUE(PortMapAt(m_Heap.Base() + 2 * kSlabBytes, kSlabBytes));
