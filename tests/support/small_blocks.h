@@ -34,6 +34,7 @@ using namespace Quorvane;
 using namespace Quorvane::Mem::Internal;
 
 constexpr u64 kCachedBytesPerClass = 8192;
+constexpr u64 kMostCachedBytesPerClass = 32768; // where it takes and gives by turns
 
 inline u8 *Alloc(u64 size, u32 alignment = 16)
 {

@@ -75,8 +75,10 @@ constexpr u64 ClassBytes(u32 sizeClass)
     return static_cast<u64>(ClassSteps(sizeClass)) * kSmallStep;
 }
 
-// What a thread may keep of each class. In bytes rather than blocks, so that all classes together are bounded.
+// What a thread may keep of each class, and how often it may be let keep as much again. In bytes rather than blocks, so that
+// all classes together are bounded.
 constexpr u64 kKeptBytesPerClass = 8u << 10;
+constexpr u32 kMaxRaises = 3;
 
 constexpr u32 KeptBlocks(u32 sizeClass)
 {
@@ -84,14 +86,16 @@ constexpr u32 KeptBlocks(u32 sizeClass)
 }
 
 // What moves between a thread and the heap at a time: few enough that the one block that takes or gives them all does not
-// take long, and half of what may be kept at most, so that neither a run of allocations nor one of frees pays each time.
+// take long, and of large blocks fewer, since the link of each takes a page of memory of its own.
 constexpr u32 BatchBlocks(u32 sizeClass)
 {
     constexpr u32 kMaxBatch = 8;
-    return QVMin(KeptBlocks(sizeClass) / 2, kMaxBatch);
+    constexpr u64 kBatchBytes = 2048;
+    return sizeClass == 0 ? 0 : QVMin(kMaxBatch, static_cast<u32>(kBatchBytes / ClassBytes(sizeClass)));
 }
 
-static_assert(kKeptBytesPerClass * (kSmallClassCount - 1) <= 320u << 10, "a thread keeps 320 KiB at most");
+static_assert(kKeptBytesPerClass * (kSmallClassCount - 1) * (1 + kMaxRaises) <= 1280u << 10,
+              "a thread keeps 1,280 KiB at most");
 static_assert(BatchBlocks(kSmallClassCount - 1) >= 1, "a batch is never empty");
 
 // ---- Who serves --------------------------------------------------------------------------------------------------------

@@ -10,27 +10,35 @@ namespace Quorvane::Mem::Internal
 namespace
 {
 
-u32 NextBatch(SBin &bin, u32 sizeClass)
-{
-    const u32 batch = bin.m_Batch;
-    bin.m_Batch = QVMin(2 * batch, BatchBlocks(sizeClass));
-    return batch;
-}
-
 // Refills the empty bin from the heap, and hands out the first block of the batch; without a cache, takes that block
 // alone. Null when memory is refused.
 QV_INTERNAL_NOINLINE void *Refill(SThreadCache *cache, u32 sizeClass)
 {
     SFreeBlock *first = nullptr;
-    const u32 count = cache != nullptr ? NextBatch(cache->m_Bins[sizeClass], sizeClass) : 1;
-    const u32 taken = Process().m_Heap.Take(sizeClass, count, first);
-    if (taken > 1)
+    const u32 taken = Process().m_Heap.Take(sizeClass, cache != nullptr ? BatchBlocks(sizeClass) : 1, first);
+    if (cache != nullptr && taken != 0)
     {
         SBin &bin = cache->m_Bins[sizeClass];
         bin.m_Head = first->m_Next;
         bin.m_Vacant -= taken - 1;
+        bin.m_HasTaken = true;
     }
     return taken != 0 ? MakeLive(first, sizeClass) : nullptr;
+}
+
+// Makes room in a full bin. Where its thread has taken blocks since it was full the last time, the bin is too small for the
+// thread's ups and downs, and may keep more from now on; else the heap gets a batch. So a bin into which another thread's
+// blocks come without end stays small. The bin stays full where the heap takes none of the batch.
+QV_INTERNAL_NOINLINE void MakeRoom(SBin &bin, u32 sizeClass)
+{
+    if (bin.m_HasTaken && bin.m_Raises < kMaxRaises)
+    {
+        bin.m_Vacant = KeptBlocks(sizeClass);
+        ++bin.m_Raises;
+    }
+    else
+        bin.m_Vacant = Process().m_Heap.Give(bin.m_Head, BatchBlocks(sizeClass));
+    bin.m_HasTaken = false;
 }
 
 // Puts a block into its bin, and gives the heap a batch first where that is full; without a cache, gives the block, and
@@ -43,7 +51,7 @@ void PutBack(SThreadCache *cache, void *block)
         return Process().m_Heap.GiveOne(freed);
     SBin &bin = cache->m_Bins[sizeClass];
     if (bin.m_Vacant == 0)
-        bin.m_Vacant = Process().m_Heap.Give(bin.m_Head, BatchBlocks(sizeClass));
+        MakeRoom(bin, sizeClass);
     if (bin.m_Vacant == 0)
         return Process().m_Heap.GiveOne(freed);
     freed->m_Next = bin.m_Head;

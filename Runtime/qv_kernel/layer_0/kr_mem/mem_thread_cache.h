@@ -1,7 +1,7 @@
 // Small blocks through the calling thread's cache: the inline fast path, and the doors of the slow one.
 //
 // A block is taken from the bin of its class and put back there in a few instructions, without a lock. An empty bin is
-// refilled from the heap in batches, and a full one gives half of it back.
+// refilled from the heap in batches, and a full one gives the heap a batch, or may keep more from then on.
 #pragma once
 
 #include "mem_free_block.h"

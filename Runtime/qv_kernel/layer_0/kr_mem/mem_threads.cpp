@@ -13,9 +13,6 @@ namespace Quorvane::Mem::Internal
 namespace
 {
 
-// The first batch of a class; each one is twice as large as the one before, so that who needs few takes few.
-constexpr u32 kFirstBatch = 4;
-
 // A thread that uses a few strings has no use for a cache, which costs more than it spares then. It gets one when it has
 // asked the heap this often.
 constexpr u32 kAskedBeforeCache = 16;
@@ -57,14 +54,18 @@ void UnlinkCache(SThreadCache *cache)
         Process().m_Caches = cache->m_Next;
 }
 
+SBin EmptyBin(u32 sizeClass)
+{
+    return SBin{nullptr, KeptBlocks(sizeClass), 0, false};
+}
+
 // Gives all blocks of a cache back to the heap.
 void FlushCache(SThreadCache &cache)
 {
     for (u32 sizeClass = 1; sizeClass < kSmallClassCount; ++sizeClass)
     {
-        SBin &bin = cache.m_Bins[sizeClass];
-        Process().m_Heap.GiveAll(bin.m_Head);
-        bin = SBin{nullptr, KeptBlocks(sizeClass), bin.m_Batch};
+        Process().m_Heap.GiveAll(cache.m_Bins[sizeClass].m_Head);
+        cache.m_Bins[sizeClass] = EmptyBin(sizeClass);
     }
 }
 
@@ -124,7 +125,7 @@ QV_INTERNAL_COLD SThreadCache *MakeCache(EWaiting waiting)
         return nullptr;
     SThreadCache *const cache = ::new (block) SThreadCache{};
     for (u32 sizeClass = 0; sizeClass < kSmallClassCount; ++sizeClass)
-        cache->m_Bins[sizeClass] = SBin{nullptr, KeptBlocks(sizeClass), QVMin(kFirstBatch, BatchBlocks(sizeClass))};
+        cache->m_Bins[sizeClass] = EmptyBin(sizeClass);
     cache->m_Owner = ThisCopy();
     if (!EndWithThread(cache, waiting))
     {

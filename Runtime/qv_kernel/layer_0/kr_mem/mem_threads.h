@@ -31,8 +31,9 @@ class CSharedGuard;
 struct SBin
 {
     SFreeBlock *m_Head;
-    u32 m_Vacant; // how many more it may keep
-    u32 m_Batch;  // how many it takes from the heap when it is empty
+    u32 m_Vacant;    // how many more it may keep
+    u16 m_Raises;    // how often it was let keep more
+    bool m_HasTaken; // from the heap, since it was full
 };
 
 // Other copies of the library in the process walk the list and empty what they reclaim, so all copies agree about this

@@ -57,7 +57,7 @@ TEST(MemPolicyClasses, LessThanAnEighthOfABlockIsUnusedButByRoundingToTheAlignme
     }
 }
 
-TEST(MemPolicyClasses, AThreadKeepsAThirdOfAMebibyteAtMostAndMovesAFewBlocksAtATime)
+TEST(MemPolicyClasses, AThreadKeepsABoundedPartOfMemoryAndMovesAFewBlocksAtATime)
 {
     u64 bytes = 0;
     for (u32 sizeClass = 1; sizeClass < kSmallClassCount; ++sizeClass)
@@ -66,8 +66,10 @@ TEST(MemPolicyClasses, AThreadKeepsAThirdOfAMebibyteAtMostAndMovesAFewBlocksAtAT
         EXPECT_GE(BatchBlocks(sizeClass), 1u);
         EXPECT_LE(2 * BatchBlocks(sizeClass), KeptBlocks(sizeClass));
         EXPECT_LE(BatchBlocks(sizeClass), 8u);
+        EXPECT_LE(BatchBlocks(sizeClass) * ClassBytes(sizeClass), 2048u);
     }
     EXPECT_LE(bytes, 320u << 10);
+    EXPECT_LE(bytes * (1 + kMaxRaises), 1280u << 10);
 }
 
 // Nothing but a sanitizer, valgrind, a machine with short addresses and what the build asks for takes them away.

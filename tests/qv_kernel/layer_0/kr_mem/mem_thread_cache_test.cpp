@@ -201,14 +201,55 @@ TEST_F(MemThreadCacheOwn, AThreadKeepsNoMoreThanItsBound)
     OnAThread(
         []
         {
-            for (u32 sizeClass = 1; sizeClass < kSmallClassCount; ++sizeClass)
+            // The cache is a block, too.
+            AllocAndFree(16, 100);
+            for (u32 sizeClass = 2; sizeClass < kSmallClassCount; ++sizeClass)
             {
                 const u64 size = ClassBytes(sizeClass);
                 const u64 before = LiveBlocks();
                 AllocAndFree(size, 2000);
-                EXPECT_LE((LiveBlocks() - before) * size, kCachedBytesPerClass) << size;
+                for (int i = 0; i < 10; ++i)
+                    AllocAndFree(size, 3000);
+                EXPECT_LE((LiveBlocks() - before) * size, kMostCachedBytesPerClass) << size;
                 EXPECT_GT(LiveBlocks(), before) << "nothing is kept of size " << size;
             }
+        });
+}
+
+// Its ups and downs then pass without the heap.
+TEST_F(MemThreadCacheOwn, AThreadThatTakesAndGivesByTurnsMayKeepMore)
+{
+    OnAThread(
+        []
+        {
+            const u64 before = LiveBlocks();
+            for (int i = 0; i < 10; ++i)
+                AllocAndFree(64, 2000);
+            EXPECT_GE((LiveBlocks() - before) * 64, 2 * kCachedBytesPerClass);
+            const u64 kept = LiveBlocks();
+            AllocAndFree(64, kMostCachedBytesPerClass / 64 / 2);
+            EXPECT_EQ(LiveBlocks(), kept);
+        });
+}
+
+TEST_F(MemThreadCacheOwn, AThreadThatFreesTheBlocksOfOthersKeepsFew)
+{
+    std::vector<u8 *> blocks(20000);
+    OnAThread(
+        [&blocks]
+        {
+            for (u8 *&block : blocks)
+                block = Alloc(64);
+        });
+    OnAThread(
+        [&blocks]
+        {
+            AllocAndFree(64, 20);
+            const u64 before = LiveBlocks();
+            for (u8 *const block : blocks)
+                Free(block, 64);
+            // Once it is let keep more, for the few that it took.
+            EXPECT_LE((LiveBlocks() + blocks.size() - before) * 64, 2 * kCachedBytesPerClass);
         });
 }
 
@@ -220,10 +261,10 @@ TEST_F(MemThreadCacheOwn, FreeingByAddressGivesTheBlockBack)
     std::vector<u8 *> blocks(kCount);
     for (u8 *&block : blocks)
         block = RawAlloc(64);
-    EXPECT_GE(LiveBlocks(), before + kCount - kCachedBytesPerClass / 64);
+    EXPECT_GE(LiveBlocks(), before + kCount - kMostCachedBytesPerClass / 64);
     for (u8 *const block : blocks)
         RawFree(block);
-    EXPECT_LE(LiveBlocks(), before + kCachedBytesPerClass / 64);
+    EXPECT_LE(LiveBlocks(), before + kMostCachedBytesPerClass / 64);
 }
 
 TEST_F(MemThreadCacheOwn, ABlockFreedTwiceIsReportedAndLeftAlone)
