@@ -3,7 +3,10 @@
 // promised holds everywhere, and what only holds of our own blocks asks for them.
 #pragma once
 
+#include <unistd.h>
+
 #include <functional>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -60,6 +63,14 @@ inline u8 *RawRealloc(void *block, u64 size)
 inline void RawFree(void *block, Mem::EOrigin origin = Mem::Origin_Alloc)
 {
     Mem::_RawFree(block, Mem::AllocType_Generic, origin, QV_INTERNAL_MEM_SITE);
+}
+
+// Becomes the test program anew, with this test alone: for what is decided once in a process. Returns: where that fails.
+inline int RunProbe(const char *test)
+{
+    const std::string filter = std::string("--gtest_filter=") + test;
+    execl("/proc/self/exe", "probe", filter.c_str(), "--gtest_also_run_disabled_tests", static_cast<char *>(nullptr));
+    return 99;
 }
 
 // Whether small blocks are our own here.

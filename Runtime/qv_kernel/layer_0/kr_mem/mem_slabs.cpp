@@ -302,6 +302,12 @@ void CSlabHeap::_Retire(SSlab &slab)
     if (m_IdleSlabs.FetchInc() < m_KeptSlabs.Load())
         return m_Sets.Put(kIdleSet, _NumberOf(slab));
     m_IdleSlabs.FetchDec();
+    _Discard(slab);
+}
+
+// Gives the memory of a claimed slab that serves no class back to the system.
+void CSlabHeap::_Discard(SSlab &slab)
+{
     PortDiscard(MemoryOf(slab), kSlabBytes);
     m_Sets.Put(kReturnedSet, _NumberOf(slab));
 }
@@ -357,6 +363,21 @@ bool CSlabHeap::Prewarm(u64 bytes, bool locks)
     if (!isAsWanted)
         m_LocksSlabs.Store(false);
     return isAsWanted;
+}
+
+void CSlabHeap::Trim()
+{
+    if (m_TouchesSlabs.Load())
+        return;
+    // Others may make more of them meanwhile, without end.
+    for (u32 idle = m_IdleSlabs.Load(); idle > kMaxIdleSlabsAfterThread; --idle)
+    {
+        const u32 number = m_Sets.ClaimAny(kIdleSet);
+        if (number == CSlabSets::kNone)
+            return;
+        m_IdleSlabs.FetchDec();
+        _Discard(_Slab(number));
+    }
 }
 
 // Where that is asked for, gives a slab all of its memory, and the records of its chunk theirs. Returns: false where it

@@ -23,6 +23,8 @@ namespace Quorvane::Mem::Internal
 // Idle slabs that keep their memory: 16 MiB. Programs that build and drop as much again and again, a frame's worth of
 // text, should not ask the system each time.
 constexpr u32 kMaxIdleSlabs = 256;
+// Those that keep it when a thread has ended: 512 KiB. What it has used may not be needed again.
+constexpr u32 kMaxIdleSlabsAfterThread = 8;
 
 // While others work, these are those of about now.
 struct SSlabFigures
@@ -78,6 +80,9 @@ public:
     // all the same; or, with nothing done, for more than the range has addresses.
     bool Prewarm(u64 bytes, bool locks);
 
+    // Gives the memory of all idle slabs but a few back to the system; after a Prewarm, of none.
+    void Trim();
+
     // Cost: linear in what is mapped.
     SSlabFigures Figures();
 
@@ -91,6 +96,7 @@ private:
     bool _GiveTo(SSlab &slab, SFreeBlock *first, SFreeBlock *last, u32 count);
     void _PutBack(SSlab &slab, u32 sizeClass);
     void _Retire(SSlab &slab);
+    void _Discard(SSlab &slab);
     bool _MakeResident(const SSlab &slab);
 
     CSlabSets m_Sets;

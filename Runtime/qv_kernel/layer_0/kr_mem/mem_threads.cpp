@@ -103,6 +103,7 @@ void EndCache(void *ended)
     }
     FlushCache(*cache);
     DropCache(cache);
+    Process().m_Heap.Trim();
 }
 
 // Makes the end of the calling thread end this cache. Returns: false where it cannot be told, or is not waited for.

@@ -1,11 +1,8 @@
 // Who serves small blocks: decided once in a process, so that what decides differently runs in one of its own.
 #include "kr_mem/mem_policy.h"
 
-#include <unistd.h>
-
 #include <cstdlib>
 #include <cstring>
-#include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -21,14 +18,6 @@ namespace
 {
 
 using namespace SmallBlocks;
-
-// The test program again, with this test alone: for what is decided once in a process.
-int RunProbe(const char *test)
-{
-    const std::string filter = std::string("--gtest_filter=") + test;
-    execl("/proc/self/exe", "probe", filter.c_str(), "--gtest_also_run_disabled_tests", static_cast<char *>(nullptr));
-    return 99;
-}
 
 class MemPolicyOwn : public COwnTest
 {

@@ -156,6 +156,34 @@ TEST_F(MemSlabs, IdleSlabsBeyondTheReserveGiveTheirMemoryBack)
     EXPECT_EQ(m_Heap.Figures().m_ReturnedSlabs, 0u);
 }
 
+TEST_F(MemSlabs, TrimmingLeavesAFewIdleSlabsTheirMemory)
+{
+    const u32 count = (kMaxIdleSlabsAfterThread + 5) * BlocksPerSlab(2);
+    const std::vector<char *> blocks = Take(2, count);
+    m_Heap.Trim();
+    EXPECT_EQ(m_Heap.Figures().m_UsedSlabs, kMaxIdleSlabsAfterThread + 5);
+    for (char *const block : blocks)
+        std::memset(block, 0xCD, 2 * kSmallStep);
+    Give(blocks);
+    m_Heap.Trim();
+    EXPECT_EQ(m_Heap.Figures().m_IdleSlabs, kMaxIdleSlabsAfterThread);
+    EXPECT_EQ(m_Heap.Figures().m_ReturnedSlabs, 5u);
+    m_Heap.Trim();
+    EXPECT_EQ(m_Heap.Figures().m_ReturnedSlabs, 5u);
+    const std::vector<char *> again = Take(2, count);
+    ASSERT_EQ(again.size(), count);
+    EXPECT_EQ(std::count_if(again.begin(), again.end(), [](const char *block) { return block[24] == 0; }),
+              5 * BlocksPerSlab(2));
+}
+
+TEST_F(MemSlabs, TrimmingLeavesWhatWasMadeReady)
+{
+    ASSERT_TRUE(m_Heap.Prewarm(100 * kSlabBytes, false));
+    Give(Take(4, 150 * BlocksPerSlab(4)));
+    m_Heap.Trim();
+    EXPECT_EQ(m_Heap.Figures().m_IdleSlabs, 150u);
+}
+
 TEST_F(MemSlabs, AChunkThatIsUsedUpIsFollowedByAnother)
 {
     const u32 count = 2 * kSlabsPerChunk;

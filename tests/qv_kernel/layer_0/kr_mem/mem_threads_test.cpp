@@ -100,6 +100,25 @@ TEST_F(MemThreadsOwn, AThreadThatEndsGivesItsBlocksBack)
     EXPECT_EQ(LiveBlocks(), before);
 }
 
+TEST_F(MemThreadsOwn, AThreadThatEndsLeavesLittleMemoryIdle)
+{
+    const SChildResult child =
+        RunInChild([] { return RunProbe("MemThreadsProbe.DISABLED_AThreadThatEndsLeavesLittleMemoryIdle"); });
+    EXPECT_EQ(child.m_ExitCode, 0) << child.m_Stderr;
+}
+
+// Run by the test above, in a process that has not made anything ready.
+TEST(MemThreadsProbe, DISABLED_AThreadThatEndsLeavesLittleMemoryIdle)
+{
+    OnAThread(
+        []
+        {
+            AllocAndFree(1072, 2000);
+            EXPECT_GT(SmallFigures().m_IdleSlabs, kMaxIdleSlabsAfterThread);
+        });
+    EXPECT_LE(SmallFigures().m_IdleSlabs, kMaxIdleSlabsAfterThread);
+}
+
 TEST_F(MemThreadsOwn, BlocksFreedByAnotherThreadComeBack)
 {
     const u64 before = LiveBlocks();
