@@ -1,5 +1,5 @@
 #!/bin/sh
-# ./run bench: measures all topics of benchmarks/, or those named; or what is compared as whole programs: log_analyser,
+# ./run bench: measures all topics of benchmarks/, or those named; or what is compared as whole programs: programs,
 # latency, allocators.
 . "$(dirname "$0")/common.inc"
 . "$root/scripts/needs.inc"
@@ -65,12 +65,15 @@ measure_topics()
     return $failed
 }
 
-# Builds the example log_analyser in ours and in other strings, and compares them.
-compare_log_analyser()
+# Builds whole programs in ours and in other strings, and compares them.
+#   compare_programs <preset> [arguments of the script]
+compare_programs()
 {
-    build "$1" log_analysers || return 1
-    say 'comparing log_analyser'
-    python3 benchmarks/log_analyser/compare.py "build/$1/benchmarks/log_analyser"
+    preset=$1
+    shift
+    build "$preset" programs || return 1
+    say 'comparing whole programs'
+    python3 benchmarks/programs/compare.py "$@" "build/$preset/benchmarks/programs"
 }
 
 # Builds a program that runs over several allocators, and compares them.
@@ -111,7 +114,7 @@ while [ $# -gt 0 ]; do
             ;;
         --plain) presets=bench-plain ;;
         --publish) publish=--publish ;;
-        log_analyser | latency) compare="$compare $1" ;;
+        programs | latency) compare="$compare $1" ;;
         allocators) compare="$compare workloads" ;;
         -*)
             complain "bench: unknown argument $1"
@@ -121,7 +124,7 @@ while [ $# -gt 0 ]; do
             if [ ! -f "benchmarks/$1.cpp" ]; then
                 complain "bench: unknown topic $1; there are:"
                 list_topics >&2
-                say log_analyser >&2
+                say programs >&2
                 say latency >&2
                 say allocators >&2
                 exit 2
@@ -132,10 +135,10 @@ while [ $# -gt 0 ]; do
     shift
 done
 case $publish:$topics:$compare in
-    :* | *::' latency' | *::' workloads') ;;
+    :* | *::' programs' | *::' latency' | *::' workloads') ;;
     *::) presets='bench bench-plain' ;;
     *)
-        complain 'bench: --publish is for all topics, for latency, or for allocators'
+        complain 'bench: --publish is for all topics, for programs, for latency, or for allocators'
         exit 2
         ;;
 esac
@@ -150,8 +153,9 @@ for preset in $presets; do
     # shellcheck disable=SC2086
     [ -z "$topics" ] || measure_topics "$preset" $repetitions $seconds $processes $topics || exit 1
     for name in $compare; do
-        if [ "$name" = log_analyser ]; then
-            compare_log_analyser "$preset" || exit 1
+        if [ "$name" = programs ]; then
+            # shellcheck disable=SC2086
+            compare_programs "$preset" $quick $publish || exit 1
         else
             # shellcheck disable=SC2086
             compare_allocators "$preset" "$name" $quick $publish || exit 1
