@@ -5,6 +5,7 @@
 #include <string>
 
 #include "support/limits.h"
+#include "support/plain_texts.h"
 #include "support/row.h"
 #include "support/texts.h"
 
@@ -38,6 +39,7 @@ void AddCharacters(size_t size)
     CRow row("append_1", size);
     row.Add("ours", Build<CString, 1>(size, [at](auto &text, size_t i) { text.Append(at(i)); }));
     row.Add("std::string", Build<std::string, 1>(size, [at](auto &text, size_t i) { text.push_back(at(i)); }));
+    row.Add("doubling_string", Build<CDoublingText, 1>(size, [at](auto &text, size_t i) { text.Append(at(i)); }));
 #if QV_BENCH_BOOST
     row.Add("boost::string",
             Build<boost::container::string, 1>(size, [at](auto &text, size_t i) { text.push_back(at(i)); }));
@@ -67,6 +69,8 @@ void AddPieces(size_t size)
             Build<CString, kPiece>(size, [at](auto &text, size_t i) { text.Append(CStringView(at(i), kPiece)); }));
     row.Add("std::string",
             Build<std::string, kPiece>(size, [at](auto &text, size_t i) { text.append(at(i), kPiece); }));
+    row.Add("doubling_string",
+            Build<CDoublingText, kPiece>(size, [at](auto &text, size_t i) { text.Append(at(i), kPiece); }));
 #if QV_BENCH_ABSL
     row.Add("absl::StrAppend",
             Build<std::string, kPiece>(size, [at](auto &text, size_t i)

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cctype>
 #include <cstring>
+#include <functional>
 #include <string>
+#include <string_view>
 
 #include <strings.h>
 
@@ -106,6 +108,8 @@ void AddOrder(size_t size)
     CRow row("order", size);
     row.Add("ours", [x = Ours(a), y = Ours(b)] { return x < y; });
     row.Add("std::string", [x = a, y = b] { return x < y; });
+    row.Add("std::string_view", [x = a, y = b] { return std::string_view(x) < std::string_view(y); });
+    row.Add("strcmp", [x = a, y = b] { return std::strcmp(x.c_str(), y.c_str()) < 0; });
 #if QV_BENCH_BOOST
     row.Add("boost::string", [x = BoostString(a), y = BoostString(b)] { return x < y; });
 #endif
@@ -138,20 +142,34 @@ void AddOrderIgnoringCase(size_t size)
     row.Limit("read", ReadLimit(2 * size));
 }
 
-// Copies the texts as the type has it, outside the time, and sorts the copies.
-template <typename Text, typename Make>
-void AddSortOf(CRow &row, const char *who, const std::vector<std::string> &from, Make make)
+// Copies the texts as the type has it, outside the time, and sorts the copies. `key` tells where the middle one stands.
+template <typename Text, typename Make, typename IsLess, typename Key>
+void AddSortBy(CRow &row, const char *who, const std::vector<std::string> &from, Make make, IsLess isLess, Key key)
 {
     std::vector<Text> texts;
     for (const std::string &text : from)
         texts.push_back(make(text));
     row.AddPrepared(
         who, [texts] { return texts; },
-        [](std::vector<Text> &copies)
+        [isLess, key](std::vector<Text> &copies)
         {
-            std::sort(copies.begin(), copies.end());
-            return Fingerprint(copies[copies.size() / 2]);
+            std::sort(copies.begin(), copies.end(), isLess);
+            return Fingerprint(key(copies[copies.size() / 2]));
         });
+}
+
+template <typename Text, typename Make>
+void AddSortOf(CRow &row, const char *who, const std::vector<std::string> &from, Make make)
+{
+    AddSortBy<Text>(row, who, from, make, std::less<Text>(), [](const Text &text) -> const Text & { return text; });
+}
+
+size_t CharactersOf(const std::vector<std::string> &texts)
+{
+    size_t total = 0;
+    for (const std::string &text : texts)
+        total += text.size();
+    return total;
 }
 
 void AddSorting(size_t count)
@@ -168,10 +186,25 @@ void AddSorting(size_t count)
 #if QV_BENCH_QT
     AddSortOf<QByteArray>(row, "QByteArray", paths, Bytes);
 #endif
-    size_t total = 0;
-    for (const std::string &path : paths)
-        total += path.size();
-    row.Limit("read", ReadLimit(total));
+    row.Limit("read", ReadLimit(CharactersOf(paths)));
+}
+
+// Which of several that differ in case alone stands in the middle is each one's own business.
+void AddSortingIgnoringCase(size_t count)
+{
+    static const std::vector<std::string> paths = Paths(count);
+    CRow row("sort_paths_nocase", count);
+    AddSortBy<CString>(
+        row, "ours", paths, Ours, [](const CString &a, const CString &b) { return a.LessThan(b, CaseInsensitive); },
+        [](const CString &text) { return InUpperCase(text.CStr()); });
+    AddSortBy<std::string>(
+        row, "strcasecmp", paths, [](const std::string &text) { return text; },
+        [](const std::string &a, const std::string &b) { return strcasecmp(a.c_str(), b.c_str()) < 0; }, InUpperCase);
+    AddSortBy<const char *>(
+        row, "strcasecmp_of_pointers", paths, [](const std::string &text) { return text.c_str(); },
+        [](const char *a, const char *b) { return strcasecmp(a, b) < 0; },
+        [](const char *text) { return InUpperCase(text); });
+    row.Limit("read", ReadLimit(CharactersOf(paths)));
 }
 
 } // namespace
@@ -186,6 +219,7 @@ void RegisterRows()
         AddOrderIgnoringCase(size);
     }
     AddSorting(100000);
+    AddSortingIgnoringCase(Once() ? 1000 : 100000);
 }
 
 } // namespace Bench

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <string>
+#include <string_view>
 
 #include "support/limits.h"
 #include "support/row.h"
@@ -178,6 +179,76 @@ void AddCharacterReplacement(size_t size)
     row.Limit("malloc+copy", MallocAndCopyLimit(size + 1));
 }
 
+// Where they are: 'e' by '_' and back, by turns.
+void AddCharacterReplacementInPlace(size_t size)
+{
+    const std::string from = Words(size);
+    CRow row("replace_char_in_place", size);
+    // Changes in the first turn, and changes back in the second.
+    const auto add = [&row](const char *who, auto text, auto change)
+    {
+        row.Add(
+            who, [ text = std::move(text), change, isChanged = false ]() mutable -> const auto & {
+                change(text, isChanged ? '_' : 'e', isChanged ? 'e' : '_');
+                isChanged = !isChanged;
+                return text;
+            });
+    };
+    add("ours", CString(from.c_str(), static_cast<u32>(size)),
+        [](CString &text, char searchFor, char replaceWith)
+        { SNativeStringUtils::Replace_16(text.RawDataForWriting(), text.Length(), searchFor, replaceWith); });
+    add("std::replace", from,
+        [](std::string &text, char searchFor, char replaceWith)
+        { std::replace(text.begin(), text.end(), searchFor, replaceWith); });
+    add("std::transform", from,
+        [](std::string &text, char searchFor, char replaceWith)
+        {
+            std::transform(text.begin(), text.end(), text.begin(),
+                           [searchFor, replaceWith](char c) { return c == searchFor ? replaceWith : c; });
+        });
+#if QV_BENCH_QT
+    add("QByteArray", QByteArray(from.data(), static_cast<int>(size)),
+        [](QByteArray &text, char searchFor, char replaceWith) { text.replace(searchFor, replaceWith); });
+#endif
+    row.Limit("rewrite", RewriteLimit(size));
+}
+
+bool IsBlank(char c)
+{
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+std::string_view StrippedByPointers(std::string_view text)
+{
+    const char *first = text.data();
+    const char *last = first + text.size();
+    while (first != last && IsBlank(*first))
+        ++first;
+    while (first != last && IsBlank(last[-1]))
+        --last;
+    return std::string_view(first, static_cast<size_t>(last - first));
+}
+
+// From a view to a view: nobody takes memory.
+void AddStrippingOfView(const char *name, const std::string &from)
+{
+    CRow row(name, from.size());
+    row.Add("ours", [from] { return CStringView(from.data(), static_cast<u32>(from.size())).Strip(kBlanks); });
+    row.Add("pointers", [from] { return StrippedByPointers(from); });
+    row.Add("std::string_view",
+            [from]
+            {
+                const std::string_view text(from);
+                const size_t first = text.find_first_not_of(kBlanks);
+                return first == std::string_view::npos ? std::string_view()
+                                                       : text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+            });
+#if QV_BENCH_ABSL
+    row.Add("absl::Strip", [from] { return absl::StripAsciiWhitespace(from); });
+#endif
+    row.Limit("read", ReadLimit(from.size()));
+}
+
 std::string Stripped(const std::string &text)
 {
     const size_t first = text.find_first_not_of(kBlanks);
@@ -299,10 +370,12 @@ void AddEscaping(size_t size)
 
 void RegisterRows()
 {
+    for (const size_t size : {64u, 256u, 4096u, 65536u})
+        AddCharacterReplacement(size);
+    AddCharacterReplacementInPlace(256);
     for (const size_t size : {64u, 4096u, 65536u})
     {
         AddReversal(size);
-        AddCharacterReplacement(size);
         AddRepetition("-", size);
         AddRepetition("Some/piece/of/16", size);
         AddInsertion(size);
@@ -310,6 +383,8 @@ void RegisterRows()
     for (const size_t width : {8u, 40u})
         AddPadding(width);
     AddStripping();
+    AddStrippingOfView("strip_view", "    " + Words(56) + "\r\n  ");
+    AddStrippingOfView("strip_wide", std::string(2000, ' ') + Words(64) + std::string(2000, ' '));
     AddEscaping(65536);
 }
 

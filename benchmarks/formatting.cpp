@@ -1,4 +1,4 @@
-// Formatting in the manner of printf: a short name of several arguments, and a long text. The row's size is that of the
+// Formatting in the manner of printf: a short name of several arguments, a floating-point number, and a long text. The row's size is that of the
 // result.
 #include <cstdarg>
 #include <cstdio>
@@ -137,6 +137,64 @@ void AddShort()
     AddPeersOfShort(variadic, from);
 }
 
+// A name and a number.
+void AddNameAndNumber()
+{
+    const SArguments from;
+    CRow row("format_name_number", 20);
+    row.Add("ours", [from] { return CString::Format("%s/%d", from.m_Name.c_str(), from.m_Number); });
+    row.Add("snprintf+malloc", [from] { return FormatOnce("%s/%d", from.m_Name.c_str(), from.m_Number); });
+    row.Add("snprintf_twice", [from] { return FormatTwice("%s/%d", from.m_Name.c_str(), from.m_Number); });
+#if defined(__GLIBC__)
+    row.Add("asprintf", [from] { return FormatAllocated("%s/%d", from.m_Name.c_str(), from.m_Number); });
+#endif
+#if QV_BENCH_ABSL
+    row.Add("absl::StrFormat", [from] { return absl::StrFormat("%s/%d", from.m_Name, from.m_Number); });
+#endif
+#if QV_BENCH_FMT
+    row.Add("fmt::format", [from] { return fmt::format("{}/{}", from.m_Name, from.m_Number); });
+    row.Add("fmt::sprintf", [from] { return fmt::sprintf("%s/%d", from.m_Name, from.m_Number); });
+#endif
+    row.Limit("malloc+copy", MallocAndCopyLimit(21));
+}
+
+// With a floating-point number behind them, another one each time: it has to be rounded.
+void AddFixed()
+{
+    const SArguments from;
+    CRow row("format_fixed", 26);
+    const auto add = [&row, &from](const char *who, auto format)
+    {
+        row.Add(who,
+                [from, format, turn = 0]() mutable
+                {
+                    turn = turn % 999 + 1;
+                    return format(from.m_Name, from.m_Number, 3.14159 * turn);
+                });
+    };
+    add("ours", [](const std::string &name, int number, double value)
+        { return CString::Format("%s/%d:%.3f", name.c_str(), number, value); });
+    add("snprintf+malloc", [](const std::string &name, int number, double value)
+        { return FormatOnce("%s/%d:%.3f", name.c_str(), number, value); });
+    add("snprintf_twice", [](const std::string &name, int number, double value)
+        { return FormatTwice("%s/%d:%.3f", name.c_str(), number, value); });
+#if defined(__GLIBC__)
+    add("asprintf", [](const std::string &name, int number, double value)
+        { return FormatAllocated("%s/%d:%.3f", name.c_str(), number, value); });
+#endif
+#if QV_BENCH_ABSL
+    add("absl::StrFormat", [](const std::string &name, int number, double value)
+        { return absl::StrFormat("%s/%d:%.3f", name, number, value); });
+#endif
+#if QV_BENCH_FMT
+    add("fmt::format", [](const std::string &name, int number, double value)
+        { return fmt::format("{}/{}:{:.3f}", name, number, value); });
+    add("fmt::sprintf", [](const std::string &name, int number, double value)
+        { return fmt::sprintf("%s/%d:%.3f", name, number, value); });
+#endif
+    row.Limit("malloc+copy", MallocAndCopyLimit(27));
+}
+
 void AddLong(size_t size)
 {
     const std::string from = Words(size - 8);
@@ -173,6 +231,8 @@ void AddLong(size_t size)
 void RegisterRows()
 {
     AddShort();
+    AddNameAndNumber();
+    AddFixed();
     AddLong(5000);
 }
 

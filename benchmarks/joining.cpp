@@ -69,6 +69,10 @@ void AddTwo()
     row.Add("std::filesystem", [p = SPieces<fs::path>()] { return (p.a / p.e).string(); });
 #if QV_BENCH_ABSL
     row.Add("absl::StrCat", [p = SPieces<std::string>()] { return absl::StrCat(p.a, "/", p.e); });
+    row.Add("absl::StrJoin",
+            [p = SPieces<std::string>()] {
+                return absl::StrJoin(std::initializer_list<absl::string_view>{p.a, p.e}, "/");
+            });
 #endif
 #if QV_BENCH_BOOST
     row.Add("boost::string", [p = SPieces<boost::container::string>()] { return p.a + '/' + p.e; });

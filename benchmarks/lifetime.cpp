@@ -1,9 +1,11 @@
 // Making a text, sharing it, and letting go of it: by size, from two threads, and in memory.
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <string>
 
 #include "support/limits.h"
+#include "support/plain_texts.h"
 #include "support/row.h"
 #include "support/texts.h"
 
@@ -42,6 +44,7 @@ void AddCreation(size_t size)
     row.Add("ours", [text, size] { return CString(text(), static_cast<u32>(size)); });
     row.Add("std::string", [text, size] { return std::string(text(), size); });
     row.Add("std::shared_ptr", [text, size] { return SharedText(std::make_shared<const std::string>(text(), size)); });
+    row.Add("counted_block", [text, size] { return CCountedText(text(), size); });
 #if QV_BENCH_ABSL
     row.Add("absl::Cord", [text, size] { return absl::Cord(absl::string_view(text(), size)); });
 #endif
@@ -61,6 +64,7 @@ void AddSharing(size_t size)
     row.Add("ours", [text = CString(from.c_str())] { return CString(text); });
     row.Add("std::string", [from] { return std::string(from); });
     row.Add("std::shared_ptr", [text = std::make_shared<const std::string>(from)] { return SharedText(text); });
+    row.Add("counted_block", [text = CCountedText(from.data(), size)] { return CCountedText(text); });
 #if QV_BENCH_ABSL
     row.Add("absl::Cord", [text = absl::Cord(from)] { return absl::Cord(text); });
 #endif
@@ -75,6 +79,46 @@ void AddSharing(size_t size)
     row.Limit("atomic_pair", AtomicPairLimit());
 }
 
+// A handle of a text that others have, too, and then one character more: the text has to be copied.
+void AddCopyWithOneMore(size_t size)
+{
+    const std::string from = Words(size);
+    CRow row("copy_append_1", size);
+    const auto add = [&row](const char *who, auto text, auto append)
+    {
+        row.Add(who,
+                [text = std::move(text), append]
+                {
+                    auto copy = text;
+                    append(copy);
+                    return copy;
+                });
+    };
+    add("ours", CString(from.c_str()), [](CString &text) { text.Append('x'); });
+    add("std::string", from, [](std::string &text) { text.push_back('x'); });
+    row.Add("std::string+reserve",
+            [from]
+            {
+                std::string copy;
+                copy.reserve(from.size() + 1);
+                copy += from;
+                copy.push_back('x');
+                return copy;
+            });
+    add("counted_block", CCountedText(from.data(), size), [](CCountedText &text) { text.Append('x'); });
+#if QV_BENCH_ABSL
+    add("absl::Cord", absl::Cord(from), [](absl::Cord &text) { text.Append(absl::string_view("x", 1)); });
+#endif
+#if QV_BENCH_BOOST
+    add("boost::string", boost::container::string(from.data(), from.size()),
+        [](boost::container::string &text) { text.push_back('x'); });
+#endif
+#if QV_BENCH_QT
+    add("QByteArray", QByteArray::fromStdString(from), [](QByteArray &text) { text.append('x'); });
+#endif
+    row.Limit("malloc+copy", MallocAndCopyLimit(size + 2));
+}
+
 // Handles of one text, copied and dropped by two threads: the row's size is the number of threads.
 void AddThreads()
 {
@@ -83,6 +127,7 @@ void AddThreads()
     row.AddThreads("ours", 2, [text = CString(from.c_str())] { return CString(text); });
     row.AddThreads("std::shared_ptr", 2,
                    [text = std::make_shared<const std::string>(from)] { return SharedText(text); });
+    row.AddThreads("counted_block", 2, [text = CCountedText(from.data(), from.size())] { return CCountedText(text); });
 #if QV_BENCH_BOOST
     row.AddThreads("boost::intrusive_ptr", 2,
                    [text = CountedText(new SCountedText(from))] { return CountedText(text); });
@@ -114,6 +159,7 @@ void AddCreationOfMany()
     const auto text = [from] { return from.data(); };
     add("ours", [text] { return CString(text(), 24); });
     add("std::string", [text] { return std::string(text(), 24); });
+    add("counted_block", [text] { return CCountedText(text(), 24); });
 #if QV_BENCH_ABSL
     add("absl::Cord", [text] { return absl::Cord(absl::string_view(text(), 24)); });
 #endif
@@ -124,6 +170,74 @@ void AddCreationOfMany()
     add("QByteArray", [text] { return QByteArray(text(), 24); });
 #endif
     row.Limit("malloc+copy", MallocAndCopyManyLimit(std::vector<size_t>(kCount, 24)));
+}
+
+template <typename Text>
+size_t LengthOf(const Text &text)
+{
+    return text.size();
+}
+
+size_t LengthOf(const CString &text)
+{
+    return text.Length();
+}
+
+size_t LengthOf(const SharedText &text)
+{
+    return text->size();
+}
+
+// Different texts of lengths that come in no order, each dropped before the next one is made: neither a branch predictor
+// nor one warm block does.
+void AddCreationOfMixed(size_t count)
+{
+    const std::vector<std::string> names = Names(count);
+    std::vector<size_t> sizes;
+    for (const std::string &name : names)
+        sizes.push_back(name.size() + 1);
+    CRow row("create_destroy_mixed", count);
+    const auto add = [&row, &names](const char *who, auto make)
+    {
+        row.Add(who,
+                [names, make]
+                {
+                    size_t total = 0;
+                    for (const std::string &name : names)
+                    {
+                        auto text = make(name.data(), name.size());
+                        benchmark::DoNotOptimize(text);
+                        total += LengthOf(text);
+                    }
+                    return total;
+                });
+    };
+    add("ours", [](const char *text, size_t size) { return CString(text, static_cast<u32>(size)); });
+    add("std::string", [](const char *text, size_t size) { return std::string(text, size); });
+    add("std::shared_ptr",
+        [](const char *text, size_t size) { return SharedText(std::make_shared<const std::string>(text, size)); });
+    add("counted_block", [](const char *text, size_t size) { return CCountedText(text, size); });
+#if QV_BENCH_ABSL
+    add("absl::Cord", [](const char *text, size_t size) { return absl::Cord(absl::string_view(text, size)); });
+#endif
+#if QV_BENCH_BOOST
+    add("boost::string", [](const char *text, size_t size) { return boost::container::string(text, size); });
+#endif
+#if QV_BENCH_QT
+    add("QByteArray", [](const char *text, size_t size) { return QByteArray(text, static_cast<int>(size)); });
+#endif
+    row.Limit("malloc+copy",
+              [from = MakeBuffer(64), sizes]
+              {
+                  for (const size_t size : sizes)
+                  {
+                      char *const block = static_cast<char *>(std::malloc(size));
+                      std::memcpy(block, from.get(), size);
+                      benchmark::DoNotOptimize(block);
+                      std::free(block);
+                  }
+                  return sizes.size();
+              });
 }
 
 // Bytes of memory that the process has touched, files that it has mapped left out; 0 where nobody tells.
@@ -162,6 +276,7 @@ void AddMemory(size_t count)
     add("ours", [](const std::string &text) { return CString(text.c_str()); });
     add("std::string", [](const std::string &text) { return text; });
     add("std::shared_ptr", [](const std::string &text) { return std::make_shared<const std::string>(text); });
+    add("counted_block", [](const std::string &text) { return CCountedText(text.data(), text.size()); });
 #if QV_BENCH_ABSL
     add("absl::Cord", [](const std::string &text) { return absl::Cord(text); });
 #endif
@@ -183,8 +298,11 @@ void RegisterRows()
         AddCreation(size);
     for (const size_t size : {24u, 64u, 256u, 1024u})
         AddSharing(size);
+    for (const size_t size : {8u, 24u, 64u})
+        AddCopyWithOneMore(size);
     AddThreads();
     AddCreationOfMany();
+    AddCreationOfMixed(1024);
     AddMemory(100000);
 }
 

@@ -249,6 +249,24 @@ void AddPair(size_t length)
     row.Limit("read", ReadLimit(2 * length));
 }
 
+// Which characters match, beside how well the texts match.
+void AddPositions(size_t length)
+{
+    const SPair pair = MakePair(length);
+    const CString query(pair.m_Query.c_str());
+    const CString other(pair.m_Other.c_str());
+    CRow row("fuzzy_positions", length);
+    row.Add("ours",
+            [query, other]
+            {
+                TArray<u32> positions;
+                static_cast<void>(query.FuzzyMatchPositions(other, positions));
+                return positions;
+            });
+    row.Otherwise("FuzzyMatch", [query, other] { return query.FuzzyMatch(other); });
+    row.Limit("read", ReadLimit(2 * length));
+}
+
 struct SList
 {
     explicit SList(size_t count) : m_Names(Names(count))
@@ -353,6 +371,13 @@ void AddTop(const std::shared_ptr<SList> &list)
                     indices.push_back(name.m_IndexInStringList);
                 return indices;
             });
+    row.Otherwise("FuzzyMatchList",
+                  [list, query = CString(kQuery), weights = std::vector<float>(list->m_Names.size())]() mutable
+                  {
+                      query.FuzzyMatchList(list->View(),
+                                           TMemoryView<float>(weights.data(), static_cast<u32>(weights.size())));
+                      return weights.data();
+                  });
     row.Add("bit-parallel", [list] { return BestOf(Candidates(list->m_Names, CBitParallel(kQuery))); });
     row.Add("recurrence",
             [list, plain = CPlain()]() mutable {
@@ -393,6 +418,8 @@ void RegisterRows()
 {
     for (const size_t length : {12u, 100u, 1000u, 10000u})
         AddPair(length);
+    for (const size_t length : {12u, 100u, 1000u, 10000u})
+        AddPositions(length);
     const auto list = std::make_shared<SList>(100000);
     AddList(list);
     AddTop(list);

@@ -21,6 +21,8 @@ using namespace Quorvane;
 // In no header.
 constexpr char kCharacter = '\x01';
 const std::string kNeedle = "zebra crossing";
+// In no header, though both of its letters are.
+const std::string kShortNeedle = "qj";
 
 // The place of what was found, or -1, whatever says so.
 s64 Place(const char *text, const void *found)
@@ -182,7 +184,7 @@ void AddHardTexts(size_t size)
     last.Limit("read", ReadLimit(size));
 }
 
-void AddRows(size_t size)
+void AddCharacters(size_t size)
 {
     const std::string text = HeaderText(size);
     std::string marked = text;
@@ -192,6 +194,11 @@ void AddRows(size_t size)
     std::reverse(marked.begin(), marked.end());
     AddLast("find_last_char", marked);
     AddLast("find_last_char_missing", text);
+}
+
+void AddTexts(size_t size)
+{
+    const std::string text = HeaderText(size);
     const std::string withNeedle = text.substr(0, size - kNeedle.size()) + kNeedle;
     AddText("find_text", withNeedle, kNeedle, &FirstToTerminator);
     AddText("find_text_missing", text, kNeedle, &FirstToTerminator);
@@ -201,14 +208,18 @@ void AddRows(size_t size)
     AddTextInAnyCase("find_text_nocase_missing", text, "ZEBRA Crossing");
     AddLastText("find_last_text", kNeedle + text.substr(0, size - kNeedle.size()), kNeedle);
     AddLastText("find_last_text_missing", text, kNeedle);
+    AddText("find_text_short", text.substr(0, size - kShortNeedle.size()) + kShortNeedle, kShortNeedle,
+            &FirstToTerminator);
 }
 
 } // namespace
 
 void RegisterRows()
 {
+    for (const size_t size : {16u, 64u, 256u, 65536u, 655360u, 6553600u})
+        AddCharacters(size);
     for (const size_t size : {64u, 65536u, 655360u, 6553600u})
-        AddRows(size);
+        AddTexts(size);
     for (const size_t size : {65536u, 655360u, 6553600u})
         AddHardTexts(size);
 }

@@ -1,6 +1,7 @@
 // Cutting a text into pieces: by a character, by a set of characters, by a predicate; into views and into strings, or one at
 // a time. The text is 1 MiB of headers, without empty lines where empty pieces would make a difference, or of words.
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -17,6 +18,7 @@ namespace
 
 using namespace Quorvane;
 
+constexpr size_t kSize = 1048576;
 const char kSet[] = " \t\n,;()";
 
 const auto IsSeparator = [](char c)
@@ -65,6 +67,25 @@ std::vector<Piece> SplitAtPredicate(const std::string &text, bool keepsEmpty)
     const auto find = [&text](size_t from)
     { return std::find_if(text.data() + from, text.data() + text.size(), IsSeparator) - text.data(); };
     return SplitWith<Piece>(text, keepsEmpty, [&find](size_t from) { return static_cast<size_t>(find(from)); });
+}
+
+// A separator is one to a table, as people write it who know that a set has few characters.
+std::vector<std::string> SplitAtTable(const std::string &text)
+{
+    static const std::array<bool, 256> isSeparator = []
+    {
+        std::array<bool, 256> table = {};
+        for (size_t c = 0; c < table.size(); ++c)
+            table[c] = IsSeparator(static_cast<char>(c));
+        return table;
+    }();
+    return SplitWith<std::string>(text, true,
+                                  [&text](size_t from)
+                                  {
+                                      while (from < text.size() && !isSeparator[static_cast<unsigned char>(text[from])])
+                                          ++from;
+                                      return from;
+                                  });
 }
 
 std::vector<size_t> Sizes(const std::vector<std::string> &pieces)
@@ -294,7 +315,43 @@ void AddStrings(size_t size)
     row.Limit("malloc+copy", MallocAndCopyManyLimit(Sizes(SplitAtCharacter<std::string>(text))));
 }
 
-// Empty pieces are kept.
+#if QV_BENCH_BOOST
+void AddBoostPeersOfSet(CRow &row, const std::string &text)
+{
+    row.Add("boost::split",
+            [text]
+            {
+                std::vector<std::string> pieces;
+                boost::split(pieces, text, boost::is_any_of(kSet));
+                return pieces;
+            });
+    row.Add("boost::tokenizer",
+            [text]
+            {
+                const boost::char_separator<char> separator(kSet, "", boost::keep_empty_tokens);
+                const boost::tokenizer<boost::char_separator<char>> tokens(text, separator);
+                return std::vector<std::string>(tokens.begin(), tokens.end());
+            });
+}
+#endif
+
+#if QV_BENCH_RE2
+void AddRe2ToSet(CRow &row, const std::string &text)
+{
+    row.Add("re2::FindAndConsume",
+            [text, pattern = std::make_shared<re2::RE2>("([^ \\t\\n,;()]*)(?:[ \\t\\n,;()]|\\z)")]
+            {
+                std::vector<std::string> pieces;
+                re2::StringPiece rest(text);
+                std::string piece;
+                while (!rest.empty() && re2::RE2::Consume(&rest, *pattern, &piece))
+                    pieces.push_back(piece);
+                return pieces;
+            });
+}
+#endif
+
+// Empty pieces are kept. The largest text is left to those that are quick.
 void AddSet(size_t size)
 {
     const std::string text = Lines(size);
@@ -310,36 +367,17 @@ void AddSet(size_t size)
             });
     row.Add("std::find_first_of", [text] { return SplitAtSet(text); });
     row.Add("std::find_if", [text] { return SplitAtPredicate<std::string>(text, true); });
+    row.Add("table", [text] { return SplitAtTable(text); });
 #if QV_BENCH_ABSL
     row.Add("absl::StrSplit", [text] { return std::vector<std::string>(absl::StrSplit(text, absl::ByAnyChar(kSet))); });
 #endif
 #if QV_BENCH_BOOST
-    row.Add("boost::split",
-            [text]
-            {
-                std::vector<std::string> pieces;
-                boost::split(pieces, text, boost::is_any_of(kSet));
-                return pieces;
-            });
-    row.Add("boost::tokenizer",
-            [text]
-            {
-                const boost::char_separator<char> separator(kSet, "", boost::keep_empty_tokens);
-                const boost::tokenizer<boost::char_separator<char>> tokens(text, separator);
-                return std::vector<std::string>(tokens.begin(), tokens.end());
-            });
+    if (size <= kSize)
+        AddBoostPeersOfSet(row, text);
 #endif
 #if QV_BENCH_RE2
-    row.Add("re2::FindAndConsume",
-            [text, pattern = std::make_shared<re2::RE2>("([^ \\t\\n,;()]*)(?:[ \\t\\n,;()]|\\z)")]
-            {
-                std::vector<std::string> pieces;
-                re2::StringPiece rest(text);
-                std::string piece;
-                while (!rest.empty() && re2::RE2::Consume(&rest, *pattern, &piece))
-                    pieces.push_back(piece);
-                return pieces;
-            });
+    if (size <= kSize)
+        AddRe2ToSet(row, text);
 #endif
     row.Limit("malloc+copy", MallocAndCopyManyLimit(Sizes(SplitAtSet(text))));
 }
@@ -404,11 +442,13 @@ void AddPredicateViews(size_t size)
 
 void RegisterRows()
 {
-    constexpr size_t kSize = 1048576;
     AddViews(kSize);
     AddViewsOfView(kSize);
     AddStrings(kSize);
-    AddSet(kSize);
+    for (const size_t size : {kSize / 10 + 1, kSize})
+        AddSet(size);
+    if (!Once())
+        AddSet(10 * kSize);
     AddPredicate(kSize);
     AddPredicateViews(kSize);
     AddPieces("pieces_words", Words(kSize), ' ');

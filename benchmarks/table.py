@@ -4,7 +4,8 @@
     table.py [--markdown] [--goals FILE] RESULT.json...
 
 Benchmarks are named <row>/<size>/<who>. Of the repetitions of each the smallest counts. `ours` is compared with the
-fastest peer; `limit:<what>` is what the machine allows. benchmarks/README.md explains the columns.
+fastest peer; `limit:<what>` is what the machine allows, `ours:<what>` another operation of ours. benchmarks/README.md
+explains the columns.
 """
 import argparse
 import json
@@ -13,6 +14,7 @@ import sys
 
 OURS = "ours"
 LIMIT = "limit:"
+OTHERWISE = "ours:"
 BASELINE = "baseline"
 UNITS = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
 # Sizes this far apart (and a little) make a pair of the growth table.
@@ -64,12 +66,27 @@ class Figures:
     def of(self, key):
         return self.smallest.get(key, {})
 
+    def kept(self):
+        """All figures as lists of [row, size, in bytes, {who: figure}], in the order of the rows, to be written to a file."""
+        return [[*key, key in self.in_bytes, {who: float("%.4g" % value) for who, value in self.of(key).items()}]
+                for key in self.rows]
+
+    @classmethod
+    def of_kept(cls, lines):
+        figures = cls()
+        for place, (row, size, in_bytes, known) in enumerate(lines):
+            figures.smallest[(row, size)] = known
+            figures.first_seen.setdefault(row, place)
+            if in_bytes:
+                figures.in_bytes.add((row, size))
+        return figures
+
     def peers(self, key, names=()):
-        """The peers, or those named, limits among them only when named."""
+        """The peers, or those named; limits and other operations of ours only when named."""
         return {
             who: value
             for who, value in self.of(key).items()
-            if who not in (OURS, BASELINE) and (who in names if names else not who.startswith(LIMIT))
+            if who not in (OURS, BASELINE) and (who in names if names else not who.startswith((LIMIT, OTHERWISE)))
         }
 
     def best_peer(self, key, names=()):
@@ -90,18 +107,23 @@ class Goals:
     def __init__(self, lines=()):
         self.ratios = []
         self.growths = []
+        groups = {}
         for line in lines:
             words = line.split("#")[0].split()
             if not words:
                 continue
-            if words[0] == "growth":
+            if words[0] == "group":
+                groups[words[1]] = words[2].split(",")
+            elif words[0] == "growth":
                 self.growths.append((words[1], words[2], float(words[3])))
             else:
-                peers = tuple(words[3].split(",")) if len(words) > 3 else ()
-                self.ratios.append((words[0], words[1], float(words[2]), peers))
+                named = words[3].split(",") if len(words) > 3 else []
+                peers = tuple(peer for name in named for peer in groups.get(name, [name]))
+                self.ratios.append((words[0], words[1], float(words[2]), peers, " or ".join(named)))
 
     def of(self, key):
-        return [(goal, peers) for row, size, goal, peers in self.ratios if row == key[0] and size in ("*", str(key[1]))]
+        """[(goal, peers that it is about, what they are called)]; no peers: all of them."""
+        return [goal for row, size, *goal in self.ratios if row == key[0] and size in ("*", str(key[1]))]
 
     def of_growth(self, key):
         return next((goal for row, size, goal in self.growths if row == key[0] and size in ("*", str(key[1]))), None)
@@ -146,11 +168,9 @@ def verdict(figures, key, goals):
     """("<= 0.6, ...", "yes") of all goals of a row that can be judged: `no` when one is missed."""
     wanted = []
     held = []
-    for goal, names in goals.of(key):
-        note = "" if not names else " of " + (names[0] if len(names) == 1 else "sharers")
-        wanted.append("<= %g%s" % (goal, note))
-        best = figures.best_peer(key, names)
-        ratio = divide(figures.ours(key), best[1] if best else None)
+    for goal, names, called in goals.of(key):
+        wanted.append("<= %g%s" % (goal, " of " + called if called else ""))
+        ratio = goal_ratio(figures, key, names)
         if ratio is not None:
             held.append(ratio <= goal + 0.005)
     answer = "" if not wanted else "?" if not held else "yes" if all(held) else "no"
@@ -195,6 +215,56 @@ def growth_table(figures, goals):
         lines.append([
             row, str(size), str(larger[1]), "%.1f" % grows, show_growth(peers), show_growth(limits),
             "" if goal is None else "<= %g" % goal, "" if goal is None else "yes" if grows <= goal + 0.05 else "no"])
+    return lines
+
+
+def goal_ratio(figures, key, names):
+    """Ours divided by the best of the peers named; None where either was not measured."""
+    best = figures.best_peer(key, names)
+    return divide(figures.ours(key), best[1] if best else None)
+
+
+def growth_ratio(figures, key):
+    """What ten times the size cost; None where one of them was not measured."""
+    return next((divide(figures.ours(larger), figures.ours(key)) for row, size, step, larger in growth_pairs(figures)
+                 if (row, size) == key and step == GROWTH_STEPS[0]), None)
+
+
+def verdicts(values, goal, slack, layout):
+    """A cell for each of the values, one of a kind, in bold where it misses the goal."""
+    return [MISSING if value is None else layout % value if value <= goal + slack else "**%s**" % (layout % value)
+            for value in values]
+
+
+def is_met(cell):
+    return cell != MISSING and not cell.startswith("**")
+
+
+def goals_table(kept, goals):
+    """A line for each goal and size, in the order of goals.txt: what each kind of processor measured, and which of them meet
+    it. `kept` is a list of (title, figures)."""
+    titles = [title for title, _ in kept]
+    every = sorted({key for _, figures in kept for key in figures.rows})
+    lines = [["row", "size", "goal"] + titles + ["met on"]]
+
+    def add(row, key, goal, cells):
+        judged = [cell for cell in cells if cell != MISSING]
+        if not judged:
+            return
+        met = [title for title, cell in zip(titles, cells) if is_met(cell)]
+        lines.append([row, str(key[1]), goal] + cells +
+                     ["all" if len(met) == len(judged) else "none" if not met else "; ".join(met)])
+
+    for row, size, goal, names, called in goals.ratios:
+        for key in every:
+            if row == key[0] and size in ("*", str(key[1])):
+                values = [goal_ratio(figures, key, names) for _, figures in kept]
+                add(row, key, "<= %g%s" % (goal, " of " + called if called else ""), verdicts(values, goal, 0.005, "%.2f"))
+    for row, size, goal in goals.growths:
+        for key in every:
+            if row == key[0] and size in ("*", str(key[1])):
+                values = [growth_ratio(figures, key) for _, figures in kept]
+                add("growth " + row, key, "<= %g" % goal, verdicts(values, goal, 0.05, "%.1f"))
     return lines
 
 

@@ -91,6 +91,13 @@ public:
         return *this;
     }
 
+    // Another operation of ours, to compare this one with; no peer: only goals that name it judge by it.
+    template <typename Body>
+    CRow &Otherwise(const char *what, Body body)
+    {
+        return Other((std::string("ours:") + what).c_str(), std::move(body));
+    }
+
     // The same body on several threads at once, which share what it has captured.
     template <typename Body>
     CRow &AddThreads(const char *who, int threads, Body body)
