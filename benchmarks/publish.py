@@ -1,12 +1,16 @@
 #!/usr/bin/env python3
-"""Writes a run of the benchmarks into docs/performance.md, between its markers, with pictures in docs/performance/.
+"""Writes a run of the benchmarks into docs/performance.md, as the part of the machine's kind of processor.
 
     publish.py BUILD [PLAIN]
+    publish.py --goals
 
 BUILD is the folder of the build that was measured, with its results in results/; PLAIN one with plain compiler flags, of
-which only the table is shown. What people wrote around the markers stays.
+which only the table is shown. What other kinds of processors have there stays, and what people wrote around the markers.
+The figures are kept in docs/performance/<kind>/figures.json, with the pictures beside them; from the figures of all kinds
+the table of goals is made. --goals makes that table anew and nothing else, for goals that have changed.
 """
 import datetime
+import glob
 import json
 import os
 import platform
@@ -15,15 +19,17 @@ import shutil
 import subprocess
 import sys
 
+import kinds
 import plots
 import table
 
-BEGIN = "<!-- measured: begin -->"
-END = "<!-- measured: end -->"
+SUBJECT = "measured"
+GOALS = "goals"
+FIGURES = "figures.json"
 PEERS = ("libabsl-dev", "libboost-dev", "libfmt-dev", "libre2-dev", "qtbase5-dev", "libbenchmark-dev")
 PROJECT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 PAGE = os.path.join(PROJECT, "docs", "performance.md")
-PICTURES = os.path.join(PROJECT, "docs", "performance")
+KEPT = os.path.join(PROJECT, "docs", "performance")
 
 
 def output_of(*command):
@@ -48,7 +54,7 @@ def cached(build, name):
 
 
 def machine(context):
-    model = first_match("/proc/cpuinfo", r"^model name\s*:\s*(.*)$") or platform.machine()
+    _, model = kinds.of_machine()
     system = first_match("/etc/os-release", r'^PRETTY_NAME="?([^"\n]*)') or platform.system()
     load = ", ".join("%.1f" % value for value in context.get("load_avg", []))
     caches = ", ".join("L%d%s %d KiB" % (cache["level"], cache["type"][0].lower() if cache["level"] == 1 else "",
@@ -72,6 +78,7 @@ def versions():
 
 
 def facts(build, context):
+    """[(what, value)] of a run."""
     compiler = output_of(cached(build, "CMAKE_CXX_COMPILER") or "c++", "--version").split("\n")[0]
     revision = output_of("git", "rev-parse", "--short=12", "HEAD")
     date = datetime.datetime.now(datetime.timezone.utc).strftime("%Y-%m-%d")
@@ -79,7 +86,7 @@ def facts(build, context):
     known += [("compiler", compiler), ("flags", build_flags(build)), ("peers", versions())]
     if revision:
         known.append(("revision", revision))
-    return table.as_markdown([["what", "value"]] + [list(fact) for fact in known])
+    return known
 
 
 def results_of(build):
@@ -94,22 +101,25 @@ def read(path):
         return json.load(stream)
 
 
-def pictures(results):
-    """Draws, and gives the lines that show what was drawn."""
+def wanted_goals():
+    with open(os.path.join(PROJECT, "benchmarks", "goals.txt"), encoding="utf-8") as stream:
+        return table.Goals(stream)
+
+
+def pictures(results, folder):
+    """Draws into the folder of the kind, and gives the lines that show what was drawn."""
     if shutil.which("gnuplot") is None:
         print("without gnuplot: no pictures", file=sys.stderr)
         return ""
-    plots.main([PICTURES] + results)
+    plots.main([folder] + results)
     names = [os.path.splitext(os.path.basename(result))[0] for result in results] + ["growth"]
-    drawn = [name for name in names if os.path.exists(os.path.join(PICTURES, name + ".svg"))]
-    return "\n\n".join("![%s](performance/%s.svg)" % (name, name) for name in drawn)
+    drawn = [name for name in names if os.path.exists(os.path.join(folder, name + ".svg"))]
+    return "\n\n".join("![%s](performance/%s/%s.svg)" % (name, os.path.basename(folder), name) for name in drawn)
 
 
-def tables(results):
+def tables(figures):
     """The lines of a run: (verdict, ratios, growth)."""
-    figures = table.load(results)
-    with open(os.path.join(PROJECT, "benchmarks", "goals.txt"), encoding="utf-8") as stream:
-        goals = table.Goals(stream)
+    goals = wanted_goals()
     ratios = table.main_table(figures, goals)
     growth = table.growth_table(figures, goals)
     met, missed = (sum(pair) for pair in zip(table.tally(ratios), table.tally(growth)))
@@ -117,23 +127,55 @@ def tables(results):
     return said, table.as_markdown(ratios), table.as_markdown(growth)
 
 
-def measured(builds):
+def measured(builds, title, known, figures, folder):
+    """The part of a kind."""
     results = results_of(builds[0])
     first = read(results[0])
     repetitions = max(entry.get("repetitions", 1) for entry in first["benchmarks"])
     processes = first["context"].get("processes", 1)
-    said, ratios, growth = tables(results)
+    said, ratios, growth = tables(figures)
     parts = [
-        "## The machine", facts(builds[0], first["context"]),
-        "## The table", "The smallest of %d repetitions in each of %d processes. %s" % (repetitions, processes, said),
+        "## " + title,
+        table.as_markdown([["what", "value"]] + [list(fact) for fact in known]),
+        "### The table", "The smallest of %d repetitions in each of %d processes. %s" % (repetitions, processes, said),
         ratios,
-        "## Growth", "What 10 and 100 times the size cost.", growth,
-        "## Pictures", pictures(results),
+        "### Growth", "What 10 and 100 times the size cost.", growth,
+        "### Pictures", pictures(results, folder),
     ]
     for plain in builds[1:]:
-        said, ratios, _ = tables(results_of(plain))
-        parts += ["## The table with plain flags", "Flags: %s. %s" % (build_flags(plain), said), ratios]
+        said, ratios, _ = tables(table.load(results_of(plain)))
+        parts += ["### The table with plain flags", "Flags: %s. %s" % (build_flags(plain), said), ratios]
     return "\n\n".join(part for part in parts if part)
+
+
+def keep(folder, title, known, figures):
+    """Writes the figures of a kind, a row to a line."""
+    lines = ",\n".join("  " + json.dumps(line) for line in figures.kept())
+    os.makedirs(folder, exist_ok=True)
+    with open(os.path.join(folder, FIGURES), "w", encoding="utf-8") as stream:
+        stream.write('{\n "kind": %s,\n "facts": %s,\n "figures": [\n%s\n ]\n}\n' % (
+            json.dumps(title), json.dumps(known), lines))
+
+
+def all_kept():
+    """[(title, figures)] of all kinds, in the order of their words."""
+    kept = [read(path) for path in sorted(glob.glob(os.path.join(KEPT, "*", FIGURES)))]
+    return [(kind["kind"], table.Figures.of_kept(kind["figures"])) for kind in kept]
+
+
+def goals_part(kept, goals):
+    """The table of goals and its summary. `kept` as all_kept() gives it."""
+    lines = table.goals_table(kept, goals)
+    said = []
+    for column, (title, _) in enumerate(kept, 3):
+        cells = [line[column] for line in lines[1:] if line[column] != table.MISSING]
+        said.append("%s: %d of %d" % (title, sum(map(table.is_met, cells)), len(cells)))
+    said.append("on every kind that measured the row: %d of %d" % (sum(line[-1] == "all" for line in lines), len(lines) - 1))
+    return "\n\n".join([
+        "## The goals, by kind of processor",
+        "Our time divided by that of the best peer, or of the peers that the goal is about; in bold where the goal is missed, "
+        "and %s where the row or its peers were not measured. Rows of `growth` say what 10 times the size cost. Goals met: %s."
+        % (table.MISSING, "; ".join(said)), table.as_markdown(lines)])
 
 
 def main(arguments):
@@ -142,14 +184,17 @@ def main(arguments):
         return 2
     with open(PAGE, encoding="utf-8") as stream:
         page = stream.read()
-    if page.count(BEGIN) != 1 or page.count(END) != 1 or page.index(BEGIN) > page.index(END):
-        print("%s: has not one %s before one %s" % (PAGE, BEGIN, END), file=sys.stderr)
-        return 1
-    before, rest = page.split(BEGIN)
-    after = rest.split(END)[1]
-    written = "%s%s\n\n%s\n\n%s%s" % (before, BEGIN, measured(arguments), END, after)
+    if arguments != ["--goals"]:
+        kind, title = kinds.of_machine()
+        folder = os.path.join(KEPT, kind)
+        results = results_of(arguments[0])
+        known = facts(arguments[0], read(results[0])["context"])
+        figures = table.load(results)
+        keep(folder, title, known, figures)
+        page = kinds.with_part(page, SUBJECT, kind, measured(arguments, title, known, figures, folder))
+    page = kinds.with_part(page, SUBJECT, GOALS, goals_part(all_kept(), wanted_goals()))
     with open(PAGE, "w", encoding="utf-8") as stream:
-        stream.write(written)
+        stream.write(page)
     print("written: docs/performance.md, docs/performance/")
     return 0
 

@@ -13,6 +13,7 @@ import sys
 import time
 
 sys.path.insert(0, os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+import kinds  # noqa: E402  pylint: disable=wrong-import-position
 import plots  # noqa: E402  pylint: disable=wrong-import-position,unused-import
 import publish  # noqa: E402  pylint: disable=wrong-import-position
 import table  # noqa: E402  pylint: disable=wrong-import-position
@@ -141,11 +142,7 @@ def facts(command, further=()):
 
 def publish_between(page, word, text):
     """Puts the text into a page, between its markers for the word."""
-    begin, end = "<!-- %s: begin -->" % word, "<!-- %s: end -->" % word
     with open(page, encoding="utf-8") as stream:
         content = stream.read()
-    if content.count(begin) != 1 or content.count(end) != 1 or content.index(begin) > content.index(end):
-        raise RuntimeError("%s: has not one %s before one %s" % (page, begin, end))
-    before, rest = content.split(begin)
     with open(page, "w", encoding="utf-8") as stream:
-        stream.write(before + begin + "\n\n" + text.strip() + "\n\n" + end + rest.split(end)[1])
+        stream.write(kinds.with_text(content, word, text))
