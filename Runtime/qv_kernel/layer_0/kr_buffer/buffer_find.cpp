@@ -40,7 +40,8 @@ const char *SNativeStringUtils::Find(const char *data, u32 length, const char *n
     if (needleLength == 1)
         return static_cast<const char *>(__builtin_memchr(data, *needle, length));
     const SNeedle rareFirst = NeedleFor(length, needle, needleLength);
-    const SPairFound found = QV_SIMD_CALL(length >= kMinWideLength, FindPair(ToBytes(data), length, rareFirst));
+    const SPairFound found = QV_SIMD_CALL_WIDEST(length >= kMinWidestLength, length >= kMinWideLength,
+                                                 FindPair(ToBytes(data), length, rareFirst));
     return Finish<SCaseMatters>(found, data, length, needle, needleLength);
 }
 
@@ -52,7 +53,8 @@ const char *SNativeStringUtils::FindCase(const char *data, u32 length, const cha
     if (needleLength > length)
         return nullptr;
     const SNeedle rareFirst = NeedleFor(length, needle, needleLength);
-    const SPairFound found = QV_SIMD_CALL(length >= kMinWideLength, FindPairCase(ToBytes(data), length, rareFirst));
+    const SPairFound found = QV_SIMD_CALL_WIDEST(length >= kMinWidestLength, length >= kMinWideLength,
+                                                 FindPairCase(ToBytes(data), length, rareFirst));
     return Finish<SCaseIgnored>(found, data, length, needle, needleLength);
 }
 
@@ -62,7 +64,8 @@ const char *SNativeStringUtils::FindLast(const char *data, u32 length, char char
         return nullptr;
     if (length < kMinWideLength || !Internal::Simd::HasWideInstructions())
         return PortFindLast(data, length, character);
-    const u32 last = Wide::LastOfByte(ToBytes(data), length, static_cast<u8>(character));
+    const u8 *const text = ToBytes(data);
+    const u32 last = QV_SIMD_CALL_WIDEST(true, true, LastOfByte(text, length, static_cast<u8>(character)));
     return last != length ? data + last : nullptr;
 }
 
@@ -81,8 +84,8 @@ const char *FindInTerminated(const char *text, u32 length, const char *needle) n
     if (needleLength > length)
         return nullptr;
     const SNeedle rareFirst = NeedleFor(length, needle, static_cast<u32>(needleLength));
-    const SPairFound found =
-        QV_SIMD_CALL(length >= kMinWideLength, FindPairTerminated(ToBytes(text), length, rareFirst));
+    const SPairFound found = QV_SIMD_CALL_WIDEST(length >= kMinWidestLength, length >= kMinWideLength,
+                                                 FindPairTerminated(ToBytes(text), length, rareFirst));
     // No terminator stands before the place of giving up.
     if (found.m_Outcome == PairFound_GaveUp)
         return FindTwoWay<SCaseMatters>(text + found.m_Place, std::strlen(text + found.m_Place), needle, needleLength);

@@ -33,7 +33,8 @@ const char *FindLastInCounted(const char *text, u32 length, const char *needle,
     if (needleLength == 1)
         return SNativeStringUtils::FindLast(text, length, *needle);
     const SNeedle rareFirst = NeedleFor(length, needle, needleLength);
-    const SPairFound found = QV_SIMD_CALL(length >= kMinWideLength, FindLastPair(ToBytes(text), length, rareFirst));
+    const SPairFound found = QV_SIMD_CALL_WIDEST(length >= kMinWidestLength, length >= kMinWideLength,
+                                                 FindLastPair(ToBytes(text), length, rareFirst));
     return FinishBackwards<SCaseMatters>(found, text, needle, needleLength);
 }
 
@@ -43,7 +44,8 @@ const char *FindLastInCountedCase(const char *text, u32 length, const char *need
     if (needleLength > length)
         return nullptr;
     const SNeedle rareFirst = NeedleFor(length, needle, needleLength);
-    const SPairFound found = QV_SIMD_CALL(length >= kMinWideLength, FindLastPairCase(ToBytes(text), length, rareFirst));
+    const SPairFound found = QV_SIMD_CALL_WIDEST(length >= kMinWidestLength, length >= kMinWideLength,
+                                                 FindLastPairCase(ToBytes(text), length, rareFirst));
     return FinishBackwards<SCaseIgnored>(found, text, needle, needleLength);
 }
 

@@ -24,14 +24,16 @@ namespace Quorvane::Internal::Buffer
 
 // Shorter texts do not ask what the machine has: the check costs more than it saves.
 constexpr u32 kMinWideLength = 48;
+constexpr u32 kMinWidestLength = 512;
 
-// What to look for, and which two of its characters to look for first: by index, the same one in a needle of one.
+// What to look for, and which three of its characters to look for first: by index, some the same in a short needle.
 struct SNeedle
 {
     const u8 *m_Bytes;
     u32 m_Length;
     u32 m_First;
     u32 m_Second;
+    u32 m_Third;
 };
 
 // How a search for a needle ended: at its first place, nowhere, or without an answer, which only a search from

@@ -13,7 +13,9 @@
 // aligned; the padded forms do not insist on it, so that an allocator that breaks its promise costs a report where
 // alignment is checked, and no crash here.
 //
-// A mask is a block whose bytes are 0xFF where something holds and 0 where it does not. Byte 0 is the one at the lowest
+// kBoundedIsCheap tells whether those of a whole block's bytes or less cost no more than the padded ones.
+//
+// A mask, of the type CMask, is a block whose bytes are 0xFF where something holds and 0 where it does not. Byte 0 is the one at the lowest
 // address, on machines of either byte order. Bits() gives a mask as an integer with one bit for each byte, byte i at bit
 // i * kBitsPerByte, as is cheapest to get; DenseBits() has byte i at bit i in every form, so that the bits of several
 // blocks can be put together. Where kHasBitGather, an instruction gives them at once.
@@ -91,7 +93,9 @@ struct QV_INTERNAL_HIDDEN SBlockPortable
     static constexpr u32 kBitsPerByte = 1;
     static constexpr bool kHasBitGather = false;
     static constexpr bool kHasLookUp = false;
+    static constexpr bool kBoundedIsCheap = false;
     using CTail = SBlockPortable;
+    using CMask = SBlockPortable;
 
     // Counts the bytes that masks mark.
     struct SCounter
@@ -258,7 +262,9 @@ struct SBlockSse2
     static constexpr u32 kBitsPerByte = 1;
     static constexpr bool kHasBitGather = true;
     static constexpr bool kHasLookUp = false;
+    static constexpr bool kBoundedIsCheap = false;
     using CTail = SBlockSse2;
+    using CMask = SBlockSse2;
 
     struct SCounter
     {
@@ -369,11 +375,13 @@ struct SBlockNeon
     static constexpr u32 kBitsPerByte = 4;
     static constexpr bool kHasBitGather = false;
     static constexpr bool kHasLookUp = false;
+    static constexpr bool kBoundedIsCheap = false;
 
     // Not within the functions, as above.
     QV_INTERNAL_HIDDEN static constexpr u8 kIndices[kBytes] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15};
     QV_INTERNAL_HIDDEN static constexpr u8 kPlaces[kBytes] = {1, 2, 4, 8, 16, 32, 64, 128, 1, 2, 4, 8, 16, 32, 64, 128};
     using CTail = SBlockNeon;
+    using CMask = SBlockNeon;
 
     struct SCounter
     {

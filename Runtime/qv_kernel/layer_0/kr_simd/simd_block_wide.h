@@ -33,7 +33,9 @@ struct SBlockAvx2
     static constexpr u32 kBitsPerByte = 1;
     static constexpr bool kHasBitGather = true;
     static constexpr bool kHasLookUp = true;
+    static constexpr bool kBoundedIsCheap = false;
     using CTail = SBlockSse2;
+    using CMask = SBlockAvx2;
 
     struct SCounter
     {

@@ -49,7 +49,9 @@
 // a hypervisor, and some instructions then do something else instead of failing. LZCNT is such a one, and not in the
 // lists for want of a question that all compilers know.
 #define QV_SIMD_WIDE_EXTENSIONS(first, next) first("avx2") next("bmi") next("bmi2") next("popcnt")
-#define QV_SIMD_WIDEST_EXTENSIONS(first, next) QV_SIMD_WIDE_EXTENSIONS(first, next) next("avx512f") next("avx512bw")
+#define QV_SIMD_WIDEST_EXTENSIONS(first, next)                                                                         \
+    QV_SIMD_WIDE_EXTENSIONS(first, next)                                                                               \
+    next("avx512f") next("avx512bw") next("avx512vl")
 
 // As the compilers want them: the names with commas between, in pieces that the compiler joins.
 #define QV_SIMD_NAME(name) name
@@ -88,31 +90,48 @@
 #define QV_SIMD_CALL(condition, ...)                                                                                   \
     ((condition) && ::Quorvane::Internal::Simd::HasWideInstructions() ? Wide::__VA_ARGS__ : Narrow::__VA_ARGS__)
 
+// The same with the widest form where `widestCondition` holds, for kernels that gain from it: not all do.
+#define QV_SIMD_CALL_WIDEST(widestCondition, condition, ...)                                                           \
+    ((widestCondition) && ::Quorvane::Internal::Simd::HasWidestInstructions() ? Widest::__VA_ARGS__                    \
+                                                                              : QV_SIMD_CALL(condition, __VA_ARGS__))
+
 namespace Quorvane::Internal::Simd
 {
 
 #if QV_SIMD_HAS_WIDE
 
+// Each has what those before it have.
 enum EWideInstructions : u8
 {
     WideInstructions_Unknown = 0,
     WideInstructions_Missing = 1,
     WideInstructions_Present = 2,
+    WideInstructions_Widest = 3,
 };
 
 // Found out on the first question. Relaxed: every thread finds out the same, and nothing else depends on it.
 extern std::atomic<u8> g_WideInstructions;
 
 // Asks the machine, and remembers.
-QV_INTERNAL_COLD bool DetectWideInstructions() noexcept QV_NONBLOCKING;
+QV_INTERNAL_COLD u8 DetectWideInstructions() noexcept QV_NONBLOCKING;
 
-// Whether this machine can run what stands in a wide region.
-// Cost: a load and a branch that is always predicted.
-inline bool HasWideInstructions()
+inline u8 WideInstructions()
 {
     const u8 known = g_WideInstructions.load(std::memory_order_relaxed);
-    return QV_INTERNAL_LIKELY(known != WideInstructions_Unknown) ? known == WideInstructions_Present
-                                                                 : DetectWideInstructions();
+    return QV_INTERNAL_LIKELY(known != WideInstructions_Unknown) ? known : DetectWideInstructions();
+}
+
+// Whether this machine can run what stands in a wide region, and in a widest one.
+// Cost: a load and branches that are always predicted.
+
+inline bool HasWideInstructions()
+{
+    return WideInstructions() >= WideInstructions_Present;
+}
+
+inline bool HasWidestInstructions()
+{
+    return WideInstructions() == WideInstructions_Widest;
 }
 
 #else
@@ -122,19 +141,6 @@ constexpr bool HasWideInstructions()
     return false;
 }
 
-#endif
-
-#if QV_SIMD_HAS_WIDEST
-
-// Whether this machine can run what stands in a widest region. Asked anew each time, since no operation does.
-inline bool HasWidestInstructions()
-{
-    __builtin_cpu_init();
-    return QV_SIMD_MACHINE_HAS(QV_SIMD_WIDEST_EXTENSIONS);
-}
-
-#else
-
 constexpr bool HasWidestInstructions()
 {
     return false;
@@ -142,8 +148,9 @@ constexpr bool HasWidestInstructions()
 
 #endif
 
-// Denies or allows the wide forms from now on, as far as the machine has them: for tests, and to measure what they are
-// worth. Returns: whether they are used now.
+// Deny or allow the wide forms, or the widest one alone, from now on, as far as the machine has them: for tests, and to
+// measure what they are worth. Allowing the one allows the other. Return: whether it is used now.
 bool AllowWideInstructions(bool allowed);
+bool AllowWidestInstructions(bool allowed);
 
 } // namespace Quorvane::Internal::Simd

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "../kr_buffer/buffer_find.h"
+#include "../kr_buffer/buffer_scan.h"
 #include "character_set.h"
 #include "null_text.h"
 
@@ -35,6 +36,12 @@ CGuid CString::FindLastOf(char character) const noexcept QV_NONBLOCKING
     const char *data = Data();
     if (length == 0 || QV_INTERNAL_FAILS(data != null))
         return CGuid::INVALID;
+    // Without a further call, which takes as long as so short a text.
+    if (length <= Internal::Buffer::kMaxShortScan)
+    {
+        const u32 at = Internal::Buffer::FindLastInBlocks(data, length, character);
+        return at != length ? CGuid(at) : CGuid::INVALID;
+    }
     return IndexOf(SNativeStringUtils::FindLast(data, length, character), data);
 }
 

@@ -120,9 +120,11 @@ TEST(BufferFindLast, NeedlesAreFoundInLongTextsAsTheModelSays)
         std::string needle = text.substr(next(text.size() + 1), 1 + next(round % 5 == 0 ? 100 : 6)) + alphabet[0];
         if (next(3) == 0)
             needle[next(needle.size())] = alphabet[next(alphabet.size())];
-        for (const bool wide : {false, true})
+        for (const u32 bytes : {16u, 32u, 64u})
         {
-            Internal::Simd::AllowWideInstructions(wide);
+            Internal::Simd::AllowWidestInstructions(bytes == 64);
+            if (bytes == 16)
+                Internal::Simd::AllowWideInstructions(false);
             ASSERT_EQ(FindLast(text, needle), text.rfind(needle)) << text << ", " << needle;
             ASSERT_EQ(FindLastCase(text, needle), ModelLowercase(text).rfind(ModelLowercase(needle)))
                 << text << ", " << needle;
@@ -189,8 +191,9 @@ TEST(BufferFindLast, SearchingByPairsGivesUpWithinItsCredit)
         const std::string needle = Reversed(hard.m_Needle);
         const u32 length = LengthOf(text);
         const u32 needleLength = LengthOf(needle);
-        CPairs pairs(reinterpret_cast<const u8 *>(text.data()), length,
-                     {reinterpret_cast<const u8 *>(needle.data()), needleLength, 0, needleLength - 1});
+        CPairs pairs(
+            reinterpret_cast<const u8 *>(text.data()), length,
+            {reinterpret_cast<const u8 *>(needle.data()), needleLength, 0, needleLength - 1, needleLength / 2});
         const Internal::Buffer::SPairFound found = pairs.Find();
         EXPECT_LE(pairs.Spent(), CPairs::MostSpent(length) + needleLength);
         if (found.m_Outcome == Internal::Buffer::PairFound_GaveUp)
@@ -223,7 +226,7 @@ TYPED_TEST(BufferFindLastForms, LastPairsAreFoundInEveryPlaceAtBothEndsOfMemory)
     {
         const u32 needleLength = LengthOf(needle);
         const Internal::Buffer::SNeedle wanted = {reinterpret_cast<const u8 *>(needle.data()), needleLength, 0,
-                                                  needleLength - 1};
+                                                  needleLength - 1, needleLength / 2};
         for (u32 length = needleLength; length <= 180; ++length)
         {
             for (char *const text : {page.Begin(), page.Last(length)})

@@ -214,7 +214,7 @@ TEST(BufferFind, SearchingByPairsGivesUpWithinItsCredit)
         const u32 length = LengthOf(hard.m_Text);
         const u32 needleLength = LengthOf(hard.m_Needle);
         CPairs pairs(reinterpret_cast<const u8 *>(hard.m_Text.data()), length,
-                     {reinterpret_cast<const u8 *>(hard.m_Needle.data()), needleLength, 0, needleLength - 1});
+                     {reinterpret_cast<const u8 *>(hard.m_Needle.data()), needleLength, 0, needleLength - 1, 0});
         pairs.Find();
         EXPECT_LE(pairs.Spent(), CPairs::MostSpent(length) + needleLength);
     }
@@ -304,12 +304,14 @@ size_t FoundInTerminated(const char *text, size_t length, const char *needle)
 
 } // namespace
 
-TEST(BufferFind, ATerminatedTextIsSearchedUpToItsFirstTerminatorInBothForms)
+TEST(BufferFind, ATerminatedTextIsSearchedUpToItsFirstTerminatorInEachForm)
 {
     const CGuardedPage page;
-    for (const bool wide : {false, true})
+    for (const u32 bytes : {16u, 32u, 64u})
     {
-        Internal::Simd::AllowWideInstructions(wide);
+        Internal::Simd::AllowWidestInstructions(bytes == 64);
+        if (bytes == 16)
+            Internal::Simd::AllowWideInstructions(false);
         // A needle of rare characters, one of frequent ones, and single ones.
         for (const std::string needle : {"zebra", "text", "a longer needle that holds an X somewhere in it", "z", "e"})
         {

@@ -230,7 +230,8 @@ TYPED_TEST(BufferWiderForms, NeedlesAreFoundInEveryPlaceAtTheEndOfMemory)
             // Full of beginnings, and of first characters at the right distance of last ones.
             for (u32 i = 0; i < length; ++i)
                 text[i] = needle[i % (needle.size() - 1)];
-            const Internal::Buffer::SNeedle wanted = {Bytes(needle.data()), LengthOf(needle), 0, LengthOf(needle) - 1};
+            const Internal::Buffer::SNeedle wanted = {Bytes(needle.data()), LengthOf(needle), 0, LengthOf(needle) - 1,
+                                                      LengthOf(needle) / 2};
             for (u32 place = 0; place + needle.size() <= length; ++place)
             {
                 const std::string kept(text + place, needle.size());
@@ -255,7 +256,8 @@ TYPED_TEST(BufferWiderForms, PairsAreFoundInTextsPastTheRareCharacters)
     using CKernels = typename TypeParam::CKernels;
     constexpr u32 kBytes = CKernels::kBlockBytes;
     const std::string needle = "needle";
-    const Internal::Buffer::SNeedle wanted = {Bytes(needle.data()), LengthOf(needle), 0, LengthOf(needle) - 1};
+    const Internal::Buffer::SNeedle wanted = {Bytes(needle.data()), LengthOf(needle), 0, LengthOf(needle) - 1,
+                                              LengthOf(needle) / 2};
     for (const char filler : {'x', 'n'})
     {
         for (u32 offset = 0; offset < kBytes; ++offset)
@@ -282,7 +284,8 @@ TYPED_TEST(BufferWiderForms, LastNeedlesAreFoundInEveryPlaceAtBothEndsOfMemory)
     const CGuardedPage page;
     for (const std::string needle : {"ab", "aXb", "needle", "a needle that is longer than one wide block is"})
     {
-        const Internal::Buffer::SNeedle wanted = {Bytes(needle.data()), LengthOf(needle), 0, LengthOf(needle) - 1};
+        const Internal::Buffer::SNeedle wanted = {Bytes(needle.data()), LengthOf(needle), 0, LengthOf(needle) - 1,
+                                                  LengthOf(needle) / 2};
         for (u32 length = LengthOf(needle); length <= kMaxLength; ++length)
         {
             for (char *const text : {page.Begin(), page.Last(length)})
@@ -314,7 +317,8 @@ TYPED_TEST(BufferWiderForms, LastPairsAreFoundInTextsPastTheRareCharacters)
     using CKernels = typename TypeParam::CKernels;
     constexpr u32 kBytes = CKernels::kBlockBytes;
     const std::string needle = "needle";
-    const Internal::Buffer::SNeedle wanted = {Bytes(needle.data()), LengthOf(needle), 0, LengthOf(needle) - 1};
+    const Internal::Buffer::SNeedle wanted = {Bytes(needle.data()), LengthOf(needle), 0, LengthOf(needle) - 1,
+                                              LengthOf(needle) / 2};
     for (const char filler : {'x', 'n', 'e'})
     {
         for (u32 offset = 0; offset < kBytes; ++offset)
@@ -412,7 +416,7 @@ TEST_F(BufferWide, SearchesThatGiveUpAreFinishedByAnother)
     middle[500] = 'c';
     EXPECT_EQ(AnswerOfBoth([&] { return find(middle); }), nullptr);
     EXPECT_EQ(AnswerOfBoth([&] { return findCase(middle); }), nullptr);
-    EXPECT_EQ(Wide::SKernels::FindPair(text.data(), LengthOf(text), {Bytes(middle.data()), 1000, 0, 999}).m_Outcome,
+    EXPECT_EQ(Wide::SKernels::FindPair(text.data(), LengthOf(text), {Bytes(middle.data()), 1000, 0, 999, 0}).m_Outcome,
               Internal::Buffer::PairFound_GaveUp);
     EXPECT_EQ(AnswerOfBoth([&] { return find(atEnd); }), text.data() + text.size() - atEnd.size());
     std::string behind = text + middle + text;

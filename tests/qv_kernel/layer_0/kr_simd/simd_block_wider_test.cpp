@@ -30,7 +30,7 @@ struct SWideBlock : Blocks::Wide::TBlockOperations<>
     static bool IsAvailable() { return Internal::Simd::HasWideInstructions(); }
 };
 
-struct SWidestBlock : Blocks::Widest::TBlockOperations<>
+struct SWidestBlock : Blocks::Widest::TPartOperations<>
 {
     static bool IsAvailable() { return Internal::Simd::HasWidestInstructions(); }
 };
@@ -122,6 +122,58 @@ TYPED_TEST(SimdBlockWider, LoadsAndStoresAtAnyAddressAndNothingAround)
         ASSERT_EQ(std::memcmp(to, bytes.data(), kBytes), 0) << offset;
         ASSERT_EQ(std::count(target.Begin(), target.Begin() + offset, '.'), static_cast<std::ptrdiff_t>(offset));
         ASSERT_EQ(to[kBytes], '.');
+    }
+}
+
+TEST(SimdBlockWidest, PartsAreLoadedAndStoredAndNothingElseIsTouched)
+{
+    if (!Internal::Simd::HasWidestInstructions())
+        GTEST_SKIP() << "this machine has no such instructions";
+    constexpr u32 kBytes = SWidestBlock::kBytes;
+    const CGuardedPage source;
+    const CGuardedPage target;
+    for (u32 count = 0; count <= kBytes; ++count)
+    {
+        u8 *const from = reinterpret_cast<u8 *>(source.Last(count));
+        for (u32 i = 0; i < count; ++i)
+            from[i] = static_cast<u8>(i + 1);
+        u8 whole[kBytes];
+        SWidestBlock::CopyPartToWhole(whole, from, count);
+        std::memset(target.Last(kBytes), '.', kBytes);
+        u8 *const part = reinterpret_cast<u8 *>(target.Last(count));
+        SWidestBlock::CopyWholeToPart(part, whole, count);
+        for (u32 i = 0; i < kBytes; ++i)
+            ASSERT_EQ(whole[i], i < count ? i + 1 : 0) << count;
+        ASSERT_EQ(std::memcmp(part, whole, count), 0) << count;
+        ASSERT_EQ(std::count(target.Last(kBytes), target.Last(count), '.'),
+                  static_cast<std::ptrdiff_t>(kBytes - count));
+        ASSERT_EQ(SWidestBlock::FirstBytes(count), count == kBytes ? ~u64(0) : (u64(1) << count) - 1);
+    }
+}
+
+TEST(SimdBlockWidest, MasksKeepTheBytesThatTheyMark)
+{
+    if (!Internal::Simd::HasWidestInstructions())
+        GTEST_SKIP() << "this machine has no such instructions";
+    std::mt19937 random;
+    for (u32 round = 0; round < 500; ++round)
+    {
+        u8 bytes[SWidestBlock::kBytes];
+        u8 mask[SWidestBlock::kBytes];
+        for (u32 i = 0; i < SWidestBlock::kBytes; ++i)
+        {
+            bytes[i] = static_cast<u8>(random());
+            mask[i] = random() % 2 == 0 ? 0xFF : 0;
+        }
+        u8 kept[SWidestBlock::kBytes];
+        u8 keptToo[SWidestBlock::kBytes];
+        SWidestBlock::Keep(kept, bytes, mask);
+        SWidestBlock::KeepToo(keptToo, bytes, mask);
+        for (u32 i = 0; i < SWidestBlock::kBytes; ++i)
+        {
+            ASSERT_EQ(kept[i], bytes[i] & mask[i]);
+            ASSERT_EQ(keptToo[i], bytes[i] & mask[i]);
+        }
     }
 }
 

@@ -53,6 +53,9 @@ TEST(SimdMachine, AnswerIsThatOfTheCompilersQuestions)
     EXPECT_EQ(Internal::Simd::AllowWideInstructions(true),
               __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2") &&
                   __builtin_cpu_supports("popcnt"));
+    EXPECT_EQ(Internal::Simd::AllowWidestInstructions(true),
+              Internal::Simd::HasWideInstructions() && __builtin_cpu_supports("avx512f") &&
+                  __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl"));
 }
 
 #endif
@@ -64,6 +67,20 @@ TEST(SimdMachine, CanBeDeniedAndAllowedAgain)
     EXPECT_FALSE(Internal::Simd::HasWideInstructions());
     EXPECT_EQ(Internal::Simd::AllowWideInstructions(true), present);
     EXPECT_EQ(Internal::Simd::HasWideInstructions(), present);
+}
+
+TEST(SimdMachine, TheWidestFormCanBeDeniedAlone)
+{
+    const bool wide = Internal::Simd::AllowWideInstructions(true);
+    const bool widest = Internal::Simd::HasWidestInstructions();
+    EXPECT_FALSE(Internal::Simd::AllowWidestInstructions(false));
+    EXPECT_FALSE(Internal::Simd::HasWidestInstructions());
+    EXPECT_EQ(Internal::Simd::HasWideInstructions(), wide);
+    EXPECT_EQ(Internal::Simd::AllowWidestInstructions(true), widest);
+    Internal::Simd::AllowWideInstructions(false);
+    EXPECT_FALSE(Internal::Simd::HasWidestInstructions()) << "a denied form brings no wider one";
+    EXPECT_EQ(Internal::Simd::AllowWideInstructions(true), wide);
+    EXPECT_EQ(Internal::Simd::HasWidestInstructions(), widest);
 }
 
 } // namespace
