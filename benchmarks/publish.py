@@ -26,7 +26,8 @@ import table
 SUBJECT = "measured"
 GOALS = "goals"
 FIGURES = "figures.json"
-PEERS = ("libabsl-dev", "libboost-dev", "libfmt-dev", "libre2-dev", "qtbase5-dev", "libbenchmark-dev")
+PEERS = ("libabsl-dev", "libboost-dev", "libfmt-dev", "libre2-dev", "qtbase5-dev", "libmimalloc2.0", "libjemalloc2",
+         "libtcmalloc-minimal4", "libbenchmark-dev")
 PROJECT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 PAGE = os.path.join(PROJECT, "docs", "performance.md")
 KEPT = os.path.join(PROJECT, "docs", "performance")

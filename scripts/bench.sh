@@ -6,7 +6,8 @@
 . "$root/scripts/build.inc"
 
 # Runs one benchmark program into a JSON file, in as many processes as wanted: where memory lies is drawn anew in each,
-# and a row may differ by a quarter with that. Its own words are shown only when it fails.
+# and a row may differ by a quarter with that. Rows that take memory have the standard library's strings over other
+# allocators as well, but for a quick look. Its own words are shown only when it fails.
 #   measure <program> <JSON file> <repetitions> <seconds for each> <processes>
 measure()
 {
@@ -21,6 +22,11 @@ measure()
             return 1
         }
         parts="$parts $part"
+        if [ -z "$quick" ]; then
+            over=$(python3 benchmarks/allocator_peers.py "$1" "$part" --benchmark_enable_random_interleaving=true \
+                --benchmark_repetitions="$3" --benchmark_min_time="$4") || return 1
+            parts="$parts $over"
+        fi
     done
     # shellcheck disable=SC2086
     python3 benchmarks/merge.py "$2" $parts
@@ -146,8 +152,9 @@ esac
 
 ensure g++ cmake ninja-build libbenchmark-dev python3 -- \
     libabsl-dev libboost-dev libfmt-dev libre2-dev qtbase5-dev gnuplot-nox
-case $compare in
-    *latency* | *workloads*) ensure -- libmimalloc2.0 libjemalloc2 libtcmalloc-minimal4 ;;
+# A quick look at topics goes without other allocators.
+case $compare:$quick in
+    *latency* | *workloads* | *:) ensure -- libmimalloc2.0 libjemalloc2 libtcmalloc-minimal4 ;;
 esac
 for preset in $presets; do
     # shellcheck disable=SC2086

@@ -98,5 +98,34 @@ sed 's/  */ /g' "$scratch/table" >"$scratch/got"
 wants 'join 2 3 ns 10 ns absl::StrCat 0\.30 4 ns copy 133 % <= 0\.5 yes'
 wants '4 goals met, 1 missed; an empty loop takes 0\.25 ns a turn'
 
+# Over another allocator: a contestant of its own, in no process that counts.
+sed -n -e 1p -e '/"join.2.std::string"/s/"cpu_time": 11,/"cpu_time": 2,/p' -e '$p' "$scratch/result.json" >"$scratch/over.json"
+python3 "$project/benchmarks/merge.py" "$scratch/merged.json" "$scratch/result.json" "mimalloc=$scratch/over.json" || failed=1
+python3 "$project/benchmarks/table.py" --goals "$scratch/goals.txt" "$scratch/merged.json" >"$scratch/table" || failed=1
+sed 's/  */ /g' "$scratch/table" >"$scratch/got"
+wants 'join 2 5 ns 2 ns std::string+mimalloc 2\.50 4 ns copy 80 % <= 0\.5 no'
+grep -q '"processes": 1' "$scratch/merged.json" || {
+    echo 'another allocator counts as a process'
+    failed=1
+}
+
+# Which contestants run over other allocators: the quickest of the standard library where the limit takes memory.
+(
+    cd "$project/benchmarks" || exit 2
+    PYTHONDONTWRITEBYTECODE=1 python3 - <<'END'
+import allocator_peers
+import table
+
+figures = table.Figures()
+for row, known in (("make", {"ours": 1, "std::string": 3, "std::string+": 2, "absl::StrCat": 1, "limit:malloc+copy": 1}),
+                   ("read", {"std::string": 1, "limit:read": 1}), ("other", {"absl": 1, "limit:malloc+copy": 1})):
+    figures.smallest[(row, 8)] = known
+    figures.first_seen[row] = len(figures.first_seen)
+names = allocator_peers.contestants(figures)
+assert names == ["make/8/std::string+"], names
+assert allocator_peers.filter_of(names) == r"^(make/8/std::string\+)(/|$)", allocator_peers.filter_of(names)
+END
+) || failed=1
+
 [ $failed -eq 0 ] || cat "$scratch/table"
 exit $failed
