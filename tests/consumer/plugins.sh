@@ -37,7 +37,9 @@ compile()
     build -fPIC -fno-exceptions -c "$2" -o "$1"
 }
 
-compile_all "$root"/Runtime/qv_kernel/layer_0/*/*.cpp
+join_services "$root"
+# shellcheck disable=SC2086
+compile_all $joined
 ar rcs "$scratch/libqv_kernel.a" "$scratch"/[0-9]*.o
 build -shared "$scratch"/[0-9]*.o -o "$scratch/libqv_kernel.so"
 

@@ -28,9 +28,10 @@ quietly()
     }
 }
 
+# With the sources of a service joined, which takes less time to compile.
 configure()
 {
-    quietly cmake -G Ninja -DCMAKE_CXX_COMPILER="$compiler" "$@"
+    quietly cmake -G Ninja -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_UNITY_BUILD=ON "$@"
 }
 
 # Runs the consumers in a folder.

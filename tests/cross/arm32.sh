@@ -30,7 +30,9 @@ compile()
     compile_for_arm -fno-exceptions -c "$2" -o "$1"
 }
 
-compile_all "$root"/Runtime/qv_kernel/layer_0/*/*.cpp
+join_services "$root"
+# shellcheck disable=SC2086
+compile_all $joined
 for driver in array buffer edit search string; do
     compile_for_arm -static "$root/tests/drivers/${driver}_driver.cpp" "$scratch"/*.o -pthread -o "$scratch/$driver" ||
         exit 1
