@@ -351,10 +351,24 @@ void MeasureFormatting()
     const char *const characters = text.Data();
     const size_t ofNumbers = StackOf([] { FormatBare("%d %s %g", 42, "text", 1e-300 / 7); });
     const size_t ofText = StackOf([=] { FormatBare("%s %d %g", characters, 42, 1e-300 / 7); });
-    Note("VAFormat", StackOf([] { VAFormatOnce("%d %s %g", 42, "text", 1e-300 / 7); }), ofNumbers, kFormatted);
-    Note("VAFormat, long", StackOf([=] { VAFormatOnce("%s %d %g", characters, 42, 1e-300 / 7); }), ofText, kFormatted);
-    Note("Format", StackOf([] { static_cast<void>(CString::Format("%d %s %g", 42, "text", 1e-300 / 7)); }), ofNumbers,
+#if QV_HAS_FLOATING_NUMBERS && !(defined(QV_OWN_PRINTF) && QV_OWN_PRINTF == 0)
+    // By our own code, with numbers that the standard library writes.
+    static char written[32];
+    const size_t ofPlaces =
+        StackOf([] { std::to_chars(written, written + sizeof(written), 1e-300 / 7, std::chars_format::general, 6); });
+#else
+    const size_t ofPlaces = ofNumbers;
+#endif
+    Note("VAFormat", StackOf([] { VAFormatOnce("%d %s %g", 42, "text", 1e-300 / 7); }), ofPlaces, kFormatted);
+    Note("VAFormat, long", StackOf([=] { VAFormatOnce("%s %d %g", characters, 42, 1e-300 / 7); }), ofPlaces,
+         kFormatted);
+    Note("Format", StackOf([] { static_cast<void>(CString::Format("%d %s %g", 42, "text", 1e-300 / 7)); }), ofPlaces,
          kPlain);
+    // What is left to the platform.
+    const size_t ofLeft = StackOf([] { FormatBare("%d %s %#g", 42, "text", 1e-300 / 7); });
+    Note("VAFormat, left", StackOf([] { VAFormatOnce("%d %s %#g", 42, "text", 1e-300 / 7); }), ofLeft, kFormatted);
+    Note("Format, left", StackOf([] { static_cast<void>(CString::Format("%d %s %#g", 42, "text", 1e-300 / 7)); }),
+         ofLeft, kPlain);
     Note("Assertion with a message",
          StackOf([] { Assert::EvalAssertFormat("f", "g", 1, "e", "e", "%d %s %g", 42, "text", 1e-300 / 7); }),
          ofNumbers, kFormatted);
@@ -497,7 +511,8 @@ void *UseSmallStack(void *)
     static float weights[40];
     for (CString &entry : entries)
         entry = CString("kernel string");
-    VAFormatOnce("%d %s %g", 42, "text", 0.1);
+    VAFormatOnce("%d %s %g", 42, "text", 1e-300 / 7);
+    VAFormatOnce("%d %s %#g", 42, "text", 0.1);
     static_cast<void>(CString::Format("%d %s %g", 42, "text", 0.1));
     const CString text("one two one");
     static_cast<void>(text.Replace("one", "three"));

@@ -46,7 +46,7 @@ struct SNativeStringUtils
     // Returns: `buffer` when the result fits; else a block of origin `Origin_Alloc` from the kernel's allocator that
     // the caller frees; null when formatting fails, memory is refused, or a pointer is null.
     // `outLength` becomes the result's length, 0 with null.
-    // Formats into `buffer` as far as it goes and counts the rest, or foresees what will not fit; only then allocates.
+    // Formats into `buffer` as far as it goes and counts the rest; only then allocates.
     static char *VAFormat(char *buffer, const char *bufferLast, u32 &outLength, const char *format,
                           va_list args) noexcept QV_INTERNAL_PRINTF(4, 0);
 

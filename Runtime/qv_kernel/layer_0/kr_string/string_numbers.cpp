@@ -7,9 +7,9 @@
 #include <cstring>
 #include <limits>
 
+#include "../kr_buffer/buffer_numbers_port.h"
 #include "copy_figures.h"
 #include "string_block.h"
-#include "string_numbers_port.h"
 
 namespace Quorvane
 {
@@ -101,7 +101,7 @@ template <std::size_t size, typename... Arguments>
 const char *WriteNumber(char (&text)[size], Arguments... arguments)
 {
     const char *const end = std::to_chars(text, text + size, arguments...).ptr;
-    MarkInitialised(text, static_cast<std::size_t>(end - text));
+    Buffer::MarkInitialised(text, static_cast<std::size_t>(end - text));
     return end;
 }
 

@@ -10,7 +10,7 @@ extern "C" void __msan_unpoison(const volatile void *data, std::size_t size);
 #endif
 #endif
 
-namespace Quorvane::Internal::String
+namespace Quorvane::Internal::Buffer
 {
 
 // Tells it that `size` bytes at `data` are initialised, by code that it does not see.
@@ -22,4 +22,4 @@ inline void MarkInitialised([[maybe_unused]] const char *data,
 #endif
 }
 
-} // namespace Quorvane::Internal::String
+} // namespace Quorvane::Internal::Buffer
