@@ -208,8 +208,11 @@ void AddTexts(size_t size)
     AddTextInAnyCase("find_text_nocase_missing", text, "ZEBRA Crossing");
     AddLastText("find_last_text", kNeedle + text.substr(0, size - kNeedle.size()), kNeedle);
     AddLastText("find_last_text_missing", text, kNeedle);
-    AddText("find_text_short", text.substr(0, size - kShortNeedle.size()) + kShortNeedle, kShortNeedle,
-            &FirstToTerminator);
+}
+
+void AddShortText(size_t size)
+{
+    AddText("find_text_short", HeaderText(size - kShortNeedle.size()) + kShortNeedle, kShortNeedle, &FirstToTerminator);
 }
 
 } // namespace
@@ -220,6 +223,8 @@ void RegisterRows()
         AddCharacters(size);
     for (const size_t size : {64u, 65536u, 655360u, 6553600u})
         AddTexts(size);
+    for (const size_t size : {65536u, 655360u})
+        AddShortText(size);
     for (const size_t size : {65536u, 655360u, 6553600u})
         AddHardTexts(size);
 }

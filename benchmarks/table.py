@@ -68,7 +68,7 @@ class Figures:
 
     def kept(self):
         """All figures as lists of [row, size, in bytes, {who: figure}], in the order of the rows, to be written to a file."""
-        return [[*key, key in self.in_bytes, {who: float("%.4g" % value) for who, value in self.of(key).items()}]
+        return [[*key, key in self.in_bytes, {who: float("%.4g" % value) for who, value in sorted(self.of(key).items())}]
                 for key in self.rows]
 
     @classmethod
