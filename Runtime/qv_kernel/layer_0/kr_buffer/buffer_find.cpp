@@ -20,12 +20,12 @@ namespace
 
 // What was found, when a search that gave up is finished by the two-way search, whose cost is linear in every text.
 template <typename TCase>
-const char *Finish(const SPairFound &found, const char *data, std::size_t length, const char *needle,
+const char *Finish(const SNeedleFound &found, const char *data, std::size_t length, const char *needle,
                    std::size_t needleLength)
 {
-    if (found.m_Outcome == PairFound_GaveUp)
+    if (found.m_Outcome == NeedleFound_GaveUp)
         return FindTwoWay<TCase>(data + found.m_Place, length - found.m_Place, needle, needleLength);
-    return found.m_Outcome == PairFound_Here ? data + found.m_Place : nullptr;
+    return found.m_Outcome == NeedleFound_Here ? data + found.m_Place : nullptr;
 }
 
 } // namespace
@@ -40,8 +40,8 @@ const char *SNativeStringUtils::Find(const char *data, u32 length, const char *n
     if (needleLength == 1)
         return static_cast<const char *>(__builtin_memchr(data, *needle, length));
     const SNeedle rareFirst = NeedleFor(length, needle, needleLength);
-    const SPairFound found = QV_SIMD_CALL_WIDEST(length >= kMinWidestLength, length >= kMinWideLength,
-                                                 FindPair(ToBytes(data), length, rareFirst));
+    const SNeedleFound found = QV_SIMD_CALL_WIDEST(length >= kMinWidestLength, length >= kMinWideLength,
+                                                   FindNeedle(ToBytes(data), length, rareFirst));
     return Finish<SCaseMatters>(found, data, length, needle, needleLength);
 }
 
@@ -53,24 +53,31 @@ const char *SNativeStringUtils::FindCase(const char *data, u32 length, const cha
     if (needleLength > length)
         return nullptr;
     const SNeedle rareFirst = NeedleFor(length, needle, needleLength);
-    const SPairFound found = QV_SIMD_CALL_WIDEST(length >= kMinWidestLength, length >= kMinWideLength,
-                                                 FindPairCase(ToBytes(data), length, rareFirst));
+    const SNeedleFound found = QV_SIMD_CALL_WIDEST(length >= kMinWidestLength, length >= kMinWideLength,
+                                                   FindNeedleCase(ToBytes(data), length, rareFirst));
     return Finish<SCaseIgnored>(found, data, length, needle, needleLength);
 }
 
 const char *SNativeStringUtils::FindLast(const char *data, u32 length, char character) noexcept QV_NONBLOCKING
 {
-    if (length == 0)
-        return nullptr;
-    if (length < kMinWideLength || !Internal::Simd::HasWideInstructions())
-        return PortFindLast(data, length, character);
-    const u8 *const text = ToBytes(data);
-    const u32 last = QV_SIMD_CALL_WIDEST(true, true, LastOfByte(text, length, static_cast<u8>(character)));
-    return last != length ? data + last : nullptr;
+    const u32 last = LastIndexOf(data, length, character);
+    return last != kNoIndex ? data + last : nullptr;
 }
 
 namespace Internal::Buffer
 {
+
+u32 LastIndexOf(const char *text, u32 length, char character) noexcept QV_NONBLOCKING
+{
+    if (length == 0)
+        return kNoIndex;
+    if (Simd::HasWidestInstructions())
+        return Widest::LastOfByte(ToBytes(text), length, static_cast<u8>(character));
+    if (length >= kMinWideLength && Simd::HasWideInstructions())
+        return Wide::LastOfByte(ToBytes(text), length, static_cast<u8>(character));
+    const char *const last = PortFindLast(text, length, character);
+    return last != nullptr ? static_cast<u32>(last - text) : kNoIndex;
+}
 
 const char *FindInTerminated(const char *text, u32 length, const char *needle) noexcept QV_NONBLOCKING
 {
@@ -84,12 +91,12 @@ const char *FindInTerminated(const char *text, u32 length, const char *needle) n
     if (needleLength > length)
         return nullptr;
     const SNeedle rareFirst = NeedleFor(length, needle, static_cast<u32>(needleLength));
-    const SPairFound found = QV_SIMD_CALL_WIDEST(length >= kMinWidestLength, length >= kMinWideLength,
-                                                 FindPairTerminated(ToBytes(text), length, rareFirst));
+    const SNeedleFound found = QV_SIMD_CALL_WIDEST(length >= kMinWidestLength, length >= kMinWideLength,
+                                                   FindNeedleTerminated(ToBytes(text), length, rareFirst));
     // No terminator stands before the place of giving up.
-    if (found.m_Outcome == PairFound_GaveUp)
+    if (found.m_Outcome == NeedleFound_GaveUp)
         return FindTwoWay<SCaseMatters>(text + found.m_Place, std::strlen(text + found.m_Place), needle, needleLength);
-    return found.m_Outcome == PairFound_Here ? text + found.m_Place : nullptr;
+    return found.m_Outcome == NeedleFound_Here ? text + found.m_Place : nullptr;
 }
 
 } // namespace Internal::Buffer

@@ -7,6 +7,13 @@
 namespace Quorvane::Internal::Buffer
 {
 
+// What is no index of a character.
+constexpr u32 kNoIndex = 0xFFFFFFFFu;
+
+// The index of the last `character` among the first `length` of a text; kNoIndex when there is none. Of an empty text null
+// will do.
+u32 LastIndexOf(const char *text, u32 length, char character) noexcept QV_NONBLOCKING;
+
 // The last occurrence of `needle` in the first `length` characters of `text`, neither of which needs a terminator; null when
 // there is none. The second one ignores case.
 // Requires: a needle of 1 character or more.

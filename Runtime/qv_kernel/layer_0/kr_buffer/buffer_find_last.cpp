@@ -16,11 +16,11 @@ namespace
 // What was found, when a search backwards that gave up is finished by the two-way search: in the text that ends with the
 // needle, were it at the place of giving up.
 template <typename TCase>
-const char *FinishBackwards(const SPairFound &found, const char *data, const char *needle, std::size_t needleLength)
+const char *FinishBackwards(const SNeedleFound &found, const char *data, const char *needle, std::size_t needleLength)
 {
-    if (found.m_Outcome == PairFound_GaveUp)
+    if (found.m_Outcome == NeedleFound_GaveUp)
         return FindLastTwoWay<TCase>(data, found.m_Place + needleLength, needle, needleLength);
-    return found.m_Outcome == PairFound_Here ? data + found.m_Place : nullptr;
+    return found.m_Outcome == NeedleFound_Here ? data + found.m_Place : nullptr;
 }
 
 } // namespace
@@ -33,8 +33,8 @@ const char *FindLastInCounted(const char *text, u32 length, const char *needle,
     if (needleLength == 1)
         return SNativeStringUtils::FindLast(text, length, *needle);
     const SNeedle rareFirst = NeedleFor(length, needle, needleLength);
-    const SPairFound found = QV_SIMD_CALL_WIDEST(length >= kMinWidestLength, length >= kMinWideLength,
-                                                 FindLastPair(ToBytes(text), length, rareFirst));
+    const SNeedleFound found = QV_SIMD_CALL_WIDEST(length >= kMinWidestLength, length >= kMinWideLength,
+                                                   FindLastNeedle(ToBytes(text), length, rareFirst));
     return FinishBackwards<SCaseMatters>(found, text, needle, needleLength);
 }
 
@@ -44,8 +44,8 @@ const char *FindLastInCountedCase(const char *text, u32 length, const char *need
     if (needleLength > length)
         return nullptr;
     const SNeedle rareFirst = NeedleFor(length, needle, needleLength);
-    const SPairFound found = QV_SIMD_CALL_WIDEST(length >= kMinWidestLength, length >= kMinWideLength,
-                                                 FindLastPairCase(ToBytes(text), length, rareFirst));
+    const SNeedleFound found = QV_SIMD_CALL_WIDEST(length >= kMinWidestLength, length >= kMinWideLength,
+                                                   FindLastNeedleCase(ToBytes(text), length, rareFirst));
     return FinishBackwards<SCaseIgnored>(found, text, needle, needleLength);
 }
 

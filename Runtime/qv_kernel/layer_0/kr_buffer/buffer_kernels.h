@@ -15,6 +15,7 @@
 
 #include "../kr_simd/simd_block_widest.h"
 #include "buffer_bitmap.h"
+#include "buffer_find.h"
 #include "buffer_hash.h"
 #include "character_table.h"
 #include "escape_tables.h"
@@ -38,16 +39,16 @@ struct SNeedle
 
 // How a search for a needle ended: at its first place, nowhere, or without an answer, which only a search from
 // `m_Place` on can give.
-enum EPairFound : u32
+enum ENeedleFound : u32
 {
-    PairFound_Nowhere,
-    PairFound_Here,
-    PairFound_GaveUp,
+    NeedleFound_Nowhere,
+    NeedleFound_Here,
+    NeedleFound_GaveUp,
 };
 
-struct SPairFound
+struct SNeedleFound
 {
-    EPairFound m_Outcome;
+    ENeedleFound m_Outcome;
     u32 m_Place;
 };
 

@@ -56,19 +56,12 @@ inline bool HoldsInBlocks(const char *characters, u32 length, char character)
     return found.Any();
 }
 
-// The index of the last `character` of a container's text of 1 character or more; `length` when there is none.
-QV_SIMD_INLINE inline u32 FindLastInBlocks(const char *characters, u32 length, char character)
+// The index of the last `character` of a container's text of 1 to 16 characters; SBlock::kBytes when there is none.
+QV_SIMD_INLINE inline u32 LastInBlock(const char *characters, u32 length, char character)
 {
-    const SBlock wanted = SBlock::Fill(static_cast<u8>(character));
-    u32 at = (length - 1) / SBlock::kBytes * SBlock::kBytes;
-    const SBlock inLast = SBlock::EqualBytes(SBlock::Padded(characters + at), wanted);
-    u64 found = (inLast & SBlock::FirstBytes(length - at)).Bits();
-    while (found == 0 && at != 0)
-    {
-        at -= SBlock::kBytes;
-        found = SBlock::EqualBytes(SBlock::Padded(characters + at), wanted).Bits();
-    }
-    return found != 0 ? at + Simd::HighestSetBit(found) / SBlock::kBitsPerByte : length;
+    const SBlock places = SBlock::EqualBytes(SBlock::Padded(characters), SBlock::Fill(static_cast<u8>(character)));
+    const u64 found = (places & SBlock::FirstBytes(length)).Bits();
+    return found != 0 ? Simd::HighestSetBit(found) / SBlock::kBitsPerByte : SBlock::kBytes;
 }
 
 // The sanitizers know which bytes belong to a text, not that the block which holds its last one may be read to its end.

@@ -11,6 +11,9 @@
 namespace Quorvane
 {
 
+// What is no index is no valid guid either.
+static_assert(Internal::Buffer::kNoIndex == CGuid().Get(), "an index that was not found is invalid");
+
 namespace
 {
 
@@ -36,13 +39,12 @@ CGuid CString::FindLastOf(char character) const noexcept QV_NONBLOCKING
     const char *data = Data();
     if (length == 0 || QV_INTERNAL_FAILS(data != null))
         return CGuid::INVALID;
+    using Internal::Buffer::SBlock;
+    if (length > SBlock::kBytes)
+        return CGuid(Internal::Buffer::LastIndexOf(data, length, character));
     // Without a further call, which takes as long as so short a text.
-    if (length <= Internal::Buffer::kMaxShortScan)
-    {
-        const u32 at = Internal::Buffer::FindLastInBlocks(data, length, character);
-        return at != length ? CGuid(at) : CGuid::INVALID;
-    }
-    return IndexOf(SNativeStringUtils::FindLast(data, length, character), data);
+    const u32 last = Internal::Buffer::LastInBlock(data, length, character);
+    return last != SBlock::kBytes ? CGuid(last) : CGuid::INVALID;
 }
 
 CGuid CString::FindText(const CStringView &text, u32 start,

@@ -210,7 +210,7 @@ CGuid CStringView::FindNextOf(const char *set, u32 start) const noexcept QV_NONB
 
 CGuid CStringView::FindLastOf(char character) const noexcept QV_NONBLOCKING
 {
-    return IndexOf(SNativeStringUtils::FindLast(m_Data, ReadableLength(*this), character), m_Data);
+    return CGuid(Internal::Buffer::LastIndexOf(m_Data, ReadableLength(*this), character));
 }
 
 CGuid CStringView::FindText(const CStringView &text, u32 start,

@@ -179,11 +179,11 @@ TEST(BufferFindLast, TheCostIsLinearForANeedleThatRecursInPart)
 }
 
 // The search by blocks gives up as long as what it has compared is linear, and what it leaves holds what is there.
-TEST(BufferFindLast, SearchingByPairsGivesUpWithinItsCredit)
+TEST(BufferFindLast, SearchingGivesUpWithinItsCredit)
 {
     namespace Kernels = Internal::Buffer::Narrow;
-    using CPairs =
-        Kernels::TPairSearch<Kernels::CBlock, Kernels::SExactBytes, Kernels::End_Counted, Kernels::Direction_Backwards>;
+    using CSearch = Kernels::TNeedleSearch<Kernels::CBlock, Kernels::SExactBytes, Kernels::End_Counted,
+                                           Kernels::Direction_Backwards>;
     u32 givenUp = 0;
     for (const SHardCase &hard : HardCases(40000))
     {
@@ -191,15 +191,15 @@ TEST(BufferFindLast, SearchingByPairsGivesUpWithinItsCredit)
         const std::string needle = Reversed(hard.m_Needle);
         const u32 length = LengthOf(text);
         const u32 needleLength = LengthOf(needle);
-        CPairs pairs(
+        CSearch search(
             reinterpret_cast<const u8 *>(text.data()), length,
             {reinterpret_cast<const u8 *>(needle.data()), needleLength, 0, needleLength - 1, needleLength / 2});
-        const Internal::Buffer::SPairFound found = pairs.Find();
-        EXPECT_LE(pairs.Spent(), CPairs::MostSpent(length) + needleLength);
-        if (found.m_Outcome == Internal::Buffer::PairFound_GaveUp)
+        const Internal::Buffer::SNeedleFound found = search.Find();
+        EXPECT_LE(search.Spent(), CSearch::MostSpent(length) + needleLength);
+        if (found.m_Outcome == Internal::Buffer::NeedleFound_GaveUp)
         {
             // What it had walked over from the end paid for all but the last try.
-            EXPECT_LE(pairs.Spent(), CPairs::MostSpent(length - found.m_Place) + needleLength);
+            EXPECT_LE(search.Spent(), CSearch::MostSpent(length - found.m_Place) + needleLength);
             ++givenUp;
         }
         const std::string withOne = needle + text;
@@ -239,11 +239,11 @@ TYPED_TEST(BufferFindLastForms, LastPairsAreFoundInEveryPlaceAtBothEndsOfMemory)
                     const std::string kept(text + place, needleLength);
                     std::memcpy(text + place, needle.data(), needleLength);
                     const size_t last = std::string(text, length).rfind(needle);
-                    for (const Internal::Buffer::SPairFound &found :
-                         {Kernels::FindLastPair<TypeParam>(bytes, length, wanted),
-                          Kernels::FindLastPairCase<TypeParam>(bytes, length, wanted)})
+                    for (const Internal::Buffer::SNeedleFound &found :
+                         {Kernels::FindLastNeedle<TypeParam>(bytes, length, wanted),
+                          Kernels::FindLastNeedleCase<TypeParam>(bytes, length, wanted)})
                     {
-                        ASSERT_EQ(found.m_Outcome, Internal::Buffer::PairFound_Here) << length << ", " << place;
+                        ASSERT_EQ(found.m_Outcome, Internal::Buffer::NeedleFound_Here) << length << ", " << place;
                         ASSERT_EQ(found.m_Place, last) << length << ", " << place;
                     }
                     std::memcpy(text + place, kept.data(), needleLength);

@@ -205,18 +205,18 @@ TEST(BufferFind, TheCostIsLinearForANeedleThatRecursInPart)
 }
 
 // The search by blocks gives up as long as what it has compared is linear.
-TEST(BufferFind, SearchingByPairsGivesUpWithinItsCredit)
+TEST(BufferFind, SearchingGivesUpWithinItsCredit)
 {
     namespace Kernels = Internal::Buffer::Narrow;
-    using CPairs = Kernels::TPairSearch<Kernels::CBlock, Kernels::SExactBytes, Kernels::End_Counted>;
+    using CSearch = Kernels::TNeedleSearch<Kernels::CBlock, Kernels::SExactBytes, Kernels::End_Counted>;
     for (const SHardCase &hard : HardCases(40000))
     {
         const u32 length = LengthOf(hard.m_Text);
         const u32 needleLength = LengthOf(hard.m_Needle);
-        CPairs pairs(reinterpret_cast<const u8 *>(hard.m_Text.data()), length,
-                     {reinterpret_cast<const u8 *>(hard.m_Needle.data()), needleLength, 0, needleLength - 1, 0});
-        pairs.Find();
-        EXPECT_LE(pairs.Spent(), CPairs::MostSpent(length) + needleLength);
+        CSearch search(reinterpret_cast<const u8 *>(hard.m_Text.data()), length,
+                       {reinterpret_cast<const u8 *>(hard.m_Needle.data()), needleLength, 0, needleLength - 1, 0});
+        search.Find();
+        EXPECT_LE(search.Spent(), CSearch::MostSpent(length) + needleLength);
     }
 }
 

@@ -143,12 +143,12 @@ TYPED_TEST(BufferWiderForms, TheLastByteIsFoundInEveryPlaceAtBothEndsOfMemory)
 {
     using CKernels = typename TypeParam::CKernels;
     const CGuardedPage page;
-    for (u32 length = CKernels::kBlockBytes; length <= 600; ++length)
+    for (u32 length = CKernels::kFewestBytesToSearch; length <= 600; ++length)
     {
         for (char *const text : {page.Begin(), page.Begin() + 1, page.Last(length)})
         {
             std::memset(text, 'a', length);
-            ASSERT_EQ(CKernels::LastOfByte(text, length, 'b'), length);
+            ASSERT_EQ(CKernels::LastOfByte(text, length, 'b'), Internal::Buffer::kNoIndex);
             for (u32 place = 0; place < length; ++place)
             {
                 // All that come before are found no more.
@@ -237,10 +237,11 @@ TYPED_TEST(BufferWiderForms, NeedlesAreFoundInEveryPlaceAtTheEndOfMemory)
                 const std::string kept(text + place, needle.size());
                 std::memcpy(text + place, needle.data(), needle.size());
                 const u32 first = static_cast<u32>(std::string(text, length).find(needle));
-                for (const auto &find : {&CKernels::FindPair, &CKernels::FindPairCase, &CKernels::FindPairTerminated})
+                for (const auto &find :
+                     {&CKernels::FindNeedle, &CKernels::FindNeedleCase, &CKernels::FindNeedleTerminated})
                 {
-                    const Internal::Buffer::SPairFound found = find(text, length, wanted);
-                    ASSERT_EQ(found.m_Outcome, Internal::Buffer::PairFound_Here) << length << ", " << place;
+                    const Internal::Buffer::SNeedleFound found = find(text, length, wanted);
+                    ASSERT_EQ(found.m_Outcome, Internal::Buffer::NeedleFound_Here) << length << ", " << place;
                     ASSERT_EQ(found.m_Place, first) << length << ", " << place;
                 }
                 std::memcpy(text + place, kept.data(), kept.size());
@@ -265,13 +266,13 @@ TYPED_TEST(BufferWiderForms, PairsAreFoundInTextsPastTheRareCharacters)
             std::vector<char> memory(offset + 40 * kBytes, filler);
             char *const text = memory.data() + offset;
             const u32 length = static_cast<u32>(memory.size()) - offset;
-            ASSERT_EQ(CKernels::FindPair(text, length, wanted).m_Outcome, Internal::Buffer::PairFound_Nowhere);
+            ASSERT_EQ(CKernels::FindNeedle(text, length, wanted).m_Outcome, Internal::Buffer::NeedleFound_Nowhere);
             for (u32 place = length - LengthOf(needle); place > length - 9 * kBytes; place -= 5)
             {
                 std::vector<char> copy(text, text + length);
                 std::memcpy(copy.data() + place, needle.data(), needle.size());
-                const Internal::Buffer::SPairFound found = CKernels::FindPair(copy.data(), length, wanted);
-                ASSERT_EQ(found.m_Outcome, Internal::Buffer::PairFound_Here) << offset << ", " << place;
+                const Internal::Buffer::SNeedleFound found = CKernels::FindNeedle(copy.data(), length, wanted);
+                ASSERT_EQ(found.m_Outcome, Internal::Buffer::NeedleFound_Here) << offset << ", " << place;
                 ASSERT_EQ(found.m_Place, place) << offset;
             }
         }
@@ -298,10 +299,10 @@ TYPED_TEST(BufferWiderForms, LastNeedlesAreFoundInEveryPlaceAtBothEndsOfMemory)
                     const std::string kept(text + place, needle.size());
                     std::memcpy(text + place, needle.data(), needle.size());
                     const u32 last = static_cast<u32>(std::string(text, length).rfind(needle));
-                    for (const auto &find : {&CKernels::FindLastPair, &CKernels::FindLastPairCase})
+                    for (const auto &find : {&CKernels::FindLastNeedle, &CKernels::FindLastNeedleCase})
                     {
-                        const Internal::Buffer::SPairFound found = find(text, length, wanted);
-                        ASSERT_EQ(found.m_Outcome, Internal::Buffer::PairFound_Here) << length << ", " << place;
+                        const Internal::Buffer::SNeedleFound found = find(text, length, wanted);
+                        ASSERT_EQ(found.m_Outcome, Internal::Buffer::NeedleFound_Here) << length << ", " << place;
                         ASSERT_EQ(found.m_Place, last) << length << ", " << place;
                     }
                     std::memcpy(text + place, kept.data(), kept.size());
@@ -326,7 +327,7 @@ TYPED_TEST(BufferWiderForms, LastPairsAreFoundInTextsPastTheRareCharacters)
             std::vector<char> memory(offset + 40 * kBytes, filler);
             char *const text = memory.data() + offset;
             const u32 length = static_cast<u32>(memory.size()) - offset;
-            ASSERT_EQ(CKernels::FindLastPair(text, length, wanted).m_Outcome, Internal::Buffer::PairFound_Nowhere);
+            ASSERT_EQ(CKernels::FindLastNeedle(text, length, wanted).m_Outcome, Internal::Buffer::NeedleFound_Nowhere);
             for (u32 place = 0; place < 9 * kBytes; place += 5)
             {
                 std::vector<char> copy(memory);
@@ -334,8 +335,8 @@ TYPED_TEST(BufferWiderForms, LastPairsAreFoundInTextsPastTheRareCharacters)
                 for (const u32 at : {place, place + 7})
                 {
                     std::memcpy(marked + at, needle.data(), needle.size());
-                    const Internal::Buffer::SPairFound found = CKernels::FindLastPair(marked, length, wanted);
-                    ASSERT_EQ(found.m_Outcome, Internal::Buffer::PairFound_Here) << offset << ", " << place;
+                    const Internal::Buffer::SNeedleFound found = CKernels::FindLastNeedle(marked, length, wanted);
+                    ASSERT_EQ(found.m_Outcome, Internal::Buffer::NeedleFound_Here) << offset << ", " << place;
                     ASSERT_EQ(found.m_Place, at) << offset;
                 }
             }
@@ -416,8 +417,9 @@ TEST_F(BufferWide, SearchesThatGiveUpAreFinishedByAnother)
     middle[500] = 'c';
     EXPECT_EQ(AnswerOfBoth([&] { return find(middle); }), nullptr);
     EXPECT_EQ(AnswerOfBoth([&] { return findCase(middle); }), nullptr);
-    EXPECT_EQ(Wide::SKernels::FindPair(text.data(), LengthOf(text), {Bytes(middle.data()), 1000, 0, 999, 0}).m_Outcome,
-              Internal::Buffer::PairFound_GaveUp);
+    EXPECT_EQ(
+        Wide::SKernels::FindNeedle(text.data(), LengthOf(text), {Bytes(middle.data()), 1000, 0, 999, 0}).m_Outcome,
+        Internal::Buffer::NeedleFound_GaveUp);
     EXPECT_EQ(AnswerOfBoth([&] { return find(atEnd); }), text.data() + text.size() - atEnd.size());
     std::string behind = text + middle + text;
     const char *const found = AnswerOfBoth(
