@@ -27,7 +27,34 @@ struct SMasks
     }
 };
 
-// The same of some strips, for the byte values that occur in their rows: all others share one entry. Rows seldom hold
+// The bit of each upper half of a character, among the characters below 128 and among the others.
+alignas(16) constexpr u8 kBitOfUpperHalf[16] = {1, 2, 4, 8, 16, 32, 64, 128, 1, 2, 4, 8, 16, 32, 64, 128};
+
+// Which characters occur in a query, for look-ups in 16 entries: that of a lower half has a bit for each upper half.
+struct SLetters
+{
+    explicit SLetters(SText query) : m_Below128{}, m_Above127{}
+    {
+        for (u32 i = 0; i < query.m_Length; ++i)
+        {
+            const u8 character = static_cast<u8>(query.m_Data[i]);
+            u8 &entry = (character < 128 ? m_Below128 : m_Above127)[character & 0x0F];
+            entry = static_cast<u8>(entry | kBitOfUpperHalf[character >> 4]);
+        }
+    }
+
+    alignas(16) u8 m_Below128[16];
+    alignas(16) u8 m_Above127[16];
+};
+
+// A text, and how many characters of it must match for its weight to be wanted.
+struct SCandidate
+{
+    SText m_Text;
+    u32 m_Need;
+};
+
+// The rows of some strips, for the byte values that occur in their rows: all others share one entry. Rows seldom hold
 // more than some ten different characters, and a table of all byte values would be most of the stack that there is.
 template <u32 kStrips>
 struct TEntries

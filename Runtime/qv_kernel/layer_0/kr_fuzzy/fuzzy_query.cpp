@@ -59,6 +59,11 @@ bool CQuery::_WeighAlone(SText text, float &outWeight) const
     return true;
 }
 
+u32 CQuery::MayMatch(const SLetters &letters, const SCandidate *candidates, u32 count) const
+{
+    return QV_SIMD_CALL(true, HaveLetters(m_Masks, letters, candidates, count));
+}
+
 // Leaves the group empty.
 void CQuery::_WeighGroup(SGroup &group, float *outWeights) const
 {

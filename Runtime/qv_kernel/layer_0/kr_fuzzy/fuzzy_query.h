@@ -24,6 +24,10 @@ public:
     template <typename TextAt>
     bool Weigh(const TextAt &textAt, u32 count, float *outWeights) const;
 
+    // Which of `count` texts, at most 32, may match as many characters as they need, one bit each, the first one lowest;
+    // `letters` are the query's.
+    u32 MayMatch(const SLetters &letters, const SCandidate *candidates, u32 count) const;
+
 private:
     // Which of the lanes are used, by the query's length and by what the machine has.
     enum ELanes : u8
@@ -119,11 +123,18 @@ bool CQuery::_WeighInGroups(const TextAt &textAt, u32 count, float *outWeights) 
 constexpr u32 kBatch = 256;
 
 // The same of those that are wanted: the more, the later it is learnt which ones need no weighing.
-constexpr u32 kWantedBatch = 64;
+constexpr u32 kWantedBatch = 128;
 
-// Each of the following weighs `count` texts in order, those that `wants(text)` lets pass, if it is asked, and hands
-// (index, weight) to `take`. False when memory was refused for a text; it weighs 0 then. None is inline, so that the
-// stack holds what one of them needs.
+// Texts that are sifted at a time.
+constexpr u32 kSifted = 32;
+
+// Matches that no text needs: the answer for those that are not wanted whatever they hold.
+constexpr u32 kUnwanted = 255;
+
+// Each of the following weighs `count` texts in order and hands (index, weight) to `take`. Where `needed(length)` is
+// asked, it says how many matches a text of a length must have at least to be wanted, and those that cannot have them are
+// left out. False when memory was refused for a text; it weighs 0 then. None is inline, so that the stack holds what one
+// of them needs.
 
 // By a query of 1 to 64 characters.
 template <typename TextAt, typename Take>
@@ -142,22 +153,44 @@ QV_INTERNAL_NOINLINE bool WeighAllByMasks(SText query, u32 count, TextAt textAt,
     return granted;
 }
 
+// Sifts texts from `next` on, which moves on: those that may have the matches that they need pass, and their indices are
+// written. Returns: how many they are, at most kSifted.
+template <typename TextAt, typename Needed>
+u32 Sift(const CQuery &scorer, const SLetters &letters, u32 &next, u32 count, const TextAt &textAt,
+         const Needed &needed, u32 *outIndices)
+{
+    SCandidate candidates[kSifted];
+    u32 indices[kSifted] = {};
+    u32 fitting = 0;
+    // No branch on a text's length: which ones fit is not foreseen.
+    for (; next < count && fitting < kSifted; ++next)
+    {
+        const SText text = textAt(next);
+        const u32 need = needed(text.m_Length);
+        candidates[fitting] = {text, need};
+        indices[fitting] = next;
+        fitting += need != kUnwanted ? 1 : 0;
+    }
+    u32 passed = 0;
+    for (u32 left = scorer.MayMatch(letters, candidates, fitting); left != 0; left &= left - 1)
+        outIndices[passed++] = indices[Simd::TrailingZeroBits(left)];
+    return passed;
+}
+
 // Those that are wanted, by a query of 1 to 64 characters.
-template <typename TextAt, typename Wants, typename Take>
-QV_INTERNAL_NOINLINE bool WeighWantedByMasks(SText query, u32 count, TextAt textAt, Wants wants, Take take)
+template <typename TextAt, typename Needed, typename Take>
+QV_INTERNAL_NOINLINE bool WeighWantedByMasks(SText query, u32 count, TextAt textAt, Needed needed, Take take)
 {
     const CQuery scorer(query);
+    const SLetters letters(query);
     u32 indices[kWantedBatch];
     float weights[kWantedBatch];
     bool granted = true;
     for (u32 next = 0; next < count;)
     {
         u32 batch = 0;
-        for (; next < count && batch < kWantedBatch; ++next)
-        {
-            indices[batch] = next;
-            batch += wants(textAt(next)) ? 1 : 0;
-        }
+        while (next < count && batch <= kWantedBatch - kSifted)
+            batch += Sift(scorer, letters, next, count, textAt, needed, indices + batch);
         granted = scorer.Weigh([&](u32 i) { return textAt(indices[i]); }, batch, weights) && granted;
         for (u32 i = 0; i < batch; ++i)
             take(indices[i], weights[i]);
@@ -166,14 +199,14 @@ QV_INTERNAL_NOINLINE bool WeighWantedByMasks(SText query, u32 count, TextAt text
 }
 
 // One by one: longer queries have nothing to keep from one to the next.
-template <typename TextAt, typename Wants, typename Take>
-QV_INTERNAL_NOINLINE bool WeighPairs(SText query, u32 count, TextAt textAt, Wants wants, Take take)
+template <typename TextAt, typename Needed, typename Take>
+QV_INTERNAL_NOINLINE bool WeighPairs(SText query, u32 count, TextAt textAt, Needed needed, Take take)
 {
     bool granted = true;
     for (u32 i = 0; i < count; ++i)
     {
         const SText text = textAt(i);
-        if (!wants(text))
+        if (needed(text.m_Length) == kUnwanted)
             continue;
         float weight;
         granted = WeighPair(query, text, weight) && granted;
@@ -182,26 +215,26 @@ QV_INTERNAL_NOINLINE bool WeighPairs(SText query, u32 count, TextAt textAt, Want
     return granted;
 }
 
-inline bool HasMasks(SText query)
+inline bool HasMasks(u32 queryLength)
 {
-    return query.m_Length != 0 && query.m_Length <= CQuery::kMaxLength;
+    return queryLength != 0 && queryLength <= CQuery::kMaxLength;
 }
 
 // By any query.
 template <typename TextAt, typename Take>
 bool WeighAll(SText query, u32 count, TextAt textAt, Take take)
 {
-    return HasMasks(query) ? WeighAllByMasks(query, count, textAt, take)
-                           : WeighPairs(
-                                 query, count, textAt, [](SText) { return true; }, take);
+    return HasMasks(query.m_Length) ? WeighAllByMasks(query, count, textAt, take)
+                                    : WeighPairs(
+                                          query, count, textAt, [](u32) { return 0u; }, take);
 }
 
 // Those that are wanted, by any query.
-template <typename TextAt, typename Wants, typename Take>
-bool WeighWanted(SText query, u32 count, TextAt textAt, Wants wants, Take take)
+template <typename TextAt, typename Needed, typename Take>
+bool WeighWanted(SText query, u32 count, TextAt textAt, Needed needed, Take take)
 {
-    return HasMasks(query) ? WeighWantedByMasks(query, count, textAt, wants, take)
-                           : WeighPairs(query, count, textAt, wants, take);
+    return HasMasks(query.m_Length) ? WeighWantedByMasks(query, count, textAt, needed, take)
+                                    : WeighPairs(query, count, textAt, needed, take);
 }
 
 } // namespace Quorvane::Internal::Fuzzy

@@ -88,12 +88,17 @@ inline float WeightOfEmpty(u32 length, u32 otherLength)
     return length == otherLength ? 1.0f : 0.0f;
 }
 
-// The highest weight that texts of these lengths, neither of them 0, can have: the distance is at least the difference
-// of the lengths plus 1.
+// The highest weight that texts of these lengths, neither of them 0, can have when no more than `matches` of their
+// characters match: the distance is at least 1, and 1 more for each other character of the longer one.
+inline float MaxWeight(u32 length, u32 otherLength, u32 matches)
+{
+    return WeightAt(length + otherLength, QVMax(length, otherLength) - matches + 1);
+}
+
+// The same whatever they hold.
 inline float MaxWeight(u32 length, u32 otherLength)
 {
-    const u32 difference = QVMax(length, otherLength) - QVMin(length, otherLength);
-    return WeightAt(length + otherLength, difference + 1);
+    return MaxWeight(length, otherLength, QVMin(length, otherLength));
 }
 
 } // namespace Quorvane::Internal::Fuzzy

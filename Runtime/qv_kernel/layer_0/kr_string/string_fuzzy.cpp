@@ -32,17 +32,14 @@ public:
     CTopMatches(RankedArray &best, u32 queryLength, float tolerance, u32 limit)
         : m_Best(best), m_QueryLength(queryLength), m_Tolerance(tolerance), m_Limit(limit)
     {
-        _ForgetVerdicts();
+        _ForgetNeeds();
     }
 
-    // Whether an entry of a length may be among the best.
-    bool Wants(u32 length)
+    // How many of its characters must match for an entry of a length to be among the best.
+    u32 Needed(u32 length)
     {
-        if (length >= kVerdicts)
-            return _MayQualify(length);
-        if (m_Verdicts[length] == Verdict_Unknown)
-            m_Verdicts[length] = _MayQualify(length) ? Verdict_Yes : Verdict_No;
-        return m_Verdicts[length] == Verdict_Yes;
+        const u32 known = m_Needs[QVMin(length, kNeeds - 1)];
+        return QV_INTERNAL_LIKELY(known != kUnknown) ? known : _FindNeed(length);
     }
 
     void Take(u32 index, float weight)
@@ -54,15 +51,8 @@ public:
     void Sort() { std::sort_heap(m_Best.begin(), m_Best.end(), SIsBetter()); }
 
 private:
-    // What was decided for entries of a length, until an element is kept.
-    enum EVerdict : u8
-    {
-        Verdict_Unknown,
-        Verdict_No,
-        Verdict_Yes,
-    };
-
-    static constexpr u32 kVerdicts = 256;
+    static constexpr u32 kNeeds = 256;
+    static constexpr u8 kUnknown = 254;
 
     struct SIsBetter
     {
@@ -74,21 +64,47 @@ private:
     };
 
     // Of equal weights the lower index is the better, so another one of the worst weight kept is worse than that.
-    bool _Qualifies(float weight) const
+    bool _Qualifies(float weight) const { return weight >= m_Tolerance && weight > m_Worst; }
+
+    bool _MayQualify(u32 length, u32 matches) const
     {
-        return weight >= m_Tolerance && (m_Best.Count() < m_Limit || weight > m_Best.First().m_MatchWeight);
+        return _Qualifies(Internal::Fuzzy::MaxWeight(m_QueryLength, length, matches));
     }
 
-    bool _MayQualify(u32 length) const
+    // Not inline, as below. Lengths that share the last place of the table are not kept there.
+    QV_INTERNAL_NOINLINE u32 _FindNeed(u32 length)
     {
-        return m_QueryLength == 0 || length == 0 || _Qualifies(Internal::Fuzzy::MaxWeight(m_QueryLength, length));
+        const u32 need = _NeedOf(length);
+        if (length < kNeeds - 1)
+            m_Needs[length] = static_cast<u8>(need);
+        return need;
+    }
+
+    u32 _NeedOf(u32 length) const
+    {
+        if (m_QueryLength == 0 || length == 0)
+            return 0;
+        u32 enough = QVMin(m_QueryLength, length);
+        if (!_MayQualify(length, enough))
+            return Internal::Fuzzy::kUnwanted;
+        u32 fewest = 0;
+        // Nobody counts the matches of longer queries.
+        if (!Internal::Fuzzy::HasMasks(m_QueryLength))
+            return fewest;
+        while (fewest < enough)
+        {
+            const u32 middle = (fewest + enough) / 2;
+            if (_MayQualify(length, middle))
+                enough = middle;
+            else
+                fewest = middle + 1;
+        }
+        return fewest;
     }
 
     // Not inline: few entries of a long list are kept, and all are asked.
     QV_INTERNAL_NOINLINE void _Keep(const RankedElement &element)
     {
-        // Verdicts depend on the worst element kept, which may be a better one now.
-        _ForgetVerdicts();
         if (m_Best.Count() == m_Limit)
         {
             std::pop_heap(m_Best.begin(), m_Best.end(), SIsBetter());
@@ -96,15 +112,21 @@ private:
         }
         m_Best.PushBack(element);
         std::push_heap(m_Best.begin(), m_Best.end(), SIsBetter());
+        if (m_Best.Count() == m_Limit && m_Best.First().m_MatchWeight != m_Worst)
+        {
+            m_Worst = m_Best.First().m_MatchWeight;
+            _ForgetNeeds();
+        }
     }
 
-    void _ForgetVerdicts() { std::memset(m_Verdicts, Verdict_Unknown, sizeof(m_Verdicts)); }
+    void _ForgetNeeds() { std::memset(m_Needs, kUnknown, sizeof(m_Needs)); }
 
     RankedArray &m_Best;
     u32 m_QueryLength;
     float m_Tolerance;
     u32 m_Limit;
-    u8 m_Verdicts[kVerdicts];
+    float m_Worst = -1.0f; // the weight to exceed: once the heap is full, the least in it
+    u8 m_Needs[kNeeds];    // by length, until the weight to exceed is another one
 };
 
 } // namespace
@@ -170,10 +192,13 @@ bool CString::FuzzyMatchList_Top(const TStridedMemoryView<const CString> &string
     if (!outBest.Reserve(limit))
         return false;
     CTopMatches top(outBest, Length(), tolerance, limit);
+    // By the address: most entries take little more time than it takes to come to them.
+    const u8 *const first = reinterpret_cast<const u8 *>(stringList.Data());
+    const u64 stride = stringList.Stride();
     const bool granted = Internal::Fuzzy::WeighWanted(
-        SText::Of(*this), stringList.Count(), [&](u32 index) { return SText::Of(stringList[index]); },
-        [&](SText text) { return top.Wants(text.m_Length); },
-        [&](u32 index, float weight) { top.Take(index, weight); });
+        SText::Of(*this), stringList.Count(),
+        [&](u32 index) { return SText::Of(*reinterpret_cast<const CString *>(first + index * stride)); },
+        [&](u32 length) { return top.Needed(length); }, [&](u32 index, float weight) { top.Take(index, weight); });
     if (!granted)
     {
         // An entry without its weight may have been among the best.

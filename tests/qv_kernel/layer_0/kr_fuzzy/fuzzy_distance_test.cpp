@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -164,8 +165,28 @@ TEST(FuzzyDistance, NoPairOfItsLengthsWeighsMoreThanTheHighestWeight)
                       MaxWeight(static_cast<u32>(query.size()), static_cast<u32>(other.size())))
                 << query << " and " << other;
         }
+    EXPECT_EQ(MaxWeight(4, 4, 3), Weight("same", "sane"));
+    EXPECT_EQ(MaxWeight(4, 6, 3), Weight("same", "sanely"));
     EXPECT_EQ(MaxWeight(4, 4), Weight("same", "same"));
     EXPECT_EQ(MaxWeight(4, 6), Weight("same", "samely"));
+}
+
+TEST(FuzzyDistance, NoPairWeighsMoreThanItsLettersAllow)
+{
+    const std::vector<std::string> texts = EveryText("abc", 4);
+    for (const std::string &query : texts)
+        for (const std::string &other : texts)
+        {
+            if (query.empty() || other.empty())
+                continue;
+            size_t letters = 0;
+            for (const char character : other)
+                letters += query.find(character) != std::string::npos ? 1 : 0;
+            const u32 matches = static_cast<u32>(std::min(letters, query.size()));
+            ASSERT_LE(FuzzyModelWeight(query, other),
+                      MaxWeight(static_cast<u32>(query.size()), static_cast<u32>(other.size()), matches))
+                << query << " and " << other;
+        }
 }
 
 TEST(FuzzyDistance, RefusedMemoryIsAnsweredAndWeighsZero)

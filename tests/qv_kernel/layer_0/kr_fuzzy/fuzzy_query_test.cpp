@@ -36,12 +36,12 @@ Taken Weighed(const CString &query, const std::vector<CString> &texts, size_t co
     return taken;
 }
 
-template <typename Wants>
-Taken WeighedWanted(const CString &query, const std::vector<CString> &texts, size_t count, const Wants &wants)
+template <typename Needed>
+Taken WeighedWanted(const CString &query, const std::vector<CString> &texts, size_t count, const Needed &needed)
 {
     Taken taken;
     EXPECT_TRUE(WeighWanted(
-        SText::Of(query), static_cast<u32>(count), [&](u32 i) { return SText::Of(texts[i]); }, wants,
+        SText::Of(query), static_cast<u32>(count), [&](u32 i) { return SText::Of(texts[i]); }, needed,
         [&](u32 index, float weight) { taken.emplace_back(index, weight); }));
     return taken;
 }
@@ -143,11 +143,46 @@ TEST(FuzzyQuery, WhatIsNotWantedIsLeftOut)
             Model(query, texts, texts.size(), [](const std::string &text) { return text.size() % 2 == 0; });
         ASSERT_FALSE(expected.empty());
         EXPECT_EQ(WeighedWanted(Fixed(query), strings, strings.size(),
-                                [](const SText &text) { return text.m_Length % 2 == 0; }),
+                                [](u32 length) { return length % 2 == 0 ? 0u : kUnwanted; }),
                   expected)
             << queryLength;
-        EXPECT_TRUE(WeighedWanted(Fixed(query), strings, strings.size(), [](const SText &) { return false; }).empty());
+        EXPECT_TRUE(WeighedWanted(Fixed(query), strings, strings.size(), [](u32) { return kUnwanted; }).empty());
     }
+}
+
+// How many characters of a text occur in the query.
+u32 LettersIn(const std::string &query, const std::string &text)
+{
+    u32 count = 0;
+    for (const char character : text)
+        count += query.find(character) != std::string::npos ? 1 : 0;
+    return count;
+}
+
+TEST(FuzzyQuery, TextsWithFewerLettersOfTheQueryThanTheyNeedAreLeftOut)
+{
+    CFuzzyTexts source(24);
+    for (const std::string &alphabet : {kLetters, std::string("\x00\x0F\x10\x2F\x7F\x80\x8F\xAF\xF0\xFF", 10)})
+        for (const size_t queryLength : {1u, 20u, 64u})
+        {
+            // Nothing but some of the letters, or every text would have as many as it has characters.
+            const std::string query = source.Random(alphabet.substr(0, alphabet.size() / 2), queryLength);
+            std::vector<std::string> texts;
+            for (size_t i = 0; i < 100; ++i)
+                texts.push_back(source.Random(alphabet, source.Below(i % 9 == 0 ? 300 : 50)));
+            const std::vector<CString> strings = StringsOf(texts);
+            for (const u32 need : {1u, 8u, 17u, 40u})
+            {
+                const Taken expected = Model(query, texts, texts.size(),
+                                             [&](const std::string &text) { return LettersIn(query, text) >= need; });
+                for (const bool wide : {false, true})
+                {
+                    const CWideChoice choice(wide);
+                    ASSERT_EQ(WeighedWanted(Fixed(query), strings, strings.size(), [&](u32) { return need; }), expected)
+                        << queryLength << ", " << need << ", wide " << wide;
+                }
+            }
+        }
 }
 
 // Queries whose characters differ in their upper halves, in their lower halves, and in both.

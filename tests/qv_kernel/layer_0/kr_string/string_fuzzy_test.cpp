@@ -955,24 +955,40 @@ TEST(StringFuzzyTop, TheBestAreRankedBestFirstAndEqualOnesByIndex)
     EXPECT_EQ(Top(CString("abc"), ListOf(strings), 0.0f, 4), expected);
 }
 
+void ExpectTopsOfTheModel(const std::string &query, const std::string &alphabet, CFuzzyTexts &source)
+{
+    // Short texts of two letters: few weights, many equal ones; and all lengths.
+    std::vector<std::string> texts = MixedTexts(source, query, alphabet, 60);
+    for (size_t i = 0; i < 140; ++i)
+        texts.push_back(source.Random(kFewLetters, 1 + source.Below(6)));
+    const std::vector<CString> strings = StringsOf(texts);
+    const std::vector<float> weights = ModelWeights(query, texts);
+    const CString queryString = Fixed(query);
+    for (const float tolerance : {-1.0f, 0.0f, 0.3f, 0.5f, 0.75f, 0.8f, 0.9f, 1.0f, kNaN})
+        for (const u32 maxCount : {0u, 1u, 2u, 3u, 5u, 10u, 63u, 64u, 65u, 199u, 200u, 201u, 0xFFFFFFFFu})
+            ASSERT_EQ(Top(queryString, ListOf(strings), tolerance, maxCount),
+                      FuzzyModelTop(weights, tolerance, maxCount))
+                << query << ": " << maxCount << " at " << tolerance;
+}
+
 TEST(StringFuzzyTop, EveryCountAndToleranceGivesWhatTheModelGives)
 {
     CFuzzyTexts source(13);
     for (const std::string &query : {std::string("ab"), std::string("abba"), source.Random(kFewLetters, 20),
                                      source.Random(kFewLetters, 40), source.Random(kFewLetters, 70)})
+        ASSERT_NO_FATAL_FAILURE(ExpectTopsOfTheModel(query, kFewLetters, source));
+}
+
+// Which letters occur rules out most entries here.
+TEST(StringFuzzyTop, TextsOfManyLettersGiveWhatTheModelGives)
+{
+    CFuzzyTexts source(25);
+    for (const bool wide : {false, true})
     {
-        // Short texts of two letters: few weights, many equal ones; and all lengths.
-        std::vector<std::string> texts = MixedTexts(source, query, kFewLetters, 60);
-        for (size_t i = 0; i < 140; ++i)
-            texts.push_back(source.Random(kFewLetters, 1 + source.Below(6)));
-        const std::vector<CString> strings = StringsOf(texts);
-        const std::vector<float> weights = ModelWeights(query, texts);
-        const CString queryString(query.c_str());
-        for (const float tolerance : {-1.0f, 0.0f, 0.3f, 0.5f, 0.75f, 0.8f, 0.9f, 1.0f})
-            for (const u32 maxCount : {0u, 1u, 2u, 3u, 5u, 10u, 63u, 64u, 65u, 199u, 200u, 201u, 0xFFFFFFFFu})
-                ASSERT_EQ(Top(queryString, ListOf(strings), tolerance, maxCount),
-                          FuzzyModelTop(weights, tolerance, maxCount))
-                    << query << ": " << maxCount << " at " << tolerance;
+        const CWideChoice choice(wide);
+        for (const std::string &alphabet : {kLetters, kBytes})
+            for (const size_t length : {12u, 33u, 64u})
+                ASSERT_NO_FATAL_FAILURE(ExpectTopsOfTheModel(source.Random(alphabet, length), alphabet, source));
     }
 }
 
