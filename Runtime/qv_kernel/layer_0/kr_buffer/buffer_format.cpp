@@ -20,15 +20,22 @@ namespace
 // No string can have a length from here on, so such results are refused before there is a block.
 constexpr u32 kRefusedLength = 0x3FFFFFFF;
 
-// Formats as far as there is room, which the terminator does not count to.
+// Formats as far as there is room, which the terminator does not count to. Leaves `args` as they are.
 // Returns: the length of the whole result; kRefusedLength when formatting fails.
 QV_INTERNAL_PRINTF(3, 0)
 u32 FormatWithin(char *buffer, std::size_t room, const char *format, va_list args)
 {
     using namespace Internal::Buffer;
-    int length = FormatAsPrintf(buffer, room + 1, format, args, FormatLocale_InForce);
+    va_list taken;
+    va_copy(taken, args);
+    int length = FormatAsPrintf(buffer, room + 1, format, taken, FormatLocale_InForce);
+    va_end(taken);
     if (QV_INTERNAL_UNLIKELY(length < 0))
-        length = std::vsnprintf(buffer, room + 1, format, args);
+    {
+        va_copy(taken, args);
+        length = std::vsnprintf(buffer, room + 1, format, taken);
+        va_end(taken);
+    }
     return length >= 0 ? static_cast<u32>(length) : kRefusedLength;
 }
 
@@ -57,15 +64,12 @@ char *SNativeStringUtils::VAFormat(char *buffer, const char *bufferLast, u32 &ou
     if (buffer == nullptr || bufferLast < buffer || format == nullptr)
         return nullptr;
     const std::size_t room = static_cast<std::size_t>(bufferLast - buffer);
-    va_list argsAgain;
-    va_copy(argsAgain, args);
     const u32 length = FormatWithin(buffer, room, format, args);
     char *result = nullptr;
     if (length <= room)
         result = buffer;
     else if (length < kRefusedLength)
-        result = FormatToBlock(length, format, argsAgain);
-    va_end(argsAgain);
+        result = FormatToBlock(length, format, args);
     if (result != nullptr)
         outLength = length;
     return result;

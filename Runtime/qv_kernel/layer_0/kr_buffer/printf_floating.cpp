@@ -42,13 +42,6 @@ u32 StoredExponentOf(double value)
     return static_cast<u32>(BitsOf(value) >> kStoredBits) & kMaxExponent;
 }
 
-void PutDigits(CPrintfOutput &output, const SDirective &directive, bool isNegative, const char *first, const char *end)
-{
-    SPrintfNumber number = {first, static_cast<u32>(end - first), 0, {}, 0};
-    PutSignInFront(number, directive, isNegative);
-    PutNumber(output, directive, number, true);
-}
-
 #if defined(__SIZEOF_INT128__)
 
 __extension__ using CWide = unsigned __int128;
@@ -128,7 +121,8 @@ bool IsRoundedHere(const SDirective &directive, double value, s32 precision)
 QV_INTERNAL_NOINLINE bool PutRounded(CPrintfOutput &output, const SDirective &directive, double value, u32 places)
 {
     const SRounded rounded = RoundMagnitude(value, places);
-    char text[2 * kMaxPlaces + 2];
+    // A sign, the digits in front of the point, the point, and those behind it.
+    char text[1 + 19 + 1 + kMaxPlaces];
     char *const end = text + sizeof(text);
     char *first = end;
     if (places != 0)
@@ -139,7 +133,7 @@ QV_INTERNAL_NOINLINE bool PutRounded(CPrintfOutput &output, const SDirective &di
         *--first = '.';
     }
     first = WriteDecimalBefore(first, rounded.m_Whole);
-    PutDigits(output, directive, IsNegative(value), first, end);
+    PutSigned(output, directive, SignOf(directive, IsNegative(value)), first, end);
     return true;
 }
 
@@ -160,7 +154,7 @@ bool PutRounded(CPrintfOutput &, const SDirective &, double, u32)
 #if defined(__cpp_lib_to_chars)
 
 // Longer texts, of large numbers without an exponent and of many places, are written where they belong.
-constexpr u32 kShortText = 64;
+constexpr u32 kShortText = 47;
 // More digits than a number has.
 constexpr s32 kMaxPrecision = 1100;
 
@@ -196,10 +190,9 @@ char *WriteByLibrary(char *first, char *last, const SDirective &directive, doubl
 // Writes a number that needs no width into the output itself.
 bool PutInPlace(CPrintfOutput &output, const SDirective &directive, double value, s32 precision)
 {
-    SPrintfNumber number = {};
-    PutSignInFront(number, directive, IsNegative(value));
-    if (number.m_PrefixLength != 0)
-        output.Put(number.m_Prefix[0]);
+    const char sign = SignOf(directive, IsNegative(value));
+    if (sign != '\0')
+        output.Put(sign);
     char *const end = WriteByLibrary(output.Next(), output.Last(), directive, value, precision);
     if (end == nullptr || directive.m_Width > static_cast<u64>(end - output.Next()))
         return false;
@@ -211,11 +204,11 @@ QV_INTERNAL_NOINLINE bool PutByLibrary(CPrintfOutput &output, const SDirective &
 {
     if (precision > kMaxPrecision)
         return false;
-    char text[kShortText];
-    const char *const end = WriteByLibrary(text, text + kShortText, directive, value, precision);
+    char text[1 + kShortText];
+    const char *const end = WriteByLibrary(text + 1, text + sizeof(text), directive, value, precision);
     if (end == nullptr)
         return PutInPlace(output, directive, value, precision);
-    PutDigits(output, directive, IsNegative(value), text, end);
+    PutSigned(output, directive, SignOf(directive, IsNegative(value)), text + 1, end);
     return true;
 }
 

@@ -20,17 +20,8 @@ namespace
 // What the directives of one format share.
 struct SPrintf
 {
-    SPrintf(char *buffer, std::size_t size, va_list args, EFormatLocale locale)
-        : m_Output(buffer, size), m_Locale(locale)
-    {
-        va_copy(m_Args, args);
-    }
-    ~SPrintf() { va_end(m_Args); }
-    SPrintf(const SPrintf &) = delete;
-    SPrintf &operator=(const SPrintf &) = delete;
-
     CPrintfOutput m_Output;
-    va_list m_Args;
+    va_list &m_Args;
     EFormatLocale m_Locale;
 };
 
@@ -123,6 +114,8 @@ bool PutTextArgument(SPrintf &printf, const SDirective &directive)
 bool PutCharacterArgument(SPrintf &printf, const SDirective &directive)
 {
     const char character = static_cast<char>(static_cast<u8>(va_arg(printf.m_Args, int)));
+    if (character == '\0')
+        return false;
     PutText(printf.m_Output, directive, &character, 1);
     return true;
 }
@@ -171,12 +164,12 @@ bool PutDirective(SPrintf &printf, SDirective &directive)
 
 } // namespace
 
-int FormatAsPrintf(char *buffer, std::size_t size, const char *format, va_list args, EFormatLocale locale)
+int FormatAsPrintf(char *buffer, std::size_t size, const char *format, va_list &args, EFormatLocale locale)
 {
     constexpr int kLeftToPlatform = -1;
     if (QV_OWN_PRINTF == 0)
         return kLeftToPlatform;
-    SPrintf printf(buffer, size, args, locale);
+    SPrintf printf = {CPrintfOutput(buffer, size), args, locale};
     while (true)
     {
         const char *const end = LiteralEnd(format);

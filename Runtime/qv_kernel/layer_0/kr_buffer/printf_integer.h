@@ -93,13 +93,11 @@ inline void PutBaseInFront(SPrintfNumber &number, char letter, bool isZero)
     number.m_PrefixLength = 2;
 }
 
-QV_INTERNAL_NOINLINE inline void PutInteger(CPrintfOutput &output, const SDirective &directive, u64 magnitude,
-                                            bool isNegative)
+// With a precision, or with the mark of the base.
+inline void PutIntegerInFull(CPrintfOutput &output, const SDirective &directive, u64 magnitude, char sign,
+                             const char *first, const char *end)
 {
-    char digits[kMaxIntegerDigits];
-    char *const end = digits + kMaxIntegerDigits;
-    const char *const first = WriteInteger(end, magnitude, directive.m_Letter);
-    SPrintfNumber number = {first, static_cast<u32>(end - first), 0, {}, 0};
+    SPrintfNumber number = {first, static_cast<u32>(end - first), 0, {sign, '\0'}, sign != '\0' ? 1u : 0u};
     const bool hasPrecision = directive.m_Precision >= 0;
     if (hasPrecision)
     {
@@ -108,11 +106,22 @@ QV_INTERNAL_NOINLINE inline void PutInteger(CPrintfOutput &output, const SDirect
             number.m_Length = 0;
         number.m_Zeros = precision > number.m_Length ? precision - number.m_Length : 0;
     }
-    if (directive.m_Kind == Directive_Signed)
-        PutSignInFront(number, directive, isNegative);
-    else if (directive.Has(PrintfFlag_Alternate))
+    if (directive.Has(PrintfFlag_Alternate))
         PutBaseInFront(number, directive.m_Letter, magnitude == 0);
     PutNumber(output, directive, number, !hasPrecision);
+}
+
+QV_INTERNAL_NOINLINE inline void PutInteger(CPrintfOutput &output, const SDirective &directive, u64 magnitude,
+                                            bool isNegative)
+{
+    char digits[1 + kMaxIntegerDigits];
+    char *const end = digits + sizeof(digits);
+    char *const first = WriteInteger(end, magnitude, directive.m_Letter);
+    const char sign = directive.m_Kind == Directive_Signed ? SignOf(directive, isNegative) : '\0';
+    if (directive.m_Precision >= 0 || directive.Has(PrintfFlag_Alternate))
+        PutIntegerInFull(output, directive, magnitude, sign, first, end);
+    else
+        PutSigned(output, directive, sign, first, end);
 }
 
 // As "%#lx" gives it.

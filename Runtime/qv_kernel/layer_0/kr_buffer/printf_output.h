@@ -26,6 +26,15 @@ public:
         m_Next += fitting;
     }
 
+    // Requires: 1 to 64 characters.
+    void PutShort(const char *text, u32 length)
+    {
+        const u64 fitting = _Fitting(length);
+        if (QV_INTERNAL_LIKELY(fitting != 0))
+            Mem::Internal::CopyUpTo64(m_Next, text, fitting);
+        m_Next += fitting;
+    }
+
     void Put(char character)
     {
         if (_Fitting(1) != 0)
@@ -104,15 +113,27 @@ inline void PutText(CPrintfOutput &output, const SDirective &directive, const ch
     output.Fill(' ', isLeft ? padding : 0);
 }
 
-// The sign of a number, or what stands for that of one that is not negative.
-inline void PutSignInFront(SPrintfNumber &number, const SDirective &directive, bool isNegative)
+// The sign of a number, or what stands for that of one that is not negative; a terminator where there is none.
+inline char SignOf(const SDirective &directive, bool isNegative)
 {
-    const char sign = isNegative                        ? '-'
-                      : directive.Has(PrintfFlag_Plus)  ? '+'
-                      : directive.Has(PrintfFlag_Blank) ? ' '
-                                                        : '\0';
-    number.m_Prefix[0] = sign;
-    number.m_PrefixLength = sign != '\0' ? 1 : 0;
+    return isNegative ? '-' : directive.Has(PrintfFlag_Plus) ? '+' : directive.Has(PrintfFlag_Blank) ? ' ' : '\0';
+}
+
+// Up to 63 characters from `first` on, in front of which is room for their sign.
+inline void PutSigned(CPrintfOutput &output, const SDirective &directive, char sign, char *first, const char *end)
+{
+    char *whole = first;
+    if (sign != '\0')
+        *--whole = sign;
+    const u32 length = static_cast<u32>(end - whole);
+    if (QV_INTERNAL_LIKELY(directive.m_Width <= length))
+        return output.PutShort(whole, length);
+    if (directive.Has(PrintfFlag_Left) || !directive.Has(PrintfFlag_Zero))
+        return PutText(output, directive, whole, length);
+    if (sign != '\0')
+        output.Put(sign);
+    output.Fill('0', directive.m_Width - length);
+    output.PutShort(first, static_cast<u32>(end - first));
 }
 
 } // namespace Quorvane::Internal::Buffer

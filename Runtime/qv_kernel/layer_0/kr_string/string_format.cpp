@@ -3,6 +3,7 @@
 
 #include <cstdio>
 
+#include "../kr_buffer/printf_format.h"
 #include "kr_mem.h"
 #include "string_format_port.h"
 
@@ -32,17 +33,25 @@ CString CString::Format(const char *format, ...) noexcept
 {
     if (format == nullptr)
         return CString();
-    constexpr u32 kStackBytes = 3200;
-    char buffer[kStackBytes];
-    buffer[0] = '\0';
+    constexpr u32 kMaxLength = 3198;
+    char buffer[kMaxLength + 1];
+    Internal::String::EnterCLocale();
     va_list args;
     va_start(args, format);
-    // One byte less than there is: a result is cut at 3198 characters.
-    const int length = Internal::String::PortFormatInCLocale(buffer, kStackBytes - 1, format, args);
+    int length =
+        Internal::Buffer::FormatAsPrintf(buffer, sizeof(buffer), format, args, Internal::Buffer::FormatLocale_C);
     va_end(args);
-    buffer[kStackBytes - 1] = '\0';
-    // Not by way of the terminated text's constructor, whose frames would be on top of the buffer.
-    return length >= 0 ? CString(CStringContainer::New(buffer, SNativeStringUtils::Length(buffer))) : CString();
+    if (QV_INTERNAL_UNLIKELY(length < 0))
+    {
+        va_start(args, format);
+        length = Internal::String::PortFormatInProcessLocale(buffer, sizeof(buffer), format, args);
+        va_end(args);
+        if (length < 0)
+            return CString();
+        // It ends at a terminator among its characters.
+        length = static_cast<int>(SNativeStringUtils::Length(buffer));
+    }
+    return CString(CStringContainer::New(buffer, QVMin(static_cast<u32>(length), kMaxLength)));
 }
 
 } // namespace Quorvane

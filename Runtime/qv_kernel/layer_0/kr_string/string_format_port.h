@@ -15,7 +15,6 @@
 #define QV_INTERNAL_HAS_THREAD_LOCALES 0
 #endif
 
-#include "../kr_buffer/printf_format.h"
 #include "../kr_mem/mem_lock.h"
 #include "qv_defs.h"
 
@@ -54,14 +53,10 @@ inline void EnterCLocale()
         EnterCLocaleSlow();
 }
 
-// vsnprintf in the process' locale, "C", also where the calling thread has a locale of its own.
+// vsnprintf in the process' locale, also where the calling thread has a locale of its own.
 QV_INTERNAL_PRINTF(3, 0)
-inline int PortFormatInCLocale(char *buffer, std::size_t size, const char *format, std::va_list args)
+inline int PortFormatInProcessLocale(char *buffer, std::size_t size, const char *format, std::va_list args)
 {
-    EnterCLocale();
-    const int formatted = Buffer::FormatAsPrintf(buffer, size, format, args, Buffer::FormatLocale_C);
-    if (QV_INTERNAL_LIKELY(formatted >= 0))
-        return formatted;
 #if QV_INTERNAL_HAS_THREAD_LOCALES
     const locale_t threadLocale = uselocale(LC_GLOBAL_LOCALE);
 #endif

@@ -111,9 +111,9 @@ TEST(PrintfFormat, TextsWithPrecisionNeedNoTerminator)
     ExpectAsPlatform("%.3s|%.*s", unterminated.get(), 2, unterminated.get());
 }
 
-TEST(PrintfFormat, CharactersMayBeTerminators)
+TEST(PrintfFormat, CharactersAreBytes)
 {
-    for (const int character : {0, 0x61, 0x7F, 0x80, 0xFF, 0x141, -1})
+    for (const int character : {1, 0x61, 0x7F, 0x80, 0xFF, 0x141, -1})
     {
         ExpectAsPlatform("%c", character);
         ExpectAsPlatform("<%5c|%-5c|%*c>", character, character, -3, character);
@@ -219,6 +219,8 @@ TEST(PrintfFormat, WhatIsNotKnownIsLeftToThePlatform)
     EXPECT_EQ(LengthMade("%s", null), kLeft);
     EXPECT_EQ(LengthMade("%d %ls", 1, L"wide"), kLeft);
     EXPECT_EQ(LengthMade("%lc", L'w'), kLeft);
+    EXPECT_EQ(LengthMade("a%c", '\0'), kLeft);
+    EXPECT_EQ(LengthMade("a%c", 0x100), kLeft);
     EXPECT_EQ(LengthMade("%Lf", 1.5L), kLeft);
     EXPECT_EQ(LengthMade("%a", 1.5), kLeft);
     EXPECT_EQ(LengthMade("%hf", 1.5), kLeft);
