@@ -26,12 +26,17 @@ class CSource:
         return separator.join(self.one_of(WORDS) for _ in range(least + self.below(most - least + 1)))
 
 
+# So many look after the packages of a distribution.
+MAINTAINERS = tuple("%s %s %d <%s.%d@example.org>" % (first.title(), last.title(), number, last, number)
+                    for number in range(4) for first in WORDS for last in WORDS)
+
+
 def stanza(source, number):
     """What the status file of a package manager has for one package: 15 lines, of 40 characters on average."""
     name = "%s-%d" % (source.words(1, 3, "-"), number % 1000)
     lines = ["Package: " + name, "Status: install ok installed", "Priority: " + source.one_of(("optional", "required")),
              "Section: " + source.one_of(SECTIONS), "Installed-Size: %d" % source.below(100000),
-             "Maintainer: %s <%s@example.org>" % (source.words(2, 3, " ").title(), source.words(1, 1, "")),
+             "Maintainer: " + source.one_of(MAINTAINERS),
              "Architecture: " + source.one_of(("amd64", "all")), "Version: %d.%d-%d" % tuple(source.below(20) for _ in "123"),
              "Depends: " + source.words(2, 9, " (>= 1.0), "), "Description: " + source.words(3, 7, " ")]
     lines += [" %s" % source.words(12, 15, " ") for _ in range(3)] + [" .", ""]

@@ -364,6 +364,32 @@ struct std::hash<Quorvane::CStringView>
     }
 };
 
+#if defined(__GLIBCXX__)
+
+// libstdc++ keeps the hash of a key in its node when it is told that making it anew takes time, as it is for its own
+// strings. A look-up then passes the keys beside the one that it wants without reading their characters.
+template <>
+struct std::__is_fast_hash<Quorvane::SStringHash> : std::false_type
+{
+};
+
+template <>
+struct std::__is_fast_hash<Quorvane::SStringHashCaseInsensitive> : std::false_type
+{
+};
+
+template <>
+struct std::__is_fast_hash<std::hash<Quorvane::CString>> : std::false_type
+{
+};
+
+template <>
+struct std::__is_fast_hash<std::hash<Quorvane::CStringView>> : std::false_type
+{
+};
+
+#endif
+
 #if defined(__cpp_lib_format)
 
 // With the format specifications of the standard's view.

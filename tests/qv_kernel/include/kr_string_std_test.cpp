@@ -250,6 +250,19 @@ TEST(StringStd, EqualityAgreesWithTheOperatorOfStringAndView)
     }
 }
 
+#if defined(__GLIBCXX__)
+
+// So that a look-up reads no characters of the keys beside the one that it wants.
+TEST(StringStd, TablesKeepTheHashesOfTheirKeys)
+{
+    static_assert(std::__cache_default<CString, SStringHash>::value, "a hash in each node");
+    static_assert(std::__cache_default<CString, SStringHashCaseInsensitive>::value, "a hash in each node");
+    static_assert(std::__cache_default<CString, std::hash<CString>>::value, "a hash in each node");
+    static_assert(std::__cache_default<CStringView, std::hash<CStringView>>::value, "a hash in each node");
+}
+
+#endif
+
 TEST(StringStd, HashAndEqualityAreTransparentAndDoNotAllocate)
 {
     static_assert(std::is_void<SStringHash::is_transparent>::value, "for heterogeneous look-up");

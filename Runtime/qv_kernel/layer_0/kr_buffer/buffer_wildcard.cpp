@@ -20,7 +20,10 @@ using Internal::Buffer::TCharacters;
 template <typename TCase, typename TInhibitors, typename TEnd>
 bool MatchCharacters(const TCharacters<TEnd> &pattern, const TCharacters<TEnd> &text)
 {
-    if (!Internal::Buffer::TWildcardNeeds<TCase, TInhibitors, TEnd>(pattern).AreMetBy(text))
+    const Internal::Buffer::TWildcardNeeds<TCase, TInhibitors, TEnd> needs(pattern);
+    if (needs.AreAll())
+        return needs.Match(text);
+    if (!needs.AreMetBy(text))
         return false;
     Internal::Buffer::SStepsUncounted steps;
     return Internal::Buffer::MatchWildcards<TCase, TInhibitors>(pattern, text, steps);

@@ -11,10 +11,14 @@
 
 #include <cstring>
 
+#include "../kr_simd/simd_block.h"
+
 #include "buffer_text.h"
 
 namespace Quorvane::Internal::Buffer
 {
+
+using Simd::SBlock;
 
 // Policies of the end, of the pattern's and of the text's.
 
@@ -192,24 +196,50 @@ bool MatchWildcards(const TCharacters<TEnd> &pattern, const TCharacters<TEnd> &t
 // What a pattern with stars asks of a text at least: its first character, what follows the last star at the end, and
 // the characters before the stars somewhere, in order. Most texts that do not match are told from the others by that,
 // which is looked up faster than a walk comes to it.
+//
+// Where nothing but literals stands between the stars, as in most patterns, each of them is searched for behind the one
+// before it, and nothing is left to walk for.
 template <typename TCase, typename TInhibitors, typename TEnd>
 class TWildcardNeeds
 {
 public:
     explicit TWildcardNeeds(const TCharacters<TEnd> &pattern) : m_Pattern(pattern)
     {
+        bool isLiteral = true; // the characters since the last star
         for (const char *at = pattern.m_Begin; !pattern.m_End.EndsAt(at);)
         {
             if (*at != '*')
             {
+                isLiteral = isLiteral && *at != '?' && !_InhibitsAt(at);
                 at = _Behind(at);
                 ++m_TailLength;
                 continue;
             }
-            m_FirstStar = m_FirstStar != nullptr ? m_FirstStar : at;
+            if (m_FirstStar == nullptr)
+                m_FirstStar = at;
+            else
+                m_HasLiteralMiddles = m_HasLiteralMiddles && isLiteral;
             m_LastStar = at++;
             m_TailLength = 0;
+            isLiteral = true;
         }
+    }
+
+    // Whether Match can tell.
+    bool AreAll() const { return m_LastStar != nullptr && m_HasLiteralMiddles; }
+
+    // Whether the pattern matches the text. Requires: AreAll, and a text that is not null.
+    bool Match(const TCharacters<TEnd> &text) const
+    {
+        const char *begin = text.m_Begin;
+        for (const char *at = m_Pattern.m_Begin; at != m_FirstStar; at = _Behind(at), ++begin)
+            if (text.m_End.EndsAt(begin) || !_MatchesAt(at, *begin))
+                return false;
+        const std::size_t length = text.m_End.LengthOf(begin);
+        if (length < m_TailLength)
+            return false;
+        const char *const tail = begin + (length - m_TailLength);
+        return _EndsWithTail(tail) && _HasLiterals(begin, tail);
     }
 
     // Requires: a text that is not null, also where it has no characters.
@@ -251,6 +281,69 @@ private:
         return true;
     }
 
+    // Whether what stands between the stars follows each other in the text.
+    bool _HasLiterals(const char *text, const char *end) const
+    {
+        for (const char *star = m_FirstStar; star != m_LastStar;)
+        {
+            const char *const literal = star + 1;
+            for (star = literal; *star != '*';)
+                ++star;
+            const std::size_t length = static_cast<std::size_t>(star - literal);
+            text = _Find(text, static_cast<std::size_t>(end - text), literal, length);
+            if (text == nullptr)
+                return false;
+            text += length;
+        }
+        return true;
+    }
+
+    // The first place of a literal in the text; null when there is none. Most texts are a path or a name: a block of places
+    // at a time, without a call, in which its first and its last character stand.
+    static const char *_Find(const char *text, std::size_t length, const char *literal, std::size_t literalLength)
+    {
+        if (literalLength == 0)
+            return text;
+        if (length < literalLength)
+            return nullptr;
+        std::size_t places = length - literalLength + 1;
+        for (; places < SBlock::kBytes; ++text, --places)
+            if (places == 0 || _AreSame(text, literal, literalLength))
+                return places != 0 ? text : nullptr;
+        for (;;)
+        {
+            const SBlock pairs = _AreOf(text, *literal) & _AreOf(text + literalLength - 1, literal[literalLength - 1]);
+            for (u64 found = pairs.DenseBits(); found != 0; found &= found - 1)
+                if (_AreSame(text + Simd::TrailingZeroBits(found), literal, literalLength))
+                    return text + Simd::TrailingZeroBits(found);
+            if (places == SBlock::kBytes)
+                return nullptr;
+            // The last block overlaps the one before it.
+            const std::size_t step = QVMin<std::size_t>(SBlock::kBytes, places - SBlock::kBytes);
+            text += step;
+            places -= step;
+        }
+    }
+
+    // Which of a block's characters are a given one.
+    static SBlock _AreOf(const char *block, char character)
+    {
+        const u8 lower = TCase::Fold(character);
+        const bool isLetter = !TCase::kIsExact && lower >= 'a' && lower <= 'z';
+        const u8 upper = isLetter ? static_cast<u8>(lower - ('a' - 'A')) : lower;
+        const SBlock characters = SBlock::Padded(block);
+        return SBlock::EqualBytes(characters, SBlock::Fill(lower)) |
+               SBlock::EqualBytes(characters, SBlock::Fill(upper));
+    }
+
+    static bool _AreSame(const char *a, const char *b, std::size_t length)
+    {
+        std::size_t same = 0;
+        while (same < length && TCase::Fold(a[same]) == TCase::Fold(b[same]))
+            ++same;
+        return same == length;
+    }
+
     // Whether the last literals of what stands between the stars follow each other in the text. One that is a terminator,
     // as counted patterns may have it, is not looked for.
     bool _HasMiddles(const char *text, const char *end) const
@@ -281,6 +374,7 @@ private:
     const char *m_FirstStar = nullptr;
     const char *m_LastStar = nullptr;
     std::size_t m_TailLength = 0; // in characters of the text
+    bool m_HasLiteralMiddles = true;
 };
 
 // How a pattern is meant.

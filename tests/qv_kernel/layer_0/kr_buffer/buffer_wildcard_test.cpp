@@ -496,6 +496,32 @@ TEST(BufferWildcard, NeedsAreMetByEveryTextThatMatches)
     EXPECT_FALSE(SNativeStringUtils::Match("*lib*/*.so.?", "/usr/bin/x.so.6"));
 }
 
+// Literals between stars are searched for, at all distances in front of and behind them, and never in each other.
+TEST(BufferWildcard, LiteralsBetweenStarsStandInOrder)
+{
+    for (const std::size_t distance : {0u, 1u, 15u, 31u, 32u, 63u, 64u, 200u})
+    {
+        const std::string gap(distance, '-');
+        const std::string text = "from/" + gap + "First/" + gap + "sEcond/" + gap + ".end";
+        const auto match = [&](const char *pattern) { return SNativeStringUtils::Match(pattern, text.c_str()); };
+        const auto matchCase = [&](const char *pattern)
+        { return SNativeStringUtils::MatchCase(pattern, text.c_str()); };
+        EXPECT_TRUE(match("*First*sEcond*")) << distance;
+        EXPECT_TRUE(match("from*/*First/**sEcond*.end")) << distance;
+        EXPECT_FALSE(match("*first*sEcond*")) << distance;
+        EXPECT_TRUE(matchCase("*first*SECOND*")) << distance;
+        EXPECT_TRUE(matchCase("FROM/*fir*st*second/*.END")) << distance;
+        EXPECT_FALSE(matchCase("*second*first*")) << distance;
+        EXPECT_FALSE(matchCase("*first/*first/*")) << distance;
+        EXPECT_FALSE(matchCase("*second/*/.end")) << distance;
+        EXPECT_FALSE(matchCase("from/*from*")) << distance;
+        EXPECT_FALSE(matchCase("*.end*.end")) << distance;
+    }
+    EXPECT_FALSE(SNativeStringUtils::Match("ab*ba", "aba")); // the front and the end share no character
+    EXPECT_FALSE(SNativeStringUtils::Match("a*b*c", "ac"));
+    EXPECT_FALSE(SNativeStringUtils::MatchCase("*bc*cd", "abcd"));
+}
+
 // Both texts end at a protected page.
 TEST(BufferWildcard, NothingBehindTheTerminatorsIsRead)
 {
