@@ -36,6 +36,7 @@ kr_containers_std.h
 kr_string_fwd.h
 kr_internal/kr_string_copies.h
 kr_string_container.h
+kr_internal/kr_string_fast_growth.h
 kr_string_view.h
 kr_internal/kr_string_compare.h
 kr_internal/kr_string_split.h

@@ -43,6 +43,9 @@ public:
     u32 _InternalRemoveReference() const noexcept QV_NONBLOCKING;
     // The same for who wants to know only whether it was the last one.
     bool _InternalRemoveReferenceIsLast() const noexcept QV_NONBLOCKING;
+    // The same without a locked instruction for a holder that finds itself alone: nobody else can add or drop a reference
+    // then, so what the decrement would give is known. Most objects are dropped by the only one who ever held them.
+    bool _DropIsLast() const noexcept QV_NONBLOCKING;
 
     void AddWeakReference() const noexcept QV_NONBLOCKING { m_WeakCount.Inc(); }
     // Reports "s32(nrc) >= 0", "/!\ weak refcount underflow /!\", when there was none.
@@ -261,6 +264,14 @@ inline bool CRefCountedObjectBase::_InternalRemoveReferenceIsLast() const noexce
     return isLast;
 }
 
+inline bool CRefCountedObjectBase::_DropIsLast() const noexcept QV_NONBLOCKING
+{
+    if (RefCount() != 1)
+        return _InternalRemoveReferenceIsLast();
+    m_RefCount.StoreUnshared(0);
+    return true;
+}
+
 inline void CRefCountedObjectBase::RemoveWeakReference() const noexcept QV_NONBLOCKING
 {
     const u32 nrc = _WeakCountOf(m_WeakCount.FetchDec()) - 1;
@@ -278,12 +289,8 @@ inline bool CRefCountedObjectBase::_BeginDestruction() const noexcept QV_NONBLOC
 
 QV_INTERNAL_REALTIME_UNWATCHED inline void CRefCountedObject::RemoveReference() const noexcept QV_NONBLOCKING
 {
-    // Alone: nobody else can add or drop a reference, so what the decrement would give is known.
-    if (RefCount() == 1)
-        m_RefCount.StoreUnshared(0);
-    else if (!_InternalRemoveReferenceIsLast())
-        return;
-    _DeleteObject(this, this);
+    if (_DropIsLast())
+        _DeleteObject(this, this);
 }
 
 } // namespace Quorvane

@@ -349,8 +349,8 @@ public:
     // Invalidates: pointers to and views of the characters.
 
     CString &Append(const CString &other) noexcept;
-    CString &Append(const CStringView &other) noexcept;
-    CString &Append(const char *other) noexcept;
+    QV_INTERNAL_ALWAYS_INLINE CString &Append(const CStringView &other) noexcept;
+    QV_INTERNAL_ALWAYS_INLINE CString &Append(const char *other) noexcept;
     // Requires: `otherLength` characters before the terminator, else reports
     // "otherLength <= SNativeStringUtils::Length(other)" and takes that many all the same.
     CString &Append(const char *other, u32 otherLength) noexcept;
@@ -773,6 +773,9 @@ private:
     // The fast path of each does what a few characters from elsewhere need that find room; it leaves the rest to the slow
     // one.
     CString &_AppendSlow(char character) noexcept;
+    CString &_AppendView(const char *other, u32 length) noexcept;
+    CString &_AppendText(const char *other) noexcept;
+    bool _AppendInline(const char *other, u32 length) noexcept QV_NONBLOCKING;
     CString &_AppendFast(const char *other, u32 length) noexcept;
     CString &_AppendSlow(const char *other, u32 length) noexcept;
     bool _TryAppend(const char *other, u32 length) noexcept QV_NONBLOCKING;

@@ -14,8 +14,9 @@ namespace Quorvane
 
 namespace Internal::String
 {
-struct SGrowth; // the edits that grow a text
-}
+struct SFastGrowth; // the edits that grow a text by a few characters
+struct SGrowth;     // and by any number
+} // namespace Internal::String
 
 using PStringContainer = TRefPtr<CStringContainer>;
 
@@ -94,11 +95,15 @@ public:
     }
 
     // Drops a strong reference, and destroys the container with the last one: what the counted base does, without the
-    // virtual calls, since nothing derives from this class. It does not ask first whether this is the last one: that
-    // spares a text that was never shared 0.3 ns, and costs 0.4 ns for every handle that was a copy.
+    // virtual calls, since nothing derives from this class.
+    //
+    // It asks first whether this is the last one, as most texts are dropped by the only handle they ever had. That spares
+    // such a text a locked instruction: 8 ns of 23 for a short one on an Intel Xeon (family 6, model 167), 0.3 ns on an AMD
+    // EPYC. The count can be read only when the locked instruction that has just written it is done, so that a copy which
+    // is dropped at once takes 5.6 ns more on the former, 0.4 ns on the latter; one that is dropped later takes no longer.
     QV_INTERNAL_REALTIME_UNWATCHED void RemoveReference() const noexcept QV_NONBLOCKING
     {
-        if (_InternalRemoveReferenceIsLast())
+        if (_DropIsLast())
             _Destroy(const_cast<CStringContainer *>(this));
     }
 
@@ -114,6 +119,7 @@ public:
 
 private:
     friend class CString;
+    friend struct Internal::String::SFastGrowth;
     friend struct Internal::String::SGrowth;
 
     static constexpr u32 kResizableFlag = 0x80000000;

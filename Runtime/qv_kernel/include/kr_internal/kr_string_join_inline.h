@@ -7,6 +7,7 @@
 
 #include <utility>
 
+#include "kr_internal/kr_string_fast_growth.h"
 #include "kr_internal/kr_string_join.h"
 #include "kr_memoryviews.h"
 
@@ -27,6 +28,40 @@ namespace Internal::String
                                const TStridedMemoryView<const char *const> &pieces) noexcept;
 
 } // namespace Internal::String
+
+// Pieces whose length the compiler knows are appended in line; every other is copied by code for any length, which would
+// be much at each call. The compiler is asked about variables: of what a call answers it knows nothing.
+
+QV_INTERNAL_ALWAYS_INLINE inline bool CString::_AppendInline(const char *other, u32 length) noexcept QV_NONBLOCKING
+{
+    using Internal::String::SFastGrowth;
+    CStringContainer *const container = m_Container.Get();
+    if (!QV_INTERNAL_LIKELY(SFastGrowth::TakesFast(container, other, length)))
+        return false;
+    Mem::Internal::CopyUpTo32(SFastGrowth::LengthenFast(*container, length), other, length);
+    return true;
+}
+
+QV_INTERNAL_ALWAYS_INLINE inline CString &CString::Append(const CStringView &other) noexcept
+{
+    const char *const data = other.Data();
+    const u32 length = other.Length();
+    if (__builtin_constant_p(length) && data != nullptr && QV_INTERNAL_LIKELY(_AppendInline(data, length)))
+        return *this;
+    return _AppendView(data, length);
+}
+
+QV_INTERNAL_ALWAYS_INLINE inline CString &CString::Append(const char *other) noexcept
+{
+    if (other != nullptr)
+    {
+        const CStringView view(other);
+        const u32 length = view.Length();
+        if (__builtin_constant_p(length))
+            return Append(view);
+    }
+    return _AppendText(other);
+}
 
 // A character is a view of one; a terminator is appended as nothing.
 

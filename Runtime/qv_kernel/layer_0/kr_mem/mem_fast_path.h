@@ -13,7 +13,9 @@
 
 #include "kr_mem.h"
 
+#include "mem_large.h"
 #include "mem_membership.h"
+#include "mem_slab_records.h"
 #include "mem_thread_cache.h"
 
 namespace Quorvane::Mem::Internal
@@ -37,6 +39,16 @@ inline void FreeBlock(void *block, u64 size, EAllocType type, EOrigin origin, co
     if (QV_INTERNAL_LIKELY(g_UsesFastPath.Load() && size <= kMaxSmallBytes && IsSmallBlock(block)))
         return FreeFast(block, SmallClass(size));
     _RawFree(block, type, origin, tag, file, line, function);
+}
+
+// Whether a block that grows to `newSize` would stay where it is, as it is, so that `_RawRealloc` need not be asked.
+inline bool HasRoomToGrow(void *block, u64 newSize)
+{
+    if (!g_UsesFastPath.Load() || block == nullptr)
+        return false;
+    if (IsSmallBlock(block))
+        return newSize <= ClassBytes(ClassOfSmallBlock(block));
+    return HasHead(block) && newSize <= HeadOf(block).m_Room;
 }
 
 } // namespace Quorvane::Mem::Internal

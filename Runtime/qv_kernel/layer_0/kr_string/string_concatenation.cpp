@@ -224,15 +224,17 @@ CString &CString::Append(const CString &other) noexcept
     return other.Empty() ? *this : _AppendFast(other.Data(), other.Length());
 }
 
-CString &CString::Append(const CStringView &other) noexcept
+// What is left of the two below where the compiler does not know the length.
+
+CString &CString::_AppendView(const char *other, u32 length) noexcept
 {
-    QV_INTERNAL_EDIT;
-    return other.Empty() || other.Data() == nullptr ? *this : _AppendFast(other.Data(), other.Length());
+    QV_INTERNAL_EDIT_NAMED("Append");
+    return length == 0 || other == nullptr ? *this : _AppendFast(other, length);
 }
 
-CString &CString::Append(const char *other) noexcept
+CString &CString::_AppendText(const char *other) noexcept
 {
-    QV_INTERNAL_EDIT;
+    QV_INTERNAL_EDIT_NAMED("Append");
     if (other == nullptr || *other == '\0')
         return *this;
     return _AppendFast(other, SNativeStringUtils::Length(other));

@@ -154,8 +154,11 @@ bool CStringContainer::_Reallocate(u32 newLength) noexcept
     if (QV_INTERNAL_FAILS(SupportsDynamicResize()) || newLength >= kLengthMask)
         return false;
     const u64 newCapacity = String::GrownBytes(newLength);
-    void *moved = Mem::_RawRealloc(m_Characters, newCapacity, String::kCharacterBlockBytes, Mem::AllocType_Generic,
-                                   QV_INTERNAL_MEM_SITE);
+    // Most buffers have got more than was asked for the time before.
+    void *moved = Mem::Internal::HasRoomToGrow(m_Characters, newCapacity)
+                      ? m_Characters
+                      : Mem::_RawRealloc(m_Characters, newCapacity, String::kCharacterBlockBytes,
+                                         Mem::AllocType_Generic, QV_INTERNAL_MEM_SITE);
     if (moved == nullptr)
         return false;
     m_Characters = static_cast<char *>(moved);

@@ -12,57 +12,15 @@
 
 #include <cstring>
 
+#include "kr_internal/kr_string_fast_growth.h"
 #include "kr_mem_utils.h"
 #include "string_block.h"
 
 namespace Quorvane::Internal::String
 {
 
-struct SGrowth
+struct SGrowth : SFastGrowth
 {
-    // The fast path, in a straight line with as few instructions as there can be: programs build texts from short pieces
-    // in loops.
-    //     if (TakesFast(container, other, length))
-    //         CopyUpTo32(LengthenFast(*container, length), other, length)
-
-    // Longer arguments take the slow path.
-    static constexpr u32 kMaxInlineCopy = 32;
-
-    // Whether nobody shares the container, and it may grow by kMaxInlineCopy characters and one more.
-    static bool MayGrowFast(const CStringContainer &container)
-    {
-        if (container.RefCount() != 1)
-            return false;
-        // One comparison for the form and for the longest length; with the reserved bit set it takes the slow path.
-        return _LengthOfResizable(container) < CStringContainer::kLengthMask - kMaxInlineCopy - 1;
-    }
-
-    static bool HasRoomFor(const CStringContainer &container, u32 added)
-    {
-        return _LengthOfResizable(container) + added < container.m_Capacity;
-    }
-
-    // OverlapsRoom as one comparison. Requires: a `length` of 1 to kMaxInlineCopy.
-    static bool OverlapsRoomFast(const CStringContainer &container, const char *other, u32 length)
-    {
-        const ureg fromRoom = reinterpret_cast<ureg>(other) - (reinterpret_cast<ureg>(container.m_Characters) - length);
-        return fromRoom < static_cast<ureg>(container.m_Capacity) + length;
-    }
-
-    // Whether the fast path is that of an argument: a few characters from elsewhere, for which there is room. `length` - 1
-    // wraps for 0, so that one comparison asks for both bounds.
-    QV_SIMD_INLINE static bool TakesFast(const CStringContainer *container, const char *other, u32 length)
-    {
-        return container != nullptr && length - 1 < kMaxInlineCopy && MayGrowFast(*container) &&
-               HasRoomFor(*container, length) && !OverlapsRoomFast(*container, other, length);
-    }
-
-    // Makes the text longer. Returns: where the new characters go. Requires: MayGrowFast, and the room.
-    static char *LengthenFast(CStringContainer &container, u32 added)
-    {
-        return _LengthenFrom(container, _LengthOfResizable(container), added);
-    }
-
     // The slow path, in place. Each of these requires the resizable form, and nobody else who holds the container.
 
     // Makes the text longer by characters that do not overlap the room.
@@ -160,22 +118,6 @@ private:
         std::memset(outCopy->Data() + there, 0, length - there);
         other = outCopy->Data();
         return true;
-    }
-
-    // With any other flags than those of the resizable form it is no length that a text may have.
-    static u32 _LengthOfResizable(const CStringContainer &container)
-    {
-        return container.m_Length - CStringContainer::kResizableFlag;
-    }
-
-    static char *_LengthenFrom(CStringContainer &container, u32 length, u32 added)
-    {
-        char *const data = container.m_Characters;
-        // The block of the old terminator is zero behind it already.
-        if (LastBlockStart(length + added) > length)
-            ZeroLastBlock(data, length + added);
-        container._ChangeLengthBy(added);
-        return data + length;
     }
 };
 

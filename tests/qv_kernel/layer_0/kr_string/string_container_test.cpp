@@ -342,6 +342,38 @@ TEST(StringContainer, ResizableBlocksAreFreedEachWithItsOrigin)
     EXPECT_EQ(calls[1].m_Tag, "Kernel|Mem|Default");
 }
 
+// Who finds himself alone drops without counting; whoever drops, the last one frees.
+TEST(StringContainer, IsFreedOnceWhicheverHandleGoesLast)
+{
+    for (const bool resizable : {false, true})
+        for (const bool byBase : {false, true})
+            for (const bool originalFirst : {false, true})
+            {
+                CTestAllocator allocator;
+                PStringContainer original =
+                    resizable ? CStringContainer::NewResizable("characters") : CStringContainer::New("characters");
+                PStringContainer copy;
+                if (byBase)
+                {
+                    static_cast<const CRefCountedObjectBase *>(original.Get())->AddReference();
+                    copy = PStringContainer(original.Get(), Internal::SAdoptReference());
+                }
+                else
+                    copy = original;
+                const u32 capacity = CapacityOf(*original);
+                const u64 footprint = original->MemoryFootprint();
+                (originalFirst ? original : copy).Clear();
+                const PStringContainer &left = originalFirst ? copy : original;
+                EXPECT_EQ(left->RefCount(), 1u);
+                EXPECT_EQ(CapacityOf(*left), capacity);
+                EXPECT_EQ(left->MemoryFootprint(), footprint);
+                ExpectWellFormed(*left);
+                EXPECT_EQ(allocator.LiveBlocks(), resizable ? 2u : 1u);
+                (originalFirst ? copy : original).Clear();
+                EXPECT_EQ(allocator.LiveBlocks(), 0u);
+            }
+}
+
 TEST(StringContainer, IsDestroyedThroughAPointerToItsCountedBaseAsWell)
 {
     const CTestAllocator allocator;
