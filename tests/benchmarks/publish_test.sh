@@ -74,6 +74,16 @@ for broken in ("no markers", PAGE + "<!-- measured: end -->", "<!-- measured: en
     except RuntimeError:
         pass
 
+# ---- The page itself has a part for each kind whose figures are kept, and one for the goals
+
+with open(publish.PAGE, encoding="utf-8") as stream:
+    page = stream.read()
+within = kinds.split_at(page, publish.SUBJECT)[1]
+for name in [publish.GOALS] + [entry.name for entry in os.scandir(publish.KEPT) if entry.is_dir()]:
+    wants("part " + name, kinds.markers("%s %s" % (publish.SUBJECT, name))[0] in within, True)
+    kinds.split_at(page, "%s %s" % (publish.SUBJECT, name))
+wants("there are figures", [title for title, figures in publish.all_kept() if not figures.rows], [])
+
 # ---- The table of goals
 
 def figures(*rows):
