@@ -743,8 +743,8 @@ SBlocks WeighedBlock(u64 longerLength)
 TEST(AllocationCounts, OfFuzzyMatching)
 {
     constexpr u64 kRanked = sizeof(CString::SFuzzyMatchListElement);
-    // The row of distances, and two bits for each pair of characters.
-    const SBlocks alignment = OneOf(4 * (kLength + 1) + kLength * kPiece.size() / 4 + 1).Freeing(1);
+    // Of the one strip of rows, the differences down and across it by words of 8 bytes, and two words for each column.
+    const SBlocks alignment = OneOf(16 + (kLength + 7) / 8 * 8 + 16 * kLength).Freeing(1);
     ExpectRows({
         {"CString::FuzzyMatch", "", Nothing(), [](SGround &g) { Take(g.m_Fixed.FuzzyMatch(g.m_Piece)); }},
         {"CString::FuzzyMatch", "of a long text", WeighedBlock(kLongText.size()),

@@ -221,20 +221,23 @@ TEST(FuzzySteps, TheBestOfAListOfEverBetterTexts)
     }
 }
 
-// The way back needs each cell, so rows are not taken by the word.
-TEST(FuzzySteps, PositionsTakeTheProductOfTheLengths)
+// The way back needs some columns once more, and a step for each character.
+TEST(FuzzySteps, PositionsTakeFewMoreStepsThanTheWeight)
 {
-    for (const size_t length : {size_t(30), size_t(100), size_t(300)})
-        for (const std::string &a : FuzzyTexts(length))
-        {
-            const CString query(a.c_str(), static_cast<u32>(a.size()));
-            const std::string b = Repeated("ba", 2 * length);
-            const CString text(b.c_str());
-            TArray<u32> positions;
-            const u64 steps = StepsOf([&] { EXPECT_TRUE(query.FuzzyMatchPositions(text, positions)); });
-            ExpectSteps("FuzzyMatchPositions", std::to_string(length), steps,
-                        40 * (a.size() * b.size() + a.size() + b.size()) + 3000);
-        }
+    for (const bool wide : {true, false})
+    {
+        const CWideChoice choice(wide);
+        for (const size_t length : {size_t(30), size_t(100), size_t(300), size_t(1000)})
+            for (const std::string &a : FuzzyTexts(length))
+            {
+                const CString query(a.c_str(), static_cast<u32>(a.size()));
+                const std::string b = Repeated("ba", 2 * length);
+                const CString text(b.c_str());
+                TArray<u32> positions;
+                const u64 steps = StepsOf([&] { EXPECT_TRUE(query.FuzzyMatchPositions(text, positions)); });
+                ExpectSteps("FuzzyMatchPositions", std::to_string(length), steps, 40 * FuzzyCells(a, b) + 5000);
+            }
+    }
 }
 
 } // namespace

@@ -747,10 +747,12 @@ public:
                                           u32 maxCount) const noexcept;
 
     // The indices of this string's characters that a best alignment with `other` matches, rising: what to highlight.
-    // Cost: a step for each pair of characters, one of each text; as many bits of memory.
-    // Allocates: a block, until the result is there, of 4 bytes for each character of the longer text, a quarter byte for
-    // each pair of characters, and 5 bytes; and the room for an index for each character of the shorter text.
+    // Cost: that of FuzzyMatch, up to three times, and what is linear in both.
+    // Allocates: a block, until the result is there, of up to 32 bytes for each character of the longer text and 50 KiB, or
+    // of 17 for each, and 24, when the shorter one has 64 or fewer and the longer one up to 2,048; and the room for an index
+    // for each character of the shorter text.
     // Returns: false, with an empty output, when memory is refused.
+    // Stack: 3 KiB.
     [[nodiscard]] bool FuzzyMatchPositions(const CString &other, TArray<u32> &outPositions) const noexcept;
 
 private:

@@ -2,10 +2,12 @@
 #pragma once
 
 #include <cstddef>
+#include <new>
 #include <type_traits>
 #include <utility>
 
 #include "../kr_simd/simd_lanes.h"
+#include "fuzzy_grid.h"
 #include "fuzzy_lane_texts.h"
 #include "fuzzy_masks.h"
 

@@ -88,7 +88,8 @@ public:
         for (u32 i = 0; i < rows.m_Length; ++i)
         {
             u8 &entry = m_EntryOf[static_cast<u8>(rows.m_Data[i])];
-            if (entry == TEntries<kStrips>::kNone)
+            // When all other byte values have entries, no row lacks the one that is left: its entry is that of none.
+            if (entry == TEntries<kStrips>::kNone && used != 256)
             {
                 if (used == kEntries)
                     return false;

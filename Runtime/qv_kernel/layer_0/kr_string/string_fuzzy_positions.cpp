@@ -22,7 +22,6 @@ bool CString::FuzzyMatchPositions(const CString &other, TArray<u32> &outPosition
     CAlignment alignment(SText::Of(thisIsRows ? a : b), SText::Of(thisIsRows ? b : a));
     if (!alignment.IsReady() || !outPositions.Reserve(QVMin(a.Length(), b.Length())))
         return false;
-    alignment.Compute();
     alignment.WalkBack([&](u32 row, u32 column) { outPositions.PushBack(thisIsRows ? row : column); });
     std::reverse(outPositions.begin(), outPositions.end());
     return true;

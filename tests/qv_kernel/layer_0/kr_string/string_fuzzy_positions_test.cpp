@@ -13,6 +13,7 @@
 #include "refusal_sweep.h"
 #include "string_checks.h"
 #include "text_pieces.h"
+#include "wide_choice.h"
 
 namespace
 {
@@ -59,6 +60,47 @@ void ExpectBestAlignment(const std::string &query, const std::string &other)
     ASSERT_TRUE(positions.empty() || positions.back() < query.size()) << query << " and " << other;
     ASSERT_EQ(FuzzyModelDistanceMatching(query, other, positions), FuzzyModelDistance(query, other))
         << query << " and " << other;
+}
+
+// The whole matrix, walked back from its end: where the characters differ, to the cell before both unless one of the
+// other two is less, to the left before above.
+Positions ModelPositions(const std::string &query, const std::string &other)
+{
+    const bool queryIsRows = FuzzyModelQueryIsRows(query, other);
+    const std::string &rows = queryIsRows ? query : other;
+    const std::string &columns = queryIsRows ? other : query;
+    const size_t width = columns.size() + 1;
+    std::vector<u16> cells((rows.size() + 1) * width);
+    for (size_t j = 0; j < width; ++j)
+        cells[j] = static_cast<u16>(j + 1);
+    for (size_t i = 1; i <= rows.size(); ++i)
+    {
+        u16 *const row = cells.data() + i * width;
+        const u16 *const above = row - width;
+        row[0] = static_cast<u16>(i);
+        for (size_t j = 1; j < width; ++j)
+        {
+            const int paired = above[j - 1] - (rows[i - 1] == columns[j - 1] ? 1 : 0);
+            const int skipped = row[j - 1] < above[j] ? row[j - 1] : above[j];
+            row[j] = static_cast<u16>((paired < skipped ? paired : skipped) + 1);
+        }
+    }
+    Positions positions;
+    size_t i = rows.size();
+    size_t j = columns.size();
+    while (i != 0 && j != 0)
+    {
+        const u16 *const row = cells.data() + i * width;
+        const u16 *const above = row - width;
+        const bool equal = rows[i - 1] == columns[j - 1];
+        const bool leftIsLess = row[j - 1] < above[j - 1];
+        const bool aboveIsLess = above[j] < above[j - 1];
+        if (equal)
+            positions.insert(positions.begin(), static_cast<unsigned>(queryIsRows ? i - 1 : j - 1));
+        i -= equal || !leftIsLess ? 1 : 0;
+        j -= equal || leftIsLess || !aboveIsLess ? 1 : 0;
+    }
+    return positions;
 }
 
 TEST(StringFuzzyPositions, WorkedValues)
@@ -137,7 +179,77 @@ TEST(StringFuzzyPositions, EveryPairOfShortTextsIsAlignedBest)
             if (!query.empty() && !other.empty())
             {
                 ASSERT_NO_FATAL_FAILURE(ExpectBestAlignment(query, other));
+                ASSERT_EQ(Match(query, other), ModelPositions(query, other)) << query << " and " << other;
             }
+}
+
+struct SLengths
+{
+    size_t m_Query;
+    size_t m_Other;
+};
+
+// Around what is kept as a whole, 32 KiB of 16 bytes for each column of 64 rows, and around parts of 512 rows and 64
+// columns.
+TEST(StringFuzzyPositions, FuzzyMatchPositionsOfPairsInPartsAreThoseOfTheWholeMatrix)
+{
+    CFuzzyTexts source(26);
+    const std::string allBytes = []
+    {
+        std::string bytes;
+        for (int byte = 0; byte < 256; ++byte)
+            bytes += static_cast<char>(byte);
+        return bytes;
+    }();
+    for (const SLengths lengths : {SLengths{63, 65}, SLengths{128, 1024}, SLengths{128, 1025}, SLengths{129, 700},
+                                   SLengths{40, 3000}, SLengths{520, 511}, SLengths{1030, 1025}, SLengths{600, 2100}})
+        for (const std::string &alphabet :
+             {std::string("ab"), std::string("abcdefghijklmnopqrstuvwxyz0123456789_-."), allBytes})
+        {
+            const std::string query = source.Random(alphabet, lengths.m_Query);
+            const std::string near = source.Misspelt(query, alphabet, lengths.m_Other);
+            const std::string far = source.Random(alphabet, lengths.m_Other);
+            for (const std::string &other : {near, far})
+            {
+                const Positions expected = ModelPositions(query, other);
+                for (const bool wide : {true, false})
+                {
+                    const CWideChoice choice(wide);
+                    ASSERT_EQ(Match(query, other), expected) << lengths.m_Query << ", " << lengths.m_Other;
+                }
+            }
+        }
+}
+
+// More than eight parts of 512 rows, so that parts are cut again.
+TEST(StringFuzzyPositions, PairsWhosePartsAreCutAreThoseOfTheWholeMatrix)
+{
+    CFuzzyTexts source(27);
+    const size_t length = kSanitized ? 4100 : 4300;
+    const std::string query = source.Random("abcd", length);
+    // The way back goes far from the diagonal here: through a middle that the other text lacks.
+    const std::string other =
+        query.substr(0, 700) + source.Random("abcd", 1000) + query.substr(2500) + source.Random("abcd", 800);
+    EXPECT_EQ(Match(query, other), ModelPositions(query, other));
+    const CWideChoice choice(false);
+    EXPECT_EQ(Match(other, query), ModelPositions(other, query));
+}
+
+TEST(StringFuzzyPositions, MemoryIsLinearInTheLengths)
+{
+    CTestAllocator allocator;
+    for (const size_t length : {1000u, 10000u})
+    {
+        const CString query = Fixed(std::string(length, 'a'));
+        const CString other = Fixed(std::string(length, 'b'));
+        TArray<u32> out;
+        allocator.ForgetCalls();
+        EXPECT_TRUE(query.FuzzyMatchPositions(other, out));
+        const std::vector<SAllocatorCall> calls = allocator.Calls();
+        ASSERT_FALSE(calls.empty());
+        EXPECT_EQ(calls[0].m_Kind, SAllocatorCall::Kind_Alloc);
+        EXPECT_LE(calls[0].m_Size, 32 * length + 50 * 1024);
+    }
 }
 
 TEST(StringFuzzyPositions, RandomPairsAreAlignedBestWhicheverIsTheShorter)
