@@ -21,10 +21,12 @@ import time
 import inputs
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."))
+import kinds  # noqa: E402  pylint: disable=wrong-import-position
 import publish  # noqa: E402  pylint: disable=wrong-import-position
 import table  # noqa: E402  pylint: disable=wrong-import-position
 
 PROJECT = publish.PROJECT
+SUBJECT = "programs"
 WHO = ("ours", "std", "absl", "qt")
 GOALS = {"clock": 0.7, "memory": 0.8}
 STATUS = b"""Package: hull
@@ -228,6 +230,23 @@ def table_of(found):
     return lines
 
 
+def published(found, title, known):
+    """The part of a kind of processor."""
+    return "\n\n".join(["### " + title, table.as_markdown([["what", "value"]] + [list(fact) for fact in known]),
+                        table.as_markdown(table_of(found))])
+
+
+def publish_run(found, folder):
+    kind, title = kinds.of_machine()
+    context = {"num_cpus": len(os.sched_getaffinity(0)), "load_avg": os.getloadavg()}
+    known = publish.facts(os.path.join(folder, "..", ".."), context)
+    known = [(what, value.rstrip(", ")) for what, value in known if what != "flags"]
+    with open(publish.PAGE, encoding="utf-8") as stream:
+        page = stream.read()
+    with open(publish.PAGE, "w", encoding="utf-8") as stream:
+        stream.write(kinds.with_part(page, SUBJECT, kind, published(found, title, known)))
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n", 1)[0])
     parser.add_argument("folder")
@@ -257,6 +276,8 @@ def main():
         with open(os.path.join(arguments.folder, "programs.json"), "w", encoding="utf-8") as stream:
             json.dump(found, stream, indent=1)
         print(table.as_text(table_of(found)))
+        if arguments.publish:
+            publish_run(found, arguments.folder)
     return 0
 
 
