@@ -79,7 +79,8 @@ for broken in ("no markers", PAGE + "<!-- measured: end -->", "<!-- measured: en
 with open(publish.PAGE, encoding="utf-8") as stream:
     page = stream.read()
 within = kinds.split_at(page, publish.SUBJECT)[1]
-for name in [publish.GOALS] + [entry.name for entry in os.scandir(publish.KEPT) if entry.is_dir()]:
+kept = [name for name in os.listdir(publish.KEPT) if os.path.exists(os.path.join(publish.KEPT, name, publish.FIGURES))]
+for name in [publish.GOALS] + kept:
     wants("part " + name, kinds.markers("%s %s" % (publish.SUBJECT, name))[0] in within, True)
     kinds.split_at(page, "%s %s" % (publish.SUBJECT, name))
 wants("there are figures", [title for title, figures in publish.all_kept() if not figures.rows], [])
