@@ -1,6 +1,10 @@
 // A set of characters, for stripping and searching: one bit per byte value.
 #pragma once
 
+#include <cstring>
+
+#include "../kr_buffer/buffer_bitmap.h"
+#include "../kr_simd/simd_words.h"
 #include "qv_defs.h"
 
 namespace Quorvane::Internal::String
@@ -33,8 +37,23 @@ public:
     // The first word's characters are asked for by a constant index, so that the word stays in a register.
     bool Contains(char character) const
     {
-        const u64 word = QV_INTERNAL_LIKELY(_Word(character) == 0) ? m_Words[0] : m_Words[_Word(character)];
-        return (word & _Bit(character)) != 0;
+        const u32 bit = static_cast<u8>(character) % 64;
+        if (QV_INTERNAL_LIKELY(_Word(character) == 0))
+            return (m_Words[0] >> bit & 1) != 0;
+        return (m_Words[_Word(character)] >> bit & 1) != 0;
+    }
+
+    // The set of all other characters, as the search for the next one of a set wants it.
+    void ListOthers(u8 (&set)[Buffer::kSetBytes]) const
+    {
+        std::memset(set, 0xFF, sizeof(set));
+        for (u32 word = 0; word < 4; ++word)
+            for (u64 bits = m_Words[word]; bits != 0; bits &= bits - 1)
+            {
+                const u32 character = word * 64 + Simd::TrailingZeroBits(bits);
+                u8 &entry = set[character / 128 * 16 + character % 16];
+                entry = static_cast<u8>(entry & ~(1 << character / 16 % 8));
+            }
     }
 
 private:
@@ -50,21 +69,48 @@ private:
     u64 m_Words[4] = {0, 0, 0, 0};
 };
 
+// Runs of so many characters of a set are gone through one by one, longer ones many characters at a time.
+constexpr u32 kShortRun = 16;
+
+// The two functions that follow, for texts that begin or end with such a run. Out of line, for short runs' sake.
+
+QV_INTERNAL_COLD inline u32 CountLeadingSlow(const char *data, u32 length, const CCharacterSet &set)
+{
+    u8 others[Buffer::kSetBytes];
+    set.ListOthers(others);
+    const Buffer::SMatchWord found = Buffer::FirstSetMatches(data, length, others);
+    return found.m_Bits != 0 ? found.m_At + Simd::TrailingZeroBits(found.m_Bits) : length;
+}
+
+QV_INTERNAL_COLD inline u32 LengthWithoutTrailingSlow(const char *data, u32 length, const CCharacterSet &set)
+{
+    u8 others[Buffer::kSetBytes];
+    set.ListOthers(others);
+    const Buffer::SMatchWord found = Buffer::LastSetMatches(data, length, others);
+    return found.m_Bits != 0 ? found.m_At + Simd::HighestSetBit(found.m_Bits) + 1 : 0;
+}
+
 // The index of the first character that is not in the set, or `length`.
 inline u32 CountLeading(const char *data, u32 length, const CCharacterSet &set)
 {
+    const u32 end = QVMin(length, kShortRun);
     u32 count = 0;
-    while (count < length && set.Contains(data[count]))
+    while (count < end && set.Contains(data[count]))
         ++count;
-    return count;
+    if (QV_INTERNAL_LIKELY(count < kShortRun))
+        return count;
+    return count + CountLeadingSlow(data + count, length - count, set);
 }
 
 // The length without the characters at the end that are in the set.
 inline u32 LengthWithoutTrailing(const char *data, u32 length, const CCharacterSet &set)
 {
-    while (length != 0 && set.Contains(data[length - 1]))
+    const u32 end = length - QVMin(length, kShortRun);
+    while (length != end && set.Contains(data[length - 1]))
         --length;
-    return length;
+    if (QV_INTERNAL_LIKELY(length != end || end == 0))
+        return length;
+    return LengthWithoutTrailingSlow(data, length, set);
 }
 
 } // namespace Quorvane::Internal::String

@@ -18,6 +18,7 @@ namespace
 {
 
 using Internal::String::CCharacterSet;
+using Internal::String::CountLeading;
 using Internal::String::IndexOf;
 using Internal::String::IsNullOrEmpty;
 
@@ -119,12 +120,9 @@ bool CString::Empty(const char *blanks) const noexcept QV_NONBLOCKING
         return true;
     if (IsNullOrEmpty(blanks))
         return false;
-    // The terminator is in no set, so it ends the walk.
-    const CCharacterSet set(blanks);
-    const char *cur = Data();
-    while (set.Contains(*cur))
-        ++cur;
-    return *cur == '\0';
+    // Characters behind a terminator, which is in no set, do not count.
+    const char *data = Data();
+    return data[CountLeading(data, Length(), CCharacterSet(blanks))] == '\0';
 }
 
 // The check of the range that is extracted from a buffer, or from a string's characters, of which it looks at those from

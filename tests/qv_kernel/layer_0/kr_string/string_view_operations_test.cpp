@@ -2,6 +2,7 @@
 // it is asked, it looks at nothing but its own characters.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <type_traits>
@@ -10,6 +11,7 @@
 #include "edit_model.h"
 #include "every_locale.h"
 #include "every_text.h"
+#include "guarded_page.h"
 #include "kr_string.h"
 #include "search_model.h"
 #include "string_checks.h"
@@ -613,6 +615,53 @@ TEST(StringViewOperations, StripTakesATerminatorOnlyWhenItIsTheCharacter)
     ExpectView(view.Strip("a"), text, 3);
     ExpectView(view.StripLeft("a"), text, 3);
     ExpectView(view.StripRight("a"), text, 3);
+}
+
+TEST(StringViewOperations, StripOfLongRunsStripsThemAllAndReadsNothingElse)
+{
+    // Characters of every part of a set, in runs of which the last one ends at a place of its own.
+    const std::string set = " \t;@Z`z~\x80\x9F\xC3\xFF";
+    const CGuardedPage page;
+    for (const size_t front : {0u, 1u, 15u, 16u, 17u, 31u, 32u, 33u, 63u, 64u, 79u, 80u, 81u, 200u})
+    {
+        for (const size_t back : {0u, 1u, 15u, 16u, 17u, 32u, 79u, 80u, 81u, 145u, 200u})
+        {
+            for (const std::string &middle :
+                 {std::string(), std::string("x"), std::string("\0 [ \0", 5), std::string(100, '\x81')})
+            {
+                std::string text;
+                for (size_t i = 0; i < front; ++i)
+                    text += set[i % set.size()];
+                text += middle;
+                for (size_t i = 0; i < back; ++i)
+                    text += set[i * 5 % set.size()];
+                for (char *const data : {page.Begin(), page.Last(text.size())})
+                {
+                    std::copy(text.begin(), text.end(), data);
+                    const CStringView view(data, static_cast<u32>(text.size()));
+                    ASSERT_EQ(TextOf(view.Strip(set.c_str())), ModelStrip(text, set));
+                    ASSERT_EQ(TextOf(view.StripLeft(set.c_str())), ModelStripLeft(text, set));
+                    ASSERT_EQ(TextOf(view.StripRight(set.c_str())), ModelStripRight(text, set));
+                    ASSERT_EQ(view.Empty(set.c_str()), middle.empty());
+                    ASSERT_EQ(Fixed(text).Empty(set.c_str()), middle.empty() || middle[0] == '\0');
+                }
+            }
+        }
+    }
+}
+
+TEST(StringViewOperations, StripOfManyOfOneCharacterKnowsEveryOne)
+{
+    for (u32 code = 0; code < 256; ++code)
+    {
+        const char c = static_cast<char>(code);
+        const std::string run(50, c);
+        const std::string kept(1, static_cast<char>(code + 16));
+        const std::string text = run + kept + run;
+        ASSERT_EQ(TextOf(ViewOf(text).Strip(c)), kept);
+        ASSERT_EQ(TextOf(ViewOf(text).StripLeft(c)), kept + run);
+        ASSERT_EQ(TextOf(ViewOf(text).StripRight(c)), run + kept);
+    }
 }
 
 // Search.
