@@ -11,6 +11,14 @@ namespace Quorvane
 
 using namespace Internal::Buffer;
 
+namespace
+{
+
+// From here on blocks of 64 bytes gain where case is ignored.
+constexpr u32 kMinWidestCase = 128;
+
+} // namespace
+
 bool SNativeStringUtils::Equal_16(const void *a, const void *b, u32 length) noexcept QV_NONBLOCKING
 {
     // One block. Beyond it, the platform's routine is as wide as the machine.
@@ -29,15 +37,16 @@ bool SNativeStringUtils::EqualCase_16(const char *a, const char *b, u32 length) 
 
 bool SNativeStringUtils::EqualCase(const char *data0, const char *data1, u32 length) noexcept QV_NONBLOCKING
 {
-    return QV_SIMD_CALL(length >= kMinWideLength, FirstDifferenceCase(ToBytes(data0), ToBytes(data1), length)) ==
-           length;
+    return QV_SIMD_CALL_WIDEST(length >= kMinWidestCase, length >= kMinWideLength,
+                               FirstDifferenceCase(ToBytes(data0), ToBytes(data1), length)) == length;
 }
 
 s32 SNativeStringUtils::CompareCase(const char *data0, const char *data1, u32 length) noexcept QV_NONBLOCKING
 {
     const u8 *const a = ToBytes(data0);
     const u8 *const b = ToBytes(data1);
-    const u32 index = QV_SIMD_CALL(length >= kMinWideLength, FirstDifferenceCase(a, b, length));
+    const u32 index =
+        QV_SIMD_CALL_WIDEST(length >= kMinWidestCase, length >= kMinWideLength, FirstDifferenceCase(a, b, length));
     return index != length ? Narrow::OrderOfBytes<Narrow::SLowerCaseBytes>(a[index], b[index]) : 0;
 }
 

@@ -48,25 +48,26 @@ bool EqualShort(const char *a, const char *b, u32 length)
     return FirstDifferenceInBlock<Comparison>(a, b, SBlock::kBytes) >= length;
 }
 
-bool EqualInBlocks(const char *a, const char *b, u32 length, ECaseSensitivity caseSensitivity)
+// The same of more of them. Out of line, so that short ones save no registers.
+QV_INTERNAL_NOINLINE bool EqualLong(const char *a, const char *b, u32 length, ECaseSensitivity caseSensitivity)
 {
-    if (caseSensitivity != CaseSensitive)
-        return length <= kShortText ? EqualShort<SLowerCaseBytes>(a, b, length)
-                                    : SNativeStringUtils::EqualCase_16(a, b, length);
-    return length <= kShortText ? EqualShort<SExactBytes>(a, b, length)
-                                : Internal::String::EqualCharactersSlow(a, b, length);
+    return caseSensitivity == CaseSensitive ? Internal::String::EqualCharactersSlow(a, b, length)
+                                            : SNativeStringUtils::EqualCase(a, b, length);
 }
 
-// Both have all `length` bytes, so the platform's routine and the wide kernel may read further than the first
-// difference.
-s32 OrderOfLong(const char *a, const char *b, u32 length, ECaseSensitivity caseSensitivity)
+bool EqualInBlocks(const char *a, const char *b, u32 length, ECaseSensitivity caseSensitivity)
 {
-    if (caseSensitivity == CaseSensitive)
-        return std::memcmp(a, b, length);
-    if (length < Internal::Buffer::kMinWideLength || !Internal::Simd::HasWideInstructions())
-        return SNativeStringUtils::CompareCase_16(a, b, length);
-    const u32 index = Internal::Buffer::Wide::FirstDifferenceCase(ToBytes(a), ToBytes(b), length);
-    return index != length ? OrderOfBytes<SLowerCaseBytes>(ToBytes(a)[index], ToBytes(b)[index]) : 0;
+    if (length > kShortText)
+        return EqualLong(a, b, length, caseSensitivity);
+    return caseSensitivity == CaseSensitive ? EqualShort<SExactBytes>(a, b, length)
+                                            : EqualShort<SLowerCaseBytes>(a, b, length);
+}
+
+// Both have all `length` bytes, so the platform's routine and the wide kernels may read further than the first
+// difference.
+QV_INTERNAL_NOINLINE s32 OrderOfLong(const char *a, const char *b, u32 length, ECaseSensitivity caseSensitivity)
+{
+    return caseSensitivity == CaseSensitive ? std::memcmp(a, b, length) : SNativeStringUtils::CompareCase(a, b, length);
 }
 
 // The sign of the order of two containers' bytes, of which both have `length`, at least 1.
@@ -141,6 +142,8 @@ namespace Internal::String
 
 bool EqualCharactersSlow(const char *a, const char *b, u32 length) noexcept QV_NONBLOCKING
 {
+    if (length >= Buffer::kMinWidestLength && Simd::HasWidestInstructions())
+        return Buffer::Widest::EqualInCounted(ToBytes(a), ToBytes(b), length);
     return QV_INTERNAL_LIKELY(Simd::HasWideInstructions())
                ? Buffer::Wide::EqualInCounted(ToBytes(a), ToBytes(b), length)
                : std::memcmp(a, b, length) == 0;

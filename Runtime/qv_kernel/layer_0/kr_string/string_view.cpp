@@ -115,7 +115,7 @@ bool CStringView::operator==(const CStringView &other) const noexcept QV_NONBLOC
         return false;
     if (m_Data == nullptr || other.m_Data == nullptr)
         return m_Length == 0 || m_Data == other.m_Data;
-    return EqualCounted(m_Data, other.m_Data, m_Length);
+    return Internal::String::EqualCharacters(m_Data, other.m_Data, m_Length);
 }
 
 bool CStringView::StartsWith(const CStringView &other, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING
