@@ -53,8 +53,7 @@ const char *SNativeStringUtils::FindCase(const char *data, u32 length, const cha
     if (needleLength > length)
         return nullptr;
     const SNeedle rareFirst = NeedleFor(length, needle, needleLength);
-    const SNeedleFound found = QV_SIMD_CALL_WIDEST(length >= kMinWidestLength, length >= kMinWideLength,
-                                                   FindNeedleCase(ToBytes(data), length, rareFirst));
+    const SNeedleFound found = QV_SIMD_CALL(length >= kMinWideLength, FindNeedleCase(ToBytes(data), length, rareFirst));
     return Finish<SCaseIgnored>(found, data, length, needle, needleLength);
 }
 

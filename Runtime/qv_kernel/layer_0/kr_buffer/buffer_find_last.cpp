@@ -44,8 +44,8 @@ const char *FindLastInCountedCase(const char *text, u32 length, const char *need
     if (needleLength > length)
         return nullptr;
     const SNeedle rareFirst = NeedleFor(length, needle, needleLength);
-    const SNeedleFound found = QV_SIMD_CALL_WIDEST(length >= kMinWidestLength, length >= kMinWideLength,
-                                                   FindLastNeedleCase(ToBytes(text), length, rareFirst));
+    const SNeedleFound found =
+        QV_SIMD_CALL(length >= kMinWideLength, FindLastNeedleCase(ToBytes(text), length, rareFirst));
     return FinishBackwards<SCaseIgnored>(found, text, needle, needleLength);
 }
 

@@ -25,6 +25,7 @@ namespace Quorvane::Internal::Buffer
 
 // Shorter texts do not ask what the machine has: the check costs more than it saves.
 constexpr u32 kMinWideLength = 48;
+// Where searches in blocks of 64 bytes begin.
 constexpr u32 kMinWidestLength = 512;
 
 // What to look for, and which three of its characters to look for first: by index, some the same in a short needle.
