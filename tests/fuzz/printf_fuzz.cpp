@@ -1,5 +1,6 @@
 // Formatting in the manner of printf, against the platform's: formats made from a grammar, with arguments that are likely
-// to matter. An input holds many formats, each of which is compared; at the end of the run they are counted.
+// to matter. An input holds many formats, each of which is compared; at the end of the run they are counted. None ends
+// within a directive: the address sanitizer, which reads what the platform is given, reads such a one too far.
 #include <cfloat>
 #include <cmath>
 #include <cstdarg>
@@ -32,7 +33,7 @@ struct SArgument
 };
 
 // One directive with both stars takes three.
-constexpr u32 kMaxArguments = 4;
+constexpr u32 kMaxArguments = 3;
 
 struct SFormat
 {
@@ -267,9 +268,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
             AddDirective(input, format, texts[i]);
         }
         AddLiteral(input, format);
-        // A format that ends within a directive.
-        if ((head & 0x3F) == 0x3F)
-            format.m_Text += "%-5";
         CompareWith(format);
     }
     return 0;
