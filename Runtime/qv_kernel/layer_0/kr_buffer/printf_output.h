@@ -120,7 +120,8 @@ inline char SignOf(const SDirective &directive, bool isNegative)
 }
 
 // Up to 63 characters from `first` on, in front of which is room for their sign.
-inline void PutSigned(CPrintfOutput &output, const SDirective &directive, char sign, char *first, const char *end)
+QV_INTERNAL_NOINLINE inline void PutSigned(CPrintfOutput &output, const SDirective &directive, char sign, char *first,
+                                           const char *end)
 {
     char *whole = first;
     if (sign != '\0')
@@ -128,12 +129,18 @@ inline void PutSigned(CPrintfOutput &output, const SDirective &directive, char s
     const u32 length = static_cast<u32>(end - whole);
     if (QV_INTERNAL_LIKELY(directive.m_Width <= length))
         return output.PutShort(whole, length);
-    if (directive.Has(PrintfFlag_Left) || !directive.Has(PrintfFlag_Zero))
-        return PutText(output, directive, whole, length);
-    if (sign != '\0')
-        output.Put(sign);
-    output.Fill('0', directive.m_Width - length);
-    output.PutShort(first, static_cast<u32>(end - first));
+    const u32 padding = directive.m_Width - length;
+    const bool isLeft = directive.Has(PrintfFlag_Left);
+    if (!isLeft && directive.Has(PrintfFlag_Zero))
+    {
+        if (whole != first)
+            output.Put(sign);
+        output.Fill('0', padding);
+        return output.PutShort(first, static_cast<u32>(end - first));
+    }
+    output.Fill(' ', isLeft ? 0 : padding);
+    output.PutShort(whole, length);
+    output.Fill(' ', isLeft ? padding : 0);
 }
 
 } // namespace Quorvane::Internal::Buffer
