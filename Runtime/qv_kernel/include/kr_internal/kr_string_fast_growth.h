@@ -1,8 +1,8 @@
 // Private header: growing a text by a few characters, in place, in a straight line with as few instructions as there can
 // be. Programs build texts from short pieces in loops; the headers do it in line for pieces of a known length.
 //
-//     if (SFastGrowth::Takes(container, other, length))
-//         CopyUpTo32(SFastGrowth::Lengthen(*container, length), other, length)
+//     if (SFastGrowth::TakesFast(container, other, length))
+//         CopyUpTo32(SFastGrowth::LengthenFast(*container, length), other, length);
 //
 // Users include kr_string.h.
 #pragma once
