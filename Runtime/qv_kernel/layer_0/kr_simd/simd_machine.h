@@ -49,9 +49,7 @@
 // a hypervisor, and some instructions then do something else instead of failing. LZCNT is such a one, and not in the
 // lists for want of a question that all compilers know.
 #define QV_SIMD_WIDE_EXTENSIONS(first, next) first("avx2") next("bmi") next("bmi2") next("popcnt")
-#define QV_SIMD_WIDEST_EXTENSIONS(first, next)                                                                         \
-    QV_SIMD_WIDE_EXTENSIONS(first, next)                                                                               \
-    next("avx512f") next("avx512bw") next("avx512vl")
+#define QV_SIMD_WIDEST_EXTENSIONS(a, b) QV_SIMD_WIDE_EXTENSIONS(a, b) b("avx512f") b("avx512bw") b("avx512vl")
 
 // As the compilers want them: the names with commas between, in pieces that the compiler joins.
 #define QV_SIMD_NAME(name) name
