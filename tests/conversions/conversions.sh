@@ -19,8 +19,8 @@ compile()
     standard=$2
     shift 2
     output=$scratch/$compiler.$standard
-    "$compiler" "-std=c++$standard" -O0 "-I$source/Runtime/include" "-I$source/Runtime/qv_kernel/include" \
-        "$@" "$folder/conversions.cpp" >"$output" 2>&1 && return
+    "$compiler" "-std=c++$standard" -O0 -DQV_INTERNAL_ALWAYS_INLINE= "-I$source/Runtime/include" \
+        "-I$source/Runtime/qv_kernel/include" "$@" "$folder/conversions.cpp" >"$output" 2>&1 && return
     printf '%s, C++%s:\n' "$compiler" "$standard"
     grep -e 'error' "$output" || cat "$output"
     return 1

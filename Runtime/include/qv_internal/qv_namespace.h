@@ -36,8 +36,11 @@
 #define QV_INTERNAL_NOINLINE __attribute__((noinline))
 #define QV_INTERNAL_COLD __attribute__((cold, noinline))
 
-// A function that is to be part of its caller, in whose code the compiler knows what it does not know here.
+// A function that is to be part of its caller, in whose code the compiler knows what it does not know here. Defined as
+// nothing for who wants to see what is called.
+#if !defined(QV_INTERNAL_ALWAYS_INLINE)
 #define QV_INTERNAL_ALWAYS_INLINE __attribute__((always_inline))
+#endif
 
 // A printf-like function: 1-based positions of the format and of its first argument (0 for a va_list).
 // Member functions that are not static count `this` as position 1.
