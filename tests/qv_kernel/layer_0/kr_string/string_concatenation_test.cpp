@@ -453,7 +453,7 @@ TEST_P(StringConcatenationExhaustive, NullAsIfEmpty)
 TEST(StringAppendExhaustive, EveryShortLengthThatTheCompilerKnows)
 {
     CAssertRecorder recorder;
-    for (const size_t length : {0, 1, 14, 15, 16, 17, 31})
+    for (const size_t length : {0u, 1u, 14u, 15u, 16u, 17u, 31u})
     {
         CTestAllocator allocator;
         CheckKnownLengths(std::make_integer_sequence<u32, 36>(), (kLetters + kLetters).substr(0, length), allocator);
