@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cfloat>
 #include <charconv>
+#include <clocale>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -49,6 +50,17 @@ void ExpectAsPlatform(const std::string &directive, double value)
     ASSERT_EQ(Made(directive, value), OfPlatform(directive, value)) << directive;
 }
 
+// The platform's decimal point is that of the locale, and the one here a point.
+class PrintfFloating : public ::testing::Test
+{
+protected:
+    PrintfFloating() : m_Locale(std::setlocale(LC_NUMERIC, nullptr)) { std::setlocale(LC_NUMERIC, "C"); }
+    ~PrintfFloating() override { std::setlocale(LC_NUMERIC, m_Locale.c_str()); }
+
+private:
+    const std::string m_Locale;
+};
+
 using CLimits = std::numeric_limits<double>;
 
 const double kValues[] = {
@@ -78,7 +90,7 @@ const double kValues[] = {
 
 #if defined(__cpp_lib_to_chars)
 
-TEST(PrintfFloating, EveryPrecisionAndFlagIsAsThePlatformWritesIt)
+TEST_F(PrintfFloating, EveryPrecisionAndFlagIsAsThePlatformWritesIt)
 {
     constexpr char kFlags[] = "-0+ ";
     for (unsigned flags = 0; flags < 16; ++flags)
@@ -92,18 +104,19 @@ TEST(PrintfFloating, EveryPrecisionAndFlagIsAsThePlatformWritesIt)
                 directive += precision % 2 != 0 ? "24." : ".";
                 directive += std::to_string(precision) + letter;
                 for (const double value : kValues)
-                    ExpectAsPlatform(directive, precision % 3 != 0 ? value : -value);
+                    ASSERT_NO_FATAL_FAILURE(ExpectAsPlatform(directive, precision % 3 != 0 ? value : -value));
             }
 }
 
-TEST(PrintfFloating, ThePrecisionByDefaultIsSix)
+TEST_F(PrintfFloating, ThePrecisionByDefaultIsSix)
 {
     for (const char *directive : {"f", "e", "g", "lf", "le", "lg", "15F", "-15E|", "015G"})
         for (const double value : kValues)
-            ExpectAsPlatform(std::string(directive).substr(0, std::string(directive).find('|')), value);
+            ASSERT_NO_FATAL_FAILURE(
+                ExpectAsPlatform(std::string(directive).substr(0, std::string(directive).find('|')), value));
 }
 
-TEST(PrintfFloating, AnyBitsAreAsThePlatformWritesThem)
+TEST_F(PrintfFloating, AnyBitsAreAsThePlatformWritesThem)
 {
     std::mt19937_64 random(15);
     constexpr const char *kLetters[] = {"f", "e", "g"};
@@ -113,11 +126,13 @@ TEST(PrintfFloating, AnyBitsAreAsThePlatformWritesThem)
         double value;
         std::memcpy(&value, &bits, sizeof(value));
         if (std::isfinite(value))
-            ExpectAsPlatform("." + std::to_string(random() % 25) + kLetters[i % 3], value);
+        {
+            ASSERT_NO_FATAL_FAILURE(ExpectAsPlatform("." + std::to_string(random() % 25) + kLetters[i % 3], value));
+        }
     }
 }
 
-TEST(PrintfFloating, LongTextsAreWrittenWhereThereIsRoom)
+TEST_F(PrintfFloating, LongTextsAreWrittenWhereThereIsRoom)
 {
     EXPECT_EQ(Made(".1074f", CLimits::denorm_min()), OfPlatform(".1074f", CLimits::denorm_min()));
     EXPECT_EQ(Made("+.100f", DBL_MAX), OfPlatform("+.100f", DBL_MAX));
@@ -130,18 +145,19 @@ TEST(PrintfFloating, LongTextsAreWrittenWhereThereIsRoom)
 #endif
 
 // Whole numbers of some bits with some behind the point: what few places have, what ends in a 5, and what is next to it.
-TEST(PrintfFloating, FewPlacesAreAsThePlatformWritesThem)
+TEST_F(PrintfFloating, FewPlacesAreAsThePlatformWritesThem)
 {
     std::mt19937_64 random(16);
     for (int i = 0; i < 20000; ++i)
     {
         const double whole = static_cast<double>(random() >> (10 + random() % 53));
         const int behind = static_cast<int>(random() % 70);
-        ExpectAsPlatform("." + std::to_string(random() % 20) + "f", std::ldexp(whole, -behind));
+        ASSERT_NO_FATAL_FAILURE(
+            ExpectAsPlatform("." + std::to_string(random() % 20) + "f", std::ldexp(whole, -behind)));
     }
 }
 
-TEST(PrintfFloating, TheMiddleIsRoundedToTheEvenDigit)
+TEST_F(PrintfFloating, TheMiddleIsRoundedToTheEvenDigit)
 {
     EXPECT_EQ(Made(".0f", 0.5), "0");
     EXPECT_EQ(Made(".0f", 1.5), "2");
@@ -154,10 +170,10 @@ TEST(PrintfFloating, TheMiddleIsRoundedToTheEvenDigit)
     // Exactly in the middle of two with so many places.
     for (int places = 0; places <= 19; ++places)
         for (const double odd : {1.0, 3.0, 5.0, 1023.0})
-            ExpectAsPlatform("." + std::to_string(places) + "f", std::ldexp(odd, -places - 1));
+            ASSERT_NO_FATAL_FAILURE(ExpectAsPlatform("." + std::to_string(places) + "f", std::ldexp(odd, -places - 1)));
 }
 
-TEST(PrintfFloating, RoundingMayAddADigit)
+TEST_F(PrintfFloating, RoundingMayAddADigit)
 {
     EXPECT_EQ(Made(".3f", 0.9996), "1.000");
     EXPECT_EQ(Made(".1f", 99.95000000000001), "100.0");
@@ -165,7 +181,7 @@ TEST(PrintfFloating, RoundingMayAddADigit)
     EXPECT_EQ(Made(".19f", 1 - DBL_EPSILON / 2), "0.9999999999999998890");
 }
 
-TEST(PrintfFloating, ZeroHasASign)
+TEST_F(PrintfFloating, ZeroHasASign)
 {
     EXPECT_EQ(Made(".2f", -0.0), "-0.00");
     EXPECT_EQ(Made("+.2f", 0.0), "+0.00");
@@ -174,7 +190,7 @@ TEST(PrintfFloating, ZeroHasASign)
     EXPECT_EQ(Made("-8.2f", -1e-9), "-0.00   ");
 }
 
-TEST(PrintfFloating, WhatIsNoFiniteNumberIsLeftToThePlatform)
+TEST_F(PrintfFloating, WhatIsNoFiniteNumberIsLeftToThePlatform)
 {
     for (const char *directive : {"f", "e", "g", ".3F"})
         for (const double value :
