@@ -75,8 +75,8 @@ constexpr u64 ClassBytes(u32 sizeClass)
     return static_cast<u64>(ClassSteps(sizeClass)) * kSmallStep;
 }
 
-// What a thread may keep of each class, and how often it may be let keep as much again. In bytes rather than blocks, so that
-// all classes together are bounded.
+// What a thread may keep of each class, and how often it may be let keep as much again. In bytes rather than blocks, so
+// that all classes together are bounded.
 constexpr u64 kKeptBytesPerClass = 8u << 10;
 constexpr u32 kMaxRaises = 3;
 
