@@ -128,6 +128,20 @@ void WorkUntil(CSlabHeap &heap, const std::atomic<bool> &done)
     }
 }
 
+// Makes the heap map that many slabs at least, and leaves them idle.
+void MapSlabs(CSlabHeap &heap, u32 count)
+{
+    SFreeBlock *all = nullptr;
+    while (heap.MappedBytes() < count * kSlabBytes)
+    {
+        SFreeBlock *const block = heap.TakeOne(kSmallClassCount - 1);
+        ASSERT_NE(block, nullptr);
+        block->m_Next = all;
+        all = block;
+    }
+    heap.GiveAll(all);
+}
+
 // In a copy of the process: whether blocks of all classes can be had, are whole, and can be given back.
 bool IsUsable(CSlabHeap &heap, const SOwned &before)
 {
@@ -170,10 +184,12 @@ TEST(MemSlabsThreads, NoLiveBlockIsTakenTwice)
     EXPECT_EQ(heap.Figures().m_UsedSlabs, 0u);
 }
 
-// A signal finds the worker anywhere, and keeps it there while others take and give blocks of all classes.
+// A signal finds the worker anywhere, and keeps it there while others take and give blocks of all classes. Only in the
+// middle of mapping more would it hold what others need, the next addresses: so more is mapped than both of them use.
 TEST(MemSlabsThreads, NobodyWaitsForAThreadThatIsInterrupted)
 {
     COwnHeap heap;
+    MapSlabs(*heap, 2 * kSmallClassCount);
     std::atomic<bool> done(false);
     std::thread worker([&] { WorkUntil(*heap, done); });
     CStopSignal signal;

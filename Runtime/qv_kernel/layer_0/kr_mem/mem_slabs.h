@@ -54,8 +54,9 @@ public:
 
     // Takes up to `count` blocks of a class, linked in the order of their addresses where they are fresh: who fills them
     // one after the other walks through memory forwards.
-    // Returns their number: fewer when they would come from more than a few slabs, 0 only when memory is refused or
-    // others were faster for too long.
+    // Returns their number: fewer when they would come from more than a few slabs, 0 only when memory is refused, when
+    // others were faster for too long, or when a slab is missing and the next addresses are those that another thread is
+    // just mapping.
     u32 Take(u32 sizeClass, u32 count, SFreeBlock *&outFirst);
 
     // Takes one block. Returns: null in those cases.
