@@ -37,7 +37,8 @@ using namespace Quorvane;
 using namespace Quorvane::Mem::Internal;
 
 constexpr u64 kCachedBytesPerClass = 8192;
-constexpr u64 kMostCachedBytesPerClass = 32768; // where it takes and gives by turns
+constexpr u64 kMostCachedBytesPerClass = 65536; // where it takes and gives by turns
+constexpr u64 kMostCachedBytes = 1280u << 10;   // of all classes together
 
 inline u8 *Alloc(u64 size, u32 alignment = 16)
 {

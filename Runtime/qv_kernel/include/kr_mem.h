@@ -5,7 +5,7 @@
 //
 // The default allocator takes large blocks from the platform, and small ones, up to 2 KiB, from slabs of its own: each
 // thread caches free ones and gives them back when it ends: up to 8 KiB of each of 40 sizes, and where it takes and frees
-// blocks of a size by turns, up to 32 KiB. A thread that uses a few blocks only has no cache. No thread waits for another
+// blocks of a size by turns, up to 64 KiB. A thread that uses a few blocks only has no cache. No thread waits for another
 // one there, whatever that is doing. Up to 16 MiB that nobody uses are kept for what comes next, and 512 KiB when a thread
 // has ended. A block of up to 256 bytes takes up to 15 bytes more, a larger small one up to an eighth. The allocator maps
 // 64 KiB when the first block is asked for, and grows as blocks are used. A block that grows step by step gets room to do

@@ -75,10 +75,12 @@ constexpr u64 ClassBytes(u32 sizeClass)
     return static_cast<u64>(ClassSteps(sizeClass)) * kSmallStep;
 }
 
-// What a thread may keep of each class, and how often it may be let keep as much again. In bytes rather than blocks, so
-// that all classes together are bounded.
+// What a thread may keep of each class, and how often it may be let keep as much again: of one class, since few threads
+// take and give many blocks of many sizes by turns, and of all together. In bytes rather than blocks, so that all classes
+// together are bounded.
 constexpr u64 kKeptBytesPerClass = 8u << 10;
-constexpr u32 kMaxRaises = 3;
+constexpr u32 kMaxRaises = 7;
+constexpr u32 kMaxRaisesOfThread = 120;
 
 constexpr u32 KeptBlocks(u32 sizeClass)
 {
@@ -94,7 +96,7 @@ constexpr u32 BatchBlocks(u32 sizeClass)
     return sizeClass == 0 ? 0 : QVMin(kMaxBatch, static_cast<u32>(kBatchBytes / ClassBytes(sizeClass)));
 }
 
-static_assert(kKeptBytesPerClass * (kSmallClassCount - 1) * (1 + kMaxRaises) <= 1280u << 10,
+static_assert(kKeptBytesPerClass * (kSmallClassCount - 1 + kMaxRaisesOfThread) <= 1280u << 10,
               "a thread keeps 1,280 KiB at most");
 static_assert(BatchBlocks(kSmallClassCount - 1) >= 1, "a batch is never empty");
 

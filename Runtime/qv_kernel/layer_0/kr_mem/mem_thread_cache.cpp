@@ -29,12 +29,14 @@ QV_INTERNAL_NOINLINE void *Refill(SThreadCache *cache, u32 sizeClass)
 // Makes room in a full bin. Where its thread has taken blocks since it was full the last time, the bin is too small for the
 // thread's ups and downs, and may keep more from now on; else the heap gets a batch. So a bin into which another thread's
 // blocks come without end stays small. The bin stays full where the heap takes none of the batch.
-QV_INTERNAL_NOINLINE void MakeRoom(SBin &bin, u32 sizeClass)
+QV_INTERNAL_NOINLINE void MakeRoom(SThreadCache &cache, u32 sizeClass)
 {
-    if (bin.m_HasTaken && bin.m_Raises < kMaxRaises)
+    SBin &bin = cache.m_Bins[sizeClass];
+    if (bin.m_HasTaken && bin.m_Raises < kMaxRaises && cache.m_Raises < kMaxRaisesOfThread)
     {
         bin.m_Vacant = KeptBlocks(sizeClass);
         ++bin.m_Raises;
+        ++cache.m_Raises;
     }
     else
         bin.m_Vacant = Process().m_Heap.Give(bin.m_Head, BatchBlocks(sizeClass));
@@ -51,7 +53,7 @@ void PutBack(SThreadCache *cache, void *block)
         return Process().m_Heap.GiveOne(freed);
     SBin &bin = cache->m_Bins[sizeClass];
     if (bin.m_Vacant == 0)
-        MakeRoom(bin, sizeClass);
+        MakeRoom(*cache, sizeClass);
     if (bin.m_Vacant == 0)
         return Process().m_Heap.GiveOne(freed);
     freed->m_Next = bin.m_Head;

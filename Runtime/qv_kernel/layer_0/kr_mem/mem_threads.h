@@ -41,6 +41,7 @@ struct SBin
 struct SThreadCache
 {
     SBin m_Bins[kSmallClassCount];
+    u32 m_Raises; // of all bins
     // In the list of all caches of the process.
     SThreadCache *m_Next;
     SThreadCache *m_Previous;

@@ -58,7 +58,8 @@ TEST(MemPolicyClasses, AThreadKeepsABoundedPartOfMemoryAndMovesAFewBlocksAtATime
         EXPECT_LE(BatchBlocks(sizeClass) * ClassBytes(sizeClass), 2048u);
     }
     EXPECT_LE(bytes, 320u << 10);
-    EXPECT_LE(bytes * (1 + kMaxRaises), 1280u << 10);
+    EXPECT_LE(bytes + kMaxRaisesOfThread * kKeptBytesPerClass, kMostCachedBytes);
+    EXPECT_LE(kKeptBytesPerClass * (1 + kMaxRaises), kMostCachedBytesPerClass);
 }
 
 // Nothing but a sanitizer, valgrind, a machine with short addresses and what the build asks for takes them away.
