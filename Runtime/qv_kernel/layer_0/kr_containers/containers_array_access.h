@@ -1,7 +1,6 @@
 // What services of the library may do with arrays beyond what users may.
 #pragma once
 
-#include <type_traits>
 #include <utility>
 
 #include "kr_containers_array.h"
@@ -21,13 +20,11 @@ struct SArrayAccess
         return array._Append(std::move(element)).Valid();
     }
 
-    // Makes the first `count` elements the array's, at most MaxCount(). Those beyond the ones it had were written to its
-    // room by the caller.
+    // Makes the first `count` elements the array's, at least as many as it had and at most MaxCount(). Those beyond the ones
+    // it had were made in its room by the caller.
     template <typename T, typename Controller>
     static void SetCount(TArray<T, Controller> &array, u32 count)
     {
-        static_assert(std::is_trivially_copyable<T>::value && std::is_trivially_destructible<T>::value,
-                      "other elements are constructed and destroyed");
         array.m_Count = count;
     }
 };

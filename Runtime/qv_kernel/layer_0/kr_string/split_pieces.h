@@ -15,24 +15,59 @@ enum EPiece
     Piece_WithoutTerminator,
 };
 
-// Appends pieces as strings of their own.
+// Appends pieces as strings of their own, made where they belong. The array grows when and as it would by one at a time; in
+// between, its count is stale, until growth or the destructor writes it.
 template <EPiece kind>
 class TStringSink
 {
 public:
-    explicit TStringSink(TArray<CString> &pieces) : m_Pieces(pieces) {}
+    explicit TStringSink(TArray<CString> &pieces) : m_Pieces(pieces), m_Count(pieces.Count()) { _SetRoom(); }
+    ~TStringSink() { SArrayAccess::SetCount(m_Pieces, m_Count); }
+    TStringSink(const TStringSink &) = delete;
+    TStringSink &operator=(const TStringSink &) = delete;
 
     // Returns: whether the piece was stored.
     bool Add(const char *piece, u32 length)
     {
-        if constexpr (kind == Piece_WithoutTerminator)
-            return SArrayAccess::Append(m_Pieces, CString(CStringContainer::New(piece, length)));
-        else
-            return SArrayAccess::Append(m_Pieces, CString::Extract(piece, 0, length));
+        if (QV_INTERNAL_UNLIKELY(m_Count == m_Room))
+            return _AddToFull(piece, length);
+        // What is reported of a piece finds the array as it is.
+        if constexpr (kind == Piece_Any)
+            SArrayAccess::SetCount(m_Pieces, m_Count);
+        ::new (static_cast<void *>(m_Data + m_Count)) CString(_Made(piece, length));
+        ++m_Count;
+        return true;
     }
 
 private:
+    // Empty ones are many where a set is split at, and take no block.
+    static CString _Made(const char *piece, u32 length)
+    {
+        if constexpr (kind == Piece_WithoutTerminator)
+            return length != 0 ? CString(CStringContainer::New(piece, length)) : CString();
+        else
+            return CString::Extract(piece, 0, length);
+    }
+
+    bool _AddToFull(const char *piece, u32 length)
+    {
+        SArrayAccess::SetCount(m_Pieces, m_Count);
+        const bool isStored = SArrayAccess::Append(m_Pieces, _Made(piece, length));
+        m_Count = m_Pieces.Count();
+        _SetRoom();
+        return isStored;
+    }
+
+    void _SetRoom()
+    {
+        m_Data = m_Pieces.Data();
+        m_Room = m_Pieces.MaxCount();
+    }
+
     TArray<CString> &m_Pieces;
+    u32 m_Count;
+    CString *m_Data = nullptr;
+    u32 m_Room = 0;
 };
 
 // Appends pieces as views, written where they belong: handed over one by one, each would be read back before its two
