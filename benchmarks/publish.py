@@ -107,6 +107,17 @@ def wanted_goals():
         return table.Goals(stream)
 
 
+def effort(build):
+    """What the figures of a run are made of, in words; the least of all topics where they were not measured alike."""
+    results = [read(path) for path in results_of(build)]
+    repetitions = min(max(entry.get("repetitions", 1) for entry in result["benchmarks"]) for result in results)
+    processes = min(result["context"].get("processes", 1) for result in results)
+    seconds = min(float(result["context"].get("seconds", 0)) for result in results)
+    return "The smallest of %d repetition%s%s in %s." % (
+        repetitions, "" if repetitions == 1 else "s", " of %g ms at least" % (1000 * seconds) if seconds else "",
+        "one process" if processes == 1 else "each of %d processes" % processes)
+
+
 def pictures(results, folder):
     """Draws into the folder of the kind, and gives the lines that show what was drawn."""
     if shutil.which("gnuplot") is None:
@@ -130,22 +141,18 @@ def tables(figures):
 
 def measured(builds, title, known, figures, folder):
     """The part of a kind."""
-    results = results_of(builds[0])
-    first = read(results[0])
-    repetitions = max(entry.get("repetitions", 1) for entry in first["benchmarks"])
-    processes = first["context"].get("processes", 1)
     said, ratios, growth = tables(figures)
     parts = [
         "## " + title,
         table.as_markdown([["what", "value"]] + [list(fact) for fact in known]),
-        "### The table", "The smallest of %d repetitions in each of %d processes. %s" % (repetitions, processes, said),
-        ratios,
+        "### The table", "%s %s" % (effort(builds[0]), said), ratios,
         "### Growth", "What 10 and 100 times the size cost.", growth,
-        "### Pictures", pictures(results, folder),
+        "### Pictures", pictures(results_of(builds[0]), folder),
     ]
     for plain in builds[1:]:
         said, ratios, _ = tables(table.load(results_of(plain)))
-        parts += ["### The table with plain flags", "Flags: %s. %s" % (build_flags(plain), said), ratios]
+        parts += ["### The table with plain flags", "Flags: %s. %s %s" % (
+            build_flags(plain), effort(plain), said), ratios]
     return "\n\n".join(part for part in parts if part)
 
 

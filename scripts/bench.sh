@@ -17,7 +17,7 @@ measure()
         process=$((process + 1))
         part=${2%.json}.$process.json
         "$1" --benchmark_enable_random_interleaving=true --benchmark_repetitions="$3" --benchmark_min_time="$4" \
-            --benchmark_out="$part" --benchmark_out_format=json >"$2.log" 2>&1 || {
+            --benchmark_context=seconds="$4" --benchmark_out="$part" --benchmark_out_format=json >"$2.log" 2>&1 || {
             cat "$2.log" >&2
             return 1
         }
@@ -110,6 +110,7 @@ publish=
 topics=
 compare=
 quick=
+short=
 while [ $# -gt 0 ]; do
     case $1 in
         --quick)
@@ -117,6 +118,12 @@ while [ $# -gt 0 ]; do
             repetitions=3
             seconds=0.01
             processes=1
+            ;;
+        --short)
+            # Enough to publish: the other allocators are in it, and where memory lies is drawn twice.
+            short=--short
+            repetitions=3
+            seconds=0.015
             ;;
         --plain) presets=bench-plain ;;
         --publish) publish=--publish ;;
@@ -145,6 +152,13 @@ case $publish:$topics:$compare in
     *::) presets='bench bench-plain' ;;
     *)
         complain 'bench: --publish is for all topics, for programs, for latency, or for allocators'
+        exit 2
+        ;;
+esac
+case $short:$quick:$compare in
+    :*:* | --short::) ;;
+    *)
+        complain 'bench: --short is for topics, and without --quick'
         exit 2
         ;;
 esac
