@@ -59,6 +59,8 @@ put "$good/docs/coming_from_std_string.md" <<'END'
 |---|---|---|
 | a row | `s += ";"` | `const char end = ';'; s.Append(end);` |
 
+| What | `std::string` | Quorvane | Instead |
+|---|---|---|---|
 | a trap | `"a"` | `s.Clear()` gives `""` | `s + (")" \|\| "b")` gives `a\|b` |
 END
 printf '#include <gtest/gtest.h>\n\nTEST(String, LengthCountsCharacters)\n' | put "$good/tests/support/string_test.cpp"
@@ -69,10 +71,14 @@ printf 'int main();\n' | put "$good/examples/first_example/main.cpp"
 printf 'A sample. %s(2030): gone by then.\n\n```cpp\nint main();\n```\n' "$todo" | put "$good/README.md"
 
 # shellcheck disable=SC2016
-for name in Runtime/include/ Runtime/qv_kernel/include/ Runtime/qv_kernel/include/kr_internal/ \
-    Runtime/qv_kernel/layer_0/kr_string/ Runtime/qv_kernel/layer_0/kr_mem/ qv_defs.h kr_assert.h kr_mem.h kr_string.h; do
-    printf '| `%s` | what it is |\n' "$name"
-done | put "$good/docs/architecture.md"
+{
+    printf '| Where | What |\n|---|---|\n'
+    for name in Runtime/include/ Runtime/qv_kernel/include/ Runtime/qv_kernel/include/kr_internal/ \
+        Runtime/qv_kernel/layer_0/kr_string/ Runtime/qv_kernel/layer_0/kr_mem/ qv_defs.h kr_assert.h kr_mem.h \
+        kr_string.h; do
+        printf '| `%s` | what it is |\n' "$name"
+    done
+} | put "$good/docs/architecture.md"
 
 # Lists every test file of a tree as built.
 list_as_built()
@@ -251,6 +257,11 @@ printf '#!/bin/bash\n' | bites shell tool
 
 # shellcheck disable=SC2016
 printf '| a row | `s += "a"` | `s.Append("a")` |\n' | bites idioms_page docs/coming_from_std_string.md
+
+printf '| a | b |\n|---|---|\n | 1 | 2 |\n' | bites tables README.md 'README.md:3: not indented'
+printf '| a | b |\n|---|---|\n| 1 | 2 |\n\n| 3 | 4 |\n' | bites tables docs/page.md 'docs/page.md:5: a row without'
+printf '| a | b |\n| 1 | 2 |\n' | bites tables README.md 'README.md:2: no line of dashes'
+printf '| a | b |\n|---|---|\n| 1 \\| 2 |\n' | bites tables README.md 'README.md:3: not as many cells'
 
 # shellcheck disable=SC2016
 printf '```cpp\nint other();\n```\n' | bites readme_example README.md
