@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "kr_buffer.h"
+#include "kr_buffer/buffer_edit.h"
 #include "kr_buffer/buffer_kernels.h"
 
 #define QV_SIMD_NAMESPACE QuorvaneTest
@@ -66,6 +67,10 @@ struct TFormOf
     {
         return Narrow::Kernels::ReplaceIntoCopy<Block>(Bytes(dst), Bytes(src), length, Byte(from), Byte(to));
     }
+    static void ReplaceUncounted(char *dst, const char *src, Quorvane::u32 length, char from, char to)
+    {
+        Narrow::Kernels::ReplaceIntoCopyUncounted<Block>(Bytes(dst), Bytes(src), length, Byte(from), Byte(to));
+    }
 };
 
 // The helpers as the library offers them.
@@ -101,6 +106,10 @@ struct SPublicForm
     {
         return Utils::Replace_16(dst, src, length, from, to);
     }
+    static void ReplaceUncounted(char *dst, const char *src, Quorvane::u32 length, char from, char to)
+    {
+        Quorvane::Internal::Buffer::ReplaceIntoCopy(dst, src, length, from, to);
+    }
 };
 
 // The kernels of a form with wider blocks at every length, also where the library would not use them, and what has no
@@ -124,6 +133,10 @@ struct TWiderForm : SPublicForm
     static Quorvane::u32 Replace(char *dst, const char *src, Quorvane::u32 length, char from, char to)
     {
         return Kernels::Replace(dst, src, length, from, to);
+    }
+    static void ReplaceUncounted(char *dst, const char *src, Quorvane::u32 length, char from, char to)
+    {
+        Kernels::ReplaceUncounted(dst, src, length, from, to);
     }
 };
 

@@ -8,10 +8,6 @@ namespace Quorvane
 
 using namespace Internal::Buffer;
 
-// Replacing asks for the wide form whatever the length: blocks of one character, and counts, take it few instructions.
-// Blocks of 64 bytes gain from here on.
-constexpr u32 kMinWidestEdit = 128;
-
 void SNativeStringUtils::Reverse_16(char *data, u32 length) noexcept QV_NONBLOCKING
 {
     ReverseInPlace(data, length);
@@ -29,12 +25,14 @@ void SNativeStringUtils::Lowercase_16(char *data, u32 length) noexcept QV_NONBLO
 
 void SNativeStringUtils::Uppercase_16(char *dst, const char *src, u32 length) noexcept QV_NONBLOCKING
 {
-    QV_SIMD_CALL(length >= kMinWideLength, UppercaseIntoCopy(ToBytes(dst), ToBytes(src), length));
+    QV_SIMD_CALL_WIDEST(length >= kMinWidestEdit, length >= kMinWideLength,
+                        UppercaseIntoCopy(ToBytes(dst), ToBytes(src), length));
 }
 
 void SNativeStringUtils::Lowercase_16(char *dst, const char *src, u32 length) noexcept QV_NONBLOCKING
 {
-    QV_SIMD_CALL(length >= kMinWideLength, LowercaseIntoCopy(ToBytes(dst), ToBytes(src), length));
+    QV_SIMD_CALL_WIDEST(length >= kMinWidestEdit, length >= kMinWideLength,
+                        LowercaseIntoCopy(ToBytes(dst), ToBytes(src), length));
 }
 
 u32 SNativeStringUtils::Replace_16(char *data, u32 length, char from, char to) noexcept QV_NONBLOCKING

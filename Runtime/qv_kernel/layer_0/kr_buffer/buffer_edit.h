@@ -9,6 +9,9 @@
 namespace Quorvane::Internal::Buffer
 {
 
+// Replacing and casing gain from blocks of 64 bytes from here on.
+constexpr u32 kMinWidestEdit = 128;
+
 inline void ReverseInPlace(char *data, u32 length)
 {
     QV_SIMD_CALL(length >= kMinWideLength, ReverseBytes(ToBytes(data), length));
@@ -16,12 +19,20 @@ inline void ReverseInPlace(char *data, u32 length)
 
 inline void UppercaseInPlace(char *data, u32 length)
 {
-    QV_SIMD_CALL(length >= kMinWideLength, Uppercase(ToBytes(data), length));
+    QV_SIMD_CALL_WIDEST(length >= kMinWidestEdit, length >= kMinWideLength, Uppercase(ToBytes(data), length));
 }
 
 inline void LowercaseInPlace(char *data, u32 length)
 {
-    QV_SIMD_CALL(length >= kMinWideLength, Lowercase(ToBytes(data), length));
+    QV_SIMD_CALL_WIDEST(length >= kMinWidestEdit, length >= kMinWideLength, Lowercase(ToBytes(data), length));
+}
+
+// As SNativeStringUtils::Replace_16 between two containers, for whom nobody asks how many there are.
+inline void ReplaceIntoCopy(char *dst, const char *src, u32 length, char from, char to)
+{
+    QV_SIMD_CALL_WIDEST(
+        length >= kMinWidestEdit, length >= kMinWideLength,
+        ReplaceIntoCopyUncounted(ToBytes(dst), ToBytes(src), length, static_cast<u8>(from), static_cast<u8>(to)));
 }
 
 } // namespace Quorvane::Internal::Buffer

@@ -2,6 +2,7 @@
 #include "kr_string.h"
 
 #include <cstring>
+#include <utility>
 
 #include "../kr_buffer/buffer_edit.h"
 #include "character_set.h"
@@ -61,11 +62,11 @@ CString CString::Replace(char searchFor, char replaceWith) const noexcept
     QV_ASSERT(searchFor != '\0' && replaceWith != '\0');
     if (Data() == nullptr)
         return CString();
-    CString result(CStringContainer::New(null, Length()));
-    CStringContainer *container = result.m_Container.Get();
-    if (container != nullptr)
-        SNativeStringUtils::Replace_16(container->Data(), Data(), container->Length(), searchFor, replaceWith);
-    return result;
+    const u32 length = Length();
+    PStringContainer copy = CStringContainer::New(null, length);
+    if (copy != null)
+        Internal::Buffer::ReplaceIntoCopy(copy->Data(), Data(), length, searchFor, replaceWith);
+    return CString(std::move(copy));
 }
 
 CString &CString::Strip(const char *chars) noexcept QV_NONALLOCATING

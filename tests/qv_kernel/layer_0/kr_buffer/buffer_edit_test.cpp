@@ -345,7 +345,8 @@ TYPED_TEST(BufferEdit, ReplaceCountsMoreHitsThanAByteHolds)
 namespace
 {
 
-// Copies the text into garbage, with `behind` standing behind the source.
+// Copies the text into garbage, with `behind` standing behind the source: the characters that are replaced counted, and
+// not counted.
 template <typename Form>
 void ExpectCopied(const std::string &text, char behind, char from, char to)
 {
@@ -357,6 +358,9 @@ void ExpectCopied(const std::string &text, char behind, char from, char to)
     CCanaryText target(std::string(text.size(), '\xCD'), '\xCD');
     ASSERT_EQ(Form::Replace(target.Data(), source.Data(), LengthOf(text), from, to), count) << text.size();
     ASSERT_EQ(target.Everything(), CCanaryText(expected).Everything()) << text.size();
+    CCanaryText uncounted(std::string(text.size(), '\xCD'), '\xCD');
+    Form::ReplaceUncounted(uncounted.Data(), source.Data(), LengthOf(text), from, to);
+    ASSERT_EQ(uncounted.Everything(), CCanaryText(expected).Everything()) << text.size();
     ASSERT_EQ(source.Everything(), sourceBefore);
 }
 
