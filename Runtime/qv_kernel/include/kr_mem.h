@@ -4,13 +4,14 @@
 // source, so that a replacement can account for it, refuse it, or serve it from a pool of its own.
 //
 // The default allocator takes large blocks from the platform, and small ones, up to 2 KiB, from slabs of its own: each
-// thread caches free ones and gives them back when it ends: up to 8 KiB of each of 40 sizes, and where it takes and frees
-// blocks of a size by turns, up to 64 KiB. A thread that uses a few blocks only has no cache. No thread waits for another
-// one there, whatever that is doing. Up to 16 MiB that nobody uses are kept for what comes next, and 512 KiB when a thread
-// has ended. A block of up to 256 bytes takes up to 15 bytes more, a larger small one up to an eighth. The allocator maps
-// 64 KiB when the first block is asked for, and grows as blocks are used. A block that grows step by step gets room to do
-// so in place. With the CMake option QV_MEM_CACHE off, and where the system grants no more memory, blocks are the
-// platform's; under sanitizers and valgrind all of them are, with nothing around them.
+// thread caches free ones and gives them back when it ends: up to 8 KiB of each of 40 sizes, and where it takes and
+// frees blocks of a size by turns, up to 64 KiB; of large blocks that come and go by turns, up to 16 KiB, one of each
+// KiB. A thread that uses a few blocks only has no cache. No thread waits for another one there, whatever that is
+// doing. Up to 16 MiB that nobody uses are kept for what comes next, and 512 KiB when a thread has ended. A block of up
+// to 256 bytes takes up to 15 bytes more, a larger small one up to an eighth. The allocator maps 64 KiB when the first
+// block is asked for, and grows as blocks are used. A block that grows step by step gets room to do so in place. With
+// the CMake option QV_MEM_CACHE off, and where the system grants no more memory, blocks are the platform's; under
+// sanitizers and valgrind all of them are, with nothing around them.
 //
 // Any thread may allocate and free; a block may be freed by another thread than the one that allocated it. A copy of the
 // process made by fork() may allocate and free, whatever the other threads were doing, and so may all handlers that run

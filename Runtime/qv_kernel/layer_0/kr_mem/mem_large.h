@@ -76,6 +76,26 @@ inline void *AllocLarge(u64 size, u32 alignment)
     return PutHead(platformBlock, LargeOffset(platformBlock, atLeast), size + atLeast);
 }
 
+// From then on the block is known as none, for as long as the memory is left as it is.
+inline void UnmarkLarge(void *block)
+{
+    HeadOf(block).m_Mark = 0;
+}
+
+// Known as a block again.
+inline void *RemarkLarge(void *block)
+{
+    HeadOf(block).m_Mark = MarkOfLarge(block);
+    return block;
+}
+
+// Frees a block without its mark. Null is ignored.
+inline void DropLarge(void *block)
+{
+    if (block != nullptr)
+        PortFree(PlatformBlockOf(block));
+}
+
 // Null is ignored. Returns: false, with nothing done, for what is no block.
 inline bool FreeLarge(void *block)
 {
@@ -89,8 +109,7 @@ inline bool FreeLarge(void *block)
     if (QV_INTERNAL_UNLIKELY(!HasHead(block)))
         return false;
     char *const platformBlock = PlatformBlockOf(block);
-    // Known as no block from now on, for as long as the platform leaves the memory as it is.
-    HeadOf(block).m_Mark = 0;
+    UnmarkLarge(block);
     PortFree(platformBlock);
     return true;
 }

@@ -87,6 +87,11 @@ constexpr u32 KeptBlocks(u32 sizeClass)
     return sizeClass == 0 ? 0 : static_cast<u32>(kKeptBytesPerClass / ClassBytes(sizeClass));
 }
 
+// Of the large blocks, a thread keeps one of each kKeptLargeStep bytes, up to this size.
+constexpr u64 kMaxKeptLargeBytes = 16384;
+constexpr u64 kKeptLargeStep = 1024;
+constexpr u32 kKeptLargeCount = static_cast<u32>(kMaxKeptLargeBytes / kKeptLargeStep);
+
 // What moves between a thread and the heap at a time: few enough that the one block that takes or gives them all does not
 // take long, and of large blocks fewer, since the link of each takes a page of memory of its own.
 constexpr u32 BatchBlocks(u32 sizeClass)

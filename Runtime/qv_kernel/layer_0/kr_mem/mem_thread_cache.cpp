@@ -10,6 +10,12 @@ namespace Quorvane::Mem::Internal
 namespace
 {
 
+// Whether it is some thread's, which may be written to.
+bool IsReal(const SThreadCache *cache)
+{
+    return cache != &g_NoCacheYet && cache != &g_CacheEnded;
+}
+
 // Refills the empty bin from the heap, and hands out the first block of the batch; without a cache, takes that block
 // alone. Null when memory is refused.
 QV_INTERNAL_NOINLINE void *Refill(SThreadCache *cache, u32 sizeClass)
@@ -61,6 +67,48 @@ void PutBack(SThreadCache *cache, void *block)
     --bin.m_Vacant;
 }
 
+// A large block: the one of about that size that the thread keeps, or a new one. The platform takes longer for a block of
+// some KiB than it takes to fill it.
+void *TakeLarge(u64 size)
+{
+    SThreadCache *const cache = t_Cache;
+    if (size >= kMaxKeptLargeBytes || !IsReal(cache))
+        return AllocLarge(size, kSmallStep);
+    SKeptLarge &kept = cache->m_Large[size / kKeptLargeStep];
+    kept.m_HasTaken = true;
+    void *const block = kept.m_Block;
+    if (block == nullptr || HeadOf(block).m_Room < size)
+        return AllocLarge(size, kSmallStep);
+    kept.m_Block = nullptr;
+    return RemarkLarge(block);
+}
+
+// Keeps a large block of a thread that takes and gives blocks of about that size by turns. One that gives two in a row gives
+// the platform both, and keeps none until it takes one again: what is kept may lie at the end of the platform's memory,
+// which then cannot give back what lies below.
+// Returns: false, with nothing done, for what is not kept, or is no large block.
+bool KeepLarge(void *block)
+{
+    SThreadCache *const cache = t_Cache;
+    if (block == nullptr || !IsReal(cache) || !HasHead(block))
+        return false;
+    const SLargeHead &head = HeadOf(block);
+    if (head.m_Room <= kMaxSmallBytes || head.m_Room >= kMaxKeptLargeBytes || head.m_Offset > kLargeAlignment)
+        return false;
+    SKeptLarge &kept = cache->m_Large[head.m_Room / kKeptLargeStep];
+    if (!kept.m_HasTaken)
+        return false;
+    if (kept.m_Block != nullptr)
+    {
+        DropLarge(kept.m_Block);
+        kept = SKeptLarge{nullptr, false};
+        return false;
+    }
+    UnmarkLarge(block);
+    kept.m_Block = block;
+    return true;
+}
+
 // Whether a block that bears the mark of a free one is free: its user may have copied the mark back into it. Other
 // threads' caches are not looked through; they change without a lock.
 bool LiesAmongFree(const void *block)
@@ -100,7 +148,7 @@ bool IsSmallBlockSlow(ureg offset)
 void *AllocSlow(u64 size)
 {
     if (size > kMaxSmallBytes || g_Policy.Load() != Policy_Slabs)
-        return AllocLarge(size, kSmallStep);
+        return TakeLarge(size);
     // The class that serves it may have blocks left.
     if (size == 0)
         return AllocFast(1);
@@ -116,7 +164,7 @@ void FreeSlow(void *block)
             PutBack(CacheOfThread(), block);
         return;
     }
-    if (!FreeLarge(block))
+    if (!KeepLarge(block) && !FreeLarge(block))
         ReportForeign(block);
 }
 

@@ -4,6 +4,7 @@
 #include <new>
 
 #include "mem_free_block.h"
+#include "mem_large.h"
 #include "mem_port.h"
 #include "mem_process.h"
 
@@ -59,13 +60,18 @@ SBin EmptyBin(u32 sizeClass)
     return SBin{nullptr, KeptBlocks(sizeClass), 0, false};
 }
 
-// Gives all blocks of a cache back to the heap.
+// Gives all blocks of a cache back to the heap and to the platform.
 void FlushCache(SThreadCache &cache)
 {
     for (u32 sizeClass = 1; sizeClass < kSmallClassCount; ++sizeClass)
     {
         Process().m_Heap.GiveAll(cache.m_Bins[sizeClass].m_Head);
         cache.m_Bins[sizeClass] = EmptyBin(sizeClass);
+    }
+    for (SKeptLarge &kept : cache.m_Large)
+    {
+        DropLarge(kept.m_Block);
+        kept = SKeptLarge{nullptr, false};
     }
 }
 

@@ -36,12 +36,20 @@ struct SBin
     bool m_HasTaken; // from the heap, since it was full
 };
 
+// A large block that a thread has freed and keeps.
+struct SKeptLarge
+{
+    void *m_Block;   // without its mark; null for none
+    bool m_HasTaken; // one of about that size, since it freed two of them in a row
+};
+
 // Other copies of the library in the process walk the list and empty what they reclaim, so all copies agree about this
 // layout.
 struct SThreadCache
 {
     SBin m_Bins[kSmallClassCount];
-    u32 m_Raises; // of all bins
+    u32 m_Raises;                        // of all bins
+    SKeptLarge m_Large[kKeptLargeCount]; // of so many steps, and part of one more
     // In the list of all caches of the process.
     SThreadCache *m_Next;
     SThreadCache *m_Previous;

@@ -41,6 +41,12 @@ u64 WritableBytes()
     return kilobytes * 1024;
 }
 
+// The block of about a size that the calling thread keeps; null for none.
+void *KeptLarge(u64 size)
+{
+    return t_Cache->m_Large[size / kKeptLargeStep].m_Block;
+}
+
 class MemThreadCacheOwn : public COwnTest
 {
 };
@@ -68,7 +74,7 @@ TEST(MemThreadCache, BlocksAreAlignedDisjointAndOfTheirSize)
 TEST(MemThreadCache, BothPathsShareTheirBlocks)
 {
     const Mem::SAllocator former = Mem::SetAllocator(Mem::SAllocator());
-    for (const u64 size : {1u, 24u, 64u, 1072u, 2048u, 2049u, 5000u})
+    for (const u64 size : {1u, 24u, 64u, 1072u, 2048u, 2049u, 5000u, 16384u})
         for (int i = 0; i < 300; ++i)
         {
             RawFree(Alloc(size), Mem::Origin_New);
@@ -257,6 +263,102 @@ TEST_F(MemThreadCacheOwn, AThreadThatFreesTheBlocksOfOthersKeepsFew)
 }
 
 // What is freed by its address alone goes where it came from.
+TEST_F(MemThreadCacheOwn, ALargeBlockThatComesAndGoesByTurnsIsKept)
+{
+    OnAThread(
+        []
+        {
+            AllocAndFree(64, 20);
+            for (const u64 size : {2100u, 4129u, 16000u})
+            {
+                u8 *const block = Alloc(size);
+                Free(block, size);
+                EXPECT_EQ(KeptLarge(size), block) << size;
+                u8 *const again = Alloc(size - 1);
+                EXPECT_EQ(again, block) << size;
+                EXPECT_EQ(KeptLarge(size), nullptr) << size;
+                std::memset(again, 1, static_cast<size_t>(size - 1));
+                u8 *const grown = RawRealloc(again, 3 * size);
+                EXPECT_EQ(grown[size - 2], 1);
+                RawFree(grown, Mem::Origin_New);
+            }
+            for (const u64 size : {16384u, 100000u})
+            {
+                Free(Alloc(size), size);
+                for (const SKeptLarge &kept : t_Cache->m_Large)
+                    EXPECT_EQ(kept.m_Block, nullptr) << size;
+            }
+        });
+}
+
+TEST_F(MemThreadCacheOwn, ALargeBlockThatIsTooSmallStaysKept)
+{
+    OnAThread(
+        []
+        {
+            AllocAndFree(64, 20);
+            u8 *const block = Alloc(4100);
+            Free(block, 4100);
+            u8 *const longer = Alloc(5000);
+            EXPECT_NE(longer, block);
+            EXPECT_EQ(KeptLarge(4100), block);
+            // Two in a row.
+            Free(longer, 5000);
+            EXPECT_EQ(KeptLarge(4100), nullptr);
+        });
+}
+
+TEST_F(MemThreadCacheOwn, OfLargeBlocksFreedInARowNoneIsKept)
+{
+    OnAThread(
+        []
+        {
+            AllocAndFree(64, 20);
+            u8 *blocks[10] = {};
+            for (u8 *&block : blocks)
+                block = Alloc(5000);
+            for (u8 *const block : blocks)
+                Free(block, 5000);
+            EXPECT_EQ(KeptLarge(5000), nullptr);
+            Free(Alloc(5000), 5000);
+            EXPECT_NE(KeptLarge(5000), nullptr);
+        });
+}
+
+TEST_F(MemThreadCacheOwn, AKeptLargeBlockFreedAgainIsReportedAndLeftAlone)
+{
+    OnAThread(
+        []
+        {
+            AllocAndFree(64, 20);
+            u8 *const block = Alloc(5000);
+            Free(block, 5000);
+            CAssertRecorder recorder;
+            Free(block, 5000);
+            EXPECT_EQ(recorder.Expressions(), IfAsserting({"allocated"}));
+            EXPECT_EQ(KeptLarge(5000), block);
+        });
+}
+
+TEST_F(MemThreadCacheOwn, AThreadThatEndsGivesItsLargeBlocksBack)
+{
+    const auto keepAll = []
+    {
+        AllocAndFree(64, 20);
+        for (u64 size = 2500; size < 16384; size += 1024)
+        {
+            Free(Alloc(size), size);
+            EXPECT_NE(KeptLarge(size), nullptr);
+        }
+    };
+    OnAThread(keepAll);
+    const u64 before = WritableBytes();
+    for (int i = 0; i < 200; ++i)
+        OnAThread(keepAll);
+    // Threads that left them would leave 25 MB.
+    EXPECT_LE(WritableBytes(), before + (8u << 20));
+}
+
 TEST_F(MemThreadCacheOwn, FreeingByAddressGivesTheBlockBack)
 {
     constexpr size_t kCount = 10000;
