@@ -179,6 +179,33 @@ TEST(String, CopyingSharesTheContainer)
     EXPECT_TRUE(allocator.Calls().empty());
 }
 
+// Which text the thread has copied last is a guess that drops go by: the container may be gone, and another one stand at
+// its address.
+TEST(String, EveryTextIsDestroyedWithItsLastHandleWhicheverWasCopiedLast)
+{
+    CTestAllocator allocator;
+    for (u32 round = 0; round < 3; ++round)
+    {
+        SCOPED_TRACE(round);
+        CString first("dropped by the second of two handles");
+        CString second = first;
+        CString other("copied last");
+        CString otherCopy = other;
+        EXPECT_EQ(allocator.LiveBlocks(), 2u);
+        first = CString();
+        EXPECT_EQ(ContainerOf(second)->RefCount(), 1u);
+        second = CString();
+        EXPECT_EQ(allocator.LiveBlocks(), 1u);
+        otherCopy = CString();
+        EXPECT_EQ(ContainerOf(other)->RefCount(), 1u);
+        // Never copied, and gone with its only handle, wherever it stands.
+        other = CString("a text of one");
+        EXPECT_EQ(allocator.LiveBlocks(), 1u);
+        other = CString();
+        EXPECT_EQ(allocator.LiveBlocks(), 0u);
+    }
+}
+
 TEST(String, CopyAssignmentTakesTheNewReferenceAndReleasesTheOld)
 {
     CTestAllocator allocator;
