@@ -41,6 +41,7 @@ kr_internal/kr_string_fast_growth.h
 kr_string_view.h
 kr_internal/kr_string_compare.h
 kr_internal/kr_string_split.h
+kr_internal/kr_string_strip.h
 kr_internal/kr_string_join.h
 kr_internal/kr_string_pieces.h
 kr_internal/kr_string_inline.h

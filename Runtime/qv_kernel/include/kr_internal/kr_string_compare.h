@@ -1,4 +1,4 @@
-// Private header: equality of characters in memory, for the inline comparisons of strings.
+// Private header: equality of characters in memory, for the inline comparisons of strings, and a search of them.
 //
 // Users include kr_string.h.
 #pragma once
@@ -42,6 +42,10 @@ inline bool EqualCharacters(const char *a, const char *b, u32 length) noexcept Q
         return (DifferenceOf<u32>(a, b) | DifferenceOf<u32>(a + length - 4, b + length - 4)) == 0;
     return length == 0 || (a[0] == b[0] && a[length / 2] == b[length / 2] && a[length - 1] == b[length - 1]);
 }
+
+// The index of the last `character` of a container's characters, of which there is one at least; that of an invalid guid
+// when there is none.
+u32 LastIndexInContainer(const char *data, u32 length, char character) noexcept QV_NONBLOCKING;
 
 } // namespace Internal::String
 

@@ -13,6 +13,7 @@
 #include "kr_assert.h"
 #include "kr_internal/kr_string_compare.h"
 #include "kr_internal/kr_string_split.h"
+#include "kr_internal/kr_string_strip.h"
 #include "qv_defs.h"
 #include "qv_guid.h"
 
@@ -116,6 +117,15 @@ inline CGuid CString::FindNextOf(char character, u32 start) const noexcept QV_NO
     return found != nullptr ? CGuid(static_cast<u32>(static_cast<const char *>(found) - data)) : CGuid::INVALID;
 }
 
+inline CGuid CString::FindLastOf(char character) const noexcept QV_NONBLOCKING
+{
+    const u32 length = Length();
+    const char *data = Data();
+    if (length == 0 || QV_INTERNAL_FAILS(data != null))
+        return CGuid::INVALID;
+    return CGuid(Internal::String::LastIndexInContainer(data, length, character));
+}
+
 inline CStringView CString::Slice(u32 start) const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND
 {
     return CStringView(Data(), Length()).Slice(start);
@@ -183,6 +193,37 @@ constexpr u32 LengthOfText(const char *str) noexcept QV_NONBLOCKING
 }
 
 } // namespace Internal::String
+
+// Stripping a few characters of a set that the compiler knows takes less time than a call.
+
+QV_INTERNAL_ALWAYS_INLINE inline CStringView CStringView::StripLeft(const char *set) const noexcept QV_NONBLOCKING
+{
+    const u64 bits = Internal::String::KnownBits(set);
+    if (bits == 0 || m_Data == nullptr)
+        return Internal::String::StripLeftSlow(*this, set);
+    const u32 count = Internal::String::CountLeadingShort(m_Data, m_Length, Internal::String::CLowSet(bits));
+    if (QV_INTERNAL_UNLIKELY(count == Internal::String::kShortRun))
+        return Internal::String::StripLeftSlow(*this, set);
+    return CStringView(m_Data + count, m_Length - count);
+}
+
+QV_INTERNAL_ALWAYS_INLINE inline CStringView CStringView::StripRight(const char *set) const noexcept QV_NONBLOCKING
+{
+    const u64 bits = Internal::String::KnownBits(set);
+    if (bits == 0 || m_Data == nullptr)
+        return Internal::String::StripRightSlow(*this, set);
+    const u32 count = Internal::String::CountTrailingShort(m_Data, m_Length, Internal::String::CLowSet(bits));
+    if (QV_INTERNAL_UNLIKELY(count == Internal::String::kShortRun))
+        return Internal::String::StripRightSlow(*this, set);
+    return CStringView(m_Data, m_Length - count);
+}
+
+QV_INTERNAL_ALWAYS_INLINE inline CStringView CStringView::Strip(const char *set) const noexcept QV_NONBLOCKING
+{
+    if (Internal::String::KnownBits(set) == 0)
+        return Internal::String::StripSlow(*this, set);
+    return StripLeft(set).StripRight(set);
+}
 
 constexpr CStringView::CStringView(const char *str QV_INTERNAL_LIFETIMEBOUND) noexcept QV_NONBLOCKING
     : m_Data(str),

@@ -5,6 +5,7 @@
 
 #include "../kr_buffer/buffer_bitmap.h"
 #include "../kr_simd/simd_words.h"
+#include "kr_internal/kr_string_strip.h"
 #include "qv_defs.h"
 
 namespace Quorvane::Internal::String
@@ -27,12 +28,16 @@ public:
             first |= _Bit(*cur);
             all |= static_cast<u8>(*cur);
         }
-        if (QV_INTERNAL_LIKELY(all < 64))
+        m_IsLow = all < 64;
+        if (QV_INTERNAL_LIKELY(m_IsLow))
             m_Words[0] = first;
         else
             _GatherAll(characters);
     }
-    explicit CCharacterSet(char character) { m_Words[_Word(character)] |= _Bit(character); }
+    explicit CCharacterSet(char character) : m_IsLow(_Word(character) == 0)
+    {
+        m_Words[_Word(character)] |= _Bit(character);
+    }
 
     // The first word's characters are asked for by a constant index, so that the word stays in a register.
     bool Contains(char character) const
@@ -42,6 +47,10 @@ public:
             return (m_Words[0] >> bit & 1) != 0;
         return (m_Words[_Word(character)] >> bit & 1) != 0;
     }
+
+    // Whether all are in Low().
+    bool IsLow() const { return m_IsLow; }
+    CLowSet Low() const { return CLowSet(m_Words[0]); }
 
     // The set of all other characters, as the search for the next one of a set wants it.
     void ListOthers(u8 (&set)[Buffer::kSetBytes]) const
@@ -67,10 +76,8 @@ private:
     static u64 _Bit(char character) { return 1ull << (static_cast<u8>(character) & 63); }
 
     u64 m_Words[4] = {0, 0, 0, 0};
+    bool m_IsLow = true;
 };
-
-// Runs of so many characters of a set are gone through one by one, longer ones many characters at a time.
-constexpr u32 kShortRun = 16;
 
 // The two functions that follow, for texts that begin or end with such a run. Out of line, for short runs' sake.
 
@@ -93,11 +100,9 @@ QV_INTERNAL_COLD inline u32 LengthWithoutTrailingSlow(const char *data, u32 leng
 // The index of the first character that is not in the set, or `length`.
 inline u32 CountLeading(const char *data, u32 length, const CCharacterSet &set)
 {
-    const u32 end = QVMin(length, kShortRun);
-    u32 count = 0;
-    while (count < end && set.Contains(data[count]))
-        ++count;
-    if (QV_INTERNAL_LIKELY(count < kShortRun))
+    const u32 count = QV_INTERNAL_LIKELY(set.IsLow()) ? CountLeadingShort(data, length, set.Low())
+                                                      : CountLeadingShort(data, length, set);
+    if (QV_INTERNAL_LIKELY(count < kShortRun) || count == length)
         return count;
     return count + CountLeadingSlow(data + count, length - count, set);
 }
@@ -105,12 +110,11 @@ inline u32 CountLeading(const char *data, u32 length, const CCharacterSet &set)
 // The length without the characters at the end that are in the set.
 inline u32 LengthWithoutTrailing(const char *data, u32 length, const CCharacterSet &set)
 {
-    const u32 end = length - QVMin(length, kShortRun);
-    while (length != end && set.Contains(data[length - 1]))
-        --length;
-    if (QV_INTERNAL_LIKELY(length != end || end == 0))
-        return length;
-    return LengthWithoutTrailingSlow(data, length, set);
+    const u32 count = QV_INTERNAL_LIKELY(set.IsLow()) ? CountTrailingShort(data, length, set.Low())
+                                                      : CountTrailingShort(data, length, set);
+    if (QV_INTERNAL_LIKELY(count < kShortRun) || count == length)
+        return length - count;
+    return LengthWithoutTrailingSlow(data, length - count, set);
 }
 
 } // namespace Quorvane::Internal::String

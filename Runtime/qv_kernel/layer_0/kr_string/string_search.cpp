@@ -24,6 +24,16 @@ using Internal::String::IsNullOrEmpty;
 
 } // namespace
 
+u32 Internal::String::LastIndexInContainer(const char *data, u32 length, char character) noexcept QV_NONBLOCKING
+{
+    using Buffer::SBlock;
+    if (length > SBlock::kBytes)
+        return Buffer::LastIndexOf(data, length, character);
+    // Without a further call, which takes as long as so short a text.
+    const u32 last = Buffer::LastInBlock(data, length, character);
+    return last != SBlock::kBytes ? last : Buffer::kNoIndex;
+}
+
 CGuid CString::FindNextOf(const char *str, u32 start) const noexcept QV_NONBLOCKING
 {
     if (str == nullptr || start >= Length())
@@ -32,20 +42,6 @@ CGuid CString::FindNextOf(const char *str, u32 start) const noexcept QV_NONBLOCK
     if (QV_INTERNAL_FAILS_TEXT("m_Container != null && m_Container->Data() != null", data != nullptr))
         return CGuid::INVALID;
     return IndexOf(Internal::Buffer::FindInTerminated(data + start, Length() - start, str), data);
-}
-
-CGuid CString::FindLastOf(char character) const noexcept QV_NONBLOCKING
-{
-    const u32 length = Length();
-    const char *data = Data();
-    if (length == 0 || QV_INTERNAL_FAILS(data != null))
-        return CGuid::INVALID;
-    using Internal::Buffer::SBlock;
-    if (length > SBlock::kBytes)
-        return CGuid(Internal::Buffer::LastIndexOf(data, length, character));
-    // Without a further call, which takes as long as so short a text.
-    const u32 last = Internal::Buffer::LastInBlock(data, length, character);
-    return last != SBlock::kBytes ? CGuid(last) : CGuid::INVALID;
 }
 
 CGuid CString::FindText(const CStringView &text, u32 start,

@@ -56,6 +56,26 @@ using Internal::String::ToView;
 
 } // namespace
 
+namespace Internal::String
+{
+
+CStringView StripLeftSlow(const CStringView &view, const char *set) noexcept QV_NONBLOCKING
+{
+    return StrippedLeft(view, CCharacterSet(set));
+}
+
+CStringView StripRightSlow(const CStringView &view, const char *set) noexcept QV_NONBLOCKING
+{
+    return StrippedRight(view, CCharacterSet(set));
+}
+
+CStringView StripSlow(const CStringView &view, const char *set) noexcept QV_NONBLOCKING
+{
+    return Stripped(view, CCharacterSet(set));
+}
+
+} // namespace Internal::String
+
 CStringView CStringView::FromNullTerminatedString(const char *str) noexcept QV_NONBLOCKING
 {
     return CStringView(str, SNativeStringUtils::Length(str));
@@ -165,29 +185,14 @@ CStringView CStringView::Strip(char character) const noexcept QV_NONBLOCKING
     return Stripped(*this, CCharacterSet(character));
 }
 
-CStringView CStringView::Strip(const char *set) const noexcept QV_NONBLOCKING
-{
-    return Stripped(*this, CCharacterSet(set));
-}
-
 CStringView CStringView::StripLeft(char character) const noexcept QV_NONBLOCKING
 {
     return StrippedLeft(*this, CCharacterSet(character));
 }
 
-CStringView CStringView::StripLeft(const char *set) const noexcept QV_NONBLOCKING
-{
-    return StrippedLeft(*this, CCharacterSet(set));
-}
-
 CStringView CStringView::StripRight(char character) const noexcept QV_NONBLOCKING
 {
     return StrippedRight(*this, CCharacterSet(character));
-}
-
-CStringView CStringView::StripRight(const char *set) const noexcept QV_NONBLOCKING
-{
-    return StrippedRight(*this, CCharacterSet(set));
 }
 
 CGuid CStringView::FindNextOf(char character, u32 start) const noexcept QV_NONBLOCKING
