@@ -21,7 +21,7 @@ struct SFreeBlock
 // look like it; who finds a mark looks for the block among the free ones.
 //
 // The mark lies behind the counts that most blocks begin with: a load of 8 bytes that a locked instruction has just
-// written 4 of is slow (4 ns on an Intel Xeon, family 6, model 167).
+// written 4 of has to wait until that is done.
 inline char *MarkIn(void *block, u32 sizeClass)
 {
     return static_cast<char *>(block) + (sizeClass > 1 ? 24 : 8);

@@ -2,7 +2,7 @@
 // 32 bytes.
 //
 // The platform aligns to 16 bytes, and to 32 by chance. A vector of 32 bytes that lies across two lines of the cache
-// costs twice, and what walks through two texts at once is a quarter slower where they lie differently. So each block
+// costs twice, and what walks through two texts at once is slower where they lie differently. So each block
 // begins 16 or 32 bytes into the platform's, or at a larger alignment that was asked for. How far stands in front of it,
 // with a mark by which a block is known: pointers to anything else are reported, and left alone.
 //
