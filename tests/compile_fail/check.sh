@@ -1,7 +1,7 @@
 #!/bin/sh
 # Checks one source of misuse: it must not compile, and for the right reason.
 #
-#   check.sh <source> <compiler> <project folder>
+#   check.sh <source> <compiler> <project folder> [folder of what precompile.sh made]
 #
 # The source must compile when QV_COMPILE_FAIL_CONTROL is defined and fail to compile when it is not. Comments in it say
 # more:
@@ -13,6 +13,8 @@ set -u
 source=$1
 compiler=$2
 root=$3
+precompiled=${4:-}
+. "$(dirname "$0")/compiler.inc"
 
 # The text after "// <word>: ", one line for each such comment.
 comments()
@@ -33,13 +35,19 @@ if [ -n "$only" ] && ! "$compiler" --version | grep -q -e "$only"; then
     exit 77
 fi
 
+# Read before the source, of which it changes nothing: only where the source reads it, too, and in the same standard.
+include=
+if [ -n "$precompiled" ] && grep -q '^#include "kr_string\.h"' "$source" && ! comments FLAGS | grep -q -e '-std='; then
+    include=$precompiled/precompiled.h
+fi
+
 # Compiles with the given further flags; prints what the compiler says.
 compile()
 {
     # The flags of the source are words.
     # shellcheck disable=SC2046
-    "$compiler" -std=c++17 -Wall -Wextra "-I$root/Runtime/include" "-I$root/Runtime/qv_kernel/include" \
-        $(comments FLAGS) "$@" -c -o /dev/null "$source" 2>&1
+    call_compiler "$compiler" "$root" ${include:+-include "$include"} $(comments FLAGS) "$@" -c -o /dev/null \
+        "$source" 2>&1
 }
 
 patterns=$(comments EXPECT)
