@@ -54,10 +54,10 @@ void SetFieldAt(Quorvane::CStringContainer &container, size_t offset, T value)
     std::memcpy(reinterpret_cast<unsigned char *>(&container) + offset, &value, sizeof(value));
 }
 
-// Where the fields lie on a 64-bit machine, behind the table of virtual functions and the two counts.
-constexpr size_t kLengthOffset = 16;
-constexpr size_t kCapacityOffset = 20;
-constexpr size_t kCharactersOffset = 24;
+// Where the fields lie: behind the pointer to the table of virtual functions and the two counts.
+constexpr size_t kLengthOffset = sizeof(void *) + 8;
+constexpr size_t kCapacityOffset = sizeof(void *) + 12;
+constexpr size_t kCharactersOffset = sizeof(void *) + 16;
 
 inline Quorvane::u32 CapacityOf(const Quorvane::CStringContainer &container)
 {

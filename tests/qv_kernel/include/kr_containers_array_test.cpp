@@ -439,7 +439,9 @@ TEST(Array, AFullCountHasNoSuccessor)
         array.PretendToBeFull(0);
     }
     EXPECT_EQ(recorder.CountOf(kNarrowingText), IfAsserting(9));
-    EXPECT_EQ(recorder.Count(), IfAsserting(9));
+    // Where addresses have 32 bits, an array that says so reaches over the arguments as well.
+    if (sizeof(void *) >= 8)
+        EXPECT_EQ(recorder.Count(), IfAsserting(9));
     EXPECT_EQ(allocator.RequestCount(), 0u);
 }
 
@@ -537,7 +539,8 @@ TEST(Array, AnEmptyArrayThatCannotGrowStaysWithoutABlock)
     ASSERT_EQ(recorder.Count(), IfAsserting(1));
     if (kSitesReport)
     {
-        EXPECT_EQ(recorder.Last().m_Message, "could not grow array of TArray<> to 9 elements (72 bytes)\n");
+        const std::string bytes = std::to_string(9 * sizeof(CString));
+        EXPECT_EQ(recorder.Last().m_Message, "could not grow array of TArray<> to 9 elements (" + bytes + " bytes)\n");
     }
 }
 
@@ -822,7 +825,7 @@ TEST(Array, TheControllersAlignmentIsAskedForButNeverLessThanTheElementsNeed)
     const std::vector<SAllocatorCall> requests = allocator.Requests();
     ASSERT_EQ(requests.size(), 2u);
     EXPECT_EQ(requests[0].m_Alignment, 32u);
-    EXPECT_EQ(requests[1].m_Alignment, 8u);
+    EXPECT_EQ(requests[1].m_Alignment, u32(alignof(u64)));
 }
 
 TEST(Array, AnotherControllerGrowsInItsWay)
@@ -1775,7 +1778,7 @@ TEST(Array, TellsTheMonitorOfARefusedGrowth)
     allocator.RefuseNth(1);
     EXPECT_EQ(array.PushBack(CString()), CGuid::INVALID);
     EXPECT_EQ(CContainersMonitorTArrays::MovementCount(), 1u);
-    EXPECT_EQ(CContainersMonitorTArrays::NetBytes(), 72);
+    EXPECT_EQ(CContainersMonitorTArrays::NetBytes(), s64(9 * sizeof(CString)));
 }
 
 TEST(Array, TellsTheMonitorNothingUnlessAsked)

@@ -1,6 +1,8 @@
 #include "kr_memoryviews.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <iterator>
 #include <string>
 #include <thread>
@@ -436,9 +438,11 @@ TEST(StridedMemoryView, TheStandardAlgorithmsMeetARepeatedElementAsOftenAsItCoun
 TEST(StridedMemoryView, ARepeatedElementMayCountAsFarAsACountReaches)
 {
     int value = 7;
-    const TStridedMemoryView<int> view(&value, 0xFFFFFFFF, 0);
-    EXPECT_EQ(view.End() - view.Begin(), 0xFFFFFFFFll);
-    EXPECT_TRUE(view.Begin() + 0xFFFFFFFFll == view.End());
+    // Distances of iterators are addresses' apart.
+    constexpr u32 kMaxCount = static_cast<u32>(std::min<u64>(0xFFFFFFFF, PTRDIFF_MAX));
+    const TStridedMemoryView<int> view(&value, kMaxCount, 0);
+    EXPECT_EQ(view.End() - view.Begin(), static_cast<ptrdiff_t>(kMaxCount));
+    EXPECT_TRUE(view.Begin() + static_cast<ptrdiff_t>(kMaxCount) == view.End());
     EXPECT_TRUE(view.Begin() < view.End());
     EXPECT_EQ(&view.End()[-1], &value);
 }
@@ -446,6 +450,8 @@ TEST(StridedMemoryView, ARepeatedElementMayCountAsFarAsACountReaches)
 // Addresses only. A stride has no sign: one that was meant as negative leads far forward, for steps as for indices.
 TEST(StridedMemoryView, TheLongestStrideLeadsForward)
 {
+    if (sizeof(void *) < 8)
+        GTEST_SKIP() << "addresses have no 64 bits here";
     static u8 value = 0;
     u8 *volatile const data = &value;
     const TStridedMemoryView<u8> view(data, 3, 0xFFFFFFFF);
@@ -509,7 +515,8 @@ TEST(StridedMemoryView, AnAccessOutsideAnswersAFreshScratchElement)
 // Addresses only: nobody has that much memory.
 TEST(StridedMemoryView, OffsetsAreComputedIn64Bits)
 {
-    static_assert(sizeof(void *) == 8, "the test needs room for its addresses");
+    if (sizeof(void *) < 8)
+        GTEST_SKIP() << "addresses have no 64 bits here";
     static u64 value = 0;
     // Volatile, since compilers warn of addresses outside of what they see.
     u64 *volatile const data = &value;

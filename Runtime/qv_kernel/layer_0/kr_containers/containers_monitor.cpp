@@ -6,6 +6,8 @@
 namespace Quorvane
 {
 
+static_assert(sizeof(TArray<u8>) == sizeof(void *) + 8, "an array is the address of its elements and two counts");
+
 namespace
 {
 

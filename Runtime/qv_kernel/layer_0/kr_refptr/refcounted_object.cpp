@@ -4,6 +4,10 @@
 namespace Quorvane
 {
 
+static_assert(sizeof(CRefCountedObject) == sizeof(void *) + 8,
+              "behind the address of the virtual table lie two counts of 32 bits");
+static_assert(sizeof(TRefPtr<CRefCountedObject>) == sizeof(void *), "a counted pointer is a pointer");
+
 CRefCountedObjectBase::~CRefCountedObjectBase() = default;
 
 CRefCountedObject::~CRefCountedObject() = default;

@@ -55,7 +55,11 @@ QV_INTERNAL_UNCHECKED_END
 
 } // namespace
 
+static_assert(sizeof(CStringContainer) == sizeof(CRefCountedObject) + 8 + sizeof(void *),
+              "behind the counts lie the length, the capacity and the address of the characters");
 static_assert(sizeof(CStringContainer) <= String::kContainerHeaderBytes, "fixed characters follow the fields");
+static_assert(sizeof(CStringContainer) <= String::kResizableObjectBytes, "the object has room for the fields");
+static_assert(alignof(CStringContainer) <= String::kCharacterBlockBytes, "blocks are aligned for characters");
 
 CStringContainer::CStringContainer(u32 lengthAndFlags, u32 capacity, char *characters) noexcept QV_NONBLOCKING
     : m_Length(lengthAndFlags),

@@ -216,7 +216,7 @@ TEST(BufferHash, HashCaseSpreadsNamesThatDifferInTheirNumbers)
             name.replace(length - number.size(), number.size(), number);
             const u64 hash = HashOf(name);
             ++low[hash % kBuckets];
-            ++high[hash >> 54];
+            ++high[static_cast<size_t>(hash >> 54)];
             hashes.insert(hash);
         }
         EXPECT_EQ(hashes.size(), kNames) << length;

@@ -1,3 +1,4 @@
+#include <cstdint>
 #include <cstring>
 #include <string>
 
@@ -80,7 +81,7 @@ TEST(BufferLength, LongTextsAreMeasured)
     EXPECT_EQ(SNativeStringUtils::Length(text.c_str()), 1000003u);
 }
 
-#if defined(__linux__)
+#if defined(__linux__) && SIZE_MAX > 0xFFFFFFFF
 
 // Text beyond 32 bits: one piece of memory, seen again and again.
 TEST(BufferLength, TextsBeyond32BitsHaveTheLargestLength)

@@ -334,7 +334,7 @@ TEST(MemDefault, LargeBlocksLieWithinLinesOfTheCacheHoweverTheyCameAbout)
         EXPECT_GE(Mem::Internal::RoomOfLarge(block), size);
         Fill(block, size);
         // In the way of growing in place, and of a size that makes the next one lie the other way.
-        between.push_back(static_cast<u8 *>(std::malloc(24 + 16 * (size % 2))));
+        between.push_back(static_cast<u8 *>(std::malloc(static_cast<size_t>(24 + 16 * (size % 2)))));
         for (const u64 newSize : {size * 3, size * 2, size * 9})
         {
             block = Realloc(block, newSize, 16);

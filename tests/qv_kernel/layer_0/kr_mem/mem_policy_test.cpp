@@ -96,7 +96,7 @@ TEST(MemPolicyProbe, DISABLED_ThePlatformServes)
         ASSERT_FALSE(IsSmallBlock(blocks.back()));
         std::memset(blocks.back(), 1, static_cast<size_t>(size));
     }
-    for (u64 size = 0; size < 1200; ++size)
+    for (size_t size = 0; size < 1200; ++size)
         Free(blocks[size], size);
     RawFree(RawRealloc(RawRealloc(RawAlloc(16), 272), 528));
 }

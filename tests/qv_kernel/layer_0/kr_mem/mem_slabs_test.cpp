@@ -21,6 +21,12 @@ using namespace Quorvane::Mem::Internal;
 class MemSlabs : public ::testing::Test
 {
 protected:
+    void SetUp() override
+    {
+        if (!kHasSmallRange)
+            GTEST_SKIP() << "small blocks are the platform's here";
+    }
+
     std::vector<char *> Take(u32 sizeClass, u32 count)
     {
         std::vector<char *> blocks;

@@ -494,7 +494,7 @@ TEST(StringReplace, GrowingKeepsTheReplacementsMadeBeforeABufferIsRefused)
     CTestAllocator allocator;
     const CString source("a-b-c-d");
     const std::vector<std::string> kept = {"a-b-c-d", "a+++b-c-d", "a+++b+++c-d", "a+++b+++c+++d"};
-    for (u64 made = 0; made < kept.size(); ++made)
+    for (size_t made = 0; made < kept.size(); ++made)
     {
         // Requests 1 and 2 are the result and the work buffer, then comes one for each match.
         const CChoosyAllocator choosy(Refusing({1, 3 + made}));
