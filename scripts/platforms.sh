@@ -1,0 +1,134 @@
+#!/bin/sh
+# ./run platforms: builds the library and its tests for other machines, compilers and settings, runs the unit tests and the
+# drivers, in an emulator where that is needed, and prints a table. What a platform is stands in CMakePresets.json, as the
+# preset platform-<name>; here stands what it needs of this machine.
+. "$(dirname "$0")/common.inc"
+. "$root/scripts/needs.inc"
+. "$root/scripts/build.inc"
+. "$root/scripts/steps.inc"
+
+# <name> <Debian packages...>
+platforms='
+gcc-12          g++-12
+gcc-11          g++-11
+clang-14        clang-14
+clang-16        clang-16
+clang-22        clang-22
+libcxx-17       clang-22 libc++-22-dev libc++abi-22-dev libunwind-22-dev googletest
+libcxx-20       clang-22 libc++-22-dev libc++abi-22-dev libunwind-22-dev googletest
+libcxx-23       clang-22 libc++-22-dev libc++abi-22-dev libunwind-22-dev googletest
+i386            g++-i686-linux-gnu googletest
+i386-sse2       g++-i686-linux-gnu googletest
+aarch64         g++-aarch64-linux-gnu qemu-user googletest
+armhf           g++-arm-linux-gnueabihf qemu-user googletest
+armhf-strict    g++-arm-linux-gnueabihf qemu-user googletest
+riscv64         g++-riscv64-linux-gnu qemu-user googletest
+ppc64le         g++-powerpc64le-linux-gnu qemu-user googletest
+s390x           g++-s390x-linux-gnu qemu-user googletest
+mips64el        g++-mips64el-linux-gnuabi64 qemu-user googletest
+unsigned-char   g++
+no-exceptions   g++ googletest
+O0              g++
+Os              g++
+O3              g++
+lto-gcc         g++
+lto-clang       clang-22 lld-22
+hardened        g++
+cfi             clang-22 lld-22
+single-sources  g++
+no-asserts      g++
+tracking        g++
+no-cache        g++
+simd-0          g++
+simd-1          g++
+v4              g++
+'
+
+# needs_of <name>: the packages; nothing for a name that is not in the list.
+needs_of()
+{
+    printf '%s' "$platforms" | sed -n "s/^$1  *//p"
+}
+
+# Why this machine cannot run the programs of a platform, if it cannot.
+#   reason_against <name>
+reason_against()
+{
+    case $1 in
+        i386*) [ "$(uname -m)" = x86_64 ] || say 'programs of 32-bit x86 need an x86-64 machine' ;;
+        v4) grep -q -w avx512bw /proc/cpuinfo 2>/dev/null || say 'the processor has no AVX-512' ;;
+    esac
+}
+
+# The compiler of a configured build, with its version.
+compiler_of()
+{
+    sed -n 's/^CMAKE_CXX_COMPILER:[A-Z]*=//p' "build/$1/CMakeCache.txt" | xargs -I {} {} --version | sed -n 1p |
+        sed 's/ (.*) / /; s/^Debian //'
+}
+
+# Prints each reason for which unit tests skipped themselves, and how many did.
+list_reasons()
+{
+    sed -n 's/^ *<skipped message="\([^"]*\)".*/\1/p' "build/$1"/units_*.xml 2>/dev/null |
+        sed 's/&#x0A.*//; s/^[^ ]*_test\.cpp:[0-9]*//; s/&apos;/'"'"'/g; s/&quot;/"/g' | sort | uniq -c | sort -rn |
+        sed 's/^ *\([0-9]*\) /  \1 skipped: /'
+}
+
+# The drivers of a built preset: prints "<passed> <failed> <skipped>".
+run_drivers()
+{
+    ctest --test-dir "build/$1" -L '^driver$' -j "$jobs" --no-tests=error --output-on-failure \
+        --output-junit "$root/build/$1/drivers.xml" >"build/$1/drivers.log" 2>&1 || cat "build/$1/drivers.log" >&2
+    count_outcomes "build/$1/drivers.xml"
+}
+
+# Builds and tests one platform, and records how it ended.
+#   try_platform <name>
+try_platform()
+{
+    preset=platform-$1
+    start=$(date +%s)
+    say "== $1"
+    reason=$(reason_against "$1")
+    # The packages are words.
+    # shellcheck disable=SC2046
+    missing=$(unmet $(needs_of "$1"))
+    [ -z "$missing" ] || reason="missing: $missing"
+    if [ -n "$reason" ]; then
+        record "$1" 0 0 1 "$start" "not tried: $reason"
+        return
+    fi
+    if ! build "$preset" qv_kernel_tests drivers; then
+        record "$1" 0 1 0 "$start" 'the build failed'
+        return
+    fi
+    run_units "$preset"
+    list_reasons "$preset"
+    drivers=$(run_drivers "$preset")
+    # shellcheck disable=SC2086
+    set -- "$1" $units $drivers
+    record "$1" $(($2 + $5)) $(($3 + $6)) $(($4 + $7)) "$start" "$(compiler_of "$preset") $remark"
+}
+
+chosen=$*
+for name in $chosen; do
+    [ -n "$(needs_of "$name")" ] || {
+        complain "platforms: no platform is called $name; there are:"
+        printf '%s' "$platforms" | sed -n 's/^\([^ ][^ ]*\) .*/  \1/p' >&2
+        exit 2
+    }
+done
+[ -n "$chosen" ] || chosen=$(printf '%s' "$platforms" | sed 's/ .*//')
+
+# Each package by itself: where the distribution lacks one, none of a list would be installed.
+ensure g++ cmake ninja-build libgtest-dev
+for name in $chosen; do
+    for need in $(needs_of "$name"); do
+        met "$need" || ensure -- "$need"
+    done
+done
+for name in $chosen; do
+    try_platform "$name"
+done
+summary
