@@ -780,8 +780,6 @@ private:
     bool _AppendInline(const char *other, u32 length) noexcept QV_NONBLOCKING;
     CString &_AppendFast(const char *other, u32 length) noexcept;
     CString &_AppendSlow(const char *other, u32 length) noexcept;
-    CString &_AppendElsewhere(const char *other, u32 length) noexcept;
-    CString &_AppendToCopy(const char *other, u32 length) noexcept;
     bool _TryAppend(const char *other, u32 length) noexcept QV_NONBLOCKING;
     CString &_PrependFast(const char *other, u32 length) noexcept;
     CString &_PrependSlow(const char *other, u32 length) noexcept;

@@ -74,10 +74,8 @@ protected:
         constexpr u32 kBlockBytes = CStringContainer::kBlockBytes;
         char *const data = container.m_Characters;
         const u32 lastBlock = (length + added) / kBlockBytes * kBlockBytes;
-        // The block of the old terminator is zero behind it already. A whole block more never ends there, which spares the
-        // question where the compiler knows how many characters come.
-        const bool addsBlock = __builtin_constant_p(added) && added >= kBlockBytes;
-        if (addsBlock || lastBlock > length)
+        // The block of the old terminator is zero behind it already.
+        if (lastBlock > length)
             std::memset(data + lastBlock, 0, kBlockBytes);
         container._ChangeLengthBy(added);
         return data + length;

@@ -132,22 +132,7 @@ CString &CString::_AppendFast(const char *other, u32 length) noexcept
     return *this;
 }
 
-// Growing in place what is appended to piece by piece comes first, and takes as little as it can.
 QV_INTERNAL_NOINLINE CString &CString::_AppendSlow(const char *other, u32 length) noexcept
-{
-    CStringContainer *const container = m_Container.Get();
-    if (!_IsUniqueAndResizable() || SGrowth::OverlapsRoom(*container, other, length))
-        return _AppendElsewhere(other, length);
-    QV_ASSERT(CStringContainer::SafeData(m_Container.Get()) != null);
-    char *const writeTo = SGrowth::Lengthen(*container, length);
-    if (QV_INTERNAL_UNLIKELY(writeTo == nullptr))
-        return _AppendToCopy(other, length);
-    Mem::Internal::CopyDisjoint(writeTo, other, length);
-    return *this;
-}
-
-// What is not to be had by growing in place, or overlaps the text's own room.
-QV_INTERNAL_NOINLINE CString &CString::_AppendElsewhere(const char *other, u32 length) noexcept
 {
     PStringContainer copy;
     if (!SGrowth::CopyBeyondRoom(m_Container.Get(), other, length, copy))
@@ -162,15 +147,12 @@ QV_INTERNAL_NOINLINE CString &CString::_AppendElsewhere(const char *other, u32 l
         return *this;
     }
     QV_ASSERT(CStringContainer::SafeData(m_Container.Get()) != null);
-    return uniqueAndResizable && AppendInPlace(*m_Container, other, length) ? *this : _AppendToCopy(other, length);
-}
-
-// Both texts in a new container.
-CString &CString::_AppendToCopy(const char *other, u32 length) noexcept
-{
-    PStringContainer sum = NewSum(Data(), Length(), other, length);
-    Internal::String::CountCopyToGrow(m_Container.Get(), sum);
-    m_Container = std::move(sum);
+    if (!uniqueAndResizable || !AppendInPlace(*m_Container, other, length))
+    {
+        PStringContainer sum = NewSum(Data(), Length(), other, length);
+        Internal::String::CountCopyToGrow(m_Container.Get(), sum);
+        m_Container = std::move(sum);
+    }
     return *this;
 }
 
