@@ -441,7 +441,9 @@ TEST(Array, AFullCountHasNoSuccessor)
     EXPECT_EQ(recorder.CountOf(kNarrowingText), IfAsserting(9));
     // Where addresses have 32 bits, an array that says so reaches over the arguments as well.
     if (sizeof(void *) >= 8)
+    {
         EXPECT_EQ(recorder.Count(), IfAsserting(9));
+    }
     EXPECT_EQ(allocator.RequestCount(), 0u);
 }
 
