@@ -1,7 +1,8 @@
 #!/bin/sh
 # ./run platforms: builds the library and its tests for other machines, compilers and settings, runs the unit tests and the
 # drivers, in an emulator where that is needed, and prints a table. What a platform is stands in CMakePresets.json, as the
-# preset platform-<name>; here stands what it needs of this machine.
+# preset platform-<name>; here stands what it needs of this machine. With --publish, the last result of each platform goes
+# into README.md, and why tests skipped themselves into docs/platforms.md.
 . "$(dirname "$0")/common.inc"
 . "$root/scripts/needs.inc"
 . "$root/scripts/build.inc"
@@ -83,6 +84,18 @@ run_drivers()
     count_outcomes "build/$1/drivers.xml"
 }
 
+# Keeps how a platform ended for --publish, as a row of the table.
+#   keep_result <name> <passed> <failed> <skipped> <start> <compiler or reason>
+keep_result()
+{
+    mkdir -p "build/platform-$1"
+    title=$(sed -n "/\"name\": \"platform-$1\"/,/displayName/s/.*\"displayName\": \"\(.*\)\",\{0,1\}/\1/p" CMakePresets.json)
+    # The backticks are the document's.
+    # shellcheck disable=SC2016
+    printf '| `%s` | %s | %s | %d | %d | %d | %s | %s |\n' "$1" "$title" "$6" "$2" "$3" "$4" "$(seconds_since "$5")" \
+        "$(date -u +%Y-%m-%d)" >"build/platform-$1/result"
+}
+
 # Builds and tests one platform, and records how it ended.
 #   try_platform <name>
 try_platform()
@@ -97,20 +110,68 @@ try_platform()
     [ -z "$missing" ] || reason="missing: $missing"
     if [ -n "$reason" ]; then
         record "$1" 0 0 1 "$start" "not tried: $reason"
+        keep_result "$1" 0 0 0 "$start" "not tried: $reason"
         return
     fi
     if ! build "$preset" qv_kernel_tests drivers; then
         record "$1" 0 1 0 "$start" 'the build failed'
+        keep_result "$1" 0 1 0 "$start" "$(compiler_of "$preset"), which does not build it"
         return
     fi
     run_units "$preset"
-    list_reasons "$preset"
+    list_reasons "$preset" | tee "build/$preset/reasons"
     drivers=$(run_drivers "$preset")
     # shellcheck disable=SC2086
     set -- "$1" $units $drivers
     record "$1" $(($2 + $5)) $(($3 + $6)) $(($4 + $7)) "$start" "$(compiler_of "$preset") $remark"
+    keep_result "$1" $(($2 + $5)) $(($3 + $6)) $(($4 + $7)) "$start" "$(compiler_of "$preset")"
 }
 
+all_names=$(printf '%s' "$platforms" | sed 's/ .*//')
+
+# Puts standard input between the two markers of a document.
+#   put_between_markers <document>
+put_between_markers()
+{
+    cat >build/.published
+    awk '
+        /<!-- platforms: begin -->/ {
+            print
+            while ((getline line <"build/.published") > 0)
+                print line
+            skipping = 1
+        }
+        /<!-- platforms: end -->/ { skipping = 0 }
+        !skipping' "$1" >build/.document && cat build/.document >"$1"
+    rm -f build/.published build/.document
+}
+
+# The last results of all platforms into the documents.
+publish()
+{
+    {
+        printf '\n| name | platform | compiler | passed | failed | skipped | time | date |\n'
+        printf '| --- | --- | --- | --- | --- | --- | --- | --- |\n'
+        for name in $all_names; do
+            [ ! -f "build/platform-$name/result" ] || cat "build/platform-$name/result"
+        done
+        printf '\n'
+    } | put_between_markers README.md
+    {
+        for name in $all_names; do
+            [ -s "build/platform-$name/reasons" ] || continue
+            printf '\n## %s\n\n' "$name"
+            sed 's/^  \([0-9]*\) skipped: \(.*\)/- \1: \2/' "build/platform-$name/reasons"
+        done
+        printf '\n'
+    } | put_between_markers docs/platforms.md
+}
+
+publishes=
+if [ "${1:-}" = --publish ]; then
+    publishes=yes
+    shift
+fi
 chosen=$*
 for name in $chosen; do
     [ -n "$(needs_of "$name")" ] || {
@@ -119,7 +180,7 @@ for name in $chosen; do
         exit 2
     }
 done
-[ -n "$chosen" ] || chosen=$(printf '%s' "$platforms" | sed 's/ .*//')
+[ -n "$chosen" ] || chosen=$all_names
 
 # Each package by itself: where the distribution lacks one, none of a list would be installed.
 ensure g++ cmake ninja-build libgtest-dev
@@ -131,4 +192,5 @@ done
 for name in $chosen; do
     try_platform "$name"
 done
+[ -z "$publishes" ] || publish
 summary
