@@ -71,23 +71,26 @@ install_library()
 }
 
 # Uses an installed library both ways.
-#   use_installed <name> <expected QV_ASSERTS>
+#   use_installed <name> <expected QV_ASSERTS> <further options of the CMake consumers...>
 use_installed()
 {
     prefix=$scratch/moved/$1
-    configure -S "$consumers/find_package" -B "$scratch/find_package-$1" -DCMAKE_PREFIX_PATH="$prefix"
-    quietly cmake --build "$scratch/find_package-$1"
-    run_consumers "$scratch/find_package-$1" "$2" 3
+    name=$1
+    asserts=$2
+    shift 2
+    configure -S "$consumers/find_package" -B "$scratch/find_package-$name" -DCMAKE_PREFIX_PATH="$prefix" "$@"
+    quietly cmake --build "$scratch/find_package-$name"
+    run_consumers "$scratch/find_package-$name" "$asserts" 3
 
     if command -v pkg-config >/dev/null 2>&1; then
         pc=$(find "$prefix" -name quorvane.pc)
         library=$(dirname "$(dirname "$pc")")
-        mkdir -p "$scratch/pkg_config-$1"
+        mkdir -p "$scratch/pkg_config-$name"
         quietly env PKG_CONFIG_PATH="$(dirname "$pc")" \
-            sh "$consumers/pkg_config/build.sh" "$compiler" "$scratch/pkg_config-$1"
+            sh "$consumers/pkg_config/build.sh" "$compiler" "$scratch/pkg_config-$name"
         (
             export LD_LIBRARY_PATH="$library"
-            run_consumers "$scratch/pkg_config-$1" "$2" 4
+            run_consumers "$scratch/pkg_config-$name" "$asserts" 4
         )
     else
         printf 'skipped: pkg-config is missing\n'
@@ -105,10 +108,13 @@ done
 use_installed static 1
 
 # A shared library without assertions and with the tracking allocator: the definitions must reach users both ways. Of no
-# build type, as all that follow: it takes less time to compile.
+# build type, as all that follow: it takes less time to compile. It shows what it should, also to a program whose own
+# symbols are hidden, and which derives from a class of the library's.
 install_library shared -DBUILD_SHARED_LIBS=ON -DQV_ASSERTS=OFF -DQV_MEM_TRACKING=ON
 [ -n "$(find "$scratch/moved/shared" -name 'libqv_kernel.so.*')" ] || fail 'no shared library is installed'
-use_installed shared 0
+sh "$consumers/symbols.sh" "$root" "$(find "$scratch/moved/shared" -name 'libqv_kernel.so')" || [ $? -eq 77 ] ||
+    fail 'what the shared library shows'
+use_installed shared 0 -DCMAKE_CXX_VISIBILITY_PRESET=hidden -DCMAKE_VISIBILITY_INLINES_HIDDEN=ON
 
 # The sources as a subproject; with FetchContent it is enough to see that it configures alike.
 configure -S "$consumers/add_subdirectory" -B "$scratch/add_subdirectory" -DQUORVANE_SOURCE_DIR="$root"

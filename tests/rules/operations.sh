@@ -25,7 +25,7 @@ CStringContainer RemoveReference fuzz: every handle of the targets calls it
 list_operations()
 {
     awk '
-        { sub(/\/\/.*/, ""); sub(/\[\[nodiscard\]\] /, "") }
+        { sub(/\/\/.*/, ""); sub(/\[\[nodiscard\]\] /, ""); sub(/QV_API /, "") }
         /^namespace Internal/ { internal = 1; depth = 0 }
         internal {
             depth += gsub(/{/, "{") - gsub(/}/, "}")

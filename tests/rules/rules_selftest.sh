@@ -173,6 +173,12 @@ printf '#include <string>\n\n#include <regex>\n' | bites light_headers $string '
 printf '#include <type_traits>\n' | bites light_headers Runtime/qv_kernel/include/kr_string_fwd.h 'lines with'
 printf '#include "kr_gone.h"\n' | bites light_headers $string 'cannot read it'
 
+printf 'int Sum(int n);\n' | bites exports $string 'Sum has no QV_API'
+printf 'bool operator==(const A &a,\n                const A &b) noexcept;\n' | bites exports $string 'operator=='
+printf 'u32 CString::Width() const\n{\n    return 1;\n}\n' | put "$good/Runtime/qv_kernel/layer_0/kr_string/width.cpp"
+printf 'class CString\n{\n    u32 Width() const;\n};\n' | bites exports $string 'CString has no QV_API'
+rm "$good/Runtime/qv_kernel/layer_0/kr_string/width.cpp"
+
 printf 'm_Length = 1;\n' | bites one_length_door $source
 printf 'container.m_Length += 1;\n' | bites one_length_door $source
 printf 'void f(S *s) { ++s->m_Length; }\n' | bites one_length_door $source

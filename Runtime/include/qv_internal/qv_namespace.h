@@ -77,6 +77,35 @@
 #define QV_INTERNAL_HIDDEN
 #endif
 
+// ---- What a shared library shows -------------------------------------------------------------------------------------
+
+// QV_SHARED, a macro, is 1 where the library is compiled as a shared one and where it is used as one; CMake and pkg-config
+// hand it on to users. Such a library is compiled with hidden symbols, and what is marked is seen from outside:
+//
+//     QV_API            the public interface: functions and variables that a source of the library defines, and classes
+//                       with members that one defines
+//     QV_INTERNAL_API   what is called by bodies in the headers, and by nobody else
+//
+// They stand between `class` and its name, and in front of a declaration, behind its attributes:
+//
+//     [[nodiscard]] QV_API CString JoinPath(...) noexcept;
+//
+// Of a class, its vtable and its type are seen, too, so that there is one of each in the process, wherever it is derived
+// from. Runtime/qv_kernel/symbols.txt lists what is seen; CONTRIBUTING.md says how it is kept.
+#if !defined(QV_SHARED)
+#define QV_SHARED 0
+#endif
+#if !QV_SHARED
+#define QV_API
+#elif !defined(_WIN32) && !defined(__CYGWIN__)
+#define QV_API __attribute__((visibility("default")))
+#elif defined(QV_INTERNAL_BUILDS_LIBRARY)
+#define QV_API __declspec(dllexport)
+#else
+#define QV_API __declspec(dllimport)
+#endif
+#define QV_INTERNAL_API QV_API
+
 // ---- What a function may take of a thread with a deadline ------------------------------------------------------------
 
 // The classes of operations, which the compiler checks where it can: clang++ from version 20 on, with -Wfunction-effects.

@@ -49,23 +49,23 @@ typedef int (*FHandler)(const char *file, const char *function, int line, const 
 // 0 when a debugger is attached, else 2.
 // Returns the handler that was installed before, the default one included, so that handlers can be chained and put back;
 // never null. Atomic.
-FHandler SetHandler(FHandler handler) noexcept;
+QV_API FHandler SetHandler(FHandler handler) noexcept;
 
 // Reports a failed check to the handler. Null texts are taken as empty.
 // Returns the handler's answer.
-int EvalAssert(const char *file, const char *function, int line, const char *expression, const char *expandedExpression,
-               const char *message);
+QV_API int EvalAssert(const char *file, const char *function, int line, const char *expression,
+                      const char *expandedExpression, const char *message);
 
 // The same with a printf-like message. Messages are cut at 4095 characters. Allocates nothing.
 // Stack: 1.5 KiB, the platform's own formatting not counted; 5.5 KiB for a message of more than 511 characters while four
 // other handlers are at work on such messages.
-int EvalAssertFormat(const char *file, const char *function, int line, const char *expression,
-                     const char *expandedExpression, const char *format, ...) QV_INTERNAL_PRINTF(6, 7);
+QV_API int EvalAssertFormat(const char *file, const char *function, int line, const char *expression,
+                            const char *expandedExpression, const char *format, ...) QV_INTERNAL_PRINTF(6, 7);
 
 // Reports a failed verification unless `ignoreFlag` is set; sets it when the answer is 1.
 // Returns true when the caller must break into the debugger.
-bool VerifyAssertFalse_Breaks(bool &ignoreFlag, const char *file, const char *function, int line,
-                              const char *expression, const char *expandedExpression, const char *message);
+QV_API bool VerifyAssertFalse_Breaks(bool &ignoreFlag, const char *file, const char *function, int line,
+                                     const char *expression, const char *expandedExpression, const char *message);
 
 namespace Internal
 {
@@ -89,11 +89,11 @@ struct SSite
 
 // The failing ends of the macros below: each reports unless the site is silenced, and acts on the answer. What the
 // handler does is its own business, so that a function with assertions may be nonblocking.
-void ReportSite(bool &ignoreFlag, const SSite &site, const char *function) QV_NONBLOCKING;
-void ReportSiteFormat(bool &ignoreFlag, const SSite &site, const char *function, const char *format, ...) QV_NONBLOCKING
-    QV_INTERNAL_PRINTF(4, 5);
+QV_INTERNAL_API void ReportSite(bool &ignoreFlag, const SSite &site, const char *function) QV_NONBLOCKING;
+QV_INTERNAL_API void ReportSiteFormat(bool &ignoreFlag, const SSite &site, const char *function, const char *format,
+                                      ...) QV_NONBLOCKING QV_INTERNAL_PRINTF(4, 5);
 // Always returns true: the value of a QV_VERIFY that failed.
-bool ReportVerify(const SSite &site, const char *function) QV_NONBLOCKING;
+QV_INTERNAL_API bool ReportVerify(const SSite &site, const char *function) QV_NONBLOCKING;
 
 // Raises the debugger's trap and returns when resumed.
 void Break();

@@ -23,7 +23,7 @@
 namespace Quorvane
 {
 
-struct SNativeStringUtils
+struct QV_API SNativeStringUtils
 {
     // Rows of 256 bytes, indexed by a character taken as an unsigned byte:
     //     row 0, at 0     1 for a lower-case letter, 2 for an upper-case one, else 0
@@ -56,10 +56,10 @@ struct SNativeStringUtils
     // Requires: two texts, else reports "data0 != null && data1 != null"; null then counts as a text before every
     // other one.
 
-    [[nodiscard]] static bool Equal(const char *data0, const char *data1) noexcept QV_NONBLOCKING;
-    [[nodiscard]] static bool EqualCase(const char *data0, const char *data1) noexcept QV_NONBLOCKING;
-    [[nodiscard]] static s32 Compare(const char *data0, const char *data1) noexcept QV_NONBLOCKING;
-    [[nodiscard]] static s32 CompareCase(const char *data0, const char *data1) noexcept QV_NONBLOCKING;
+    [[nodiscard]] static inline bool Equal(const char *data0, const char *data1) noexcept QV_NONBLOCKING;
+    [[nodiscard]] static inline bool EqualCase(const char *data0, const char *data1) noexcept QV_NONBLOCKING;
+    [[nodiscard]] static inline s32 Compare(const char *data0, const char *data1) noexcept QV_NONBLOCKING;
+    [[nodiscard]] static inline s32 CompareCase(const char *data0, const char *data1) noexcept QV_NONBLOCKING;
 
     // True when the first `length` characters are equal but for case. Neither text needs a terminator.
     [[nodiscard]] static bool EqualCase(const char *data0, const char *data1, u32 length) noexcept QV_NONBLOCKING;

@@ -40,12 +40,12 @@ namespace Quorvane
 // ---- The monitor ----------------------------------------------------------------------------------------------------
 
 // When set, every array registers its memory movements with the monitor below. Set it while no array grows.
-extern bool g_KRContainersConfig_MonitorTArrays;
+extern QV_API bool g_KRContainersConfig_MonitorTArrays;
 
 // Sums up the memory movements of all arrays while `g_KRContainersConfig_MonitorTArrays` is set: each is one attempt to
 // change the size of an array's block, registered before it is tried, so also when it is refused. Blocks that die with
 // their array are no movement. Any thread may call any of it.
-class CContainersMonitorTArrays
+class QV_API CContainersMonitorTArrays
 {
 public:
     // Counts a movement that makes a block `bytes` larger; smaller when negative.

@@ -74,13 +74,13 @@ struct SAllocator
 // Returns: the allocator before, callable, so that a replacement can forward to it.
 // Requires: every block is freed through the allocator installed at that time, so install one while no block is live
 // (or forward to the one before), and while no other thread allocates or frees.
-SAllocator SetAllocator(const SAllocator &allocator) noexcept;
+QV_API SAllocator SetAllocator(const SAllocator &allocator) noexcept;
 
 // Allocates `size` bytes.
 // Requires: an alignment of 0 (the allocator's default) or a power of two, else reports it and refuses.
 // Returns: the block, or null when memory is refused.
-void *_RawAlloc(u64 size, u32 alignment, EAllocType type, EOrigin origin, const char *tag, const char *file, u32 line,
-                const char *function) noexcept;
+QV_API void *_RawAlloc(u64 size, u32 alignment, EAllocType type, EOrigin origin, const char *tag, const char *file,
+                       u32 line, const char *function) noexcept;
 
 // Resizes a block of origin `Origin_Alloc`; a null block is allocated. The default allocator keeps half as much again
 // behind a block that grows by less than its size, gives room back when less than half is needed, and lets the platform
@@ -88,15 +88,15 @@ void *_RawAlloc(u64 size, u32 alignment, EAllocType type, EOrigin origin, const 
 // Requires: an alignment as above, else reports it and refuses.
 // Returns: the block, perhaps moved, with its contents up to the smaller size; or null when memory is refused, and
 // `block` is then still valid.
-void *_RawRealloc(void *block, u64 newSize, u32 alignment, EAllocType type, const char *tag, const char *file, u32 line,
-                  const char *function) noexcept;
+QV_API void *_RawRealloc(void *block, u64 newSize, u32 alignment, EAllocType type, const char *tag, const char *file,
+                         u32 line, const char *function) noexcept;
 
 // Frees a block; null is ignored. Requires: `origin` is the one that it was allocated with.
-void _RawFree(void *block, EAllocType type, EOrigin origin, const char *tag, const char *file, u32 line,
-              const char *function) noexcept;
+QV_API void _RawFree(void *block, EAllocType type, EOrigin origin, const char *tag, const char *file, u32 line,
+                     const char *function) noexcept;
 
 // Frees a block of origin `Origin_Alloc`; null is ignored.
-void Free(void *block, EAllocType type) noexcept;
+QV_API void Free(void *block, EAllocType type) noexcept;
 
 // Makes ready for a thread that must not wait for memory: the default allocator gets at least `bytes` more for blocks of
 // up to 2 KiB, and keeps them for good; the calling thread gets its cache. What the allocator has, and what it gets later,
@@ -108,7 +108,7 @@ void Free(void *block, EAllocType type) noexcept;
 // for more than the 64 GiB that it has addresses for.
 // Allocates: whole slabs of 64 KiB, and the calling thread's cache in one. Cost: linear in `bytes` and in what the
 // allocator has; system calls; may wait for threads that end.
-bool Prewarm(u64 bytes, bool locks = false) noexcept;
+QV_API bool Prewarm(u64 bytes, bool locks = false) noexcept;
 
 // Figures of the default allocator, in a build with QV_MEM_TRACKING.
 struct SFigures
@@ -120,7 +120,7 @@ struct SFigures
 // Gives the figures of the live blocks that carry `tag` (compared as text; null for all tags).
 // Returns: false, with figures of 0, in a build without tracking.
 // Cost: linear in the number of live blocks; takes the tracker's lock.
-bool LiveFigures(const char *tag, SFigures &outFigures) noexcept;
+QV_API bool LiveFigures(const char *tag, SFigures &outFigures) noexcept;
 
 namespace Internal
 {

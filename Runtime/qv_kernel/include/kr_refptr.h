@@ -25,7 +25,7 @@ namespace Quorvane
 {
 
 // The two counts. Both are 0 after construction; the creator adds the first strong reference.
-class CRefCountedObjectBase
+class QV_API CRefCountedObjectBase
 {
 public:
     CRefCountedObjectBase(const CRefCountedObjectBase &) = delete;
@@ -37,19 +37,19 @@ public:
     u32 WeakCount() const noexcept QV_NONBLOCKING { return _WeakCountOf(m_WeakCount.Load()); }
 
     // Adds a strong reference. Reports "/!\ strong refcount overflow /!\" when the count no longer fits 31 bits.
-    void AddReference() const noexcept QV_NONBLOCKING;
+    inline void AddReference() const noexcept QV_NONBLOCKING;
     // Drops a strong reference, without deleting the object.
     // Returns the new count. Reports "s32(nrc) >= 0", "/!\ strong refcount underflow /!\", when there was none.
-    u32 _InternalRemoveReference() const noexcept QV_NONBLOCKING;
+    inline u32 _InternalRemoveReference() const noexcept QV_NONBLOCKING;
     // The same for who wants to know only whether it was the last one.
-    bool _InternalRemoveReferenceIsLast() const noexcept QV_NONBLOCKING;
+    inline bool _InternalRemoveReferenceIsLast() const noexcept QV_NONBLOCKING;
     // The same without a locked instruction for a holder that finds itself alone: nobody else can add or drop a reference
     // then, so what the decrement would give is known. Most objects are dropped by the only one who ever held them.
-    bool _DropIsLast() const noexcept QV_NONBLOCKING;
+    inline bool _DropIsLast() const noexcept QV_NONBLOCKING;
 
     void AddWeakReference() const noexcept QV_NONBLOCKING { m_WeakCount.Inc(); }
     // Reports "s32(nrc) >= 0", "/!\ weak refcount underflow /!\", when there was none.
-    void RemoveWeakReference() const noexcept QV_NONBLOCKING;
+    inline void RemoveWeakReference() const noexcept QV_NONBLOCKING;
 
     // Adds the first strong reference to an object that no other thread has seen yet: a plain store.
     void _AddFirstReference() const noexcept QV_NONBLOCKING { m_RefCount.StoreUnshared(1); }
@@ -59,7 +59,7 @@ protected:
 
     // Marks the object as one that is being destroyed. Returns: false when it was marked before. Only for the thread
     // that dropped the last reference: nobody else can reach the object then, but through its destructor.
-    bool _BeginDestruction() const noexcept QV_NONBLOCKING;
+    inline bool _BeginDestruction() const noexcept QV_NONBLOCKING;
 
     // The weak count without the mark, for which it ends at 30 bits. The mark stands there and not in the strong count,
     // so that this one tells the truth in a destructor, too. A count below 0 bears no mark.
@@ -82,14 +82,14 @@ protected:
 //
 // Its destructor begins with a count of 0. It may take references to the object, and hand them on, as long as all of them
 // are dropped before it ends: that does not destroy the object once more.
-class CRefCountedObject : public CRefCountedObjectBase
+class QV_API CRefCountedObject : public CRefCountedObjectBase
 {
 public:
     ~CRefCountedObject() override;
 
     // Drops a strong reference and deletes the object with the last one.
     // A holder that finds itself alone deletes without a locked instruction.
-    void RemoveReference() const noexcept QV_NONBLOCKING;
+    inline void RemoveReference() const noexcept QV_NONBLOCKING;
 
     static void *operator new(std::size_t size) noexcept;
     static void *operator new(std::size_t size, std::align_val_t alignment) noexcept;

@@ -161,7 +161,7 @@ namespace Quorvane
 //
 // Cost: a copy is one atomic increment, a move nothing; an empty string allocates nothing.
 // Fails: an operation that cannot get memory leaves the string as its comment says; nothing throws.
-class CString
+class QV_API CString
 {
 public:
     // A string without characters. Constant-initialised; may be used at any time.
@@ -177,7 +177,7 @@ public:
 
     // A copy of the first `sourceLen` characters of `source`, which are trusted to be there.
     // Requires: text, or a length of 0, else reports "sourceLen == 0" and stays empty. Fails: an empty string.
-    CString(const char *source, u32 sourceLen) noexcept;
+    inline CString(const char *source, u32 sourceLen) noexcept;
 
     // Shares a container.
     CString(const PStringContainer &container) noexcept QV_NONBLOCKING : m_Container(container) {}
@@ -242,19 +242,20 @@ public:
     }
 
     // A view of the characters from `start`, or of `count` of them; both clamped to the string.
-    [[nodiscard]] CStringView Slice(u32 start) const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND;
-    [[nodiscard]] CStringView Slice(u32 start, u32 count) const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND;
+    [[nodiscard]] inline CStringView Slice(u32 start) const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND;
+    [[nodiscard]] inline CStringView Slice(u32 start,
+                                           u32 count) const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND;
 
     // The character at `index`.
     // Requires: a container and an index below the length, else reports "_P::m_Ptr != null" or
     // "index < m_Container->Length()" and answers a NUL.
-    const char &At(u32 index) const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND;
+    inline const char &At(u32 index) const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND;
     const char &operator[](u32 index) const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND { return At(index); }
 
     // The first and the last character.
     // Requires: a string that is not empty, else reports "!Empty()" and answers a NUL.
-    const char &First() const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND;
-    const char &Last() const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND;
+    inline const char &First() const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND;
+    inline const char &Last() const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND;
 
     // Bytes held by this handle and by its container, which other handles may share.
     ureg MemoryFootprint() const noexcept QV_NONBLOCKING;
@@ -274,7 +275,7 @@ public:
 
     // Writable characters; null without a container, or when the copy cannot be had. After changing where the text
     // ends, call RebuildAfterRawModification. Invalidates: pointers and views, when it copies.
-    QV_INTERNAL_EDIT_INLINE char *RawDataForWriting() noexcept QV_NONALLOCATING;
+    QV_INTERNAL_EDIT_INLINE inline char *RawDataForWriting() noexcept QV_NONALLOCATING;
     TMemoryView<char> ViewForWriting() noexcept QV_NONALLOCATING;
 
     // Sets the length to the first terminator, for a caller that wrote characters it got from one of the above.
@@ -349,8 +350,8 @@ public:
     // Invalidates: pointers to and views of the characters.
 
     CString &Append(const CString &other) noexcept;
-    QV_INTERNAL_ALWAYS_INLINE CString &Append(const CStringView &other) noexcept;
-    QV_INTERNAL_ALWAYS_INLINE CString &Append(const char *other) noexcept;
+    QV_INTERNAL_ALWAYS_INLINE inline CString &Append(const CStringView &other) noexcept;
+    QV_INTERNAL_ALWAYS_INLINE inline CString &Append(const char *other) noexcept;
     // Requires: `otherLength` characters before the terminator, else reports
     // "otherLength <= SNativeStringUtils::Length(other)" and takes that many all the same.
     CString &Append(const char *other, u32 otherLength) noexcept;
@@ -558,14 +559,14 @@ public:
                                 ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
 
     bool operator==(const char *other) const noexcept QV_NONBLOCKING { return Compare(other, CaseSensitive); }
-    bool operator==(const CString &other) const noexcept QV_NONBLOCKING;
+    inline bool operator==(const CString &other) const noexcept QV_NONBLOCKING;
     bool operator!=(const char *other) const noexcept QV_NONBLOCKING { return !(*this == other); }
     bool operator!=(const CString &other) const noexcept QV_NONBLOCKING { return !(*this == other); }
     // A null buffer orders with a string without a container.
     bool operator>(const char *other) const noexcept QV_NONBLOCKING;
     bool operator<(const char *other) const noexcept QV_NONBLOCKING;
-    bool operator>(const CString &other) const noexcept QV_NONBLOCKING;
-    bool operator<(const CString &other) const noexcept QV_NONBLOCKING;
+    inline bool operator>(const CString &other) const noexcept QV_NONBLOCKING;
+    inline bool operator<(const CString &other) const noexcept QV_NONBLOCKING;
     bool operator<=(const CString &other) const noexcept QV_NONBLOCKING { return !(*this > other); }
     bool operator>=(const CString &other) const noexcept QV_NONBLOCKING { return !(*this < other); }
     bool operator<=(const char *other) const noexcept QV_NONBLOCKING { return !(*this > other); }
@@ -577,8 +578,8 @@ public:
 
     // The first character at or after `start` that is `character`, or the last one; up to the stored length.
     [[nodiscard]] CGuid FindFirstOf(char character) const noexcept QV_NONBLOCKING { return FindNextOf(character, 0); }
-    [[nodiscard]] CGuid FindNextOf(char character, u32 start) const noexcept QV_NONBLOCKING;
-    [[nodiscard]] CGuid FindLastOf(char character) const noexcept QV_NONBLOCKING;
+    [[nodiscard]] inline CGuid FindNextOf(char character, u32 start) const noexcept QV_NONBLOCKING;
+    [[nodiscard]] inline CGuid FindLastOf(char character) const noexcept QV_NONBLOCKING;
 
     // The first place at or after `start` where the whole of `str` stands; up to the first terminator. Beware: despite
     // the name this finds a substring, where a view finds one of a set. An empty `str` is found at `start`.
@@ -777,7 +778,7 @@ private:
     CString &_AppendSlow(char character) noexcept;
     CString &_AppendView(const char *other, u32 length) noexcept;
     CString &_AppendText(const char *other) noexcept;
-    bool _AppendInline(const char *other, u32 length) noexcept QV_NONBLOCKING;
+    inline bool _AppendInline(const char *other, u32 length) noexcept QV_NONBLOCKING;
     CString &_AppendFast(const char *other, u32 length) noexcept;
     CString &_AppendSlow(const char *other, u32 length) noexcept;
     bool _TryAppend(const char *other, u32 length) noexcept QV_NONBLOCKING;
@@ -835,7 +836,7 @@ struct TSortDefaultCompare<TArray<CString::SFuzzyMatchListElement>::Iterator>
 // is kept, as an empty string; there is none behind a trailing separator. The text ends at its first terminator.
 //
 // Several threads may split with one splitter as long as none configures it.
-class CStringBatchSplitter
+class QV_API CStringBatchSplitter
 {
 public:
     // No separator yet: a string gives one piece.
@@ -929,14 +930,14 @@ using namespace LazySplitting;
 // Allocates: once for the buffer and once for the object; no string is made of a view or a buffer on the left first.
 // Fails: `+` an empty string; `/` reports "newContainer != null" and gives the string on the left, or an empty string
 // where that is a view or a buffer. Never the right side alone.
-[[nodiscard]] CString operator+(const CString &a, const CString &b) noexcept;
-[[nodiscard]] CString operator+(const CString &a, const CStringView &b) noexcept;
-[[nodiscard]] CString operator+(const CString &a, const char *b) noexcept;
-[[nodiscard]] CString operator+(const CStringView &a, const CString &b) noexcept;
-[[nodiscard]] CString operator+(const char *a, const CString &b) noexcept;
-[[nodiscard]] CString operator+(CString &&a, const CString &b) noexcept;
-[[nodiscard]] CString operator+(CString &&a, const CStringView &b) noexcept;
-[[nodiscard]] CString operator+(CString &&a, const char *b) noexcept;
+[[nodiscard]] QV_API CString operator+(const CString &a, const CString &b) noexcept;
+[[nodiscard]] QV_API CString operator+(const CString &a, const CStringView &b) noexcept;
+[[nodiscard]] QV_API CString operator+(const CString &a, const char *b) noexcept;
+[[nodiscard]] QV_API CString operator+(const CStringView &a, const CString &b) noexcept;
+[[nodiscard]] QV_API CString operator+(const char *a, const CString &b) noexcept;
+[[nodiscard]] QV_API CString operator+(CString &&a, const CString &b) noexcept;
+[[nodiscard]] QV_API CString operator+(CString &&a, const CStringView &b) noexcept;
+[[nodiscard]] QV_API CString operator+(CString &&a, const char *b) noexcept;
 // Exactly a char, so that a literal 0 stays a null text; a terminator is appended as nothing.
 template <typename Character, typename = Internal::String::IfCharacter<Character>>
 [[nodiscard]] CString operator+(const CString &a, Character b) noexcept;
@@ -949,14 +950,14 @@ template <typename View, typename Text, typename = Internal::String::IfViewAndTe
 [[nodiscard]] CString operator+(const View &a, Text b) noexcept;
 template <typename Text, typename View, typename = Internal::String::IfViewAndText<View, Text>>
 [[nodiscard]] CString operator+(Text a, const View &b) noexcept;
-[[nodiscard]] CString operator/(const CString &a, const CString &b) noexcept;
-[[nodiscard]] CString operator/(const CString &a, const CStringView &b) noexcept;
-[[nodiscard]] CString operator/(const CString &a, const char *b) noexcept;
-[[nodiscard]] CString operator/(const CStringView &a, const CString &b) noexcept;
-[[nodiscard]] CString operator/(const char *a, const CString &b) noexcept;
-[[nodiscard]] CString operator/(CString &&a, const CString &b) noexcept;
-[[nodiscard]] CString operator/(CString &&a, const CStringView &b) noexcept;
-[[nodiscard]] CString operator/(CString &&a, const char *b) noexcept;
+[[nodiscard]] QV_API CString operator/(const CString &a, const CString &b) noexcept;
+[[nodiscard]] QV_API CString operator/(const CString &a, const CStringView &b) noexcept;
+[[nodiscard]] QV_API CString operator/(const CString &a, const char *b) noexcept;
+[[nodiscard]] QV_API CString operator/(const CStringView &a, const CString &b) noexcept;
+[[nodiscard]] QV_API CString operator/(const char *a, const CString &b) noexcept;
+[[nodiscard]] QV_API CString operator/(CString &&a, const CString &b) noexcept;
+[[nodiscard]] QV_API CString operator/(CString &&a, const CStringView &b) noexcept;
+[[nodiscard]] QV_API CString operator/(CString &&a, const char *b) noexcept;
 
 // Path pieces joined from left to right, as `a / b / c / ...` joins them, into a new container of the resizable form that
 // has the room they need. Each piece is read once and copied once, where a chain of operators grows its text as it goes
@@ -964,7 +965,7 @@ template <typename Text, typename View, typename = Internal::String::IfViewAndTe
 // A view of null is an empty piece.
 // Requires: no backslash in any piece, else the reports of CString::AppendSlashAnd.
 // Fails: reports "newContainer != null"; an empty string.
-[[nodiscard]] CString JoinPath(const TMemoryView<const CStringView> &pieces) noexcept;
+[[nodiscard]] QV_API CString JoinPath(const TMemoryView<const CStringView> &pieces) noexcept;
 
 // The same of two pieces or more, each a CString, a CStringView or a NUL-terminated text.
 template <typename First, typename Second, typename... More>
@@ -1018,14 +1019,14 @@ using namespace Joining;
 
 // Equality of a string and a view: of all characters, embedded terminators included. A string whose first character is
 // the terminator equals the empty view.
-bool operator==(const CString &a, const CStringView &b) noexcept QV_NONBLOCKING;
+QV_API bool operator==(const CString &a, const CStringView &b) noexcept QV_NONBLOCKING;
 inline bool operator==(const CStringView &a, const CString &b) noexcept QV_NONBLOCKING;
 inline bool operator!=(const CString &a, const CStringView &b) noexcept QV_NONBLOCKING;
 inline bool operator!=(const CStringView &a, const CString &b) noexcept QV_NONBLOCKING;
 
 // Order of a string and a view, by bytes. A view of null orders with a string without a container.
-bool operator<(const CString &a, const CStringView &b) noexcept QV_NONBLOCKING;
-bool operator>(const CString &a, const CStringView &b) noexcept QV_NONBLOCKING;
+QV_API bool operator<(const CString &a, const CStringView &b) noexcept QV_NONBLOCKING;
+QV_API bool operator>(const CString &a, const CStringView &b) noexcept QV_NONBLOCKING;
 inline bool operator<=(const CString &a, const CStringView &b) noexcept QV_NONBLOCKING;
 inline bool operator>=(const CString &a, const CStringView &b) noexcept QV_NONBLOCKING;
 inline bool operator<(const CStringView &a, const CString &b) noexcept QV_NONBLOCKING;

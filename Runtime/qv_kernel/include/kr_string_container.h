@@ -28,7 +28,7 @@ using PStringContainer = TRefPtr<CStringContainer>;
 // Length() is the terminator, and everything from it to the end of its 16-byte block is zero.
 //
 // Only the holder of the only reference may write the characters or set the length.
-class CStringContainer final : public CRefCountedObject
+class QV_API CStringContainer final : public CRefCountedObject
 {
 public:
     // Lengths are below this; it also masks the length within `m_Length`.
@@ -149,8 +149,8 @@ private:
 
     // Appends a character, not the terminator, where the holder of the only reference has room for it.
     // Returns: false, with nothing done, where it has not.
-    bool _AppendFast(char character) noexcept QV_NONBLOCKING;
-    bool _BeginBlock(u32 newLength) noexcept QV_NONBLOCKING;
+    inline bool _AppendFast(char character) noexcept QV_NONBLOCKING;
+    inline bool _BeginBlock(u32 newLength) noexcept QV_NONBLOCKING;
 
     // How many characters from the front path joins have found to be neither backslashes nor terminators, so that they
     // need not look there again: in the object of the resizable form, behind the fields. Whoever changes characters in

@@ -59,7 +59,7 @@ enum ECasingType : u32
 //
 // A view is a plain value, valid only while the characters are neither freed nor changed: any write through a handle
 // that moves the characters invalidates the views of them.
-class CStringView
+class QV_API CStringView
 {
 public:
     constexpr CStringView() noexcept QV_NONBLOCKING : m_Data(nullptr), m_Length(0) {}
@@ -71,9 +71,9 @@ public:
     // The whole text, up to its terminator; null gives the empty view. Explicit, so that a text given to one of several
     // overloads goes where it always went.
     constexpr explicit CStringView(const char *str QV_INTERNAL_LIFETIMEBOUND) noexcept QV_NONBLOCKING;
-    CStringView(const CString &string QV_INTERNAL_LIFETIMEBOUND) noexcept QV_NONBLOCKING;
+    inline CStringView(const CString &string QV_INTERNAL_LIFETIMEBOUND) noexcept QV_NONBLOCKING;
     // Borrows from a temporary: good until the end of the full expression.
-    CStringView(CString &&string QV_INTERNAL_LIFETIMEBOUND) noexcept QV_NONBLOCKING;
+    inline CStringView(CString &&string QV_INTERNAL_LIFETIMEBOUND) noexcept QV_NONBLOCKING;
     constexpr CStringView(const TMemoryView<const char> &view) noexcept QV_NONBLOCKING : m_Data(view.Data()),
                                                                                          m_Length(view.Count())
     {
@@ -140,11 +140,11 @@ public:
     // The view without the given character, or any character of the set, at both ends, the start or the end. A null or
     // empty set strips nothing.
     [[nodiscard]] CStringView Strip(char character) const noexcept QV_NONBLOCKING;
-    [[nodiscard]] CStringView Strip(const char *set) const noexcept QV_NONBLOCKING;
+    [[nodiscard]] inline CStringView Strip(const char *set) const noexcept QV_NONBLOCKING;
     [[nodiscard]] CStringView StripLeft(char character) const noexcept QV_NONBLOCKING;
-    [[nodiscard]] CStringView StripLeft(const char *set) const noexcept QV_NONBLOCKING;
+    [[nodiscard]] inline CStringView StripLeft(const char *set) const noexcept QV_NONBLOCKING;
     [[nodiscard]] CStringView StripRight(char character) const noexcept QV_NONBLOCKING;
-    [[nodiscard]] CStringView StripRight(const char *set) const noexcept QV_NONBLOCKING;
+    [[nodiscard]] inline CStringView StripRight(const char *set) const noexcept QV_NONBLOCKING;
 
     // ---- Comparison -------------------------------------------------------------------------------------------------
 

@@ -25,7 +25,7 @@ inline T DifferenceOf(const char *a, const char *b) noexcept QV_NONBLOCKING
 }
 
 // Equality of more than 32 characters.
-bool EqualCharactersSlow(const char *a, const char *b, u32 length) noexcept QV_NONBLOCKING;
+QV_INTERNAL_API bool EqualCharactersSlow(const char *a, const char *b, u32 length) noexcept QV_NONBLOCKING;
 
 // Equality of `length` characters. Few of them are compared as two values that overlap in the middle.
 inline bool EqualCharacters(const char *a, const char *b, u32 length) noexcept QV_NONBLOCKING
@@ -45,7 +45,7 @@ inline bool EqualCharacters(const char *a, const char *b, u32 length) noexcept Q
 
 // The index of the last `character` of a container's characters, of which there is one at least; that of an invalid guid
 // when there is none.
-u32 LastIndexInContainer(const char *data, u32 length, char character) noexcept QV_NONBLOCKING;
+QV_INTERNAL_API u32 LastIndexInContainer(const char *data, u32 length, char character) noexcept QV_NONBLOCKING;
 
 } // namespace Internal::String
 

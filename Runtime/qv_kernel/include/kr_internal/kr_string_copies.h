@@ -26,7 +26,7 @@ namespace Internal::String
 {
 
 // Counts a handle that was copied and shares its characters. Does nothing in a library without tracking.
-void CountSharedCopy() noexcept QV_NONBLOCKING;
+QV_INTERNAL_API void CountSharedCopy() noexcept QV_NONBLOCKING;
 
 } // namespace Internal::String
 

@@ -287,8 +287,8 @@ namespace Internal::String
 {
 
 // Negative, 0 or positive.
-s32 OrderOfViews(const CStringView &a, const CStringView &b) noexcept QV_NONBLOCKING;
-s32 OrderOfViews(const CStringView &a, const char *b) noexcept QV_NONBLOCKING;
+QV_INTERNAL_API s32 OrderOfViews(const CStringView &a, const CStringView &b) noexcept QV_NONBLOCKING;
+QV_INTERNAL_API s32 OrderOfViews(const CStringView &a, const char *b) noexcept QV_NONBLOCKING;
 
 } // namespace Internal::String
 

@@ -18,14 +18,15 @@ namespace Internal::String
 {
 
 // The two in a row, as a string made of the left one and appended to would have them.
-[[nodiscard]] CString SumOfViews(const CStringView &a, const CStringView &b) noexcept;
+[[nodiscard]] QV_INTERNAL_API CString SumOfViews(const CStringView &a, const CStringView &b) noexcept;
 
 // The pieces with the separator between each two of them.
-[[nodiscard]] CString JoinList(const CStringView &separator,
-                               const TStridedMemoryView<const CStringView> &pieces) noexcept;
-[[nodiscard]] CString JoinList(const CStringView &separator, const TStridedMemoryView<const CString> &pieces) noexcept;
-[[nodiscard]] CString JoinList(const CStringView &separator,
-                               const TStridedMemoryView<const char *const> &pieces) noexcept;
+[[nodiscard]] QV_INTERNAL_API CString JoinList(const CStringView &separator,
+                                               const TStridedMemoryView<const CStringView> &pieces) noexcept;
+[[nodiscard]] QV_INTERNAL_API CString JoinList(const CStringView &separator,
+                                               const TStridedMemoryView<const CString> &pieces) noexcept;
+[[nodiscard]] QV_INTERNAL_API CString JoinList(const CStringView &separator,
+                                               const TStridedMemoryView<const char *const> &pieces) noexcept;
 
 } // namespace Internal::String
 

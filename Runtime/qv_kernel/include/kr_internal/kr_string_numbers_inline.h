@@ -51,16 +51,17 @@ inline SParsedNumber ParseWhole(const CStringView &text, Number &out, const Read
 constexpr u32 kMaxIntegerText = 1 + 64;
 
 // The text of a number at the end of a string, as CString::Append has it.
-CString &AppendNumberText(CString &string, const CStringView &text) noexcept;
+QV_INTERNAL_API CString &AppendNumberText(CString &string, const CStringView &text) noexcept;
 
 #if QV_HAS_FLOATING_NUMBERS
 
-CString &AppendFloating(CString &string, float value) noexcept;
-CString &AppendFloating(CString &string, double value) noexcept;
-CString &AppendFloating(CString &string, float value, std::chars_format format) noexcept;
-CString &AppendFloating(CString &string, double value, std::chars_format format) noexcept;
-CString &AppendFloating(CString &string, float value, std::chars_format format, u32 precision) noexcept;
-CString &AppendFloating(CString &string, double value, std::chars_format format, u32 precision) noexcept;
+QV_INTERNAL_API CString &AppendFloating(CString &string, float value) noexcept;
+QV_INTERNAL_API CString &AppendFloating(CString &string, double value) noexcept;
+QV_INTERNAL_API CString &AppendFloating(CString &string, float value, std::chars_format format) noexcept;
+QV_INTERNAL_API CString &AppendFloating(CString &string, double value, std::chars_format format) noexcept;
+QV_INTERNAL_API CString &AppendFloating(CString &string, float value, std::chars_format format, u32 precision) noexcept;
+QV_INTERNAL_API CString &AppendFloating(CString &string, double value, std::chars_format format,
+                                        u32 precision) noexcept;
 
 #endif
 

@@ -68,8 +68,10 @@ public:
     explicit CCharacterSeparator(char character) noexcept QV_NONBLOCKING : m_Character(character) {}
 
     static constexpr u32 Length() noexcept QV_NONBLOCKING { return 1; }
-    SSeparators Next(const char *begin, const char *end, const char *known) const noexcept QV_NONBLOCKING;
-    SSeparators Previous(const char *begin, const char *end, const char *known) const noexcept QV_NONBLOCKING;
+    QV_INTERNAL_API SSeparators Next(const char *begin, const char *end,
+                                     const char *known) const noexcept QV_NONBLOCKING;
+    QV_INTERNAL_API SSeparators Previous(const char *begin, const char *end,
+                                         const char *known) const noexcept QV_NONBLOCKING;
 
 private:
     char m_Character;
@@ -89,11 +91,13 @@ class CSetSeparator
 public:
     static constexpr bool kIsLineEnd = false;
 
-    explicit CSetSeparator(const CPieceText &characters) noexcept QV_NONBLOCKING;
+    QV_INTERNAL_API explicit CSetSeparator(const CPieceText &characters) noexcept QV_NONBLOCKING;
 
     static constexpr u32 Length() noexcept QV_NONBLOCKING { return 1; }
-    SSeparators Next(const char *begin, const char *end, const char *known) const noexcept QV_NONBLOCKING;
-    SSeparators Previous(const char *begin, const char *end, const char *known) const noexcept QV_NONBLOCKING;
+    QV_INTERNAL_API SSeparators Next(const char *begin, const char *end,
+                                     const char *known) const noexcept QV_NONBLOCKING;
+    QV_INTERNAL_API SSeparators Previous(const char *begin, const char *end,
+                                         const char *known) const noexcept QV_NONBLOCKING;
 
 private:
     static constexpr u32 kSetBytes = 32;
@@ -109,8 +113,10 @@ public:
     explicit CTextSeparator(CPieceText &&text) noexcept QV_NONBLOCKING : m_Text(std::move(text)) {}
 
     u32 Length() const noexcept QV_NONBLOCKING { return m_Text.Length(); }
-    SSeparators Next(const char *begin, const char *end, const char *known) const noexcept QV_NONBLOCKING;
-    SSeparators Previous(const char *begin, const char *end, const char *known) const noexcept QV_NONBLOCKING;
+    QV_INTERNAL_API SSeparators Next(const char *begin, const char *end,
+                                     const char *known) const noexcept QV_NONBLOCKING;
+    QV_INTERNAL_API SSeparators Previous(const char *begin, const char *end,
+                                         const char *known) const noexcept QV_NONBLOCKING;
 
 private:
     CPieceText m_Text;

@@ -27,10 +27,10 @@ class TPredicateSplit
 {
 public:
     // Borrows the characters, of which there is one at least, and the array. Strings are cut from those of a container.
-    TPredicateSplit(const char *data, u32 length, TArray<Piece> &outPieces);
+    QV_INTERNAL_API TPredicateSplit(const char *data, u32 length, TArray<Piece> &outPieces);
 
     // The next character to ask about. Returns: false when there is none; then all pieces are stored, or one failed.
-    bool Next(char &outCharacter);
+    QV_INTERNAL_API bool Next(char &outCharacter);
     void Answer(char character, bool isSeparator)
     {
         m_IsUnknown[static_cast<u8>(character)] = 0;

@@ -91,9 +91,9 @@ QV_INTERNAL_ALWAYS_INLINE inline u64 KnownBits(const char *set) noexcept QV_NONB
 }
 
 // For any set, and for runs of any length.
-CStringView StripLeftSlow(const CStringView &view, const char *set) noexcept QV_NONBLOCKING;
-CStringView StripRightSlow(const CStringView &view, const char *set) noexcept QV_NONBLOCKING;
-CStringView StripSlow(const CStringView &view, const char *set) noexcept QV_NONBLOCKING;
+QV_INTERNAL_API CStringView StripLeftSlow(const CStringView &view, const char *set) noexcept QV_NONBLOCKING;
+QV_INTERNAL_API CStringView StripRightSlow(const CStringView &view, const char *set) noexcept QV_NONBLOCKING;
+QV_INTERNAL_API CStringView StripSlow(const CStringView &view, const char *set) noexcept QV_NONBLOCKING;
 
 } // namespace Internal::String
 
