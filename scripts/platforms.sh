@@ -42,6 +42,7 @@ tracking        g++
 no-cache        g++
 simd-0          g++
 simd-1          g++
+shared-hidden   g++
 v4              g++
 '
 
