@@ -1,7 +1,6 @@
 // Strings in processes that the system keeps short: of addresses, of memory, of memory that may be locked. Each case is a
 // process of its own, in which nobody has used a string before.
 #include <sys/mman.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -14,6 +13,7 @@
 #include "kr_mem/mem_thread_cache.h"
 #include "kr_string.h"
 #include "process_cases.h"
+#include "system_limits.h"
 
 namespace
 {
@@ -34,12 +34,6 @@ u64 StatusBytes(const char *name)
     if (file != nullptr)
         std::fclose(file);
     return kilobytes * 1024;
-}
-
-bool Limit(decltype(RLIMIT_AS) resource, u64 bytes)
-{
-    const rlimit limit = {static_cast<rlim_t>(bytes), static_cast<rlim_t>(bytes)};
-    return setrlimit(resource, &limit) == 0;
 }
 
 // Makes and drops `count` strings of 40 characters, at most kMaxStrings. Returns: whether all were there.
@@ -81,7 +75,7 @@ int MemoryCanBeLockedAfterTheFirstString()
     getrlimit(RLIMIT_MEMLOCK, &highest);
     const u64 mapped = StatusBytes("VmSize:");
     const u64 limit = QVMin<u64>(highest.rlim_max, mapped + (1u << 20));
-    if (limit < mapped || !Limit(RLIMIT_MEMLOCK, limit))
+    if (limit < mapped || !LimitProcess(RLIMIT_MEMLOCK, limit))
         return kCaseSkipped;
     // Root may lock as much as it likes.
     constexpr uid_t kNobody = 65534;
@@ -94,7 +88,9 @@ int MemoryCanBeLockedAfterTheFirstString()
 
 int StringsAreOwnBlocksWhereAddressesAreFew()
 {
-    if (!Limit(RLIMIT_AS, StatusBytes("VmSize:") + (64u << 20)) || !UseStrings(10000))
+    if (!LimitProcess(RLIMIT_AS, StatusBytes("VmSize:") + (64u << 20)))
+        return kCaseSkipped;
+    if (!UseStrings(10000))
         return 1;
     void *const block = Mem::_RawAlloc(64, 0, Mem::AllocType_Generic, Mem::Origin_Alloc, QV_INTERNAL_MEM_SITE);
     const bool isSmall = IsSmallBlock(block);
@@ -107,8 +103,10 @@ int StringsGoOnWhereNoMoreAddressesAreGranted()
 {
     // Of 80 bytes each.
     constexpr u32 kMoreThanTheHeapHolds = 7000;
-    if (!UseStrings(1) || !Limit(RLIMIT_AS, StatusBytes("VmSize:") + (700u << 10)))
+    if (!UseStrings(1))
         return 1;
+    if (!LimitProcess(RLIMIT_AS, StatusBytes("VmSize:") + (700u << 10)))
+        return kCaseSkipped;
     if (!UseStrings(kMoreThanTheHeapHolds))
         return 2;
     return FindOrMakeProcess()->m_Heap.MappedBytes() == 512u << 10 ? 0 : 3;
