@@ -31,14 +31,16 @@ public:
 
     // The next character to ask about. Returns: false when there is none; then all pieces are stored, or one failed.
     QV_INTERNAL_API bool Next(char &outCharacter);
-    void Answer(char character, bool isSeparator)
+    // In line always, as Failed: where the class is instantiated by somebody else, the compiler makes no function of its own,
+    // and those of a shared library are not seen.
+    QV_INTERNAL_ALWAYS_INLINE void Answer(char character, bool isSeparator)
     {
         m_IsUnknown[static_cast<u8>(character)] = 0;
         m_IsSeparator[static_cast<u8>(character)] = isSeparator ? 1 : 0;
     }
 
     // Whether a piece could not be stored.
-    bool Failed() const { return m_Failed; }
+    QV_INTERNAL_ALWAYS_INLINE bool Failed() const { return m_Failed; }
 
 private:
     bool _FindUnknown(u32 end);
