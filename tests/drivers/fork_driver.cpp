@@ -1,5 +1,18 @@
 // Copies of the process, made while strings are in use: by other threads, and by the handlers that a program may have run
 // around a fork. Each case is a process of its own, in which nobody has used a string before.
+#if defined(_WIN32)
+
+#include <cstdio>
+
+// There are no copies of a process that begin in its middle.
+int main()
+{
+    std::puts("fork: no system call here copies a process");
+    return 77;
+}
+
+#else
+
 #include <pthread.h>
 
 #include <atomic>
@@ -202,3 +215,5 @@ int main()
 {
     return RunCases(kCases);
 }
+
+#endif

@@ -14,7 +14,7 @@ struct SChildResult
     std::string m_Stderr;
 };
 
-// Forks, runs `body` in the child and exits normally with the code it returns, destructors of static objects
+// Forks, or where there is no fork, runs the test anew up to here; runs `body` in the child and exits normally with the code it returns, destructors of static objects
 // included. Call it while the process has one thread. Expectations of the test framework belong into the parent.
 SChildResult RunInChild(const std::function<int()> &body);
 

@@ -3,32 +3,31 @@
 #include <cstdlib>
 #include <cstring>
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <gtest/gtest.h>
+
+#include "test_port.h"
 
 namespace QuorvaneTest
 {
 
 CGuardedPage::CGuardedPage(size_t bytes)
 {
-    m_PageBytes = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    m_PageBytes = SystemPageBytes();
     m_Bytes = (bytes + m_PageBytes - 1) / m_PageBytes * m_PageBytes;
-    void *mapped = mmap(nullptr, m_Bytes + 2 * m_PageBytes, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    void *mapped = MapPages(m_Bytes + 2 * m_PageBytes, PageAccess_None);
     // Without its protection no test that asked for it means anything.
-    if (mapped == MAP_FAILED)
+    if (mapped == nullptr)
         std::abort();
     m_Begin = static_cast<char *>(mapped) + m_PageBytes;
     // Emulators refuse to protect nothing.
-    if (m_Bytes != 0 && mprotect(m_Begin, m_Bytes, PROT_READ | PROT_WRITE) != 0)
+    if (m_Bytes != 0 && !ProtectPages(m_Begin, m_Bytes, PageAccess_ReadWrite))
         std::abort();
     Fill();
 }
 
 CGuardedPage::~CGuardedPage()
 {
-    munmap(m_Begin - m_PageBytes, m_Bytes + 2 * m_PageBytes);
+    UnmapPages(m_Begin - m_PageBytes, m_Bytes + 2 * m_PageBytes);
 }
 
 char *CGuardedPage::Last(size_t count) const
@@ -44,14 +43,7 @@ void CGuardedPage::Fill() const
 
 bool CGuardedPage::CanRead(const char *address)
 {
-    // The system refuses to write from memory that may not be read.
-    int ends[2];
-    if (pipe(ends) != 0)
-        std::abort();
-    const bool canRead = write(ends[1], address, 1) == 1;
-    close(ends[0]);
-    close(ends[1]);
-    return canRead;
+    return CanReadByte(address);
 }
 
 } // namespace QuorvaneTest

@@ -4,7 +4,8 @@
 #include <cstring>
 
 #include <gtest/gtest.h>
-#include <sys/mman.h>
+
+#include "test_port.h"
 
 namespace QuorvaneTest
 {
@@ -26,15 +27,15 @@ bool IsShifted(const void *block)
 void *MisalignedAlloc(u64 size, u32 alignment, Mem::EAllocType, Mem::EOrigin, const char *, const char *, u32,
                       const char *)
 {
-    void *raw = nullptr;
-    if (posix_memalign(&raw, 16, static_cast<size_t>(size + kShift)) != 0)
+    void *const raw = TakeAligned(static_cast<size_t>(size + kShift), 16);
+    if (raw == nullptr)
         return nullptr;
     return alignment >= 16 ? static_cast<char *>(raw) + kShift : raw;
 }
 
 void MisalignedFree(void *block, Mem::EAllocType, Mem::EOrigin, const char *, const char *, u32, const char *)
 {
-    std::free(IsShifted(block) ? static_cast<char *>(block) - kShift : block);
+    GiveAligned(IsShifted(block) ? static_cast<char *>(block) - kShift : block);
 }
 
 void *MisalignedRealloc(void *, u64, u32, Mem::EAllocType, const char *, const char *, u32, const char *)
@@ -48,14 +49,12 @@ CHugeAllocator *g_Huge = nullptr;
 // Address space only; null when there is none.
 void *Map(u64 size)
 {
-    void *block = mmap(nullptr, static_cast<size_t>(size), PROT_READ | PROT_WRITE,
-                       MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-    return block != MAP_FAILED ? block : nullptr;
+    return MapPages(static_cast<size_t>(size), PageAccess_ReadWrite);
 }
 
 void Unmap(void *block, u64 size)
 {
-    munmap(block, static_cast<size_t>(size));
+    UnmapPages(block, static_cast<size_t>(size));
 }
 
 } // namespace
@@ -90,11 +89,14 @@ CHugeAllocator::~CHugeAllocator()
 bool CHugeAllocator::Supported()
 {
     constexpr u64 kMoreThanAnyTestNeeds = 0x180000000u;
-    void *block = Map(kMoreThanAnyTestNeeds);
-    if (block == nullptr)
-        return false;
-    Unmap(block, kMoreThanAnyTestNeeds);
-    return true;
+    constexpr u64 kLittle = 65536;
+    void *const block = Map(kLittle);
+    void *const moved = block != nullptr ? MovePages(block, kLittle, kMoreThanAnyTestNeeds) : nullptr;
+    if (moved != nullptr)
+        Unmap(moved, kMoreThanAnyTestNeeds);
+    else if (block != nullptr)
+        Unmap(block, kLittle);
+    return moved != nullptr;
 }
 
 void *CHugeAllocator::_Alloc(u64 size, u32, Mem::EAllocType, Mem::EOrigin, const char *, const char *, u32,
@@ -116,8 +118,8 @@ void *CHugeAllocator::_Realloc(void *block, u64 newSize, u32, Mem::EAllocType, c
     ++self.m_Requests;
     self.m_LastSize = newSize;
     const u64 oldSize = self.m_Live.at(block);
-    void *moved = mremap(block, static_cast<size_t>(oldSize), static_cast<size_t>(newSize), MREMAP_MAYMOVE);
-    if (moved == MAP_FAILED)
+    void *moved = MovePages(block, static_cast<size_t>(oldSize), static_cast<size_t>(newSize));
+    if (moved == nullptr)
         return nullptr;
     self.m_Live.erase(block);
     self.m_Live[moved] = newSize;

@@ -1,12 +1,11 @@
 // A heap of small blocks beside the one of the default allocator.
 #pragma once
 
-#include <sys/mman.h>
-
 #include <cstdlib>
 
 #include "kr_mem/mem_port.h"
 #include "kr_mem/mem_slabs.h"
+#include "test_port.h"
 
 namespace QuorvaneTest
 {
@@ -37,10 +36,10 @@ private:
     {
         using namespace Quorvane::Mem::Internal;
         constexpr Quorvane::ureg kBytes = kSmallRangeBytes + kChunkBytes;
-        void *const mapped = mmap(nullptr, kBytes, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-        if (mapped == MAP_FAILED)
+        void *const mapped = MapPages(kBytes, PageAccess_None);
+        if (mapped == nullptr)
             std::abort();
-        munmap(mapped, kBytes);
+        UnmapPages(mapped, kBytes);
         return (reinterpret_cast<Quorvane::ureg>(mapped) + kChunkBytes - 1) & ~(kChunkBytes - 1);
     }
 

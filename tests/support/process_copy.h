@@ -1,11 +1,16 @@
 // Copies of this process that run a piece of a test and answer a number, also while other threads are at work.
 #pragma once
 
+#include "test_port.h"
+
+#if QV_TEST_HAS_FORK
 #include <sys/wait.h>
-#include <unistd.h>
+#endif
 
 namespace QuorvaneTest
 {
+
+#if QV_TEST_HAS_FORK
 
 constexpr unsigned kSecondsForCopy = 60;
 
@@ -27,5 +32,7 @@ int RunInCopy(const Body &body)
         return -1;
     return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
 }
+
+#endif
 
 } // namespace QuorvaneTest

@@ -3,8 +3,6 @@
 // promised holds everywhere, and what only holds of our own blocks asks for them.
 #pragma once
 
-#include <unistd.h>
-
 #include <functional>
 #include <string>
 #include <thread>
@@ -15,6 +13,11 @@
 #include "emulator.h"
 #include "kr_mem/mem_fast_path.h"
 #include "kr_mem/mem_slabs.h"
+#include "test_port.h"
+
+#if defined(_WIN32)
+#include <process.h>
+#endif
 
 // By the compiler's word, not by the library's.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -67,10 +70,17 @@ inline void RawFree(void *block, Mem::EOrigin origin = Mem::Origin_Alloc)
     Mem::_RawFree(block, Mem::AllocType_Generic, origin, QV_INTERNAL_MEM_SITE);
 }
 
-// Becomes the test program anew, with this test alone: for what is decided once in a process. Returns: where that fails.
+// Becomes the test program anew, with this test alone, or runs it so: for what is decided once in a process.
+// Returns: what it ends with, if at all.
 inline int RunProbe(const char *test)
 {
     const std::string filter = std::string("--gtest_filter=") + test;
+#if defined(_WIN32)
+    char program[MAX_PATH];
+    GetModuleFileNameA(nullptr, program, MAX_PATH);
+    return static_cast<int>(_spawnl(_P_WAIT, program, "probe", filter.c_str(), "--gtest_also_run_disabled_tests",
+                                    static_cast<char *>(nullptr)));
+#else
     constexpr const char *kWithDisabled = "--gtest_also_run_disabled_tests";
     if (EmulatorCommand() == nullptr)
         execl("/proc/self/exe", "probe", filter.c_str(), kWithDisabled, static_cast<char *>(nullptr));
@@ -80,6 +90,7 @@ inline int RunProbe(const char *test)
         execl("/bin/sh", "sh", "-c", "exec $QV_TEST_EMULATOR \"$@\"", "probe", program, filter.c_str(), kWithDisabled,
               static_cast<char *>(nullptr));
     return 99;
+#endif
 }
 
 // Whether small blocks are our own here.

@@ -2,13 +2,41 @@
 #pragma once
 
 #include <pthread.h>
+#include <sched.h>
 #include <signal.h>
 
 #include <atomic>
 #include <thread>
 
+#include "test_port.h"
+
 namespace QuorvaneTest
 {
+
+#if defined(_WIN32)
+
+// One thread at a time.
+class CStopSignal
+{
+public:
+    // Returns when the thread stands still.
+    void Stop(std::thread &thread)
+    {
+        m_Thread = pthread_gethandle(thread.native_handle());
+        SuspendThread(m_Thread);
+        // Asked for is not done: the system waits for it to answer this.
+        CONTEXT context = {};
+        context.ContextFlags = CONTEXT_CONTROL;
+        GetThreadContext(m_Thread, &context);
+    }
+    // Of a thread that stands still.
+    void GoOn() { ResumeThread(m_Thread); }
+
+private:
+    HANDLE m_Thread = nullptr;
+};
+
+#else
 
 // One at a time in a process.
 class CStopSignal
@@ -44,5 +72,7 @@ private:
 
     struct sigaction m_Before = {};
 };
+
+#endif
 
 } // namespace QuorvaneTest

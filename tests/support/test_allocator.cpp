@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "test_port.h"
 #include <gtest/gtest.h>
 
 namespace QuorvaneTest
@@ -133,8 +134,8 @@ void *CTestAllocator::_Take(u64 size, u32 alignment, Mem::EOrigin origin)
         return nullptr;
     const u64 step = alignment > 16 ? alignment : 16;
     const u64 front = (kCanaryBytes + step - 1) / step * step;
-    void *raw = nullptr;
-    if (posix_memalign(&raw, static_cast<size_t>(step), static_cast<size_t>(front + size + kCanaryBytes)) != 0)
+    void *const raw = TakeAligned(static_cast<size_t>(front + size + kCanaryBytes), static_cast<size_t>(step));
+    if (raw == nullptr)
         return nullptr;
     unsigned char *block = static_cast<unsigned char *>(raw) + front;
     std::memset(raw, kCanary, static_cast<size_t>(front));
@@ -153,7 +154,7 @@ void CTestAllocator::_Give(void *block)
     if (!AllBytesAre(bytes + info.m_Size, kCanaryBytes, kCanary))
         _Fault("bytes behind a block of " + std::to_string(info.m_Size) + " bytes were overwritten");
     std::memset(block, kFreed, static_cast<size_t>(info.m_Size));
-    std::free(info.m_Raw);
+    GiveAligned(info.m_Raw);
     m_Live.erase(block);
 }
 

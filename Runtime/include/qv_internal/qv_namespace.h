@@ -44,8 +44,14 @@
 
 // A printf-like function: 1-based positions of the format and of its first argument (0 for a va_list).
 // Member functions that are not static count `this` as position 1.
+// The rules are those of the standard on every platform; on Windows, `printf` would name those of an older C library.
+#if defined(__MINGW32__) && !defined(__clang__)
+#define QV_INTERNAL_PRINTF(formatIndex, firstArgumentIndex)                                                            \
+    __attribute__((format(gnu_printf, formatIndex, firstArgumentIndex)))
+#else
 #define QV_INTERNAL_PRINTF(formatIndex, firstArgumentIndex)                                                            \
     __attribute__((format(printf, formatIndex, firstArgumentIndex)))
+#endif
 
 // A returned view or reference must not outlive the marked argument (or the object, after a member's parameters).
 #if defined(__clang__)

@@ -168,29 +168,45 @@ struct QV_API SNativeStringUtils
 namespace Internal
 {
 
-// The platform's comparisons without case, by the names that it gives them. Unchecked: they read memory and the locale
-// in force, and do nothing else.
+// The platform's comparisons without case. On Windows they have names of their own, and order the bytes above 127 otherwise
+// than everywhere else: so these are ours, with which no locale has to do.
+#if defined(_WIN32)
+
+inline s32 PlatformCompareCase(const char *a, const char *b, std::size_t maxLength) noexcept QV_NONBLOCKING
+{
+    const u8 *const lowerCase = SNativeStringUtils::kr_buffer_char_lookups + 3 * 256;
+    for (std::size_t i = 0; i < maxLength; ++i)
+    {
+        const s32 difference = lowerCase[static_cast<u8>(a[i])] - lowerCase[static_cast<u8>(b[i])];
+        if (difference != 0 || a[i] == 0)
+            return difference;
+    }
+    return 0;
+}
+
+inline s32 PlatformCompareCase(const char *a, const char *b) noexcept QV_NONBLOCKING
+{
+    return PlatformCompareCase(a, b, ~std::size_t(0));
+}
+
+#else
+
+// Unchecked: they read memory and the locale in force, and do nothing else.
 QV_INTERNAL_UNCHECKED_BEGIN
 
 inline s32 PlatformCompareCase(const char *a, const char *b) noexcept QV_NONBLOCKING
 {
-#if defined(_WIN32)
-    return _stricmp(a, b);
-#else
     return strcasecmp(a, b);
-#endif
 }
 
 inline s32 PlatformCompareCase(const char *a, const char *b, std::size_t maxLength) noexcept QV_NONBLOCKING
 {
-#if defined(_WIN32)
-    return _strnicmp(a, b, maxLength);
-#else
     return strncasecmp(a, b, maxLength);
-#endif
 }
 
 QV_INTERNAL_UNCHECKED_END
+
+#endif
 
 } // namespace Internal
 

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "assert_recorder.h"
+#include "test_port.h"
 
 namespace QuorvaneTest
 {
@@ -18,6 +19,37 @@ namespace
 using namespace Quorvane;
 
 volatile std::sig_atomic_t g_Traps = 0;
+
+#if defined(_WIN32)
+
+// Goes on behind the instruction of a breakpoint.
+LONG NTAPI CountTrap(EXCEPTION_POINTERS *exception)
+{
+    if (exception->ExceptionRecord->ExceptionCode != EXCEPTION_BREAKPOINT)
+        return EXCEPTION_CONTINUE_SEARCH;
+    g_Traps = g_Traps + 1;
+    constexpr unsigned char kBreakpoint = 0xCC;
+    if (*reinterpret_cast<const unsigned char *>(exception->ContextRecord->Rip) == kBreakpoint)
+        ++exception->ContextRecord->Rip;
+    return EXCEPTION_CONTINUE_EXECUTION;
+}
+
+// Stands for a debugger that resumes after every trap.
+class CResumingDebugger
+{
+public:
+    CResumingDebugger() : m_Handler(AddVectoredExceptionHandler(1, &CountTrap)) { g_Traps = 0; }
+    ~CResumingDebugger() { RemoveVectoredExceptionHandler(m_Handler); }
+    CResumingDebugger(const CResumingDebugger &) = delete;
+    CResumingDebugger &operator=(const CResumingDebugger &) = delete;
+
+    size_t Traps() const { return static_cast<size_t>(g_Traps); }
+
+private:
+    void *m_Handler;
+};
+
+#else
 
 void CountTrap(int)
 {
@@ -39,6 +71,8 @@ private:
     void (*m_Before)(int);
 };
 
+#endif
+
 // A statement that a trap must end: the trap kills a process that nobody debugs.
 template <typename Statement>
 void RunAnswering0(const Statement &statement)
@@ -51,7 +85,12 @@ void RunAnswering0(const Statement &statement)
 
 bool TrappedAsPromised(int status)
 {
+#if defined(_WIN32)
+    constexpr int kBreakpoint = static_cast<int>(EXCEPTION_BREAKPOINT);
+    return ::testing::ExitedWithCode(kSitesReport ? kBreakpoint : 23)(status);
+#else
     return kSitesReport ? ::testing::KilledBySignal(SIGTRAP)(status) : ::testing::ExitedWithCode(23)(status);
+#endif
 }
 
 } // namespace

@@ -3,7 +3,7 @@
 #pragma once
 
 #if defined(_WIN32)
-#include <intrin.h>
+extern "C" __declspec(dllimport) void __stdcall DebugBreak(void);
 extern "C" __declspec(dllimport) int __stdcall IsDebuggerPresent(void);
 #else
 #include <csignal>
@@ -49,7 +49,8 @@ public:
 
 inline void PortBreak()
 {
-    __debugbreak();
+    // An exception that nobody handles ends the program, as the signal does elsewhere.
+    DebugBreak();
 }
 
 inline bool PortDebuggerAttached()

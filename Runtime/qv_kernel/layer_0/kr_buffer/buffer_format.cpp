@@ -10,6 +10,7 @@
 #include "kr_mem.h"
 
 #include "printf_format.h"
+#include "printf_port.h"
 
 namespace Quorvane
 {
@@ -33,7 +34,7 @@ u32 FormatWithin(char *buffer, std::size_t room, const char *format, va_list arg
     if (QV_INTERNAL_UNLIKELY(length < 0))
     {
         va_copy(taken, args);
-        length = std::vsnprintf(buffer, room + 1, format, taken);
+        length = PortFormat(buffer, room + 1, format, taken);
         va_end(taken);
     }
     return length >= 0 ? static_cast<u32>(length) : kRefusedLength;

@@ -113,7 +113,7 @@ bool KeepLarge(void *block)
 // threads' caches are not looked through; they change without a lock.
 bool LiesAmongFree(const void *block)
 {
-    const SFreeBlock *free = t_Cache->m_Bins[ClassOfSmallBlock(block)].m_Head;
+    const SFreeBlock *free = ThreadCache()->m_Bins[ClassOfSmallBlock(block)].m_Head;
     while (free != nullptr && free != block)
         free = free->m_Next;
     return free != nullptr || Process().m_Heap.IsBack(block);

@@ -38,7 +38,7 @@ inline void *AllocFast(u64 size)
     if (QV_INTERNAL_UNLIKELY(size > kMaxSmallBytes))
         return AllocSlow(size);
     const u32 sizeClass = SmallClass(size);
-    SBin &bin = t_Cache->m_Bins[sizeClass];
+    SBin &bin = ThreadCache()->m_Bins[sizeClass];
     SFreeBlock *block = bin.m_Head;
     if (QV_INTERNAL_UNLIKELY(block == nullptr))
         return AllocSlow(size);
@@ -50,7 +50,7 @@ inline void *AllocFast(u64 size)
 // Requires: a small block, not null, and its class.
 inline void FreeFast(void *block, u32 sizeClass)
 {
-    SBin &bin = t_Cache->m_Bins[sizeClass];
+    SBin &bin = ThreadCache()->m_Bins[sizeClass];
     if (QV_INTERNAL_UNLIKELY(bin.m_Vacant == 0 || MayBeFree(block, sizeClass)))
         return FreeSlow(block);
     bin.m_Head = MakeFree(block, sizeClass, bin.m_Head);

@@ -25,6 +25,7 @@ QV_INTERNAL_PLAIN_THREAD_LOCAL u32 t_Asked QV_INTERNAL_INITIAL_EXEC = 0;
 // share.
 QV_INTERNAL_CONSTINIT bool g_HasCacheKey = false;
 QV_INTERNAL_CONSTINIT PortThreadKey g_CacheKey = {};
+QV_INTERNAL_THREAD_KEY_CALLS(g_CacheKey);
 
 // Tells this copy of the library from the others.
 const void *ThisCopy()
@@ -102,7 +103,7 @@ void ReclaimOrphans()
 void EndCache(void *ended)
 {
     SThreadCache *const cache = static_cast<SThreadCache *>(ended);
-    t_Cache = &g_CacheEnded;
+    ThreadCache() = &g_CacheEnded;
     {
         const CSharedGuard guard;
         UnlinkCache(cache);
@@ -126,7 +127,7 @@ QV_INTERNAL_COLD bool EndWithThread(SThreadCache *cache, EWaiting waiting)
 QV_INTERNAL_COLD SThreadCache *MakeCache(EWaiting waiting)
 {
     // Should there be none, it takes as long again before this is tried again.
-    t_Asked = 0;
+    PortOfThread(t_Asked) = 0;
     SFreeBlock *const block = Process().m_Heap.TakeOne(SmallClass(sizeof(SThreadCache)));
     if (block == nullptr)
         return nullptr;
@@ -139,7 +140,7 @@ QV_INTERNAL_COLD SThreadCache *MakeCache(EWaiting waiting)
         DropCache(cache);
         return nullptr;
     }
-    t_Cache = cache;
+    ThreadCache() = cache;
     return cache;
 }
 
@@ -151,19 +152,20 @@ QV_INTERNAL_PLAIN_THREAD_LOCAL SThreadCache *t_Cache = &g_NoCacheYet;
 
 SThreadCache *CacheOfThreadSlow()
 {
-    if (t_Cache == &g_CacheEnded)
+    if (ThreadCache() == &g_CacheEnded)
         return nullptr;
-    if (t_Asked == kAskedBeforeCache)
+    u32 &asked = PortOfThread(t_Asked);
+    if (asked == kAskedBeforeCache)
         return MakeCache(Waiting_NotAtAll);
-    ++t_Asked;
+    ++asked;
     return nullptr;
 }
 
 SThreadCache *MakeCacheOfThread()
 {
-    if (t_Cache == &g_NoCacheYet)
+    if (ThreadCache() == &g_NoCacheYet)
         return MakeCache(Waiting_AsLongAsItTakes);
-    return t_Cache != &g_CacheEnded ? t_Cache : nullptr;
+    return ThreadCache() != &g_CacheEnded ? ThreadCache() : nullptr;
 }
 
 void BeginCaches(const CSharedGuard &)
@@ -184,8 +186,8 @@ void EndCaches(const CSharedGuard &)
 
 void EndCacheOfThread()
 {
-    if (t_Cache != &g_NoCacheYet && t_Cache != &g_CacheEnded)
-        EndCache(t_Cache);
+    if (ThreadCache() != &g_NoCacheYet && ThreadCache() != &g_CacheEnded)
+        EndCache(ThreadCache());
 }
 
 } // namespace Quorvane::Mem::Internal

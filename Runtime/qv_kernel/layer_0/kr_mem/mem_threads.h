@@ -9,17 +9,7 @@
 #pragma once
 
 #include "mem_policy.h"
-
-// A plain variable of each thread: read without asking whether it was initialised.
-#define QV_INTERNAL_PLAIN_THREAD_LOCAL __thread
-
-// At a fixed distance from the thread's own address, in shared libraries too. This C library keeps room for such
-// variables of libraries that are loaded later.
-#if defined(__GLIBC__)
-#define QV_INTERNAL_INITIAL_EXEC __attribute__((tls_model("initial-exec")))
-#else
-#define QV_INTERNAL_INITIAL_EXEC
-#endif
+#include "mem_port.h"
 
 namespace Quorvane::Mem::Internal
 {
@@ -64,6 +54,11 @@ QV_INTERNAL_HIDDEN extern SThreadCache g_CacheEnded;
 // The calling thread's cache; never null.
 QV_INTERNAL_HIDDEN extern QV_INTERNAL_PLAIN_THREAD_LOCAL SThreadCache *t_Cache QV_INTERNAL_INITIAL_EXEC;
 
+inline SThreadCache *&ThreadCache()
+{
+    return PortOfThread(t_Cache);
+}
+
 // Makes the calling thread's cache if it has asked often enough by now. Returns: null when it has none.
 QV_INTERNAL_HIDDEN SThreadCache *CacheOfThreadSlow();
 
@@ -75,7 +70,7 @@ QV_INTERNAL_HIDDEN SThreadCache *MakeCacheOfThread();
 // none.
 inline SThreadCache *CacheOfThread()
 {
-    SThreadCache *const cache = t_Cache;
+    SThreadCache *const cache = ThreadCache();
     return cache != &g_NoCacheYet && cache != &g_CacheEnded ? cache : CacheOfThreadSlow();
 }
 

@@ -15,6 +15,7 @@
 #define QV_INTERNAL_HAS_THREAD_LOCALES 0
 #endif
 
+#include "../kr_buffer/printf_port.h"
 #include "../kr_mem/mem_lock.h"
 #include "qv_defs.h"
 
@@ -27,6 +28,49 @@ QV_INTERNAL_HIDDEN inline std::atomic<const char *> g_NameOfCLocale = {nullptr};
 
 // One thread at a time asks for the name of the locale and changes it: a change frees the name before.
 QV_INTERNAL_CONSTINIT QV_INTERNAL_HIDDEN inline Mem::Internal::CProcessLock g_LocaleLock;
+
+// While one lives, a thread that has a locale of its own is in that of the process. Elsewhere such a thread changes the
+// locale of the process as any other one does.
+class CPortProcessLocale
+{
+public:
+#if defined(_WIN32)
+    CPortProcessLocale()
+    {
+        if (_configthreadlocale(0) == _ENABLE_PER_THREAD_LOCALE)
+            _Leave();
+    }
+    ~CPortProcessLocale()
+    {
+        if (!m_HasLeft)
+            return;
+        _configthreadlocale(_ENABLE_PER_THREAD_LOCALE);
+        std::setlocale(LC_ALL, m_Name);
+    }
+#else
+    CPortProcessLocale() {}
+    ~CPortProcessLocale() {}
+#endif
+    CPortProcessLocale(const CPortProcessLocale &) = delete;
+    CPortProcessLocale &operator=(const CPortProcessLocale &) = delete;
+
+#if defined(_WIN32)
+private:
+    // The thread's locale is gone when the process' is used, so its name is kept: of five categories, with their names.
+    void _Leave()
+    {
+        const char *const name = std::setlocale(LC_ALL, nullptr);
+        if (name == nullptr || std::strlen(name) >= sizeof(m_Name))
+            return;
+        std::strcpy(m_Name, name);
+        m_HasLeft = true;
+        _configthreadlocale(_DISABLE_PER_THREAD_LOCALE);
+    }
+
+    char m_Name[768];
+    bool m_HasLeft = false;
+#endif
+};
 
 inline void EnterCLocaleSlow()
 {
@@ -48,6 +92,7 @@ inline void EnterCLocaleSlow()
 // Puts the process into the "C" locale.
 inline void EnterCLocale()
 {
+    const CPortProcessLocale process;
     const char *known = g_NameOfCLocale.load(std::memory_order_relaxed);
     if (known == nullptr || std::setlocale(LC_ALL, nullptr) != known)
         EnterCLocaleSlow();
@@ -60,7 +105,8 @@ inline int PortFormatInProcessLocale(char *buffer, std::size_t size, const char 
 #if QV_INTERNAL_HAS_THREAD_LOCALES
     const locale_t threadLocale = uselocale(LC_GLOBAL_LOCALE);
 #endif
-    const int length = std::vsnprintf(buffer, size, format, args);
+    const CPortProcessLocale process;
+    const int length = Buffer::PortFormat(buffer, size, format, args);
 #if QV_INTERNAL_HAS_THREAD_LOCALES
     uselocale(threadLocale);
 #endif

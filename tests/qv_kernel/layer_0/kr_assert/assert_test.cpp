@@ -1,7 +1,9 @@
 #include "kr_assert.h"
 
+#if defined(__linux__)
 #include <sys/ptrace.h>
 #include <unistd.h>
+#endif
 
 #include <csignal>
 #include <cstdlib>
@@ -16,6 +18,7 @@
 #include "kr_mem.h"
 #include "kr_refptr.h"
 #include "kr_string.h"
+#include "test_port.h"
 
 namespace QuorvaneTest
 {

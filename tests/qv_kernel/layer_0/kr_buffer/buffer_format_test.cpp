@@ -260,6 +260,9 @@ TEST_F(BufferFormat, RefusedMemoryGivesNull)
     EXPECT_TRUE(m_Buffer.CanariesAreIntact());
 }
 
+// The library of Windows passes over such characters.
+#if !defined(_WIN32)
+
 TEST_F(BufferFormat, AFormattingThatFailsGivesNull)
 {
     // No text in the "C" locale has this character.
@@ -269,6 +272,8 @@ TEST_F(BufferFormat, AFormattingThatFailsGivesNull)
     EXPECT_EQ(m_Length, 0u);
     EXPECT_EQ(m_Allocator.RequestCount(), 0u);
 }
+
+#endif
 
 TEST_F(BufferFormat, AResultBeyondTheRangeOfIntGivesNull)
 {

@@ -1,5 +1,7 @@
 #include <malloc.h>
+#if defined(__linux__)
 #include <unistd.h>
+#endif
 
 #include <cstdint>
 #include <cstdio>

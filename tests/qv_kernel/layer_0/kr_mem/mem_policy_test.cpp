@@ -73,6 +73,9 @@ TEST(MemPolicy, APlainBuildHasBlocksOfItsOwn)
     EXPECT_EQ(AreOurOwn(), QV_TEST_MEM_CACHE != 0);
 }
 
+#if !defined(_WIN32)
+
+// A tool that is preloaded is known by its name.
 TEST_F(MemPolicyOwn, UnderValgrindThePlatformServes)
 {
     const SChildResult child = RunInChild(
@@ -84,6 +87,8 @@ TEST_F(MemPolicyOwn, UnderValgrindThePlatformServes)
         });
     EXPECT_EQ(child.m_ExitCode, 0) << child.m_Stderr;
 }
+
+#endif
 
 // Run by the test above, in a process that is watched.
 TEST(MemPolicyProbe, DISABLED_ThePlatformServes)

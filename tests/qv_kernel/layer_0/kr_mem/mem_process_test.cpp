@@ -2,14 +2,13 @@
 // nobody has joined yet are in tests/drivers; several copies in one process in tests/consumer.
 #include "kr_mem/mem_process.h"
 
-#include <sys/mman.h>
-
 #include <gtest/gtest.h>
 
 #include "kr_mem/mem_lock.h"
 #include "kr_mem/mem_membership.h"
 #include "kr_mem/mem_port.h"
 #include "kr_mem/mem_thread_cache.h"
+#include "test_port.h"
 
 namespace QuorvaneTest
 {
@@ -52,26 +51,26 @@ TEST(MemProcess, ItsPlacesAreWholeChunksOfARegionThatSystemsLeaveEmpty)
 TEST(MemPort, WhatCanBeReadIsToldFromWhatCannot)
 {
     constexpr ureg kBytes = 65536;
-    void *const memory = mmap(nullptr, kBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    ASSERT_NE(memory, MAP_FAILED);
+    void *const memory = MapPages(kBytes, PageAccess_ReadWrite);
+    ASSERT_NE(memory, nullptr);
     const ureg address = reinterpret_cast<ureg>(memory);
     EXPECT_TRUE(PortIsReadable(address));
-    mprotect(memory, kBytes, PROT_NONE);
+    ASSERT_TRUE(ProtectPages(memory, kBytes, PageAccess_None));
     EXPECT_FALSE(PortIsReadable(address));
-    munmap(memory, kBytes);
+    UnmapPages(memory, kBytes);
     EXPECT_FALSE(PortIsReadable(address));
 }
 
 TEST(MemPort, MemoryIsMappedAtAnAddressOnlyWhereThereIsNone)
 {
     constexpr ureg kBytes = 65536;
-    void *const memory = mmap(nullptr, kBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    ASSERT_NE(memory, MAP_FAILED);
+    void *const memory = MapPages(kBytes, PageAccess_ReadWrite);
+    ASSERT_NE(memory, nullptr);
     const ureg address = reinterpret_cast<ureg>(memory);
     static_cast<char *>(memory)[5] = 'x';
     EXPECT_FALSE(PortMapAt(address, kBytes));
     EXPECT_EQ(static_cast<char *>(memory)[5], 'x');
-    munmap(memory, kBytes);
+    UnmapPages(memory, kBytes);
     ASSERT_TRUE(PortMapAt(address, kBytes));
     EXPECT_EQ(static_cast<char *>(memory)[5], '\0');
     PortUnmap(address, kBytes);

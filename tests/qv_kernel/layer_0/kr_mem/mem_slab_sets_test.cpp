@@ -1,7 +1,5 @@
 #include "kr_mem/mem_slab_sets.h"
 
-#include <sys/mman.h>
-
 #include <atomic>
 #include <cstdlib>
 #include <memory>
@@ -10,6 +8,8 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+
+#include "test_port.h"
 
 namespace QuorvaneTest
 {
@@ -31,17 +31,17 @@ protected:
     {
         if (!kHasSmallRange)
             GTEST_SKIP() << "small blocks are the platform's here";
-        m_Memory = mmap(nullptr, kBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-        ASSERT_NE(m_Memory, MAP_FAILED);
+        m_Memory = MapPages(kBytes, PageAccess_ReadWrite);
+        ASSERT_NE(m_Memory, nullptr);
         m_Sets.Begin((reinterpret_cast<ureg>(m_Memory) + kChunkBytes - 1) & ~(kChunkBytes - 1));
     }
     void TearDown() override
     {
-        if (m_Memory != MAP_FAILED)
-            munmap(m_Memory, kBytes);
+        if (m_Memory != nullptr)
+            UnmapPages(m_Memory, kBytes);
     }
 
-    void *m_Memory = MAP_FAILED;
+    void *m_Memory = nullptr;
     CSlabSets m_Sets;
 };
 

@@ -1,8 +1,10 @@
 // Small blocks through the threads' caches: what they are, how many are kept, and what is reported.
 #include "kr_mem/mem_thread_cache.h"
 
+#if !defined(_WIN32)
 #include <sys/resource.h>
 #include <unistd.h>
+#endif
 
 #include <cstdio>
 #include <cstdlib>
@@ -28,6 +30,7 @@ namespace
 
 using namespace SmallBlocks;
 
+#if !defined(_WIN32)
 // The writable memory of this process, as the system counts it against its limit; 0 when it does not tell.
 u64 WritableBytes()
 {
@@ -41,6 +44,7 @@ u64 WritableBytes()
         std::fclose(file);
     return kilobytes * 1024;
 }
+#endif
 
 // The block of about a size that the calling thread keeps; null for none.
 void *KeptLarge(u64 size)
@@ -468,6 +472,9 @@ TEST_F(MemThreadCacheOwn, APointerToSomethingElseIsReportedAndLeftAlone)
     std::free(platforms);
 }
 
+// Windows has no limit of memory that a process could set itself and that its allocator would not meet first.
+#if !defined(_WIN32)
+
 TEST_F(MemThreadCacheOwn, WithoutMemoryForMoreOfThemThePlatformServes)
 {
     const SChildResult child = RunInChild(
@@ -505,7 +512,11 @@ TEST_F(MemThreadCacheOwn, WithoutMemoryForMoreOfThemThePlatformServes)
     EXPECT_EQ(child.m_ExitCode, 0) << child.m_Stderr;
 }
 
+#endif
+
 // ---- Memory made ready -----------------------------------------------------------------------------------------------
+
+#if !defined(_WIN32)
 
 namespace
 {
@@ -519,6 +530,8 @@ u64 PageFaultsOfThread()
 
 } // namespace
 
+#endif
+
 TEST(MemPrewarm, SaysWhetherThereIsMemoryOfItsOwn)
 {
     EXPECT_EQ(Mem::Prewarm(0), AreOurOwn());
@@ -528,6 +541,9 @@ TEST(MemPrewarm, SaysWhetherThereIsMemoryOfItsOwn)
 class MemPrewarmOwn : public COwnTest
 {
 };
+
+// Windows counts the faults of a process alone, of whichever thread.
+#if !defined(_WIN32)
 
 TEST_F(MemPrewarmOwn, AThreadThatMadeReadyGetsItsBlocksWithoutAPageFault)
 {
@@ -560,6 +576,8 @@ TEST_F(MemPrewarmOwn, AThreadThatMadeReadyGetsItsBlocksWithoutAPageFault)
     EXPECT_EQ(faults, 0u);
 }
 
+#endif
+
 TEST_F(MemPrewarmOwn, AThreadHasItsCacheAfterIt)
 {
     OnAThread(
@@ -572,6 +590,9 @@ TEST_F(MemPrewarmOwn, AThreadHasItsCacheAfterIt)
             EXPECT_EQ(LiveBlocks(), live);
         });
 }
+
+// What a process may lock there follows from the size that it asks the system for.
+#if !defined(_WIN32)
 
 TEST_F(MemPrewarmOwn, WhatMayNotBeLockedIsToldAndUsedAllTheSame)
 {
@@ -591,5 +612,7 @@ TEST_F(MemPrewarmOwn, WhatMayNotBeLockedIsToldAndUsedAllTheSame)
         GTEST_SKIP() << "this process may not give up its rights";
     EXPECT_EQ(child.m_ExitCode, 0) << child.m_Stderr;
 }
+
+#endif
 
 } // namespace QuorvaneTest

@@ -308,6 +308,8 @@ TEST_F(MemTracking, WhatIsFreedDuringExitIsNoLeak)
     EXPECT_FALSE(Mentions(child.m_Stderr, "54321")) << child.m_Stderr;
 }
 
+#if QV_TEST_HAS_FORK
+
 // The thread that held the tracker's lock is not in the copy.
 TEST_F(MemTracking, ACopyOfTheProcessMayAllocateWhoeverWasAllocating)
 {
@@ -336,5 +338,7 @@ TEST_F(MemTracking, ACopyOfTheProcessMayAllocateWhoeverWasAllocating)
     second.join();
     Free(before);
 }
+
+#endif
 
 } // namespace QuorvaneTest

@@ -451,7 +451,7 @@ TEST_F(StringCopyFigures, ThreadsCountForThemselvesAndNothingIsLost)
     EXPECT_EQ(since.Get().m_PrivateCharacters, 4000u * kTextLength);
 }
 
-#if QV_MEM_TRACKING
+#if QV_MEM_TRACKING && QV_TEST_HAS_FORK
 
 // Leaves the table full, so it runs in a copy of the process.
 TEST_F(StringCopyFigures, CopySitesBeyondTheTableAreOnePlaceWithoutAName)

@@ -6,9 +6,6 @@
 #include <string>
 #include <vector>
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include "comparison_matrix.h"
 #include "edge_allocators.h"
 #include "edit_model.h"
@@ -18,6 +15,7 @@
 #include "kr_string.h"
 #include "string_checks.h"
 #include "test_allocator.h"
+#include "test_port.h"
 #include "text_pieces.h"
 
 namespace
@@ -37,12 +35,12 @@ class CUnreadable
 public:
     explicit CUnreadable(const CString &string)
     {
-        const ureg pageBytes = static_cast<ureg>(sysconf(_SC_PAGESIZE));
+        const ureg pageBytes = SystemPageBytes();
         m_Page = reinterpret_cast<void *>(reinterpret_cast<ureg>(string.Data()) / pageBytes * pageBytes);
         m_Bytes = static_cast<size_t>(pageBytes);
-        EXPECT_EQ(mprotect(m_Page, m_Bytes, PROT_NONE), 0);
+        EXPECT_TRUE(ProtectPages(m_Page, m_Bytes, PageAccess_None));
     }
-    ~CUnreadable() { mprotect(m_Page, m_Bytes, PROT_READ | PROT_WRITE); }
+    ~CUnreadable() { ProtectPages(m_Page, m_Bytes, PageAccess_ReadWrite); }
     CUnreadable(const CUnreadable &) = delete;
     CUnreadable &operator=(const CUnreadable &) = delete;
 

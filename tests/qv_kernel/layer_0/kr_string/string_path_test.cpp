@@ -7,15 +7,13 @@
 #include <utility>
 #include <vector>
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include "every_text.h"
 #include "kr_string.h"
 #include "odd_allocators.h"
 #include "refusal_sweep.h"
 #include "string_checks.h"
 #include "string_model.h"
+#include "test_port.h"
 #include "text_pieces.h"
 
 namespace
@@ -652,17 +650,17 @@ TEST(StringPathJoin, EveryJoinReportsABackslashWhateverWasDoneToTheTextBetween)
 TEST(StringPathJoin, AJoinInPlaceDoesNotLookAgainAtWhatTheOneBeforeLookedAt)
 {
     CAssertRecorder recorder;
-    const size_t pageBytes = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    const size_t pageBytes = SystemPageBytes();
     CString path = Resizable(std::string(4 * pageBytes, 'a'), static_cast<u32>(5 * pageBytes));
     path /= "b";
     const size_t address = (reinterpret_cast<size_t>(path.Data()) + pageBytes - 1) / pageBytes * pageBytes;
-    ASSERT_EQ(mprotect(reinterpret_cast<void *>(address), 2 * pageBytes, PROT_NONE), 0);
+    ASSERT_TRUE(ProtectPages(reinterpret_cast<void *>(address), 2 * pageBytes, PageAccess_None));
     path /= "c";
     path /= "d//";
     path.Append("//").Append(".with an extension that is not the shortest");
     path /= "/e/";
     path /= "f/with/more/characters/than/are/joined/in/a/straight/line";
-    ASSERT_EQ(mprotect(reinterpret_cast<void *>(address), 2 * pageBytes, PROT_READ | PROT_WRITE), 0);
+    ASSERT_TRUE(ProtectPages(reinterpret_cast<void *>(address), 2 * pageBytes, PageAccess_ReadWrite));
     EXPECT_EQ(std::string(path.Data() + 4 * pageBytes), "/b/c/d////.with an extension that is not the shortest/e/"
                                                         "f/with/more/characters/than/are/joined/in/a/straight/line");
     ExpectReports(recorder, {});
@@ -672,16 +670,16 @@ TEST(StringPathJoin, AJoinInPlaceDoesNotLookAgainAtWhatTheOneBeforeLookedAt)
 TEST(StringPathJoin, AJoinInPlaceFindsAReportedBackslashWithoutLookingFromTheFront)
 {
     CAssertRecorder recorder;
-    const size_t pageBytes = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    const size_t pageBytes = SystemPageBytes();
     CString path = Resizable(std::string(4 * pageBytes, 'a'), static_cast<u32>(5 * pageBytes));
     path /= "b\\";
     path /= "c";
     recorder.Clear();
     const size_t address = (reinterpret_cast<size_t>(path.Data()) + pageBytes - 1) / pageBytes * pageBytes;
-    ASSERT_EQ(mprotect(reinterpret_cast<void *>(address), 2 * pageBytes, PROT_NONE), 0);
+    ASSERT_TRUE(ProtectPages(reinterpret_cast<void *>(address), 2 * pageBytes, PageAccess_None));
     path /= "d";
     path /= "e";
-    ASSERT_EQ(mprotect(reinterpret_cast<void *>(address), 2 * pageBytes, PROT_READ | PROT_WRITE), 0);
+    ASSERT_TRUE(ProtectPages(reinterpret_cast<void *>(address), 2 * pageBytes, PageAccess_ReadWrite));
     ExpectReports(recorder, {kLeftCheck, kLeftCheck});
 }
 

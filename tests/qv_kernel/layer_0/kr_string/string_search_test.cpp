@@ -5,9 +5,6 @@
 #include <string>
 #include <vector>
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include "edge_allocators.h"
 #include "every_text.h"
 #include "hard_needles.h"
@@ -15,6 +12,7 @@
 #include "refusal_sweep.h"
 #include "search_model.h"
 #include "string_checks.h"
+#include "test_port.h"
 #include "text_pieces.h"
 
 namespace
@@ -816,13 +814,13 @@ TEST(StringExtract, ATerminatorInFrontOfTheRangeIsReportedAsFarBackAsTheCheckLoo
 TEST(StringExtract, TheFrontOfALongStringIsNotLookedAtForEachPiece)
 {
     CAssertRecorder recorder;
-    const size_t pageBytes = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    const size_t pageBytes = SystemPageBytes();
     const CString string(std::string(8 * pageBytes, 'x').c_str());
     const size_t address = (reinterpret_cast<size_t>(string.Data()) + pageBytes - 1) / pageBytes * pageBytes;
-    ASSERT_EQ(mprotect(reinterpret_cast<void *>(address), pageBytes, PROT_NONE), 0);
+    ASSERT_TRUE(ProtectPages(reinterpret_cast<void *>(address), pageBytes, PageAccess_None));
     const u32 first = static_cast<u32>(8 * pageBytes - 8);
     const CString piece = string.Extract(first, first + 8);
-    ASSERT_EQ(mprotect(reinterpret_cast<void *>(address), pageBytes, PROT_READ | PROT_WRITE), 0);
+    ASSERT_TRUE(ProtectPages(reinterpret_cast<void *>(address), pageBytes, PageAccess_ReadWrite));
     ExpectText(piece, "xxxxxxxx");
     ExpectReports(recorder, {});
 }
