@@ -55,11 +55,21 @@ using namespace Quorvane;
 
 using RankedElement = CString::SFuzzyMatchListElement;
 
+// What the machine's convention of calls asks for besides, in an operation of eight calls one in another: each frame
+// begins with room for the registers of whom it calls.
+#if defined(__s390x__)
+constexpr size_t kOfCalls = 8 * 160;
+#elif defined(__powerpc64__)
+constexpr size_t kOfCalls = 8 * 96;
+#else
+constexpr size_t kOfCalls = 0;
+#endif
+
 // Bytes that operations may take.
-constexpr size_t kPlain = 4096;
-constexpr size_t kFormatted = 2048; // 512 of them are the buffer
-constexpr size_t kFuzzyList = 8192;
-constexpr size_t kFuzzyLong = 12288;
+constexpr size_t kPlain = 4096 + kOfCalls;
+constexpr size_t kFormatted = 2048 + kOfCalls; // 512 of them are the buffer
+constexpr size_t kFuzzyList = 8192 + kOfCalls;
+constexpr size_t kFuzzyLong = 12288 + kOfCalls;
 
 int g_Faults = 0;
 

@@ -21,7 +21,7 @@ constexpr unsigned kMaxMessageBytes = 4096;
 constexpr unsigned kShortMessageBytes = 512;
 constexpr unsigned kLongMessages = 4;
 char g_LongMessages[kLongMessages][kMaxMessageBytes];
-bool g_LongMessageIsTaken[kLongMessages];
+unsigned g_LongMessageIsTaken[kLongMessages]; // not bytes: some machines exchange whole words only
 
 int DefaultHandler(const char *file, const char *function, int line, const char *expression,
                    const char *expandedExpression, const char *message)
@@ -111,11 +111,11 @@ int ReportLong(const SFailure &failure, const char *format, std::va_list args)
     for (unsigned i = 0; i < kLongMessages; ++i)
     {
         // Acquire, and release below: whoever takes the buffer next writes to it after its last reader is done.
-        if (__atomic_exchange_n(&g_LongMessageIsTaken[i], true, __ATOMIC_ACQUIRE))
+        if (__atomic_exchange_n(&g_LongMessageIsTaken[i], 1u, __ATOMIC_ACQUIRE) != 0)
             continue;
         std::vsnprintf(g_LongMessages[i], kMaxMessageBytes, format, args);
         const int answer = Report(failure, g_LongMessages[i]);
-        __atomic_store_n(&g_LongMessageIsTaken[i], false, __ATOMIC_RELEASE);
+        __atomic_store_n(&g_LongMessageIsTaken[i], 0u, __ATOMIC_RELEASE);
         return answer;
     }
     return ReportFromStack(failure, format, args);

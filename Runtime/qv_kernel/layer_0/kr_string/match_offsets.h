@@ -15,7 +15,8 @@ namespace Quorvane::Internal::String
 // every hundred characters, and leave the others to be searched for again.
 constexpr u32 kSpareBytes = 131072;
 QV_INTERNAL_HIDDEN inline u8 g_SpareOffsets[kSpareBytes];
-QV_INTERNAL_CONSTINIT QV_INTERNAL_HIDDEN inline std::atomic<bool> g_SpareIsTaken = {false};
+// Not a byte: some machines exchange whole words only.
+QV_INTERNAL_CONSTINIT QV_INTERNAL_HIDDEN inline std::atomic<u32> g_SpareIsTaken = {0};
 
 // The offset of each occurrence from the end of the one before, as far as there is room. What finds no room is searched
 // for again, which takes about as long as the counting did. A few go to the stack, of which threads and fibers may have
@@ -27,7 +28,7 @@ public:
     ~CMatchOffsets()
     {
         if (m_Bytes != m_OnStack)
-            g_SpareIsTaken.store(false, std::memory_order_release);
+            g_SpareIsTaken.store(0, std::memory_order_release);
     }
     CMatchOffsets(const CMatchOffsets &) = delete;
     CMatchOffsets &operator=(const CMatchOffsets &) = delete;
@@ -73,7 +74,7 @@ private:
     // Goes on in the spare room. Returns: false when it is taken, or full.
     bool _TakeSpare()
     {
-        if (m_Bytes != m_OnStack || g_SpareIsTaken.exchange(true, std::memory_order_acquire))
+        if (m_Bytes != m_OnStack || g_SpareIsTaken.exchange(1, std::memory_order_acquire) != 0)
             return false;
         std::memcpy(g_SpareOffsets, m_OnStack, m_Used);
         m_Bytes = g_SpareOffsets;
