@@ -7,6 +7,7 @@
 
 #include "buffer_forms.h"
 #include "edit_model.h"
+#include "emulator.h"
 #include "every_text.h"
 #include "guarded_page.h"
 #include "hard_needles.h"
@@ -185,7 +186,8 @@ TEST(BufferFindLast, SearchingGivesUpWithinItsCredit)
     using CSearch = Kernels::TNeedleSearch<Kernels::CBlock, Kernels::SExactBytes, Kernels::End_Counted,
                                            Kernels::Direction_Backwards>;
     u32 givenUp = 0;
-    for (const SHardCase &hard : HardCases(40000))
+    // The model is quadratic: minutes in an emulator, which gets shorter texts.
+    for (const SHardCase &hard : HardCases(EmulatorCommand() == nullptr ? 40000 : 4000))
     {
         const std::string text = Reversed(hard.m_Text);
         const std::string needle = Reversed(hard.m_Needle);
@@ -203,8 +205,9 @@ TEST(BufferFindLast, SearchingGivesUpWithinItsCredit)
             ++givenUp;
         }
         const std::string withOne = needle + text;
-        EXPECT_EQ(FindLast(withOne, needle), withOne.rfind(needle));
-        EXPECT_EQ(FindLastCase(withOne, needle), withOne.rfind(needle));
+        const size_t place = withOne.rfind(needle);
+        EXPECT_EQ(FindLast(withOne, needle), place);
+        EXPECT_EQ(FindLastCase(withOne, needle), place);
     }
     EXPECT_GT(givenUp, 0u);
 }
