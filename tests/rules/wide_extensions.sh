@@ -28,8 +28,9 @@ matches()
     matches '(^|[^A-Za-z0-9])_*lzcnt(16|32|64)?(_u[0-9]+)?[[:space:]]*\(' <"$scratch/sources"
     grep -v '/kr_simd/simd_machine\.h$' "$scratch/sources" |
         matches '(GCC[[:space:]]+target|GCC[[:space:]]+push_options|clang[[:space:]]+attribute|__target__|\[\[gnu::target)'
-    (cd "$root" && find CMakeLists.txt cmake Runtime -type f \( -name CMakeLists.txt -o -name '*.cmake' \) -print \
-        2>/dev/null | sort) |
+    # A toolchain file is for one machine, the whole of which it names.
+    (cd "$root" && find CMakeLists.txt cmake Runtime -path cmake/toolchains -prune -o -type f \
+        \( -name CMakeLists.txt -o -name '*.cmake' \) -print 2>/dev/null | sort) |
         matches '(-m(arch=|avx|bmi|lzcnt|abm|popcnt|sse[34]|ssse|fma|f16c|movbe)|/arch:)'
 } >"$scratch/found"
 sort -u "$scratch/found" >>"$breaches"
