@@ -2,6 +2,7 @@
 // containers ask of their elements.
 #pragma once
 
+#include <cfloat>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -60,6 +61,20 @@ struct TIntegerOf<T, true>
     using Type = std::underlying_type_t<T>;
 };
 
+// The value in the precision of its type. Some processors compute in wider registers (FLT_EVAL_METHOD), and what stands
+// there counts as the value until it is stored.
+template <typename T>
+inline T RoundedToType(T value) noexcept QV_NONBLOCKING
+{
+    if constexpr (std::is_floating_point<T>::value && FLT_EVAL_METHOD != 0)
+    {
+        const volatile T stored = value;
+        return stored;
+    }
+    else
+        return value;
+}
+
 // True when a floating-point value lies in the range of T, which is no floating-point type; false for what is no number.
 // Converting any other value is undefined.
 template <typename T, typename Floating>
@@ -117,7 +132,7 @@ constexpr bool SurvivesNumericCast(const To &result, const From &value) noexcept
 template <typename To, typename From>
 inline To checked_numcast(const From &value) noexcept QV_NONBLOCKING
 {
-    const To result = Internal::NumericCast<To>(value);
+    const To result = Internal::RoundedToType(Internal::NumericCast<To>(value));
     QV_INTERNAL_ASSERT_TEXT("static_cast<typename TType_StripQual<_TypeSrc>::Type>(result) == value",
                             Internal::SurvivesNumericCast(result, value));
     return result;

@@ -76,10 +76,11 @@ inline void BeginCarries(const SBoundary &boundary, Carry *carries, u32 textLeng
     carries[0] = static_cast<Carry>(boundary.m_FirstNotPlus);
 }
 
-// The weight of two texts of `total` characters at a distance.
+// The weight of two texts of `total` characters at a distance: the same on every machine.
 inline float WeightAt(u32 total, u32 distance)
 {
-    return static_cast<float>(total - distance + 1) / static_cast<float>(total);
+    const float likeness = RoundedToType(static_cast<float>(total - distance + 1));
+    return RoundedToType(likeness / RoundedToType(static_cast<float>(total)));
 }
 
 // The weight of two texts of which one is empty.
