@@ -1603,6 +1603,25 @@ TEST(ArrayIterator, AMoveOutsideIsReported)
     EXPECT_EQ(recorder.Last().m_Message, kStorageText);
 }
 
+// Where addresses are short, so far is round them once, to where the iterator began.
+TEST(ArrayIterator, AMoveOfMoreThanThereAreAddressesIsReported)
+{
+    if (!kSitesReport)
+        GTEST_SKIP() << "iterators check nothing in this build";
+    const CAssertRecorder recorder;
+    TArray<u32> array = ArrayOf({1, 2, 3});
+    constexpr s32 kRound = 0x40000000;
+    EXPECT_EQ(*(array.Begin() + kRound), 0u);
+    // The move and the access.
+    EXPECT_EQ(recorder.CountOf(kStorageText), 2u);
+    EXPECT_EQ(*(array.Begin() - kRound), 0u);
+    EXPECT_EQ(recorder.CountOf(kStorageText), 4u);
+    TArray<u32> empty;
+    static_cast<void>(empty.Begin() + kRound);
+    EXPECT_EQ(recorder.CountOf(kStorageText), 5u);
+    EXPECT_EQ(recorder.Count(), 5u);
+}
+
 TEST(ArrayIterator, DereferencingTheEndIsReportedAndAnswersAScratch)
 {
     if (!kSitesReport)

@@ -461,6 +461,23 @@ TEST(StridedMemoryView, TheLongestStrideLeadsForward)
     EXPECT_EQ(view.End() - view.Begin(), 3);
 }
 
+// Where addresses are short, the end of these lies behind the last one, or where the view begins.
+TEST(StridedMemoryView, ItsEndMayLieBeyondAllAddresses)
+{
+    const CAssertRecorder recorder;
+    u8 element = 1;
+    for (const u32 stride : {0x40000000u, 0x50000000u, 0x80000000u, 0xFFFFFFFFu})
+    {
+        const TStridedMemoryView<u8> view(&element, 4, stride);
+        EXPECT_EQ(view.End() - view.Begin(), 4) << stride;
+        EXPECT_EQ(view.Begin() - view.End(), -4) << stride;
+        EXPECT_TRUE(view.Begin() != view.End()) << stride;
+        EXPECT_TRUE(view.Begin() < view.End()) << stride;
+        EXPECT_TRUE(view.End() - 4 == view.Begin()) << stride;
+    }
+    EXPECT_EQ(recorder.Count(), 0u);
+}
+
 TEST(StridedMemoryView, AnIndexBehindTheEndReports)
 {
     const CAssertRecorder recorder;

@@ -148,12 +148,13 @@ private:
         return m_Owner != nullptr && RealType::m_Ptr >= m_Owner->_RawBegin() && RealType::m_Ptr < m_Owner->_RawEnd();
     }
 
-    // Addresses instead of pointers, which may not leave their array even to be compared.
-    ureg _AddressAt(s64 n) const noexcept QV_NONBLOCKING
+    // Addresses instead of pointers, which may not leave their array even to be compared; in 64 bits, so that no way out
+    // of short ones comes round to an element.
+    u64 _AddressAt(s64 n) const noexcept QV_NONBLOCKING
     {
-        return reinterpret_cast<ureg>(RealType::m_Ptr) + static_cast<ureg>(n) * sizeof(_Element);
+        return reinterpret_cast<ureg>(RealType::m_Ptr) + static_cast<u64>(n) * sizeof(_Element);
     }
-    bool _InStorage(ureg address) const noexcept QV_NONBLOCKING
+    bool _InStorage(u64 address) const noexcept QV_NONBLOCKING
     {
         return m_Owner != nullptr && address >= reinterpret_cast<ureg>(m_Owner->_RawBegin()) &&
                address <= reinterpret_cast<ureg>(m_Owner->_RawEnd());
@@ -168,7 +169,8 @@ private:
     }
     QV_INTERNAL_COLD void _MoveOutside(s64 n) noexcept QV_NONBLOCKING
     {
-        RealType::m_Ptr = reinterpret_cast<pointer>(_AddressAt(n));
+        // What no address reaches counts as the last one, where no element ends.
+        RealType::m_Ptr = reinterpret_cast<pointer>(static_cast<ureg>(QVMin<u64>(_AddressAt(n), ~ureg(0))));
         _AssertInStorage();
     }
 

@@ -14,7 +14,8 @@
 namespace Quorvane
 {
 
-// The address is a number, since the end may lie far behind the last element, where no pointer may point.
+// The address is a number, since the end may lie far behind the last element, where no pointer may point; of 64 bits,
+// which short addresses may leave there.
 template <typename T>
 class TStridedMemoryView<T>::Iterator
 {
@@ -32,7 +33,7 @@ public:
     {
     }
 
-    T &operator*() const noexcept QV_NONBLOCKING { return *reinterpret_cast<T *>(m_Address); }
+    T &operator*() const noexcept QV_NONBLOCKING { return *reinterpret_cast<T *>(static_cast<ureg>(m_Address)); }
     T *operator->() const noexcept QV_NONBLOCKING { return &**this; }
     T &operator[](difference_type n) const noexcept QV_NONBLOCKING { return *(*this + n); }
 
@@ -55,7 +56,7 @@ public:
         if (QV_INTERNAL_UNLIKELY(m_Stride == 0))
             m_Repeats += static_cast<u32>(n);
         else
-            m_Address += static_cast<ureg>(n) * m_Stride;
+            m_Address += static_cast<u64>(n) * m_Stride;
         return *this;
     }
     Iterator &operator-=(difference_type n) noexcept QV_NONBLOCKING { return *this += -n; }
@@ -66,7 +67,7 @@ public:
     {
         if (QV_INTERNAL_UNLIKELY(a.m_Stride == 0))
             return static_cast<difference_type>(a.m_Repeats) - static_cast<difference_type>(b.m_Repeats);
-        return static_cast<difference_type>(a.m_Address - b.m_Address) / static_cast<difference_type>(a.m_Stride);
+        return static_cast<difference_type>(static_cast<s64>(a.m_Address - b.m_Address) / a.m_Stride);
     }
     friend bool operator==(const Iterator &a, const Iterator &b) noexcept QV_NONBLOCKING
     {
@@ -82,7 +83,7 @@ public:
     friend bool operator>=(const Iterator &a, const Iterator &b) noexcept QV_NONBLOCKING { return !(a < b); }
 
 private:
-    ureg m_Address;
+    u64 m_Address;
     u32 m_Stride;
     u32 m_Repeats; // steps taken with a stride of 0, else 0
 };
