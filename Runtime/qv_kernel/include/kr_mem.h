@@ -11,7 +11,8 @@
 // to 256 bytes takes up to 15 bytes more, a larger small one up to an eighth. The allocator maps 64 KiB when the first
 // block is asked for, and grows as blocks are used. A block that grows step by step gets room to do so in place. With
 // the CMake option QV_MEM_CACHE off, and where the system grants no more memory, blocks are the platform's; under
-// sanitizers and valgrind all of them are, with nothing around them.
+// sanitizers and valgrind, and on a 32-bit system, which has no addresses to spare, all of them are, with nothing around
+// them.
 //
 // Any thread may allocate and free; a block may be freed by another thread than the one that allocated it. A copy of the
 // process made by fork() may allocate and free, whatever the other threads were doing, and so may all handlers that run
@@ -22,8 +23,8 @@
 // when that has been unloaded. That holds for copies of one version on a 64-bit system. Each copy has its own handler of
 // assertions.
 //
-// Where assertions are on, the default allocator reports a small block that is freed again before it was handed out
-// again, as long as it does not lie in another thread's cache; a pointer that is no block is reported, too. Both are
+// Where assertions are on, the default allocator reports a small block of its own that is freed again before it was handed
+// out again, as long as it does not lie in another thread's cache; a pointer that is no block is reported, too. Both are
 // left alone.
 #pragma once
 
@@ -104,8 +105,8 @@ QV_API void Free(void *block, EAllocType type) noexcept;
 // `locks`, the system is told to leave it where it is (mlock).
 // Call it in each such thread, with 0 for no further bytes. Blocks above 2 KiB stay the platform's.
 // Returns: false when memory was refused, and what was got before that is kept; when it may not be locked, and is there all
-// the same; when the default allocator has no memory of its own, in this build or under this tool; and, with nothing got,
-// for more than the 64 GiB that it has addresses for.
+// the same; when the default allocator has no memory of its own, in this build, under this tool or on a 32-bit system; and,
+// with nothing got, for more than the 64 GiB that it has addresses for.
 // Allocates: whole slabs of 64 KiB, and the calling thread's cache in one. Cost: linear in `bytes` and in what the
 // allocator has; system calls; may wait for threads that end.
 QV_API bool Prewarm(u64 bytes, bool locks = false) noexcept;
