@@ -73,7 +73,7 @@ compiler_of()
 list_reasons()
 {
     sed -n 's/^ *<skipped message="\([^"]*\)".*/\1/p' "build/$1"/units_*.xml 2>/dev/null |
-        sed 's/&#x0A.*//; s/^[^ ]*_test\.cpp:[0-9]*//; s/&apos;/'"'"'/g; s/&quot;/"/g' | sort | uniq -c | sort -rn |
+        sed 's/^[^ ]*:[0-9]*&#x0A;//; s/&#x0A.*//; s/&apos;/'"'"'/g; s/&quot;/"/g' | sort | uniq -c | sort -rn |
         sed 's/^ *\([0-9]*\) /  \1 skipped: /'
 }
 
