@@ -66,8 +66,8 @@ reason_against()
 # The compiler of a configured build, with its version.
 compiler_of()
 {
-    sed -n 's/^CMAKE_CXX_COMPILER:[A-Z]*=//p' "build/$1/CMakeCache.txt" | xargs -I {} {} --version | sed -n 1p |
-        sed 's/ (.*) / /; s/^Debian //'
+    compiler=$(sed -n 's/^set(CMAKE_CXX_COMPILER "\(.*\)")/\1/p' "build/$1"/CMakeFiles/*/CMakeCXXCompiler.cmake)
+    "$compiler" --version | sed -n '1s/ (.*) / /; 1s/^Debian //; 1p'
 }
 
 # Prints each reason for which unit tests skipped themselves, and how many did.
