@@ -62,4 +62,17 @@ endif()
 configure_file("${PROJECT_SOURCE_DIR}/cmake/quorvane.pc.in" "${PROJECT_BINARY_DIR}/quorvane.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/quorvane.pc" DESTINATION "${QV_INSTALL_PKGCONFIGDIR}")
 
+# What debuggers show of the types. gdb loads it by itself for the shared library, by the place of that: the installed
+# folder is named in a folder of gdb's, which is right as long as the tree is not moved.
+set(QV_INSTALL_DEBUGDIR "${CMAKE_INSTALL_DATADIR}/quorvane/debug")
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/debug/" DESTINATION "${QV_INSTALL_DEBUGDIR}"
+    FILES_MATCHING PATTERN "quorvane*")
+if(BUILD_SHARED_LIBS AND NOT WIN32)
+    set(QV_GDB_DIR "${CMAKE_INSTALL_DATADIR}/gdb/auto-load${CMAKE_INSTALL_FULL_LIBDIR}")
+    file(RELATIVE_PATH QV_GDB_PRINTERS "/prefix/${QV_GDB_DIR}" "/prefix/${QV_INSTALL_DEBUGDIR}")
+    configure_file("${PROJECT_SOURCE_DIR}/debug/auto_load.py.in" "${PROJECT_BINARY_DIR}/auto_load.py" @ONLY)
+    install(FILES "${PROJECT_BINARY_DIR}/auto_load.py" DESTINATION "${QV_GDB_DIR}"
+        RENAME "libqv_kernel.so.${PROJECT_VERSION}-gdb.py")
+endif()
+
 install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${CMAKE_INSTALL_DATADIR}/licenses/quorvane")

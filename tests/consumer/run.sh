@@ -102,7 +102,8 @@ use_installed()
 install_library static -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS_RELEASE='-O0 -DNDEBUG' -DQV_MEM_CACHE=OFF
 [ -f "$(find "$scratch/moved/static" -name libqv_kernel.a)" ] || fail 'no libqv_kernel.a is installed'
 for file in include/quorvane/kr_string.h include/quorvane/kr_internal/kr_string_inline.h \
-    include/quorvane/qv_internal/qv_namespace.h share/licenses/quorvane/LICENSE; do
+    include/quorvane/qv_internal/qv_namespace.h share/licenses/quorvane/LICENSE share/quorvane/debug/quorvane_gdb.py \
+    share/quorvane/debug/quorvane_layout.py share/quorvane/debug/quorvane_lldb.py share/quorvane/debug/quorvane.natvis; do
     [ -f "$scratch/moved/static/$file" ] || fail "$file is not installed"
 done
 use_installed static 1
@@ -115,6 +116,14 @@ install_library shared -DBUILD_SHARED_LIBS=ON -DQV_ASSERTS=OFF -DQV_MEM_TRACKING
 sh "$consumers/symbols.sh" "$root" "$(find "$scratch/moved/shared" -name 'libqv_kernel.so')" || [ $? -eq 77 ] ||
     fail 'what the shared library shows'
 use_installed shared 0 -DCMAKE_CXX_VISIBILITY_PRESET=hidden -DCMAKE_VISIBILITY_INLINES_HIDDEN=ON
+
+# gdb finds the printers of an installed shared library by itself, and they need none of its debug information.
+prefix=$scratch/debugged
+quietly cmake -DCMAKE_INSTALL_PREFIX="$prefix" "$scratch/build-shared"
+quietly cmake --install "$scratch/build-shared"
+quietly "$compiler" -std=c++17 -g -O2 -DQV_SHARED=1 -DQV_ASSERTS=0 -DQV_MEM_TRACKING=1 -I"$prefix/include/quorvane" \
+    "$root/tests/debug/shown.cpp" -L"$prefix/lib" -lqv_kernel -Wl,-rpath,"$prefix/lib" -o "$scratch/shown"
+sh "$root/tests/debug/printers.sh" "$root" gdb "$scratch/shown" "$prefix" || [ $? -eq 77 ] || fail 'what gdb shows'
 
 # The sources as a subproject; with FetchContent it is enough to see that it configures alike.
 configure -S "$consumers/add_subdirectory" -B "$scratch/add_subdirectory" -DQUORVANE_SOURCE_DIR="$root"
