@@ -1,5 +1,5 @@
 # Install rules: headers, library, CMake package, pkg-config file and licence.
-# The installed tree may be moved as a whole: nothing in it holds an absolute path.
+# The installed tree may be moved as a whole: nothing in it holds an absolute path, the library included.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -58,6 +58,11 @@ if(QV_MEM_TRACKING)
 endif()
 if(BUILD_SHARED_LIBS)
     string(APPEND QV_PC_DEFINITIONS " -DQV_SHARED=1")
+endif()
+# The package of CMake knows both kinds of library where both are installed; this file knows the one that came last.
+set(QV_PC_POSTFIX "")
+if(CMAKE_BUILD_TYPE STREQUAL "Debug")
+    get_target_property(QV_PC_POSTFIX qv_kernel DEBUG_POSTFIX)
 endif()
 configure_file("${PROJECT_SOURCE_DIR}/cmake/quorvane.pc.in" "${PROJECT_BINARY_DIR}/quorvane.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/quorvane.pc" DESTINATION "${QV_INSTALL_PKGCONFIGDIR}")

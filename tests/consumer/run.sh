@@ -52,20 +52,30 @@ run_consumers()
     [ $count -eq "$3" ] || fail "$1 has $count consumers, expected $3"
 }
 
-# Builds and installs the library, with everything else off and no test tool to be found, then moves the result.
+# Builds the library, with everything else off and no test tool to be found.
+#   build_library <name> <project folder> <further options...>
+build_library()
+{
+    name=$1
+    source=$2
+    shift 2
+    configure -S "$source" -B "$scratch/build-$name" -DQV_BUILD_TESTS=OFF -DQV_BUILD_EXAMPLES=OFF \
+        -DQV_BUILD_BENCHMARKS=OFF -DCMAKE_DISABLE_FIND_PACKAGE_GTest=ON -DCMAKE_DISABLE_FIND_PACKAGE_CLI11=ON \
+        -DCMAKE_DISABLE_FIND_PACKAGE_benchmark=ON -DCMAKE_DISABLE_FIND_PACKAGE_Threads=ON "$@"
+    quietly cmake --build "$scratch/build-$name"
+}
+
+# Builds and installs the library, then moves the result.
 #   install_library <name> <further options...>
 install_library()
 {
     name=$1
     shift
-    configure -S "$root" -B "$scratch/build-$name" -DQV_BUILD_TESTS=OFF -DQV_BUILD_EXAMPLES=OFF \
-        -DQV_BUILD_BENCHMARKS=OFF -DCMAKE_DISABLE_FIND_PACKAGE_GTest=ON -DCMAKE_DISABLE_FIND_PACKAGE_CLI11=ON \
-        -DCMAKE_DISABLE_FIND_PACKAGE_benchmark=ON -DCMAKE_DISABLE_FIND_PACKAGE_Threads=ON "$@"
-    quietly cmake --build "$scratch/build-$name"
+    build_library "$name" "$root" "$@"
     quietly cmake --install "$scratch/build-$name" --prefix "$scratch/first-$name"
     mkdir -p "$scratch/moved"
     mv "$scratch/first-$name" "$scratch/moved/$name"
-    if grep -r -I -l -F -e "$scratch/first-$name" -e "$root/" "$scratch/moved/$name" >"$log"; then
+    if grep -r -l -F -e "$scratch/first-$name" -e "$root/" "$scratch/moved/$name" >"$log"; then
         fail "installed files hold absolute paths: $(cat "$log")"
     fi
 }
@@ -107,6 +117,35 @@ for file in include/quorvane/kr_string.h include/quorvane/kr_internal/kr_string_
     [ -f "$scratch/moved/static/$file" ] || fail "$file is not installed"
 done
 use_installed static 1
+
+# The same bytes from another folder, by the sources that are needed and no others.
+mkdir "$scratch/copy"
+cp -R "$root/CMakeLists.txt" "$root/LICENSE" "$root/Runtime" "$root/cmake" "$root/debug" "$scratch/copy"
+build_library copy "$scratch/copy" -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS_RELEASE='-O0 -DNDEBUG' -DQV_MEM_CACHE=OFF
+cmp "$scratch/build-copy/Runtime/qv_kernel/libqv_kernel.a" "$scratch/build-static/Runtime/qv_kernel/libqv_kernel.a" ||
+    fail 'two builds in two folders differ'
+
+# A debug library beside it: each kind of program finds its own.
+build_library debug "$root" -DCMAKE_BUILD_TYPE=Debug
+quietly cmake --install "$scratch/build-debug" --prefix "$scratch/moved/static"
+for kind in Release,libqv_kernel.a Debug,libqv_kerneld.a; do
+    configure -S "$consumers/find_package" -B "$scratch/find_package-both" -DCMAKE_PREFIX_PATH="$scratch/moved/static" \
+        -DCMAKE_BUILD_TYPE="${kind%,*}"
+    quietly cmake --build "$scratch/find_package-both" --target consumer_cxx17 -v
+    grep -q -F "/${kind#*,}" "$log" || fail "a program of type ${kind%,*} is not linked to ${kind#*,}"
+done
+
+# A component that there is not is refused by name, the one that there is found.
+for component in qv_kernel strings; do
+    cmake -G Ninja -S "$consumers/find_package" -B "$scratch/component-$component" \
+        -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_PREFIX_PATH="$scratch/moved/static" \
+        -DCONSUMER_COMPONENTS=$component >"$log" 2>&1 && echo found >>"$log"
+    case $component,$(tr '\n' ' ' <"$log") in
+        qv_kernel,*found*) ;;
+        strings,*'no component "strings", only'*) ;;
+        *) cat "$log" && fail "find_package with COMPONENTS $component" ;;
+    esac
+done
 
 # A shared library without assertions and with the tracking allocator: the definitions must reach users both ways. Of no
 # build type, as all that follow: it takes less time to compile. It shows what it should, also to a program whose own
