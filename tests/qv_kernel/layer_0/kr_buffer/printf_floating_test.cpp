@@ -63,6 +63,8 @@ private:
 
 using CLimits = std::numeric_limits<double>;
 
+#if defined(__cpp_lib_to_chars)
+
 const double kValues[] = {
     0.0,
     CLimits::denorm_min(),
@@ -87,8 +89,6 @@ const double kValues[] = {
     9223372036854774784.0, // the last one below 2 ^ 63
     9223372036854775808.0,
 };
-
-#if defined(__cpp_lib_to_chars)
 
 TEST_F(PrintfFloating, EveryPrecisionAndFlagIsAsThePlatformWritesIt)
 {

@@ -84,8 +84,8 @@ TEST(StringNumbersAppend, AppendNumberReturnsTheStringForMore)
     CString text("x=");
     CString &answered = AppendNumber(text, 12);
     EXPECT_EQ(&answered, &text);
-    AppendNumber(AppendNumber(text, -3).Append('/'), 0.25);
-    ExpectText(text, "x=12-3/0.25");
+    AppendNumber(AppendNumber(text, -3).Append('/'), 25);
+    ExpectText(text, "x=12-3/25");
 }
 
 TEST(StringNumbersAppend, AppendNumberReportsABaseThatIsNoneAndAppendsNothing)
@@ -107,14 +107,14 @@ TEST(StringNumbersAppend, AppendNumberGrowsAsAppendDoes)
     // In its own room.
     CString grown = Resizable("abc", 100);
     const char *const data = grown.Data();
-    AppendNumber(AppendNumber(grown, 42), 0.5);
+    AppendNumber(AppendNumber(grown, 42), -5);
     EXPECT_EQ(static_cast<const void *>(grown.Data()), static_cast<const void *>(data));
-    ExpectText(grown, "abc420.5");
+    ExpectText(grown, "abc42-5");
     // Other handles keep their text.
     const CString copy = grown;
     AppendNumber(grown, 7);
-    ExpectText(copy, "abc420.5");
-    ExpectText(grown, "abc420.57");
+    ExpectText(copy, "abc42-5");
+    ExpectText(grown, "abc42-57");
     // A text that begins with a terminator is nothing, as for Append, unless it can grow.
     CString fixed = ::Fixed(std::string("\0ab", 3));
     AppendNumber(fixed, 7);
@@ -134,10 +134,12 @@ TEST(StringNumbersAppend, AppendNumberAllocatesOnce)
         EXPECT_EQ(allocator.RequestCount(), 2u);
         AppendNumber(text, 6);
         EXPECT_EQ(allocator.RequestCount(), 2u);
+#if QV_HAS_FLOATING_NUMBERS
         CString precise;
         AppendNumber(precise, 1e308, std::chars_format::fixed, 1074);
         EXPECT_EQ(allocator.RequestCount(), 4u);
         EXPECT_EQ(precise.Length(), 309u + 1 + 1074);
+#endif
     }
 }
 
@@ -149,7 +151,9 @@ TEST(StringNumbersAppend, AppendNumberRefusedIsAsAppendRefused)
         ExpectReports(recorder, {});
     };
     SweepRefusals([] { return CString("abc"); }, [](CString &string) { AppendNumber(string, -12); }, check);
+#if QV_HAS_FLOATING_NUMBERS
     SweepRefusals([] { return CString("abc"); }, [](CString &string) { AppendNumber(string, -12.0); }, check);
+#endif
 }
 
 #if QV_HAS_FLOATING_NUMBERS
