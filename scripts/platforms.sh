@@ -28,6 +28,7 @@ ppc64le         g++-powerpc64le-linux-gnu qemu-user googletest
 s390x           g++-s390x-linux-gnu qemu-user googletest
 mips64el        g++-mips64el-linux-gnuabi64 qemu-user googletest
 windows         g++-mingw-w64-x86-64-posix wine64 googletest
+posix           g++
 unsigned-char   g++
 no-exceptions   g++ googletest
 O0              g++

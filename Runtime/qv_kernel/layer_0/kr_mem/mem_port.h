@@ -17,7 +17,9 @@
 #endif
 #include <windows.h>
 #else
-#include <malloc.h>
+#if !defined(__unix__) && !defined(__APPLE__)
+#error "Quorvane is written for Windows and for systems like POSIX"
+#endif
 #include <pthread.h>
 #include <sched.h>
 #include <sys/mman.h>
@@ -26,6 +28,7 @@
 #endif
 
 #if defined(__linux__)
+#include <malloc.h>
 #include <sys/auxv.h>
 #include <sys/syscall.h>
 #endif
@@ -115,12 +118,48 @@ inline void *PortReallocOverAligned(void *block, u64 newSize, u32 alignment)
     return moved;
 }
 
-#if defined(_WIN32)
+// ---- Blocks ------------------------------------------------------------------------------------------------------------
 
-// ---- Windows -----------------------------------------------------------------------------------------------------------
+#if defined(__linux__)
 
-// The platform has functions of their own for blocks of a larger alignment, and does not tell how long those are. So every
-// block begins a little into the platform's, and how far stands in front of it.
+inline void *PortAlloc(u64 size, u32 alignment)
+{
+    if (!PortSizeFits(size))
+        return nullptr;
+    const std::size_t bytes = static_cast<std::size_t>(QVMax<u64>(size, 1));
+    if (alignment <= kPlatformAlignment)
+        return std::malloc(bytes);
+    void *block = nullptr;
+    return posix_memalign(&block, alignment, bytes) == 0 ? block : nullptr;
+}
+
+inline void PortFree(void *block)
+{
+    std::free(block);
+}
+
+// The bytes that may be used of a block; at least what was asked for.
+inline u64 PortUsableSize(void *block)
+{
+    return malloc_usable_size(block);
+}
+
+// Grows in place where the platform can.
+inline void *PortRealloc(void *block, u64 newSize, u32 alignment)
+{
+    if (block == nullptr)
+        return PortAlloc(newSize, alignment);
+    if (!PortSizeFits(newSize))
+        return nullptr;
+    if (alignment <= kPlatformAlignment)
+        return std::realloc(block, static_cast<std::size_t>(QVMax<u64>(newSize, 1)));
+    return PortReallocOverAligned(block, newSize, alignment);
+}
+
+#else
+
+// Other platforms do not tell how long their blocks are, or do so by other names in other headers, and not all of them have
+// one function that frees blocks of all alignments. Every block begins a little into one of the platform's; how far, and how long it is, stand in front of it.
 struct SPortHead
 {
     u64 m_Offset;
@@ -177,6 +216,12 @@ inline void *PortRealloc(void *block, u64 newSize, u32 alignment)
     void *const platformBlock = std::realloc(&PortHeadOf(block), bytes);
     return platformBlock != nullptr ? PortPutHead(platformBlock, sizeof(SPortHead), newSize) : nullptr;
 }
+
+#endif
+
+#if defined(_WIN32)
+
+// ---- Windows -----------------------------------------------------------------------------------------------------------
 
 // Memory that reads as zero at exactly this address, a multiple of 64 KiB.
 // Returns: false where the system refuses it, or where something lies there already; two callers never both get it.
@@ -303,40 +348,6 @@ inline bool PortRunsUnderValgrind()
 
 // ---- POSIX -------------------------------------------------------------------------------------------------------------
 
-inline void *PortAlloc(u64 size, u32 alignment)
-{
-    if (!PortSizeFits(size))
-        return nullptr;
-    const std::size_t bytes = static_cast<std::size_t>(QVMax<u64>(size, 1));
-    if (alignment <= kPlatformAlignment)
-        return std::malloc(bytes);
-    void *block = nullptr;
-    return posix_memalign(&block, alignment, bytes) == 0 ? block : nullptr;
-}
-
-inline void PortFree(void *block)
-{
-    std::free(block);
-}
-
-// The bytes that may be used of a block; at least what was asked for.
-inline u64 PortUsableSize(void *block)
-{
-    return malloc_usable_size(block);
-}
-
-// Grows in place where the platform can.
-inline void *PortRealloc(void *block, u64 newSize, u32 alignment)
-{
-    if (block == nullptr)
-        return PortAlloc(newSize, alignment);
-    if (!PortSizeFits(newSize))
-        return nullptr;
-    if (alignment <= kPlatformAlignment)
-        return std::realloc(block, static_cast<std::size_t>(QVMax<u64>(newSize, 1)));
-    return PortReallocOverAligned(block, newSize, alignment);
-}
-
 // Memory that reads as zero at exactly this address, a multiple of the page's size.
 // Returns: false where the system refuses it, or where something lies there already; two callers never both get it.
 inline bool PortMapAt(ureg address, ureg bytes)
@@ -390,8 +401,18 @@ inline bool PortIsReadable(ureg page)
     errno = before;
     return isReadable;
 #else
-    static_cast<void>(page);
-    return false;
+    // No system writes from memory that its caller cannot read.
+    const int before = errno;
+    int ends[2];
+    bool isReadable = false;
+    if (pipe(ends) == 0)
+    {
+        isReadable = write(ends[1], reinterpret_cast<const void *>(page), 1) == 1;
+        close(ends[0]);
+        close(ends[1]);
+    }
+    errno = before;
+    return isReadable;
 #endif
 }
 
