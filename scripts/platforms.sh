@@ -46,6 +46,7 @@ simd-0          g++
 simd-1          g++
 shared-hidden   g++
 v4              g++
+extensions      g++-12 qemu-user
 '
 
 # needs_of <name>: the packages; nothing for a name that is not in the list.
@@ -60,6 +61,7 @@ reason_against()
 {
     case $1 in
         i386*) [ "$(uname -m)" = x86_64 ] || say 'programs of 32-bit x86 need an x86-64 machine' ;;
+        extensions) [ "$(uname -m)" = x86_64 ] || say 'the machine is not an x86-64 one' ;;
         v4) grep -q -w avx512bw /proc/cpuinfo 2>/dev/null || say 'the processor has no AVX-512' ;;
     esac
 }
@@ -93,10 +95,32 @@ keep_result()
 {
     mkdir -p "build/platform-$1"
     title=$(sed -n "/\"name\": \"platform-$1\"/,/displayName/s/.*\"displayName\": \"\(.*\)\",\{0,1\}/\1/p" CMakePresets.json)
+    [ "$1" != extensions ] || title='x86-64, machines that lack extensions, tests of block kernels alone'
     # The backticks are the document's.
     # shellcheck disable=SC2016
     printf '| `%s` | %s | %s | %d | %d | %d | %s | %s |\n' "$1" "$title" "$6" "$2" "$3" "$4" "$(seconds_since "$5")" \
         "$(date -u +%Y-%m-%d)" >"build/platform-$1/result"
+}
+
+# The tests of the block kernels, as g++ 12 builds them, on machines without extensions. One failure is counted for each
+# machine on which tests failed.
+try_extensions()
+{
+    preset=platform-gcc-12
+    set -- 0 1
+    remark='the build failed'
+    if build $preset qv_kernel_tests; then
+        log=build/$preset/extensions.log
+        sh tests/cross/extensions.sh build/$preset/tests/qv_kernel_tests >"$log" 2>&1 || cat "$log" >&2
+        # shellcheck disable=SC2046
+        set -- $(awk '
+            /^extensions: -cpu .*: [0-9]+ tests, the / { sub(/.*: /, ""); passed += $1 }
+            /^extensions: (-cpu .*: the tests failed|expected |skipped: )/ { ++failed }
+            END { printf "%d %d\n", passed, failed }' "$log")
+        remark=$(compiler_of $preset)
+    fi
+    record extensions "$1" "$2" 0 "$start" "$remark"
+    keep_result extensions "$1" "$2" 0 "$start" "$remark"
 }
 
 # Builds and tests one platform, and records how it ended.
@@ -114,6 +138,10 @@ try_platform()
     if [ -n "$reason" ]; then
         record "$1" 0 0 1 "$start" "not tried: $reason"
         keep_result "$1" 0 0 0 "$start" "not tried: $reason"
+        return
+    fi
+    if [ "$1" = extensions ]; then
+        try_extensions
         return
     fi
     if ! build "$preset" qv_kernel_tests drivers; then
