@@ -35,20 +35,6 @@ using namespace Quorvane;
 using namespace Quorvane::Mem::Internal;
 using namespace QuorvaneTest;
 
-// A figure of this process in bytes, by its name in the system's report; 0 when there is none.
-u64 StatusBytes(const char *name)
-{
-    std::FILE *const file = std::fopen("/proc/self/status", "r");
-    unsigned long long kilobytes = 0;
-    char line[256];
-    while (file != nullptr && std::fgets(line, sizeof(line), file) != nullptr)
-        if (std::strncmp(line, name, std::strlen(name)) == 0)
-            kilobytes = std::strtoull(line + std::strlen(name), nullptr, 10);
-    if (file != nullptr)
-        std::fclose(file);
-    return kilobytes * 1024;
-}
-
 // Makes and drops `count` strings of 40 characters, at most kMaxStrings. Returns: whether all were there.
 constexpr u32 kMaxStrings = 60000;
 

@@ -26,6 +26,14 @@
 #endif
 #define QV_TEST_NO_FORK "no system call here copies a process"
 
+// Whether the loader of programs puts libraries of tools before theirs, valgrind's for instance; else for GTEST_SKIP.
+#if defined(_WIN32)
+#define QV_TEST_HAS_PRELOADING 0
+#else
+#define QV_TEST_HAS_PRELOADING 1
+#endif
+#define QV_TEST_NO_PRELOADING "no tool is loaded before a program here"
+
 // By which a trap is known that nobody handles.
 #if !defined(SIGTRAP)
 #define SIGTRAP 5

@@ -260,20 +260,17 @@ TEST_F(BufferFormat, RefusedMemoryGivesNull)
     EXPECT_TRUE(m_Buffer.CanariesAreIntact());
 }
 
-// The library of Windows passes over such characters.
-#if !defined(_WIN32)
-
 TEST_F(BufferFormat, AFormattingThatFailsGivesNull)
 {
-    // No text in the "C" locale has this character.
+    // No text in the "C" locale has this character, the first half of a pair that UTF-16 would write.
     std::setlocale(LC_ALL, "C");
-    static const wchar_t kUnknown[] = {0x12345, 0};
+    static const wchar_t kUnknown[] = {0xD800, 0};
+    if (std::snprintf(nullptr, 0, "%ls", kUnknown) >= 0)
+        GTEST_SKIP() << "the C library passes over what it cannot write";
     EXPECT_EQ(Format(m_Buffer.First(), m_Buffer.Last(), m_Length, "%ls", kUnknown), nullptr);
     EXPECT_EQ(m_Length, 0u);
     EXPECT_EQ(m_Allocator.RequestCount(), 0u);
 }
-
-#endif
 
 TEST_F(BufferFormat, AResultBeyondTheRangeOfIntGivesNull)
 {

@@ -1,7 +1,4 @@
 #include <malloc.h>
-#if defined(__linux__)
-#include <unistd.h>
-#endif
 
 #include <cstdint>
 #include <cstdio>
@@ -381,23 +378,8 @@ TEST(MemDefault, ABlockMayComeToAnotherAlignmentWhenItIsResized)
     }
 }
 
-#if defined(__linux__)
-
 namespace
 {
-
-// Bytes of this process that lie in physical memory.
-s64 ResidentBytes()
-{
-    std::FILE *const file = std::fopen("/proc/self/statm", "r");
-    long long total = 0;
-    long long resident = 0;
-    if (file == nullptr || std::fscanf(file, "%lld %lld", &total, &resident) != 2)
-        ADD_FAILURE() << "the kernel tells nothing of this process' memory";
-    if (file != nullptr)
-        std::fclose(file);
-    return resident * sysconf(_SC_PAGESIZE);
-}
 
 constexpr u64 kBigBytes = 64ull << 20;
 
@@ -410,9 +392,10 @@ s64 BytesTakenByDoubling(const AllocFunction &alloc, const ReallocFunction &real
         return 0;
     block[0] = 1;
     block[kBigBytes - 1] = 2;
-    const s64 before = ResidentBytes();
+    const s64 before = static_cast<s64>(ResidentBytes());
+    EXPECT_GT(before, 0) << "the system tells nothing of this process' memory";
     u8 *const grown = static_cast<u8 *>(realloc(block, 2 * kBigBytes));
-    const s64 taken = ResidentBytes() - before;
+    const s64 taken = static_cast<s64>(ResidentBytes()) - before;
     EXPECT_EQ(grown[0], 1);
     EXPECT_EQ(grown[kBigBytes - 1], 2);
     free(grown);
@@ -446,13 +429,11 @@ TEST(MemDefault, AGrowthThatHasNoRoomToSpareGetsWhatItAskedFor)
         []
         {
             u8 *const block = Alloc(200 * kMiB, 16);
-            std::FILE *const file = std::fopen("/proc/self/statm", "r");
-            long long pages = 0;
-            if (block == nullptr || file == nullptr || std::fscanf(file, "%lld", &pages) != 1)
+            const u64 taken = AddressBytes();
+            if (block == nullptr || taken == 0)
                 return 1;
-            std::fclose(file);
             // Enough for what is asked for, not for half as much again.
-            if (!LimitProcess(RLIMIT_AS, static_cast<u64>(pages * sysconf(_SC_PAGESIZE)) + 80 * kMiB))
+            if (!LimitAddresses(taken + 80 * kMiB))
                 return kNoLimit;
             block[0] = 7;
             u8 *const grown = Realloc(block, 250 * kMiB, 16);
@@ -463,7 +444,6 @@ TEST(MemDefault, AGrowthThatHasNoRoomToSpareGetsWhatItAskedFor)
     EXPECT_EQ(child.m_ExitCode, 0);
 }
 
-#endif
 #endif
 
 } // namespace QuorvaneTest

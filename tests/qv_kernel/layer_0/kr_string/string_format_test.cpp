@@ -239,6 +239,22 @@ TEST(StringFormat, FormatWritesADecimalPointInEveryLocaleOfTheThread)
     EXPECT_EQ(_configthreadlocale(0), _ENABLE_PER_THREAD_LOCALE);
 }
 
+TEST(StringFormat, FormatKeepsTheLocaleOfTheThread)
+{
+    const CLocaleGuard guard;
+    const int shared = _configthreadlocale(0);
+    ExpectText(CString::Format("%d", 1), "1");
+    EXPECT_EQ(_configthreadlocale(0), shared);
+
+    // "C" is always there; what matters is that the thread still has one of its own.
+    if (_configthreadlocale(_ENABLE_PER_THREAD_LOCALE) < 0)
+        GTEST_SKIP() << "threads have no locales of their own with this C library";
+    std::setlocale(LC_ALL, "C");
+    ExpectText(CString::Format("%d", 2), "2");
+    EXPECT_EQ(_configthreadlocale(0), _ENABLE_PER_THREAD_LOCALE);
+    EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "C");
+}
+
 #else
 
 TEST(StringFormat, FormatWritesADecimalPointInEveryLocaleOfTheThread)
