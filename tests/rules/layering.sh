@@ -24,6 +24,7 @@ kr_internal/kr_iterator_traits.h
 kr_internal/kr_memoryviews_scratch.h
 kr_internal/kr_memoryviews_iterator_inline.h
 kr_memoryviews.h
+kr_internal/kr_buffer_port.h
 kr_buffer.h
 kr_fuzzy/
 kr_internal/kr_containers_internals_inline.h

@@ -13,11 +13,8 @@
 #include <cstddef>
 #include <cstring>
 
-#if !defined(_WIN32)
-#include <strings.h>
-#endif
-
 #include "kr_assert.h"
+#include "kr_internal/kr_buffer_port.h"
 #include "qv_defs.h"
 
 namespace Quorvane
@@ -164,51 +161,6 @@ struct QV_API SNativeStringUtils
 };
 
 // ---- Inline bodies --------------------------------------------------------------------------------------------------
-
-namespace Internal
-{
-
-// The platform's comparisons without case. On Windows they have names of their own, and order the bytes above 127 otherwise
-// than everywhere else: so these are ours, with which no locale has to do.
-#if defined(_WIN32)
-
-inline s32 PlatformCompareCase(const char *a, const char *b, std::size_t maxLength) noexcept QV_NONBLOCKING
-{
-    const u8 *const lowerCase = SNativeStringUtils::kr_buffer_char_lookups + 3 * 256;
-    for (std::size_t i = 0; i < maxLength; ++i)
-    {
-        const s32 difference = lowerCase[static_cast<u8>(a[i])] - lowerCase[static_cast<u8>(b[i])];
-        if (difference != 0 || a[i] == 0)
-            return difference;
-    }
-    return 0;
-}
-
-inline s32 PlatformCompareCase(const char *a, const char *b) noexcept QV_NONBLOCKING
-{
-    return PlatformCompareCase(a, b, ~std::size_t(0));
-}
-
-#else
-
-// Unchecked: they read memory and the locale in force, and do nothing else.
-QV_INTERNAL_UNCHECKED_BEGIN
-
-inline s32 PlatformCompareCase(const char *a, const char *b) noexcept QV_NONBLOCKING
-{
-    return strcasecmp(a, b);
-}
-
-inline s32 PlatformCompareCase(const char *a, const char *b, std::size_t maxLength) noexcept QV_NONBLOCKING
-{
-    return strncasecmp(a, b, maxLength);
-}
-
-QV_INTERNAL_UNCHECKED_END
-
-#endif
-
-} // namespace Internal
 
 inline bool SNativeStringUtils::Equal(const char *data0, const char *data1) noexcept QV_NONBLOCKING
 {
