@@ -13,9 +13,15 @@
 #define NOMINMAX
 #endif
 #include <windows.h>
+
+#include <winternl.h>
 #else
 #include <sys/mman.h>
 #include <unistd.h>
+#endif
+
+#if defined(__linux__)
+#include <sys/ptrace.h>
 #endif
 
 // Whether a process can make a copy of itself that goes on where it is; else for GTEST_SKIP.
@@ -99,6 +105,14 @@ inline void *MovePages(void *, size_t, size_t)
     return nullptr;
 }
 
+// From here on this process counts as one that is debugged. Returns: false where that cannot be.
+inline bool CountAsDebugged()
+{
+    // Where the system notes it, for IsDebuggerPresent and others.
+    NtCurrentTeb()->ProcessEnvironmentBlock->BeingDebugged = 1;
+    return IsDebuggerPresent() != 0;
+}
+
 // Whether a byte may be read, by the system's word.
 inline bool CanReadByte(const char *address)
 {
@@ -151,6 +165,16 @@ inline void *MovePages(void *begin, size_t bytes, size_t newBytes)
 {
     void *const moved = mremap(begin, bytes, newBytes, MREMAP_MAYMOVE);
     return moved != MAP_FAILED ? moved : nullptr;
+}
+
+// From here on this process counts as one that is debugged, by its parent. Returns: false where that cannot be.
+inline bool CountAsDebugged()
+{
+#if defined(__linux__)
+    return ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) == 0;
+#else
+    return false;
+#endif
 }
 
 // Whether a byte may be read, by the system's word.
