@@ -27,7 +27,9 @@ riscv64         g++-riscv64-linux-gnu qemu-user googletest
 ppc64le         g++-powerpc64le-linux-gnu qemu-user googletest
 s390x           g++-s390x-linux-gnu qemu-user googletest
 mips64el        g++-mips64el-linux-gnuabi64 qemu-user googletest
-windows         g++-mingw-w64-x86-64-posix wine64 googletest
+windows         g++-mingw-w64-x86-64-posix wine64 googletest libcli11-dev
+windows-shared  g++-mingw-w64-x86-64-posix wine64 googletest libcli11-dev
+windows-clang   clang-22 lld-22 g++-mingw-w64-x86-64-posix wine64 googletest libcli11-dev
 posix           g++
 unsigned-char   g++
 no-exceptions   g++ googletest
@@ -191,7 +193,7 @@ publish()
     {
         for name in $all_names; do
             [ -s "build/platform-$name/reasons" ] || continue
-            printf '\n## %s\n\n' "$name"
+            printf '\n### %s\n\n' "$name"
             sed 's/^  \([0-9]*\) skipped: \(.*\)/- \1: \2/' "build/platform-$name/reasons"
         done
         printf '\n'
