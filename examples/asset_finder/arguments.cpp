@@ -5,10 +5,14 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <cstdlib>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "console.h"
+#include "platform.h"
 #include "rules.h"
 #include "text.h"
 
@@ -92,7 +96,11 @@ std::optional<int> Parse(int argc, char **argv, SRawArguments &raw, SArguments &
     app.footer(Footer());
     try
     {
-        app.parse(argc, argv);
+        // What comes first is the program; the parser takes the others from their end.
+        std::vector<std::string> words = Utf8Arguments(argc, argv);
+        std::reverse(words.begin(), words.end());
+        words.pop_back();
+        app.parse(std::move(words));
     }
     catch (const CLI::ParseError &error)
     {

@@ -3,8 +3,8 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <unistd.h>
 
+#include "platform.h"
 #include "text.h"
 
 using namespace Quorvane;
@@ -29,7 +29,7 @@ EHighlight HighlightForStdout()
 {
     const CString terminal(std::getenv("TERM"));
     const CString noColour(std::getenv("NO_COLOR"));
-    const bool hasColours = isatty(STDOUT_FILENO) == 1 && !terminal.Empty() && terminal != "dumb";
+    const bool hasColours = IsTerminal(stdout) && !terminal.Empty() && terminal != "dumb";
     return hasColours && noColour.Empty() ? Highlight_Colour : Highlight_Brackets;
 }
 

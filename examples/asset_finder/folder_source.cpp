@@ -9,6 +9,7 @@
 #include <unordered_set>
 #include <utility>
 
+#include "platform.h"
 #include "text.h"
 
 using namespace Quorvane;
@@ -50,11 +51,17 @@ bool IsBefore(const SItem &a, const SItem &b)
     return std::strcmp(a.m_Name.CStr(), b.m_Name.CStr()) < 0;
 }
 
-// Joining with nothing takes the slashes off the end; of the topmost folder nothing would be left.
+// Paths are joined with slashes here, which part folders everywhere.
+CString WithSlashes(const CString &folder)
+{
+    return kBackslashParts ? folder.Replace('\\', '/') : folder;
+}
+
+// Joining with nothing takes the slashes off the end; the topmost folder is called by one.
 CString WithoutSlashes(const CString &folder)
 {
     const CString stripped = folder / "";
-    return stripped.Empty() ? CString("/") : stripped;
+    return stripped.Length() != folder.Length() && IsTopmost(stripped) ? stripped + "/" : stripped;
 }
 
 class CWalker
@@ -78,13 +85,13 @@ private:
     CCatalogueBuilder m_Builder;
     std::vector<CString> m_Pending; // folders yet to be visited, the next one last
     std::vector<SItem> m_Items;     // of the folder being visited
-    std::unordered_set<std::string> m_Visited;
+    std::unordered_set<fs::path::string_type> m_Visited;
 };
 
 // A list instead of recursion: folders may be nested deeper than the stack.
 SCatalogue CWalker::Run()
 {
-    m_Pending.push_back(WithoutSlashes(m_Options.m_Root));
+    m_Pending.push_back(WithoutSlashes(WithSlashes(m_Options.m_Root)));
     for (u64 done = 1; !m_Pending.empty(); ++done)
     {
         const CString path = std::move(m_Pending.back());
@@ -124,7 +131,7 @@ std::error_code CWalker::_ReadItems(const CString &path)
     std::error_code error;
     fs::directory_iterator it(path.CStr(), error);
     for (; !error && it != fs::directory_iterator(); it.increment(error))
-        m_Items.push_back({m_Builder.ShareName(it->path().filename().native()), KindOf(*it, m_Options.m_FollowLinks)});
+        m_Items.push_back({m_Builder.ShareName(InUtf8(it->path().filename())), KindOf(*it, m_Options.m_FollowLinks)});
     std::sort(m_Items.begin(), m_Items.end(), &IsBefore);
     return error;
 }
@@ -151,8 +158,9 @@ void CWalker::_KeepItems(const CString &folder)
 
 } // namespace
 
-CString ObjectionToFolder(const CString &folder)
+CString ObjectionToFolder(const CString &given)
 {
+    const CString folder = WithSlashes(given);
     if (HoldsBackslash(folder))
         return "paths with a backslash are not supported";
     std::error_code error;

@@ -1,6 +1,7 @@
 // Paths from the lines of a stream.
 #include "line_source.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <string>
@@ -10,6 +11,7 @@
 
 #include "kr_string_std.h"
 #include "line_reader.h"
+#include "platform.h"
 #include "text.h"
 
 using namespace Quorvane;
@@ -91,7 +93,11 @@ CString CatalogueLines(std::FILE *stream, const SFilters &filters, CCatalogueObs
     CLineCatalogue lines(filters, observer);
     std::string line;
     while (ReadLine(stream, line))
+    {
+        if (kBackslashParts)
+            std::replace(line.begin(), line.end(), '\\', '/');
         lines.AddLine(line);
+    }
     const int error = std::ferror(stream) != 0 ? errno : 0;
     catalogue = std::move(lines.Catalogue());
     return error != 0 ? std::strerror(error) : "";

@@ -20,6 +20,7 @@
 #include "folder_source.h"
 #include "kr_string.h"
 #include "line_source.h"
+#include "platform.h"
 #include "prompt.h"
 #include "report.h"
 #include "results.h"
@@ -132,7 +133,7 @@ bool AnswerAll(const CFinder &finder, const SArguments &arguments)
 bool AnswerAtPrompt(const CFinder &finder, const SArguments &arguments)
 {
     const CString count = Grouped(finder.Catalogue().m_Files.size());
-    if (!Print(count + " names. Type one, more or less; Ctrl-D ends.\n"))
+    if (!Print(count + " names. Type one, more or less; " + kEndOfInputKeys + " ends.\n"))
         return false;
     for (std::string line; Prompt("find> ", line);)
     {

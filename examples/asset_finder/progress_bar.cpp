@@ -2,8 +2,8 @@
 #include "progress_bar.h"
 
 #include <cstdio>
-#include <unistd.h>
 
+#include "platform.h"
 #include "text.h"
 
 using namespace Quorvane;
@@ -28,7 +28,7 @@ CString Bar(u64 done, u64 known)
 
 } // namespace
 
-CProgressBar::CProgressBar(bool wanted) : m_Enabled(wanted && isatty(STDERR_FILENO) == 1) {}
+CProgressBar::CProgressBar(bool wanted) : m_Enabled(wanted && IsTerminal(stderr)) {}
 
 void CProgressBar::Show(u64 done, u64 known)
 {

@@ -5,9 +5,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
-#include <unistd.h>
 
 #include "line_reader.h"
+#include "platform.h"
 
 #if defined(ASSET_FINDER_LIBEDIT) && ASSET_FINDER_LIBEDIT
 #include <editline/readline.h>
@@ -18,7 +18,7 @@ namespace AssetFinder
 
 bool CanPrompt()
 {
-    return isatty(STDIN_FILENO) == 1 && isatty(STDOUT_FILENO) == 1;
+    return IsTerminal(stdin) && IsTerminal(stdout);
 }
 
 #if defined(ASSET_FINDER_LIBEDIT) && ASSET_FINDER_LIBEDIT
