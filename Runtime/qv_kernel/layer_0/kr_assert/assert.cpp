@@ -3,6 +3,7 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 
 #include "assert_port.h"
 
@@ -26,10 +27,13 @@ unsigned g_LongMessageIsTaken[kLongMessages]; // not bytes: some machines exchan
 int DefaultHandler(const char *file, const char *function, int line, const char *expression,
                    const char *expandedExpression, const char *message)
 {
-    static_cast<void>(expandedExpression);
+    // A plain site says its condition three times: as written, as expanded, and as the message.
+    const bool isExpanded = std::strcmp(expandedExpression, expression) != 0;
+    const bool hasMessage = std::strcmp(message, expression) != 0;
     // One call, so that the reports of several threads do not interleave.
-    std::fprintf(stderr, "%s(%d): assertion failed: %s\n    in %s\n    %s\n", file, line, expression, function,
-                 message);
+    std::fprintf(stderr, "%s(%d): assertion failed: %s\n%s%s%s    in %s\n%s%s%s", file, line, expression,
+                 isExpanded ? "    which is " : "", isExpanded ? expandedExpression : "", isExpanded ? "\n" : "",
+                 function, hasMessage ? "    " : "", hasMessage ? message : "", hasMessage ? "\n" : "");
     std::fflush(stderr);
     return Internal::PortDebuggerAttached() ? Internal::Answer_Break : Internal::Answer_Continue;
 }

@@ -423,6 +423,38 @@ TEST(AssertionHandler, TheDefaultHandlerWritesOneReportToStderrAndAnswers2)
     EXPECT_EQ(CountOf(child.m_Stderr, "a is too large"), 1u) << child.m_Stderr;
 }
 
+#if QV_ASSERTS
+
+TEST(AssertionHandler, TheDefaultHandlerSaysAConditionOnceWhereBothSpellingsAgree)
+{
+    const SChildResult child = RunInChild(
+        []
+        {
+            Assert::SetHandler(nullptr);
+            const int lesser = 1;
+            const int greater = 2;
+            QV_ASSERT(lesser == greater);
+            return 0;
+        });
+    EXPECT_EQ(CountOf(child.m_Stderr, "lesser == greater"), 1u) << child.m_Stderr;
+    EXPECT_EQ(CountOf(child.m_Stderr, "\n"), 2u) << "the place and the condition, and the function: " << child.m_Stderr;
+}
+
+TEST(AssertionHandler, TheDefaultHandlerSaysBothSpellingsOfAConditionWhereTheyDiffer)
+{
+    const SChildResult child = RunInChild(
+        []
+        {
+            Assert::SetHandler(nullptr);
+            Assert::EvalAssert("file", "function", 1, "count < LIMIT", "count < 64", "count < LIMIT");
+            return 0;
+        });
+    EXPECT_EQ(CountOf(child.m_Stderr, "count < LIMIT"), 1u) << child.m_Stderr;
+    EXPECT_EQ(CountOf(child.m_Stderr, "count < 64"), 1u) << child.m_Stderr;
+}
+
+#endif
+
 TEST(AssertionHandler, TheDefaultHandlerDoesNotBreakWithoutADebugger)
 {
     const SChildResult child = RunInChild(
