@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdlib>
+#include <cstring>
 
 namespace QuorvaneTest
 {
@@ -12,6 +13,13 @@ inline const char *EmulatorCommand()
 {
     const char *const command = std::getenv("QV_TEST_EMULATOR");
     return command == nullptr || *command == '\0' ? nullptr : command;
+}
+
+// Whether each instruction is, which takes ten times as long. Wine's programs run by themselves.
+inline bool InstructionsAreEmulated()
+{
+    const char *const command = EmulatorCommand();
+    return command != nullptr && std::strstr(command, "wine") == nullptr;
 }
 
 } // namespace QuorvaneTest

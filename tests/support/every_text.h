@@ -5,10 +5,12 @@
 #include <string>
 #include <vector>
 
+#include "emulator.h"
+
 namespace QuorvaneTest
 {
 
-// Sanitized code is several times slower, so bounds are one lower there.
+// Sanitized code is several times slower, and emulated code is, so bounds are one lower there.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool kSanitized = true;
 #elif defined(__has_feature)
@@ -20,12 +22,13 @@ constexpr bool kSanitized = false;
 #else
 constexpr bool kSanitized = false;
 #endif
+inline const bool kVerySlow = kSanitized || InstructionsAreEmulated();
 
 // So is code that is not optimised: one optimised build runs the longest tests, the others shorter ones.
 #if defined(__OPTIMIZE__)
-constexpr bool kSlow = kSanitized;
+inline const bool kSlow = kVerySlow;
 #else
-constexpr bool kSlow = true;
+inline const bool kSlow = true;
 #endif
 
 // Sorted by length; the empty text comes first.

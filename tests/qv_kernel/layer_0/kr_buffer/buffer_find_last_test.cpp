@@ -7,7 +7,6 @@
 
 #include "buffer_forms.h"
 #include "edit_model.h"
-#include "emulator.h"
 #include "every_text.h"
 #include "guarded_page.h"
 #include "hard_needles.h"
@@ -85,7 +84,7 @@ TEST(BufferFindLast, TerminatorsAndHighBytesAreCharactersLikeOthers)
 
 TEST(BufferFindLast, EveryShortNeedleIsFoundInEveryShortTextAsTheModelSays)
 {
-    const std::vector<std::string> texts = EveryText("aAb\x80", kSanitized ? 4 : 5);
+    const std::vector<std::string> texts = EveryText("aAb\x80", kVerySlow ? 4 : 5);
     std::vector<std::string> lowered;
     for (const std::string &text : texts)
         lowered.push_back(ModelLowercase(text));
@@ -112,7 +111,7 @@ TEST(BufferFindLast, NeedlesAreFoundInLongTextsAsTheModelSays)
         state = state * 1664525u + 1013904223u;
         return (state >> 8) % static_cast<u32>(below);
     };
-    for (u32 round = 0; round < (kSanitized ? 4000u : 20000u); ++round)
+    for (u32 round = 0; round < (kVerySlow ? 4000u : 20000u); ++round)
     {
         const std::string alphabet = std::string("abABcdefgZ").substr(0, 1 + next(10));
         std::string text(next(1200), ' ');
@@ -186,8 +185,8 @@ TEST(BufferFindLast, SearchingGivesUpWithinItsCredit)
     using CSearch = Kernels::TNeedleSearch<Kernels::CBlock, Kernels::SExactBytes, Kernels::End_Counted,
                                            Kernels::Direction_Backwards>;
     u32 givenUp = 0;
-    // The model is quadratic: minutes in an emulator, which gets shorter texts.
-    for (const SHardCase &hard : HardCases(EmulatorCommand() == nullptr ? 40000 : 4000))
+    // The model is quadratic.
+    for (const SHardCase &hard : HardCases(kVerySlow ? 4000 : 40000))
     {
         const std::string text = Reversed(hard.m_Text);
         const std::string needle = Reversed(hard.m_Needle);

@@ -378,7 +378,7 @@ TEST(BufferWildcard, WithoutInhibitorsBackslashIsOrdinary)
 
 // Against the model: about 700,000 pairs of pattern and text.
 
-constexpr size_t kLongest = kSlow ? 5 : 6;
+const size_t kLongest = kSlow ? 5 : 6;
 
 TEST(BufferWildcard, EveryShortPatternAgreesWithTheModel)
 {

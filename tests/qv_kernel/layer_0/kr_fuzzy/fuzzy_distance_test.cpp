@@ -62,7 +62,7 @@ TEST(FuzzyDistance, EmptinessGoesByLength)
 
 TEST(FuzzyDistance, EveryPairOfShortTextsWeighsAsTheRecurrenceSays)
 {
-    const std::vector<std::string> texts = EveryText("ab", kSanitized ? 4 : 5);
+    const std::vector<std::string> texts = EveryText("ab", kVerySlow ? 4 : 5);
     const std::vector<CString> strings = StringsOf(texts);
     for (const bool wide : {false, true})
     {
@@ -84,7 +84,7 @@ TEST(FuzzyDistance, EveryPairOfLengthsWeighsAsTheRecurrenceSays)
         for (const size_t length : lengths)
             for (const size_t otherLength : lengths)
             {
-                if (kSanitized && length * otherLength > 100000)
+                if (kVerySlow && length * otherLength > 100000)
                     continue;
                 const std::string query = source.Random(alphabet, length);
                 const std::string other = source.Below(2) == 0 ? source.Random(alphabet, otherLength)
@@ -102,7 +102,7 @@ TEST(FuzzyDistance, EveryPairOfLengthsWeighsAsTheRecurrenceSays)
 TEST(FuzzyDistance, EveryLengthOfStripsWeighsAsTheRecurrenceSays)
 {
     CFuzzyTexts source(16);
-    for (size_t length = 125; length < 700; length += kSanitized ? 67 : 7)
+    for (size_t length = 125; length < 700; length += kVerySlow ? 67 : 7)
     {
         const std::string query = source.Random("abc", length);
         const std::string other = source.Misspelt(query, "abc", length + source.Below(20));

@@ -85,7 +85,7 @@ TYPED_TEST(FuzzyKernels, EveryPairOfLengthsHasTheDistanceOfTheRecurrence)
     for (const size_t rowCount : lengths)
         for (const size_t columnCount : lengths)
         {
-            if (rowCount > columnCount || (kSanitized && rowCount * columnCount > 100000))
+            if (rowCount > columnCount || (kVerySlow && rowCount * columnCount > 100000))
                 continue;
             const std::string columns = source.Random("abc", columnCount);
             const std::string rows = source.Misspelt(columns, "abc", rowCount);
@@ -104,7 +104,7 @@ TYPED_TEST(FuzzyKernels, EveryPairOfLengthsHasTheDistanceOfTheRecurrence)
 TYPED_TEST(FuzzyKernels, StripsSideBySideHaveTheDistanceOfTheRecurrence)
 {
     CFuzzyTexts source(22);
-    for (u32 rowCount = kPairRows + 1; rowCount <= TypeParam::kStripsRows; rowCount += kSanitized ? 61 : 13)
+    for (u32 rowCount = kPairRows + 1; rowCount <= TypeParam::kStripsRows; rowCount += kVerySlow ? 61 : 13)
     {
         const std::string columns = source.Random("abcd", rowCount + source.Below(40));
         const std::string rows = source.Misspelt(columns, "abcd", rowCount);

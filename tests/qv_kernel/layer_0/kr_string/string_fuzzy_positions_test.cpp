@@ -173,7 +173,7 @@ TEST(StringFuzzyPositions, FuzzyMatchPositionsOfTheStringItselfAreAllItsCharacte
 
 TEST(StringFuzzyPositions, EveryPairOfShortTextsIsAlignedBest)
 {
-    const std::vector<std::string> texts = EveryText("ab", kSanitized ? 5 : 6);
+    const std::vector<std::string> texts = EveryText("ab", kVerySlow ? 5 : 6);
     for (const std::string &query : texts)
         for (const std::string &other : texts)
             if (!query.empty() && !other.empty())
@@ -225,7 +225,7 @@ TEST(StringFuzzyPositions, FuzzyMatchPositionsOfPairsInPartsAreThoseOfTheWholeMa
 TEST(StringFuzzyPositions, PairsWhosePartsAreCutAreThoseOfTheWholeMatrix)
 {
     CFuzzyTexts source(27);
-    const size_t length = kSanitized ? 4100 : 4300;
+    const size_t length = kVerySlow ? 4100 : 4300;
     const std::string query = source.Random("abcd", length);
     // The way back goes far from the diagonal here: through a middle that the other text lacks.
     const std::string other =
@@ -256,7 +256,7 @@ TEST(StringFuzzyPositions, RandomPairsAreAlignedBestWhicheverIsTheShorter)
 {
     CFuzzyTexts source(20);
     for (const std::string &alphabet : {std::string("ab"), std::string("abcdefgh"), std::string("\x00\x7F\x80\xFF", 4)})
-        for (int i = 0; i < (kSanitized ? 100 : 1000); ++i)
+        for (int i = 0; i < (kVerySlow ? 100 : 1000); ++i)
         {
             const std::string a = source.Random(alphabet, 1 + source.Below(i % 20 == 0 ? 300 : 40));
             const size_t length = 1 + source.Below(i % 20 == 0 ? 300 : 40);

@@ -222,7 +222,7 @@ TEST(StringFuzzy, NeitherStringChanges)
 TEST(StringFuzzy, EveryPairOfShortTextsWeighsAsTheRecurrenceSays)
 {
     std::vector<std::string> texts = EveryText("ab", 5);
-    if (!kSanitized)
+    if (!kVerySlow)
         for (const std::string &text : EveryText("abc", 4))
             texts.push_back(text);
     const std::vector<CString> strings = StringsOf(texts);
@@ -249,7 +249,7 @@ TEST(StringFuzzy, EveryPairOfLengthsWeighsAsTheRecurrenceSays)
 TEST(StringFuzzy, RandomPairsWeighAsTheRecurrenceSays)
 {
     CFuzzyTexts source(4);
-    const int rounds = kSanitized ? 300 : 3000;
+    const int rounds = kVerySlow ? 300 : 3000;
     for (const std::string &alphabet : {kFewLetters, std::string("abcd"), kLetters, kBytes})
         for (int i = 0; i < rounds; ++i)
         {
@@ -401,7 +401,7 @@ TEST(StringViewFuzzy, EmptinessGoesByLengthAndNullHasNoCharacters)
 
 TEST(StringViewFuzzy, EveryPairOfShortViewsWeighsAsTheRecurrenceSays)
 {
-    const std::vector<std::string> texts = EveryText("ab", kSanitized ? 4 : 5);
+    const std::vector<std::string> texts = EveryText("ab", kVerySlow ? 4 : 5);
     for (const std::string &a : texts)
         for (const std::string &b : texts)
             ASSERT_EQ(ViewOf(a).FuzzyMatch(ViewOf(b)), FuzzyModelWeight(a, b)) << a << " and " << b;
@@ -461,7 +461,7 @@ TEST(StringFuzzyList, EveryFormAgreesWithTheRecurrenceForEveryQueryAndListLength
         {
             SCOPED_TRACE(queryLength);
             const std::string query = source.Random(alphabet, queryLength);
-            const std::vector<std::string> texts = MixedTexts(source, query, alphabet, kSanitized ? 130 : 200);
+            const std::vector<std::string> texts = MixedTexts(source, query, alphabet, kVerySlow ? 130 : 200);
             const CString queryString = Fixed(query);
             const std::vector<CString> strings = StringsOf(texts);
             const std::vector<float> all = ModelWeights(query, texts);
@@ -842,7 +842,7 @@ TEST(StringFuzzyOrdered, TheArrayIsClearedEvenForAnEmptyListAndKeepsItsBlock)
 TEST(StringFuzzyOrdered, EqualWeightsEndWhereTheSortLeavesThem)
 {
     CFuzzyTexts source(12);
-    for (size_t count = 0; count <= (kSanitized ? 80u : 200u); ++count)
+    for (size_t count = 0; count <= (kVerySlow ? 80u : 200u); ++count)
     {
         std::vector<std::string> texts;
         for (size_t i = 0; i < count; ++i)

@@ -25,7 +25,7 @@ using namespace Quorvane;
 using namespace QuorvaneTest;
 
 const std::string kLetters = "aAb\x80";
-const size_t kLongest = kSanitized ? 4 : 5;
+const size_t kLongest = kVerySlow ? 4 : 5;
 
 // Bytes of a fixed container of this length.
 u64 FixedBytes(u64 length)
