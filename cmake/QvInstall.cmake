@@ -3,6 +3,10 @@
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
+# What programs need to run is the component `runtime`; the rest is for who builds them. Without a component, as with plain
+# `cmake --install`, all is installed.
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME development)
+
 set(QV_INSTALL_INCLUDEDIR "${CMAKE_INSTALL_INCLUDEDIR}/quorvane")
 set(QV_INSTALL_CMAKEDIR "${CMAKE_INSTALL_LIBDIR}/cmake/Quorvane")
 set(QV_INSTALL_PKGCONFIGDIR "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
@@ -15,8 +19,8 @@ target_include_directories(qv_kernel PUBLIC "$<INSTALL_INTERFACE:${QV_INSTALL_IN
 
 install(TARGETS qv_kernel EXPORT QuorvaneTargets
     ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
-    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
-    RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
+    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime NAMELINK_COMPONENT development
+    RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT runtime)
 install(EXPORT QuorvaneTargets NAMESPACE Quorvane:: DESTINATION "${QV_INSTALL_CMAKEDIR}")
 
 # While the major version is 0, each minor version may break the interface.
@@ -85,3 +89,5 @@ if(BUILD_SHARED_LIBS AND NOT WIN32)
 endif()
 
 install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION "${CMAKE_INSTALL_DATADIR}/licenses/quorvane")
+
+include(QvPackages)

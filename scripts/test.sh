@@ -91,8 +91,8 @@ if [ -n "$quick" ]; then
     exit
 fi
 
-# Debuggers, which show the types.
-ensure -- gdb lldb
+# Debuggers, which show the types; and who looks through packages.
+ensure -- gdb lldb lintian
 # Other machines, emulated.
 ensure -- qemu-user g++-aarch64-linux-gnu g++-arm-linux-gnueabihf
 # Alone: where the distribution does not have them, none of a list would be installed.
