@@ -61,6 +61,8 @@ DWORD RunTestAgain(int call, HANDLE errors)
     char program[MAX_PATH];
     GetModuleFileNameA(nullptr, program, MAX_PATH);
     SetEnvironmentVariableA(kCallVariable, std::to_string(call).c_str());
+    // Of one test, all but the first of several processes that share them would run none.
+    SetEnvironmentVariableA("GTEST_TOTAL_SHARDS", nullptr);
     SetHandleInformation(errors, HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT);
     STARTUPINFOA start = {};
     start.cb = sizeof(start);

@@ -154,6 +154,11 @@ public:
         m_Count = count;
         m_MaxCount = count;
     }
+    // Whether it says that it holds what lies at an address.
+    bool PretendsToHold(const void *address) const
+    {
+        return reinterpret_cast<ureg>(address) - reinterpret_cast<ureg>(Data()) < m_Count;
+    }
 };
 
 // While one lives, movements are counted from 0.
@@ -427,20 +432,22 @@ TEST(Array, AFullCountHasNoSuccessor)
 {
     CTestAllocator allocator;
     const CAssertRecorder recorder;
+    bool reachesOverArguments = false;
     for (const u32 count : {0xFFFFFFFFu, 0xFFFFFFFEu, 0xAAAAAAA5u})
     {
         CProbe array;
         array.PretendToBeFull(count);
         EXPECT_EQ(array.PushBack(u8(1)), CGuid::INVALID);
         const u8 value = 2;
+        reachesOverArguments = reachesOverArguments || array.PretendsToHold(&value);
         EXPECT_EQ(array.PushBack(value), CGuid::INVALID);
         EXPECT_EQ(array.Insert(0, u8(3)), CGuid::INVALID);
         EXPECT_EQ(array.Count(), count);
         array.PretendToBeFull(0);
     }
     EXPECT_EQ(recorder.CountOf(kNarrowingText), IfAsserting(9));
-    // Where addresses have 32 bits, an array that says so reaches over the arguments as well.
-    if (sizeof(void *) >= 8)
+    // Where the stack lies at low addresses, an array that says so reaches over the arguments as well.
+    if (!reachesOverArguments)
     {
         EXPECT_EQ(recorder.Count(), IfAsserting(9));
     }

@@ -71,7 +71,7 @@ void PutBack(SThreadCache *cache, void *block)
 // some KiB than it takes to fill it.
 void *TakeLarge(u64 size)
 {
-    SThreadCache *const cache = t_Cache;
+    SThreadCache *const cache = ThreadCache();
     if (size >= kMaxKeptLargeBytes || !IsReal(cache))
         return AllocLarge(size, kSmallStep);
     SKeptLarge &kept = cache->m_Large[size / kKeptLargeStep];
@@ -89,7 +89,7 @@ void *TakeLarge(u64 size)
 // Returns: false, with nothing done, for what is not kept, or is no large block.
 bool KeepLarge(void *block)
 {
-    SThreadCache *const cache = t_Cache;
+    SThreadCache *const cache = ThreadCache();
     if (block == nullptr || !IsReal(cache) || !HasHead(block))
         return false;
     const SLargeHead &head = HeadOf(block);

@@ -28,7 +28,7 @@ using namespace SmallBlocks;
 // The block of about a size that the calling thread keeps; null for none.
 void *KeptLarge(u64 size)
 {
-    return t_Cache->m_Large[size / kKeptLargeStep].m_Block;
+    return ThreadCache()->m_Large[size / kKeptLargeStep].m_Block;
 }
 
 class MemThreadCacheOwn : public COwnTest
@@ -269,7 +269,7 @@ TEST_F(MemThreadCacheOwn, ALargeBlockThatComesAndGoesByTurnsIsKept)
             for (const u64 size : {16384u, 100000u})
             {
                 Free(Alloc(size), size);
-                for (const SKeptLarge &kept : t_Cache->m_Large)
+                for (const SKeptLarge &kept : ThreadCache()->m_Large)
                     EXPECT_EQ(kept.m_Block, nullptr) << size;
             }
         });
