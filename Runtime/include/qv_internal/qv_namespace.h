@@ -22,9 +22,11 @@
 // The namespace's name as a macro, for macros that must reach into it from any other namespace.
 #define QV_NAMESPACE Quorvane
 
-// What stands below, and the atomics, is written with the builtins and attributes that these compilers share.
+// What stands below, and the atomics, is written with the builtins and attributes that these compilers share. Others stop
+// here, too.
 #if !defined(__GNUC__) && !defined(__clang__)
 #error "Quorvane is written for g++, clang++ and clang-cl"
+#include <Quorvane_needs_another_compiler>
 #endif
 
 // Branch hints: a check that fails is the exception.
