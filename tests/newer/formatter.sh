@@ -3,8 +3,18 @@
 # clang++ with its own library that is installed. Skipped (77) where there is none.
 #   formatter.sh <source folder> <scratch folder>
 set -u
-source=$1
+root=$1
 scratch=$2
+
+. "$root/tests/support/compile.inc"
+
+# compile_all calls it.
+# shellcheck disable=SC2317
+compile()
+{
+    "$compiler" -std=c++17 -stdlib=libc++ -O0 "-I$root/Runtime/include" \
+        "-I$root/Runtime/qv_kernel/include" -c "$2" -o "$1"
+}
 
 for version in 22 21 20 19; do
     compiler=clang++-$version
@@ -13,11 +23,14 @@ for version in 22 21 20 19; do
     if ! printf '#include <format>\n' | "$compiler" -std=c++20 -stdlib=libc++ -x c++ -E - >/dev/null 2>&1; then
         continue
     fi
+    # The library is the same one for programs of any standard.
+    join_services "$root"
+    # shellcheck disable=SC2086
+    compile_all $joined
     for standard in 20 23; do
         "$compiler" -std=c++$standard -stdlib=libc++ -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror \
-            -I"$source/Runtime/include" -I"$source/Runtime/qv_kernel/include" \
-            "$source/tests/newer/formatter.cpp" "$source"/Runtime/qv_kernel/layer_0/*/*.cpp \
-            -o "$scratch/formatter" || exit 1
+            -I"$root/Runtime/include" -I"$root/Runtime/qv_kernel/include" \
+            "$root/tests/newer/formatter.cpp" "$scratch"/*.o -o "$scratch/formatter" || exit 1
         echo "formatter: built as C++$standard with $compiler and its library"
         "$scratch/formatter" || exit
     done

@@ -17,7 +17,7 @@ inline std::string ModelToTerminator(const std::string &text)
 
 // Casing.
 
-inline char ModelUpper(char c)
+inline char ModelUpperLetter(char c)
 {
     static const std::string lower = "abcdefghijklmnopqrstuvwxyz";
     static const std::string upper = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
@@ -25,7 +25,7 @@ inline char ModelUpper(char c)
     return index != std::string::npos ? upper[index] : c;
 }
 
-inline char ModelLower(char c)
+inline char ModelLowerLetter(char c)
 {
     static const std::string lower = "abcdefghijklmnopqrstuvwxyz";
     static const std::string upper = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
@@ -36,14 +36,14 @@ inline char ModelLower(char c)
 inline std::string ModelUppercase(std::string text)
 {
     for (char &c : text)
-        c = ModelUpper(c);
+        c = ModelUpperLetter(c);
     return text;
 }
 
 inline std::string ModelLowercase(std::string text)
 {
     for (char &c : text)
-        c = ModelLower(c);
+        c = ModelLowerLetter(c);
     return text;
 }
 
@@ -67,8 +67,8 @@ inline bool ModelLess(const std::string &a, const std::string &b, bool ignoreCas
 {
     const auto lessCharacter = [&](char x, char y)
     {
-        return static_cast<unsigned char>(ignoreCase ? ModelLower(x) : x) <
-               static_cast<unsigned char>(ignoreCase ? ModelLower(y) : y);
+        return static_cast<unsigned char>(ignoreCase ? ModelLowerLetter(x) : x) <
+               static_cast<unsigned char>(ignoreCase ? ModelLowerLetter(y) : y);
     };
     return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(), lessCharacter);
 }

@@ -22,7 +22,7 @@ namespace
 using namespace Quorvane;
 
 const char kDataText[] = "m_Data != null";
-const char kIndexText[] = "index < m_Count";
+const char kViewIndexText[] = "index < m_Count";
 const char kSliceText[] = "start <= m_Count && count <= m_Count - start";
 const char kStridedDataText[] = "m_Storage.m_RawDataPtr != null";
 const char kStridedIndexText[] = "index < m_Storage.m_Count";
@@ -46,9 +46,9 @@ struct SRecord
 };
 
 // Cannot be default-constructed, so its scratch element is zeroed memory.
-struct SWithoutDefault
+struct SViewedWithoutDefault
 {
-    explicit SWithoutDefault(int value) : m_Value(value) {}
+    explicit SViewedWithoutDefault(int value) : m_Value(value) {}
 
     int m_Value;
     int m_Other = 5;
@@ -121,7 +121,7 @@ TEST(MemoryView, AnIndexBehindTheEndReports)
     const TMemoryView<int> view(values, 2);
     for (const u32 index : {2u, 3u, 0xFFFFFFFFu})
         view[index] = 9;
-    EXPECT_EQ(recorder.Expressions(), IfAsserting({kIndexText, kIndexText, kIndexText}));
+    EXPECT_EQ(recorder.Expressions(), IfAsserting({kViewIndexText, kViewIndexText, kViewIndexText}));
     EXPECT_EQ(values[2], 3);
 }
 
@@ -130,7 +130,7 @@ TEST(MemoryView, AnyIndexIntoAViewOfNothingReportsBothChecks)
     const CAssertRecorder recorder;
     const TMemoryView<int> view;
     view[0] = 1;
-    EXPECT_EQ(recorder.Expressions(), IfAsserting({kDataText, kIndexText}));
+    EXPECT_EQ(recorder.Expressions(), IfAsserting({kDataText, kViewIndexText}));
 }
 
 TEST(MemoryView, ANullPointerWithACountReports)
@@ -148,7 +148,7 @@ TEST(MemoryView, FirstAndLastOfAnEmptyViewReport)
     const TMemoryView<int> view(&value, 0);
     view.First() = 2;
     view.Last() = 3;
-    EXPECT_EQ(recorder.Expressions(), IfAsserting({kIndexText, kIndexText}));
+    EXPECT_EQ(recorder.Expressions(), IfAsserting({kViewIndexText, kViewIndexText}));
     EXPECT_EQ(value, 1);
 }
 
@@ -160,7 +160,7 @@ TEST(MemoryView, AssertAccessibleReportsWhatElementAccessReports)
     EXPECT_EQ(recorder.Count(), 0u);
     TMemoryView<int>(values)._AssertAccessible(2);
     TMemoryView<int>()._AssertAccessible(0);
-    EXPECT_EQ(recorder.Expressions(), IfAsserting({kIndexText, kDataText, kIndexText}));
+    EXPECT_EQ(recorder.Expressions(), IfAsserting({kViewIndexText, kDataText, kViewIndexText}));
 }
 
 TEST(MemoryView, AnAccessOutsideAnswersAFreshScratchElement)
@@ -192,7 +192,7 @@ TEST(MemoryView, AScratchElementIsConstructedAsTheTypeSays)
 TEST(MemoryView, AScratchElementWithoutDefaultConstructionIsZeroed)
 {
     const CAssertRecorder recorder;
-    const TMemoryView<SWithoutDefault> view;
+    const TMemoryView<SViewedWithoutDefault> view;
     EXPECT_EQ(view[0].m_Value, 0);
     EXPECT_EQ(view[0].m_Other, 0);
     view[0].m_Value = 9;
@@ -628,8 +628,8 @@ TEST(StridedMemoryView, ItsIteratorMovesInTheMannerOfAPointer)
 {
     SRecord records[] = {{1, 0, 0}, {2, 0, 0}, {3, 0, 0}};
     const TStridedMemoryView<SRecord> view(records, 2, 2 * sizeof(SRecord));
-    typedef TStridedMemoryView<SRecord>::Iterator Iterator;
-    Iterator it = view.Begin();
+    typedef TStridedMemoryView<SRecord>::Iterator IteratorOfView;
+    IteratorOfView it = view.Begin();
     EXPECT_EQ((*it).m_Key, 1u);
     EXPECT_EQ((it++)->m_Key, 1u);
     EXPECT_EQ(it->m_Key, 3u);
@@ -648,7 +648,7 @@ TEST(StridedMemoryView, ItsIteratorMovesInTheMannerOfAPointer)
     EXPECT_TRUE(view.Begin() <= view.Begin());
     EXPECT_TRUE(view.Begin() >= view.Begin());
     EXPECT_TRUE(view.Begin() != view.End());
-    EXPECT_TRUE(Iterator() == Iterator());
+    EXPECT_TRUE(IteratorOfView() == IteratorOfView());
 }
 
 TEST(StridedMemoryView, TheStandardAlgorithmsWork)

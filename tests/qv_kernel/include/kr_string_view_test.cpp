@@ -16,7 +16,7 @@ namespace
 using namespace Quorvane;
 using namespace QuorvaneTest;
 
-u32 LengthOfView(const CStringView &view)
+u32 LengthOfConstView(const CStringView &view)
 {
     return view.Length();
 }
@@ -38,9 +38,9 @@ TEST(ViewHeader, AViewIsAPlainValueOfPointerAndLength)
 TEST(ViewHeader, AStringBecomesAViewByItself)
 {
     const CString string("abc");
-    EXPECT_EQ(LengthOfView(string), 3u);
-    EXPECT_EQ(LengthOfView(CString("abcd")), 4u);
-    EXPECT_EQ(LengthOfView(string.View()), 3u);
+    EXPECT_EQ(LengthOfConstView(string), 3u);
+    EXPECT_EQ(LengthOfConstView(CString("abcd")), 4u);
+    EXPECT_EQ(LengthOfConstView(string.View()), 3u);
 }
 
 TEST(ViewHeader, DefaultViewIsNullAndEmpty)

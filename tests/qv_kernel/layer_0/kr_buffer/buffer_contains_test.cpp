@@ -23,9 +23,9 @@ namespace
 using Quorvane::SNativeStringUtils;
 using Quorvane::u32;
 
-const FPartTest kTests[] = {SNativeStringUtils::Contains, SNativeStringUtils::ContainsCase};
-const FPartTest kCaseTests[] = {SNativeStringUtils::ContainsCase};
-const FPartTest kExactTests[] = {SNativeStringUtils::Contains};
+const FPartTest kContainsTests[] = {SNativeStringUtils::Contains, SNativeStringUtils::ContainsCase};
+const FPartTest kContainsCaseTests[] = {SNativeStringUtils::ContainsCase};
+const FPartTest kContainsExactTests[] = {SNativeStringUtils::Contains};
 
 TEST(BufferContains, TellsWhetherTheTextHoldsIt)
 {
@@ -51,33 +51,33 @@ TEST(BufferContainsCase, IgnoresCase)
 
 TEST(BufferContains, NullAndEmptyAreContainedInEverything)
 {
-    for (FPartTest test : kTests)
+    for (FPartTest test : kContainsTests)
         ExpectNullAndEmptyAreContainedInEverything(test);
 }
 
 TEST(BufferContains, NullContainsNothingElse)
 {
-    for (FPartTest test : kTests)
+    for (FPartTest test : kContainsTests)
         ExpectNullContainsNothingElse(test);
 }
 
 TEST(BufferContains, TextsEndAtTheFirstTerminator)
 {
-    for (FPartTest test : kTests)
+    for (FPartTest test : kContainsTests)
         ExpectTextsEndAtTheFirstTerminator(test);
 }
 
 TEST(BufferContains, EachCharacterIsFoundInItselfAndItsOtherCaseOnly)
 {
-    for (FPartTest test : kExactTests)
+    for (FPartTest test : kContainsExactTests)
         ExpectEachCharacterIsFoundInItselfOnly(test, false);
-    for (FPartTest test : kCaseTests)
+    for (FPartTest test : kContainsCaseTests)
         ExpectEachCharacterIsFoundInItselfOnly(test, true);
 }
 
 TEST(BufferContains, NoLocaleChangesCase)
 {
-    for (FPartTest test : kCaseTests)
+    for (FPartTest test : kContainsCaseTests)
         ExpectNoLocaleChangesCase(test);
 }
 

@@ -31,14 +31,14 @@ protected:
 TYPED_TEST_SUITE(BufferEdit, CHelperForms, SFormNames);
 
 // Past four of the widest blocks.
-constexpr u32 kMaxLength = 130;
+constexpr u32 kMaxEditLength = 130;
 
-u32 LengthOf(const std::string &text)
+u32 EditLengthOf(const std::string &text)
 {
     return static_cast<u32>(text.size());
 }
 
-std::string Reversed(std::string text)
+std::string ReversedModel(std::string text)
 {
     std::reverse(text.begin(), text.end());
     return text;
@@ -50,7 +50,7 @@ template <typename Edit>
 void ExpectEdited(const std::string &text, char behind, size_t offset, const std::string &expected, const Edit &edit)
 {
     CCanaryText actual(text, behind, offset);
-    edit(actual.Data(), LengthOf(text));
+    edit(actual.Data(), EditLengthOf(text));
     ASSERT_EQ(actual.Everything(), CCanaryText(expected, behind, offset).Everything()) << text.size();
 }
 
@@ -58,7 +58,7 @@ void ExpectEdited(const std::string &text, char behind, size_t offset, const std
 template <typename Edit, typename Model>
 void ExpectEditedAtEveryLength(const Edit &edit, const Model &model)
 {
-    for (size_t length = 0; length <= kMaxLength; ++length)
+    for (size_t length = 0; length <= kMaxEditLength; ++length)
     {
         const std::string text = MixedText(length, length);
         for (const char behind : {'\0', 'a', 'A', '\xE1'})
@@ -74,7 +74,7 @@ template <typename Edit, typename Model>
 void ExpectEditedBetweenProtectedPages(const Edit &edit, const Model &model)
 {
     const CGuardedPage page;
-    for (size_t length = 0; length <= kMaxLength; ++length)
+    for (size_t length = 0; length <= kMaxEditLength; ++length)
     {
         const std::string text = MixedText(length, length);
         const size_t bytes = BlockBytes(length + 1);
@@ -83,7 +83,7 @@ void ExpectEditedBetweenProtectedPages(const Edit &edit, const Model &model)
             page.Fill();
             std::memset(data, 0, bytes);
             std::memcpy(data, text.data(), length);
-            edit(data, LengthOf(text));
+            edit(data, EditLengthOf(text));
             const std::string expected = model(text) + std::string(bytes - length, '\0');
             ASSERT_EQ(std::string(data, bytes), expected) << length;
             // And not a byte on the other side.
@@ -180,7 +180,7 @@ void ExpectCasedCopy(const std::string &text, char behind, const std::string &ex
     CCanaryText source(text, behind);
     const std::string sourceBefore = source.Everything();
     CCanaryText target(std::string(text.size(), '\xCD'), '\xCD');
-    copy(target.Data(), source.Data(), LengthOf(text));
+    copy(target.Data(), source.Data(), EditLengthOf(text));
     ASSERT_EQ(target.Everything(), CCanaryText(expected).Everything()) << text.size();
     ASSERT_EQ(source.Everything(), sourceBefore);
 }
@@ -191,7 +191,7 @@ TYPED_TEST(BufferEdit, CasingIntoCopyAtEveryLengthZeroesTheTailAlone)
 {
     const auto upper = [](char *dst, const char *src, u32 length) { TypeParam::Uppercase(dst, src, length); };
     const auto lower = [](char *dst, const char *src, u32 length) { TypeParam::Lowercase(dst, src, length); };
-    for (size_t length = 0; length <= kMaxLength; ++length)
+    for (size_t length = 0; length <= kMaxEditLength; ++length)
     {
         const std::string text = MixedText(length, length);
         for (const char behind : {'\0', 'a', 'A', '\xE1'})
@@ -206,7 +206,7 @@ TYPED_TEST(BufferEdit, CasingIntoCopyStaysBetweenProtectedPages)
 {
     const CGuardedPage sourcePage;
     const CGuardedPage targetPage;
-    for (size_t length = 0; length <= kMaxLength; ++length)
+    for (size_t length = 0; length <= kMaxEditLength; ++length)
     {
         const std::string text = MixedText(length);
         const size_t bytes = BlockBytes(length + 1);
@@ -217,7 +217,7 @@ TYPED_TEST(BufferEdit, CasingIntoCopyStaysBetweenProtectedPages)
             std::memset(source, 0, bytes);
             std::memcpy(source, text.data(), length);
             targetPage.Fill();
-            TypeParam::Uppercase(target, source, LengthOf(text));
+            TypeParam::Uppercase(target, source, EditLengthOf(text));
             ASSERT_EQ(std::string(target, bytes), ModelUpper(text) + std::string(bytes - length, '\0'));
         }
     }
@@ -235,21 +235,21 @@ TYPED_TEST(BufferEdit, Reverse16TurnsTheTextAround)
 
 TYPED_TEST(BufferEdit, ReverseOfDistinctCharactersAtEveryLength)
 {
-    for (size_t length = 0; length <= kMaxLength; ++length)
+    for (size_t length = 0; length <= kMaxEditLength; ++length)
     {
         const std::string text = AllCharacters(0xE0).substr(0, length);
-        ASSERT_NO_FATAL_FAILURE(ExpectEdited(text, '\0', 0, Reversed(text), TypeParam::Reverse));
+        ASSERT_NO_FATAL_FAILURE(ExpectEdited(text, '\0', 0, ReversedModel(text), TypeParam::Reverse));
     }
 }
 
 TYPED_TEST(BufferEdit, ReverseAtEveryLengthLeavesWhatStandsAround)
 {
-    ExpectEditedAtEveryLength(TypeParam::Reverse, Reversed);
+    ExpectEditedAtEveryLength(TypeParam::Reverse, ReversedModel);
 }
 
 TYPED_TEST(BufferEdit, ReverseStaysBetweenProtectedPages)
 {
-    ExpectEditedBetweenProtectedPages(TypeParam::Reverse, Reversed);
+    ExpectEditedBetweenProtectedPages(TypeParam::Reverse, ReversedModel);
 }
 
 // Replacement in place.
@@ -279,7 +279,7 @@ TYPED_TEST(BufferEdit, ReplaceInPlaceOfTerminatorsLeavesTheTail)
 
 TYPED_TEST(BufferEdit, ReplaceInPlaceFindsOneHitInEveryPlace)
 {
-    for (u32 length = 1; length <= kMaxLength; ++length)
+    for (u32 length = 1; length <= kMaxEditLength; ++length)
     {
         for (u32 place = 0; place < length; ++place)
         {
@@ -296,7 +296,7 @@ TYPED_TEST(BufferEdit, ReplaceInPlaceFindsOneHitInEveryPlace)
 
 TYPED_TEST(BufferEdit, ReplaceInPlaceDoesNotSeeWhatStandsBehind)
 {
-    for (u32 length = 0; length <= kMaxLength; ++length)
+    for (u32 length = 0; length <= kMaxEditLength; ++length)
     {
         const std::string text(length, 'x');
         CCanaryText actual(text, 'a');
@@ -356,10 +356,10 @@ void ExpectCopied(const std::string &text, char behind, char from, char to)
     const std::string sourceBefore = source.Everything();
     // The garbage of fresh memory, in the copy's own blocks.
     CCanaryText target(std::string(text.size(), '\xCD'), '\xCD');
-    ASSERT_EQ(Form::Replace(target.Data(), source.Data(), LengthOf(text), from, to), count) << text.size();
+    ASSERT_EQ(Form::Replace(target.Data(), source.Data(), EditLengthOf(text), from, to), count) << text.size();
     ASSERT_EQ(target.Everything(), CCanaryText(expected).Everything()) << text.size();
     CCanaryText uncounted(std::string(text.size(), '\xCD'), '\xCD');
-    Form::ReplaceUncounted(uncounted.Data(), source.Data(), LengthOf(text), from, to);
+    Form::ReplaceUncounted(uncounted.Data(), source.Data(), EditLengthOf(text), from, to);
     ASSERT_EQ(uncounted.Everything(), CCanaryText(expected).Everything()) << text.size();
     ASSERT_EQ(source.Everything(), sourceBefore);
 }
@@ -379,7 +379,7 @@ TYPED_TEST(BufferEdit, ReplaceIntoCopyAtEveryLengthZeroesTheTailAlone)
 {
     for (const auto &pair : kReplacements)
     {
-        for (size_t length = 0; length <= kMaxLength; ++length)
+        for (size_t length = 0; length <= kMaxEditLength; ++length)
         {
             for (const char behind : {'\0', pair[0], 'x'})
                 ASSERT_NO_FATAL_FAILURE(ExpectCopied<TypeParam>(MixedText(length, length), behind, pair[0], pair[1]));
@@ -389,7 +389,7 @@ TYPED_TEST(BufferEdit, ReplaceIntoCopyAtEveryLengthZeroesTheTailAlone)
 
 TYPED_TEST(BufferEdit, ReplaceIntoCopyFindsOneHitInEveryPlace)
 {
-    for (size_t length = 1; length <= kMaxLength; ++length)
+    for (size_t length = 1; length <= kMaxEditLength; ++length)
     {
         for (size_t place = 0; place < length; ++place)
         {
@@ -410,13 +410,13 @@ TYPED_TEST(BufferEdit, ReplaceIntoCopyWritesTheTerminatorsOwnBlock)
 
 TYPED_TEST(BufferEdit, ReplaceIntoItselfWorksInPlace)
 {
-    for (size_t length = 0; length <= kMaxLength; ++length)
+    for (size_t length = 0; length <= kMaxEditLength; ++length)
     {
         const std::string text = MixedText(length);
         size_t count = 0;
         const std::string expected = ModelReplace(text, 'M', '\xFF', &count);
         CCanaryText actual(text);
-        ASSERT_EQ(TypeParam::Replace(actual.Data(), actual.Data(), LengthOf(text), 'M', '\xFF'), count);
+        ASSERT_EQ(TypeParam::Replace(actual.Data(), actual.Data(), EditLengthOf(text), 'M', '\xFF'), count);
         ASSERT_EQ(actual.Everything(), CCanaryText(expected).Everything()) << length;
     }
 }
@@ -425,7 +425,7 @@ TYPED_TEST(BufferEdit, ReplaceIntoCopyStaysBetweenProtectedPages)
 {
     const CGuardedPage sourcePage;
     const CGuardedPage targetPage;
-    for (size_t length = 0; length <= kMaxLength; ++length)
+    for (size_t length = 0; length <= kMaxEditLength; ++length)
     {
         const std::string text = MixedText(length);
         const size_t bytes = BlockBytes(length + 1);
@@ -438,7 +438,7 @@ TYPED_TEST(BufferEdit, ReplaceIntoCopyStaysBetweenProtectedPages)
             std::memset(source, 0, bytes);
             std::memcpy(source, text.data(), length);
             targetPage.Fill();
-            ASSERT_EQ(TypeParam::Replace(target, source, LengthOf(text), 'a', 'b'), count);
+            ASSERT_EQ(TypeParam::Replace(target, source, EditLengthOf(text), 'a', 'b'), count);
             ASSERT_EQ(std::string(target, bytes), expected);
         }
     }
@@ -491,8 +491,8 @@ TYPED_TEST(BufferEdit, LongTextsFromEitherBoundary)
                                                      [&](char *data) { TypeParam::Uppercase(data, length); }));
             ASSERT_NO_FATAL_FAILURE(ExpectLongEdited(text, offset, ModelLower(text),
                                                      [&](char *data) { TypeParam::Lowercase(data, length); }));
-            ASSERT_NO_FATAL_FAILURE(
-                ExpectLongEdited(text, offset, Reversed(text), [&](char *data) { TypeParam::Reverse(data, length); }));
+            ASSERT_NO_FATAL_FAILURE(ExpectLongEdited(text, offset, ReversedModel(text),
+                                                     [&](char *data) { TypeParam::Reverse(data, length); }));
             ASSERT_NO_FATAL_FAILURE(
                 ExpectLongEdited(text, offset, replaced,
                                  [&](char *data) { EXPECT_EQ(TypeParam::Replace(data, length, 'M', '\xFF'), count); }));

@@ -22,7 +22,7 @@ using namespace QuorvaneTest;
 
 constexpr size_t kNowhere = std::string::npos;
 
-u32 LengthOf(const std::string &text)
+u32 LengthToSearch(const std::string &text)
 {
     return static_cast<u32>(text.size());
 }
@@ -35,14 +35,14 @@ size_t Found(const std::string &text, const char *found)
 
 size_t FindLast(const std::string &text, const std::string &needle)
 {
-    return Found(text,
-                 Internal::Buffer::FindLastInCounted(text.data(), LengthOf(text), needle.data(), LengthOf(needle)));
+    return Found(text, Internal::Buffer::FindLastInCounted(text.data(), LengthToSearch(text), needle.data(),
+                                                           LengthToSearch(needle)));
 }
 
 size_t FindLastCase(const std::string &text, const std::string &needle)
 {
-    return Found(text,
-                 Internal::Buffer::FindLastInCountedCase(text.data(), LengthOf(text), needle.data(), LengthOf(needle)));
+    return Found(text, Internal::Buffer::FindLastInCountedCase(text.data(), LengthToSearch(text), needle.data(),
+                                                               LengthToSearch(needle)));
 }
 
 std::string Reversed(const std::string &text)
@@ -190,8 +190,8 @@ TEST(BufferFindLast, SearchingGivesUpWithinItsCredit)
     {
         const std::string text = Reversed(hard.m_Text);
         const std::string needle = Reversed(hard.m_Needle);
-        const u32 length = LengthOf(text);
-        const u32 needleLength = LengthOf(needle);
+        const u32 length = LengthToSearch(text);
+        const u32 needleLength = LengthToSearch(needle);
         CSearch search(
             reinterpret_cast<const u8 *>(text.data()), length,
             {reinterpret_cast<const u8 *>(needle.data()), needleLength, 0, needleLength - 1, needleLength / 2});
@@ -226,7 +226,7 @@ TYPED_TEST(BufferFindLastForms, LastPairsAreFoundInEveryPlaceAtBothEndsOfMemory)
     const CGuardedPage page;
     for (const std::string needle : {"ab", "needle", "a needle longer than one block"})
     {
-        const u32 needleLength = LengthOf(needle);
+        const u32 needleLength = LengthToSearch(needle);
         const Internal::Buffer::SNeedle wanted = {reinterpret_cast<const u8 *>(needle.data()), needleLength, 0,
                                                   needleLength - 1, needleLength / 2};
         for (u32 length = needleLength; length <= 180; ++length)

@@ -121,7 +121,7 @@ void ExpectAgreement(const SMatcher &matcher, const std::vector<std::string> &pa
                 return;
 }
 
-std::string Repeated(const std::string &part, size_t count)
+std::string RepeatedPart(const std::string &part, size_t count)
 {
     std::string result;
     for (size_t i = 0; i < count; ++i)
@@ -378,20 +378,20 @@ TEST(BufferWildcard, WithoutInhibitorsBackslashIsOrdinary)
 
 // Against the model: about 700,000 pairs of pattern and text.
 
-const size_t kLongest = kSlow ? 5 : 6;
+const size_t kLongestPattern = kSlow ? 5 : 6;
 
 TEST(BufferWildcard, EveryShortPatternAgreesWithTheModel)
 {
-    const std::vector<std::string> texts = EveryText("ab", kLongest);
-    ExpectAgreement(kMatch, EveryText("ab*?", kLongest), texts);
-    ExpectAgreement(kMatchWithInhibitors, EveryText("ab*?", kLongest), texts);
+    const std::vector<std::string> texts = EveryText("ab", kLongestPattern);
+    ExpectAgreement(kMatch, EveryText("ab*?", kLongestPattern), texts);
+    ExpectAgreement(kMatchWithInhibitors, EveryText("ab*?", kLongestPattern), texts);
 }
 
 TEST(BufferWildcard, EveryShortPatternAgreesWithTheModelWithoutCase)
 {
-    const std::vector<std::string> texts = EveryText("Ab", kLongest);
-    ExpectAgreement(kMatchCase, EveryText("aB*?", kLongest), texts);
-    ExpectAgreement(kMatchCaseWithInhibitors, EveryText("aB*?", kLongest), texts);
+    const std::vector<std::string> texts = EveryText("Ab", kLongestPattern);
+    ExpectAgreement(kMatchCase, EveryText("aB*?", kLongestPattern), texts);
+    ExpectAgreement(kMatchCaseWithInhibitors, EveryText("aB*?", kLongestPattern), texts);
 }
 
 TEST(BufferWildcard, EveryShortPatternOfSpecialCharactersAgreesWithTheModel)
@@ -443,10 +443,10 @@ TEST(BufferWildcard, ManyStarsStayWithinTheBound)
 {
     const std::string text(2000, 'a');
     const std::string patterns[] = {
-        Repeated("a*", 100) + "b",         Repeated("*a", 100) + "*b",
-        Repeated("*a?", 100) + "b*",       Repeated("?*", 100) + "b",
-        Repeated("*", 200) + "b",          Repeated("*aaaaab", 50),
-        "*" + std::string(500, 'a') + "b", Repeated("*" + std::string(50, 'a'), 10) + "b",
+        RepeatedPart("a*", 100) + "b",     RepeatedPart("*a", 100) + "*b",
+        RepeatedPart("*a?", 100) + "b*",   RepeatedPart("?*", 100) + "b",
+        RepeatedPart("*", 200) + "b",      RepeatedPart("*aaaaab", 50),
+        "*" + std::string(500, 'a') + "b", RepeatedPart("*" + std::string(50, 'a'), 10) + "b",
     };
     for (const SMatcher &matcher : kMatchers)
     {
@@ -470,7 +470,7 @@ TEST(BufferWildcard, HardestPatternTakesAGoodPartOfTheBound)
 TEST(BufferWildcard, LongTextsNeedNoStack)
 {
     const std::string text(400000, 'a');
-    const std::string pattern = Repeated("*a", 400000);
+    const std::string pattern = RepeatedPart("*a", 400000);
     for (const SMatcher &matcher : kMatchers)
     {
         EXPECT_TRUE(matcher.m_Match(pattern.c_str(), text.c_str())) << matcher.m_Name;

@@ -26,7 +26,7 @@ namespace
 using namespace Quorvane;
 using namespace Quorvane::Internal::Buffer;
 
-constexpr int kLeft = -1; // to the platform
+constexpr int kLeftFlag = -1; // to the platform
 
 // Into a block of just `size` bytes, of which the first that no text takes are looked at. Not checked as a format, so that
 // anything may be given.
@@ -39,7 +39,7 @@ int Made(std::string &out, std::size_t size, EFormatLocale locale, const char *f
     const int length = FormatAsPrintf(buffer.get(), size, format, args, locale);
     va_end(args);
     if (length < 0)
-        return kLeft;
+        return kLeftFlag;
     const std::size_t written = std::min(size - 1, static_cast<std::size_t>(length));
     EXPECT_EQ(buffer[written], '\0');
     EXPECT_TRUE(written + 1 == size || buffer[written + 1] == '#');
@@ -68,7 +68,7 @@ void ExpectAsPlatform(const char *format, Arguments... arguments)
         const int made = Made(text, size, FormatLocale_C, format, arguments...);
         if (QV_OWN_PRINTF == 0)
         {
-            ASSERT_EQ(made, kLeft);
+            ASSERT_EQ(made, kLeftFlag);
             return;
         }
         ASSERT_EQ(made, length) << format;
@@ -151,7 +151,7 @@ void ExpectIntegers(const std::string &size, Integer value)
                 else if (isDefined)
                     ExpectAsPlatform(whole.c_str(), value);
                 else
-                    ASSERT_EQ(LengthMade(whole.c_str(), value), kLeft) << whole;
+                    ASSERT_EQ(LengthMade(whole.c_str(), value), kLeftFlag) << whole;
             }
     }
 }
@@ -194,7 +194,7 @@ TEST(PrintfFormat, WidthAndPrecisionComeFromTheArguments)
         ExpectAsPlatform("%.*d|%5.*x", number, 42, number, 42u);
         ExpectAsPlatform("%*.*o", number, -number, 42u);
     }
-    EXPECT_EQ(LengthMade("%*d", INT_MIN, 1), kLeft);
+    EXPECT_EQ(LengthMade("%*d", INT_MIN, 1), kLeftFlag);
 }
 
 #if defined(__GLIBC__)
@@ -204,9 +204,9 @@ TEST(PrintfFormat, AddressesAreWrittenAsThePlatformWritesThem)
     const void *const pointer = &object;
     ExpectAsPlatform("%p|%30p|%-30p|%*p", pointer, pointer, pointer, -25, pointer);
     ExpectAsPlatform("%p", reinterpret_cast<const void *>(~std::uintptr_t(0)));
-    EXPECT_EQ(LengthMade("%p", static_cast<const void *>(nullptr)), kLeft);
-    EXPECT_EQ(LengthMade("%+p", pointer), kLeft);
-    EXPECT_EQ(LengthMade("%.3p", pointer), kLeft);
+    EXPECT_EQ(LengthMade("%p", static_cast<const void *>(nullptr)), kLeftFlag);
+    EXPECT_EQ(LengthMade("%+p", pointer), kLeftFlag);
+    EXPECT_EQ(LengthMade("%.3p", pointer), kLeftFlag);
 }
 #endif
 
@@ -220,34 +220,34 @@ TEST(PrintfFormat, AWidthBeyondTheRoomIsCounted)
     EXPECT_EQ(Made(text, 8, FormatLocale_C, "%.107374182d|%*d", 1, INT_MAX - 107374183, 1), INT_MAX);
     EXPECT_EQ(text, "0000000");
     // No platform has a length for more.
-    EXPECT_EQ(Made(text, 8, FormatLocale_C, "%*d ", INT_MAX, 1), kLeft);
+    EXPECT_EQ(Made(text, 8, FormatLocale_C, "%*d ", INT_MAX, 1), kLeftFlag);
 }
 
 TEST(PrintfFormat, WhatIsNotKnownIsLeftToThePlatform)
 {
     const char *const null = nullptr;
-    EXPECT_EQ(LengthMade("%s", null), kLeft);
-    EXPECT_EQ(LengthMade("%d %ls", 1, L"wide"), kLeft);
-    EXPECT_EQ(LengthMade("%lc", L'w'), kLeft);
-    EXPECT_EQ(LengthMade("a%c", '\0'), kLeft);
-    EXPECT_EQ(LengthMade("a%c", 0x100), kLeft);
-    EXPECT_EQ(LengthMade("%Lf", 1.5L), kLeft);
-    EXPECT_EQ(LengthMade("%a", 1.5), kLeft);
-    EXPECT_EQ(LengthMade("%hf", 1.5), kLeft);
-    EXPECT_EQ(LengthMade("%#g", 1.5), kLeft);
-    EXPECT_EQ(LengthMade("%1$d", 1), kLeft);
-    EXPECT_EQ(LengthMade("%'d", 1000), kLeft);
-    EXPECT_EQ(LengthMade("%Id", 1000), kLeft);
-    EXPECT_EQ(LengthMade("%qd", 1LL), kLeft);
-    EXPECT_EQ(LengthMade("%m"), kLeft);
-    EXPECT_EQ(LengthMade("%05s", "a"), kLeft);
-    EXPECT_EQ(LengthMade("%+s", "a"), kLeft);
-    EXPECT_EQ(LengthMade("%.2c", 'a'), kLeft);
-    EXPECT_EQ(LengthMade("%5%"), kLeft);
-    EXPECT_EQ(LengthMade("%99999999999d", 1), kLeft);
-    EXPECT_EQ(LengthMade("%.99999999999d", 1), kLeft);
-    EXPECT_EQ(LengthMade("%.-3d", 1), kLeft);
-    EXPECT_EQ(LengthMade("%y", 1), kLeft);
+    EXPECT_EQ(LengthMade("%s", null), kLeftFlag);
+    EXPECT_EQ(LengthMade("%d %ls", 1, L"wide"), kLeftFlag);
+    EXPECT_EQ(LengthMade("%lc", L'w'), kLeftFlag);
+    EXPECT_EQ(LengthMade("a%c", '\0'), kLeftFlag);
+    EXPECT_EQ(LengthMade("a%c", 0x100), kLeftFlag);
+    EXPECT_EQ(LengthMade("%Lf", 1.5L), kLeftFlag);
+    EXPECT_EQ(LengthMade("%a", 1.5), kLeftFlag);
+    EXPECT_EQ(LengthMade("%hf", 1.5), kLeftFlag);
+    EXPECT_EQ(LengthMade("%#g", 1.5), kLeftFlag);
+    EXPECT_EQ(LengthMade("%1$d", 1), kLeftFlag);
+    EXPECT_EQ(LengthMade("%'d", 1000), kLeftFlag);
+    EXPECT_EQ(LengthMade("%Id", 1000), kLeftFlag);
+    EXPECT_EQ(LengthMade("%qd", 1LL), kLeftFlag);
+    EXPECT_EQ(LengthMade("%m"), kLeftFlag);
+    EXPECT_EQ(LengthMade("%05s", "a"), kLeftFlag);
+    EXPECT_EQ(LengthMade("%+s", "a"), kLeftFlag);
+    EXPECT_EQ(LengthMade("%.2c", 'a'), kLeftFlag);
+    EXPECT_EQ(LengthMade("%5%"), kLeftFlag);
+    EXPECT_EQ(LengthMade("%99999999999d", 1), kLeftFlag);
+    EXPECT_EQ(LengthMade("%.99999999999d", 1), kLeftFlag);
+    EXPECT_EQ(LengthMade("%.-3d", 1), kLeftFlag);
+    EXPECT_EQ(LengthMade("%y", 1), kLeftFlag);
 }
 
 TEST(PrintfFormat, AFormatThatEndsWithinADirectiveIsNotReadFurther)
@@ -256,7 +256,7 @@ TEST(PrintfFormat, AFormatThatEndsWithinADirectiveIsNotReadFurther)
     {
         const std::unique_ptr<char[]> exact(new char[format.size() + 1]);
         std::memcpy(exact.get(), format.c_str(), format.size() + 1);
-        EXPECT_EQ(LengthMade(exact.get(), 1), kLeft) << format;
+        EXPECT_EQ(LengthMade(exact.get(), 1), kLeftFlag) << format;
     }
 }
 
@@ -266,8 +266,8 @@ TEST(PrintfFormat, OnlyFloatingPointNumbersDependOnRounding)
     const int ofInteger = LengthMade("%d", 1);
     const int ofFloating = LengthMade("%.0f", 0.5);
     std::fesetround(FE_TONEAREST);
-    EXPECT_EQ(ofInteger, QV_OWN_PRINTF != 0 ? 1 : kLeft);
-    EXPECT_EQ(ofFloating, kLeft);
+    EXPECT_EQ(ofInteger, QV_OWN_PRINTF != 0 ? 1 : kLeftFlag);
+    EXPECT_EQ(ofFloating, kLeftFlag);
 }
 
 TEST(PrintfFormat, OnlyFloatingPointNumbersDependOnTheLocale)
@@ -282,8 +282,8 @@ TEST(PrintfFormat, OnlyFloatingPointNumbersDependOnTheLocale)
     std::setlocale(LC_ALL, kept.c_str());
     if (!hasComma)
         GTEST_SKIP() << "no locale with a decimal comma is installed";
-    EXPECT_EQ(ofInteger, QV_OWN_PRINTF != 0 ? 9 : kLeft);
-    EXPECT_EQ(ofFloating, kLeft);
+    EXPECT_EQ(ofInteger, QV_OWN_PRINTF != 0 ? 9 : kLeftFlag);
+    EXPECT_EQ(ofFloating, kLeftFlag);
 }
 
 } // namespace

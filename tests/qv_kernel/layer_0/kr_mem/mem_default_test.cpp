@@ -29,19 +29,19 @@ using namespace Quorvane;
 // 0, and all powers of two up to a page.
 const std::vector<u32> kAlignments = {0, 1, 2, 4, 8, 16, 32, 64, 128, 256, 512, 1024, 2048, 4096};
 
-u8 *Alloc(u64 size, u32 alignment = 0, Mem::EOrigin origin = Mem::Origin_Alloc)
+u8 *AllocDefault(u64 size, u32 alignment = 0, Mem::EOrigin origin = Mem::Origin_Alloc)
 {
     return static_cast<u8 *>(
         Mem::_RawAlloc(size, alignment, Mem::AllocType_Generic, origin, "Test|Default", __FILE__, __LINE__, __func__));
 }
 
-u8 *Realloc(void *block, u64 newSize, u32 alignment = 0)
+u8 *ReallocDefault(void *block, u64 newSize, u32 alignment = 0)
 {
     return static_cast<u8 *>(Mem::_RawRealloc(block, newSize, alignment, Mem::AllocType_Generic, "Test|Default",
                                               __FILE__, __LINE__, __func__));
 }
 
-void Free(void *block, Mem::EOrigin origin = Mem::Origin_Alloc)
+void FreeDefault(void *block, Mem::EOrigin origin = Mem::Origin_Alloc)
 {
     Mem::_RawFree(block, Mem::AllocType_Generic, origin, "Test|Default", __FILE__, __LINE__, __func__);
 }
@@ -83,7 +83,7 @@ TEST(MemDefault, BlocksHaveTheirAlignment)
             std::vector<u8 *> blocks;
             for (int i = 0; i < 8; ++i)
             {
-                blocks.push_back(Alloc(size, alignment));
+                blocks.push_back(AllocDefault(size, alignment));
                 ASSERT_NE(blocks.back(), nullptr);
                 EXPECT_TRUE(IsAligned(blocks.back(), alignment)) << alignment << ", " << size;
                 Fill(blocks.back(), size);
@@ -91,7 +91,7 @@ TEST(MemDefault, BlocksHaveTheirAlignment)
             for (u8 *block : blocks)
             {
                 EXPECT_TRUE(HoldsPattern(block, size));
-                Free(block);
+                FreeDefault(block);
             }
         }
 }
@@ -111,15 +111,15 @@ TEST(MemDefault, ObjectsAndRawBlocksOfEveryTypeAreServed)
 
 TEST(MemDefault, FreeFreesARawBlock)
 {
-    void *const block = Alloc(32);
+    void *const block = AllocDefault(32);
     ASSERT_NE(block, nullptr);
     Mem::Free(block, Mem::AllocType_Generic);
 }
 
 TEST(MemDefault, FreeingNullIsIgnored)
 {
-    Free(nullptr);
-    Free(nullptr, Mem::Origin_New);
+    FreeDefault(nullptr);
+    FreeDefault(nullptr, Mem::Origin_New);
     Mem::Free(nullptr, Mem::AllocType_Generic);
 }
 
@@ -127,14 +127,14 @@ TEST(MemDefault, ABlockOfSize0IsABlock)
 {
     for (const u32 alignment : kAlignments)
     {
-        u8 *const a = Alloc(0, alignment);
-        u8 *const b = Alloc(0, alignment);
+        u8 *const a = AllocDefault(0, alignment);
+        u8 *const b = AllocDefault(0, alignment);
         EXPECT_NE(a, nullptr);
         EXPECT_NE(b, nullptr);
         EXPECT_NE(a, b);
         EXPECT_TRUE(IsAligned(a, alignment));
-        Free(a);
-        Free(b);
+        FreeDefault(a);
+        FreeDefault(b);
     }
 }
 
@@ -142,12 +142,12 @@ TEST(MemDefault, ReallocationTo0KeepsABlock)
 {
     for (const u32 alignment : {0u, 16u, 64u})
     {
-        u8 *const block = Realloc(Alloc(100, alignment), 0, alignment);
+        u8 *const block = ReallocDefault(AllocDefault(100, alignment), 0, alignment);
         ASSERT_NE(block, nullptr);
-        u8 *const again = Realloc(block, 10, alignment);
+        u8 *const again = ReallocDefault(block, 10, alignment);
         ASSERT_NE(again, nullptr);
         Fill(again, 10);
-        Free(again);
+        FreeDefault(again);
     }
 }
 
@@ -155,11 +155,11 @@ TEST(MemDefault, ReallocationOfNullAllocates)
 {
     for (const u32 alignment : kAlignments)
     {
-        u8 *const block = Realloc(nullptr, 100, alignment);
+        u8 *const block = ReallocDefault(nullptr, 100, alignment);
         ASSERT_NE(block, nullptr);
         EXPECT_TRUE(IsAligned(block, alignment));
         Fill(block, 100);
-        Free(block);
+        FreeDefault(block);
     }
 }
 
@@ -169,16 +169,16 @@ TEST(MemDefault, ReallocationKeepsContentsUpToTheSmallerSize)
         for (const u64 oldSize : {1u, 15u, 16u, 17u, 1000u, 70000u})
             for (const u64 newSize : {1u, 15u, 16u, 17u, 1000u, 70000u, 200000u})
             {
-                u8 *const block = Alloc(oldSize, alignment);
+                u8 *const block = AllocDefault(oldSize, alignment);
                 ASSERT_NE(block, nullptr);
                 Fill(block, oldSize);
-                u8 *const moved = Realloc(block, newSize, alignment);
+                u8 *const moved = ReallocDefault(block, newSize, alignment);
                 ASSERT_NE(moved, nullptr);
                 EXPECT_TRUE(IsAligned(moved, alignment)) << alignment;
                 EXPECT_TRUE(HoldsPattern(moved, oldSize < newSize ? oldSize : newSize))
                     << alignment << ": " << oldSize << " to " << newSize;
                 Fill(moved, newSize);
-                Free(moved);
+                FreeDefault(moved);
             }
 }
 
@@ -187,14 +187,14 @@ TEST(MemDefault, ReallocationGivesTheAlignmentItIsAskedFor)
     for (const u32 before : {0u, 16u, 64u, 4096u})
         for (const u32 after : kAlignments)
         {
-            u8 *const block = Alloc(300, before);
+            u8 *const block = AllocDefault(300, before);
             ASSERT_NE(block, nullptr);
             Fill(block, 300);
-            u8 *const moved = Realloc(block, 500, after);
+            u8 *const moved = ReallocDefault(block, 500, after);
             ASSERT_NE(moved, nullptr);
             EXPECT_TRUE(IsAligned(moved, after)) << before << " to " << after;
             EXPECT_TRUE(HoldsPattern(moved, 300));
-            Free(moved);
+            FreeDefault(moved);
         }
 }
 
@@ -203,8 +203,8 @@ TEST(MemDefault, HugeSizesAreRefused)
     for (const u64 size : {~u64(0), ~u64(0) - 15, u64(1) << 63, (u64(1) << 63) - 1, u64(1) << 62})
         for (const u32 alignment : kAlignments)
         {
-            EXPECT_EQ(Alloc(size, alignment), nullptr) << size << ", " << alignment;
-            EXPECT_EQ(Realloc(nullptr, size, alignment), nullptr) << size << ", " << alignment;
+            EXPECT_EQ(AllocDefault(size, alignment), nullptr) << size << ", " << alignment;
+            EXPECT_EQ(ReallocDefault(nullptr, size, alignment), nullptr) << size << ", " << alignment;
         }
 }
 
@@ -212,13 +212,13 @@ TEST(MemDefault, ARefusedReallocationLeavesTheOldBlockValid)
 {
     for (const u32 alignment : {0u, 16u, 64u, 4096u})
     {
-        u8 *const block = Alloc(300, alignment);
+        u8 *const block = AllocDefault(300, alignment);
         ASSERT_NE(block, nullptr);
         Fill(block, 300);
         for (const u64 size : {~u64(0), u64(1) << 63, u64(1) << 62})
-            EXPECT_EQ(Realloc(block, size, alignment), nullptr);
+            EXPECT_EQ(ReallocDefault(block, size, alignment), nullptr);
         EXPECT_TRUE(HoldsPattern(block, 300));
-        Free(block);
+        FreeDefault(block);
     }
 }
 
@@ -228,16 +228,16 @@ TEST(MemDefault, ReallocationKeepsContentsOverEveryStep)
     for (u64 oldSize = 1; oldSize <= 2200; oldSize += 45)
         for (u64 newSize = 1; newSize <= 2600; newSize += 45)
         {
-            u8 *const block = Alloc(oldSize, 16);
+            u8 *const block = AllocDefault(oldSize, 16);
             ASSERT_NE(block, nullptr);
             Fill(block, oldSize);
-            u8 *const moved = Realloc(block, newSize, 16);
+            u8 *const moved = ReallocDefault(block, newSize, 16);
             ASSERT_NE(moved, nullptr);
             EXPECT_TRUE(IsAligned(moved, 16));
             EXPECT_TRUE(HoldsPattern(moved, oldSize < newSize ? oldSize : newSize)) << oldSize << " to " << newSize;
             Fill(moved, newSize);
             EXPECT_TRUE(HoldsPattern(moved, newSize));
-            Free(moved);
+            FreeDefault(moved);
         }
 }
 
@@ -255,19 +255,19 @@ SGrowth GrowTo(u64 length, u64 step, u32 alignment)
 {
     SGrowth growth = {0, 0};
     u64 capacity = 16;
-    u8 *block = Alloc(capacity, alignment);
+    u8 *block = AllocDefault(capacity, alignment);
     for (u64 cur = 0; cur < length; cur += step)
     {
         if (cur + step < capacity)
             continue;
         const u64 grown = (cur + step + 256 + 15) / 16 * 16;
-        u8 *const moved = Realloc(block, grown, alignment);
+        u8 *const moved = ReallocDefault(block, grown, alignment);
         if (moved != block)
             growth = {growth.m_Moves + 1, growth.m_BytesCopied + capacity};
         block = moved;
         capacity = grown;
     }
-    Free(block);
+    FreeDefault(block);
     return growth;
 }
 
@@ -293,16 +293,16 @@ TEST(MemDefault, ABlockThatShrinksBelowHalfGivesRoomBack)
         GTEST_SKIP() << "blocks are of exact sizes here";
     for (const u64 size : {200u, 2000u, 100000u})
     {
-        u8 *const block = Alloc(size, 16);
+        u8 *const block = AllocDefault(size, 16);
         Fill(block, size);
-        u8 *const shrunk = Realloc(block, size / 4, 16);
+        u8 *const shrunk = ReallocDefault(block, size / 4, 16);
         ASSERT_NE(shrunk, nullptr);
         EXPECT_TRUE(HoldsPattern(shrunk, size / 4));
         const u64 room = Mem::Internal::IsSmallBlock(shrunk)
                              ? Mem::Internal::ClassBytes(Mem::Internal::ClassOfSmallBlock(shrunk))
                              : Mem::Internal::RoomOfLarge(shrunk);
         EXPECT_LE(room, size / 4 + 48);
-        Free(shrunk);
+        FreeDefault(shrunk);
     }
 }
 
@@ -310,10 +310,10 @@ TEST(MemDefault, FreeingLargeBlocksByAddressGivesTheMemoryBack)
 {
 #if defined(__GLIBC__) && !QV_TEST_IS_SANITIZED
     constexpr size_t kBytes = 100000;
-    Free(Alloc(kBytes, 16));
+    FreeDefault(AllocDefault(kBytes, 16));
     const size_t before = mallinfo2().uordblks + mallinfo2().hblkhd;
     for (int i = 0; i < 1000; ++i)
-        Free(Alloc(kBytes, 16));
+        FreeDefault(AllocDefault(kBytes, 16));
     EXPECT_LE(mallinfo2().uordblks + mallinfo2().hblkhd, before + 300 * kBytes);
 #else
     GTEST_SKIP() << "the platform does not tell what is in use";
@@ -327,7 +327,7 @@ TEST(MemDefault, LargeBlocksLieWithinLinesOfTheCacheHoweverTheyCameAbout)
     std::vector<u8 *> between;
     for (u64 size = 2049; size < 3000000; size = size * 5 / 4 + 8)
     {
-        u8 *block = Alloc(size, 16);
+        u8 *block = AllocDefault(size, 16);
         ASSERT_NE(block, nullptr);
         EXPECT_EQ(reinterpret_cast<ureg>(block) % 32, 0u) << size;
         EXPECT_GE(Mem::Internal::RoomOfLarge(block), size);
@@ -336,7 +336,7 @@ TEST(MemDefault, LargeBlocksLieWithinLinesOfTheCacheHoweverTheyCameAbout)
         between.push_back(static_cast<u8 *>(std::malloc(static_cast<size_t>(24 + 16 * (size % 2)))));
         for (const u64 newSize : {size * 3, size * 2, size * 9})
         {
-            block = Realloc(block, newSize, 16);
+            block = ReallocDefault(block, newSize, 16);
             ASSERT_NE(block, nullptr);
             EXPECT_EQ(reinterpret_cast<ureg>(block) % 32, 0u) << newSize;
             EXPECT_GE(Mem::Internal::RoomOfLarge(block), newSize);
@@ -349,7 +349,7 @@ TEST(MemDefault, LargeBlocksLieWithinLinesOfTheCacheHoweverTheyCameAbout)
         if (i % 2 == 0)
             std::free(between[i]);
         else
-            Free(between[i]);
+            FreeDefault(between[i]);
     }
 }
 
@@ -363,15 +363,15 @@ TEST(MemDefault, ABlockMayComeToAnotherAlignmentWhenItIsResized)
             {
                 for (const u64 newSize : {size / 3, size * 4 / 5, size * 6 / 5, size * 3})
                 {
-                    u8 *const block = Alloc(size, from);
+                    u8 *const block = AllocDefault(size, from);
                     ASSERT_NE(block, nullptr);
                     EXPECT_TRUE(from == 0 || reinterpret_cast<ureg>(block) % from == 0) << from;
                     Fill(block, size);
-                    u8 *const resized = Realloc(block, newSize, to);
+                    u8 *const resized = ReallocDefault(block, newSize, to);
                     ASSERT_NE(resized, nullptr);
                     EXPECT_TRUE(to == 0 || reinterpret_cast<ureg>(resized) % to == 0) << from << " to " << to;
                     EXPECT_TRUE(HoldsPattern(resized, QVMin(size, newSize))) << from << " to " << to;
-                    Free(resized);
+                    FreeDefault(resized);
                 }
             }
         }
@@ -412,9 +412,10 @@ TEST(MemDefault, ReallocationCopiesNoMoreThanThePlatformDoes)
                              [](void *block) { std::free(block); });
     for (const u32 alignment : {0u, 1u, 16u})
     {
-        const s64 ours = BytesTakenByDoubling([&](u64 size) { return Alloc(size, alignment); },
-                                              [&](void *block, u64 size) { return Realloc(block, size, alignment); },
-                                              [](void *block) { Free(block); });
+        const s64 ours =
+            BytesTakenByDoubling([&](u64 size) { return AllocDefault(size, alignment); },
+                                 [&](void *block, u64 size) { return ReallocDefault(block, size, alignment); },
+                                 [](void *block) { FreeDefault(block); });
         // A quarter of a copy for whatever else happened meanwhile.
         EXPECT_LT(ours, platform + static_cast<s64>(kBigBytes / 4)) << "alignment " << alignment;
     }
@@ -428,7 +429,7 @@ TEST(MemDefault, AGrowthThatHasNoRoomToSpareGetsWhatItAskedFor)
     const SChildResult child = RunInChild(
         []
         {
-            u8 *const block = Alloc(200 * kMiB, 16);
+            u8 *const block = AllocDefault(200 * kMiB, 16);
             const u64 taken = AddressBytes();
             if (block == nullptr || taken == 0)
                 return 1;
@@ -436,8 +437,8 @@ TEST(MemDefault, AGrowthThatHasNoRoomToSpareGetsWhatItAskedFor)
             if (!LimitAddresses(taken + 80 * kMiB))
                 return kNoLimit;
             block[0] = 7;
-            u8 *const grown = Realloc(block, 250 * kMiB, 16);
-            return grown != nullptr && grown[0] == 7 && Realloc(grown, 400 * kMiB, 16) == nullptr ? 0 : 3;
+            u8 *const grown = ReallocDefault(block, 250 * kMiB, 16);
+            return grown != nullptr && grown[0] == 7 && ReallocDefault(grown, 400 * kMiB, 16) == nullptr ? 0 : 3;
         });
     if (child.m_ExitCode == kNoLimit)
         GTEST_SKIP() << "the system limits no memory, as in an emulator";

@@ -22,7 +22,7 @@ using namespace Quorvane::Mem::Internal;
 
 // Records of as many chunks as two groups have, and some; the system gives memory to those that are used.
 constexpr u32 kChunks = 2 * kBitsPerWord + 3;
-constexpr ureg kBytes = (kChunks + 1) * kChunkBytes;
+constexpr ureg kTestedBytes = (kChunks + 1) * kChunkBytes;
 
 class MemSlabSets : public ::testing::Test
 {
@@ -31,14 +31,14 @@ protected:
     {
         if (!kHasSmallRange)
             GTEST_SKIP() << "small blocks are the platform's here";
-        m_Memory = MapPages(kBytes, PageAccess_ReadWrite);
+        m_Memory = MapPages(kTestedBytes, PageAccess_ReadWrite);
         ASSERT_NE(m_Memory, nullptr);
         m_Sets.Begin((reinterpret_cast<ureg>(m_Memory) + kChunkBytes - 1) & ~(kChunkBytes - 1));
     }
     void TearDown() override
     {
         if (m_Memory != nullptr)
-            UnmapPages(m_Memory, kBytes);
+            UnmapPages(m_Memory, kTestedBytes);
     }
 
     void *m_Memory = nullptr;

@@ -21,7 +21,7 @@ namespace
 
 using namespace Quorvane;
 
-const char kTag[] = "Test|Tracking";
+const char kTrackedTag[] = "Test|Tracking";
 const char kOtherTag[] = "Test|Tracking|Other";
 const char kAllocFile[] = "made_here.cpp";
 const char kReallocFile[] = "resized_here.cpp";
@@ -40,19 +40,19 @@ Mem::SFigures Figures(const char *tag)
     return figures;
 }
 
-void *Alloc(u64 size, const char *tag = kTag, Mem::EOrigin origin = Mem::Origin_Alloc)
+void *AllocTracked(u64 size, const char *tag = kTrackedTag, Mem::EOrigin origin = Mem::Origin_Alloc)
 {
     return Mem::_RawAlloc(size, 0, Mem::AllocType_Generic, origin, tag, kAllocFile, 1234, "Make");
 }
 
-void *Realloc(void *block, u64 size, u32 alignment = 0)
+void *ReallocTracked(void *block, u64 size, u32 alignment = 0)
 {
-    return Mem::_RawRealloc(block, size, alignment, Mem::AllocType_Generic, kTag, kReallocFile, 2345, "Resize");
+    return Mem::_RawRealloc(block, size, alignment, Mem::AllocType_Generic, kTrackedTag, kReallocFile, 2345, "Resize");
 }
 
-void Free(void *block, Mem::EOrigin origin = Mem::Origin_Alloc)
+void FreeTracked(void *block, Mem::EOrigin origin = Mem::Origin_Alloc)
 {
-    Mem::_RawFree(block, Mem::AllocType_Generic, origin, kTag, kFreeFile, 3456, "Drop");
+    Mem::_RawFree(block, Mem::AllocType_Generic, origin, kTrackedTag, kFreeFile, 3456, "Drop");
 }
 
 bool Mentions(const std::string &text, const std::string &part)
@@ -77,91 +77,91 @@ TEST(MemTrackingOff, WithoutTrackingThereAreNoFigures)
 {
     if (IsTracking())
         GTEST_SKIP() << "the library was built with tracking";
-    void *const block = Alloc(100);
-    for (const char *const tag : {static_cast<const char *>(nullptr), kTag})
+    void *const block = AllocTracked(100);
+    for (const char *const tag : {static_cast<const char *>(nullptr), kTrackedTag})
     {
         Mem::SFigures figures = {5, 6};
         EXPECT_FALSE(Mem::LiveFigures(tag, figures));
         EXPECT_EQ(figures.m_LiveBlocks, 0u);
         EXPECT_EQ(figures.m_LiveBytes, 0u);
     }
-    Free(block);
+    FreeTracked(block);
 }
 
 TEST_F(MemTracking, FiguresCountLiveBlocksAndTheirBytesByTag)
 {
-    void *const a = Alloc(100);
-    void *const b = Alloc(20, kTag, Mem::Origin_New);
-    void *const c = Alloc(3, kOtherTag);
-    EXPECT_EQ(Figures(kTag).m_LiveBlocks, 2u);
-    EXPECT_EQ(Figures(kTag).m_LiveBytes, 120u);
+    void *const a = AllocTracked(100);
+    void *const b = AllocTracked(20, kTrackedTag, Mem::Origin_New);
+    void *const c = AllocTracked(3, kOtherTag);
+    EXPECT_EQ(Figures(kTrackedTag).m_LiveBlocks, 2u);
+    EXPECT_EQ(Figures(kTrackedTag).m_LiveBytes, 120u);
     EXPECT_EQ(Figures(kOtherTag).m_LiveBlocks, 1u);
     EXPECT_EQ(Figures(kOtherTag).m_LiveBytes, 3u);
-    Free(a);
-    EXPECT_EQ(Figures(kTag).m_LiveBlocks, 1u);
-    EXPECT_EQ(Figures(kTag).m_LiveBytes, 20u);
-    Free(b, Mem::Origin_New);
-    Free(c);
-    EXPECT_EQ(Figures(kTag).m_LiveBlocks, 0u);
-    EXPECT_EQ(Figures(kTag).m_LiveBytes, 0u);
+    FreeTracked(a);
+    EXPECT_EQ(Figures(kTrackedTag).m_LiveBlocks, 1u);
+    EXPECT_EQ(Figures(kTrackedTag).m_LiveBytes, 20u);
+    FreeTracked(b, Mem::Origin_New);
+    FreeTracked(c);
+    EXPECT_EQ(Figures(kTrackedTag).m_LiveBlocks, 0u);
+    EXPECT_EQ(Figures(kTrackedTag).m_LiveBytes, 0u);
     EXPECT_EQ(Figures(kOtherTag).m_LiveBlocks, 0u);
 }
 
 TEST_F(MemTracking, NullAsksForAllTags)
 {
     const Mem::SFigures before = Figures(nullptr);
-    void *const a = Alloc(100);
-    void *const b = Alloc(20, kOtherTag);
+    void *const a = AllocTracked(100);
+    void *const b = AllocTracked(20, kOtherTag);
     EXPECT_EQ(Figures(nullptr).m_LiveBlocks, before.m_LiveBlocks + 2);
     EXPECT_EQ(Figures(nullptr).m_LiveBytes, before.m_LiveBytes + 120);
-    Free(a);
-    Free(b);
+    FreeTracked(a);
+    FreeTracked(b);
     EXPECT_EQ(Figures(nullptr).m_LiveBlocks, before.m_LiveBlocks);
     EXPECT_EQ(Figures(nullptr).m_LiveBytes, before.m_LiveBytes);
 }
 
 TEST_F(MemTracking, TagsAreComparedAsText)
 {
-    const std::string sameText(kTag);
-    void *const block = Alloc(100);
+    const std::string sameText(kTrackedTag);
+    void *const block = AllocTracked(100);
     EXPECT_EQ(Figures(sameText.c_str()).m_LiveBlocks, 1u);
-    Free(block);
+    FreeTracked(block);
 }
 
 TEST_F(MemTracking, ABlockMayHaveNoTag)
 {
     const Mem::SFigures before = Figures(nullptr);
-    void *const block = Alloc(100, nullptr);
+    void *const block = AllocTracked(100, nullptr);
     EXPECT_EQ(Figures(nullptr).m_LiveBlocks, before.m_LiveBlocks + 1);
-    EXPECT_EQ(Figures(kTag).m_LiveBlocks, 0u);
-    Free(block);
+    EXPECT_EQ(Figures(kTrackedTag).m_LiveBlocks, 0u);
+    FreeTracked(block);
 }
 
 TEST_F(MemTracking, ReallocationChangesTheBytesOfItsBlock)
 {
     for (const u32 alignment : {0u, 64u})
     {
-        void *block = Realloc(nullptr, 10, alignment);
-        EXPECT_EQ(Figures(kTag).m_LiveBlocks, 1u);
-        EXPECT_EQ(Figures(kTag).m_LiveBytes, 10u);
-        block = Realloc(block, 100000, alignment);
-        EXPECT_EQ(Figures(kTag).m_LiveBlocks, 1u);
-        EXPECT_EQ(Figures(kTag).m_LiveBytes, 100000u);
-        block = Realloc(block, 7, alignment);
-        EXPECT_EQ(Figures(kTag).m_LiveBytes, 7u);
-        Free(block);
-        EXPECT_EQ(Figures(kTag).m_LiveBlocks, 0u);
+        void *block = ReallocTracked(nullptr, 10, alignment);
+        EXPECT_EQ(Figures(kTrackedTag).m_LiveBlocks, 1u);
+        EXPECT_EQ(Figures(kTrackedTag).m_LiveBytes, 10u);
+        block = ReallocTracked(block, 100000, alignment);
+        EXPECT_EQ(Figures(kTrackedTag).m_LiveBlocks, 1u);
+        EXPECT_EQ(Figures(kTrackedTag).m_LiveBytes, 100000u);
+        block = ReallocTracked(block, 7, alignment);
+        EXPECT_EQ(Figures(kTrackedTag).m_LiveBytes, 7u);
+        FreeTracked(block);
+        EXPECT_EQ(Figures(kTrackedTag).m_LiveBlocks, 0u);
     }
 }
 
 TEST_F(MemTracking, WhatIsRefusedIsNotCounted)
 {
-    void *const block = Alloc(10);
-    EXPECT_EQ(Alloc(~u64(0)), nullptr);
-    EXPECT_EQ(Realloc(block, ~u64(0)), nullptr);
-    EXPECT_EQ(Figures(kTag).m_LiveBlocks, 1u);
-    EXPECT_EQ(Figures(kTag).m_LiveBytes, 10u);
-    Free(block);
+    void *const block = AllocTracked(10);
+    EXPECT_EQ(AllocTracked(~u64(0)), nullptr);
+    EXPECT_EQ(ReallocTracked(block, ~u64(0)), nullptr);
+    EXPECT_EQ(Figures(kTrackedTag).m_LiveBlocks, 1u);
+    EXPECT_EQ(Figures(kTrackedTag).m_LiveBytes, 10u);
+    FreeTracked(block);
 }
 
 TEST_F(MemTracking, GoodManyBlocksAreToldApart)
@@ -169,13 +169,13 @@ TEST_F(MemTracking, GoodManyBlocksAreToldApart)
     constexpr int kCount = 5000;
     static void *blocks[kCount];
     for (int i = 0; i < kCount; ++i)
-        blocks[i] = Alloc(8);
-    EXPECT_EQ(Figures(kTag).m_LiveBlocks, 5000u);
+        blocks[i] = AllocTracked(8);
+    EXPECT_EQ(Figures(kTrackedTag).m_LiveBlocks, 5000u);
     const CAssertRecorder recorder;
     for (int i = 0; i < kCount; ++i)
-        Free(blocks[(i * 7) % kCount]);
+        FreeTracked(blocks[(i * 7) % kCount]);
     EXPECT_EQ(recorder.Count(), 0u);
-    EXPECT_EQ(Figures(kTag).m_LiveBlocks, 0u);
+    EXPECT_EQ(Figures(kTrackedTag).m_LiveBlocks, 0u);
 }
 
 TEST_F(MemTracking, AFreeWithAnotherOriginIsReportedAndFrees)
@@ -183,9 +183,9 @@ TEST_F(MemTracking, AFreeWithAnotherOriginIsReportedAndFrees)
     const CAssertRecorder recorder;
     for (const Mem::EOrigin origin : {Mem::Origin_Alloc, Mem::Origin_New})
     {
-        void *const block = Alloc(321, kTag, origin);
-        Free(block, origin == Mem::Origin_Alloc ? Mem::Origin_New : Mem::Origin_Alloc);
-        EXPECT_EQ(Figures(kTag).m_LiveBlocks, 0u);
+        void *const block = AllocTracked(321, kTrackedTag, origin);
+        FreeTracked(block, origin == Mem::Origin_Alloc ? Mem::Origin_New : Mem::Origin_Alloc);
+        EXPECT_EQ(Figures(kTrackedTag).m_LiveBlocks, 0u);
     }
     ASSERT_EQ(recorder.Count(), 2u);
     for (const SReport &report : recorder.Reports())
@@ -196,7 +196,7 @@ TEST_F(MemTracking, AFreeWithAnotherOriginIsReportedAndFrees)
         EXPECT_EQ(report.m_Function, "Drop");
         EXPECT_TRUE(Mentions(report.m_Message, "origin")) << report.m_Message;
         EXPECT_TRUE(Mentions(report.m_Message, "321")) << report.m_Message;
-        EXPECT_TRUE(Mentions(report.m_Message, kTag)) << report.m_Message;
+        EXPECT_TRUE(Mentions(report.m_Message, kTrackedTag)) << report.m_Message;
         EXPECT_TRUE(Mentions(report.m_Message, kAllocFile)) << report.m_Message;
         EXPECT_TRUE(Mentions(report.m_Message, "1234")) << report.m_Message;
     }
@@ -205,34 +205,34 @@ TEST_F(MemTracking, AFreeWithAnotherOriginIsReportedAndFrees)
 TEST_F(MemTracking, ABlockFreedTwiceIsReportedOnceAndNotFreedAgain)
 {
     const CAssertRecorder recorder;
-    void *const block = Alloc(321);
-    Free(block);
+    void *const block = AllocTracked(321);
+    FreeTracked(block);
     EXPECT_EQ(recorder.Count(), 0u);
-    Free(block);
+    FreeTracked(block);
     ASSERT_EQ(recorder.Count(), 1u);
     EXPECT_EQ(recorder.Last().m_File, kFreeFile);
     EXPECT_EQ(recorder.Last().m_Line, 3456);
     EXPECT_TRUE(Mentions(recorder.Last().m_Message, "twice")) << recorder.Last().m_Message;
-    EXPECT_TRUE(Mentions(recorder.Last().m_Message, kTag)) << recorder.Last().m_Message;
-    EXPECT_EQ(Figures(kTag).m_LiveBlocks, 0u);
+    EXPECT_TRUE(Mentions(recorder.Last().m_Message, kTrackedTag)) << recorder.Last().m_Message;
+    EXPECT_EQ(Figures(kTrackedTag).m_LiveBlocks, 0u);
 }
 
 TEST_F(MemTracking, ABlockResizedAfterItWasFreedIsReportedAndRefused)
 {
     const CAssertRecorder recorder;
-    void *const block = Alloc(321);
-    Free(block);
-    EXPECT_EQ(Realloc(block, 400), nullptr);
+    void *const block = AllocTracked(321);
+    FreeTracked(block);
+    EXPECT_EQ(ReallocTracked(block, 400), nullptr);
     ASSERT_EQ(recorder.Count(), 1u);
     EXPECT_EQ(recorder.Last().m_File, kReallocFile);
-    EXPECT_EQ(Figures(kTag).m_LiveBlocks, 0u);
+    EXPECT_EQ(Figures(kTrackedTag).m_LiveBlocks, 0u);
 }
 
 TEST_F(MemTracking, AForeignBlockIsReportedAndLeftAlone)
 {
     const CAssertRecorder recorder;
     int foreign = 5;
-    Free(&foreign);
+    FreeTracked(&foreign);
     EXPECT_EQ(recorder.Count(), 1u);
     EXPECT_EQ(recorder.Last().m_File, kFreeFile);
     EXPECT_EQ(foreign, 5);
@@ -241,12 +241,12 @@ TEST_F(MemTracking, AForeignBlockIsReportedAndLeftAlone)
 TEST_F(MemTracking, ResizingAnObjectIsReportedAndRefused)
 {
     const CAssertRecorder recorder;
-    void *const object = Alloc(16, kTag, Mem::Origin_New);
-    EXPECT_EQ(Realloc(object, 32), nullptr);
+    void *const object = AllocTracked(16, kTrackedTag, Mem::Origin_New);
+    EXPECT_EQ(ReallocTracked(object, 32), nullptr);
     ASSERT_EQ(recorder.Count(), 1u);
     EXPECT_EQ(recorder.Last().m_File, kReallocFile);
-    EXPECT_EQ(Figures(kTag).m_LiveBytes, 16u);
-    Free(object, Mem::Origin_New);
+    EXPECT_EQ(Figures(kTrackedTag).m_LiveBytes, 16u);
+    FreeTracked(object, Mem::Origin_New);
     EXPECT_EQ(recorder.Count(), 1u);
 }
 
@@ -256,14 +256,14 @@ TEST_F(MemTracking, AHandlerOfItsReportsMayAllocate)
     const Assert::FHandler before = Assert::SetHandler(
         [](const char *, const char *, int, const char *, const char *, const char *)
         {
-            Free(Alloc(8));
+            FreeTracked(AllocTracked(8));
             return 2;
         });
-    void *const block = Alloc(16);
-    Free(block, Mem::Origin_New);
-    Free(block);
+    void *const block = AllocTracked(16);
+    FreeTracked(block, Mem::Origin_New);
+    FreeTracked(block);
     Assert::SetHandler(before);
-    EXPECT_EQ(Figures(kTag).m_LiveBlocks, 0u);
+    EXPECT_EQ(Figures(kTrackedTag).m_LiveBlocks, 0u);
 }
 
 TEST_F(MemTracking, Answer0ToItsReportsBreaks)
@@ -272,7 +272,7 @@ TEST_F(MemTracking, Answer0ToItsReportsBreaks)
         []
         {
             const CAssertRecorder recorder(0);
-            Free(Alloc(16), Mem::Origin_New);
+            FreeTracked(AllocTracked(16), Mem::Origin_New);
             return 0;
         });
     EXPECT_EQ(child.m_Signal, SIGTRAP);
@@ -284,7 +284,7 @@ TEST_F(MemTracking, BlocksStillLiveAtExitAreReportedAsLeaked)
         []
         {
             Assert::SetHandler(nullptr);
-            return Alloc(54321) != nullptr && Alloc(65432, kOtherTag) != nullptr ? 0 : 1;
+            return AllocTracked(54321) != nullptr && AllocTracked(65432, kOtherTag) != nullptr ? 0 : 1;
         });
     EXPECT_EQ(child.m_ExitCode, 0);
     EXPECT_TRUE(Mentions(child.m_Stderr, "leaked")) << child.m_Stderr;
@@ -299,9 +299,9 @@ TEST_F(MemTracking, WhatIsFreedDuringExitIsNoLeak)
     const SChildResult child = RunInChild(
         []
         {
-            static void *s_Block = Alloc(54321);
+            static void *s_Block = AllocTracked(54321);
             Assert::SetHandler(nullptr);
-            std::atexit([] { Free(s_Block); });
+            std::atexit([] { FreeTracked(s_Block); });
             return 0;
         });
     EXPECT_EQ(child.m_ExitCode, 0);
@@ -317,18 +317,18 @@ TEST_F(MemTracking, ACopyOfTheProcessMayAllocateWhoeverWasAllocating)
     const auto work = [&done]
     {
         while (!done)
-            Free(Realloc(Alloc(100), 200));
+            FreeTracked(ReallocTracked(AllocTracked(100), 200));
     };
     std::thread first(work);
     std::thread second(work);
-    void *const before = Alloc(300);
+    void *const before = AllocTracked(300);
     for (int round = 0; round < 50; ++round)
     {
         const auto inCopy = [before]
         {
-            Free(before);
+            FreeTracked(before);
             for (int i = 0; i < 1000; ++i)
-                Free(Realloc(Alloc(100), 200));
+                FreeTracked(ReallocTracked(AllocTracked(100), 200));
             return 0;
         };
         EXPECT_EQ(RunInCopy(inCopy), 0);
@@ -336,7 +336,7 @@ TEST_F(MemTracking, ACopyOfTheProcessMayAllocateWhoeverWasAllocating)
     done = true;
     first.join();
     second.join();
-    Free(before);
+    FreeTracked(before);
 }
 
 } // namespace QuorvaneTest

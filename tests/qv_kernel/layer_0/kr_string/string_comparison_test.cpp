@@ -371,14 +371,14 @@ void ExpectRelation(const A &a, const B &b, const std::string &relation)
 }
 
 // No container; one of length 0; a text that begins with a terminator; two texts.
-std::vector<CString> Strings()
+std::vector<CString> StringsToOrder()
 {
     return {CString(), Resizable(""), Fixed(std::string("\0b", 2)), CString("a"), CString("b")};
 }
 
 TEST(StringComparison, EveryEmptyStringOrdersWithBuffersAsPromised)
 {
-    const std::vector<CString> strings = Strings();
+    const std::vector<CString> strings = StringsToOrder();
     const char *const buffers[] = {nullptr, "", "a", "b"};
     const std::vector<CRow> rows = {{"=-", "=<", "!<", "!<"},
                                     {"=>", "=-", "!<", "!<"},
@@ -402,7 +402,7 @@ TEST(StringComparison, EveryEmptyStringOrdersWithBuffersAsPromised)
 
 TEST(StringComparison, EveryEmptyStringOrdersWithViewsAsPromised)
 {
-    const std::vector<CString> strings = Strings();
+    const std::vector<CString> strings = StringsToOrder();
     const CStringView views[] = {CStringView(), CStringView("a", 0), CStringView("a", 1), CStringView("b", 1)};
     const std::vector<CRow> rows = {{"=-", "=<", "!<", "!<"},
                                     {"=>", "=-", "!<", "!<"},
@@ -426,8 +426,8 @@ TEST(StringComparison, EveryEmptyStringOrdersWithViewsAsPromised)
 
 TEST(StringComparison, EveryEmptyStringOrdersWithStringsAsPromised)
 {
-    const std::vector<CString> strings = Strings();
-    const std::vector<CString> others = Strings();
+    const std::vector<CString> strings = StringsToOrder();
+    const std::vector<CString> others = StringsToOrder();
     // Two texts of which one begins with a terminator are told apart by length, and ordered by the first one's.
     const std::vector<CRow> rows = {{"=-", "=<", "=<", "!<", "!<"},
                                     {"=>", "=-", "!-", "!<", "!<"},
@@ -749,7 +749,7 @@ TEST(StringComparison, EveryPairOfShortTextsWithTerminatorsOrdersAsTheModelSays)
 // The end of memory.
 
 // Texts of a length: all the same, differing at the end, differing at the start, ending in terminators.
-std::vector<std::string> TextsOf(size_t length)
+std::vector<std::string> TextsOfLength(size_t length)
 {
     std::vector<std::string> texts = {std::string(length, 'a')};
     if (length != 0)
@@ -775,7 +775,7 @@ TEST(StringComparison, OrderReadsNothingBehindTheLastBlockOfEitherString)
     std::vector<CString> strings;
     for (const size_t length : lengths)
     {
-        for (const std::string &text : TextsOf(length))
+        for (const std::string &text : TextsOfLength(length))
         {
             texts.push_back(text);
             strings.push_back(length % 2 != 0 ? Fixed(text) : WithoutSpareRoom(text));

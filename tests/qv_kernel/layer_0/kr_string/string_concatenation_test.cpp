@@ -393,7 +393,7 @@ void CheckKnownLengths(std::integer_sequence<u32, Lengths...>, const std::string
 
 // The lengths around which a buffer of one block is full, behind the small ones.
 const size_t kLengths[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 12, 15, 16};
-const std::string kLetters = "abcdefghijklmnopqrstuvwxyz";
+const std::string kAppendedLetters = "abcdefghijklmnopqrstuvwxyz";
 
 class StringConcatenationExhaustive : public ::testing::TestWithParam<EVerb>
 {
@@ -405,7 +405,7 @@ TEST_P(StringConcatenationExhaustive, EveryPieceOfTheStringItself)
     for (const size_t length : kLengths)
     {
         CTestAllocator allocator;
-        CheckOwnPieces(GetParam(), kLetters.substr(0, length), allocator);
+        CheckOwnPieces(GetParam(), kAppendedLetters.substr(0, length), allocator);
         if (HasFatalFailure())
             return;
     }
@@ -424,13 +424,13 @@ TEST_P(StringConcatenationExhaustive, EveryKindOfForeignText)
                                   "x/",
                                   "0123456789ABCDE",
                                   "0123456789ABCDEF",
-                                  kLetters + kLetters,
+                                  kAppendedLetters + kAppendedLetters,
                                   std::string(400, 'y')};
     for (const size_t length : kLengths)
         for (const std::string &piece : pieces)
         {
             CTestAllocator allocator;
-            CheckForeignPiece(GetParam(), kLetters.substr(0, length), piece, allocator);
+            CheckForeignPiece(GetParam(), kAppendedLetters.substr(0, length), piece, allocator);
             if (HasFatalFailure())
                 return;
         }
@@ -443,7 +443,7 @@ TEST_P(StringConcatenationExhaustive, NullAsIfEmpty)
     for (const size_t length : kLengths)
     {
         CTestAllocator allocator;
-        CheckNull(GetParam(), kLetters.substr(0, length), allocator);
+        CheckNull(GetParam(), kAppendedLetters.substr(0, length), allocator);
         if (HasFatalFailure())
             return;
     }
@@ -456,7 +456,8 @@ TEST(StringAppendExhaustive, EveryShortLengthThatTheCompilerKnows)
     for (const size_t length : {0u, 1u, 14u, 15u, 16u, 17u, 31u})
     {
         CTestAllocator allocator;
-        CheckKnownLengths(std::make_integer_sequence<u32, 36>(), (kLetters + kLetters).substr(0, length), allocator);
+        CheckKnownLengths(std::make_integer_sequence<u32, 36>(),
+                          (kAppendedLetters + kAppendedLetters).substr(0, length), allocator);
         if (HasFatalFailure())
             return;
     }
@@ -517,7 +518,7 @@ TEST(StringPathJoinExhaustive, EveryPieceOfTextsThatFillABlock)
         for (const size_t length : {13u, 15u, 16u})
         {
             CTestAllocator allocator;
-            CheckOwnPieces(Verb_Join, kLetters.substr(0, length - tail.size()) + tail, allocator);
+            CheckOwnPieces(Verb_Join, kAppendedLetters.substr(0, length - tail.size()) + tail, allocator);
             if (HasFatalFailure())
                 return;
         }
@@ -1006,7 +1007,8 @@ TEST_P(StringConcatenationExhaustive, EveryArgumentInTheStringsOwnRoom)
                                     continue;
                                 if (length + 6 < capacity && kSlow)
                                     continue;
-                                const std::string text = kLetters.substr(0, 16) + kLetters.substr(0, 16);
+                                const std::string text =
+                                    kAppendedLetters.substr(0, 16) + kAppendedLetters.substr(0, 16);
                                 const SOwnCase own = {GetParam(), form, storage, shared, refused};
                                 CheckOwnRooms(own, text.substr(0, length - LengthOf(end)) + end, capacity, recorder);
                                 if (HasFatalFailure())
@@ -1017,7 +1019,7 @@ TEST_P(StringConcatenationExhaustive, EveryArgumentInTheStringsOwnRoom)
 TEST(StringAppend, OfATerminatorsPlaceIsCarriedOverWhenTheBlockMoves)
 {
     CTestAllocator allocator;
-    const std::string text = (kLetters + kLetters).substr(0, 31);
+    const std::string text = (kAppendedLetters + kAppendedLetters).substr(0, 31);
     CString appended = Resizable(text, 31);
     appended.Append(CStringView(appended.Data() + 31, 1));
     EXPECT_EQ(TextOf(appended), text + std::string(1, '\0'));

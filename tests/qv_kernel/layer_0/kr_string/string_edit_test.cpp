@@ -21,7 +21,7 @@ namespace
 using namespace Quorvane;
 using namespace QuorvaneTest;
 
-const std::string kLetters = "aAb\x80";
+const std::string kEditedLetters = "aAb\x80";
 
 // Texts that tell every position apart, of lengths around the blocks.
 std::string Counting(size_t length)
@@ -33,15 +33,15 @@ std::string Counting(size_t length)
 }
 
 // A string to edit and another one that shares its container.
-struct SShared
+struct SSharedEdited
 {
     CString m_String;
     CString m_Other;
 };
 
-SShared SharedText(const std::string &text)
+SSharedEdited SharedText(const std::string &text)
 {
-    SShared shared;
+    SSharedEdited shared;
     shared.m_String = Fixed(text);
     shared.m_Other = shared.m_String;
     return shared;
@@ -334,12 +334,12 @@ TEST(StringEdit, ReplaceOfACharacterWorksAtEveryLengthAndPlaceAtTheEndOfMemory)
 
 TEST(StringEdit, EveryCharacterIsReplacedInEveryShortTextAsTheModelSays)
 {
-    for (const std::string &text : EveryText(kLetters, 5))
+    for (const std::string &text : EveryText(kEditedLetters, 5))
     {
         const CString source = Fixed(text);
-        for (const char from : kLetters + "x")
+        for (const char from : kEditedLetters + "x")
         {
-            for (const char to : kLetters + "x")
+            for (const char to : kEditedLetters + "x")
             {
                 ASSERT_EQ(TextOf(source.Replace(from, to)), ModelReplaced(text, from, to));
             }
@@ -423,7 +423,7 @@ TEST(StringEdit, StripWithANullOrEmptySetStripsNothing)
     {
         for (const char *set : {static_cast<const char *>(nullptr), ""})
         {
-            SShared shared = SharedText("  ab  ");
+            SSharedEdited shared = SharedText("  ab  ");
             const CStringContainer *const container = ContainerOf(shared.m_String);
             const u64 requests = allocator.RequestCount();
             (shared.m_String.*strip.m_Strip)(set);
@@ -439,7 +439,7 @@ TEST(StringEdit, StripWithNothingToStripLeavesASharedContainerShared)
     CTestAllocator allocator;
     for (const SStrip &strip : kStrips)
     {
-        SShared shared = SharedText("a b");
+        SSharedEdited shared = SharedText("a b");
         const CStringContainer *const container = ContainerOf(shared.m_String);
         const u64 requests = allocator.RequestCount();
         (shared.m_String.*strip.m_Strip)(" x");
@@ -519,7 +519,7 @@ TEST(StringEdit, StripOfASharedContainerCopiesItOnce)
     CTestAllocator allocator;
     for (const SStrip &strip : kStrips)
     {
-        SShared shared = SharedText("xxaxbxx");
+        SSharedEdited shared = SharedText("xxaxbxx");
         allocator.RefuseNth(0);
         (shared.m_String.*strip.m_Strip)("x");
         EXPECT_EQ(allocator.RequestCount(), 1u) << strip.m_Name;
@@ -554,7 +554,7 @@ TEST(StringEdit, StripOfNothingElseLeavesTheOtherHolderOfASharedContainerAlone)
 {
     for (const SStrip &strip : kStrips)
     {
-        SShared shared = SharedText("abab");
+        SSharedEdited shared = SharedText("abab");
         (shared.m_String.*strip.m_Strip)("ab");
         EXPECT_EQ(shared.m_String.Length(), 0u) << strip.m_Name;
         EXPECT_TRUE(shared.m_String.Empty()) << strip.m_Name;
@@ -566,7 +566,7 @@ TEST(StringEdit, StripOfNothingElseLeavesTheOtherHolderOfASharedContainerAlone)
 TEST(StringEdit, StripLeftOfNothingElseLetsGoOfASharedContainer)
 {
     CTestAllocator allocator;
-    SShared shared = SharedText("abab");
+    SSharedEdited shared = SharedText("abab");
     const u64 requests = allocator.RequestCount();
     shared.m_String.StripLeft("ab");
     EXPECT_EQ(shared.m_String.Data(), nullptr);
@@ -618,7 +618,7 @@ TEST(StringEdit, TheSetMayBeAPieceOfTheSharedContainer)
 {
     for (const SStrip &strip : kStrips)
     {
-        SShared shared = SharedText("bacb");
+        SSharedEdited shared = SharedText("bacb");
         (shared.m_String.*strip.m_Strip)(shared.m_String.Data() + 3);
         ExpectText(shared.m_String, strip.m_Model("bacb", "b"));
         ExpectText(shared.m_Other, "bacb");
@@ -627,14 +627,14 @@ TEST(StringEdit, TheSetMayBeAPieceOfTheSharedContainer)
 
 TEST(StringEdit, EverySetOfLettersIsStrippedFromEveryShortTextAsTheModelSays)
 {
-    for (const std::string &text : EveryText(kLetters, 5))
+    for (const std::string &text : EveryText(kEditedLetters, 5))
     {
         for (unsigned members = 0; members < 16; ++members)
         {
             std::string set;
             for (unsigned letter = 0; letter < 4; ++letter)
                 if ((members >> letter & 1) != 0)
-                    set += kLetters[letter];
+                    set += kEditedLetters[letter];
             for (const SStrip &strip : kStrips)
             {
                 for (const bool isShared : {false, true})
@@ -674,8 +674,8 @@ TEST(StringEdit, StripTouchesNothingOutsideItsBlocksAtTheEndOfMemory)
 
 TEST(StringEdit, StripLeftRefusedItsCopyLeavesAnEmptyStringWithoutAReport)
 {
-    SweepRefusals([] { return SharedText("  ab  "); }, [](SShared &shared) { shared.m_String.StripLeft(" "); },
-                  [](const SShared &shared, const SRefusal &refusal, const CAssertRecorder &recorder)
+    SweepRefusals([] { return SharedText("  ab  "); }, [](SSharedEdited &shared) { shared.m_String.StripLeft(" "); },
+                  [](const SSharedEdited &shared, const SRefusal &refusal, const CAssertRecorder &recorder)
                   {
                       ExpectText(shared.m_String, refusal.m_Refused ? "" : "ab  ");
                       EXPECT_EQ(shared.m_String.Data() == nullptr, refusal.m_Refused);
@@ -688,8 +688,8 @@ TEST(StringEdit, StripRightRefusedItsCopyLeavesAnEmptyStringAndReports)
 {
     for (const char *text : {"  ab  ", "      "})
     {
-        SweepRefusals([&] { return SharedText(text); }, [](SShared &shared) { shared.m_String.StripRight(" "); },
-                      [&](const SShared &shared, const SRefusal &refusal, const CAssertRecorder &recorder)
+        SweepRefusals([&] { return SharedText(text); }, [](SSharedEdited &shared) { shared.m_String.StripRight(" "); },
+                      [&](const SSharedEdited &shared, const SRefusal &refusal, const CAssertRecorder &recorder)
                       {
                           ExpectText(shared.m_String, refusal.m_Refused ? "" : ModelStripRight(text, " "));
                           ExpectText(shared.m_Other, text);
@@ -703,8 +703,8 @@ TEST(StringEdit, StripRefusedItsCopyLeavesAnEmptyString)
 {
     for (const char *text : {"  ab  ", "  ab", "ab  "})
     {
-        SweepRefusals([&] { return SharedText(text); }, [](SShared &shared) { shared.m_String.Strip(" "); },
-                      [&](const SShared &shared, const SRefusal &refusal, const CAssertRecorder &)
+        SweepRefusals([&] { return SharedText(text); }, [](SSharedEdited &shared) { shared.m_String.Strip(" "); },
+                      [&](const SSharedEdited &shared, const SRefusal &refusal, const CAssertRecorder &)
                       {
                           ExpectText(shared.m_String, refusal.m_Refused ? "" : "ab");
                           ExpectText(shared.m_Other, text);
@@ -741,7 +741,7 @@ TEST(StringEdit, UncommentCopiesASharedContainerFirst)
     // Without a comment, too.
     for (const char *text : {"a // b", "plain"})
     {
-        SShared shared = SharedText(text);
+        SSharedEdited shared = SharedText(text);
         shared.m_String.Uncomment();
         ExpectText(shared.m_String, CCommentModel::Blanked(text));
         ExpectText(shared.m_Other, text);
@@ -763,7 +763,7 @@ TEST(StringEdit, UncommentOfAStringWithoutAContainerDoesNothing)
 TEST(StringEdit, UncommentOfASharedContainerOfLengthZeroLeavesTheStringWithoutAContainer)
 {
     CAssertRecorder recorder;
-    SShared shared{Resizable(""), CString()};
+    SSharedEdited shared{Resizable(""), CString()};
     shared.m_Other = shared.m_String;
     shared.m_String.Uncomment();
     EXPECT_EQ(shared.m_String.Data(), nullptr);
@@ -818,8 +818,8 @@ TEST(StringEdit, UncommentTouchesNothingOutsideItsBlocksAtTheEndOfMemory)
 
 TEST(StringEdit, UncommentRefusedItsCopyLeavesAnEmptyStringWithoutAReport)
 {
-    SweepRefusals([] { return SharedText("a // b"); }, [](SShared &shared) { shared.m_String.Uncomment(); },
-                  [](const SShared &shared, const SRefusal &refusal, const CAssertRecorder &recorder)
+    SweepRefusals([] { return SharedText("a // b"); }, [](SSharedEdited &shared) { shared.m_String.Uncomment(); },
+                  [](const SSharedEdited &shared, const SRefusal &refusal, const CAssertRecorder &recorder)
                   {
                       ExpectText(shared.m_String, refusal.m_Refused ? "" : "a     ");
                       EXPECT_EQ(shared.m_String.Data() == nullptr, refusal.m_Refused);

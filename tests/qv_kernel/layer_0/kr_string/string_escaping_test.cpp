@@ -22,7 +22,7 @@ using namespace Quorvane;
 using namespace QuorvaneTest;
 
 // Bytes of a fixed container of this length.
-u64 FixedBytes(u64 length)
+u64 EscapedFixedBytes(u64 length)
 {
     return (length + 16) / 16 * 16 + 32;
 }
@@ -80,7 +80,7 @@ TEST(StringEscaping, EscapeAllocatesOnceForTwiceTheLength)
             string.Escape();
             ASSERT_EQ(allocator.RequestCount(), 1u);
             const SAllocatorCall request = allocator.Requests().back();
-            EXPECT_EQ(request.m_Size, FixedBytes(2 * length + 1));
+            EXPECT_EQ(request.m_Size, EscapedFixedBytes(2 * length + 1));
             EXPECT_EQ(request.m_Origin, Mem::Origin_New);
             EXPECT_EQ(request.m_Tag, "Kernel|Mem|Default");
         }
@@ -126,7 +126,7 @@ TEST(StringEscaping, EscapeEndsAtTheFirstEmbeddedTerminator)
     string.Escape();
     ExpectText(string, "a\\nb");
     // The room is for the stored length all the same.
-    EXPECT_EQ(allocator.Requests().back().m_Size, FixedBytes(13));
+    EXPECT_EQ(allocator.Requests().back().m_Size, EscapedFixedBytes(13));
     ExpectZero(string.Data(), 4, 14);
 }
 
@@ -245,13 +245,13 @@ TEST(StringEscaping, EscapeOfTheLongestTextThatCanDoubleAsksForItsSizeUnwrapped)
     if (!CHugeAllocator::Supported())
         GTEST_SKIP() << "no address space to spare";
     CHugeAllocator allocator;
-    constexpr u32 kLongest = 0x1FFFFFFEu;
-    CString string(CStringContainer::NewResizable(nullptr, kLongest, 0));
+    constexpr u32 kLongestEscaped = 0x1FFFFFFEu;
+    CString string(CStringContainer::NewResizable(nullptr, kLongestEscaped, 0));
     ASSERT_NE(string.Data(), nullptr);
     *string.RawDataForWriting() = '\n';
     const CChoosyAllocator choosy([](u64, u64) { return true; });
     string.Escape();
-    EXPECT_EQ(choosy.Sizes(), std::vector<u64>{FixedBytes(0x3FFFFFFDu)});
+    EXPECT_EQ(choosy.Sizes(), std::vector<u64>{EscapedFixedBytes(0x3FFFFFFDu)});
     EXPECT_EQ(string[0], '\n');
 }
 
@@ -504,7 +504,7 @@ TEST(StringEscaping, IdentAlwaysBuildsAFixedContainerWithOneAllocation)
     allocator.RefuseNth(0);
     EXPECT_EQ(string.Ident(0, 6, 4), 3u);
     EXPECT_EQ(allocator.RequestCount(), 1u);
-    EXPECT_EQ(allocator.Requests().back().m_Size, FixedBytes(5));
+    EXPECT_EQ(allocator.Requests().back().m_Size, EscapedFixedBytes(5));
     EXPECT_FALSE(ContainerOf(string)->SupportsDynamicResize());
     ExpectText(string, "ab\t  ");
 }
@@ -619,7 +619,7 @@ TEST(StringEscaping, IdentWhoseReachPasses32BitsAsksForItsSizeUnwrapped)
     const CChoosyAllocator choosy(RefusesLargeBlocks);
     // Reach 0x100000006: 0x20000000 tabs and 6 spaces.
     EXPECT_EQ(string.Ident(7, 0xFFFFFFFFu, 8), 0u);
-    EXPECT_EQ(choosy.Sizes(), std::vector<u64>{FixedBytes(2 + 0x20000000u + 6)});
+    EXPECT_EQ(choosy.Sizes(), std::vector<u64>{EscapedFixedBytes(2 + 0x20000000u + 6)});
     ExpectText(string, "ab");
     EXPECT_EQ(ContainerOf(string), container);
 }

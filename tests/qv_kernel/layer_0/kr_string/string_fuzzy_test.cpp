@@ -28,11 +28,11 @@ using namespace QuorvaneTest;
 
 typedef CString::SFuzzyMatchListElement SElement;
 
-const char *const kCountCheck = "outMatchResults.Count() == stringList.Count()";
+const char *const kWeightCountCheck = "outMatchResults.Count() == stringList.Count()";
 const float kNaN = std::numeric_limits<float>::quiet_NaN();
 const float kInfinity = std::numeric_limits<float>::infinity();
 
-const std::string kLetters = "abcdefghijklmnopqrstuvwxyz";
+const std::string kFuzzyLetters = "abcdefghijklmnopqrstuvwxyz";
 const std::string kFewLetters = "ab";
 const std::string kBytes("\x00\x01\x7F\x80\x81\xFF", 6);
 
@@ -65,7 +65,7 @@ std::vector<float> ListWeights(const CString &query, const TStridedMemoryView<co
 }
 
 // An array with something in it that has to go.
-TArray<SElement> Used()
+TArray<SElement> UsedElements()
 {
     TArray<SElement> array;
     for (u32 i = 0; i < 3; ++i)
@@ -76,7 +76,7 @@ TArray<SElement> Used()
 std::vector<FuzzyModelElement> Ordered(const CString &query, const TStridedMemoryView<const CString> &list,
                                        float tolerance)
 {
-    TArray<SElement> out = Used();
+    TArray<SElement> out = UsedElements();
     query.FuzzyMatchList_Ordered(list, out, tolerance);
     return ElementsOf(out);
 }
@@ -84,7 +84,7 @@ std::vector<FuzzyModelElement> Ordered(const CString &query, const TStridedMemor
 std::vector<FuzzyModelElement> Top(const CString &query, const TStridedMemoryView<const CString> &list, float tolerance,
                                    u32 maxCount)
 {
-    TArray<SElement> out = Used();
+    TArray<SElement> out = UsedElements();
     EXPECT_TRUE(query.FuzzyMatchList_Top(list, out, tolerance, maxCount));
     return ElementsOf(out);
 }
@@ -122,7 +122,7 @@ TEST(StringFuzzy, FuzzyMatchOfEqualTextsIsExactlyOne)
     CFuzzyTexts source(1);
     for (size_t length = 1; length <= 300; ++length)
     {
-        const std::string text = source.Random(kLetters, length);
+        const std::string text = source.Random(kFuzzyLetters, length);
         ASSERT_EQ(Weight(text, text), 1.0f) << length;
     }
     const CString string("shared");
@@ -235,7 +235,7 @@ TEST(StringFuzzy, EveryPairOfShortTextsWeighsAsTheRecurrenceSays)
 TEST(StringFuzzy, EveryPairOfLengthsWeighsAsTheRecurrenceSays)
 {
     CFuzzyTexts source(3);
-    for (const std::string &alphabet : {kFewLetters, kLetters, kBytes})
+    for (const std::string &alphabet : {kFewLetters, kFuzzyLetters, kBytes})
         for (const size_t length : FuzzyLengths())
             for (const size_t otherLength : FuzzyLengths())
             {
@@ -250,7 +250,7 @@ TEST(StringFuzzy, RandomPairsWeighAsTheRecurrenceSays)
 {
     CFuzzyTexts source(4);
     const int rounds = kVerySlow ? 300 : 3000;
-    for (const std::string &alphabet : {kFewLetters, std::string("abcd"), kLetters, kBytes})
+    for (const std::string &alphabet : {kFewLetters, std::string("abcd"), kFuzzyLetters, kBytes})
         for (int i = 0; i < rounds; ++i)
         {
             const size_t most = i % 10 == 0 ? 300 : 70;
@@ -352,11 +352,11 @@ TEST(StringFuzzy, NothingOutsideTheBlocksIsRead)
     CFuzzyTexts source(6);
     for (const size_t queryLength : {1u, 12u, 16u, 17u, 32u, 33u, 64u, 65u, 130u})
     {
-        const std::string query = source.Random(kLetters, queryLength);
+        const std::string query = source.Random(kFuzzyLetters, queryLength);
         std::vector<std::string> texts;
         // Short texts beside long ones: those scored together end at different times.
         for (size_t i = 0; i <= 50; ++i)
-            texts.push_back(source.Misspelt(query, kLetters, i * 19 % 51));
+            texts.push_back(source.Misspelt(query, kFuzzyLetters, i * 19 % 51));
         const CString queryString = Fixed(query);
         const std::vector<CString> strings = StringsOf(texts);
         const std::vector<float> expected = ModelWeights(query, texts);
@@ -414,8 +414,8 @@ TEST(StringViewFuzzy, ViewsWeighAsStringsDoAndNothingOutsideThemIsRead)
     {
         for (const size_t otherLength : {size_t(1), length / 2, length, length + 1, size_t(64), size_t(300)})
         {
-            const std::string query = source.Random(kLetters, length);
-            const std::string other = source.Misspelt(query, kLetters, otherLength);
+            const std::string query = source.Random(kFuzzyLetters, length);
+            const std::string other = source.Misspelt(query, kFuzzyLetters, otherLength);
             const CTextAtPageEnd queryAtEnd(query);
             const CTextAtPageEnd otherAtEnd(other);
             ASSERT_EQ(queryAtEnd.View().FuzzyMatch(otherAtEnd.View()), Weight(query, other))
@@ -456,7 +456,7 @@ TEST(StringFuzzyList, EveryFormAgreesWithTheRecurrenceForEveryQueryAndListLength
 {
     CFuzzyTexts source(7);
     const size_t counts[] = {0, 1, 2, 3, 4, 5, 7, 8, 9, 15, 16, 17, 63, 64, 65, 127, 128, 129, 200};
-    for (const std::string &alphabet : {kLetters, kFewLetters})
+    for (const std::string &alphabet : {kFuzzyLetters, kFewLetters})
         for (const size_t queryLength : FuzzyLengths())
         {
             SCOPED_TRACE(queryLength);
@@ -541,7 +541,7 @@ TEST(StringFuzzyList, StridedViewsReachTheirElementsOnly)
     };
     CFuzzyTexts source(10);
     const std::string query = "straddling";
-    const std::vector<std::string> texts = MixedTexts(source, query, kLetters, 70);
+    const std::vector<std::string> texts = MixedTexts(source, query, kFuzzyLetters, 70);
     std::vector<SRecord> records(texts.size());
     for (size_t i = 0; i < texts.size(); ++i)
         records[i].m_Name = Fixed(texts[i]);
@@ -557,7 +557,7 @@ TEST(StringFuzzyList, PiecesOfAListGiveTheSameWeightsAsTheWhole)
 {
     CFuzzyTexts source(11);
     const std::string query = "piecemeal";
-    const std::vector<std::string> texts = MixedTexts(source, query, kLetters, 100);
+    const std::vector<std::string> texts = MixedTexts(source, query, kFuzzyLetters, 100);
     const std::vector<CString> strings = StringsOf(texts);
     const std::vector<float> expected = ModelWeights(query, texts);
     for (const u32 step : {1u, 7u, 33u, 64u, 99u})
@@ -592,7 +592,7 @@ TEST(StringFuzzyList, DifferentCountsReportAndWriteAsManyAsBothHave)
             float weights[] = {-1.0f, -1.0f, -1.0f};
             const CAssertRecorder recorder;
             CString("abc").FuzzyMatchList(ListOf(strings, entries), TMemoryView<float>(weights, results));
-            ExpectReports(recorder, {kCountCheck});
+            ExpectReports(recorder, {kWeightCountCheck});
             for (u32 i = 0; i < 3; ++i)
                 EXPECT_EQ(weights[i], i < entries && i < results ? expected[i] : -1.0f) << entries << " " << results;
         }
@@ -663,11 +663,11 @@ struct SLongList
     CString m_Query = CString("query");
     std::vector<CString> m_Strings;
     std::vector<float> m_Weights = std::vector<float>(4, -1.0f);
-    TArray<SElement> m_Out = Used();
+    TArray<SElement> m_Out = UsedElements();
     bool m_Result = false;
 };
 
-bool IsRefused(const SRefusal &refusal, u64 request)
+bool IsRefusedQuery(const SRefusal &refusal, u64 request)
 {
     return refusal.m_Nth != 0 && (refusal.m_AndAllAfter ? request >= refusal.m_Nth : request == refusal.m_Nth);
 }
@@ -681,7 +681,7 @@ TEST(StringFuzzyList, RefusedMemoryWeighsZeroForThatEntryAlone)
                   [](SLongList &list, const SRefusal &refusal, const CAssertRecorder &recorder)
                   {
                       for (size_t i = 0; i < 4; ++i)
-                          EXPECT_EQ(list.m_Weights[i], IsRefused(refusal, i + 1) ? 0.0f : list.Expected(i)) << i;
+                          EXPECT_EQ(list.m_Weights[i], IsRefusedQuery(refusal, i + 1) ? 0.0f : list.Expected(i)) << i;
                       EXPECT_EQ(recorder.Count(), 0u);
                   });
 }
@@ -695,12 +695,12 @@ TEST(StringFuzzyForms, EveryCountOfEntriesWeighsAsTheRecurrenceSays)
         for (const bool wide : {false, true})
         {
             const CWideChoice choice(wide);
-            const std::string query = source.Random(kLetters, queryLength);
-            std::vector<std::string> texts = MixedTexts(source, query, kLetters, 50);
+            const std::string query = source.Random(kFuzzyLetters, queryLength);
+            std::vector<std::string> texts = MixedTexts(source, query, kFuzzyLetters, 50);
             for (const size_t length : {16u, 17u, 32u, 33u, 255u, 256u, 0u, 1u})
-                texts.push_back(source.Misspelt(query, kLetters, length));
+                texts.push_back(source.Misspelt(query, kFuzzyLetters, length));
             while (texts.size() < 70)
-                texts.push_back(source.Misspelt(query, kLetters, source.Below(40)));
+                texts.push_back(source.Misspelt(query, kFuzzyLetters, source.Below(40)));
             std::vector<CString> strings = StringsOf(texts);
             strings[3] = CString();
             texts[3].clear();
@@ -825,7 +825,7 @@ TEST(StringFuzzyOrdered, AToleranceOfZeroOrBelowKeepsEveryEntry)
 
 TEST(StringFuzzyOrdered, TheArrayIsClearedEvenForAnEmptyListAndKeepsItsBlock)
 {
-    TArray<SElement> out = Used();
+    TArray<SElement> out = UsedElements();
     const SElement *const block = out.Data();
     const u32 capacity = out.MaxCount();
     CString("abc").FuzzyMatchList_Ordered(TStridedMemoryView<const CString>(), out, 0.0f);
@@ -910,7 +910,7 @@ TEST(StringFuzzyOrdered, ElementsThatTheArrayCannotTakeAreLeftOut)
             {
                 if (expected.size() == capacity)
                 {
-                    if (IsRefused(refusal, ++request))
+                    if (IsRefusedQuery(refusal, ++request))
                     {
                         ++refused;
                         continue;
@@ -939,7 +939,7 @@ TEST(StringFuzzyOrdered, AnEntryWhoseRowIsRefusedWeighsZero)
                   {
                       std::vector<float> weights;
                       for (size_t i = 0; i < 4; ++i)
-                          weights.push_back(IsRefused(refusal, i + 1) ? 0.0f : list.Expected(i));
+                          weights.push_back(IsRefusedQuery(refusal, i + 1) ? 0.0f : list.Expected(i));
                       EXPECT_EQ(ElementsOf(list.m_Out), FuzzyModelOrdered(weights, 0.0f));
                       EXPECT_EQ(recorder.Count(), 0u);
                   });
@@ -986,7 +986,7 @@ TEST(StringFuzzyTop, TextsOfManyLettersGiveWhatTheModelGives)
     for (const bool wide : {false, true})
     {
         const CWideChoice choice(wide);
-        for (const std::string &alphabet : {kLetters, kBytes})
+        for (const std::string &alphabet : {kFuzzyLetters, kBytes})
             for (const size_t length : {12u, 33u, 64u})
                 ASSERT_NO_FATAL_FAILURE(ExpectTopsOfTheModel(source.Random(alphabet, length), alphabet, source));
     }
@@ -1011,7 +1011,7 @@ TEST(StringFuzzyTop, NothingToFindClearsTheOutputWithoutAllocating)
     CTestAllocator allocator;
     {
         const CString query("abc");
-        TArray<SElement> out = Used();
+        TArray<SElement> out = UsedElements();
         allocator.ForgetCalls();
         EXPECT_TRUE(query.FuzzyMatchList_Top(TStridedMemoryView<const CString>(), out, 0.0f, 5));
         EXPECT_TRUE(out.Empty());
@@ -1019,7 +1019,7 @@ TEST(StringFuzzyTop, NothingToFindClearsTheOutputWithoutAllocating)
     }
     {
         const CString query("abc");
-        TArray<SElement> out = Used();
+        TArray<SElement> out = UsedElements();
         allocator.ForgetCalls();
         EXPECT_TRUE(query.FuzzyMatchList_Top(ListOf(strings), out, 0.0f, 0));
         EXPECT_TRUE(out.Empty());

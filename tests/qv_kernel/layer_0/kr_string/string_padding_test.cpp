@@ -19,7 +19,7 @@ using namespace Quorvane;
 using namespace QuorvaneTest;
 
 // A text that tells every position apart.
-std::string CountingText(size_t length)
+std::string PaddedCountingText(size_t length)
 {
     std::string text;
     for (size_t i = 0; i < length; ++i)
@@ -76,11 +76,11 @@ TEST(StringPadding, PadLeftAndPadRightWorkAtEveryLengthAndKeepTheZeroTail)
     CPageEndAllocator allocator;
     for (size_t length = 0; length <= 65; ++length)
         for (const unsigned added : {1u, 2u, 15u, 16u, 17u, 100u})
-            for (const CString &string : {Fixed(CountingText(length)), Resizable(CountingText(length))})
+            for (const CString &string : {Fixed(PaddedCountingText(length)), Resizable(PaddedCountingText(length))})
             {
                 const unsigned width = static_cast<unsigned>(length) + added;
-                ExpectText(string.PadLeft(width, '*'), ModelPaddedLeft(CountingText(length), width, '*'));
-                ExpectText(string.PadRight(width, '*'), ModelPaddedRight(CountingText(length), width, '*'));
+                ExpectText(string.PadLeft(width, '*'), ModelPaddedLeft(PaddedCountingText(length), width, '*'));
+                ExpectText(string.PadRight(width, '*'), ModelPaddedRight(PaddedCountingText(length), width, '*'));
             }
 }
 

@@ -19,7 +19,7 @@ using namespace Quorvane;
 using namespace QuorvaneTest;
 
 // Texts that tell every position apart, of lengths around the blocks.
-std::string Counting(size_t length)
+std::string CountingToRepeat(size_t length)
 {
     std::string text;
     for (size_t i = 0; i < length; ++i)
@@ -69,8 +69,8 @@ TEST(StringRepeat, RepeatWorksAtEveryLengthAndKeepsTheZeroTail)
     CTestAllocator allocator;
     for (size_t length = 0; length <= 65; ++length)
         for (const u32 times : {0u, 1u, 2u, 3u, 4u, 5u, 7u, 8u, 31u, 100u})
-            for (const CString &string : {Fixed(Counting(length)), Resizable(Counting(length))})
-                ExpectText(string.Repeat(times), ModelRepeated(Counting(length), times));
+            for (const CString &string : {Fixed(CountingToRepeat(length)), Resizable(CountingToRepeat(length))})
+                ExpectText(string.Repeat(times), ModelRepeated(CountingToRepeat(length), times));
 }
 
 TEST(StringRepeat, RepeatNeverTouchesTheSource)
@@ -154,7 +154,7 @@ TEST(StringRepeat, RepeatTouchesNothingOutsideItsBlocksAtTheEndOfMemory)
     CPageEndAllocator allocator;
     for (size_t length = 1; length <= 65; ++length)
         for (const u32 times : {2u, 3u, 5u})
-            ExpectText(Fixed(Counting(length)).Repeat(times), ModelRepeated(Counting(length), times));
+            ExpectText(Fixed(CountingToRepeat(length)).Repeat(times), ModelRepeated(CountingToRepeat(length), times));
 }
 
 } // namespace

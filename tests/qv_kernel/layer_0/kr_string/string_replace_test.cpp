@@ -24,11 +24,11 @@ namespace
 using namespace Quorvane;
 using namespace QuorvaneTest;
 
-const std::string kLetters = "aAb\x80";
-const size_t kLongest = kVerySlow ? 4 : 5;
+const std::string kReplacedLetters = "aAb\x80";
+const size_t kLongestReplaced = kVerySlow ? 4 : 5;
 
 // Bytes of a fixed container of this length.
-u64 FixedBytes(u64 length)
+u64 ReplacedFixedBytes(u64 length)
 {
     return (length + 16) / 16 * 16 + 32;
 }
@@ -248,7 +248,7 @@ TEST(StringReplace, TheResultIsAllocatedOnceInItsOwnSize)
         allocator.RefuseNth(0);
         const CString result = source.Replace("-", replacement);
         EXPECT_EQ(allocator.RequestCount(), 1u);
-        EXPECT_EQ(allocator.Requests().back().m_Size, FixedBytes(10 + 9 * std::strlen(replacement)));
+        EXPECT_EQ(allocator.Requests().back().m_Size, ReplacedFixedBytes(10 + 9 * std::strlen(replacement)));
         EXPECT_EQ(allocator.Requests().back().m_Origin, Mem::Origin_New);
         ExpectText(result, ModelReplaced(TextOf(source), "-", replacement));
     }
@@ -327,8 +327,8 @@ TEST(StringReplace, OccurrencesThatAreCutOffByRefusedMemoryAreNotReplacedFromThe
 
 void ReplaceInEveryShortText(const std::function<bool(size_t, size_t)> &takes)
 {
-    const std::vector<std::string> patterns = EveryText(kLetters, 3);
-    for (const std::string &text : EveryText(kLetters, kLongest))
+    const std::vector<std::string> patterns = EveryText(kReplacedLetters, 3);
+    for (const std::string &text : EveryText(kReplacedLetters, kLongestReplaced))
     {
         const CString source = Fixed(text);
         for (const std::string &pattern : patterns)
@@ -477,7 +477,7 @@ TEST(StringReplace, GrowingMatchByMatchTakesAWorkBufferThenOneBufferForEachMatch
         sizes = choosy.Sizes();
     }
     // The one that was refused; text and terminator; two more characters each time; the result.
-    EXPECT_EQ(sizes, (std::vector<u64>{FixedBytes(9), 6, 8, 10, FixedBytes(9)}));
+    EXPECT_EQ(sizes, (std::vector<u64>{ReplacedFixedBytes(9), 6, 8, 10, ReplacedFixedBytes(9)}));
     const std::vector<SAllocatorCall> requests = allocator.Requests();
     ASSERT_EQ(requests.size(), 4u);
     for (size_t i = 0; i < 3; ++i)
@@ -516,7 +516,7 @@ TEST(StringReplace, GrowingRefusedItsWorkBufferGivesAnEmptyString)
     const CString source("a-b");
     const CChoosyAllocator choosy(Refusing({1, 2}));
     ExpectText(source.Replace("-", "+++"), "");
-    EXPECT_EQ(choosy.Sizes(), (std::vector<u64>{FixedBytes(5), 4}));
+    EXPECT_EQ(choosy.Sizes(), (std::vector<u64>{ReplacedFixedBytes(5), 4}));
 }
 
 TEST(StringReplace, GrowingMatchByMatchEndsAtATerminatorInTheReplacement)
@@ -597,7 +597,10 @@ private:
         return !m_Refuses(m_Sizes.size(), size);
     }
 
-    bool _GrantsResult(const std::string &result) { return result.empty() || _Grants(FixedBytes(result.size())); }
+    bool _GrantsResult(const std::string &result)
+    {
+        return result.empty() || _Grants(ReplacedFixedBytes(result.size()));
+    }
 
     std::string _Result(const std::string &written)
     {
@@ -632,7 +635,7 @@ TEST(StringReplace, GrowingGivesAndAsksForWhatTheRoadWithCopiesDoesWhateverIsRef
         // The first request as a rule, some of those that follow, or all beyond a size.
         const u32 kind = random(4);
         const u32 seed = random(1000);
-        const u64 largest = FixedBytes(text.size()) + random(64);
+        const u64 largest = ReplacedFixedBytes(text.size()) + random(64);
         const auto refuses = [=](u64 nth, u64 size)
         {
             if (kind == 0)
@@ -742,7 +745,7 @@ TEST(StringReplace, GrowingMatchByMatchTouchesNothingOutsideItsBuffersAtTheEndOf
 
 // Sizes.
 
-bool RefusesLargeBlocks(u64, u64 size)
+bool RefusesLargeResults(u64, u64 size)
 {
     return size > 1 << 20;
 }
@@ -752,10 +755,11 @@ TEST(StringReplace, AResultBeyond32BitsIsCutToTheReplacementsThatFitAndAsksForTh
     const CString source("bbb");
     // Never read: memory for it is refused first.
     const CStringView half("x", 0x20000000u);
-    const CChoosyAllocator choosy(RefusesLargeBlocks);
+    const CChoosyAllocator choosy(RefusesLargeResults);
     ExpectText(source.Replace("b", half), "bbb");
     // One replacement fits, two do not; then text and terminator, the same one replacement, and what is left.
-    EXPECT_EQ(choosy.Sizes(), (std::vector<u64>{FixedBytes(0x20000002u), 4, 0x20000003u, FixedBytes(3)}));
+    EXPECT_EQ(choosy.Sizes(),
+              (std::vector<u64>{ReplacedFixedBytes(0x20000002u), 4, 0x20000003u, ReplacedFixedBytes(3)}));
 }
 
 TEST(StringReplace, AReplacementThatNoStringCanHoldLeavesTheText)
@@ -764,7 +768,7 @@ TEST(StringReplace, AReplacementThatNoStringCanHoldLeavesTheText)
     const CString source("bbb");
     for (const u32 length : {0x3FFFFFFDu, 0x3FFFFFFEu, 0x3FFFFFFFu, 0x40000000u, 0xFFFFFFFFu})
     {
-        const CChoosyAllocator choosy(RefusesLargeBlocks);
+        const CChoosyAllocator choosy(RefusesLargeResults);
         ExpectText(source.Replace("b", CStringView("x", length)), "bbb");
         for (const u64 size : choosy.Sizes())
             EXPECT_LT(size, 100u);
@@ -775,10 +779,10 @@ TEST(StringReplace, AReplacementThatNoStringCanHoldLeavesTheText)
 TEST(StringReplace, AReplacementThatGivesTheLongestStringIsAskedFor)
 {
     const CString source("bbb");
-    const CChoosyAllocator choosy(RefusesLargeBlocks);
+    const CChoosyAllocator choosy(RefusesLargeResults);
     ExpectText(source.Replace("b", CStringView("x", 0x3FFFFFFCu)), "bbb");
     ASSERT_FALSE(choosy.Sizes().empty());
-    EXPECT_EQ(choosy.Sizes().front(), FixedBytes(0x3FFFFFFEu));
+    EXPECT_EQ(choosy.Sizes().front(), ReplacedFixedBytes(0x3FFFFFFEu));
 }
 
 TEST(StringReplace, APatternLongerThanAnyStringIsNotFound)

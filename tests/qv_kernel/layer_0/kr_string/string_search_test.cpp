@@ -39,7 +39,7 @@ long long AtOf(size_t place)
 }
 
 // The strings that hold nothing: never assigned, and emptied with their container kept.
-std::vector<CString> EmptyStrings()
+std::vector<CString> EmptyStringsToSearch()
 {
     CString emptied = Resizable("abc");
     emptied.Clear();
@@ -76,7 +76,7 @@ TEST(StringSearch, FindNextOfACharacterFromTheLengthOrBeyondIsInvalid)
 TEST(StringSearch, FindingInAnEmptyStringIsInvalidAndReportsNothing)
 {
     const CAssertRecorder recorder;
-    for (const CString &string : EmptyStrings())
+    for (const CString &string : EmptyStringsToSearch())
     {
         for (const char character : {'a', '\0'})
         {
@@ -329,7 +329,7 @@ TEST(StringSearch, FindTextOfAnEmptyTextIsAtStartAndFindLastTextAtTheLength)
         EXPECT_EQ(At(string.FindLastText(CStringView(nullptr, 5), sensitivity)), 3);
         EXPECT_EQ(At(string.FindLastText(CStringView("xy", 0), sensitivity)), 3);
     }
-    for (const CString &empty : EmptyStrings())
+    for (const CString &empty : EmptyStringsToSearch())
     {
         EXPECT_EQ(At(empty.FindText("")), 0);
         EXPECT_EQ(At(empty.FindText("", 1)), -1);
@@ -584,7 +584,7 @@ TEST(StringSearch, CaseIsTheCaseOfAsciiLetters)
 TEST(StringSearch, EmptyAndNullPartsAreContainedInEverything)
 {
     const CAssertRecorder recorder;
-    std::vector<CString> strings = EmptyStrings();
+    std::vector<CString> strings = EmptyStringsToSearch();
     strings.push_back(CString("abc"));
     const char *const null = nullptr;
     for (const CString &string : strings)
@@ -608,7 +608,7 @@ TEST(StringSearch, EmptyAndNullPartsAreContainedInEverything)
 
 TEST(StringSearch, NothingElseIsContainedInAnEmptyString)
 {
-    for (const CString &string : EmptyStrings())
+    for (const CString &string : EmptyStringsToSearch())
     {
         EXPECT_FALSE(string.StartsWith("a"));
         EXPECT_FALSE(string.EndsWith(CString("a")));
@@ -657,7 +657,7 @@ TEST(StringSearch, EmptyWithANullOrEmptySetIsPlainEmptiness)
 
 TEST(StringSearch, AnEmptyStringIsBlankForEverySet)
 {
-    for (const CString &string : EmptyStrings())
+    for (const CString &string : EmptyStringsToSearch())
         for (const char *set : {"", " ", "abc"})
             EXPECT_TRUE(string.Empty(set));
     EXPECT_TRUE(Fixed(std::string("\0x", 2)).Empty(" "));
@@ -740,7 +740,7 @@ TEST(StringExtract, ARangeBeyondTheStringReportsAndGivesAnEmptyString)
 
 TEST(StringExtract, ARangeOfAnEmptyStringReportsAndGivesAnEmptyString)
 {
-    for (const CString &string : EmptyStrings())
+    for (const CString &string : EmptyStringsToSearch())
     {
         const CAssertRecorder recorder;
         EXPECT_EQ(string.Extract(0, 0).Data(), nullptr);

@@ -20,7 +20,7 @@ using namespace Quorvane;
 using namespace QuorvaneTest;
 
 // All forms of the split at a character; they agree in everything but how a piece is stored.
-enum EForm
+enum ESplitForm
 {
     Form_Views,
     Form_Strings,
@@ -28,9 +28,9 @@ enum EForm
     Form_StringsThreadSafe,
 };
 
-const EForm kForms[] = {Form_Views, Form_Strings, Form_ViewsThreadSafe, Form_StringsThreadSafe};
+const ESplitForm kForms[] = {Form_Views, Form_Strings, Form_ViewsThreadSafe, Form_StringsThreadSafe};
 
-bool MakesStrings(EForm form)
+bool MakesStrings(ESplitForm form)
 {
     return form == Form_Strings || form == Form_StringsThreadSafe;
 }
@@ -48,7 +48,7 @@ struct SOutput
         output.m_Strings = UsedStrings();
         return output;
     }
-    bool Split(EForm form, const CString &string, char separator)
+    bool Split(ESplitForm form, const CString &string, char separator)
     {
         switch (form)
         {
@@ -62,11 +62,11 @@ struct SOutput
             return string.Split_ThreadSafe(separator, m_Strings);
         }
     }
-    PieceTexts Texts(EForm form) const { return MakesStrings(form) ? TextsOf(m_Strings) : TextsOf(m_Views); }
-    u32 MaxCount(EForm form) const { return MakesStrings(form) ? m_Strings.MaxCount() : m_Views.MaxCount(); }
+    PieceTexts Texts(ESplitForm form) const { return MakesStrings(form) ? TextsOf(m_Strings) : TextsOf(m_Views); }
+    u32 MaxCount(ESplitForm form) const { return MakesStrings(form) ? m_Strings.MaxCount() : m_Views.MaxCount(); }
 };
 
-PieceTexts Split(EForm form, const CString &string, char separator)
+PieceTexts Split(ESplitForm form, const CString &string, char separator)
 {
     SOutput output = SOutput::Used();
     EXPECT_TRUE(output.Split(form, string, separator));
@@ -75,7 +75,7 @@ PieceTexts Split(EForm form, const CString &string, char separator)
 
 TEST(StringSplit, PiecesAreTheRunsBetweenSeparators)
 {
-    for (const EForm form : kForms)
+    for (const ESplitForm form : kForms)
     {
         EXPECT_EQ(Split(form, "a,b,c", ','), (PieceTexts{"a", "b", "c"}));
         EXPECT_EQ(Split(form, "one two", ' '), (PieceTexts{"one", "two"}));
@@ -87,7 +87,7 @@ TEST(StringSplit, PiecesAreTheRunsBetweenSeparators)
 
 TEST(StringSplit, NoPieceIsEverEmpty)
 {
-    for (const EForm form : kForms)
+    for (const ESplitForm form : kForms)
     {
         EXPECT_EQ(Split(form, ",a,,b,", ','), (PieceTexts{"a", "b"}));
         EXPECT_EQ(Split(form, ",a", ','), (PieceTexts{"a"}));
@@ -100,7 +100,7 @@ TEST(StringSplit, NoPieceIsEverEmpty)
 TEST(StringSplit, AnEmptyStringClearsTheOutputAndIsTrue)
 {
     const CAssertRecorder recorder;
-    for (const EForm form : kForms)
+    for (const ESplitForm form : kForms)
         for (const CString &string : EmptyStrings())
             for (const char separator : {',', '\0'})
                 EXPECT_EQ(Split(form, string, separator), PieceTexts());
@@ -110,7 +110,7 @@ TEST(StringSplit, AnEmptyStringClearsTheOutputAndIsTrue)
 TEST(StringSplit, TheOutputIsClearedAndKeepsItsBlock)
 {
     const CString string("a,b");
-    for (const EForm form : kForms)
+    for (const ESplitForm form : kForms)
     {
         SOutput output = SOutput::Used();
         const void *const views = output.m_Views.Data();
@@ -124,7 +124,7 @@ TEST(StringSplit, TheOutputIsClearedAndKeepsItsBlock)
 
 TEST(StringSplit, ATerminatorCanBeTheSeparator)
 {
-    for (const EForm form : kForms)
+    for (const ESplitForm form : kForms)
     {
         EXPECT_EQ(Split(form, Fixed(std::string("ab\0cd\0\0e", 8)), '\0'), (PieceTexts{"ab", "cd", "e"}));
         EXPECT_EQ(Split(form, Fixed(std::string("ab\0", 3)), '\0'), (PieceTexts{"ab"}));
@@ -136,7 +136,7 @@ TEST(StringSplit, TheStoredLengthEndsTheTextNotATerminator)
 {
     const CString string = Fixed(std::string("a,b\0c,d", 7));
     const PieceTexts expected = {"a", std::string("b\0c", 3), "d"};
-    for (const EForm form : kForms)
+    for (const ESplitForm form : kForms)
     {
         const CAssertRecorder recorder;
         EXPECT_EQ(Split(form, string, ','), expected);
@@ -150,13 +150,13 @@ TEST(StringSplit, WhatLiesBehindTheStoredLengthIsNotSplit)
     CString string = Resizable("ab,cd,ef");
     ContainerOf(string)->Data()[5] = '\0';
     ContainerOf(string)->UnsafeSetLength(5);
-    for (const EForm form : kForms)
+    for (const ESplitForm form : kForms)
         EXPECT_EQ(Split(form, string, ','), (PieceTexts{"ab", "cd"}));
 }
 
 TEST(StringSplit, AllBytesCanSeparate)
 {
-    for (const EForm form : kForms)
+    for (const ESplitForm form : kForms)
         for (int byte = 1; byte < 256; ++byte)
         {
             const char separator = static_cast<char>(byte);
@@ -228,7 +228,7 @@ TEST(StringSplit, StringsShareNothingWithTheSource)
 
 TEST(StringSplit, TheFirstGrowthMakesNineSlots)
 {
-    for (const EForm form : kForms)
+    for (const ESplitForm form : kForms)
     {
         SOutput output;
         EXPECT_TRUE(output.Split(form, "1,2,3,4,5,6,7,8,9", ','));
@@ -264,7 +264,7 @@ TEST(StringSplit, TheSourceStaysAsItWas)
 {
     const CString string = Resizable("a,b,c");
     const CString copy = string;
-    for (const EForm form : kForms)
+    for (const ESplitForm form : kForms)
     {
         EXPECT_EQ(Split(form, string, ','), (PieceTexts{"a", "b", "c"}));
         EXPECT_EQ(string.Data(), copy.Data());
@@ -285,7 +285,7 @@ TEST(StringSplit, EveryShortTextSplitsAsTheModelSays)
         for (const char separator : {',', '\xE9', '\0', 'x'})
         {
             const PieceTexts expected = SplitModelRuns(text, separator);
-            for (const EForm form : kForms)
+            for (const ESplitForm form : kForms)
                 ASSERT_EQ(Split(form, string, separator), expected) << text << " at " << separator;
             ASSERT_EQ(SplitAt(string, [separator](char character) { return character == separator; }), expected)
                 << text << " at " << separator;
@@ -333,7 +333,7 @@ TEST(StringSplit, AnEmptySourceInTheOutputItselfClearsIt)
 
 TEST(StringSplit, AnArrayThatCannotGrowIsReportedAndTheSplitIsFalse)
 {
-    for (const EForm form : kForms)
+    for (const ESplitForm form : kForms)
     {
         const CString string("1,2,3,4,5,6,7,8,9,10");
         const CAssertRecorder recorder;
@@ -373,7 +373,7 @@ TEST(StringSplit, APieceWhoseMemoryIsRefusedIsStoredEmpty)
 TEST(StringSplit, EveryRefusalLosesWhatItsRequestWasFor)
 {
     const std::string text = ",1,2,3,,4,5,6,7,8,9,10,11";
-    for (const EForm form : kForms)
+    for (const ESplitForm form : kForms)
     {
         struct SState
         {
@@ -406,7 +406,7 @@ TEST(StringSplit, EveryRefusalLosesWhatItsRequestWasFor)
 
 TEST(StringSplit, TheThreadSafeFormsHoldAReferenceOfTheirOwnAndDropIt)
 {
-    for (const EForm form : kForms)
+    for (const ESplitForm form : kForms)
     {
         const CString string("a,b,c");
         const u32 expected = form == Form_ViewsThreadSafe || form == Form_StringsThreadSafe ? 2 : 1;

@@ -31,7 +31,7 @@ constexpr CStringView Literal(const char (&text)[N])
     return CStringView(text, static_cast<u32>(N - 1));
 }
 
-const ECaseSensitivity kBeyondTheNamedOnes = static_cast<ECaseSensitivity>(7);
+const ECaseSensitivity kBeyondTheNamedCases = static_cast<ECaseSensitivity>(7);
 
 void ExpectView(const CStringView &view, const char *data, u32 length)
 {
@@ -301,7 +301,7 @@ TEST(StringViewOperations, CompareWithABufferIgnoresCaseWhenAskedTo)
 {
     const CStringView view("aBcd", 3);
     EXPECT_TRUE(view.Compare("AbC", CaseInsensitive));
-    EXPECT_TRUE(view.Compare("AbC", kBeyondTheNamedOnes));
+    EXPECT_TRUE(view.Compare("AbC", kBeyondTheNamedCases));
     EXPECT_FALSE(view.Compare("AbD", CaseInsensitive));
     EXPECT_FALSE(view.Compare("Ab", CaseInsensitive));
     EXPECT_FALSE(view.Compare("AbCd", CaseInsensitive));
@@ -352,7 +352,7 @@ TEST(StringViewOperations, CompareWithAViewNeedsTheSameLength)
     EXPECT_FALSE(view.Compare(Literal("abd"), CaseSensitive));
     EXPECT_FALSE(view.Compare(CStringView(), CaseSensitive));
     EXPECT_TRUE(view.Compare(Literal("ABC"), CaseInsensitive));
-    EXPECT_TRUE(view.Compare(Literal("ABC"), kBeyondTheNamedOnes));
+    EXPECT_TRUE(view.Compare(Literal("ABC"), kBeyondTheNamedCases));
     EXPECT_FALSE(view.Compare(Literal("ABCD"), CaseInsensitive));
     EXPECT_FALSE(view.Compare(Literal("ABD"), CaseInsensitive));
 }
@@ -460,7 +460,7 @@ TEST(StringViewOperations, StartsWithTestsThePrefix)
     EXPECT_FALSE(view.StartsWith("AB"));
     EXPECT_TRUE(view.StartsWith("AB", CaseInsensitive));
     EXPECT_TRUE(view.StartsWith(Literal("AB"), CaseInsensitive));
-    EXPECT_TRUE(view.StartsWith(Literal("AB"), kBeyondTheNamedOnes));
+    EXPECT_TRUE(view.StartsWith(Literal("AB"), kBeyondTheNamedCases));
     EXPECT_FALSE(view.StartsWith("AC", CaseInsensitive));
 }
 
@@ -475,7 +475,7 @@ TEST(StringViewOperations, EndsWithTestsTheSuffix)
     EXPECT_FALSE(view.EndsWith("b"));
     EXPECT_FALSE(view.EndsWith("BC"));
     EXPECT_TRUE(view.EndsWith("BC", CaseInsensitive));
-    EXPECT_TRUE(view.EndsWith(Literal("BC"), kBeyondTheNamedOnes));
+    EXPECT_TRUE(view.EndsWith(Literal("BC"), kBeyondTheNamedCases));
     EXPECT_FALSE(view.EndsWith("BD", CaseInsensitive));
 }
 
@@ -490,7 +490,7 @@ TEST(StringViewOperations, ContainsTestsForASubstring)
     EXPECT_FALSE(view.Contains("abcd"));
     EXPECT_FALSE(view.Contains("BC"));
     EXPECT_TRUE(view.Contains("BC", CaseInsensitive));
-    EXPECT_TRUE(view.Contains(Literal("BC"), kBeyondTheNamedOnes));
+    EXPECT_TRUE(view.Contains(Literal("BC"), kBeyondTheNamedCases));
     EXPECT_FALSE(view.Contains("CD", CaseInsensitive));
 }
 
@@ -808,7 +808,7 @@ TEST(StringViewOperations, FindTextAnswersTheFirstPlaceOfTheWholeTextFromStartOn
     EXPECT_EQ(view.FindText("bc", 2), 4u);
     EXPECT_EQ(view.FindText(CStringView("bcx", 2), 4), 4u);
     EXPECT_EQ(view.FindText(CString("BC"), 2, CaseInsensitive), 4u);
-    EXPECT_EQ(view.FindText("BC", 2, kBeyondTheNamedOnes), 4u);
+    EXPECT_EQ(view.FindText("BC", 2, kBeyondTheNamedCases), 4u);
     EXPECT_FALSE(view.FindText("bc", 5).Valid());
     EXPECT_FALSE(view.FindText("BC").Valid());
     EXPECT_FALSE(view.FindText("cx").Valid());
@@ -825,7 +825,7 @@ TEST(StringViewOperations, FindLastTextAnswersTheLastPlaceOfTheWholeText)
     EXPECT_EQ(view.FindLastText("abcabc"), 0u);
     EXPECT_EQ(view.FindLastText(CStringView("abx", 2)), 3u);
     EXPECT_EQ(view.FindLastText(CString("BC"), CaseInsensitive), 4u);
-    EXPECT_EQ(view.FindLastText("BC", kBeyondTheNamedOnes), 4u);
+    EXPECT_EQ(view.FindLastText("BC", kBeyondTheNamedCases), 4u);
     EXPECT_FALSE(view.FindLastText("BC").Valid());
     EXPECT_FALSE(view.FindLastText("cx").Valid());
     EXPECT_FALSE(view.FindLastText("abcabcx").Valid());
@@ -1198,12 +1198,12 @@ TEST(StringViewOperations, NoLocaleChangesPrefixSuffixAndSubstringTestsIgnoringC
 
 // Bounded-exhaustive, against the model.
 
-const std::string kLetters = "aAb\x80";
-const size_t kLongest = kVerySlow ? 4 : 5;
+const std::string kViewedLetters = "aAb\x80";
+const size_t kLongestViewed = kVerySlow ? 4 : 5;
 
 TEST(StringViewOperations, EveryPairOfShortTextsIsFoundInEachOtherAsTheModelSays)
 {
-    const std::vector<std::string> texts = EveryText(kLetters, kLongest);
+    const std::vector<std::string> texts = EveryText(kViewedLetters, kLongestViewed);
     std::vector<std::string> lowered;
     for (const std::string &text : texts)
         lowered.push_back(ModelLowercase(text));
@@ -1237,7 +1237,7 @@ TEST(StringViewOperations, EveryPairOfShortTextsIsFoundInEachOtherAsTheModelSays
 
 TEST(StringViewOperations, EverySetOfLettersIsStrippedAndFoundAsTheModelSays)
 {
-    for (const std::string &text : EveryText(kLetters, kLongest))
+    for (const std::string &text : EveryText(kViewedLetters, kLongestViewed))
     {
         const CStringView view = ViewOf(text);
         for (unsigned members = 0; members < 16; ++members)
@@ -1245,7 +1245,7 @@ TEST(StringViewOperations, EverySetOfLettersIsStrippedAndFoundAsTheModelSays)
             std::string set;
             for (unsigned letter = 0; letter < 4; ++letter)
                 if ((members >> letter & 1) != 0)
-                    set += kLetters[letter];
+                    set += kViewedLetters[letter];
             const auto where = [&]
             { return ::testing::PrintToString(text) + " with " + ::testing::PrintToString(set); };
             ASSERT_EQ(TextOf(view.StripLeft(set.c_str())), ModelStripLeft(text, set)) << where();
@@ -1257,7 +1257,7 @@ TEST(StringViewOperations, EverySetOfLettersIsStrippedAndFoundAsTheModelSays)
                     << where();
             }
         }
-        for (const char letter : kLetters)
+        for (const char letter : kViewedLetters)
         {
             ASSERT_EQ(Answer(view.FindLastOf(letter)), AnswerFound(text.rfind(letter)));
             for (u32 start = 0; start < 7; ++start)
