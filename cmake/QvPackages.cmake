@@ -61,7 +61,10 @@ if(QV_DPKG_SHLIBDEPS AND CMAKE_SYSTEM_NAME STREQUAL "Linux")
         set(folder "${PROJECT_BINARY_DIR}/packages/${package}")
         file(READ "${PROJECT_SOURCE_DIR}/LICENSE" licence)
         file(WRITE "${folder}/copyright" "Quorvane, by the Quorvane authors.\n\n${licence}")
-        file(COPY "${PROJECT_SOURCE_DIR}/CHANGELOG.md" DESTINATION "${folder}")
+        # A tree of no more than what the library is built from has none.
+        if(EXISTS "${PROJECT_SOURCE_DIR}/CHANGELOG.md")
+            file(COPY "${PROJECT_SOURCE_DIR}/CHANGELOG.md" DESTINATION "${folder}")
+        endif()
         if(QV_GZIP)
             # SOURCE_DATE_EPOCH, where it is set, is the time.
             string(TIMESTAMP time "%a, %d %b %Y %H:%M:%S +0000" UTC)

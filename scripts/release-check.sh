@@ -1,0 +1,86 @@
+#!/bin/sh
+# ./run release-check: looks through the checkout before a release, item by item; tests are ./run test's business.
+. "$(dirname "$0")/common.inc"
+. "$root/scripts/needs.inc"
+
+ensure g++ cmake ninja-build -- pkg-config python3 doxygen graphviz lintian
+version=$(sed -n 's/^project(Quorvane VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
+failures=0
+
+# An item of the list: what it is, and the command that sees to it.
+#   check <title> <command...>
+check()
+{
+    title=$1
+    shift
+    "$@" >build/release-check.log 2>&1
+    case $? in
+        0) say "ok      $title" ;;
+        77) say "skipped $title: $(sed -n 's/^skipped: //p' build/release-check.log)" ;;
+        *)
+            say "FAILED  $title"
+            sed 's/^/        /' build/release-check.log | tail -n 20
+            failures=$((failures + 1))
+            ;;
+    esac
+}
+
+is_committed()
+{
+    status=$(git status --porcelain) || return 1
+    [ -n "$status" ] || return 0
+    say "$status"
+    return 1
+}
+
+# A section with the version and a date, and nothing that waits for the next one.
+has_section()
+{
+    grep -q "^## \[$version\] - [0-9][0-9][0-9][0-9]-[0-9][0-9]-[0-9][0-9]" CHANGELOG.md || {
+        say "CHANGELOG.md has no section [$version] with a date"
+        return 1
+    }
+    waiting=$(awk '/^## \[Unreleased\]/ { waits = 1; next } /^## / { waits = 0 } waits && /^- /' CHANGELOG.md)
+    [ -z "$waiting" ] || {
+        say 'CHANGELOG.md has entries under Unreleased'
+        return 1
+    }
+}
+
+# Nothing but CMakeLists.txt, and what the test of the packages compares with it, says the version.
+version_has_one_place()
+{
+    found=$(git grep -l -F "\"$version\"" | grep -v -e '^packaging/vcpkg/' -e '^packaging/conan/') || return 0
+    say "$found"
+    return 1
+}
+
+reference_is_clean()
+{
+    rm -rf build/docs
+    mkdir -p build/docs
+    (cat docs/Doxyfile && echo 'WARN_AS_ERROR = FAIL_ON_WARNINGS') | doxygen -
+}
+
+shows_its_names()
+{
+    cmake -G Ninja -S . -B build/release-check -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=ON -DQV_BUILD_TESTS=OFF \
+        -DQV_BUILD_EXAMPLES=OFF -DQV_BUILD_BENCHMARKS=OFF &&
+        cmake --build build/release-check &&
+        sh tests/consumer/symbols.sh "$root" build/release-check/Runtime/qv_kernel/libqv_kernel.so
+}
+
+mkdir -p build
+say "Before the release of $version:"
+check 'everything is committed' is_committed
+check 'the changelog has the section, and nothing waits' has_section
+check 'the version stands in one place' version_has_one_place
+check 'the reference is made without a warning' reference_is_clean
+check 'the shared library shows the names of the list' shows_its_names
+check 'packages for vcpkg and Conan' sh tests/packaging/packages.sh "$root" "$root/build/release-check/packages" g++
+check 'packages for Debian' sh tests/packaging/debian.sh "$root" "$root/build/release-check/debian" g++
+check 'one header and one source' sh tests/consumer/amalgamated.sh "$root" "$root/build/release-check/amalgamated" g++
+[ $failures -eq 0 ] || {
+    say "$failures of the list failed"
+    exit 1
+}
