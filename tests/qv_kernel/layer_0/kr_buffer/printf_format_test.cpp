@@ -275,8 +275,9 @@ TEST(PrintfFormat, OnlyFloatingPointNumbersDependOnTheLocale)
     const char *const before = std::setlocale(LC_ALL, nullptr);
     const std::string kept = before;
     std::string text;
-    const bool hasComma =
-        std::setlocale(LC_ALL, "de_DE.UTF-8") != nullptr || std::setlocale(LC_ALL, "fr_FR.UTF-8") != nullptr;
+    bool hasComma = false;
+    for (const char *const name : {"de_DE.UTF-8", "fr_FR.UTF-8", "German_Germany.1252"})
+        hasComma = hasComma || std::setlocale(LC_ALL, name) != nullptr;
     const int ofInteger = Made(text, 64, FormatLocale_InForce, "%d %s", 1234567, "a");
     const int ofFloating = Made(text, 64, FormatLocale_InForce, "%.1f", 1.5);
     std::setlocale(LC_ALL, kept.c_str());
