@@ -63,6 +63,7 @@ DWORD RunTestAgain(int call, HANDLE errors)
     SetEnvironmentVariableA(kCallVariable, std::to_string(call).c_str());
     // Of one test, all but the first of several processes that share them would run none.
     SetEnvironmentVariableA("GTEST_TOTAL_SHARDS", nullptr);
+    SetEnvironmentVariableA("GTEST_SHARD_INDEX", nullptr);
     SetHandleInformation(errors, HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT);
     STARTUPINFOA start = {};
     start.cb = sizeof(start);

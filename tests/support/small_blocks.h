@@ -84,6 +84,7 @@ inline int RunProbe(const char *test)
     constexpr const char *kWithDisabled = "--gtest_also_run_disabled_tests";
     // Of one test, all but the first of several processes that share them would run none.
     unsetenv("GTEST_TOTAL_SHARDS");
+    unsetenv("GTEST_SHARD_INDEX");
     if (EmulatorCommand() == nullptr)
         execl("/proc/self/exe", "probe", filter.c_str(), kWithDisabled, static_cast<char *>(nullptr));
     char program[4096] = {};
