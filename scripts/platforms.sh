@@ -2,7 +2,9 @@
 # ./run platforms: builds the library and its tests for other machines, compilers and settings, runs the unit tests and the
 # drivers, in an emulator where that is needed, and prints a table. What a platform is stands in CMakePresets.json, as the
 # preset platform-<name>; here stands what it needs of this machine. With --publish, the last result of each platform goes
-# into README.md, and why tests skipped themselves into docs/platforms.md.
+# into README.md, and why tests skipped themselves into docs/platforms.md. With --short, only those unit tests are run that
+# depend on it, on the three kinds of platforms where tests fail most easily: where sizes and addresses, the order of bytes
+# or the system's calls matter.
 . "$(dirname "$0")/common.inc"
 . "$root/scripts/needs.inc"
 . "$root/scripts/build.inc"
@@ -49,6 +51,9 @@ simd-1          g++
 shared-hidden   g++
 v4              g++
 extensions      g++-12 qemu-user
+short-i386      g++-i686-linux-gnu googletest
+short-s390x     g++-s390x-linux-gnu qemu-user googletest
+short-windows   g++-mingw-w64-x86-64-posix wine64 googletest libcli11-dev
 '
 
 # needs_of <name>: the packages; nothing for a name that is not in the list.
@@ -62,7 +67,7 @@ needs_of()
 reason_against()
 {
     case $1 in
-        i386*) [ "$(uname -m)" = x86_64 ] || say 'programs of 32-bit x86 need an x86-64 machine' ;;
+        i386* | short-i386) [ "$(uname -m)" = x86_64 ] || say 'programs of 32-bit x86 need an x86-64 machine' ;;
         extensions) [ "$(uname -m)" = x86_64 ] || say 'the machine is not an x86-64 one' ;;
         v4) grep -q -w avx512bw /proc/cpuinfo 2>/dev/null || say 'the processor has no AVX-512' ;;
     esac
@@ -160,7 +165,8 @@ try_platform()
     keep_result "$1" $(($2 + $5)) $(($3 + $6)) $(($4 + $7)) "$start" "$(compiler_of "$preset")"
 }
 
-all_names=$(printf '%s' "$platforms" | sed 's/ .*//')
+short_names=$(printf '%s' "$platforms" | sed -n 's/^\(short-[^ ]*\) .*/\1/p')
+all_names=$(printf '%s' "$platforms" | sed '/^short-/d; s/ .*//')
 
 # Puts standard input between the two markers of a document.
 #   put_between_markers <document>
@@ -201,10 +207,18 @@ publish()
 }
 
 publishes=
-if [ "${1:-}" = --publish ]; then
-    publishes=yes
-    shift
-fi
+case ${1:-} in
+    --publish)
+        publishes=yes
+        shift
+        ;;
+    --short)
+        shift
+        # The names are words.
+        # shellcheck disable=SC2086
+        set -- $short_names "$@"
+        ;;
+esac
 chosen=$*
 for name in $chosen; do
     [ -n "$(needs_of "$name")" ] || {
