@@ -28,10 +28,11 @@ quietly()
     }
 }
 
-# With the sources of a service joined, which takes less time to compile.
+# With the sources of a service joined, which takes less time to compile, and by the compiler itself: a launcher that the
+# environment asks for may write paths in another way, which reports would show.
 configure()
 {
-    quietly cmake -G Ninja -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_UNITY_BUILD=ON "$@"
+    quietly cmake -G Ninja -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_CXX_COMPILER_LAUNCHER= -DCMAKE_UNITY_BUILD=ON "$@"
 }
 
 # Runs the consumers in a folder.
