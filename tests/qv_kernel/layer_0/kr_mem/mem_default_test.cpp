@@ -320,9 +320,9 @@ TEST(MemDefault, FreeingLargeBlocksByAddressGivesTheMemoryBack)
     constexpr size_t kBytes = 100000;
     const auto use = []
     {
-        u8 *const block = Alloc(kBytes, 16);
+        u8 *const block = AllocDefault(kBytes, 16);
         std::memset(block, 1, kBytes);
-        Free(block);
+        FreeDefault(block);
     };
     use();
     const u64 before = WritableBytes();
