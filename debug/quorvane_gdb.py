@@ -93,20 +93,23 @@ class ViewPrinter(_Printer):
 class _Elements(_Printer):
     """What has elements: `place` gives the address of the first one, their number and their distance."""
 
+    def __init__(self, value):
+        super().__init__(value)
+        self.element = value.type.strip_typedefs().template_argument(0)
+
     def display_hint(self):
         return "array"
 
     def children(self):
         try:
             first, count, stride = self.place()
-            element = self.value.value.type.strip_typedefs().template_argument(0)
         except (layout.Broken, layout.Unreadable, gdb.error):
             return
         for index in range(count):
-            yield "[%d]" % index, gdb.Value(first + index * stride).cast(element.pointer()).dereference()
+            yield "[%d]" % index, gdb.Value(first + index * stride).cast(self.element.pointer()).dereference()
 
     def element_bytes(self):
-        return self.value.value.type.strip_typedefs().template_argument(0).sizeof
+        return self.element.sizeof
 
     def counts(self, *fields):
         size = self.value.memory.pointer_bytes
@@ -139,7 +142,6 @@ class StridedViewPrinter(_Elements):
         super().__init__(value)
         if self.value.address is None:
             self.value.value = value["m_Storage"]
-        self.whole = value
 
     def show(self):
         count, stride = self.counts("m_Count", "m_Stride")
