@@ -6,8 +6,7 @@ set(CMAKE_C_COMPILER_TARGET x86_64-w64-windows-gnu)
 set(CMAKE_CXX_COMPILER_TARGET x86_64-w64-windows-gnu)
 # As the C++ library was compiled: its variables of threads are used in its headers, std::call_once for one.
 set(CMAKE_CXX_FLAGS_INIT "-femulated-tls")
-# The C++ library is one for threads, which g++ itself knows.
-set(CMAKE_CXX_STANDARD_LIBRARIES_INIT "-lpthread")
 include("${CMAKE_CURRENT_LIST_DIR}/windows.inc.cmake")
-string(APPEND CMAKE_EXE_LINKER_FLAGS_INIT " -fuse-ld=lld-22")
-string(APPEND CMAKE_SHARED_LINKER_FLAGS_INIT " -fuse-ld=lld-22")
+# The C++ library is one for threads, which g++ itself knows. This linker takes what it needs of libraries that stand before.
+string(APPEND CMAKE_EXE_LINKER_FLAGS_INIT " -fuse-ld=lld-22 -lpthread")
+string(APPEND CMAKE_SHARED_LINKER_FLAGS_INIT " -fuse-ld=lld-22 -lpthread")

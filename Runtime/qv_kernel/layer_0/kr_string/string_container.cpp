@@ -17,6 +17,9 @@ namespace
 
 namespace String = Internal::String;
 
+// On Windows, who takes the constant's address takes that of the DLL, where g++ leaves out what nobody refers to.
+__attribute__((used)) const u32 *const kLengthMaskIsThere = &CStringContainer::kLengthMask;
+
 constexpr const char *kTerminatorCheck = "data[newLength] == '\\0'";
 
 // Zeroes the last block of new characters, and reports memory that is not aligned.
