@@ -34,7 +34,7 @@ compile()
 }
 
 # The framework takes as long as a dozen others.
-in_background "$compiler" -std=c++17 -O1 -isystem "$gtest/include" "-I$gtest" -c "$gtest/src/gtest-all.cc" \
+in_background "$compiler" -std=c++17 -O0 -isystem "$gtest/include" "-I$gtest" -c "$gtest/src/gtest-all.cc" \
     -o "$scratch/gtest.o"
 framework=$running
 running=
@@ -61,4 +61,4 @@ wait_for_all
     printf 'neon: no test of the NEON form was built\n'
     exit 1
 }
-"$emulator" "$scratch/tests" --gtest_brief=1 "$@"
+QV_TEST_EMULATOR=$emulator "$emulator" "$scratch/tests" --gtest_brief=1 "$@"

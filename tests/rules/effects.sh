@@ -41,17 +41,8 @@ if [ -z "$compiler" ]; then
     [ ! -s "$breaches" ] || verdict
     skip 'no clang++ that knows -Wfunction-effects'
 fi
-# The sources of a service as one, which takes a third of the time.
 keep_objects
-for folder in "$root"/Runtime/qv_kernel/layer_0/*/; do
-    joined=$(basename "$folder").cpp
-    for source in "$folder"*.cpp; do
-        [ ! -f "$source" ] || printf '#include "%s"\n' "$source"
-    done >"$scratch/joined"
-    [ -s "$scratch/joined" ] || continue
-    cmp -s "$scratch/joined" "$objects/$joined" || cp "$scratch/joined" "$objects/$joined"
-    printf '%s\n' "$joined"
-done >"$scratch/sources"
+join_services >"$scratch/sources"
 compile_objects "$scratch/sources" "$compiler" -std=c++17 -O0 -Wfunction-effects -Wperf-constraint-implies-noexcept \
     -IRuntime/include -IRuntime/qv_kernel/include
 while IFS= read -r source; do

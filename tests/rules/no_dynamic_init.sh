@@ -10,7 +10,7 @@
 # it gave to a plugin that is unloaded. Strings work after it, too.
 . "$(dirname "$0")/common.inc"
 
-end_of_allocator=Runtime/qv_kernel/layer_0/kr_mem/mem_membership.cpp
+service_with_the_end=kr_mem.cpp
 
 # Not CXX, which may well be g++.
 compiler=
@@ -23,8 +23,8 @@ done
 [ -n "$compiler" ] || skip 'clang++ is missing'
 command -v readelf >/dev/null 2>&1 || skip 'readelf is missing'
 
-(cd "$root" && find Runtime/qv_kernel/layer_0 -name '*.cpp' -print | sort) >"$scratch/sources"
 keep_objects
+join_services >"$scratch/sources"
 compile_objects "$scratch/sources" "$compiler" -std=c++17 -O0 -fno-exceptions \
     -Wglobal-constructors -Wexit-time-destructors -IRuntime/include -IRuntime/qv_kernel/include
 
@@ -34,7 +34,7 @@ while IFS= read -r source; do
         continue
     fi
     allowed=
-    [ "$source" != "$end_of_allocator" ] || allowed=.fini_array.101
+    [ "$source" != "$service_with_the_end" ] || allowed=.fini_array.101
     sections=$(readelf -S -W "$objects/$source.o" | grep -E -o '\.(init_array|fini_array|ctors|dtors|preinit_array)(\.[0-9]+)?\b' | sort -u | tr '\n' ' ')
     [ "${sections% }" != "$allowed" ] || sections=
     [ -z "$sections" ] || breach "$source: has sections $sections"

@@ -73,10 +73,11 @@ for candidate in clang++ clang++-14 clang++-15 clang++-16 clang++-17 clang++-18 
     command -v "$candidate" >/dev/null 2>&1 || continue
     (cd "$scratch" && "$candidate" -fstack-usage -c probe_clang.cpp -o probe_clang.o) 2>/dev/null || continue
     keep_objects clang
-    compile_objects "$scratch/sources" "$candidate" -std=c++17 -O2 -DNDEBUG -fno-exceptions -fstack-usage \
+    join_services >"$scratch/joined_sources"
+    compile_objects "$scratch/joined_sources" "$candidate" -std=c++17 -O2 -DNDEBUG -fno-exceptions -fstack-usage \
         -IRuntime/include -IRuntime/qv_kernel/include
-    expect_objects "$scratch/sources"
-    sed "s,^,$objects/,; s,\$,.su," "$scratch/sources" | tr '\n' '\0' | xargs -0 cat 2>/dev/null | awk -F '\t' '
+    expect_objects "$scratch/joined_sources"
+    sed "s,^,$objects/,; s,\$,.su," "$scratch/joined_sources" | tr '\n' '\0' | xargs -0 cat 2>/dev/null | awk -F '\t' '
         $2 > ($1 ~ /Weigh|AdvanceStrips/ ? 8192 : 4096) && $1 !~ /ReportFromStack/ {
             print "clang++: a frame of " $2 " bytes: " $1 }' >>"$breaches"
     break

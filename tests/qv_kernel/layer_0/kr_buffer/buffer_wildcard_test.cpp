@@ -378,7 +378,7 @@ TEST(BufferWildcard, WithoutInhibitorsBackslashIsOrdinary)
 
 // Against the model: about 700,000 pairs of pattern and text.
 
-const size_t kLongestPattern = kSlow ? 5 : 6;
+const size_t kLongestPattern = kVerySlow ? 4 : kSlow ? 5 : 6;
 
 TEST(BufferWildcard, EveryShortPatternAgreesWithTheModel)
 {
@@ -396,7 +396,7 @@ TEST(BufferWildcard, EveryShortPatternAgreesWithTheModelWithoutCase)
 
 TEST(BufferWildcard, EveryShortPatternOfSpecialCharactersAgreesWithTheModel)
 {
-    const std::vector<std::string> patterns = EveryText("a*?\\", 5);
+    const std::vector<std::string> patterns = EveryText("a*?\\", kVerySlow ? 4 : 5);
     ExpectAgreement(kMatchWithInhibitors, patterns, EveryText("a*?\\", kSlow ? 3 : 4));
     ExpectAgreement(kMatch, patterns, EveryText("a*?\\", 3));
     ExpectAgreement(kMatchCaseWithInhibitors, patterns, EveryText("A*\\", 4));
@@ -549,7 +549,7 @@ TEST(BufferWildcard, NothingBehindTheTerminatorsIsRead)
 // The model knows no terminators, so that it says what they mean among counted characters.
 TEST(BufferWildcard, CountedTerminatorsAreCharactersLikeOthers)
 {
-    const std::vector<std::string> patterns = EveryText(std::string("a\0*?\\", 5), 4);
+    const std::vector<std::string> patterns = EveryText(std::string("a\0*?\\", 5), kVerySlow ? 3 : 4);
     const std::vector<std::string> texts = EveryText(std::string("a\0\\", 3), kSlow ? 3 : 4);
     for (const SMatcher &matcher : kMatchers)
         for (const std::string &pattern : patterns)
