@@ -2,76 +2,13 @@
 # ./run platforms: builds the library and its tests for other machines, compilers and settings, runs the unit tests and the
 # drivers, in an emulator where that is needed, and prints a table. What a platform is stands in CMakePresets.json, as the
 # preset platform-<name>; here stands what it needs of this machine. With --publish, the last result of each platform goes
-# into README.md, and why tests skipped themselves into docs/platforms.md. With --short, only those unit tests are run that
-# depend on it, on the three kinds of platforms where tests fail most easily: where sizes and addresses, the order of bytes
-# or the system's calls matter.
+# into README.md, and why tests skipped themselves into docs/platforms.md. With --short, it takes the three that `./run test`
+# takes, where tests fail most easily: where sizes and addresses, the order of bytes or the system's calls matter.
 . "$(dirname "$0")/common.inc"
 . "$root/scripts/needs.inc"
 . "$root/scripts/build.inc"
 . "$root/scripts/steps.inc"
-
-# <name> <Debian packages...>
-platforms='
-gcc-12          g++-12
-gcc-11          g++-11
-clang-14        clang-14
-clang-16        clang-16
-clang-22        clang-22
-libcxx-17       clang-22 libc++-22-dev libc++abi-22-dev libunwind-22-dev googletest
-libcxx-20       clang-22 libc++-22-dev libc++abi-22-dev libunwind-22-dev googletest
-libcxx-23       clang-22 libc++-22-dev libc++abi-22-dev libunwind-22-dev googletest
-i386            g++-i686-linux-gnu googletest
-i386-sse2       g++-i686-linux-gnu googletest
-aarch64         g++-aarch64-linux-gnu qemu-user googletest
-armhf           g++-arm-linux-gnueabihf qemu-user googletest
-armhf-strict    g++-arm-linux-gnueabihf qemu-user googletest
-riscv64         g++-riscv64-linux-gnu qemu-user googletest
-ppc64le         g++-powerpc64le-linux-gnu qemu-user googletest
-s390x           g++-s390x-linux-gnu qemu-user googletest
-mips64el        g++-mips64el-linux-gnuabi64 qemu-user googletest
-windows         g++-mingw-w64-x86-64-posix wine64 googletest libcli11-dev
-windows-shared  g++-mingw-w64-x86-64-posix wine64 googletest libcli11-dev
-windows-clang   clang-22 lld-22 g++-mingw-w64-x86-64-posix wine64 googletest libcli11-dev
-posix           g++
-unsigned-char   g++
-no-exceptions   g++ googletest
-O0              g++
-Os              g++
-O3              g++
-lto-gcc         g++
-lto-clang       clang-22 lld-22
-hardened        g++
-cfi             clang-22 lld-22
-single-sources  g++
-no-asserts      g++
-tracking        g++
-no-cache        g++
-simd-0          g++
-simd-1          g++
-shared-hidden   g++
-v4              g++
-extensions      g++-12 qemu-user
-short-i386      g++-i686-linux-gnu googletest
-short-s390x     g++-s390x-linux-gnu qemu-user googletest
-short-windows   g++-mingw-w64-x86-64-posix wine64 googletest libcli11-dev
-'
-
-# needs_of <name>: the packages; nothing for a name that is not in the list.
-needs_of()
-{
-    printf '%s' "$platforms" | sed -n "s/^$1  *//p"
-}
-
-# Why this machine cannot run the programs of a platform, if it cannot.
-#   reason_against <name>
-reason_against()
-{
-    case $1 in
-        i386* | short-i386) [ "$(uname -m)" = x86_64 ] || say 'programs of 32-bit x86 need an x86-64 machine' ;;
-        extensions) [ "$(uname -m)" = x86_64 ] || say 'the machine is not an x86-64 one' ;;
-        v4) grep -q -w avx512bw /proc/cpuinfo 2>/dev/null || say 'the processor has no AVX-512' ;;
-    esac
-}
+. "$root/scripts/platforms.inc"
 
 # The compiler of a configured build, with its version.
 compiler_of()
@@ -137,11 +74,7 @@ try_platform()
     preset=platform-$1
     start=$(date +%s)
     say "== $1"
-    reason=$(reason_against "$1")
-    # The packages are words.
-    # shellcheck disable=SC2046
-    missing=$(unmet $(needs_of "$1"))
-    [ -z "$missing" ] || reason="missing: $missing"
+    reason=$(reason_against "$1" | head -n 1)
     if [ -n "$reason" ]; then
         record "$1" 0 0 1 "$start" "not tried: $reason"
         keep_result "$1" 0 0 0 "$start" "not tried: $reason"
@@ -229,13 +162,10 @@ for name in $chosen; do
 done
 [ -n "$chosen" ] || chosen=$all_names
 
-# Each package by itself: where the distribution lacks one, none of a list would be installed.
 ensure g++ cmake ninja-build libgtest-dev
-for name in $chosen; do
-    for need in $(needs_of "$name"); do
-        met "$need" || ensure -- "$need"
-    done
-done
+# The names are words.
+# shellcheck disable=SC2086
+ensure_platforms $chosen
 for name in $chosen; do
     try_platform "$name"
 done

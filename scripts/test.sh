@@ -4,6 +4,7 @@
 . "$root/scripts/needs.inc"
 . "$root/scripts/build.inc"
 . "$root/scripts/steps.inc"
+. "$root/scripts/platforms.inc"
 
 # Names of the tests of the quick build that match and are registered without their program: all but those of
 # GoogleTest's programs.
@@ -95,6 +96,7 @@ fi
 ensure -- gdb lldb lintian
 # Other machines, emulated.
 ensure -- qemu-user g++-aarch64-linux-gnu g++-arm-linux-gnueabihf
+ensure_platforms short-i386 short-s390x short-windows
 # Alone: where the distribution does not have them, none of a list would be installed.
 ensure -- clang-22 libclang-rt-22-dev
 step_units 'release (g++): units' release
@@ -105,16 +107,18 @@ export QV_TEST_NO_WIDE=1 LC_ALL=tr_TR.UTF-8
 step_units 'release, no wide vectors, Turkish' release
 unset QV_TEST_NO_WIDE LC_ALL
 step_units 'address + undefined (clang++)' asan-ubsan
-step 'the same: all but the units' asan-ubsan 'threads|driver|compile_fail|header|canary'
+step 'the same: all but the units' asan-ubsan 'threads|driver|compile_fail|header17|header23|canary'
 step_in_fixed_placement 'thread sanitizer (clang++)' tsan 'threads' qv_kernel_thread_tests
 step_in_fixed_placement 'memory sanitizer (clang++)' msan 'driver'
 # Three that have nothing to do with each other share a build, and a locale with letters beyond ASCII comes with it.
 export LC_ALL=de_DE.UTF-8
-step_units 'tracking, portable, unsigned char' tracking-portable
+narrow=platform-short-i386
+[ -z "$(reason_against short-i386)" ] || narrow=tracking-portable
+step_units '32 bits, tracking, portable' $narrow
 unset LC_ALL
-step 'tracking: the example of what is copied' tracking-portable 'example_copy_figures' example_copy_figures
-# The build without assertions, under the sanitizer that sees what blocks and must not where the compiler has it; and what
-# a machine with blocks of 32 bytes runs, where this one has those of 64.
+step 'tracking: the example of what is copied' $narrow 'example_copy_figures' example_copy_figures
+# The build without assertions, with an unsigned char, and under the sanitizer that sees what blocks and must not where the
+# compiler has it; and what a machine with blocks of 32 bytes runs, where this one has those of 64.
 export QV_TEST_NO_WIDEST=1
 if met clang-22 && met libclang-rt-22-dev; then
     step_units 'real time, no assertions' realtime
@@ -122,6 +126,9 @@ else
     step_units 'no assertions, no cache (g++)' no-asserts
 fi
 unset QV_TEST_NO_WIDEST
+# Other machines and systems: those of their tests that depend on it.
+step_platform 'big endian (s390x, emulated)' short-s390x
+step_platform 'Windows (Wine)' short-windows
 # Each target searches for some seconds.
 step 'fuzz targets (clang++)' fuzz 'fuzz'
 summary
