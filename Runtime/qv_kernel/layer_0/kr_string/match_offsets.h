@@ -67,7 +67,8 @@ public:
     }
 
 private:
-    static constexpr u32 kStackBytes = 256;
+    // With 256 of them, the portable code for 32 bits came 76 bytes above 4 KiB over the tracking allocator.
+    static constexpr u32 kStackBytes = 160;
     static constexpr u32 kLong = 255; // announces two bytes, the lower one first
     static constexpr u32 kLongBytes = 3;
 

@@ -289,7 +289,7 @@ TEST(StringReplace, GapsOfEveryLengthBetweenOccurrencesAreKept)
 {
     for (const size_t gap : {0u, 1u, 253u, 254u, 255u, 256u, 257u, 65534u, 65535u, 65536u, 70000u})
     {
-        for (const size_t count : {1u, 3u, 84u, 85u, 86u, 256u, 300u, 6000u, 20000u})
+        for (const size_t count : {1u, 3u, 52u, 53u, 54u, 157u, 158u, 159u, 300u, 6000u, 20000u})
         {
             if (gap * count > 4000000)
                 continue;
@@ -314,7 +314,7 @@ TEST(StringReplace, OccurrencesThatAreCutOffByRefusedMemoryAreNotReplacedFromThe
         text += std::string(i % 300, '-') + "#";
     const CString source = Fixed(text);
     const std::vector<size_t> occurrences = ModelOccurrences(text, "#");
-    for (const size_t made : {0u, 1u, 254u, 255u, 256u, 1999u})
+    for (const size_t made : {0u, 1u, 157u, 158u, 159u, 255u, 256u, 1999u})
     {
         const CChoosyAllocator choosy([=](u64 nth, u64) { return nth == 1 || nth == 3 + made; });
         const std::vector<size_t> replaced(occurrences.begin(),
