@@ -39,7 +39,6 @@ constexpr const T &QVMin(const T &a, const T &b) noexcept
 {
     return b < a ? b : a;
 }
-
 template <typename T>
 constexpr const T &QVMax(const T &a, const T &b) noexcept
 {
@@ -142,6 +141,7 @@ inline To checked_numcast(const From &value) noexcept QV_NONBLOCKING
 template <typename T>
 struct TNumericTraits
 {
+    // Positive infinity; 0 for types without one.
     static constexpr T kPositiveInfinity = std::numeric_limits<T>::infinity();
 };
 

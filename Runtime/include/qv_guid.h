@@ -36,13 +36,16 @@ class TGuid
         std::conditional_t<std::is_unsigned<T>::value, Internal::SZeroLiteral *, Internal::SNoLiteral>;
 
 public:
+    // No index: all bits set.
     QV_INTERNAL_HIDDEN static const TGuid INVALID;
 
+    // INVALID, or the value `guid`.
     constexpr TGuid() noexcept QV_NONBLOCKING : m_Guid(static_cast<T>(~T(0))) {}
     constexpr TGuid(T guid) noexcept QV_NONBLOCKING : m_Guid(guid) {}
 
     // True for every value but INVALID; 0 is valid.
     [[nodiscard]] constexpr bool Valid() const noexcept QV_NONBLOCKING { return m_Guid != static_cast<T>(~T(0)); }
+    // The value, be it valid or not.
     constexpr T Get() const noexcept QV_NONBLOCKING { return m_Guid; }
     constexpr operator T() const noexcept QV_NONBLOCKING { return m_Guid; }
 
@@ -88,12 +91,14 @@ public:
         return stream << +guid.m_Guid;
     }
 
+    // The value.
     T m_Guid;
 };
 
 template <typename T>
 constexpr TGuid<T> TGuid<T>::INVALID = TGuid<T>();
 
+// An index into a text or an array, or none.
 using CGuid = TGuid<u32>;
 
 } // namespace Quorvane

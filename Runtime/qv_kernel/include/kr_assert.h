@@ -19,6 +19,7 @@
 #include "qv_internal/qv_namespace.h"
 
 #if !defined(QV_ASSERTS)
+// Whether assertions are compiled in: see above.
 #define QV_ASSERTS 1
 #endif
 

@@ -37,6 +37,7 @@ class TAtomic
     static_assert(std::is_integral<T>::value, "TAtomic holds integers");
 
 public:
+    // Begins as 0, or as `value`. No barrier.
     constexpr TAtomic() noexcept QV_NONBLOCKING : m_Value(0) {}
     constexpr explicit TAtomic(T value) noexcept QV_NONBLOCKING : m_Value(value) {}
     TAtomic(const TAtomic &) = delete;
@@ -59,6 +60,7 @@ public:
     // Release: whoever reads this value sees what was written before it. For the end of a lock.
     void StoreReleased(T value) noexcept QV_NONBLOCKING { __atomic_store_n(&m_Value, value, __ATOMIC_RELEASE); }
 
+    // Stores `value`. Returns: the value before.
     T Swap(T value) noexcept QV_NONBLOCKING { return __atomic_exchange_n(&m_Value, value, __ATOMIC_SEQ_CST); }
 
     // Stores `newValue` when the value is `expected`. Returns whether it was stored.
@@ -67,6 +69,7 @@ public:
         return __atomic_compare_exchange_n(&m_Value, &expected, newValue, false, __ATOMIC_SEQ_CST, __ATOMIC_SEQ_CST);
     }
 
+    // Read, modify, write as one step. Returns: the value before.
     T FetchInc() noexcept QV_NONBLOCKING { return FetchAdd(1); }
     T FetchDec() noexcept QV_NONBLOCKING { return FetchSub(1); }
     T FetchAdd(T value) noexcept QV_NONBLOCKING { return __atomic_fetch_add(&m_Value, value, __ATOMIC_SEQ_CST); }
@@ -75,6 +78,7 @@ public:
     T FetchOr(T value) noexcept QV_NONBLOCKING { return __atomic_fetch_or(&m_Value, value, __ATOMIC_SEQ_CST); }
     T FetchXor(T value) noexcept QV_NONBLOCKING { return __atomic_fetch_xor(&m_Value, value, __ATOMIC_SEQ_CST); }
 
+    // The same in place. Returns: the value after.
     T Inc() noexcept QV_NONBLOCKING { return Add(1); }
     T Dec() noexcept QV_NONBLOCKING { return Sub(1); }
     T Add(T value) noexcept QV_NONBLOCKING { return __atomic_add_fetch(&m_Value, value, __ATOMIC_SEQ_CST); }

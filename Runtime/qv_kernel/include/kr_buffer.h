@@ -20,6 +20,7 @@
 namespace Quorvane
 {
 
+// The helpers, as static functions: see the beginning of this file.
 struct QV_API SNativeStringUtils
 {
     // Rows of 256 bytes, indexed by a character taken as an unsigned byte:

@@ -55,6 +55,7 @@ public:
     static u64 MovementCount() noexcept QV_NONBLOCKING;
     static s64 NetBytes() noexcept QV_NONBLOCKING;
 
+    // Counts from 0 on again.
     static void Reset() noexcept QV_NONBLOCKING;
 };
 
@@ -68,9 +69,10 @@ struct TArrayStaticController
 {
     static_assert(_GrowMultiplier < 0x80000000u, "the capacity is computed in 64 bits");
 
+    // The alignment of the block; 0 leaves it to the allocator and the elements.
     static constexpr u32 Alignment() noexcept QV_NONBLOCKING { return _Alignment; }
 
-    // Returns: the capacity to give to an array that needs `wishedSize` elements.
+    // How much an array grows. Returns: the capacity to give to one that needs `wishedSize` elements.
     // Requires: it fits 32 bits, else it is cut to them after the report of `checked_numcast`.
     static u32 GrowSize(u32 wishedSize) noexcept QV_NONBLOCKING
     {
@@ -121,10 +123,11 @@ public:
     template <typename RealType>
     class TDebugContiguousBaseIterator;
 
+    // Checked iterators over the elements.
     using Iterator = TDebugContiguousBaseIterator<Internal::TContiguousBaseIterator<T>>;
     using ConstIterator = TDebugContiguousBaseIterator<Internal::TContiguousBaseIterator<const T>>;
 
-    // Checked iterators.
+    // The first element and the end, as checked iterators.
     Iterator Begin() noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND { return Iterator(_Impl::_RawBegin(), this); }
     Iterator End() noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND { return Iterator(_Impl::_RawEnd(), this); }
     ConstIterator Begin() const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND
@@ -136,7 +139,7 @@ public:
         return ConstIterator(_Impl::_RawEnd(), this);
     }
 
-    // Raw pointers, for the range-based `for`.
+    // The first element and the end, as raw pointers, for the range-based `for`.
     T *begin() noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND { return _Impl::_RawBegin(); }
     T *end() noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND { return _Impl::_RawEnd(); }
     const T *begin() const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND { return _Impl::_RawBegin(); }
@@ -144,14 +147,19 @@ public:
 
     // ---- Reading ----------------------------------------------------------------------------------------------------
 
+    // The number of elements.
     u32 Count() const noexcept QV_NONBLOCKING { return m_Count; }
+    // The number of elements that there is room for.
     u32 MaxCount() const noexcept QV_NONBLOCKING { return m_MaxCount; }
+    // Whether there is no element.
     [[nodiscard]] bool Empty() const noexcept QV_NONBLOCKING { return m_Count == 0; }
 
+    // The first element's place; null as long as there is no block.
     T *Data() noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND { return m_Data; }
     const T *Data() const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND { return m_Data; }
 
-    // Element access. Reports "index < _Count()".
+    // The element at `index`.
+    // Requires: an index below the count, else reports "index < _Count()" and answers a scratch element.
     T &operator[](u32 index) noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND
     {
         return QV_INTERNAL_LIKELY(index < m_Count) ? m_Data[index] : _Inaccessible<T>(index);
@@ -160,7 +168,8 @@ public:
     {
         return QV_INTERNAL_LIKELY(index < m_Count) ? m_Data[index] : _Inaccessible<const T>(index);
     }
-    // Report "!Empty()".
+    // The first and the last element.
+    // Requires: an array with elements, else reports "!Empty()" and answers a scratch element.
     T &First() noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND
     {
         return QV_INTERNAL_LIKELY(!Empty()) ? m_Data[0] : _InaccessibleEnd<T>();
@@ -187,6 +196,7 @@ public:
                 return i;
         return CGuid::INVALID;
     }
+    // Whether an element equals `value`.
     template <typename U>
     [[nodiscard]] bool Contains(const U &value) const
     {
@@ -199,7 +209,6 @@ public:
     {
         return TMemoryView<const T>(m_Data, m_Count);
     }
-
     operator TMemoryView<T>() noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND { return View(); }
     operator TMemoryView<const T>() const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND { return View(); }
     operator TStridedMemoryView<T>() noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND { return View(); }
@@ -240,11 +249,12 @@ class TArray : public TArray_Base<T, TArray_BaseContainerImpl<T, Controller, TTy
 public:
     using BaseImpl::_Count;
 
-    // Written out: defaulted, it would make the array an aggregate.
+    // No elements, and no block. (Written out: defaulted, it would make the array an aggregate.)
     TArray() noexcept QV_NONBLOCKING {}
     // Copies of the elements in braces, in order: `TArray<CString> names{"a", "b"}`. Assigns, too, by way of a new array.
     // Allocates: one block for exactly these elements; none for none. Fails: an empty array, as CopyFrom reports it.
     TArray(std::initializer_list<T> elements);
+    // Takes over the block, and with it the elements; `other` is left without. Assigning destroys what there was.
     TArray(TArray &&other) noexcept = default;
     TArray(const TArray &) = delete;
     TArray &operator=(const TArray &) = delete;
@@ -254,6 +264,7 @@ public:
         Swap(taken);
         return *this;
     }
+    // Destroys the elements and frees the block.
     ~TArray()
     {
         Clear();
@@ -324,9 +335,11 @@ public:
     // Fails: false when the array cannot grow; nothing has changed.
     bool CopyFrom(const TMemoryView<const T> &source);
 
-    // Returns: an array with copies of the elements, and room for no more. Fails: an empty array, as CopyFrom reports it.
+    // A copy of the array. Returns: one with copies of the elements, and room for no more. Fails: an empty array, as
+    // CopyFrom reports it.
     [[nodiscard]] TArray Clone() const;
 
+    // Exchanges the blocks, and with them the elements.
     void Swap(TArray &other) noexcept QV_NONBLOCKING { _Base::_SwapBuffers(other); }
 
 protected:

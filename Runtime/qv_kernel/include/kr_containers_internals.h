@@ -95,8 +95,10 @@ private:
 template <typename Iterator>
 struct TSortDefaultCompare
 {
+    // What the iterator steps over.
     using Value = typename std::iterator_traits<Iterator>::value_type;
 
+    // Whether `a` comes before `b`, and whether neither comes before the other.
     static bool Less(const Value &a, const Value &b) { return a < b; }
     static bool Equal(const Value &a, const Value &b) { return a == b; }
 };

@@ -39,33 +39,33 @@ namespace Mem
 // What a block is for. The string module allocates `AllocType_Generic` only.
 enum EAllocType : u32
 {
-    AllocType_Generic = 0,
-    AllocType_Particle = 1,
-    AllocType_Scratch = 2,
-    AllocType_Debug = 3,
+    AllocType_Generic = 0,  // anything
+    AllocType_Particle = 1, // particles
+    AllocType_Scratch = 2,  // what lives for a short time
+    AllocType_Debug = 3,    // what helps to debug
 };
 
 // How a block came to be. It is freed with the origin it was allocated with.
 enum EOrigin : u32
 {
-    Origin_Alloc = 0,        // a raw block
-    Origin_New = 0x80000000, // an object, through its class' allocation functions
-    _Origin_Mask = 0x80000000,
+    Origin_Alloc = 0,          // a raw block
+    Origin_New = 0x80000000,   // an object, through its class' allocation functions
+    _Origin_Mask = 0x80000000, // the bits that tell origins apart
 };
 
-// An allocator: three functions, all non-null.
-//     m_Alloc    `alignment` 0 asks for the allocator's default, else it is a power of two. Null when refused.
-//     m_Realloc  Resizes a block of origin `Origin_Alloc`, keeping its contents up to the smaller size; `block` null
-//                allocates. Null when refused: the old block is then still valid.
-//     m_Free     `block` is not null.
-// None of them may throw: refused memory is a null pointer. An exception that leaves one all the same ends the program,
-// since what asks for memory is noexcept, or loses what the functions on its way held.
+// An allocator: three functions, all non-null. None of them may throw: refused memory is a null pointer. An exception
+// that leaves one all the same ends the program, since what asks for memory is noexcept, or loses what the functions on
+// its way held.
 struct SAllocator
 {
+    // Allocates. `alignment` 0 asks for the allocator's default, else it is a power of two. Fails: null.
     void *(*m_Alloc)(u64 size, u32 alignment, EAllocType type, EOrigin origin, const char *tag, const char *file,
                      u32 line, const char *function);
+    // Resizes a block of origin `Origin_Alloc`, keeping its contents up to the smaller size; `block` null allocates.
+    // Fails: null, and the old block is then still valid.
     void *(*m_Realloc)(void *block, u64 newSize, u32 alignment, EAllocType type, const char *tag, const char *file,
                        u32 line, const char *function);
+    // Frees a block, which is not null.
     void (*m_Free)(void *block, EAllocType type, EOrigin origin, const char *tag, const char *file, u32 line,
                    const char *function);
 };
@@ -114,8 +114,8 @@ QV_API bool Prewarm(u64 bytes, bool locks = false) noexcept;
 // Figures of the default allocator, in a build with QV_MEM_TRACKING.
 struct SFigures
 {
-    u64 m_LiveBlocks;
-    u64 m_LiveBytes;
+    u64 m_LiveBlocks; // blocks that are not freed yet
+    u64 m_LiveBytes;  // bytes asked for, of these
 };
 
 // Gives the figures of the live blocks that carry `tag` (compared as text; null for all tags).

@@ -35,6 +35,7 @@ template <typename T>
 class TMemoryView
 {
 public:
+    // No elements, or `count` elements from `data`, which are trusted to be there.
     constexpr TMemoryView() noexcept QV_NONBLOCKING : m_Data(nullptr), m_Count(0) {}
     constexpr TMemoryView(T *data, u32 count) noexcept QV_NONBLOCKING : m_Data(data), m_Count(count) {}
     // From an array of known size (not of characters), or from a view whose elements differ by qualification alone.
@@ -49,12 +50,17 @@ public:
     {
     }
 
+    // The first element, and the place behind the last one.
     constexpr T *Data() const noexcept QV_NONBLOCKING { return m_Data; }
     constexpr T *DataEnd() const noexcept QV_NONBLOCKING { return m_Data + m_Count; }
+    // The number of elements.
     constexpr u32 Count() const noexcept QV_NONBLOCKING { return m_Count; }
+    // Whether there is no element.
     constexpr bool Empty() const noexcept QV_NONBLOCKING { return m_Count == 0; }
 
-    // Element access. Reports "m_Data != null" and "index < m_Count".
+    // The element at `index`, the first one, the last one.
+    // Requires: elements, and an index below their count, else reports "m_Data != null" or "index < m_Count" and answers a
+    // scratch element.
     T &operator[](u32 index) const noexcept QV_NONBLOCKING
     {
         if (QV_INTERNAL_UNLIKELY(m_Data == nullptr || index >= m_Count))
@@ -78,11 +84,13 @@ public:
         return TMemoryView(m_Data + clampedStart, QVMin(count, m_Count - clampedStart));
     }
 
+    // The elements as a range.
     constexpr T *Begin() const noexcept QV_NONBLOCKING { return m_Data; }
     constexpr T *End() const noexcept QV_NONBLOCKING { return DataEnd(); }
     constexpr T *begin() const noexcept QV_NONBLOCKING { return Begin(); }
     constexpr T *end() const noexcept QV_NONBLOCKING { return End(); }
 
+    // Private to the library: makes the reports of an element access.
     void _AssertAccessible(u32 index) const noexcept QV_NONBLOCKING
     {
         QV_ASSERT(m_Data != null);
@@ -104,9 +112,9 @@ private:
 // The untyped content of a strided view: element i lies i times `m_Stride` bytes behind `m_RawDataPtr`.
 struct SStridedMemoryViewRawStorage
 {
-    const u8 *m_RawDataPtr;
-    u32 m_Count;
-    u32 m_Stride;
+    const u8 *m_RawDataPtr; // the first element
+    u32 m_Count;            // how many there are
+    u32 m_Stride;           // how many bytes each lies behind the one before
 };
 
 // Storage and access of a strided view.
@@ -114,12 +122,18 @@ template <typename T>
 class TStridedMemoryViewBase
 {
 public:
+    // The number of elements.
     constexpr u32 Count() const noexcept QV_NONBLOCKING { return m_Storage.m_Count; }
+    // How many bytes each element lies behind the one before.
     constexpr u32 Stride() const noexcept QV_NONBLOCKING { return m_Storage.m_Stride; }
+    // Whether there is no element.
     constexpr bool Empty() const noexcept QV_NONBLOCKING { return m_Storage.m_Count == 0; }
+    // The first element.
     T *Data() const noexcept QV_NONBLOCKING { return _Element(0); }
 
-    // Element access. Reports "m_Storage.m_RawDataPtr != null" and "index < m_Storage.m_Count".
+    // The element at `index`, the first one, the last one.
+    // Requires: elements, and an index below their count, else reports "m_Storage.m_RawDataPtr != null" or
+    // "index < m_Storage.m_Count" and answers a scratch element.
     T &operator[](u32 index) const noexcept QV_NONBLOCKING
     {
         if (QV_INTERNAL_UNLIKELY(m_Storage.m_RawDataPtr == nullptr || index >= m_Storage.m_Count))
@@ -129,6 +143,7 @@ public:
     T &First() const noexcept QV_NONBLOCKING { return (*this)[0]; }
     T &Last() const noexcept QV_NONBLOCKING { return (*this)[m_Storage.m_Count - 1]; }
 
+    // Private to the library: makes the reports of an element access.
     void _AssertAccessible(u32 index) const noexcept QV_NONBLOCKING
     {
         QV_ASSERT(m_Storage.m_RawDataPtr != null);
@@ -175,6 +190,8 @@ public:
     // is, so that the steps themselves are counted; they order, compare and measure iterators then.
     class Iterator;
 
+    // No elements, or `count` of them from `data`, each `stride` bytes behind the one before, which are trusted to be
+    // there.
     TStridedMemoryView() noexcept QV_NONBLOCKING : _Base({nullptr, 0, static_cast<u32>(sizeof(T))}) {}
     TStridedMemoryView(T *data, u32 count, u32 stride = sizeof(T)) noexcept QV_NONBLOCKING
         : _Base({_Raw(data), count, stride})
@@ -212,6 +229,7 @@ public:
                                   m_Storage.m_Stride);
     }
 
+    // The elements as a range.
     Iterator Begin() const noexcept QV_NONBLOCKING { return Iterator(m_Storage.m_RawDataPtr, m_Storage.m_Stride); }
     Iterator End() const noexcept QV_NONBLOCKING
     {

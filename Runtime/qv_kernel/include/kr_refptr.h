@@ -30,6 +30,7 @@ class QV_API CRefCountedObjectBase
 public:
     CRefCountedObjectBase(const CRefCountedObjectBase &) = delete;
     CRefCountedObjectBase &operator=(const CRefCountedObjectBase &) = delete;
+    // Objects are deleted by way of this class.
     virtual ~CRefCountedObjectBase();
 
     // The counts as they were a moment ago; 1 read by the holder of a reference means that it is the only one.
@@ -47,8 +48,9 @@ public:
     // then, so what the decrement would give is known. Most objects are dropped by the only one who ever held them.
     inline bool _DropIsLast() const noexcept QV_NONBLOCKING;
 
+    // Adds a weak reference, which keeps no object alive.
     void AddWeakReference() const noexcept QV_NONBLOCKING { m_WeakCount.Inc(); }
-    // Reports "s32(nrc) >= 0", "/!\ weak refcount underflow /!\", when there was none.
+    // Drops a weak reference. Reports "s32(nrc) >= 0", "/!\ weak refcount underflow /!\", when there was none.
     inline void RemoveWeakReference() const noexcept QV_NONBLOCKING;
 
     // Adds the first strong reference to an object that no other thread has seen yet: a plain store.
@@ -85,18 +87,18 @@ protected:
 class QV_API CRefCountedObject : public CRefCountedObjectBase
 {
 public:
+    // Runs with the count at 0.
     ~CRefCountedObject() override;
 
     // Drops a strong reference and deletes the object with the last one.
     // A holder that finds itself alone deletes without a locked instruction.
     inline void RemoveReference() const noexcept QV_NONBLOCKING;
 
+    // Memory of the kernel's allocator, with origin `Origin_New`. Fails: null, as no form of `new` throws.
     static void *operator new(std::size_t size) noexcept;
     static void *operator new(std::size_t size, std::align_val_t alignment) noexcept;
     static void operator delete(void *block) noexcept;
     static void operator delete(void *block, std::align_val_t alignment) noexcept;
-
-    // The same: no form of `new` throws.
     static void *operator new(std::size_t size, const std::nothrow_t &) noexcept;
     static void *operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t &) noexcept;
     static void operator delete(void *block, const std::nothrow_t &) noexcept;
@@ -153,10 +155,13 @@ class TBaseRefPtr<T, false> : protected Internal::TRefPtrMember<T>
     friend class TBaseRefPtr;
 
 public:
+    // Null.
     constexpr TBaseRefPtr() noexcept QV_NONBLOCKING : _P{nullptr} {}
     // Adds a reference when non-null.
     TBaseRefPtr(T *pointer) noexcept : _P{pointer} { _Add(); }
+    // Takes over a reference that the caller has added.
     TBaseRefPtr(T *pointer, Internal::SAdoptReference) noexcept QV_NONBLOCKING : _P{pointer} {}
+    // A copy adds a reference; a move takes over the other pointer's, which is null then.
     TBaseRefPtr(const TBaseRefPtr &other) noexcept : _P{other.m_Ptr} { _Add(); }
     TBaseRefPtr(TBaseRefPtr &&other) noexcept QV_NONBLOCKING : _P{std::exchange(other.m_Ptr, nullptr)} {}
     template <typename U, typename = std::enable_if_t<std::is_convertible<U *, T *>::value>>
@@ -167,6 +172,7 @@ public:
     TBaseRefPtr(TBaseRefPtr<U, false> &&other) noexcept QV_NONBLOCKING : _P{std::exchange(other.m_Ptr, nullptr)}
     {
     }
+    // Releases the reference.
     ~TBaseRefPtr() { _Release(); }
 
     // Takes the new reference before it releases the old one, so self-assignment is harmless.
@@ -183,10 +189,13 @@ public:
         return *this;
     }
 
+    // The object, or null.
     T *Get() const noexcept QV_NONBLOCKING { return _P::m_Ptr; }
+    // Whether there is an object.
     explicit operator bool() const noexcept QV_NONBLOCKING { return _P::m_Ptr != nullptr; }
 
-    // Report "_P::m_Ptr != null" for a null pointer.
+    // The object.
+    // Requires: one, else reports "_P::m_Ptr != null"; what is done with null then is the caller's.
     T *operator->() const noexcept QV_NONBLOCKING
     {
         QV_ASSERT(_P::m_Ptr != null);
@@ -198,12 +207,14 @@ public:
         return *_P::m_Ptr;
     }
 
+    // Exchanges the objects; no count changes.
     void Swap(TBaseRefPtr &other) noexcept QV_NONBLOCKING { std::swap(_P::m_Ptr, other.m_Ptr); }
 
     // Releases the reference and becomes null.
     void Clear() noexcept { TBaseRefPtr released(std::move(*this)); }
 
-    // With another, and with a raw pointer in either order, which null, 0 and NULL are as well.
+    // Whether both point to one object: with another, and with a raw pointer in either order, which null, 0 and NULL
+    // are as well.
     friend bool operator==(const TBaseRefPtr &a, const TBaseRefPtr &b) noexcept QV_NONBLOCKING
     {
         return a.m_Ptr == b.m_Ptr;

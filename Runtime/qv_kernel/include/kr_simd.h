@@ -17,6 +17,7 @@ namespace SIMD
 class Float4
 {
 public:
+    // Zeros, or the four given.
     constexpr Float4() noexcept QV_NONBLOCKING : m_Lanes{0.0f, 0.0f, 0.0f, 0.0f} {}
     constexpr Float4(float x, float y, float z, float w) noexcept QV_NONBLOCKING : m_Lanes{x, y, z, w} {}
 

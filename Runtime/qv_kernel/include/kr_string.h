@@ -167,6 +167,7 @@ public:
     // A string without characters. Constant-initialised; may be used at any time.
     static const CString EmptyString;
 
+    // No characters, and no container.
     constexpr CString() = default;
 
     // A copy of `str`; null and empty text allocate nothing. Fails: an empty string.
@@ -213,6 +214,7 @@ public:
         const char *data = Data();
         return data != nullptr ? data : "";
     }
+    // The number of characters, the terminator not included; 0 without a container.
     u32 Length() const noexcept QV_NONBLOCKING { return CStringContainer::SafeLength(m_Container.Get()); }
     // By the first character: true without a container or when it is the terminator.
     [[nodiscard]] bool Empty() const noexcept QV_NONBLOCKING
@@ -220,6 +222,7 @@ public:
         const char *data = Data();
         return data == nullptr || *data == '\0';
     }
+    // All Length() characters as a view of memory.
     [[nodiscard]] TMemoryView<const char> View() const noexcept QV_NONBLOCKING QV_INTERNAL_LIFETIMEBOUND
     {
         return TMemoryView<const char>(Data(), Length());
@@ -270,8 +273,8 @@ public:
 
     // ---- Writing ----------------------------------------------------------------------------------------------------
 
-    // Each first makes the characters this handle's own, by a copy of the fixed form when they are shared.
-    // Fails: the handle is left empty, having released the shared characters.
+    // What gives characters to write first makes them this handle's own, by a copy of the fixed form when they are shared,
+    // and where that cannot be had leaves the handle empty, having released the shared characters.
 
     // Writable characters; null without a container, or when the copy cannot be had. After changing where the text
     // ends, call RebuildAfterRawModification. Invalidates: pointers and views, when it copies.
@@ -297,6 +300,7 @@ public:
 
     // Counted from the start of the process on, in a build with QV_MEM_TRACKING. Any thread may ask at any time.
 
+    // The sums over the whole program.
     struct SCopyFigures
     {
         u64 m_SharedCopies;      // handles copied, by the library, too: each shares its characters, and copies none
@@ -309,14 +313,15 @@ public:
     {
         const char *m_Edit;       // the name of the edit: "ToUppercase", "Append" (`+=`, too), "RawDataForWriting"
         const void *m_CalledFrom; // the address in the program that the edit returned to
-        u64 m_Copies;
-        u64 m_Characters;
+        u64 m_Copies;             // how many private copies it made
+        u64 m_Characters;         // how many characters they copied
     };
 
-    // A private copy is one that the edit had not made of a string that nobody shares. It counts once, for the edit that
-    // the program called, be that one by way of another. So Append, Prepend, Insert and AppendSlashAnd count when they leave
-    // a container that could have grown in place; to one of the fixed form they add in a new one in any case, as Escape and
-    // Ident do. Functions that give a new string are no edits, and what was refused is no copy.
+    // Gives the sums. A private copy is one that the edit had not made of a string that nobody shares. It counts once,
+    // for the edit that the program called, be that one by way of another. So Append, Prepend, Insert and
+    // AppendSlashAnd count when they leave a container that could have grown in place; to one of the fixed form they
+    // add in a new one in any case, as Escape and Ident do. Functions that give a new string are no edits, and what was
+    // refused is no copy.
     // Returns: false, with figures of 0, in a build without tracking.
     static bool CopyFigures(SCopyFigures &outFigures) noexcept;
 
@@ -331,30 +336,30 @@ public:
     // In the manner of printf. Fails: an empty string, also for a null format.
     // Stack: that of the platform's own formatting comes on top, some 3 KiB with floating-point numbers.
 
-    // Any length, in the locale in force. Reports "format != null".
+    // Formats any length, in the locale in force. Reports "format != null".
     // Allocates: besides the result, and until it is there, a block of length + 1 for results of 512 characters and more.
     // Stack: 1.5 KiB.
     [[nodiscard]] static CString VAFormat(const char *format, va_list args) noexcept QV_INTERNAL_PRINTF(1, 0);
 
-    // At most 3198 characters (longer results are cut), in the "C" locale: numbers always have a decimal point.
+    // Formats at most 3198 characters (longer results are cut), in the "C" locale: numbers always have a decimal point.
     // The process is left in the "C" locale: beware of threads that depend on another one.
     // Stack: 4 KiB.
     [[nodiscard]] static CString Format(const char *format, ...) noexcept QV_INTERNAL_PRINTF(1, 2);
 
     // ---- Concatenation ----------------------------------------------------------------------------------------------
 
-    // The argument may be the string itself or any piece of it. Null and empty arguments change
+    // Puts the argument behind the text. It may be the string itself or any piece of it. Null and empty arguments change
     // nothing. A string that is not shared and of the resizable form grows in place; every other gets a new container
     // of that form. Returns: this string.
     // Fails: an empty string (what it held is released).
     // Invalidates: pointers to and views of the characters.
-
     CString &Append(const CString &other) noexcept;
     QV_INTERNAL_ALWAYS_INLINE inline CString &Append(const CStringView &other) noexcept;
     QV_INTERNAL_ALWAYS_INLINE inline CString &Append(const char *other) noexcept;
     // Requires: `otherLength` characters before the terminator, else reports
     // "otherLength <= SNativeStringUtils::Length(other)" and takes that many all the same.
     CString &Append(const char *other, u32 otherLength) noexcept;
+    // A character, of which the terminator changes nothing. Otherwise as above.
     QV_INTERNAL_EDIT_INLINE CString &Append(char character) noexcept
     {
         CStringContainer *container = m_Container.Get();
@@ -383,19 +388,21 @@ public:
     // ask for memory. Invalidates: pointers to and views of the characters.
     bool Reserve(u32 length) noexcept;
 
-    // The same at the front. Beware: prepending to an empty string takes the whole text up to its terminator, whatever
-    // `otherLength` says, in a container of the fixed form, unless the string is not shared and of the resizable form.
-    // Views and characters are taken as they are.
+    // Puts the argument in front of the text, and otherwise does as Append does. Beware: prepending to an empty string
+    // takes the whole text up to its terminator, whatever `otherLength` says, in a container of the fixed form, unless
+    // the string is not shared and of the resizable form. Views and characters are taken as they are.
+    // Fails, invalidates, returns: as Append.
     CString &Prepend(const CString &other) noexcept;
     CString &Prepend(const CStringView &other) noexcept;
     CString &Prepend(const char *other) noexcept;
     CString &Prepend(const char *other, u32 otherLength) noexcept;
     CString &Prepend(char character) noexcept;
 
+    // As Append.
     QV_INTERNAL_EDIT_INLINE CString &operator+=(const CString &other) noexcept { return Append(other); }
     QV_INTERNAL_EDIT_INLINE CString &operator+=(const CStringView &other) noexcept { return Append(other); }
     QV_INTERNAL_EDIT_INLINE CString &operator+=(const char *other) noexcept { return Append(other); }
-    // Exactly a char: a literal 0 stays a null text.
+    // As Append, of exactly a char: a literal 0 stays a null text.
     template <typename Character, typename = Internal::String::IfCharacter<Character>>
     QV_INTERNAL_EDIT_INLINE CString &operator+=(Character character) noexcept;
 
@@ -437,6 +444,7 @@ public:
     CString &AppendSlashAnd(const char *other) noexcept;
     CString &AppendSlashAnd(const char *other, u32 length) noexcept;
 
+    // As AppendSlashAnd.
     QV_INTERNAL_EDIT_INLINE CString &operator/=(const CString &other) noexcept { return AppendSlashAnd(other); }
     QV_INTERNAL_EDIT_INLINE CString &operator/=(const CStringView &other) noexcept { return AppendSlashAnd(other); }
     QV_INTERNAL_EDIT_INLINE CString &operator/=(const char *other) noexcept { return AppendSlashAnd(other); }
@@ -447,10 +455,10 @@ public:
 
     // ---- Casing -----------------------------------------------------------------------------------------------------
 
-    // Works on the stored length, so characters behind an embedded terminator change too. A shared container is
-    // copied first. Returns: this string.
+    // Brings the letters to upper or lower case: of this string, or of a new one. Works on the stored length, so characters
+    // behind an embedded terminator change too. A shared container is copied first.
+    // Returns: this string, or the new one.
     // Fails: an empty string; conversions report "_P::m_Ptr != null".
-
     CString &ToUppercase() noexcept QV_NONALLOCATING;
     CString &ToLowercase() noexcept QV_NONALLOCATING;
     [[nodiscard]] CString Uppercase() const noexcept;
@@ -468,15 +476,16 @@ public:
 
     // ---- Escaping ---------------------------------------------------------------------------------------------------
 
-    // Escape sequences (the syntax is that of SNativeStringUtils::Escape). Both end at the first embedded terminator.
-    // Returns: this string.
+    // The syntax is that of SNativeStringUtils::Escape. All end at the first embedded terminator.
 
-    // Gives a new container of the fixed form. Allocates: once, for twice the length; what the string held is freed. Fails:
-    // the string is unchanged.
+    // Replaces characters by escape sequences, in a new container of the fixed form. Returns: this string. Allocates:
+    // once, for twice the length; what the string held is freed. Fails: the string is unchanged.
     CString &Escape() noexcept;
-    // In place, in a private copy when the container is shared. Fails: an empty string, after the reports
-    // "_P::m_Ptr != null" and "m_Container->RefCount() == 1".
+    // Replaces escape sequences by their characters, in place, in a private copy when the container is shared.
+    // Returns: this string. Fails: an empty string, after the reports "_P::m_Ptr != null" and
+    // "m_Container->RefCount() == 1".
     CString &Unescape() noexcept QV_NONALLOCATING;
+    // A copy to which Escape or Unescape was done. Fails: as they do.
     [[nodiscard]] CString Escaped() const noexcept;
     [[nodiscard]] CString Unescaped() const noexcept;
 
@@ -493,6 +502,7 @@ public:
     CString &Reverse() noexcept QV_NONBLOCKING;
     [[nodiscard]] CString Reversed() const noexcept;
 
+    // The text several times in a row.
     // Returns: a new string of the fixed form with all Length() characters `times` times in a row, embedded terminators
     // included; a copy of the handle for 1, and a string without a container for 0 or a string of length 0.
     // Requires: a container with characters, else reports "data != null" and gives an empty string.
@@ -500,6 +510,7 @@ public:
     // for memory.
     [[nodiscard]] CString Repeat(u32 times) const noexcept;
 
+    // The text brought to a width.
     // Returns: a new string of the fixed form with all Length() characters, and in front of them (PadLeft) or behind them
     // (PadRight) as many of `character` as they are short of `width`, be that a terminator; a copy of the handle when
     // none is missing.
@@ -558,11 +569,12 @@ public:
     [[nodiscard]] bool LessThan(const char *other,
                                 ECaseSensitivity caseSensitivity = CaseSensitive) const noexcept QV_NONBLOCKING;
 
+    // Equality, as Compare has it; case matters.
     bool operator==(const char *other) const noexcept QV_NONBLOCKING { return Compare(other, CaseSensitive); }
     inline bool operator==(const CString &other) const noexcept QV_NONBLOCKING;
     bool operator!=(const char *other) const noexcept QV_NONBLOCKING { return !(*this == other); }
     bool operator!=(const CString &other) const noexcept QV_NONBLOCKING { return !(*this == other); }
-    // A null buffer orders with a string without a container.
+    // Order by bytes, as LessThan has it. A null buffer orders with a string without a container.
     bool operator>(const char *other) const noexcept QV_NONBLOCKING;
     bool operator<(const char *other) const noexcept QV_NONBLOCKING;
     inline bool operator>(const CString &other) const noexcept QV_NONBLOCKING;
@@ -705,18 +717,19 @@ public:
     // An entry of a ranked list.
     struct SFuzzyMatchListElement
     {
+        // Both fields as given.
         SFuzzyMatchListElement(u32 indexInStringList, float matchWeight) noexcept QV_NONBLOCKING
             : m_IndexInStringList(indexInStringList),
               m_MatchWeight(matchWeight)
         {
         }
 
-        u32 m_IndexInStringList;
-        float m_MatchWeight;
+        u32 m_IndexInStringList; // which entry of the list
+        float m_MatchWeight;     // its weight, from 0 to 1
     };
 
-    // 1 for equal texts, 0 when one of them is empty. Not symmetric for texts of one length: see the .cpp. Nonblocking as
-    // long as both have fewer than 256 characters.
+    // The weight of two texts: 1 for equal ones, 0 when one of them is empty. Not symmetric for texts of one length:
+    // see the .cpp. Nonblocking as long as both have fewer than 256 characters.
     // Cost: a step for each character of the longer text and each 64 of the shorter one, and what is linear in both.
     // Allocates: a block of 4 bytes per character of the longer text, and 4 more, when that has 256 characters or more.
     // Fails: 0.
@@ -842,11 +855,13 @@ public:
     // No separator yet: a string gives one piece.
     CStringBatchSplitter() noexcept QV_NONBLOCKING;
 
+    // Makes a character a separator.
     void AddSplitChar(char character) noexcept QV_NONBLOCKING;
-    // Every character of a terminated text (null: none), or of a string by its stored length.
+    // The same of every character of a terminated text (null: none), or of a string by its stored length.
     void AddSplitChars(const char *characters) noexcept QV_NONBLOCKING;
     void AddSplitChars(const CString &characters) noexcept QV_NONBLOCKING;
 
+    // Makes a character no separator any more.
     // Requires: not the terminator, else reports "c != '\0'".
     void RemoveSplitChar(char c) noexcept QV_NONBLOCKING;
     // The same of many; a terminator within a string stays a separator.
@@ -925,7 +940,7 @@ using namespace LazySplitting;
 
 // ---- Concatenation and joining by operators -------------------------------------------------------------------------
 
-// Concatenation and path joining into a new string, as Append and AppendSlashAnd do it.
+// Concatenation (`+`) and path joining (`/`) into a new string, as Append and AppendSlashAnd do it.
 // A temporary on the left is edited in place.
 // Allocates: once for the buffer and once for the object; no string is made of a view or a buffer on the left first.
 // Fails: `+` an empty string; `/` reports "newContainer != null" and gives the string on the left, or an empty string
@@ -938,18 +953,19 @@ using namespace LazySplitting;
 [[nodiscard]] QV_API CString operator+(CString &&a, const CString &b) noexcept;
 [[nodiscard]] QV_API CString operator+(CString &&a, const CStringView &b) noexcept;
 [[nodiscard]] QV_API CString operator+(CString &&a, const char *b) noexcept;
-// Exactly a char, so that a literal 0 stays a null text; a terminator is appended as nothing.
+// As above, of exactly a char, so that a literal 0 stays a null text; a terminator is appended as nothing.
 template <typename Character, typename = Internal::String::IfCharacter<Character>>
 [[nodiscard]] CString operator+(const CString &a, Character b) noexcept;
 template <typename Character, typename = Internal::String::IfCharacter<Character>>
 [[nodiscard]] CString operator+(CString &&a, Character b) noexcept;
-// Exactly views and texts: what converts to them goes where it always went.
+// As above, of exactly views and texts: what converts to them goes where it always went.
 template <typename View, typename = Internal::String::IfView<View>>
 [[nodiscard]] CString operator+(const View &a, const View &b) noexcept;
 template <typename View, typename Text, typename = Internal::String::IfViewAndText<View, Text>>
 [[nodiscard]] CString operator+(const View &a, Text b) noexcept;
 template <typename Text, typename View, typename = Internal::String::IfViewAndText<View, Text>>
 [[nodiscard]] CString operator+(Text a, const View &b) noexcept;
+// Path joining, as above.
 [[nodiscard]] QV_API CString operator/(const CString &a, const CString &b) noexcept;
 [[nodiscard]] QV_API CString operator/(const CString &a, const CStringView &b) noexcept;
 [[nodiscard]] QV_API CString operator/(const CString &a, const char *b) noexcept;
@@ -993,12 +1009,13 @@ template <typename First, typename Second, typename... More>
 namespace Joining
 {
 
+// The pieces one behind the other, and with the separator between each two of them.
 template <typename... Pieces, typename = Internal::String::IfTextPieces<Pieces...>>
 [[nodiscard]] CString Concat(const Pieces &...pieces) noexcept;
 template <typename... Pieces, typename = Internal::String::IfTextPieces<Pieces...>>
 [[nodiscard]] CString Join(const Internal::String::CTextPiece &separator, const Pieces &...pieces) noexcept;
 
-// The same of a list: a TArray, a view or a strided view of strings, of views or of NUL-terminated texts, or an array of
+// Join of a list: a TArray, a view or a strided view of strings, of views or of NUL-terminated texts, or an array of
 // one of these. Each NUL-terminated text is measured twice. Templates, so that a program's own functions of this name
 // are chosen before them.
 template <typename = void>
@@ -1049,7 +1066,7 @@ inline bool operator>(const char *a, const CStringView &b) noexcept QV_NONBLOCKI
 inline bool operator<=(const char *a, const CStringView &b) noexcept QV_NONBLOCKING;
 inline bool operator>=(const char *a, const CStringView &b) noexcept QV_NONBLOCKING;
 
-// The same comparisons with the buffer on the left. None of them builds a string.
+// The comparisons of a string or a view with a buffer, with the buffer on the left. None of them builds a string.
 inline bool operator==(const char *a, const CString &b) noexcept QV_NONBLOCKING;
 inline bool operator!=(const char *a, const CString &b) noexcept QV_NONBLOCKING;
 inline bool operator<(const char *a, const CString &b) noexcept QV_NONBLOCKING;

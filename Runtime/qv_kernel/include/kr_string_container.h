@@ -19,6 +19,7 @@ struct SFastGrowth; // the edits that grow a text by a few characters
 struct SGrowth;     // and by any number
 } // namespace Internal::String
 
+// A strong pointer to a container, such as every string is.
 using PStringContainer = TRefPtr<CStringContainer>;
 
 // The shared, reference-counted block of characters behind a string.
@@ -50,12 +51,15 @@ public:
     [[nodiscard]] static PStringContainer NewResizable(const char *str) noexcept;
     [[nodiscard]] static PStringContainer NewResizable(const char *str, u32 len, u32 capacity) noexcept;
 
-    // Reports "*bufferLink != null" for a resizable container without a buffer.
+    // Frees the buffer of the resizable form. Reports "*bufferLink != null" for a resizable container without a buffer.
     ~CStringContainer() override;
 
+    // The characters, NUL-terminated.
     const char *Data() const noexcept QV_NONBLOCKING { return m_Characters; }
     char *Data() noexcept QV_NONBLOCKING { return m_Characters; }
+    // The number of characters, the terminator not included.
     u32 Length() const noexcept QV_NONBLOCKING { return m_Length & kLengthMask; }
+    // Whether the container is of the resizable form.
     [[nodiscard]] bool SupportsDynamicResize() const noexcept QV_NONBLOCKING
     {
         return (m_Length & kResizableFlag) != 0;
@@ -109,7 +113,7 @@ public:
             _Destroy(const_cast<CStringContainer *>(this));
     }
 
-    // The same of a container that may be null: null, and 0.
+    // Data() and Length() of a container that may be null: null, and 0.
     static const char *SafeData(const CStringContainer *container) noexcept QV_NONBLOCKING
     {
         return container != nullptr ? container->Data() : nullptr;

@@ -60,7 +60,7 @@ constexpr bool IsFloatingNumber() noexcept QV_NONBLOCKING
 // How reading a number ended.
 enum EParseNumber : u32
 {
-    ParseNumber_Ok = 0,
+    ParseNumber_Ok = 0,                 // the whole text is a number of the type
     ParseNumber_Empty = 1,              // no characters at all
     ParseNumber_NotANumber = 2,         // the text does not begin with a number
     ParseNumber_TrailingCharacters = 3, // something stands behind the number, be it too large or not
@@ -71,9 +71,10 @@ enum EParseNumber : u32
 // it: 0 where there is no number, the length where all of the text is one.
 struct SParsedNumber
 {
-    EParseNumber m_Outcome;
-    u32 m_Position;
+    EParseNumber m_Outcome; // how it ended
+    u32 m_Position;         // the first character that does not belong to the number
 
+    // Whether a number was read.
     constexpr explicit operator bool() const noexcept QV_NONBLOCKING { return m_Outcome == ParseNumber_Ok; }
 };
 

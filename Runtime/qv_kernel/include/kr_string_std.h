@@ -261,8 +261,10 @@ QV_INTERNAL_UNCHECKED_END
 // as nonblocking as the conversion of what it is called with to the standard's view.
 struct SStringHash
 {
+    // Containers look up by any form of text.
     using is_transparent = void;
 
+    // The hash of a text.
     template <typename Text>
     std::size_t operator()(const Text &text) const noexcept
     {
@@ -273,8 +275,10 @@ struct SStringHash
 // The equality that goes with it, between any two forms.
 struct SStringEqual
 {
+    // Containers look up by any form of text.
     using is_transparent = void;
 
+    // Whether two texts are equal.
     template <typename TextA, typename TextB>
     bool operator()(const TextA &a, const TextB &b) const noexcept
     {
@@ -285,8 +289,10 @@ struct SStringEqual
 // The order of all of these forms by bytes, taken as unsigned; a text that starts another one is before it.
 struct SStringLess
 {
+    // Containers look up by any form of text.
     using is_transparent = void;
 
+    // Whether `a` comes before `b`.
     template <typename TextA, typename TextB>
     bool operator()(const TextA &a, const TextB &b) const noexcept
     {
@@ -297,11 +303,13 @@ struct SStringLess
 // The three without regard to the case of ASCII letters, at the speed of the library's kernels, for keys that are found
 // however they are written. They go together: texts that are equal have one hash, and neither is before the other.
 
-// By the hash of SNativeStringUtils::HashCase, of at most 2^32 - 1 characters.
+// The hash, by that of SNativeStringUtils::HashCase, of at most 2^32 - 1 characters.
 struct SStringHashCaseInsensitive
 {
+    // Containers look up by any form of text.
     using is_transparent = void;
 
+    // The hash of a text.
     template <typename Text>
     std::size_t operator()(const Text &text) const noexcept
     {
@@ -309,10 +317,13 @@ struct SStringHashCaseInsensitive
     }
 };
 
+// The equality that goes with it.
 struct SStringEqualCaseInsensitive
 {
+    // Containers look up by any form of text.
     using is_transparent = void;
 
+    // Whether two texts are equal.
     template <typename TextA, typename TextB>
     bool operator()(const TextA &a, const TextB &b) const noexcept
     {
@@ -320,11 +331,13 @@ struct SStringEqualCaseInsensitive
     }
 };
 
-// By lower-cased bytes.
+// The order, by lower-cased bytes.
 struct SStringLessCaseInsensitive
 {
+    // Containers look up by any form of text.
     using is_transparent = void;
 
+    // Whether `a` comes before `b`.
     template <typename TextA, typename TextB>
     bool operator()(const TextA &a, const TextB &b) const noexcept
     {

@@ -42,26 +42,30 @@ using IfForeignView = std::enable_if_t<std::is_same<KindOf<View>, SForeignView *
 // Whether an operation tells upper from lower case. Every non-zero value ignores case.
 enum ECaseSensitivity : u32
 {
-    CaseSensitive = 0,
-    CaseInsensitive = 1,
+    CaseSensitive = 0,   // tells them apart
+    CaseInsensitive = 1, // takes them for the same
 };
 
 // The casing of a text, or one to bring it to. Letters are the ASCII letters.
 enum ECasingType : u32
 {
     CasingType_Unspecified = 0, // no letter at all
-    CasingType_Lowercase = 1,
-    CasingType_Uppercase = 2,
-    CasingType_Mixed = 3,
+    CasingType_Lowercase = 1,   // lower-case letters only
+    CasingType_Uppercase = 2,   // upper-case letters only
+    CasingType_Mixed = 3,       // letters of both cases
 };
 
 // `m_Length` characters from `m_Data`, not necessarily terminated, owned by somebody else.
 //
 // A view is a plain value, valid only while the characters are neither freed nor changed: any write through a handle
 // that moves the characters invalidates the views of them.
+//
+// Nothing but ToString copies, and nothing else allocates but where it says so. Nothing reads outside the view or needs a
+// terminator. Views that result borrow from the same characters. A null text counts as empty.
 class QV_API CStringView
 {
 public:
+    // No characters, or `length` of them from `data`, which are trusted to be there.
     constexpr CStringView() noexcept QV_NONBLOCKING : m_Data(nullptr), m_Length(0) {}
     constexpr CStringView(const char *data QV_INTERNAL_LIFETIMEBOUND, u32 length) noexcept QV_NONBLOCKING
         : m_Data(data),
@@ -71,9 +75,11 @@ public:
     // The whole text, up to its terminator; null gives the empty view. Explicit, so that a text given to one of several
     // overloads goes where it always went.
     constexpr explicit CStringView(const char *str QV_INTERNAL_LIFETIMEBOUND) noexcept QV_NONBLOCKING;
+    // All characters of a string.
     inline CStringView(const CString &string QV_INTERNAL_LIFETIMEBOUND) noexcept QV_NONBLOCKING;
-    // Borrows from a temporary: good until the end of the full expression.
+    // The same of a temporary: good until the end of the full expression.
     inline CStringView(CString &&string QV_INTERNAL_LIFETIMEBOUND) noexcept QV_NONBLOCKING;
+    // The characters of a view of memory.
     constexpr CStringView(const TMemoryView<const char> &view) noexcept QV_NONBLOCKING : m_Data(view.Data()),
                                                                                          m_Length(view.Count())
     {
@@ -98,10 +104,13 @@ public:
 
     // ---- Reading ----------------------------------------------------------------------------------------------------
 
+    // The characters, not necessarily terminated; null for a view of nothing.
     constexpr const char *Data() const noexcept QV_NONBLOCKING { return m_Data; }
+    // The number of characters.
     constexpr u32 Length() const noexcept QV_NONBLOCKING { return m_Length; }
     // By length: the characters are not looked at.
     [[nodiscard]] constexpr bool Empty() const noexcept QV_NONBLOCKING { return m_Length == 0; }
+    // The characters as a view of memory.
     [[nodiscard]] constexpr TMemoryView<const char> View() const noexcept QV_NONBLOCKING
     {
         return TMemoryView<const char>(m_Data, m_Length);
@@ -127,9 +136,6 @@ public:
 
     // A string with a copy of the characters. Fails: an empty string when memory is refused.
     [[nodiscard]] CString ToString() const noexcept;
-
-    // Nothing below reads outside the view, needs a terminator, or copies, and nothing allocates but where it says so.
-    // Views that result borrow from the same characters. A null text counts as empty.
 
     // ---- Pieces -----------------------------------------------------------------------------------------------------
 
