@@ -3,7 +3,7 @@
 . "$(dirname "$0")/common.inc"
 . "$root/scripts/needs.inc"
 
-ensure g++ cmake ninja-build -- pkg-config python3 doxygen graphviz lintian
+ensure g++ cmake ninja-build -- pkg-config python3 doxygen doxygen-awesome-css lintian
 version=$(sed -n 's/^project(Quorvane VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
 failures=0
 
@@ -57,9 +57,7 @@ version_has_one_place()
 
 reference_is_clean()
 {
-    rm -rf build/docs
-    mkdir -p build/docs
-    (cat docs/Doxyfile && echo 'WARN_AS_ERROR = FAIL_ON_WARNINGS') | doxygen -
+    sh docs/reference/build.sh "$root" build/docs && python3 docs/reference/check_links.py build/docs/html
 }
 
 shows_its_names()

@@ -92,8 +92,8 @@ if [ -n "$quick" ]; then
     exit
 fi
 
-# Debuggers, which show the types; and who looks through packages.
-ensure -- gdb lldb lintian
+# Debuggers, which show the types; who looks through packages; who makes the reference.
+ensure -- gdb lldb lintian doxygen
 # Other machines, emulated.
 ensure -- qemu-user g++-aarch64-linux-gnu g++-arm-linux-gnueabihf
 ensure_platforms short-i386 short-s390x short-windows
