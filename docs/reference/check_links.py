@@ -4,7 +4,8 @@
     check_links.py <html folder>
 
 Looks at all pages: links and their anchors, pictures, scripts, style sheets, what the navigation and the search refer to.
-Prints what is dead, and then how much there was. Answers 1 when something is dead.
+Looks for marks in the text that Doxygen has not understood, too. Prints what is dead, and then how much there was. Answers
+1 when something is dead.
 """
 
 import html.parser
@@ -14,6 +15,10 @@ import sys
 import urllib.parse
 
 OUTSIDE = re.compile(r"^(?:[a-z][a-z0-9+.-]*:|//)")
+# Marks of Doxygen that nobody should see, and those that nobody should see but in code.
+BROKEN = re.compile(r"\\ilinebr")
+UNREAD = re.compile(r"`|\{#|[@\\](?:ref|par|code|endcode|cond|endcond)\b")
+LITERAL = ("code", "pre", "script", "style")
 SCRIPTED = re.compile(r"""["']((?:\.\./)?[\w./-]+\.html(?:#[\w.:-]+)?)["']""")
 
 
@@ -25,9 +30,13 @@ class Page(html.parser.HTMLParser):
         self.links = []
         self.pictures = []
         self.anchors = set()
+        self.stray = []
+        self.literal = 0
+        self.fragment_depth = 0
         self.feed(text)
 
     def handle_starttag(self, tag, attributes):
+        self.literal += tag in LITERAL
         for name, value in attributes:
             if value is None:
                 continue
@@ -37,6 +46,19 @@ class Page(html.parser.HTMLParser):
                 self.links.append(value)
             elif name in ("src", "data"):
                 (self.pictures if tag in ("img", "object") else self.links).append(value)
+        if tag == "div" and ("class", "fragment") in attributes:
+            self.fragment_depth = 1
+        elif tag == "div" and self.fragment_depth:
+            self.fragment_depth += 1
+
+    def handle_endtag(self, tag):
+        self.literal -= tag in LITERAL
+        if tag == "div" and self.fragment_depth:
+            self.fragment_depth -= 1
+
+    def handle_data(self, text):
+        if BROKEN.search(text) or UNREAD.search(text) and not self.literal and not self.fragment_depth:
+            self.stray.append(text.strip()[:60])
 
 
 def main():
@@ -70,10 +92,13 @@ def main():
             follow(file, link, "links")
         for picture in page.pictures:
             follow(file, picture, "pictures")
-    # The navigation and the search results are scripts' data.
+        for text in page.stray:
+            dead.append("%s: a mark that is not understood: %s" % (file.relative_to(folder), text))
+    # The navigation and the search results are scripts' data; what they find pages by are no links.
     for file in sorted(folder.rglob("*.js")):
-        if "doxygen" not in file.name and file.name != "jquery.js" and file.name != "resize.js":
-            for link in SCRIPTED.findall(file.read_text(encoding="utf-8", errors="replace")):
+        if not file.name.startswith(("navtreeindex", "doxygen-", "jquery", "resize")):
+            text = file.read_text(encoding="utf-8", errors="replace")
+            for link in SCRIPTED.findall(text.partition("var NAVTREEINDEX")[0]):
                 follow(file, link, "links")
     for line in sorted(set(dead)):
         print("check_links: " + line)

@@ -76,9 +76,12 @@ def name_of(code):
     return variable.group(1) if variable else code
 
 
-def with_percent_signs(code):
-    """Code as Doxygen shows it: there, a percent sign that is not in quotes keeps the word behind it from becoming a link."""
-    return re.sub(r'"[^"]*"|%(?=\w)', lambda found: found.group(0) if found.group(0) != "%" else "%%", code)
+def code_span(code):
+    """Code between backticks as Doxygen shows it as it is."""
+    # A percent sign that is not in quotes keeps the word behind it from becoming a link, and is not shown.
+    code = re.sub(r'"[^"]*"|%(?=\w)', lambda found: found.group(0) if found.group(0) != "%" else "%%", code)
+    # A single apostrophe would end the code.
+    return "`" + code + "`" if "'" in code and not code.startswith("``") else code
 
 
 def escape_words(text):
@@ -91,9 +94,7 @@ def escape_words(text):
     pieces = re.split(r"(`[^`]*`)", "".join(pieces))
     for i, piece in enumerate(pieces):
         if i % 2:
-            piece = re.sub(r"!(?=\w+::)", "!%", with_percent_signs(piece))
-            # Between backticks an apostrophe would end the code.
-            pieces[i] = "`" + piece + "`" if "'" in piece else piece
+            pieces[i] = re.sub(r"!(?=\w+::)", "!%", code_span(piece))
         else:
             piece = re.sub(r"([\\@%#<>&])", r"\\\1", piece)
             piece = re.sub(r"(?<!\w)::", r"\\::", piece)

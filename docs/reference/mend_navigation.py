@@ -4,7 +4,7 @@
     mend_navigation.py <html folder>
 
 Doxygen lists a namespace's functions below the header that declares them, too, and there links to places that the header's
-page does not have: they are in the namespace's.
+page does not have: they are in the namespace's. What the navigation finds pages by is in an order that must stay.
 """
 
 import pathlib
@@ -28,7 +28,7 @@ def main():
         pages = places.get(link.group(2), [])
         return link.group(0) if link.group(1) in pages or not pages else '"%s#%s"' % (pages[0], link.group(2))
 
-    for script in sorted(folder.glob("*.js")):
+    for script in sorted(folder.glob("*_8h.js")):
         text = script.read_text(encoding="utf-8")
         better = LINK.sub(mended, text)
         if better != text:

@@ -13,7 +13,7 @@ import os
 import re
 import sys
 
-from headers import with_percent_signs
+from headers import code_span
 
 FENCE = re.compile(r"^\s*(```|~~~)")
 HEADING = re.compile(r"^(#{1,6}) (.*?)\s*$")
@@ -89,8 +89,9 @@ def with_links(path, page, text):
         result += text[end : code.start()] + "\0%d\0" % code.start()
         end = code.end()
     result += text[end:]
-    result = LINK.sub(replaced, result)
-    spans = {code.start(): with_percent_signs(code.group(0)) for code in CODE.finditer(text)}
+    # The library's name is no link to its namespace.
+    result = re.sub(r"(?<![\w/.:])Quorvane(?![\w/:])", "%Quorvane", LINK.sub(replaced, result))
+    spans = {code.start(): code_span(code.group(0)) for code in CODE.finditer(text)}
     return re.sub("\0(\\d+)\0", lambda mark: spans[int(mark.group(1))], result)
 
 
@@ -117,6 +118,7 @@ def convert(path, lines):
         elif heading:
             end_plain()
             level, title = heading.groups()
+            line = line.replace("# Quorvane", "# %Quorvane")
             name = slug(title)
             slugs[name] = slugs.get(name, -1) + 1
             if slugs[name]:

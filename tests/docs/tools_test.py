@@ -209,6 +209,10 @@ class Pages(unittest.TestCase):
         self.assertEqual(pages.convert("docs/a.md", fenced), fenced)
         self.assertEqual(pages.convert("docs/a.md", ["`[](char c)`"]), ["`[](char c)`"])
 
+    def test_code_that_doxygen_would_end_early(self):
+        self.assertEqual(pages.convert("docs/a.md", ["`Find('a')` and `b`, `%s`, `\"%s\"`"]),
+                         ["``Find('a')`` and `b`, `%%s`, `\"%s\"`"])
+
 
 class Links(unittest.TestCase):
     def check(self, files):
@@ -242,6 +246,14 @@ class Links(unittest.TestCase):
             self.assertIn(expected, said)
         self.assertEqual(self.check({"a.html": "", "navtreedata.js": '"a.html#no"'})[0], 1)
         self.assertEqual(self.check({"a.html": "", "empty.svg": "", "b.html": '<img src="empty.svg">'})[0], 1)
+
+    def test_marks_that_were_not_understood(self):
+        for page in ("<p>some `code</p>", "<p>title {#name}</p>", "<p>see \\ref Name</p>", "<p>@endcode</p>",
+                     "<code>\\ilinebr</code>"):
+            self.assertEqual(self.check({"a.html": page})[0], 1, page)
+        for page in ("<code>a`b</code>", '<div class="fragment"><div>`start`</div>{#</div>', "<script>`x`</script>"):
+            self.assertEqual(self.check({"a.html": page})[0], 0, page)
+        self.assertEqual(self.check({"a.html": '<div class="fragment"><div>x</div></div><p>`</p>'})[0], 1)
 
     def test_navigation_is_mended(self):
         anchor = "a" + 32 * "0"
