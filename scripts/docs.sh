@@ -5,11 +5,11 @@
 
 ensure doxygen python3 -- doxygen-awesome-css chromium
 
-say 'Building the reference: build/docs'
+say '1 of 3: building the reference, some 15 seconds'
 sh docs/reference/build.sh "$root" build/docs || exit 1
-say 'Following its links'
+say '2 of 3: following its links'
 python3 docs/reference/check_links.py build/docs/html || exit 1
-say 'Opening its main pages'
+say '3 of 3: opening its main pages'
 sh tests/docs/pages.sh "$root" "$root/build/docs"
 code=$?
 [ $code -eq 0 ] || [ $code -eq 77 ] || exit 1

@@ -25,7 +25,7 @@ settings()
     (cd "$output" && doxygen -w html header.html footer.html style.css >/dev/null 2>&1) || return 1
     {
         sed '/<\/head>/,$d' "$output/header.html"
-        for script in darkmode-toggle fragment-copy-button paragraph-link; do
+        for script in darkmode-toggle fragment-copy-button paragraph-link interactive-toc; do
             # What begins with a dollar sign is Doxygen's.
             # shellcheck disable=SC2016
             printf '<script type="text/javascript" src="$relpath^doxygen-awesome-%s.js"></script>\n' $script
@@ -35,6 +35,7 @@ settings()
     DoxygenAwesomeDarkModeToggle.init();
     DoxygenAwesomeFragmentCopyButton.init();
     DoxygenAwesomeParagraphLink.init();
+    DoxygenAwesomeInteractiveToc.init();
 </script>
 SCRIPT
         sed -n '/<\/head>/,$p' "$output/header.html"
@@ -44,7 +45,8 @@ HTML_HEADER = "$output/themed_header.html"
 HTML_EXTRA_STYLESHEET = "$theme/doxygen-awesome.css" "$theme/doxygen-awesome-sidebar-only.css" \\
     "$theme/doxygen-awesome-sidebar-only-darkmode-toggle.css" docs/reference/style.css
 HTML_EXTRA_FILES = "$theme/doxygen-awesome-darkmode-toggle.js" \\
-    "$theme/doxygen-awesome-fragment-copy-button.js" "$theme/doxygen-awesome-paragraph-link.js"
+    "$theme/doxygen-awesome-fragment-copy-button.js" "$theme/doxygen-awesome-paragraph-link.js" \\
+    "$theme/doxygen-awesome-interactive-toc.js"
 GENERATE_TREEVIEW = YES
 SETTINGS
 }

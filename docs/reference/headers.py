@@ -14,6 +14,7 @@ headers stay plain text.
   them; so is one in the midst of a group of those that follow, and that of a namespace.
 - A group that has nothing but text is a section of the class that follows.
 - A comment that begins with "The same" or refers to what is "above" is followed by the one before it.
+- What a function promises to threads with deadlines behind noexcept is a field, too.
 - What is private, protected or in a namespace Internal is left out, and so are bodies outside of their classes.
 """
 
@@ -23,7 +24,7 @@ import sys
 FIELDS = ("Requires", "Returns", "Fails", "Allocates", "Invalidates", "Cost", "Stack")
 FIELD = re.compile(
     r"(?:(?<=^)|(?<=[.;:!?)] )|(?<=[.;:!?)]\n)|(?<=\n))"
-    r"(?P<names>(?:%s|Return|Fail|Allocate)(?:, (?:%s))*)(?: \((?P<of>[^)]*)\))?: "
+    r"(?P<names>(?:%s|Return|Fail|Allocate)(?:, (?:%s))*)(?: \((?P<of>[^)]*)\))?:(?=\s)"
     % ("|".join(FIELDS), "|".join(field.lower() for field in FIELDS))
 )
 RULER = re.compile(r"^\s*// ---- (.*?) -+$")
@@ -31,7 +32,7 @@ COMMENT = re.compile(r"^\s*//(?: (.*)|)$")
 ACCESS = re.compile(r"^\s*(public|protected|private):")
 TEMPLATE = re.compile(r"^\s*template\s*<")
 SCOPE = re.compile(r"^(?:inline\s+)?(namespace|class|struct|union|enum)\b")
-CONTINUES = re.compile(r"^(The same|With the same)\b|\bas above\b|^The three\b")
+CONTINUES = re.compile(r"^(The same|With the same)\b|\b[Aa]s above\b|^The three\b")
 QUOTED = re.compile(r'"([^"`]*)"')
 CODE = re.compile(r"[_<>=!&|*()\\]|::")
 # The class templates of which a specialisation is what people use; all others are details.
@@ -160,13 +161,19 @@ def quotation(title, lines):
         if is_code:
             result += literal(block)
         else:
-            text = FIELD.sub(lambda field: "\0" + field.group(0).strip() + "\0 ", "\n".join(block))
+            text = FIELD.sub(lambda field: "\0" + field.group(0) + "\0", "\n".join(block))
             text = re.sub("\0([^\0]*)\0", r"<b>\1</b>", escape_words(text))
             result += text.split("\n")
         result.append("<br>")
     if result[-1] == "<br>":
         result.pop()
     return result
+
+
+# What a declaration promises to threads with deadlines, and the field that says so.
+PROMISE = re.compile(r"\bQV_(NONBLOCKING|NONALLOCATING)\b")
+DEADLINES = '%s (<a href="page_real-time.html#page_real-time-three-classes">what that means</a>).'
+QUOTATIONS = ("@par As said of ", "@par All under ")
 
 
 class Scope:
@@ -184,6 +191,7 @@ class Scope:
         self.said = []  # of each member of the scope
         self.run = None  # the comment that declarations without one of their own have
         self.run_is_deleted = False
+        self.deleted_reason = ""
         self.last = None  # the name of the last one with a comment, and the comment
 
 
@@ -256,6 +264,7 @@ class Header:
                 scope.has_group_text = True
         self.pending = []
         scope.run = None
+        scope.deleted_reason = ""
 
     def contract(self, name, is_deleted, reason):
         """The documentation of a declaration, of its own comment or of that of the run it belongs to."""
@@ -264,6 +273,8 @@ class Header:
             self.pending = scope.free
             scope.group_text.pop()
         free, scope.free = scope.free, None
+        if not is_deleted:
+            scope.deleted_reason = ""
         if self.pending:
             text, quoted = self.pending, None
             if scope.last and CONTINUES.search(" ".join(text)):
@@ -289,7 +300,8 @@ class Header:
             text, quoted = scope.run
         result = documentation(text)
         if is_deleted:
-            reason = ": " + escape_words(reason) if reason else ""
+            # One reason stands for all that follow.
+            reason = scope.deleted_reason = ": " + escape_words(reason) if reason else scope.deleted_reason
             return result + [""] * bool(result) + ["Deleted: a call does not compile%s." % reason]
         if result[0].startswith("@par"):
             self.warnings.append("%s: the comment begins with a field: %s" % (name, text[0]))
@@ -411,6 +423,11 @@ class Header:
             text = ["" + line for line in documentation([trailing.group(1)])]
         else:
             text = self.contract(name_of(flat), is_deleted, trailing.group(1) if trailing else "")
+            promise = PROMISE.search(bare.split("{")[0])
+            if promise and text and not is_deleted:
+                # In front of what is said elsewhere, and of the blank line there.
+                at = next((i - 1 for i, line in enumerate(text) if line.startswith(QUOTATIONS)), len(text))
+                text[at:at] = ["@par Deadlines", DEADLINES % promise.group(1).lower()]
         self.open_group()
         self.put(text)
         self.out += [re.sub(r"\s*//\s.*$", "", line) if trailing else line for line in lines]

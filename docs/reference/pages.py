@@ -131,6 +131,9 @@ def convert(path, lines):
         else:
             plain.append(line)
     end_plain()
+    # A list of contents where there is much.
+    if sum(slugs.values()) + len(slugs) > 5 and page != "index":
+        result.insert(1, "\n[TOC]")
     return result
 
 

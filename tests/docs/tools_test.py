@@ -71,12 +71,23 @@ int Other();
 // Makes room. More of it
 // here. Requires: a place, else reports "a < b". Fails: false,
 // with nothing changed.
-// Allocates: once. Stack: 4 KiB.
+// Allocates: once. Stack:
+// 4 KiB.
 bool Reserve();
 """)
         self.assertEqual(comment_above(lines, "Reserve"), [
             "Makes room. More of it", "here.", "@par Requires", "a place, else reports `a < b`.", "@par Fails", "false,",
             "with nothing changed.", "@par Allocates", "once.", "@par Stack", "4 KiB."])
+
+    def test_promise_to_threads_with_deadlines_is_a_field(self):
+        lines, _ = convert("// Looks. Returns: it.\nint Look() noexcept QV_NONBLOCKING;\n"
+                           "// The same anew.\nint Again() noexcept QV_NONALLOCATING { return 0; }\n"
+                           "// Makes.\nint Make() { /* QV_NONBLOCKING */ return 0; }")
+        self.assertEqual(comment_above(lines, "int Look")[:4], ["Looks.", "@par Returns", "it.", "@par Deadlines"])
+        self.assertTrue(comment_above(lines, "int Look")[4].startswith("nonblocking "))
+        self.assertEqual(comment_above(lines, "int Again")[1], "@par Deadlines")
+        self.assertTrue(comment_above(lines, "int Again")[2].startswith("nonallocating "))
+        self.assertEqual(comment_above(lines, "int Make"), ["Makes."])
 
     def test_several_fields_at_once(self):
         lines, _ = convert("// Puts it in.\n// Fails, returns: as said (Insert).\n// Fails (Other): never.\nint Insert();")
@@ -120,6 +131,9 @@ int Find(char a);
         self.assertEqual(comment_above(lines, "Find(long"), ["Deleted: a call does not compile: it is too long."])
         self.assertEqual(comment_above(lines, "Find(char"), ["Finds it."])
         self.assertEqual(warnings, [])
+        lines, _ = convert("int A(int) = delete; // for a reason\nint A(long) = delete;\n\nint B(long) = delete;")
+        self.assertEqual(comment_above(lines, "A(long"), ["Deleted: a call does not compile: for a reason."])
+        self.assertEqual(comment_above(lines, "B(long"), ["Deleted: a call does not compile."])
 
 
 class Groups(unittest.TestCase):
@@ -212,6 +226,12 @@ class Pages(unittest.TestCase):
     def test_code_that_doxygen_would_end_early(self):
         self.assertEqual(pages.convert("docs/a.md", ["`Find('a')` and `b`, `%s`, `\"%s\"`"]),
                          ["``Find('a')`` and `b`, `%%s`, `\"%s\"`"])
+
+
+    def test_long_pages_have_contents(self):
+        long = ["# Page"] + ["## Part %d" % i for i in range(6)]
+        self.assertEqual(pages.convert("docs/a.md", long)[1], "\n[TOC]")
+        self.assertNotIn("\n[TOC]", pages.convert("docs/a.md", long[:4]))
 
 
 class Links(unittest.TestCase):

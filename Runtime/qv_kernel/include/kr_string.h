@@ -464,7 +464,8 @@ public:
     [[nodiscard]] CString Uppercase() const noexcept;
     [[nodiscard]] CString Lowercase() const noexcept;
 
-    // To upper or lower case; every other casing changes no character, but still makes the container this string's own.
+    // To upper or lower case, as above; every other casing changes no character, but still makes the container this string's
+    // own.
     CString &ConformTo(ECasingType casing) noexcept QV_NONALLOCATING;
     [[nodiscard]] CString ConformedTo(ECasingType casing) const noexcept;
 
