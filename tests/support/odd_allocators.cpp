@@ -109,6 +109,8 @@ void *CHugeAllocator::_Alloc(u64 size, u32, Mem::EAllocType, Mem::EOrigin, const
     void *block = Map(size);
     if (block != nullptr)
         self.m_Live[block] = size;
+    else
+        self.m_WasShort = true;
     return block;
 }
 
@@ -121,7 +123,10 @@ void *CHugeAllocator::_Realloc(void *block, u64 newSize, u32, Mem::EAllocType, c
     const u64 oldSize = self.m_Live.at(block);
     void *moved = MovePages(block, static_cast<size_t>(oldSize), static_cast<size_t>(newSize));
     if (moved == nullptr)
+    {
+        self.m_WasShort = true;
         return nullptr;
+    }
     self.m_Live.erase(block);
     self.m_Live[moved] = newSize;
     return moved;

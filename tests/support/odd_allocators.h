@@ -37,6 +37,8 @@ public:
 
     Quorvane::u64 RequestCount() const { return m_Requests; }
     Quorvane::u64 LastSize() const { return m_LastSize; }
+    // Whether the machine ever had no address space left.
+    bool WasShort() const { return m_WasShort; }
 
 private:
     static void *_Alloc(Quorvane::u64 size, Quorvane::u32 alignment, Quorvane::Mem::EAllocType type,
@@ -51,6 +53,7 @@ private:
     std::map<void *, Quorvane::u64> m_Live;
     Quorvane::u64 m_Requests = 0;
     Quorvane::u64 m_LastSize = 0;
+    bool m_WasShort = false;
 };
 
 } // namespace QuorvaneTest

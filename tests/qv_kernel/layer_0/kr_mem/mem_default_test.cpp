@@ -1,5 +1,6 @@
 #include <malloc.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -427,6 +428,9 @@ TEST(MemDefault, ReallocationCopiesNoMoreThanThePlatformDoes)
                              [](void *block) { std::free(block); });
     for (const u32 alignment : {0u, 1u, 16u})
     {
+        // What the platform's blocks do not have, it does not keep when it moves them.
+        if (alignment > alignof(std::max_align_t))
+            continue;
         const s64 ours =
             BytesTakenByDoubling([&](u64 size) { return AllocDefault(size, alignment); },
                                  [&](void *block, u64 size) { return ReallocDefault(block, size, alignment); },

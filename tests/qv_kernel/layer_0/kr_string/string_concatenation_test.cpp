@@ -1451,6 +1451,9 @@ TEST(StringHuge, GrowthToTheLongestLengthIsGranted)
     CHugeAllocator allocator;
     CString string = HugeString(0x3FFFFF0Fu);
     string.Append(CString(std::string(0xEF, 'x').c_str()));
+    // The text moves, and for a while needs its room twice.
+    if (allocator.WasShort())
+        GTEST_SKIP() << "no address space to spare";
     EXPECT_EQ(string.Length(), 0x3FFFFFFEu);
     EXPECT_EQ(CapacityOf(*ContainerOf(string)), 0x40000100u);
     EXPECT_EQ(string.Last(), 'x');
