@@ -3,7 +3,7 @@
 . "$(dirname "$0")/common.inc"
 . "$root/scripts/needs.inc"
 
-ensure g++ cmake ninja-build -- pkg-config python3 doxygen doxygen-awesome-css lintian
+ensure g++ cmake ninja-build -- pkg-config python3 doxygen lintian
 version=$(sed -n 's/^project(Quorvane VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
 failures=0
 

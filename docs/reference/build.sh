@@ -49,6 +49,8 @@ HTML_EXTRA_FILES = "$theme/doxygen-awesome-darkmode-toggle.js" \\
     "$theme/doxygen-awesome-interactive-toc.js"
 GENERATE_TREEVIEW = YES
 SETTINGS
+    # Later versions of Doxygen have dark colours of their own.
+    doxygen -s -g - 2>/dev/null | sed -n 's/^HTML_COLORSTYLE .*/HTML_COLORSTYLE = LIGHT/p'
 }
 
 settings >"$output/Doxyfile" || exit 2
@@ -56,9 +58,10 @@ doxygen "$output/Doxyfile" >"$output/log.txt" 2>"$output/said.txt"
 code=$?
 rm -f "$output/header.html" "$output/footer.html" "$output/style.css" "$output/themed_header.html"
 if [ $code -ne 0 ] || [ -s "$output/said.txt" ]; then
-    printf '%s\n' 'docs: doxygen answers' "$code, and says (lines of headers are those of docs/reference/headers.py):" >&2
+    printf '%s\n' "docs: doxygen answers $code, and says (lines of headers are those of docs/reference/headers.py):" >&2
     sort -u "$output/said.txt" >&2
-    exit 1
+    # Of other versions' warnings nobody knows here.
+    [ $code -eq 0 ] && [ "$(doxygen --version | cut -d ' ' -f 1)" != 1.9.4 ] || exit 1
 fi
 
 # What pages link to that is no page, and the pictures they show.

@@ -10,41 +10,48 @@ headers stay plain text.
 - A comment above a declaration is its own, and that of the declarations which follow it without a blank line and without a
   comment.
 - "Requires:", "Returns:", "Fails:", "Allocates:", "Invalidates:", "Cost:" and "Stack:" are fields of their own.
-- A ruler begins a group of members. The comment behind it, which a blank line divides from what follows, is said of each of
-  them; so is one in the midst of a group of those that follow, and that of a namespace.
-- A group that has nothing but text is a section of the class that follows.
-- A comment that begins with "The same" or refers to what is "above" is followed by the one before it.
 - What a function promises to threads with deadlines behind noexcept is a field, too.
-- What is private, protected or in a namespace Internal is left out, and so are bodies outside of their classes.
+- A ruler begins a group of members. The comment behind it, which a blank line divides from what follows, is said of each of
+  them; so is one in the midst of a group of those that follow, and that of a namespace. Where what follows has no comment,
+  it is that one's.
+- A group that has nothing but text is a section of the class that follows.
+- A comment that begins with "The same" or with a field, or goes on "as above", goes on from the one before it.
+- What is private, protected or in a namespace Internal is left out, and so are friends and bodies outside of their classes.
 """
 
 import re
 import sys
 
-FIELDS = ("Requires", "Returns", "Fails", "Allocates", "Invalidates", "Cost", "Stack")
-FIELD = re.compile(
-    r"(?:(?<=^)|(?<=[.;:!?)] )|(?<=[.;:!?)]\n)|(?<=\n))"
-    r"(?P<names>(?:%s|Return|Fail|Allocate)(?:, (?:%s))*)(?: \((?P<of>[^)]*)\))?:(?=\s)"
-    % ("|".join(FIELDS), "|".join(field.lower() for field in FIELDS))
-)
+from comments import FIELD, documentation, escape_words, quotation, section
+
 RULER = re.compile(r"^\s*// ---- (.*?) -+$")
 COMMENT = re.compile(r"^\s*//(?: (.*)|)$")
 ACCESS = re.compile(r"^\s*(public|protected|private):")
 TEMPLATE = re.compile(r"^\s*template\s*<")
 SCOPE = re.compile(r"^(?:inline\s+)?(namespace|class|struct|union|enum)\b")
-CONTINUES = re.compile(r"^(The same|With the same)\b|\b[Aa]s above\b|^The three\b")
-QUOTED = re.compile(r'"([^"`]*)"')
-CODE = re.compile(r"[_<>=!&|*()\\]|::")
+BEHIND = re.compile(r"[;,]\s*//\s(.*)$")
+CONTINUES = re.compile(r"^The same\b|\b[Aa]s above\b")
+# The body of a function, or the value of a variable, that a class declares.
+OUTSIDE = re.compile(r"\w(<[^<>]*>)?::(~?\w+|operator\W+) ?(\(|= |;)")
+# What needs no comment.
+SILENT = re.compile(r"(static_assert|using namespace|class|struct|enum)\b|using [\w:]+;")
 # The class templates of which a specialisation is what people use; all others are details.
 KEPT_SPECIALISATIONS = ("TBaseRefPtr",)
+# What a declaration promises to threads with deadlines, and the field that says so.
+PROMISE = re.compile(r"\bQV_(NONBLOCKING|NONALLOCATING)\b")
+DEADLINES = '%s (<a href="page_real-time.html#page_real-time-three-classes">what that means</a>).'
+SAID_OF = "As said of %s"
+SAID_OF_ALL = 'All under "%s"'
+
+
+# ---- Reading declarations
 
 
 def without_template(code):
     """A declaration without its template parameters and attributes."""
     while TEMPLATE.match(code):
-        at = code.index("<")
         depth = 0
-        for end in range(at, len(code)):
+        for end in range(code.index("<"), len(code)):
             if code[end] == "<":
                 depth += 1
             elif code[end] == ">" and code[end - 1] != "-":
@@ -56,7 +63,9 @@ def without_template(code):
 
 
 def plain_code(line):
-    """A line without its comment, and without what is in quotes."""
+    """A line without its comment, and without what is in quotes; nothing of one for the preprocessor."""
+    if line.lstrip().startswith("#"):
+        return ""
     line = re.sub(r'"(?:\\.|[^"\\])*"|\'(?:\\.|[^\'\\])*\'', '""', line)
     return re.sub(r"//.*", "", line).rstrip()
 
@@ -64,135 +73,65 @@ def plain_code(line):
 def name_of(code):
     """What a declaration declares: the name of a function, a variable or a type."""
     code = without_template(re.sub(r"\s+", " ", code).strip())
-    pointer = re.search(r"\(\*(\w+)\)\(", code)
-    if pointer:
-        return pointer.group(1)
-    alias = re.match(r"using (\w+) =", code)
-    if alias:
-        return alias.group(1)
-    function = re.search(r"(operator\s*(?:\(\)|[^\s\w(]+|[^(]+)|~?\w+)\s*\(", code)
-    if function:
-        return function.group(1).strip()
-    variable = re.search(r"(\w+)\s*(?:\[[^\]]*\]\s*)?(?:[=;{,]|$)", code)
-    return variable.group(1) if variable else code
+    for pattern in (
+        r"\(\*(\w+)\)\(",
+        r"^using (\w+) =",
+        r"(operator\s*(?:\(\)|[^\s\w(]+|[^(]+)|~?\w+)\s*\(",
+        r"(\w+)\s*(?:\[[^\]]*\]\s*)?(?:[=;{,]|$)",
+    ):
+        found = re.search(pattern, code)
+        if found:
+            return found.group(1).strip()
+    return code
 
 
-def code_span(code):
-    """Code between backticks as Doxygen shows it as it is."""
-    # A percent sign that is not in quotes keeps the word behind it from becoming a link, and is not shown.
-    code = re.sub(r'"[^"]*"|%(?=\w)', lambda found: found.group(0) if found.group(0) != "%" else "%%", code)
-    # A single apostrophe would end the code.
-    return "`" + code + "`" if "'" in code and not code.startswith("``") else code
+def scope_of(code):
+    """The kind and the name of the scope that a declaration begins, with a < behind that of a specialisation; or None."""
+    head = without_template(code.strip()).split("{")[0]
+    scope = SCOPE.match(head)
+    if not scope or (scope.group(1) != "namespace" and "(" in head.split(":")[0]):
+        return None
+    head = re.sub(r"\b(QV_\w+|final|alignas\([^)]*\))\b", "", head)
+    name = re.match(r"(?:inline\s+)?(?:namespace|enum class|class|struct|union|enum)\s+([\w:]*<?)", head)
+    return scope.group(1), name.group(1) if name else ""
 
 
-def escape_words(text):
-    """Text as Doxygen shows it: nothing in it is a command, a tag or emphasis by accident."""
-    # What is in quotes and looks like code is shown as such.
-    pieces = re.split(r"(`[^`]*`)", text)
-    for i in range(0, len(pieces), 2):
-        pieces[i] = QUOTED.sub(lambda quoted: quoted.group(0) if not CODE.search(quoted.group(1)) else
-                               '`%s`' % quoted.group(1), pieces[i])
-    pieces = re.split(r"(`[^`]*`)", "".join(pieces))
-    for i, piece in enumerate(pieces):
-        if i % 2:
-            pieces[i] = re.sub(r"!(?=\w+::)", "!%", code_span(piece))
-        else:
-            piece = re.sub(r"([\\@%#<>&])", r"\\\1", piece)
-            piece = re.sub(r"(?<!\w)::", r"\\::", piece)
-            pieces[i] = re.sub(r"(?<!\w)\*(?!\w)|(?<=\w)\*(?=\s)", r"\\*", piece)
-    return "".join(pieces)
+def is_left_out(name):
+    return name.split("::")[0] == "Internal" or "<" in name and not name.startswith(KEPT_SPECIALISATIONS)
 
 
-def split_blocks(lines):
-    """The paragraphs of a comment as pairs: whether it stands as it is, being indented, and its lines."""
-    blocks = []
-    for line in lines:
-        is_code = line.startswith("    ")
-        if not line.strip():
-            if blocks and blocks[-1][0] and blocks[-1][1]:
-                blocks[-1][1].append("")
-            else:
-                blocks.append((False, []))
-        elif blocks and blocks[-1][0] == is_code:
-            blocks[-1][1].append(line)
-        else:
-            blocks.append((is_code, [line]))
-    for block in blocks:
-        while block[1] and not block[1][-1]:
-            block[1].pop()
-    return [block for block in blocks if block[1]]
-
-
-def literal(lines):
-    is_code = any(re.search(r"[;{}]\s*(//.*)?$|^\s*#include", line) for line in lines)
-    begin, end = ("@code{.cpp}", "@endcode") if is_code else ("@code{.unparsed}", "@endcode")
-    return [begin] + [line[4:] for line in lines] + [end]
-
-
-def documentation(lines):
-    """The lines of a comment as Doxygen's."""
-    result = []
-    for is_code, block in split_blocks(lines):
-        if result:
-            result.append("")
-        if is_code:
-            result += literal(block)
-            continue
-        text = "\n".join(block)
-        end = 0
-        for field in FIELD.finditer(text):
-            before = text[end : field.start()].strip()
-            if before:
-                result += escape_words(before).split("\n")
-            names = [name.capitalize() for name in field.group("names").split(", ")]
-            names = [name if name in FIELDS else name + "s" for name in names]
-            result.append("@par " + ", ".join(names) + (" (%s)" % field.group("of") if field.group("of") else ""))
-            end = field.end()
-        rest = text[end:].strip()
-        if rest:
-            result += escape_words(rest).split("\n")
-    return result
-
-
-def quotation(title, lines):
-    """What is said elsewhere, and holds here: its paragraphs as quoted ones, with the fields' names in bold type."""
-    result = ["", "@par " + title]
-    for is_code, block in split_blocks(lines):
-        if is_code:
-            result += literal(block)
-        else:
-            text = FIELD.sub(lambda field: "\0" + field.group(0) + "\0", "\n".join(block))
-            text = re.sub("\0([^\0]*)\0", r"<b>\1</b>", escape_words(text))
-            result += text.split("\n")
-        result.append("<br>")
-    if result[-1] == "<br>":
-        result.pop()
-    return result
-
-
-# What a declaration promises to threads with deadlines, and the field that says so.
-PROMISE = re.compile(r"\bQV_(NONBLOCKING|NONALLOCATING)\b")
-DEADLINES = '%s (<a href="page_real-time.html#page_real-time-three-classes">what that means</a>).'
-QUOTATIONS = ("@par As said of ", "@par All under ")
+# ---- Scopes and groups
 
 
 class Scope:
-    def __init__(self, kind, name="", is_shown=True):
+    def __init__(self, kind, is_shown=True):
         self.kind = kind
-        self.name = name
         self.is_shown = is_shown
-        self.access_shown = kind != "class"
-        self.group = None
-        self.group_text = []  # said of each member of the group
-        self.has_group_text = False
+        self.access_is_shown = kind != "class"
+        self.said = []  # of each member: titles and comments
+        self.begin_group(None)
+
+    def begin_group(self, title):
+        self.group = title
+        self.group_said = []  # of each member of the group: titles and comments
+        self.has_group_comment = False
         self.group_has_members = False
-        self.free = None  # a comment that a blank line divides from what follows, which may have none of its own
-        self.is_open = False  # the group, in the output
-        self.said = []  # of each member of the scope
-        self.run = None  # the comment that declarations without one of their own have
+        self.group_is_open = False  # in the output
+        self.free = None  # the comment that a blank line divides from what follows
+        self.last = None  # the name of the last declaration with a comment, and the comment with all that it goes on from
+        self.end_run()
+
+    def end_run(self):
+        self.run = None  # the comment of declarations without one, and what it goes on from
         self.run_is_deleted = False
-        self.deleted_reason = ""
-        self.last = None  # the name of the last one with a comment, and the comment
+        self.reason = ""  # why they are deleted
+
+    def add_free(self, title, comment):
+        # The first is said of the whole group, and each other one of what follows up to the next.
+        self.group_said = self.group_said[:1] if self.has_group_comment else []
+        self.group_said.append((title, comment))
+        self.has_group_comment = self.has_group_comment or bool(self.group) and not self.group_has_members
+        self.free = comment
 
 
 class Header:
@@ -201,351 +140,320 @@ class Header:
         self.lines = lines
         self.out = []
         self.scopes = [Scope("file")]
-        self.pending = []
+        self.pending = []  # the comment that was read last
         self.sections = []  # groups of text alone, for the next class
         self.warnings = []
-        self.is_verbose = False
 
-    # ---- Output
+    def put(self, lines):
+        self.out += ["///" + (" " + line if line else "") for line in lines]
 
-    def put(self, lines, indent=""):
-        self.out += [indent + "///" + (" " + line if line else "") for line in lines]
+    def is_shown_outside(self):
+        """Whether what encloses the innermost scope is shown."""
+        return all(scope.is_shown and scope.access_is_shown for scope in self.scopes[:-1])
 
-    def shown(self):
-        return all(scope.is_shown and scope.access_shown for scope in self.scopes)
-
-    def close_group(self):
-        scope = self.scopes[-1]
-        if scope.is_open:
-            self.put(["@}"])
-            self.out.append("")
-            scope.is_open = False
+    def is_shown(self):
+        return self.is_shown_outside() and self.scopes[-1].is_shown and self.scopes[-1].access_is_shown
 
     def open_group(self):
         scope = self.scopes[-1]
-        if scope.group and not scope.is_open:
+        if scope.group and not scope.group_is_open:
             self.put(["@name " + scope.group, "@{"])
             self.out.append("")
-            scope.is_open = True
+            scope.group_is_open = True
         scope.group_has_members = True
 
-    def end_group(self):
-        """At the next ruler or the scope's end: text without members is for the next class."""
+    def close_group(self):
+        """A class cannot be a member of a group, which is opened again behind it."""
+        scope = self.scopes[-1]
+        if scope.group_is_open:
+            self.put(["@}"])
+            self.out.append("")
+            scope.group_is_open = False
+
+    def begin_group(self, title):
+        """At a ruler, or with None at the end: text without members is for the next class."""
         scope = self.scopes[-1]
         self.close_group()
-        if scope.group and scope.group_text and not scope.group_has_members:
-            for title, text in scope.group_text:
-                self.sections.append((title, text))
-        scope.group = None
-        scope.group_text = []
-        scope.has_group_text = False
-        scope.free = None
+        if scope.group and not scope.group_has_members:
+            self.sections += scope.group_said
+        scope.begin_group(title)
 
-    def set_access(self, is_shown):
+    def begin_access(self, is_shown):
         scope = self.scopes[-1]
-        if scope.access_shown != is_shown:
+        if scope.access_is_shown != is_shown:
             if not is_shown:
                 self.close_group()
                 scope.group = None
             self.put(["@endcond" if is_shown else "@cond"])
-            scope.access_shown = is_shown
+            scope.access_is_shown = is_shown
 
     # ---- Comments
 
-    def flush(self):
-        """A comment that a blank line divides from what follows."""
+    def end_comment(self):
+        """At a blank line, which divides a comment from what follows."""
         scope = self.scopes[-1]
-        if self.pending and self.shown():
-            # The first is said of the whole group, and each other of what follows up to the next.
-            scope.group_text = scope.group_text[:1] if scope.has_group_text else []
-            scope.group_text.append((scope.group or self.name, self.pending))
-            scope.free = self.pending
-            if scope.group and not scope.group_has_members:
-                scope.has_group_text = True
+        if self.pending and self.is_shown():
+            scope.add_free(scope.group or self.name, self.pending)
         self.pending = []
-        scope.run = None
-        scope.deleted_reason = ""
+        scope.end_run()
 
-    def contract(self, name, is_deleted, reason):
-        """The documentation of a declaration, of its own comment or of that of the run it belongs to."""
+    def take_comment(self, name, is_deleted):
+        """Takes the comment above a declaration: it and what it goes on from are those of the run that begins."""
         scope = self.scopes[-1]
-        if not self.pending and not scope.run and not is_deleted and scope.free:
-            self.pending = scope.free
-            scope.group_text.pop()
-        free, scope.free = scope.free, None
-        if not is_deleted:
-            scope.deleted_reason = ""
-        if self.pending:
-            text, quoted = self.pending, None
-            if scope.last and CONTINUES.search(" ".join(text)):
-                quoted = scope.last
-            elif CONTINUES.search(" ".join(text)):
+        text, origin = self.pending, None
+        if CONTINUES.search(" ".join(text)):
+            origin = scope.last
+            if not origin:
                 self.warnings.append("%s: nothing stands above: %s" % (name, text[0]))
-            elif scope.last and FIELD.match(text[0]):
+        elif FIELD.match(text[0]):
+            if scope.last:
                 text = scope.last[1] + [""] + text
-            elif free and FIELD.match(text[0]):
-                text = free + [""] + text
-                scope.group_text.pop()
-            scope.run = (text, quoted)
-            scope.run_is_deleted = is_deleted
-            if not is_deleted:
-                scope.last = (name, (quoted[1] + [""] if quoted else []) + text)
-            self.pending = []
-        elif is_deleted and not (scope.run and scope.run_is_deleted):
-            text, quoted = [], None
-        elif not scope.run:
+            elif scope.free:
+                text = scope.free + [""] + text
+                scope.group_said.pop()
+            else:
+                self.warnings.append("%s: the comment begins with a field: %s" % (name, text[0]))
+        scope.run = (text, origin)
+        scope.run_is_deleted = is_deleted
+        if not is_deleted:
+            scope.last = (name, (origin[1] + [""] if origin else []) + text)
+        self.pending = []
+
+    def contract(self, name):
+        """The documentation of a declaration, by its own comment or by that of its run."""
+        scope = self.scopes[-1]
+        scope.reason = ""
+        if not self.pending and not scope.run and scope.free:
+            self.pending = scope.free
+            scope.group_said.pop()
+        if self.pending:
+            self.take_comment(name, False)
+        scope.free = None
+        if not scope.run:
             self.warnings.append("%s: no comment" % name)
             return []
-        else:
-            text, quoted = scope.run
+        text, origin = scope.run
         result = documentation(text)
-        if is_deleted:
-            # One reason stands for all that follow.
-            reason = scope.deleted_reason = ": " + escape_words(reason) if reason else scope.deleted_reason
-            return result + [""] * bool(result) + ["Deleted: a call does not compile%s." % reason]
-        if result[0].startswith("@par"):
-            self.warnings.append("%s: the comment begins with a field: %s" % (name, text[0]))
-        if quoted:
-            if self.is_verbose:
-                print("QUOTES", self.name, name, "|", text[0], "<-", quoted[0], file=sys.stderr)
-            result += quotation("As said of " + quoted[0], quoted[1])
+        if origin:
+            result += quotation(SAID_OF % origin[0], origin[1])
+        return result + self.said_of_all()
+
+    def said_of_all(self):
+        """What is said of all members of the scopes and of the group."""
         titled = {}
-        for outer in self.scopes:
-            for title, said in outer.said + outer.group_text:
-                titled.setdefault(title, []).append(said)
-        for title, saids in titled.items():
-            lines = []
-            for said in saids:
-                lines += [""] + said
-            result += quotation('All under "%s"' % title, lines[1:])
+        for scope in self.scopes:
+            for title, comment in scope.said + scope.group_said:
+                titled[title] = titled[title] + [""] + comment if title in titled else comment
+        result = []
+        for title, lines in titled.items():
+            result += quotation(SAID_OF_ALL % title, lines)
         return result
+
+    def contract_of_deleted(self, name, reason):
+        """A deleted function has no contract but its own comment, and one reason stands for all that follow."""
+        scope = self.scopes[-1]
+        if self.pending:
+            self.take_comment(name, True)
+        scope.free = None
+        scope.reason = ": " + escape_words(reason) if reason else scope.reason
+        text = documentation(scope.run[0]) + [""] if scope.run and scope.run_is_deleted else []
+        return text + ["Deleted: a call does not compile%s." % scope.reason]
 
     # ---- Declarations
 
-    def scope_of(self, code):
-        code = without_template(code.strip())
-        match = SCOPE.match(code)
-        if not match or (match.group(1) != "namespace" and "(" in code.split("{")[0].split(":")[0]):
-            return None
-        head = re.sub(r"\b(QV_\w+|final|alignas\([^)]*\))\b", "", code.split("{")[0])
-        name = re.match(r"(?:inline\s+)?(?:namespace|enum class|class|struct|union|enum)\s+([\w:]*<?)", head)
-        return match.group(1), name.group(1) if name else ""
+    def put_class(self, name, lines):
+        """The head of a class or an enumeration, and the text that is for it."""
+        text = self.contract(name.rstrip("<"))
+        for title, comment in self.sections:
+            text += section(name, title, comment)
+        self.sections = []
+        self.put(text)
+        self.out += lines
 
-    def declare_scope(self, kind, name, lines):
-        is_internal = name.split("::")[0] == "Internal" or "<" in name and not name.startswith(KEPT_SPECIALISATIONS)
+    def begin_scope(self, kind, name, lines):
         outer = self.scopes[-1]
         self.close_group()
-        scope = Scope(kind, name, not is_internal)
-        if self.shown() and not is_internal:
-            if kind == "namespace":
-                if self.pending and name != "Quorvane":
-                    scope.said = [(name, self.pending)]
-                    self.put(documentation(self.pending))
-            else:
-                text = self.contract(name.rstrip("<"), False, "")
-                outer.run = None
-                for title, section in self.sections:
-                    text += ["", "@section %s %s" % (re.sub(r"\W+", "_", (name + " " + title).lower()), title), ""]
-                    text += documentation(section)
-                self.sections = []
-                self.put(text)
-                if outer.group and kind != "enum":
-                    outer.group_has_members = True
-        elif is_internal and self.shown():
+        scope = Scope(kind, not is_left_out(name))
+        if not self.is_shown():
+            self.out += lines
+        elif is_left_out(name):
             self.put(["@cond"])
+            self.out += lines
+        elif kind == "namespace":
+            if self.pending:
+                scope.said = [(name, self.pending)]
+                self.put(documentation(self.pending))
+            self.out += lines
+        else:
+            self.put_class(name, lines)
+            outer.group_has_members = True
         self.pending = []
-        outer.run = None
-        self.out += lines
+        outer.end_run()
         self.scopes.append(scope)
-        if kind == "class" and self.shown_outside():
+        # What a class begins with is private.
+        if kind == "class" and self.is_shown_outside():
             self.put(["@cond"])
-
-    def shown_outside(self):
-        """Whether what encloses the innermost scope is shown."""
-        return all(scope.is_shown and scope.access_shown for scope in self.scopes[:-1])
 
     def end_scope(self, line):
-        self.flush()
-        if self.shown_outside():
-            self.end_group()
+        self.end_comment()
+        if self.is_shown_outside():
+            self.begin_group(None)
         scope = self.scopes.pop()
-        if self.shown() and (not scope.is_shown or not scope.access_shown):
-            if not scope.is_shown:
-                self.out.append(line)
-                self.put(["@endcond"])
-                return
+        if self.is_shown() and not scope.access_is_shown and scope.is_shown:
             self.put(["@endcond"])
         self.out.append(line)
+        if self.is_shown() and not scope.is_shown:
+            self.put(["@endcond"])
+
+    def leave_out(self, lines):
+        self.put(["@cond"])
+        self.out += lines
+        self.put(["@endcond"])
+        self.scopes[-1].end_run()
 
     def declare(self, lines, code):
         """A whole declaration, not one that others stand in."""
-        scope = self.scopes[-1]
-        if not self.shown():
-            self.pending = []
+        flat = re.sub(r"\s+", " ", code).strip()
+        bare = without_template(flat)
+        kind = scope_of(flat)
+        is_outside = (
+            self.scopes[-1].kind in ("file", "namespace")
+            and not bare.startswith(("using", "extern"))
+            and OUTSIDE.search(bare.split("{")[0])
+        )
+        if not self.is_shown():
             self.out += lines
-            return
-        flat = re.sub(r"\s+", " ", code)
-        bare = without_template(flat.strip())
-        outside = scope.kind in ("file", "namespace") and re.search(r"\w(<[^<>]*>)?::(~?\w+|operator\W+) ?(\(|= |;)", bare.split("{")[0])
-        outside = outside or re.match(r"\s*template <>", flat)
-        if outside and not bare.startswith(("using", "extern")):
-            self.pending = []
-            scope.run = None
-            self.put(["@cond"])
-            self.out += lines
-            self.put(["@endcond"])
-            return
-        kind = self.scope_of(flat)
-        if re.match(r"friend (class|struct)\b", bare):
-            self.pending = []
+        elif re.match(r"friend (class|struct)\b", bare):
             self.out += [""] * len(lines)
-            return
-        if not kind and re.match(r"(static_assert|using namespace|class|struct|enum)\b|using [\w:]+;", bare):
-            self.pending = []
-            self.out += lines
-            return
-        trailing = re.search(r"[;,]\s*//\s(.*)$", lines[-1])
-        if kind:
-            # A class without members, or the declaration of one.
+        elif flat.startswith("template <>") or is_outside:
+            self.leave_out(lines)
+        elif kind and "{" in code and not kind[1].endswith("<"):
+            # A class without members.
             self.close_group()
-            is_definition = "{" in code
-            if kind[1].endswith("<") or not is_definition and not self.pending:
-                self.out += lines
-                self.pending = []
-                return
-            text = self.contract(kind[1].rstrip("<"), False, "") if is_definition or self.pending else []
-            scope.run = None
-            self.put(text)
+            self.put_class(kind[1], lines)
+            self.scopes[-1].end_run()
+        elif kind and self.pending:
+            self.close_group()
+            self.put(self.contract(kind[1]))
             self.out += lines
-            return
-        is_deleted = re.search(r"=\s*delete\s*;", flat) is not None
-        if trailing and not self.pending and not is_deleted:
-            text = ["" + line for line in documentation([trailing.group(1)])]
+            self.scopes[-1].end_run()
+        elif kind or SILENT.match(bare):
+            self.out += lines
         else:
-            text = self.contract(name_of(flat), is_deleted, trailing.group(1) if trailing else "")
+            self.declare_member(lines, bare)
+        self.pending = []
+
+    def declare_member(self, lines, bare):
+        behind = BEHIND.search(lines[-1])
+        if re.search(r"=\s*delete\s*;", bare):
+            text = self.contract_of_deleted(name_of(bare), behind.group(1) if behind else "")
+        elif behind and not self.pending:
+            text = documentation([behind.group(1)])
+        else:
+            text = self.contract(name_of(bare))
             promise = PROMISE.search(bare.split("{")[0])
-            if promise and text and not is_deleted:
+            if promise and text:
                 # In front of what is said elsewhere, and of the blank line there.
-                at = next((i - 1 for i, line in enumerate(text) if line.startswith(QUOTATIONS)), len(text))
+                elsewhere = ("@par " + SAID_OF % "", "@par " + SAID_OF_ALL.split("%")[0])
+                at = next((i - 1 for i, line in enumerate(text) if line.startswith(elsewhere)), len(text))
                 text[at:at] = ["@par Deadlines", DEADLINES % promise.group(1).lower()]
         self.open_group()
         self.put(text)
-        self.out += [re.sub(r"\s*//\s.*$", "", line) if trailing else line for line in lines]
+        self.out += [re.sub(r"\s*//\s.*$", "", line) if behind else line for line in lines]
 
     def define(self, lines):
-        name = re.match(r"#\s*define\s+(\w+)", lines[0]).group(1)
-        if self.shown() and not name.startswith("QV_INTERNAL_"):
+        name = re.match(r"\s*#\s*define\s+(\w+)", lines[0]).group(1)
+        if self.is_shown() and not name.startswith("QV_INTERNAL_"):
             self.close_group()
-            self.put(self.contract(name, False, ""))
+            self.put(self.contract(name))
             self.out += lines
         else:
             self.out += [""] * len(lines)
-            self.scopes[-1].run = None
+            self.scopes[-1].end_run()
         self.pending = []
 
     # ---- The walk
 
-    def file_comment(self):
-        """The lines in front of #pragma once; the number of them."""
-        for at, line in enumerate(self.lines):
-            match = COMMENT.match(line)
-            if not match:
-                break
-            self.pending.append(match.group(1) or "")
-        return at
-
-    def put_file(self):
-        text = documentation(self.file_text)
-        for title, section in self.sections:
-            text += ["", "@section %s %s" % (re.sub(r"\W+", "_", (self.name + " " + title).lower()), title), ""]
-            text += documentation(section)
-        self.out = ["/// @file"] + ["///" + (" " + line if line else "") for line in text] + [""] + self.out
-
     def convert(self):
-        at = self.file_comment()
-        self.file_text, self.pending = self.pending, []
+        """Returns: the header's lines with the documentation."""
+        at = 0
+        while COMMENT.match(self.lines[at]):
+            self.pending.append(COMMENT.match(self.lines[at]).group(1) or "")
+            at += 1
+        text, self.pending = documentation(self.pending), []
         while at < len(self.lines):
             at = self.take(at)
-        self.flush()
-        self.end_group()
-        self.put_file()
-        return self.out
+        self.end_comment()
+        self.begin_group(None)
+        for title, comment in self.sections:
+            text += section(self.name, title, comment)
+        body, self.out = self.out, []
+        self.put(["@file"] + text)
+        return self.out + [""] + body
 
     def take(self, at):
         """Takes what begins at a line. Returns: where the next begins."""
         line = self.lines[at]
-        scope = self.scopes[-1]
-        ruler = RULER.match(line)
-        comment = COMMENT.match(line)
-        access = ACCESS.match(line)
         if not line.strip():
-            self.flush()
+            self.end_comment()
             self.out.append("")
-        elif ruler:
-            self.flush()
-            if self.shown():
-                self.end_group()
-                scope.group = ruler.group(1)
-                scope.last = None
-                scope.group_has_members = False
-        elif comment:
-            scope.run = None
-            self.pending.append(comment.group(1) or "")
-        elif access:
-            self.flush()
-            if self.shown_outside():
-                self.set_access(access.group(1) == "public")
+        elif RULER.match(line):
+            self.end_comment()
+            if self.is_shown():
+                self.begin_group(RULER.match(line).group(1))
+        elif COMMENT.match(line):
+            self.scopes[-1].end_run()
+            self.pending.append(COMMENT.match(line).group(1) or "")
+        elif ACCESS.match(line):
+            self.end_comment()
+            if self.is_shown_outside():
+                self.begin_access(ACCESS.match(line).group(1) == "public")
             self.out.append(line)
         elif line.lstrip().startswith("#"):
-            end = at
-            while self.lines[end].endswith("\\"):
-                end += 1
-            if re.match(r"#\s*define\b", line.lstrip()):
-                self.define(self.lines[at : end + 1])
-            else:
-                self.out += self.lines[at : end + 1]
-            return end + 1
+            return self.take_directive(at)
         elif re.match(r"^\s*\}", line):
             self.end_scope(line)
         else:
             return self.take_declaration(at)
         return at + 1
 
-    def take_declaration(self, at):
-        first = at
+    def take_directive(self, at):
+        end = at + 1
+        while self.lines[end - 1].endswith("\\"):
+            end += 1
+        if re.match(r"\s*#\s*define\b", self.lines[at]):
+            self.define(self.lines[at:end])
+        else:
+            self.out += self.lines[at:end]
+        return end
+
+    def take_declaration(self, first):
         code = ""
-        depth = parens = 0
-        is_enumerator = self.scopes[-1].kind == "enum"
-        while at < len(self.lines):
+        depth = parentheses = 0
+        for at in range(first, len(self.lines)):
             line = plain_code(self.lines[at])
-            if self.lines[at].lstrip().startswith("#"):
-                line = ""
             for position, character in enumerate(line):
-                if character in "([":
-                    parens += 1
-                elif character in ")]":
-                    parens -= 1
-                elif character == "{":
-                    depth += 1
-                    kind = self.scope_of(code) if depth == 1 and parens == 0 else None
-                    if kind and "}" not in line[position:]:
-                        self.declare_scope(kind[0], kind[1], self.lines[first : at + 1])
-                        return at + 1
-                elif character == "}":
-                    depth -= 1
+                parentheses += (character in "([") - (character in ")]")
+                depth += (character == "{") - (character == "}")
+                scope = scope_of(code) if character == "{" and depth == 1 and parentheses == 0 else None
+                if scope and "}" not in line[position:]:
+                    self.begin_scope(scope[0], scope[1], self.lines[first : at + 1])
+                    return at + 1
                 code += character
             code += "\n"
             following = self.lines[at + 1].lstrip() if at + 1 < len(self.lines) else ""
-            is_whole = depth == 0 and parens == 0 and (
-                line.endswith(";")
-                or (line.endswith("}") and not following.startswith(("{", ",", ":")))
-                or (is_enumerator and (line.endswith(",") or following.startswith("}")))
-                or re.fullmatch(r"\s*QV_INTERNAL_\w+(BEGIN|END)", line))
-            if is_whole:
+            if depth == 0 and parentheses == 0 and self.ends_declaration(line, following):
                 self.declare(self.lines[first : at + 1], code)
                 return at + 1
-            at += 1
         sys.exit("headers.py: %s: a declaration does not end: line %d" % (self.name, first + 1))
+
+    def ends_declaration(self, line, following):
+        """Whether a declaration ends with a line, outside of all braces."""
+        if self.scopes[-1].kind == "enum":
+            return line.endswith(",") or following.startswith("}")
+        if line.endswith("}"):
+            return not following.startswith(("{", ",", ":"))
+        return line.endswith(";") or re.fullmatch(r"\s*QV_INTERNAL_\w+(BEGIN|END)", line) is not None
 
 
 def main():

@@ -13,7 +13,7 @@ import os
 import re
 import sys
 
-from headers import code_span
+from comments import code_span
 
 FENCE = re.compile(r"^\s*(```|~~~)")
 HEADING = re.compile(r"^(#{1,6}) (.*?)\s*$")

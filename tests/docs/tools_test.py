@@ -196,6 +196,8 @@ private:
         for name in ("Starts", "Ends"):
             self.assertEqual(comment_above(lines, name), ["Tests of texts.", "@par Cost", "linear."])
         self.assertEqual(warnings, [])
+        # It is that of the next one only.
+        self.assertEqual(convert("// Apart.\n\n// One.\nint One();\n\nint Other();")[1], ["Other: no comment"])
 
 
 class Pages(unittest.TestCase):
