@@ -79,7 +79,8 @@ void AddOutputOptions(CLI::App &app, SArguments &arguments)
 
 std::string Footer()
 {
-    return std::string(R"(Without a query, it asks for queries at a terminal, and prints the report elsewhere.
+    return std::string(
+               R"(Without a query, it asks for queries at a terminal (:help there), and prints the report elsewhere.
 
 Patterns: * stands for any run of characters, ? for one, a backslash makes the next one
 literal. A pattern with a slash is matched with the whole path, every other with the name.
@@ -90,6 +91,7 @@ literal. A pattern with a slash is matched with the whole path, every other with
 std::optional<int> Parse(int argc, char **argv, SRawArguments &raw, SArguments &arguments)
 {
     CLI::App app("Catalogues files, and finds them by names that are not quite right.", "asset_finder");
+    app.set_version_flag("--version", "asset_finder " ASSET_FINDER_VERSION);
     AddSourceOptions(app, raw, arguments);
     AddFindOptions(app, raw, arguments);
     AddOutputOptions(app, arguments);
@@ -102,9 +104,14 @@ std::optional<int> Parse(int argc, char **argv, SRawArguments &raw, SArguments &
         words.pop_back();
         app.parse(std::move(words));
     }
+    catch (const CLI::Success &wish)
+    {
+        return app.exit(wish);
+    }
     catch (const CLI::ParseError &error)
     {
-        return app.exit(error) == 0 ? kExitDone : kExitWrongArguments;
+        Complain("arguments", (std::string(error.what()) + " (--help says what there is)").c_str());
+        return kExitWrongArguments;
     }
     return std::nullopt;
 }

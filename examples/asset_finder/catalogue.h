@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "kr_string.h"
+#include "text.h"
 
 namespace AssetFinder
 {
@@ -17,8 +18,7 @@ struct SFile
     Quorvane::CString m_Folder; // empty for a file that was named without one
     Quorvane::CString m_Name;   // never empty
 
-    // Joining with nothing would keep the name, but copy it.
-    Quorvane::CString Path() const { return m_Folder.Empty() ? m_Name : m_Folder / m_Name; }
+    Quorvane::CString Path() const { return PathOf(m_Folder, m_Name); }
 };
 
 struct SCatalogue
@@ -37,7 +37,6 @@ struct SCatalogue
     Quorvane::u64 m_Links = 0;  // symbolic links that were not followed
     Quorvane::u64 m_Others = 0; // devices, sockets, pipes, what vanished meanwhile; lines that name no file
     Quorvane::u64 m_UnreadableFolders = 0;
-    Quorvane::u64 m_BackslashNames = 0;
 };
 
 // Hears of the making of a catalogue while it goes on.

@@ -24,12 +24,6 @@ void CCatalogueBuilder::AddFile(const CString &folder, const CString &name)
     _NoteLength(file.Path());
 }
 
-void CCatalogueBuilder::SkipBackslash(const CString &what)
-{
-    ++m_Catalogue.m_BackslashNames;
-    m_Observer.OnSkipped(what, "a backslash in the name");
-}
-
 bool CCatalogueBuilder::_Keeps(const SFile &file)
 {
     if (!m_Filters.m_Patterns.Keep(file))

@@ -21,10 +21,8 @@ struct SFilters
 class CCatalogueBuilder
 {
 public:
-    // Borrows both arguments.
-    CCatalogueBuilder(const SFilters &filters, CCatalogueObserver &observer) : m_Filters(filters), m_Observer(observer)
-    {
-    }
+    // Borrows the filters.
+    explicit CCatalogueBuilder(const SFilters &filters) : m_Filters(filters) {}
 
     // What was found, for the figures that nobody but the source of the files knows.
     SCatalogue &Catalogue() { return m_Catalogue; }
@@ -33,11 +31,8 @@ public:
 
     void AddFolder(const Quorvane::CString &path);
     // A file that patterns or rules do not want is counted, not kept.
-    // Requires: a name of ShareName, and no backslash in either.
+    // Requires: a name of ShareName.
     void AddFile(const Quorvane::CString &folder, const Quorvane::CString &name);
-
-    // Counts and reports what cannot be joined into a path.
-    void SkipBackslash(const Quorvane::CString &what);
 
 private:
     bool _Keeps(const SFile &file);
@@ -45,7 +40,6 @@ private:
     void _NoteLength(const Quorvane::CString &path);
 
     const SFilters &m_Filters;
-    CCatalogueObserver &m_Observer;
     SCatalogue m_Catalogue;
     CNamePool m_Names;
 };

@@ -51,16 +51,17 @@ bool IsBefore(const SItem &a, const SItem &b)
     return std::strcmp(a.m_Name.CStr(), b.m_Name.CStr()) < 0;
 }
 
-// Paths are joined with slashes here, which part folders everywhere.
+// Folders are parted by slashes here, as they can be everywhere.
 CString WithSlashes(const CString &folder)
 {
     return kBackslashParts ? folder.Replace('\\', '/') : folder;
 }
 
-// Joining with nothing takes the slashes off the end; the topmost folder is called by one.
+// The topmost folder is called by a slash.
 CString WithoutSlashes(const CString &folder)
 {
-    const CString stripped = folder / "";
+    CString stripped = folder;
+    stripped.StripRight("/");
     return stripped.Length() != folder.Length() && IsTopmost(stripped) ? stripped + "/" : stripped;
 }
 
@@ -68,7 +69,7 @@ class CWalker
 {
 public:
     CWalker(const SWalkOptions &options, const SFilters &filters, CCatalogueObserver &observer)
-        : m_Options(options), m_Observer(observer), m_Builder(filters, observer)
+        : m_Options(options), m_Observer(observer), m_Builder(filters)
     {
     }
 
@@ -142,13 +143,10 @@ void CWalker::_KeepItems(const CString &folder)
     const std::size_t firstFolder = m_Pending.size();
     for (const SItem &item : m_Items)
     {
-        // The path of such a name is for people only: appended, not joined.
-        if (HoldsBackslash(item.m_Name))
-            m_Builder.SkipBackslash(folder.SlashAppended() + item.m_Name);
-        else if (item.m_Kind == ItemKind_File)
+        if (item.m_Kind == ItemKind_File)
             m_Builder.AddFile(folder, item.m_Name);
         else if (item.m_Kind == ItemKind_Folder)
-            m_Pending.push_back(folder / item.m_Name);
+            m_Pending.push_back(PathOf(folder, item.m_Name));
         else
             ++(item.m_Kind == ItemKind_Link ? catalogue.m_Links : catalogue.m_Others);
     }
@@ -161,8 +159,6 @@ void CWalker::_KeepItems(const CString &folder)
 CString ObjectionToFolder(const CString &given)
 {
     const CString folder = WithSlashes(given);
-    if (HoldsBackslash(folder))
-        return "paths with a backslash are not supported";
     std::error_code error;
     const fs::file_status status = fs::status(folder.CStr(), error);
     if (status.type() == fs::file_type::not_found)

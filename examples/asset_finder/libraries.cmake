@@ -1,5 +1,7 @@
-# What example_${name} links besides the library: libedit for the prompt's line editing, where it is installed with its
-# headers. pkg-config only hints at the place; the prompt reads plain lines where nothing is found.
+# What example_${name} has besides the library: the version that it prints, and libedit for the prompt's line editing, where
+# that is installed with its headers. pkg-config only hints at the place; the prompt reads plain lines where nothing is found.
+target_compile_definitions(example_${name} PRIVATE "ASSET_FINDER_VERSION=\"${PROJECT_VERSION}\"")
+
 find_package(PkgConfig QUIET)
 if(PkgConfig_FOUND)
     pkg_check_modules(QV_PC_LIBEDIT QUIET libedit)

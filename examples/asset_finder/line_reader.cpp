@@ -1,20 +1,24 @@
 // Lines of a stream.
 #include "line_reader.h"
 
+#include "platform.h"
+
 namespace AssetFinder
 {
 
 bool ReadLine(std::FILE *stream, std::string &line)
 {
-    line.clear();
-    int character = std::getc(stream);
+    char kept[kMaxLineLength + 1];
+    std::size_t length = 0;
+    int character = NextCharacter(stream);
     if (character == EOF)
         return false;
-    for (; character != EOF && character != '\n'; character = std::getc(stream))
-        if (line.size() <= kMaxLineLength)
-            line.push_back(static_cast<char>(character));
-    if (!line.empty() && line.back() == '\r')
-        line.pop_back();
+    for (; character != EOF && character != '\n'; character = NextCharacter(stream))
+        if (length < sizeof(kept))
+            kept[length++] = static_cast<char>(character);
+    if (length != 0 && kept[length - 1] == '\r')
+        --length;
+    line.assign(kept, length);
     return std::ferror(stream) == 0;
 }
 

@@ -25,10 +25,7 @@ namespace
 class CLineCatalogue
 {
 public:
-    CLineCatalogue(const SFilters &filters, CCatalogueObserver &observer)
-        : m_Observer(observer), m_Builder(filters, observer)
-    {
-    }
+    CLineCatalogue(const SFilters &filters, CCatalogueObserver &observer) : m_Observer(observer), m_Builder(filters) {}
 
     void AddLine(std::string_view line);
     SCatalogue &Catalogue() { return m_Builder.Catalogue(); }
@@ -41,6 +38,7 @@ private:
     CCatalogueObserver &m_Observer;
     CCatalogueBuilder m_Builder;
     CNamePool m_Folders;
+    CString m_LastFolder;
     std::unordered_set<const char *> m_KnownFolders;
 };
 
@@ -52,8 +50,6 @@ void CLineCatalogue::AddLine(std::string_view line)
         _Skip(StringFromStdStringView(line.substr(0, 60)) + "...", "longer than any path");
     else if (line.find('\0') != std::string_view::npos)
         _Skip(StringFromStdStringView(line), "a NUL in the line");
-    else if (line.find('\\') != std::string_view::npos)
-        m_Builder.SkipBackslash(StringFromStdStringView(line));
     else
         _AddPath(line);
 }
@@ -74,10 +70,13 @@ CString CLineCatalogue::_ShareFolder(std::string_view path)
 {
     if (path.size() > 1)
         path.remove_suffix(1);
-    const CString folder = m_Folders.Share(path);
-    if (!folder.Empty() && m_KnownFolders.insert(folder.Data()).second)
-        m_Builder.AddFolder(folder);
-    return folder;
+    // Files of a folder stand together in most lists.
+    if (path == ToStdStringView(m_LastFolder))
+        return m_LastFolder;
+    m_LastFolder = m_Folders.Share(path);
+    if (!m_LastFolder.Empty() && m_KnownFolders.insert(m_LastFolder.Data()).second)
+        m_Builder.AddFolder(m_LastFolder);
+    return m_LastFolder;
 }
 
 void CLineCatalogue::_Skip(const CString &what, const char *reason)

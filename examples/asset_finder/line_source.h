@@ -11,7 +11,7 @@ namespace AssetFinder
 
 // Every line is a path: what stands behind its last slash is the name. The files stand in the order of their lines, the
 // folders in the order in which they were first named. Empty lines are passed over; a line without a name, with a NUL,
-// or longer than any path is counted among the others; one with a backslash is counted and reported as in a folder.
+// or longer than any path is counted among the others.
 // Returns: why the stream cannot be read, empty when it was; `catalogue` holds the lines before that.
 Quorvane::CString CatalogueLines(std::FILE *stream, const SFilters &filters, CCatalogueObserver &observer,
                                  SCatalogue &catalogue);

@@ -11,11 +11,12 @@
 // output could not be written or memory was refused, 2 wrong arguments.
 #include <cstdio>
 #include <optional>
-#include <string>
 
+#include "answers.h"
 #include "arguments.h"
 #include "catalogue.h"
 #include "console.h"
+#include "dialogue.h"
 #include "finder.h"
 #include "folder_source.h"
 #include "kr_string.h"
@@ -23,7 +24,6 @@
 #include "platform.h"
 #include "prompt.h"
 #include "report.h"
-#include "results.h"
 #include "rules.h"
 #include "stopwatch.h"
 #include "text.h"
@@ -50,7 +50,7 @@ bool ReadRules(SRulesFile &file)
     if (!objection.Empty())
         Complain("rules file \"" + file.m_Path + "\"", objection.CStr());
     for (const SRuleMistake &mistake : file.m_Mistakes)
-        std::fprintf(stderr, "%s:%u: %s\n", Printable(file.m_Path).CStr(), mistake.m_Line, mistake.m_What.CStr());
+        Complain(Text("%s:%u", file.m_Path.CStr(), mistake.m_Line), mistake.m_What.CStr());
     return objection.Empty();
 }
 
@@ -110,38 +110,12 @@ CString CatalogueTime(const SSession &session)
            Text(" catalogued in %.3f s", session.m_CatalogueSeconds);
 }
 
-// Returns: whether the results could be found and written.
-bool Answer(const CFinder &finder, const CString &query, bool showTime)
-{
-    CHits hits;
-    const CStopwatch watch;
-    const bool found = finder.Find(query, hits);
-    const double seconds = watch.Seconds();
-    if (!found)
-        Complain("\"" + query + "\"", "memory was refused");
-    return found && Print(FormatResults(finder, query, hits, HighlightForStdout(), showTime ? seconds : -1));
-}
-
 bool AnswerAll(const CFinder &finder, const SArguments &arguments)
 {
     for (const CString &query : arguments.m_Queries)
-        if (!Answer(finder, query, arguments.m_Time))
+        if (!AnswerQuery(finder, query, arguments.m_Time))
             return false;
     return true;
-}
-
-bool AnswerAtPrompt(const CFinder &finder, const SArguments &arguments)
-{
-    const CString count = Grouped(finder.Catalogue().m_Files.size());
-    if (!Print(count + " names. Type one, more or less; " + kEndOfInputKeys + " ends.\n"))
-        return false;
-    for (std::string line; Prompt("find> ", line);)
-    {
-        const CString query(line.c_str());
-        if (!query.Empty() && !Answer(finder, query, arguments.m_Time))
-            return false;
-    }
-    return Print("\n");
 }
 
 bool RunQueries(const SSession &session, bool atPrompt)
@@ -149,11 +123,12 @@ bool RunQueries(const SSession &session, bool atPrompt)
     const SArguments &arguments = session.m_Arguments;
     const CStopwatch watch;
     const CFinder finder(session.m_Catalogue, arguments.m_Find);
-    const CString casing =
-        arguments.m_Find.m_IgnoreCase ? Text(", their names lower-cased in %.3f s", watch.Seconds()) : CString();
-    if (arguments.m_Time && !Print(CatalogueTime(session) + casing + "\n"))
+    const CString casing = arguments.m_Find.m_IgnoreCase ? CString(" and lower-cased") : CString();
+    const CString gathered = Text(", %s names gathered", Grouped(finder.Names().size()).CStr()) + casing +
+                             Text(" in %.3f s", watch.Seconds());
+    if (arguments.m_Time && !Print(CatalogueTime(session) + gathered + "\n"))
         return false;
-    return atPrompt ? AnswerAtPrompt(finder, arguments) : AnswerAll(finder, arguments);
+    return atPrompt ? CDialogue(finder, arguments.m_Time).Run() : AnswerAll(finder, arguments);
 }
 
 // Without anything to do, and nobody to ask, the report is what is wanted.

@@ -40,6 +40,12 @@ inline bool IsTopmost(const Quorvane::CString &stripped)
     return stripped.Empty() || (stripped.Length() == 2 && stripped[1] == ':');
 }
 
+// A character of a stream that no other thread reads.
+inline int NextCharacter(std::FILE *stream)
+{
+    return _getc_nolock(stream);
+}
+
 // The system writes paths in UTF-16.
 inline std::string InUtf8(const std::filesystem::path &path)
 {
@@ -74,6 +80,12 @@ inline bool IsTerminal(std::FILE *stream)
 inline bool IsTopmost(const Quorvane::CString &stripped)
 {
     return stripped.Empty();
+}
+
+// A character of a stream that no other thread reads: asking for its lock each time takes as long as all else.
+inline int NextCharacter(std::FILE *stream)
+{
+    return getc_unlocked(stream);
 }
 
 inline const std::string &InUtf8(const std::filesystem::path &path)

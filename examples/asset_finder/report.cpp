@@ -30,7 +30,6 @@ CString ContentLines(const SCatalogue &catalogue)
            Line("links", catalogue.m_Links, "symbolic links, not followed") +
            Line("other", catalogue.m_Others, "neither file, folder nor link") +
            Line("unreadable", catalogue.m_UnreadableFolders, "folders, skipped") +
-           Line("backslashes", catalogue.m_BackslashNames, "names with a backslash, skipped") +
            Line("longest path", catalogue.m_LongestPath.Length(), Printable(catalogue.m_LongestPath));
 }
 

@@ -16,7 +16,7 @@ constexpr u32 kMaxNameColumns = 40;
 
 CString Heading(const CFinder &finder, const CString &query, const CHits &hits, double seconds)
 {
-    const CString names = Grouped(finder.Catalogue().m_Files.size()) + " names";
+    const CString names = Grouped(finder.Names().size()) + " names";
     const CString found = hits.Empty()
                               ? "nothing at " + Text("%.2f", static_cast<double>(finder.Options().m_Tolerance)) +
                                     " or more among " + names
@@ -26,12 +26,13 @@ CString Heading(const CFinder &finder, const CString &query, const CHits &hits, 
 }
 
 // One line: the name is marked already.
-CString HitLine(float weight, const CString &name, u32 nameColumns, const CString &path)
+CString HitLine(float weight, const CString &name, u32 nameColumns, const CString &path, u32 files)
 {
     const u32 columns = ColumnsOf(name);
     const u32 blanks = columns < nameColumns ? nameColumns - columns : 0;
-    return Text("  %.3f  %s%*s  %s\n", static_cast<double>(weight), name.CStr(), static_cast<int>(blanks), "",
-                Printable(path).CStr());
+    const CString others = files > 1 ? " and " + Grouped(files - 1) + " more" : CString();
+    return Text("  %.3f  %s%*s  %s%s\n", static_cast<double>(weight), name.CStr(), static_cast<int>(blanks), "",
+                Printable(path).CStr(), others.CStr());
 }
 
 } // namespace
@@ -39,20 +40,36 @@ CString HitLine(float weight, const CString &name, u32 nameColumns, const CStrin
 CString FormatResults(const CFinder &finder, const CString &query, const CHits &hits, EHighlight highlight,
                       double seconds)
 {
-    const std::vector<SFile> &files = finder.Catalogue().m_Files;
     std::vector<CString> names;
     TArray<u32> positions;
     u32 nameColumns = 0;
     for (const SHit &hit : hits)
     {
         finder.Positions(query, hit.m_IndexInStringList, positions);
-        names.push_back(Highlighted(files[hit.m_IndexInStringList].m_Name, positions, highlight));
+        names.push_back(Highlighted(finder.Names()[hit.m_IndexInStringList].m_Name, positions, highlight));
         nameColumns = QVMax(nameColumns, QVMin(ColumnsOf(names.back()), kMaxNameColumns));
     }
 
     CString text = Heading(finder, query, hits, seconds);
     for (u32 i = 0; i < hits.Count(); ++i)
-        text.Append(HitLine(hits[i].m_MatchWeight, names[i], nameColumns, files[hits[i].m_IndexInStringList].Path()));
+    {
+        const SNamedFiles &named = finder.Names()[hits[i].m_IndexInStringList];
+        const CString path = finder.Catalogue().m_Files[named.m_FirstFile].Path();
+        text.Append(HitLine(hits[i].m_MatchWeight, names[i], nameColumns, path, named.m_Count));
+    }
+    return text;
+}
+
+CString FormatMatches(const CFinder &finder, const CString &pattern, const std::vector<u32> &matches, double seconds)
+{
+    const std::vector<SFile> &files = finder.Catalogue().m_Files;
+    const u32 shown = QVMin(checked_numcast<u32>(matches.size()), finder.Options().m_Top);
+    const CString cut = shown < matches.size() ? ", the first " + Grouped(shown) : CString();
+    const CString time = seconds < 0 ? CString() : Text(", matched in %.2f ms", seconds * 1000);
+    CString text = "\"" + Printable(pattern) + "\": matches " + Grouped(matches.size()) + " of " +
+                   Grouped(files.size()) + " files" + cut + time + "\n";
+    for (u32 i = 0; i < shown; ++i)
+        text += "  " + Printable(files[matches[i]].Path()) + "\n";
     return text;
 }
 

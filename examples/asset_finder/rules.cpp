@@ -36,6 +36,8 @@ CString Quoted(const CString &text)
     return "\"" + Printable(text) + "\"";
 }
 
+constexpr const char *kSlashMistake = "a slash is in no name: ";
+
 bool HoldsSlash(const CString &text)
 {
     return CStringView(text).FindFirstOf('/').Valid();
@@ -128,7 +130,7 @@ CString ObjectionToPattern(const CString &text)
 {
     if (text.Empty())
         return "an empty text is in every name";
-    return HoldsSlash(text) ? "a slash is in no name: " + Quoted(text) : "";
+    return HoldsSlash(text) ? kSlashMistake + Quoted(text) : "";
 }
 
 CString ReadTest(const CWords &words, std::vector<SNameTest> &tests)
@@ -162,8 +164,8 @@ CString ReadRename(const CWords &words, SRules &rules)
     const CString objection = ObjectionToPattern(words[1]);
     if (!objection.Empty())
         return objection;
-    if (HoldsSlash(words[2]) || HoldsBackslash(words[2]))
-        return "a slash or backslash for a name: " + Quoted(words[2]);
+    if (HoldsSlash(words[2]))
+        return kSlashMistake + Quoted(words[2]);
     rules.m_Renamings.push_back({words[1], words[2]});
     return "";
 }

@@ -2,7 +2,6 @@
 #include "text.h"
 
 #include <cstdarg>
-#include <cstring>
 
 using namespace Quorvane;
 
@@ -43,9 +42,11 @@ CString Printable(CString text)
     return text;
 }
 
-bool HoldsBackslash(const CString &name)
+CString PathOf(const CString &folder, const CString &name)
 {
-    return std::strchr(name.CStr(), '\\') != nullptr;
+    if (folder.Empty())
+        return name;
+    return folder.Last() == '/' ? Concat(folder, name) : Concat(folder, '/', name);
 }
 
 } // namespace AssetFinder

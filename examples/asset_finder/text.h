@@ -15,7 +15,8 @@ Quorvane::CString Grouped(Quorvane::u64 number);
 // The text with a question mark for every control character, so that no file name can steer the terminal.
 Quorvane::CString Printable(Quorvane::CString text);
 
-// True for names that cannot be joined into a path: joining takes a backslash for a caller's mistake and reports it.
-bool HoldsBackslash(const Quorvane::CString &name);
+// The path of what is called `name` in a folder; the name alone in a folder without a name. Not joined by operator/, which
+// takes a backslash for a caller's mistake: here it is a character of a name like any other.
+Quorvane::CString PathOf(const Quorvane::CString &folder, const Quorvane::CString &name);
 
 } // namespace AssetFinder
