@@ -17,14 +17,6 @@ compiler_of()
     "$compiler" --version | sed -n '1s/ (.*) / /; 1s/^Debian //; 1p'
 }
 
-# Prints each reason for which unit tests skipped themselves, and how many did.
-list_reasons()
-{
-    sed -n 's/^ *<skipped message="\([^"]*\)".*/\1/p' "build/$1"/units_*.xml 2>/dev/null |
-        sed 's/^[^ ]*:[0-9]*&#x0A;//; s/&#x0A.*//; s/&apos;/'"'"'/g; s/&quot;/"/g' | sort | uniq -c | sort -rn |
-        sed 's/^ *\([0-9]*\) /  \1 skipped: /'
-}
-
 # The drivers of a built preset: prints "<passed> <failed> <skipped>".
 run_drivers()
 {
@@ -73,7 +65,7 @@ try_platform()
 {
     preset=platform-$1
     start=$(date +%s)
-    say "== $1"
+    announce "$1"
     reason=$(reason_against "$1" | head -n 1)
     if [ -n "$reason" ]; then
         record "$1" 0 0 1 "$start" "not tried: $reason"
@@ -166,6 +158,9 @@ ensure g++ cmake ninja-build libgtest-dev
 # The names are words.
 # shellcheck disable=SC2086
 ensure_platforms $chosen
+# shellcheck disable=SC2086
+set -- $chosen
+expect_steps $#
 for name in $chosen; do
     try_platform "$name"
 done
