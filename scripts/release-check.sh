@@ -3,7 +3,7 @@
 . "$(dirname "$0")/common.inc"
 . "$root/scripts/needs.inc"
 
-ensure g++ cmake ninja-build -- pkg-config python3 doxygen lintian
+ensure g++ cmake ninja-build -- pkg-config python3 doxygen lintian abigail-tools
 version=$(sed -n 's/^project(Quorvane VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
 failures=0
 
@@ -68,6 +68,37 @@ shows_its_names()
         sh tests/consumer/symbols.sh "$root" build/release-check/Runtime/qv_kernel/libqv_kernel.so
 }
 
+# The shared library with what a debugger knows of its types.
+#   build_with_types <source> <folder>
+build_with_types()
+{
+    cmake -G Ninja -S "$1" -B "$2" -DCMAKE_BUILD_TYPE=Debug -DCMAKE_UNITY_BUILD=ON -DBUILD_SHARED_LIBS=ON \
+        -DQV_BUILD_TESTS=OFF -DQV_BUILD_EXAMPLES=OFF -DQV_BUILD_BENCHMARKS=OFF && cmake --build "$2"
+}
+
+# Names and types of the interface beside those of the last release: a patch release changes none.
+keeps_its_interface()
+{
+    command -v abidiff >/dev/null 2>&1 || {
+        say 'skipped: abidiff is missing'
+        return 77
+    }
+    before=$(git describe --tags --abbrev=0 --match 'v[0-9]*' 'HEAD^' 2>/dev/null) || {
+        say 'skipped: there is no release to compare with'
+        return 77
+    }
+    folder=build/release-check/before
+    rm -rf "$folder"
+    mkdir -p "$folder/source"
+    git archive "$before" | tar -x -C "$folder/source" && build_with_types "$folder/source" "$folder/build" &&
+        build_with_types . build/release-check/after || return 1
+    abidiff --no-added-syms "$folder/build/Runtime/qv_kernel/libqv_kerneld.so" build/release-check/after/Runtime/qv_kernel/libqv_kerneld.so
+    changes=$?
+    case $before in
+        "v${version%.*}".*) return $changes ;;
+    esac
+}
+
 mkdir -p build
 say "Before the release of $version:"
 check 'everything is committed' is_committed
@@ -75,6 +106,7 @@ check 'the changelog has the section, and nothing waits' has_section
 check 'the version stands in one place' version_has_one_place
 check 'the reference is made without a warning' reference_is_clean
 check 'the shared library shows the names of the list' shows_its_names
+check 'the interface is that of the last release, or the version says otherwise' keeps_its_interface
 check 'packages for vcpkg and Conan' sh tests/packaging/packages.sh "$root" "$root/build/release-check/packages" g++
 check 'packages for Debian' sh tests/packaging/debian.sh "$root" "$root/build/release-check/debian" g++
 check 'one header and one source' sh tests/consumer/amalgamated.sh "$root" "$root/build/release-check/amalgamated" g++
