@@ -71,7 +71,11 @@ inline bool PortIsReadable(ureg page)
     // A page that is not mapped cannot be written back to a file. One that is may still be protected: then the system
     // cannot copy a set of signals from it, which it does before it finds that it knows nothing to do with the set.
     constexpr int kNothingKnown = ~0;
+#if defined(__mips__)
+    constexpr std::size_t kSetBytes = 16;
+#else
     constexpr std::size_t kSetBytes = 8;
+#endif
     const int before = errno;
     const bool isMapped = msync(reinterpret_cast<void *>(page), 1, MS_ASYNC) == 0;
     errno = 0;
