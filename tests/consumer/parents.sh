@@ -18,7 +18,7 @@ build()
     shift
     {
         cmake -G Ninja -S "$root/tests/consumer/parents" -B "$scratch/$name" "-DQUORVANE_SOURCE_DIR=$root" \
-            "-DCMAKE_CXX_COMPILER=$compiler" -DCMAKE_BUILD_TYPE=Debug -DCMAKE_UNITY_BUILD=ON \
+            "-DCMAKE_CXX_COMPILER=$compiler" -DCMAKE_BUILD_TYPE=Debug -DCMAKE_UNITY_BUILD=ON -DQV_SIMD_LEVEL=0 \
             "-DCMAKE_INSTALL_PREFIX=$scratch/$name-installed" "$@" &&
             cmake --build "$scratch/$name" && cmake --install "$scratch/$name" && "$scratch/$name/talk"
     } >"$scratch/log" 2>&1 || {
