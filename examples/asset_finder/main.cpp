@@ -21,7 +21,6 @@
 #include "folder_source.h"
 #include "kr_string.h"
 #include "line_source.h"
-#include "platform.h"
 #include "prompt.h"
 #include "report.h"
 #include "rules.h"

@@ -109,7 +109,7 @@ use_installed()
 }
 
 # The static library with the defaults, but for the cache of small blocks and the vector code, which are its own business.
-# Not optimised: what the compiler makes of it is for other tests. Without vector code, all of it takes half the time.
+# Not optimised: what the compiler makes of it is for other tests.
 install_library static -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS_RELEASE='-O0 -DNDEBUG' -DQV_MEM_CACHE=OFF \
     -DQV_SIMD_LEVEL=0
 [ -f "$(find "$scratch/moved/static" -name libqv_kernel.a)" ] || fail 'no libqv_kernel.a is installed'
