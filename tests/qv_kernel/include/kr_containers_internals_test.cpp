@@ -730,7 +730,7 @@ TEST(QuickSort, GivesTheModelsOrderForEveryShapeAndLength)
 
 TEST(QuickSort, GivesTheModelsOrderForThousandsOfElements)
 {
-    for (const u32 count : {4096u, 5000u, kVerySlow ? 20000u : 100000u})
+    for (const u32 count : {4096u, 5000u, kSlow ? 20000u : 100000u})
     {
         SCOPED_TRACE(count);
         ExpectTheModelsOrder(SortedKeys(count));
@@ -746,7 +746,7 @@ TEST(QuickSort, GivesTheModelsOrderForThousandsOfElements)
 // The worst input for the choice of pivots, which the heap sort takes over: with checked iterators, too.
 TEST(QuickSort, GivesTheModelsOrderForAnAdversarysInput)
 {
-    for (const u32 count : {1000u, 5000u, kVerySlow ? 20000u : 100000u})
+    for (const u32 count : {1000u, 5000u, kSlow ? 20000u : 100000u})
     {
         SCOPED_TRACE(count);
         ExpectTheModelsOrder(SAdversary::Make(count));

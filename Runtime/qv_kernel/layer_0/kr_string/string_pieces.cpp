@@ -101,9 +101,9 @@ private:
 SSeparators CCharacterSeparator::Next(const char *, const char *end, const char *known) const noexcept QV_NONBLOCKING
 {
     const u32 count = CountBetween(known, end);
-    const SMatchWord near = Buffer::FirstMatches(known, QVMin(count, kLongPiece), m_Character);
-    if (near.m_Bits != 0 || count <= kLongPiece)
-        return ForwardsFrom(near, known, end);
+    const SMatchWord first = Buffer::FirstMatches(known, QVMin(count, kLongPiece), m_Character);
+    if (first.m_Bits != 0 || count <= kLongPiece)
+        return ForwardsFrom(first, known, end);
     const void *const found = __builtin_memchr(known + kLongPiece, m_Character, count - kLongPiece);
     if (found == nullptr)
         return {0, end, end};

@@ -124,7 +124,7 @@ bool Holds(const char *text, size_t length, const char *needle, size_t needleLen
 
 TEST(BufferContains, EveryPublicSearchComesToAnEndWithHardNeedles)
 {
-    for (const SHardCase &hard : HardCases(kVerySlow ? 100000 : 300000))
+    for (const SHardCase &hard : HardCases(kSlow ? 100000 : 300000))
     {
         const char *const text = hard.m_Text.c_str();
         const char *const needle = hard.m_Needle.c_str();
@@ -174,7 +174,7 @@ TEST(BufferContains, ANeedleIsFoundWhereverItStandsInALongText)
 TEST(BufferContains, AllWindowsBordersLetANeedleThrough)
 {
     const std::string needle = "a needle that is longer than sixteen";
-    std::string text(kVerySlow ? 70000 : 300000, '.');
+    std::string text(kSlow ? 70000 : 300000, '.');
     // Around the multiples of 2 KiB, where windows end: each is a little shorter by what overlaps.
     for (size_t border = 2048; border < text.size(); border += 2048)
     {

@@ -106,7 +106,7 @@ TEST(FuzzyQuery, EveryCountOfTextsWeighsAsTheRecurrenceSays)
             std::vector<CString> strings = StringsOf(texts);
             strings[3] = CString();
             // Two batches of sixteen and one text more.
-            for (size_t count = 0; count <= texts.size(); count += kVerySlow && count > 33 ? 6 : 1)
+            for (size_t count = 0; count <= texts.size(); count += kSlow && count > 33 ? 6 : 1)
                 ASSERT_EQ(Weighed(Fixed(query), strings, count), Model(query, texts, count))
                     << queryLength << " against " << count << ", wide " << wide;
         }

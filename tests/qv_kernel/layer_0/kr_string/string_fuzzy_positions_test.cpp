@@ -256,7 +256,7 @@ TEST(StringFuzzyPositions, RandomPairsAreAlignedBestWhicheverIsTheShorter)
 {
     CFuzzyTexts source(20);
     for (const std::string &alphabet : {std::string("ab"), std::string("abcdefgh"), std::string("\x00\x7F\x80\xFF", 4)})
-        for (int i = 0; i < (kVerySlow ? 100 : 1000); ++i)
+        for (int i = 0; i < (kSlow ? 100 : 1000); ++i)
         {
             const std::string a = source.Random(alphabet, 1 + source.Below(i % 20 == 0 ? 300 : 40));
             const size_t length = 1 + source.Below(i % 20 == 0 ? 300 : 40);

@@ -461,7 +461,7 @@ TEST(StringFuzzyList, EveryFormAgreesWithTheRecurrenceForEveryQueryAndListLength
         {
             SCOPED_TRACE(queryLength);
             const std::string query = source.Random(alphabet, queryLength);
-            const std::vector<std::string> texts = MixedTexts(source, query, alphabet, kVerySlow ? 130 : 200);
+            const std::vector<std::string> texts = MixedTexts(source, query, alphabet, kSlow ? 130 : 200);
             const CString queryString = Fixed(query);
             const std::vector<CString> strings = StringsOf(texts);
             const std::vector<float> all = ModelWeights(query, texts);
