@@ -3,10 +3,7 @@
 . "$(dirname "$0")/common.inc"
 . "$root/scripts/needs.inc"
 
-ensure doxygen python3
-# Each by itself: where the distribution does not have one, neither would be installed.
-ensure -- doxygen-awesome-css
-ensure -- chromium
+ensure doxygen python3 -- doxygen-awesome-css chromium
 
 say '1 of 3: building the reference, some 15 seconds'
 sh docs/reference/build.sh "$root" build/docs || exit 1

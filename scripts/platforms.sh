@@ -154,10 +154,9 @@ for name in $chosen; do
 done
 [ -n "$chosen" ] || chosen=$all_names
 
-ensure g++ cmake ninja-build libgtest-dev
 # The names are words.
-# shellcheck disable=SC2086
-ensure_platforms $chosen
+# shellcheck disable=SC2046,SC2086
+ensure g++ cmake ninja-build libgtest-dev -- $(needs_of_all $chosen)
 # shellcheck disable=SC2086
 set -- $chosen
 expect_steps $#

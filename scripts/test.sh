@@ -89,16 +89,14 @@ if [ -n "$quick" ]; then
     summary
     exit
 fi
+# Behind the tools: debuggers, which show the types; who looks through packages; who makes the reference; other machines,
+# emulated; the compiler with the real-time sanitizer.
+# shellcheck disable=SC2046
 ensure g++ cmake ninja-build libgtest-dev libcli11-dev clang libclang-rt-dev -- \
-    llvm clang-format pkg-config shellcheck locales libbenchmark-dev libfmt-dev python3
+    llvm clang-format pkg-config shellcheck locales libbenchmark-dev libfmt-dev python3 gdb lldb lintian doxygen \
+    qemu-user g++-aarch64-linux-gnu g++-arm-linux-gnueabihf $(needs_of_all short-i386 short-s390x short-windows) \
+    clang-22 libclang-rt-22-dev
 ensure_locales
-# Debuggers, which show the types; who looks through packages; who makes the reference.
-ensure -- gdb lldb lintian doxygen
-# Other machines, emulated.
-ensure -- qemu-user g++-aarch64-linux-gnu g++-arm-linux-gnueabihf
-ensure_platforms short-i386 short-s390x short-windows
-# Alone: where the distribution does not have them, none of a list would be installed.
-ensure -- clang-22 libclang-rt-22-dev
 expect_steps 13
 step_units 'release (g++): units' release
 step_but_units 'the same: everything else' release
