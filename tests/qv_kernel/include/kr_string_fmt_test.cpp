@@ -83,7 +83,13 @@ TEST(StringFmt, ArraysOfStringsAreRanges)
 
 TEST(StringFmt, FormatsAreCheckedWhenTheyAreCompiled)
 {
+    // From C++20 on, any literal is. FMT_STRING would be checked there a second time, which clang++ 22 refuses with fmt 9:
+    // it subtracts pointers into two evaluations of the same literal.
+#if defined(FMT_HAS_CONSTEVAL)
+    EXPECT_EQ(fmt::format("{:>3}{}", CString("a"), CStringView("b")), "  ab");
+#else
     EXPECT_EQ(fmt::format(FMT_STRING("{:>3}{}"), CString("a"), CStringView("b")), "  ab");
+#endif
 }
 
 TEST(StringFmt, FormattingAsksForNoMemoryOfTheLibrarys)
