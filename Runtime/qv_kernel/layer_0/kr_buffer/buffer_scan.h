@@ -71,8 +71,9 @@ constexpr bool kReadsBlocks = false;
 constexpr bool kReadsBlocks = true;
 #endif
 
-// Whether a terminator stands within the first `length` characters of a text whose count may be wrong. Nothing behind
-// the terminator is needed: a short scan loads aligned blocks, none of which lies in two pages.
+// Whether a terminator stands within the first `length` characters, at least one, of a text whose count may be wrong.
+// Nothing behind the terminator is needed: a short scan loads aligned blocks, none of which lies in two pages. The first
+// one is loaded in any case: of no characters, only a container may be asked.
 QV_SIMD_INLINE inline bool HoldsTerminator(const char *str, u32 length)
 {
     if (!kReadsBlocks || length > kMaxShortScan)
