@@ -49,7 +49,9 @@ include_all "$scratch/first_tests.cpp" "$tests"/kr_buffer/buffer_table_test.cpp 
     "$tests"/kr_buffer/buffer_hash_test.cpp
 include_all "$scratch/second_tests.cpp" "$tests"/kr_buffer/buffer_compare_test.cpp \
     "$tests"/kr_buffer/buffer_find_test.cpp "$tests"/kr_buffer/buffer_bitmap_test.cpp
+exhaustive=$root/tests/exhaustive
 compile_all "$scratch/first_tests.cpp" "$scratch/second_tests.cpp" "$scratch/library.cpp" \
+    "$exhaustive/edit_kernels_test.cpp" "$exhaustive/search_kernels_test.cpp" "$exhaustive/bitmap_kernels_test.cpp" \
     "$tests/kr_simd/simd_block_test.cpp" "$root/tests/support/guarded_page.cpp" \
     "$root/tests/support/guarded_page_test.cpp" "$root/tests/support/test_main.cpp"
 running=$framework

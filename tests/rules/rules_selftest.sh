@@ -248,6 +248,13 @@ printf 'QV_SIMD_WIDE_BEGIN\n' | bites intrinsics $source
 printf 'namespace Quorvane::Internal::Wide\n{\n' | bites intrinsics $source
 printf '#include "kernel.inc"\n#include "../kr_string/kernel.inc"\n' | bites intrinsics $source
 
+kernels=Runtime/qv_kernel/layer_0/kr_string/kernels.inc
+printf 'int n = Narrow::CountAll(1);\nNarrow::TCount<int> m;\n' | put "$good/Runtime/qv_kernel/layer_0/kr_string/count.cpp"
+printf 'template <typename Block = CBlock>\ninline u32 CountAll(u32 n)\n{\n    return n;\n}\n' |
+    bites kernels $kernels 'CountAll is in no file'
+printf 'template <typename Lane>\nusing TCount = int;\n' | bites kernels $kernels 'TCount is in no file'
+rm "$good/Runtime/qv_kernel/layer_0/kr_string/count.cpp"
+
 printf 'void g(char *);\nvoid f()\n{ char b[5000];\ng(b); }\n' | bites stack $source
 printf 'void g(char *);\nvoid f(int n)\n{ char b[10];\ng(b);\nif (n != 0) f(n - 1);\ng(b); }\n' | bites stack $source
 printf 'void g(char *);\nvoid f(int n)\n{ char b[n];\ng(b); }\n' | bites stack $source
