@@ -1,4 +1,5 @@
-// Every text over an alphabet, up to a length: for tests that leave no short case out.
+// Every text over an alphabet, up to a length: for tests that leave no short case out. Domains of more than some thousand
+// pairs are those of tests/exhaustive/, which are tried in one optimised build.
 #pragma once
 
 #include <cstddef>

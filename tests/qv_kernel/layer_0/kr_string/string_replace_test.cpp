@@ -25,7 +25,7 @@ using namespace Quorvane;
 using namespace QuorvaneTest;
 
 const std::string kReplacedLetters = "aAb\x80";
-const size_t kLongestReplaced = kVerySlow ? 4 : 5;
+constexpr size_t kLongestReplaced = 4;
 
 // Bytes of a fixed container of this length.
 u64 ReplacedFixedBytes(u64 length)
