@@ -26,7 +26,7 @@ constexpr bool kSanitized = false;
 #endif
 inline const bool kVerySlow = kSanitized || InstructionsAreEmulated();
 
-// So is code that is not optimised: one optimised build runs the longest tests, the others shorter ones.
+// So is code that is not optimised: one build that is, that of the platform O3, runs the longest tests.
 #if defined(__OPTIMIZE__)
 inline const bool kSlow = kVerySlow;
 #else
