@@ -110,25 +110,46 @@ put_between_markers()
     rm -f build/.published build/.document
 }
 
-# The last results of all platforms into the documents.
+# The row of a platform in the table of README.md, and its section in docs/platforms.md.
+row_of()
+{
+    sed -n '/<!-- platforms: begin -->/,/<!-- platforms: end -->/p' README.md | grep "^| \`$1\` |"
+}
+
+section_of()
+{
+    awk -v name="$1" '
+        /<!-- platforms: begin -->/ { inside = 1 }
+        /<!-- platforms: end -->/ { inside = 0 }
+        /^### / { wanted = $2 == name; next }
+        inside && wanted && /^- /' docs/platforms.md
+}
+
+# The last results of all platforms into the documents; what was not tried here stays as it is there.
 publish()
 {
     {
         printf '\n| name | platform | compiler | passed | failed | skipped | time | date |\n'
         printf '| --- | --- | --- | --- | --- | --- | --- | --- |\n'
         for name in $all_names; do
-            [ ! -f "build/platform-$name/result" ] || cat "build/platform-$name/result"
+            cat "build/platform-$name/result" 2>/dev/null || row_of "$name"
         done
         printf '\n'
-    } | put_between_markers README.md
+    } >build/.rows
     {
         for name in $all_names; do
-            [ -s "build/platform-$name/reasons" ] || continue
-            printf '\n### %s\n\n' "$name"
-            sed 's/^  \([0-9]*\) skipped: \(.*\)/- \1: \2/' "build/platform-$name/reasons"
+            if [ -f "build/platform-$name/reasons" ]; then
+                reasons=$(sed 's/^  \([0-9]*\) skipped: \(.*\)/- \1: \2/' "build/platform-$name/reasons")
+            else
+                reasons=$(section_of "$name")
+            fi
+            [ -z "$reasons" ] || printf '\n### %s\n\n%s\n' "$name" "$reasons"
         done
         printf '\n'
-    } | put_between_markers docs/platforms.md
+    } >build/.reasons
+    put_between_markers README.md <build/.rows
+    put_between_markers docs/platforms.md <build/.reasons
+    rm -f build/.rows build/.reasons
 }
 
 publishes=
