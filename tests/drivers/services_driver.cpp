@@ -156,7 +156,11 @@ void DriveReferences()
         TRefPtr<CObject> d(std::move(a));
         d.Swap(b);
         a = b;
-        QV_TEST_CHECK(d == null && b->RefCount() == 3);
+        QV_TEST_CHECK(d == null && b != null);
+        // Objects are null where memory is refused, and g++ with -O3 sees that nobody asked.
+        if (b == null)
+            return;
+        QV_TEST_CHECK(b->RefCount() == 3);
         b->AddWeakReference();
         b->RemoveWeakReference();
         QV_TEST_CHECK(deletions == 0);
