@@ -1,5 +1,6 @@
 // What each operation asks the allocator for, and what it gives back: nothing at all where it reads, or edits a string that
-// nobody shares and that has the room; else as many blocks, of the sizes, as its declaration says.
+// nobody shares and that has the room; else as many blocks, of the sizes, as its declaration says. And what it leaves
+// behind where any of that is refused, in strings of every state: nothing that is half done.
 //
 // What asks for nothing runs in a function that promises not to block: the sanitizer for real time sees whether it does.
 //
@@ -19,6 +20,8 @@
 #include "kr_string_std.h"
 
 #include "support/assert_recorder.h"
+#include "support/operation_ground.h"
+#include "support/operation_refusals.h"
 #include "support/test_allocator.h"
 #include "support/text_pieces.h"
 
@@ -102,74 +105,10 @@ SBlocks Sorted(SBlocks blocks)
     return blocks;
 }
 
-// ---- What it is asked of --------------------------------------------------------------------------------------------
+// ---- The rows -------------------------------------------------------------------------------------------------------
 
-const std::string kText = "Some text: a/b, c=d, e";
-const std::string kPiece = "piece";
-const std::string kLongText(300, 'x');
 const u64 kLength = kText.size();
 const u64 kSum = kText.size() + kPiece.size();
-constexpr u32 kRoom = 200;
-
-// The strings, views and arrays of a row. Everything stands before the count begins, and stays until it has ended.
-struct SGround
-{
-    SGround() : m_Fixed(Fixed(kText)), m_Shared(Fixed(kText)), m_OtherHandle(m_Shared), m_Roomy(Resizable(kText, kRoom))
-    {
-        m_SharedRoomy = Resizable(kText, kRoom);
-        m_OtherRoomyHandle = m_SharedRoomy;
-        m_Piece = Fixed(kPiece);
-        m_Long = Fixed(kLongText);
-        m_Tight = Resizable(std::string(31, 't'));
-        m_Escapable = Resizable("a\tb\\n\\\\", kRoom);
-        m_Commented = Resizable("a /* b */ c", kRoom);
-        m_Path = Resizable("a/b", kRoom);
-        m_Words = Fixed("ab cde");
-        for (CString &entry : m_List)
-            entry = Fixed(kPiece);
-        m_LongList[0] = m_Long;
-        EXPECT_TRUE(m_Strings.Reserve(kRoom) && m_Views.Reserve(kRoom) && m_Ranked.Reserve(kRoom));
-        EXPECT_TRUE(m_Positions.Reserve(kRoom));
-        m_Separators.AddSplitChar(' ');
-    }
-
-    CString m_Null;
-    CString m_Fixed;  // of the fixed form, and nobody shares it
-    CString m_Shared; // the same, but that somebody shares it
-    CString m_OtherHandle;
-    CString m_Roomy; // of the resizable form, with room, and nobody shares it
-    CString m_SharedRoomy;
-    CString m_OtherRoomyHandle;
-    CString m_Piece;
-    CString m_Long;
-    CString m_Tight; // of the resizable form, 31 characters in 32 bytes
-    CString m_Escapable;
-    CString m_Commented;
-    CString m_Path;
-    CString m_Words; // two of them, of two and of three characters
-    CStringView m_View{kText.data(), static_cast<u32>(kText.size())};
-    CStringView m_PieceView{kPiece.data(), static_cast<u32>(kPiece.size())};
-    TMemoryView<const char> m_Memory{kText.data(), static_cast<u32>(kText.size())};
-    CString m_List[3];
-    CString m_LongList[3]; // of which one is long
-    float m_Weights[3] = {};
-    char m_Buffer[256] = "abc";
-    // With room.
-    TArray<CString> m_Strings;
-    TArray<CStringView> m_Views;
-    TArray<CString::SFuzzyMatchListElement> m_Ranked;
-    TArray<u32> m_Positions;
-    // Without.
-    TArray<CString> m_NoStrings;
-    TArray<CStringView> m_NoViews;
-    TArray<CString::SFuzzyMatchListElement> m_NoRanked;
-    TArray<u32> m_NoPositions;
-    CStringBatchSplitter m_Separators;
-    // Where results stay until the count has ended.
-    CString m_Out;
-    PStringContainer m_OutContainer;
-    TArray<u32> m_OutArray;
-};
 
 struct SRow
 {
@@ -177,7 +116,13 @@ struct SRow
     const char *m_Case;
     SBlocks m_Blocks;
     void (*m_Run)(SGround &);
+    // Why a text may be left that is neither the one before nor the whole one nor empty, or be seen by those who share it.
+    const char *m_Otherwise = nullptr;
 };
+
+constexpr char kSeveralEdits[] = "each edit of several may be the one that is refused";
+constexpr char kLeftOperand[] = "the string on the left is what a refused join gives";
+constexpr char kSharedReversal[] = "those who share the characters see the reversal";
 
 // For answers that a row does not look at.
 template <typename... Answers>
@@ -240,11 +185,12 @@ SBlocks CountedIn(const SRow &row)
                 blocks.m_Sizes.push_back(call.m_Size);
         }
         EXPECT_EQ(recorder.Count(), 0u);
+        EXPECT_TRUE(ground.m_Answer);
     }
     return blocks;
 }
 
-void ExpectRows(const std::vector<SRow> &rows)
+void ExpectCounts(const std::vector<SRow> &rows)
 {
     for (const SRow &row : rows)
     {
@@ -253,11 +199,34 @@ void ExpectRows(const std::vector<SRow> &rows)
     }
 }
 
+void ExpectNothingHalfDone(const std::vector<SRow> &rows, EStringState lastState)
+{
+    for (const SRow &row : rows)
+    {
+        SCOPED_TRACE(::testing::Message() << row.m_Operation << ", " << row.m_Case);
+        SweepOperation(row.m_Run, lastState, row.m_Otherwise == nullptr);
+    }
+}
+
+// Rows, as two tests: what they ask for, and what is left where any of it is refused, in all states of strings up to the
+// last one named. What works on containers and characters wants those that it is given.
+#define QV_TEST_OPERATIONS(name, lastState)                                                                            \
+    std::vector<SRow> name();                                                                                          \
+    TEST(AllocationCounts, name)                                                                                       \
+    {                                                                                                                  \
+        ExpectCounts(name());                                                                                          \
+    }                                                                                                                  \
+    TEST(RefusedMemory, name)                                                                                          \
+    {                                                                                                                  \
+        ExpectNothingHalfDone(name(), lastState);                                                                      \
+    }                                                                                                                  \
+    std::vector<SRow> name()
+
 // ---- CString --------------------------------------------------------------------------------------------------------
 
-TEST(AllocationCounts, OfStringsReading)
+QV_TEST_OPERATIONS(OfStringsReading, State_SpareShared)
 {
-    ExpectRows({
+    return {
         {"CString::Data", "", Nothing(), [](SGround &g) { Take(g.m_Fixed.Data(), g.m_Shared.Data()); }},
         {"CString::CStr", "", Nothing(), [](SGround &g) { Take(g.m_Null.CStr(), g.m_Shared.CStr()); }},
         {"CString::Length", "", Nothing(), [](SGround &g) { Take(g.m_Fixed.Length()); }},
@@ -291,12 +260,12 @@ TEST(AllocationCounts, OfStringsReading)
          [](SGround &g) { Take(g.m_Fixed.Match("*te?t*"), g.m_Fixed.Match(g.m_Piece, CaseInsensitive)); }},
         {"CString::MatchWithInhibitors", "", Nothing(),
          [](SGround &g) { Take(g.m_Fixed.MatchWithInhibitors("*te?t*"), g.m_Fixed.MatchWithInhibitors(g.m_Piece)); }},
-    });
+    };
 }
 
-TEST(AllocationCounts, OfStringsComparing)
+QV_TEST_OPERATIONS(OfStringsComparing, State_SpareShared)
 {
-    ExpectRows({
+    return {
         {"CString::Compare", "", Nothing(),
          [](SGround &g)
          {
@@ -339,12 +308,12 @@ TEST(AllocationCounts, OfStringsComparing)
              Take(g.m_Fixed >= g.m_View, g.m_View >= g.m_Fixed, "a" >= g.m_Fixed, "a" >= g.m_View);
              Take(g.m_View >= g.m_PieceView, g.m_View >= "a");
          }},
-    });
+    };
 }
 
-TEST(AllocationCounts, OfStringsSearching)
+QV_TEST_OPERATIONS(OfStringsSearching, State_SpareShared)
 {
-    ExpectRows({
+    return {
         {"CString::FindFirstOf", "", Nothing(),
          [](SGround &g) { Take(g.m_Fixed.FindFirstOf('t'), g.m_Fixed.FindFirstOf("text")); }},
         {"CString::FindNextOf", "", Nothing(),
@@ -377,12 +346,12 @@ TEST(AllocationCounts, OfStringsSearching)
              Take(g.m_Fixed.Contains("text"), g.m_Fixed.Contains(g.m_Piece));
              Take(g.m_Fixed.Contains(g.m_View, CaseInsensitive));
          }},
-    });
+    };
 }
 
-TEST(AllocationCounts, OfStringsMadeAndAssigned)
+QV_TEST_OPERATIONS(OfStringsMadeAndAssigned, State_SpareShared)
 {
-    ExpectRows({
+    return {
         {"CString::CString", "of nothing", Nothing(),
          [](SGround &) { Take(CString(), CString(""), CString("a", 0), CString(CStringView())); }},
         {"CString::CString", "of a text", NewFixed(kLength), [](SGround &g) { g.m_Out = CString(kText.c_str()); }},
@@ -410,12 +379,12 @@ TEST(AllocationCounts, OfStringsMadeAndAssigned)
         {"CString::Format", "", NewFixed(5), [](SGround &g) { g.m_Out = CString::Format("%d %s", 12, "ab"); }},
         {"CString::Format", "of 3000 characters", NewFixed(3000),
          [](SGround &g) { g.m_Out = CString::Format("%3000d", 1); }},
-    });
+    };
 }
 
-TEST(AllocationCounts, OfStringsWrittenTo)
+QV_TEST_OPERATIONS(OfStringsWrittenTo, State_SpareShared)
 {
-    ExpectRows({
+    return {
         {"CString::RawDataForWriting", "alone", Nothing(), [](SGround &g) { Take(g.m_Fixed.RawDataForWriting()); }},
         {"CString::RawDataForWriting", "shared", NewFixed(kLength),
          [](SGround &g) { Take(g.m_Shared.RawDataForWriting()); }},
@@ -426,7 +395,9 @@ TEST(AllocationCounts, OfStringsWrittenTo)
         {"CString::RebuildAfterRawModification", "", Nothing(),
          [](SGround &g)
          {
-             g.m_Fixed.RawDataForWriting()[3] = '\0';
+             char *const data = g.m_Fixed.RawDataForWriting();
+             if (data != nullptr)
+                 data[3] = '\0';
              g.m_Fixed.RebuildAfterRawModification();
          }},
         {"CString::AtForWriting", "alone", Nothing(), [](SGround &g) { g.m_Fixed.AtForWriting(1) = 'x'; }},
@@ -436,18 +407,19 @@ TEST(AllocationCounts, OfStringsWrittenTo)
          [](SGround &g) { g.m_Shared.FirstForWriting() = 'x'; }},
         {"CString::LastForWriting", "alone", Nothing(), [](SGround &g) { g.m_Fixed.LastForWriting() = 'x'; }},
         {"CString::LastForWriting", "shared", NewFixed(kLength), [](SGround &g) { g.m_Shared.LastForWriting() = 'x'; }},
-    });
+    };
 }
 
-TEST(AllocationCounts, OfStringsAppendedTo)
+QV_TEST_OPERATIONS(OfStringsAppendedTo, State_SpareShared)
 {
-    ExpectRows({
+    return {
         {"CString::Append", "of each kind, in place", Nothing(),
          [](SGround &g)
          {
              g.m_Roomy.Append(g.m_Piece).Append(g.m_PieceView).Append("text").Append("text", 2).Append('x');
              g.m_Roomy.Append(g.m_Roomy).Append(static_cast<const char *>(nullptr)).Append(CString());
-         }},
+         },
+         kSeveralEdits},
         {"CString::Append", "all that there is room for", Nothing(),
          [](SGround &g) { g.m_Roomy.Append(CStringView(g.m_Long).Slice(0, kRoom - g.m_Roomy.Length())); }},
         {"CString::Append", "one character more than there is room for", Grown(32),
@@ -464,22 +436,24 @@ TEST(AllocationCounts, OfStringsAppendedTo)
         {"CString::TryAppend", "of each kind, in the room", Nothing(),
          [](SGround &g)
          {
-             EXPECT_TRUE(g.m_Roomy.TryAppend(g.m_Piece) && g.m_Roomy.TryAppend(g.m_PieceView) &&
-                         g.m_Roomy.TryAppend("text") && g.m_Roomy.TryAppend('x') && g.m_Roomy.TryAppend(g.m_Roomy));
-         }},
+             g.m_Answer = g.m_Roomy.TryAppend(g.m_Piece) && g.m_Roomy.TryAppend(g.m_PieceView) &&
+                          g.m_Roomy.TryAppend("text") && g.m_Roomy.TryAppend('x') && g.m_Roomy.TryAppend(g.m_Roomy);
+         },
+         kSeveralEdits},
         {"CString::TryAppend", "without the room", Nothing(),
          [](SGround &g)
          {
-             EXPECT_FALSE(g.m_Tight.TryAppend(g.m_Long) || g.m_Fixed.TryAppend('x') || g.m_Null.TryAppend("text") ||
-                          g.m_SharedRoomy.TryAppend(g.m_Piece));
-         }},
-        {"CString::Reserve", "what is there", Nothing(), [](SGround &g) { EXPECT_TRUE(g.m_Roomy.Reserve(kRoom)); }},
-        {"CString::Reserve", "in place", Grown(331), [](SGround &g) { EXPECT_TRUE(g.m_Tight.Reserve(331)); }},
-        {"CString::Reserve", "of nothing", NewResizable(331), [](SGround &g) { EXPECT_TRUE(g.m_Null.Reserve(331)); }},
+             g.m_Answer = !(g.m_Tight.TryAppend(g.m_Long) || g.m_Fixed.TryAppend('x') || g.m_Null.TryAppend("text") ||
+                            g.m_SharedRoomy.TryAppend(g.m_Piece));
+         },
+         kSeveralEdits},
+        {"CString::Reserve", "what is there", Nothing(), [](SGround &g) { g.m_Answer = g.m_Roomy.Reserve(kRoom); }},
+        {"CString::Reserve", "in place", Grown(331), [](SGround &g) { g.m_Answer = g.m_Tight.Reserve(331); }},
+        {"CString::Reserve", "of nothing", NewResizable(331), [](SGround &g) { g.m_Answer = g.m_Null.Reserve(331); }},
         {"CString::Reserve", "of the fixed form", NewResizable(331).Freeing(1),
-         [](SGround &g) { EXPECT_TRUE(g.m_Fixed.Reserve(331)); }},
+         [](SGround &g) { g.m_Answer = g.m_Fixed.Reserve(331); }},
         {"CString::Reserve", "of a shared string", NewResizable(331),
-         [](SGround &g) { EXPECT_TRUE(g.m_SharedRoomy.Reserve(331)); }},
+         [](SGround &g) { g.m_Answer = g.m_SharedRoomy.Reserve(331); }},
         {"CString::operator+=", "of each kind, in place", Nothing(),
          [](SGround &g)
          {
@@ -487,12 +461,14 @@ TEST(AllocationCounts, OfStringsAppendedTo)
              g.m_Roomy += g.m_PieceView;
              g.m_Roomy += "text";
              g.m_Roomy += 'x';
-         }},
+         },
+         kSeveralEdits},
         {"CString::operator+=", "to the fixed form", NewResizable(kSum).Freeing(1),
          [](SGround &g) { g.m_Fixed += g.m_Piece; }},
         {"CString::Prepend", "of each kind, in place", Nothing(),
          [](SGround &g)
-         { g.m_Roomy.Prepend(g.m_Piece).Prepend(g.m_PieceView).Prepend("text").Prepend("text", 2).Prepend('x'); }},
+         { g.m_Roomy.Prepend(g.m_Piece).Prepend(g.m_PieceView).Prepend("text").Prepend("text", 2).Prepend('x'); },
+         kSeveralEdits},
         {"CString::Prepend", "one character more than there is room for", Grown(32),
          [](SGround &g) { g.m_Tight.Prepend('x'); }},
         {"CString::Prepend", "to nothing", NewFixed(kPiece.size()),
@@ -519,12 +495,12 @@ TEST(AllocationCounts, OfStringsAppendedTo)
         {"CString::Erase", "nothing, shared", Nothing(), [](SGround &g) { g.m_Shared.Erase(2, 2); }},
         {"CString::Ident", "", NewFixed(kLength + 3).Freeing(1), [](SGround &g) { g.m_Fixed.Ident(0, 3, 8); }},
         {"CString::Ident", "by nothing", NewFixed(kLength).Freeing(1), [](SGround &g) { g.m_Fixed.Ident(0, 0, 8); }},
-    });
+    };
 }
 
-TEST(AllocationCounts, OfPaths)
+QV_TEST_OPERATIONS(OfPaths, State_SpareShared)
 {
-    ExpectRows({
+    return {
         {"CString::AppendSlashAnd", "of each kind, in place", Nothing(),
          [](SGround &g)
          {
@@ -533,13 +509,15 @@ TEST(AllocationCounts, OfPaths)
                  .AppendSlashAnd("c/")
                  .AppendSlashAnd("d", 1);
              g.m_Path.AppendSlashAnd("");
-         }},
+         },
+         kSeveralEdits},
         {"CString::AppendSlashAnd", "one character more than there is room for", Grown(32),
          [](SGround &g)
          {
              g.m_Tight.Erase(0, 1);
              g.m_Tight.AppendSlashAnd("x");
-         }},
+         },
+         kSeveralEdits},
         {"CString::AppendSlashAnd", "to nothing", NewResizable(kPiece.size()),
          [](SGround &g) { g.m_Null.AppendSlashAnd(g.m_Piece); }},
         {"CString::AppendSlashAnd", "to the fixed form", NewResizable(kSum + 1).Freeing(1),
@@ -552,7 +530,8 @@ TEST(AllocationCounts, OfPaths)
              g.m_Path /= g.m_Piece;
              g.m_Path /= g.m_PieceView;
              g.m_Path /= "c";
-         }},
+         },
+         kSeveralEdits},
         {"CString::operator/=", "to the fixed form", NewResizable(kSum + 1).Freeing(1),
          [](SGround &g) { g.m_Fixed /= g.m_Piece; }},
         {"CString::AppendSlash", "in place", Nothing(), [](SGround &g) { g.m_Path.AppendSlash().AppendSlash(); }},
@@ -560,7 +539,7 @@ TEST(AllocationCounts, OfPaths)
          [](SGround &g) { g.m_Fixed.AppendSlash(); }},
         {"CString::SlashAppended", "", NewResizable(kLength + 1),
          [](SGround &g) { g.m_Out = g.m_Fixed.SlashAppended(); }},
-        {"operator/", "", NewResizable(kSum + 1), [](SGround &g) { g.m_Out = g.m_Fixed / g.m_Piece; }},
+        {"operator/", "", NewResizable(kSum + 1), [](SGround &g) { g.m_Out = g.m_Fixed / g.m_Piece; }, kLeftOperand},
         {"operator/", "of a view", NewResizable(kSum + 1), [](SGround &g) { g.m_Out = g.m_View / g.m_Piece; }},
         {"operator/", "of a text", NewResizable(kSum + 1), [](SGround &g) { g.m_Out = kText.c_str() / g.m_Piece; }},
         {"operator/", "and a view, and a text", NewResizable(kSum + 1).And(NewResizable(kSum + 1)),
@@ -568,9 +547,10 @@ TEST(AllocationCounts, OfPaths)
          {
              g.m_Out = g.m_Fixed / g.m_PieceView;
              g.m_Null = g.m_Fixed / kPiece.c_str();
-         }},
+         },
+         kLeftOperand},
         {"operator/", "of a temporary with room", Nothing(),
-         [](SGround &g) { g.m_Out = std::move(g.m_Path) / g.m_Piece / g.m_PieceView / "c"; }},
+         [](SGround &g) { g.m_Out = std::move(g.m_Path) / g.m_Piece / g.m_PieceView / "c"; }, kLeftOperand},
         {"JoinPath", "of a list", NewResizable(kSum + 1),
          [](SGround &g)
          {
@@ -579,12 +559,12 @@ TEST(AllocationCounts, OfPaths)
          }},
         {"JoinPath", "of arguments", NewResizable(kSum + 3),
          [](SGround &g) { g.m_Out = JoinPath(g.m_Fixed, g.m_PieceView, "c"); }},
-    });
+    };
 }
 
-TEST(AllocationCounts, OfStringsEditedInPlace)
+QV_TEST_OPERATIONS(OfStringsEditedInPlace, State_SpareShared)
 {
-    ExpectRows({
+    return {
         {"CString::ToUppercase", "alone", Nothing(), [](SGround &g) { g.m_Fixed.ToUppercase(); }},
         {"CString::ToUppercase", "shared", NewFixed(kLength), [](SGround &g) { g.m_Shared.ToUppercase(); }},
         {"CString::ToLowercase", "alone", Nothing(), [](SGround &g) { g.m_Roomy.ToLowercase(); }},
@@ -595,8 +575,8 @@ TEST(AllocationCounts, OfStringsEditedInPlace)
         {"CString::Unescape", "shared", NewFixed(kLength), [](SGround &g) { g.m_Shared.Unescape(); }},
         {"CString::Escape", "", NewFixed(2 * kLength).Freeing(1), [](SGround &g) { g.m_Fixed.Escape(); }},
         {"CString::Escape", "shared", NewFixed(2 * kLength), [](SGround &g) { g.m_Shared.Escape(); }},
-        {"CString::Reverse", "alone", Nothing(), [](SGround &g) { g.m_Fixed.Reverse(); }},
-        {"CString::Reverse", "shared", Nothing(), [](SGround &g) { g.m_Shared.Reverse(); }},
+        {"CString::Reverse", "alone", Nothing(), [](SGround &g) { g.m_Fixed.Reverse(); }, kSharedReversal},
+        {"CString::Reverse", "shared", Nothing(), [](SGround &g) { g.m_Shared.Reverse(); }, kSharedReversal},
         {"CString::Strip", "alone", Nothing(), [](SGround &g) { g.m_Fixed.Strip("Se"); }},
         {"CString::Strip", "shared", NewFixed(kLength), [](SGround &g) { g.m_Shared.Strip("Se"); }},
         {"CString::Strip", "nothing, shared", Nothing(), [](SGround &g) { g.m_Shared.Strip("#"); }},
@@ -606,12 +586,12 @@ TEST(AllocationCounts, OfStringsEditedInPlace)
         {"CString::StripRight", "shared", NewFixed(kLength), [](SGround &g) { g.m_Shared.StripRight("Se"); }},
         {"CString::Uncomment", "alone", Nothing(), [](SGround &g) { g.m_Commented.Uncomment(); }},
         {"CString::Uncomment", "shared", NewFixed(kLength), [](SGround &g) { g.m_Shared.Uncomment(); }},
-    });
+    };
 }
 
-TEST(AllocationCounts, OfStringsThatGiveNewOnes)
+QV_TEST_OPERATIONS(OfStringsThatGiveNewOnes, State_SpareShared)
 {
-    ExpectRows({
+    return {
         {"CString::Uppercase", "", NewFixed(kLength), [](SGround &g) { g.m_Out = g.m_Fixed.Uppercase(); }},
         {"CString::Lowercase", "", NewFixed(kLength), [](SGround &g) { g.m_Out = g.m_Fixed.Lowercase(); }},
         {"CString::ConformedTo", "", NewFixed(kLength),
@@ -647,12 +627,12 @@ TEST(AllocationCounts, OfStringsThatGiveNewOnes)
         {"CString::Extract", "nothing", Nothing(), [](SGround &g) { g.m_Out = g.m_Fixed.Extract(2, 2); }},
         {"CString::Extract", "of a buffer", NewFixed(3),
          [](SGround &g) { g.m_Out = CString::Extract("abcdef", 1, 4); }},
-    });
+    };
 }
 
-TEST(AllocationCounts, OfStringsAddedAndJoined)
+QV_TEST_OPERATIONS(OfStringsAddedAndJoined, State_SpareShared)
 {
-    ExpectRows({
+    return {
         {"operator+", "", NewResizable(kSum), [](SGround &g) { g.m_Out = g.m_Fixed + g.m_Piece; }},
         {"operator+", "and a view", NewResizable(kSum), [](SGround &g) { g.m_Out = g.m_Fixed + g.m_PieceView; }},
         {"operator+", "and a text", NewResizable(kSum), [](SGround &g) { g.m_Out = g.m_Fixed + kPiece.c_str(); }},
@@ -661,22 +641,22 @@ TEST(AllocationCounts, OfStringsAddedAndJoined)
         {"operator+", "of a text", NewResizable(kSum), [](SGround &g) { g.m_Out = kText.c_str() + g.m_Piece; }},
         {"operator+", "of two views", NewResizable(kSum), [](SGround &g) { g.m_Out = g.m_View + g.m_PieceView; }},
         {"operator+", "of a temporary with room", Nothing(),
-         [](SGround &g) { g.m_Out = std::move(g.m_Roomy) + g.m_Piece + g.m_PieceView + "text" + 'x'; }},
+         [](SGround &g) { g.m_Out = std::move(g.m_Roomy) + g.m_Piece + g.m_PieceView + "text" + 'x'; }, kSeveralEdits},
         {"Concat", "", NewFixed(kSum + 1), [](SGround &g) { g.m_Out = Concat(g.m_Fixed, g.m_PieceView, '\n'); }},
         {"Concat", "nothing", Nothing(), [](SGround &g) { g.m_Out = Concat("", CString()); }},
         {"Join", "of arguments", NewFixed(kSum + 2),
          [](SGround &g) { g.m_Out = Join(", ", g.m_Fixed, g.m_PieceView); }},
         {"Join", "of a list", NewFixed(3 * kPiece.size() + 2),
          [](SGround &g) { g.m_Out = Join(',', TStridedMemoryView<const CString>(g.m_List)); }},
-    });
+    };
 }
 
-TEST(AllocationCounts, OfSplitting)
+QV_TEST_OPERATIONS(OfSplitting, State_SpareShared)
 {
     const SBlocks words = NewFixed(2).And(NewFixed(3));
     const SBlocks room = OneOf(FirstRoom(1, sizeof(CString)));
     const SBlocks viewRoom = OneOf(FirstRoom(1, sizeof(CStringView)));
-    ExpectRows({
+    return {
         {"CString::Split", "into views, with room", Nothing(),
          [](SGround &g) { Take(g.m_Words.Split(' ', g.m_Views), g.m_Words.Split(&IsBlank, g.m_Views)); }},
         {"CString::Split", "into views", viewRoom, [](SGround &g) { Take(g.m_Words.Split(' ', g.m_NoViews)); }},
@@ -731,7 +711,7 @@ TEST(AllocationCounts, OfSplitting)
              for (const CStringView &line : Lines(g.m_Fixed))
                  Take(line);
          }},
-    });
+    };
 }
 
 // 4 bytes for each character of the longer text, and 4 more.
@@ -740,12 +720,12 @@ SBlocks WeighedBlock(u64 longerLength)
     return OneOf(4 * (longerLength + 1)).Freeing(1);
 }
 
-TEST(AllocationCounts, OfFuzzyMatching)
+QV_TEST_OPERATIONS(OfFuzzyMatching, State_SpareShared)
 {
     constexpr u64 kRanked = sizeof(CString::SFuzzyMatchListElement);
     // Of the one strip of rows, the differences down and across it by words of 8 bytes, and two words for each column.
     const SBlocks alignment = OneOf(16 + (kLength + 7) / 8 * 8 + 16 * kLength).Freeing(1);
-    ExpectRows({
+    return {
         {"CString::FuzzyMatch", "", Nothing(), [](SGround &g) { Take(g.m_Fixed.FuzzyMatch(g.m_Piece)); }},
         {"CString::FuzzyMatch", "of a long text", WeighedBlock(kLongText.size()),
          [](SGround &g) { Take(g.m_Fixed.FuzzyMatch(g.m_Long)); }},
@@ -776,14 +756,15 @@ TEST(AllocationCounts, OfFuzzyMatching)
          [](SGround &g) { Take(g.m_Fixed.FuzzyMatchPositions(g.m_Piece, g.m_Positions)); }},
         {"CString::FuzzyMatchPositions", "", alignment.And(OneOf(kPiece.size() * sizeof(u32))),
          [](SGround &g) { Take(g.m_Fixed.FuzzyMatchPositions(g.m_Piece, g.m_NoPositions)); }},
-    });
+    };
 }
 
 // ---- Numbers --------------------------------------------------------------------------------------------------------
 
-TEST(AllocationCounts, OfNumbers)
+QV_TEST_OPERATIONS(OfNumbers, State_SpareShared)
 {
-    ExpectRows({
+    return
+    {
         {"ParseNumber", "", Nothing(),
          [](SGround &)
          {
@@ -803,7 +784,8 @@ TEST(AllocationCounts, OfNumbers)
                  AppendNumber(AppendNumber(g.m_Roomy, 1.5f, std::chars_format::hex), 1.5, std::chars_format::scientific,
                               3);
 #endif
-             }},
+             },
+             kSeveralEdits},
             {"AppendNumber", "to the fixed form", NewResizable(kLength + 3).Freeing(1),
              [](SGround &g) { AppendNumber(g.m_Fixed, 123); }},
             {"AppendNumber", "to nothing", NewResizable(3), [](SGround &g) { AppendNumber(g.m_Null, 123); }},
@@ -811,14 +793,14 @@ TEST(AllocationCounts, OfNumbers)
             {"AppendNumber", "with as many digits as a number has", NewResizable(kLength + 2 + 1074).Freeing(1),
              [](SGround &g) { AppendNumber(g.m_Fixed, 0.5, 1074); }},
 #endif
-    });
+    };
 }
 
 // ---- Containers -----------------------------------------------------------------------------------------------------
 
-TEST(AllocationCounts, OfContainers)
+QV_TEST_OPERATIONS(OfContainers, State_AsGiven)
 {
-    ExpectRows({
+    return {
         {"CStringContainer::New", "", NewFixed(kLength),
          [](SGround &g) { g.m_OutContainer = CStringContainer::New(kText.c_str()); }},
         {"CStringContainer::New", "of a length", NewFixed(15),
@@ -861,14 +843,14 @@ TEST(AllocationCounts, OfContainers)
          [](SGround &g) { g.m_Fixed = CString(); }},
         {"CStringContainer::RemoveReference", "the last one of the resizable form", Nothing().Freeing(2),
          [](SGround &g) { g.m_Roomy = CString(); }},
-    });
+    };
 }
 
 // ---- Views ----------------------------------------------------------------------------------------------------------
 
-TEST(AllocationCounts, OfViews)
+QV_TEST_OPERATIONS(OfViews, State_SpareShared)
 {
-    ExpectRows({
+    return {
         {"CStringView::CStringView", "", Nothing(),
          [](SGround &g) { Take(CStringView("abc"), CStringView(g.m_Fixed), CStringView(g.m_Memory)); }},
         {"CStringView::FromNullTerminatedString", "", Nothing(),
@@ -918,16 +900,16 @@ TEST(AllocationCounts, OfViews)
          [](SGround &g) { Take(g.m_View.Match("*text*"), g.m_View.Match(g.m_PieceView)); }},
         {"CStringView::MatchWithInhibitors", "", Nothing(),
          [](SGround &g) { Take(g.m_View.MatchWithInhibitors("*text*"), g.m_View.MatchWithInhibitors(g.m_PieceView)); }},
-    });
+    };
 }
 
 // ---- Buffers --------------------------------------------------------------------------------------------------------
 
 using Native = SNativeStringUtils;
 
-TEST(AllocationCounts, OfBuffersRead)
+QV_TEST_OPERATIONS(OfBuffersRead, State_AsGiven)
 {
-    ExpectRows({
+    return {
         {"SNativeStringUtils::Length", "", Nothing(), [](SGround &g) { Take(Native::Length(g.m_Buffer)); }},
         {"SNativeStringUtils::Length_16", "", Nothing(), [](SGround &g) { Take(Native::Length_16(g.m_Fixed.Data())); }},
         {"SNativeStringUtils::Equal", "", Nothing(), [](SGround &g) { Take(Native::Equal(g.m_Buffer, "a")); }},
@@ -965,12 +947,12 @@ TEST(AllocationCounts, OfBuffersRead)
          [](SGround &g) { Take(Native::MatchWithInhibitors("a*", g.m_Buffer)); }},
         {"SNativeStringUtils::MatchCaseWithInhibitors", "", Nothing(),
          [](SGround &g) { Take(Native::MatchCaseWithInhibitors("A*", g.m_Buffer)); }},
-    });
+    };
 }
 
-TEST(AllocationCounts, OfBuffersWritten)
+QV_TEST_OPERATIONS(OfBuffersWritten, State_AsGiven)
 {
-    ExpectRows({
+    return {
         {"SNativeStringUtils::Reverse_16", "", Nothing(),
          [](SGround &g) { Native::Reverse_16(g.m_Fixed.RawDataForWriting(), g.m_Fixed.Length()); }},
         {"SNativeStringUtils::Uppercase_16", "", Nothing(),
@@ -1008,14 +990,14 @@ TEST(AllocationCounts, OfBuffersWritten)
          [](SGround &g) { FormattedInto(g.m_Buffer, g.m_Buffer + 20, "%d", 12); }},
         {"SNativeStringUtils::VAFormat", "that does not fit", OneOf(22).Freeing(1),
          [](SGround &g) { Mem::Free(FormattedInto(g.m_Buffer, g.m_Buffer + 20, "%21d", 1), Mem::AllocType_Generic); }},
-    });
+    };
 }
 
 // ---- Arrays and views of elements -----------------------------------------------------------------------------------
 
-TEST(AllocationCounts, OfArraysRead)
+QV_TEST_OPERATIONS(OfArraysRead, State_SpareShared)
 {
-    ExpectRows({
+    return {
         {"TArray", "reading", Nothing(),
          [](SGround &g)
          {
@@ -1041,13 +1023,13 @@ TEST(AllocationCounts, OfArraysRead)
              for (const CString &entry : view)
                  Take(entry.Length());
          }},
-    });
+    };
 }
 
-TEST(AllocationCounts, OfArraysWritten)
+QV_TEST_OPERATIONS(OfArraysWritten, State_SpareShared)
 {
     constexpr u64 kBytes = sizeof(u32);
-    ExpectRows({
+    return {
         {"TArray::PushBack", "with room", Nothing(), [](SGround &g) { g.m_Positions.PushBack(1); }},
         {"TArray::PushBack", "", OneOf(FirstRoom(1, kBytes)), [](SGround &g) { g.m_NoPositions.PushBack(1); }},
         {"TArray::Insert", "with room", Nothing(), [](SGround &g) { g.m_Positions.Insert(0, 1); }},
@@ -1070,14 +1052,14 @@ TEST(AllocationCounts, OfArraysWritten)
          }},
         {"TArray::operator=", "onto a block", Nothing().Freeing(1),
          [](SGround &g) { g.m_Positions = std::move(g.m_NoPositions); }},
-    });
+    };
 }
 
 // ---- The standard library -------------------------------------------------------------------------------------------
 
-TEST(AllocationCounts, OfTheStandardLibrary)
+QV_TEST_OPERATIONS(OfTheStandardLibrary, State_SpareShared)
 {
-    ExpectRows({
+    return {
         {"ToStdStringView", "", Nothing(),
          [](SGround &g) { Take(ToStdStringView(g.m_Fixed), ToStdStringView(g.m_View)); }},
         {"FromStdStringView", "", Nothing(), [](SGround &) { Take(FromStdStringView("abc")); }},
@@ -1098,7 +1080,7 @@ TEST(AllocationCounts, OfTheStandardLibrary)
              std::ostringstream stream;
              stream << g.m_Fixed << g.m_View;
          }},
-    });
+    };
 }
 
 } // namespace
