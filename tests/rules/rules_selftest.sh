@@ -255,6 +255,18 @@ printf 'template <typename Block = CBlock>\ninline u32 CountAll(u32 n)\n{\n    r
 printf 'template <typename Lane>\nusing TCount = int;\n' | bites kernels $kernels 'TCount is in no file'
 rm "$good/Runtime/qv_kernel/layer_0/kr_string/count.cpp"
 
+page=tests/wounds/README.md
+# shellcheck disable=SC2016
+printf '| Class | Tests |\n| --- | --- |\n| one | `Wounds.Gone` |\n' | bites wounds $page 'no test is called Wounds.Gone'
+# shellcheck disable=SC2016
+printf '| Class | Tests |\n| --- | --- |\n| one | `tests/gone.sh` |\n' | bites wounds $page 'tests/gone.sh is not there'
+printf '| Class | Tests |\n| --- | --- |\n| one | none |\n' | bites wounds $page 'names no test'
+printf '#include <gtest/gtest.h>\n\nTEST(Wounds, Unnamed)\n' | put "$good/tests/wounds/some_test.cpp"
+# shellcheck disable=SC2016
+printf '| Class | Tests |\n| --- | --- |\n| one | `String.LengthCountsCharacters` |\n' |
+    bites wounds $page 'does not name Wounds.Unnamed'
+rm -r "$good/tests/wounds"
+
 printf 'void g(char *);\nvoid f()\n{ char b[5000];\ng(b); }\n' | bites stack $source
 printf 'void g(char *);\nvoid f(int n)\n{ char b[10];\ng(b);\nif (n != 0) f(n - 1);\ng(b); }\n' | bites stack $source
 printf 'void g(char *);\nvoid f(int n)\n{ char b[n];\ng(b); }\n' | bites stack $source

@@ -42,7 +42,8 @@ struct QV_API SNativeStringUtils
 
     // Formats into [buffer, bufferLast], of which `bufferLast` is the last byte, kept for the terminator.
     // Returns: `buffer` when the result fits; else a block of origin `Origin_Alloc` from the kernel's allocator that
-    // the caller frees; null when formatting fails, memory is refused, or a pointer is null.
+    // the caller frees; null when formatting fails, memory is refused, or a pointer is null. A format with %n, which would
+    // write to memory, fails.
     // `outLength` becomes the result's length, 0 with null.
     // Formats into `buffer` as far as it goes and counts the rest; only then allocates.
     static char *VAFormat(char *buffer, const char *bufferLast, u32 &outLength, const char *format,

@@ -275,6 +275,7 @@ public:
 
     // What gives characters to write first makes them this handle's own, by a copy of the fixed form when they are shared,
     // and where that cannot be had leaves the handle empty, having released the shared characters.
+    // They are to be written before the handle is copied again: a copy shares what is written after it was made, too.
 
     // Writable characters; null without a container, or when the copy cannot be had. After changing where the text
     // ends, call RebuildAfterRawModification. Invalidates: pointers and views, when it copies.
@@ -333,7 +334,8 @@ public:
 
     // ---- Formatting -------------------------------------------------------------------------------------------------
 
-    // In the manner of printf. Fails: an empty string, also for a null format.
+    // In the manner of printf. Fails: an empty string, also for a null format, and one with %n, which would write to
+    // memory.
     // Stack: that of the platform's own formatting comes on top, some 3 KiB with floating-point numbers.
 
     // Formats any length, in the locale in force. Reports "format != null".

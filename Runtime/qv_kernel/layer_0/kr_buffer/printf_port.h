@@ -5,10 +5,10 @@
 #include <cstdarg>
 #include <cstddef>
 #include <cstdio>
+#include <cstring>
 
 #if defined(_WIN32)
 #include <clocale>
-#include <cstring>
 #else
 #include <langinfo.h>
 #endif
@@ -64,11 +64,39 @@ inline bool HasLongPrintfNumber(const char *format)
 
 #endif
 
-// vsnprintf, for what our own code leaves to the platform. On Windows, it takes as much stack as a directive is wide, so
-// that one of 10,000 characters or more fails.
+// Where the letter of a directive stands, from behind its percent sign on, or behind what stands in front of it on any
+// platform: flags, width, precision and size.
+inline const char *LetterOfDirective(const char *directive)
+{
+    constexpr char kInFront[] = "0123456789-+ #'*.$hlLqjztwI";
+    const char *letter = directive + std::strspn(directive, kInFront);
+    // A size of two letters, of which the second one is a letter of its own elsewhere.
+    if (*letter == 'f' && letter[-1] == 'w')
+        letter += 1 + std::strspn(letter + 1, kInFront);
+    return letter;
+}
+
+// Whether a format has output counted, which writes the count to memory (%n): no text that gets into a format may do that.
+inline bool HasCountedOutput(const char *format)
+{
+    const char *percent = std::strchr(format, '%');
+    while (percent != nullptr)
+    {
+        const char *const letter = LetterOfDirective(percent + 1);
+        if (*letter == 'n')
+            return true;
+        percent = *letter != '\0' ? std::strchr(letter + 1, '%') : nullptr;
+    }
+    return false;
+}
+
+// vsnprintf, for what our own code leaves to the platform. Counted output fails. On Windows, it takes as much stack as a
+// directive is wide, so that one of 10,000 characters or more fails.
 QV_INTERNAL_PRINTF(3, 0)
 inline int PortFormat(char *buffer, std::size_t size, const char *format, std::va_list args)
 {
+    if (HasCountedOutput(format))
+        return -1;
 #if defined(_WIN32)
     if (HasLongPrintfNumber(format))
         return -1;

@@ -351,6 +351,8 @@ TEST(StringCasing, NoLocaleChangesConversionsOrQuestions)
             const std::string text = AllBytes();
             ExpectText(Fixed(text).Uppercase(), ModelUppercase(text));
             ExpectText(Fixed(text).Lowercase(), ModelLowercase(text));
+            ExpectText(Fixed(text).ToUppercase(), ModelUppercase(text));
+            ExpectText(Fixed(text).ToLowercase(), ModelLowercase(text));
             for (const char character : text)
             {
                 const std::string one(1, character);
