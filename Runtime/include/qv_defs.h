@@ -9,7 +9,6 @@
 #include <type_traits>
 
 #include "kr_assert.h"
-#include "qv_internal/qv_wrapping.h"
 
 namespace Quorvane
 {

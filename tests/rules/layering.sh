@@ -12,7 +12,6 @@
 # service without one.
 order='
 qv_internal/qv_namespace.h
-qv_internal/qv_wrapping.h
 kr_assert.h
 qv_defs.h
 qv_guid.h

@@ -101,8 +101,7 @@ inline std::string ModelStripLeft(const std::string &text, const std::string &se
 
 inline std::string ModelStripRight(const std::string &text, const std::string &set)
 {
-    const size_t last = text.find_last_not_of(set);
-    return last != std::string::npos ? text.substr(0, last + 1) : std::string();
+    return text.substr(0, text.find_last_not_of(set) + 1);
 }
 
 inline std::string ModelStrip(const std::string &text, const std::string &set)

@@ -17,7 +17,7 @@ namespace
 
 bool IsPowerOfTwoOrZero(u32 alignment)
 {
-    return (alignment & Quorvane::Internal::WrappingDifference(alignment, 1u)) == 0;
+    return (alignment & (alignment - 1)) == 0;
 }
 
 } // namespace

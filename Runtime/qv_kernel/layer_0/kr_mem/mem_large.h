@@ -34,8 +34,7 @@ inline SLargeHead &HeadOf(void *block)
 // Differs from block to block, so that the mark of one, copied with its neighbourhood, is none of another one's.
 inline u32 MarkOfLarge(const void *block)
 {
-    return static_cast<u32>(
-        Quorvane::Internal::WrappingProduct<u64>(reinterpret_cast<ureg>(block), 0x9E3779B97F4A7C15ull) >> 32);
+    return static_cast<u32>(static_cast<u64>(reinterpret_cast<ureg>(block)) * 0x9E3779B97F4A7C15ull >> 32);
 }
 
 inline bool HasHead(void *block)

@@ -110,7 +110,7 @@ inline u64 PortProcessSeed()
         std::memcpy(words, bytes, sizeof(words));
 #endif
     // The C library guards stacks with those bytes; what can be seen of this product tells nothing about them.
-    return Quorvane::Internal::WrappingProduct<u64>(words[0] ^ 0x9E3779B97F4A7C15ull, words[1] | 1) >> 32;
+    return ((words[0] ^ 0x9E3779B97F4A7C15ull) * (words[1] | 1)) >> 32;
 }
 
 inline u32 PortProcessId()

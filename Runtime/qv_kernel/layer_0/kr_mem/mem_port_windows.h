@@ -95,10 +95,9 @@ inline u64 PortProcessSeed()
     static_cast<void>(GetProcessTimes(GetCurrentProcess(), &began, &others[0], &others[1], &others[2]));
     const u64 time = static_cast<u64>(began.dwHighDateTime) << 32 | began.dwLowDateTime;
     const u64 place = reinterpret_cast<ureg>(GetModuleHandleW(nullptr));
-    constexpr u64 kMixes = 0x9E3779B97F4A7C15ull;
-    const u64 numbers = time ^ place << 16 ^ static_cast<u64>(GetCurrentProcessId()) << 40;
-    const u64 seed = Quorvane::Internal::WrappingProduct(numbers, kMixes);
-    return Quorvane::Internal::WrappingProduct(seed ^ seed >> 32, kMixes) >> 32;
+    u64 seed = (time ^ place << 16 ^ static_cast<u64>(GetCurrentProcessId()) << 40) * 0x9E3779B97F4A7C15ull;
+    seed = (seed ^ seed >> 32) * 0x9E3779B97F4A7C15ull;
+    return seed >> 32;
 }
 
 inline u32 PortProcessId()

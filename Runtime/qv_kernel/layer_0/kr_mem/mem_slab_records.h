@@ -111,10 +111,7 @@ inline bool IsStartOfBlock(const void *block, u32 sizeClass)
 {
     const u32 offset = static_cast<u32>(reinterpret_cast<ureg>(block) % kSlabBytes);
     const u32 largest = kDivisors.m_Largest[sizeClass];
-    using Quorvane::Internal::WrappingProduct;
-    using Quorvane::Internal::WrappingSum;
-    return sizeClass != 0 && offset % kSmallStep == 0 &&
-           WrappingProduct(offset / kSmallStep, WrappingSum(largest, 1u)) <= largest;
+    return sizeClass != 0 && offset % kSmallStep == 0 && offset / kSmallStep * (largest + 1) <= largest;
 }
 
 } // namespace Quorvane::Mem::Internal

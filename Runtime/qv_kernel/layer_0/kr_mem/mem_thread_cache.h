@@ -27,7 +27,7 @@ QV_INTERNAL_HIDDEN void ReportForeign(const void *block);
 
 inline bool IsSmallBlock(const void *block)
 {
-    const ureg offset = Quorvane::Internal::WrappingDifference(reinterpret_cast<ureg>(block), g_SmallRange.Load());
+    const ureg offset = reinterpret_cast<ureg>(block) - g_SmallRange.Load();
     return QV_INTERNAL_LIKELY(offset < g_SmallRangeKnown.Load()) ||
            (QV_INTERNAL_UNLIKELY(offset < kSmallRangeBytes) && IsSmallBlockSlow(offset));
 }
