@@ -152,11 +152,11 @@ TEST(Wounds, MemoryRefusedInAnAssertionHandler)
     g_HandlersCalls = 0;
     allocator.RefuseFromNth(1);
     joined /= path;
-    EXPECT_EQ(g_HandlersCalls, 1); // "newContainer != null", which is verified in every build
+    EXPECT_EQ(g_HandlersCalls, QV_ASSERTS ? 1 : 0); // "newContainer != null"
     upper.ToUppercase();
     ExpectText(path.Extract(9, 3), "");
     allocator.RefuseNth(0);
-    EXPECT_EQ(g_HandlersCalls, QV_ASSERTS ? 3 : 1);
+    EXPECT_EQ(g_HandlersCalls, QV_ASSERTS ? 3 : 0);
     Assert::SetHandler(before);
     ExpectText(joined, "joined");
     ExpectText(upper, "");
