@@ -82,7 +82,7 @@ public:
         for (u32 thread = 0; thread < g_CacheUse->size(); ++thread)
             listed -= m_Caches[thread] != nullptr;
         Require(listed == 0, "the caches of threads that go on are listed, and no others");
-        g_UsesFastPath.Store(false);
+        g_MaxFastBytes.Store(0);
     }
 
 private:
@@ -109,7 +109,7 @@ private:
         }
         process->m_Heap.GiveAll(blocks);
         g_SmallRangeKnown.Store(process->m_Heap.MappedBytes());
-        g_UsesFastPath.Store(true);
+        g_MaxFastBytes.Store(kMaxSmallBytes);
     }
 
     // A cache lies in a block, too.

@@ -20,6 +20,29 @@ bool IsPowerOfTwoOrZero(u32 alignment)
     return (alignment & (alignment - 1)) == 0;
 }
 
+// What leaves the fast path. Apart from it, and with the same arguments, so that it need not save them.
+QV_INTERNAL_NOINLINE void *RawAllocSlow(u64 size, u32 alignment, EAllocType type, EOrigin origin, const char *tag,
+                                        const char *file, u32 line, const char *function)
+{
+    if (QV_VERIFY(IsPowerOfTwoOrZero(alignment)))
+        return nullptr;
+    if (Internal::UsesFastPath() && alignment <= Internal::kSmallStep)
+        return Internal::AllocSlow(size);
+    Internal::Join();
+    return Internal::g_Allocator.m_Alloc(size, alignment, type, origin, tag, file, line, function);
+}
+
+QV_INTERNAL_NOINLINE void RawFreeSlow(void *block, EAllocType type, EOrigin origin, const char *tag, const char *file,
+                                      u32 line, const char *function)
+{
+    if (block == nullptr)
+        return;
+    if (Internal::UsesFastPath())
+        return Internal::FreeByAddress(block);
+    Internal::Join();
+    Internal::g_Allocator.m_Free(block, type, origin, tag, file, line, function);
+}
+
 } // namespace
 
 SAllocator SetAllocator(const SAllocator &allocator) noexcept
@@ -38,12 +61,9 @@ SAllocator SetAllocator(const SAllocator &allocator) noexcept
 void *_RawAlloc(u64 size, u32 alignment, EAllocType type, EOrigin origin, const char *tag, const char *file, u32 line,
                 const char *function) noexcept
 {
-    if (QV_VERIFY(IsPowerOfTwoOrZero(alignment)))
-        return nullptr;
-    if (Internal::g_UsesFastPath.Load() && alignment <= Internal::kSmallStep)
+    if (IsPowerOfTwoOrZero(alignment) && Internal::TakesFastPath(size, alignment))
         return Internal::AllocFast(size);
-    Internal::Join();
-    return Internal::g_Allocator.m_Alloc(size, alignment, type, origin, tag, file, line, function);
+    return RawAllocSlow(size, alignment, type, origin, tag, file, line, function);
 }
 
 void *_RawRealloc(void *block, u64 newSize, u32 alignment, EAllocType type, const char *tag, const char *file, u32 line,
@@ -58,12 +78,9 @@ void *_RawRealloc(void *block, u64 newSize, u32 alignment, EAllocType type, cons
 void _RawFree(void *block, EAllocType type, EOrigin origin, const char *tag, const char *file, u32 line,
               const char *function) noexcept
 {
-    if (block == nullptr)
-        return;
-    if (Internal::g_UsesFastPath.Load())
-        return Internal::FreeByAddress(block);
-    Internal::Join();
-    Internal::g_Allocator.m_Free(block, type, origin, tag, file, line, function);
+    if (Internal::IsKnownSmallBlock(block))
+        return Internal::FreeSmallByAddress(block);
+    RawFreeSlow(block, type, origin, tag, file, line, function);
 }
 
 void Free(void *block, EAllocType type) noexcept

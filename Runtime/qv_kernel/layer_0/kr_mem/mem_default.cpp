@@ -27,9 +27,9 @@ QV_INTERNAL_NOINLINE void *AllocLargeAside(u64 size, u32 alignment)
 
 void *AllocOfAlignment(u64 size, u32 alignment)
 {
-    if (kCachesSmallBlocks && alignment <= kSmallStep)
-        return AllocFast(size);
-    return AllocLargeAside(size, alignment);
+    if (!kCachesSmallBlocks || alignment > kSmallStep)
+        return AllocLargeAside(size, alignment);
+    return size <= kMaxSmallBytes ? AllocFast(size) : AllocSlow(size);
 }
 
 // The bytes that may be used of a block.

@@ -17,17 +17,22 @@ void *DefaultRealloc(void *block, u64 newSize, u32 alignment, EAllocType type, c
 void DefaultFree(void *block, EAllocType type, EOrigin origin, const char *tag, const char *file, u32 line,
                  const char *function);
 
-// Frees a block, not null, whose size nobody tells.
+// Frees a small block, or any block, not null, whose size nobody tells.
 // Reports "allocated" for a pointer that is no block, and "!freed" for a block that was freed already and not taken
 // again since; both are left alone.
-inline void FreeByAddress(void *block)
+inline void FreeSmallByAddress(void *block)
 {
-    if (QV_INTERNAL_UNLIKELY(!IsSmallBlock(block)))
-        return FreeSlow(block);
     const u32 sizeClass = ClassOfSmallBlock(block);
     if (QV_ASSERTS && QV_INTERNAL_UNLIKELY(!IsStartOfBlock(block, sizeClass)))
         return ReportForeign(block);
     FreeFast(block, sizeClass);
+}
+
+inline void FreeByAddress(void *block)
+{
+    if (QV_INTERNAL_UNLIKELY(!IsSmallBlock(block)))
+        return FreeSlow(block);
+    FreeSmallByAddress(block);
 }
 
 } // namespace Quorvane::Mem::Internal

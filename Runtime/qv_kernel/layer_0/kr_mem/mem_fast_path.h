@@ -25,7 +25,7 @@ namespace Quorvane::Mem::Internal
 inline void *AllocBlock(u64 size, u32 alignment, EAllocType type, EOrigin origin, const char *tag, const char *file,
                         u32 line, const char *function)
 {
-    if (QV_INTERNAL_LIKELY(g_UsesFastPath.Load() && alignment <= kSmallStep))
+    if (TakesFastPath(size, alignment))
         return AllocFast(size);
     return _RawAlloc(size, alignment, type, origin, tag, file, line, function);
 }
@@ -35,8 +35,7 @@ inline void *AllocBlock(u64 size, u32 alignment, EAllocType type, EOrigin origin
 inline void FreeBlock(void *block, u64 size, EAllocType type, EOrigin origin, const char *tag, const char *file,
                       u32 line, const char *function)
 {
-    // Null is no small block.
-    if (QV_INTERNAL_LIKELY(g_UsesFastPath.Load() && size <= kMaxSmallBytes && IsSmallBlock(block)))
+    if (QV_INTERNAL_LIKELY(size <= kMaxSmallBytes) && IsKnownSmallBlock(block))
         return FreeFast(block, SmallClass(size));
     _RawFree(block, type, origin, tag, file, line, function);
 }
@@ -44,7 +43,7 @@ inline void FreeBlock(void *block, u64 size, EAllocType type, EOrigin origin, co
 // Whether a block that grows to `newSize` would stay where it is, as it is, so that `_RawRealloc` need not be asked.
 inline bool HasRoomToGrow(void *block, u64 newSize)
 {
-    if (!g_UsesFastPath.Load() || block == nullptr)
+    if (!UsesFastPath() || block == nullptr)
         return false;
     if (IsSmallBlock(block))
         return newSize <= ClassBytes(ClassOfSmallBlock(block));

@@ -19,7 +19,10 @@ constexpr SAllocator kDefaultAllocator = {&DefaultAlloc, &DefaultRealloc, &Defau
 void UseAllocator(const SAllocator *allocator)
 {
     g_Allocator = allocator != nullptr ? *allocator : kDefaultAllocator;
-    g_UsesFastPath.Store(kCachesSmallBlocks && IsDefault(g_Allocator));
+    const bool usesFastPath = kCachesSmallBlocks && IsDefault(g_Allocator);
+    if (!usesFastPath)
+        g_SmallRangeKnown.Store(0);
+    g_MaxFastBytes.Store(usesFastPath ? kMaxSmallBytes : 0);
 }
 
 QV_INTERNAL_CONSTINIT SCopy g_ThisCopy = {&UseAllocator, nullptr};
@@ -77,7 +80,6 @@ EPolicy Decide()
 } // namespace
 
 QV_INTERNAL_CONSTINIT SAllocator g_Allocator = kDefaultAllocator;
-QV_INTERNAL_CONSTINIT TAtomic<bool> g_UsesFastPath;
 
 QV_INTERNAL_COLD void JoinNow()
 {

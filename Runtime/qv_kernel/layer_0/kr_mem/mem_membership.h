@@ -17,10 +17,6 @@ struct SSlabFigures;
 // What _RawAlloc and its like call. Plain: it is exchanged only while no other thread allocates or frees.
 QV_INTERNAL_HIDDEN extern SAllocator g_Allocator;
 
-// True once the first block has been asked for, while the default allocator is installed and caches small blocks. Then
-// nobody needs the accounting arguments.
-QV_INTERNAL_HIDDEN extern TAtomic<bool> g_UsesFastPath;
-
 QV_INTERNAL_HIDDEN void JoinNow();
 
 // Joins the other copies of the library in this process and decides who serves, if that was not done yet. Comes before

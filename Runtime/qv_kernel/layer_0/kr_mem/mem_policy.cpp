@@ -7,6 +7,7 @@ namespace Quorvane::Mem::Internal
 {
 
 QV_INTERNAL_CONSTINIT TAtomic<u32> g_Policy;
+QV_INTERNAL_CONSTINIT TAtomic<ureg> g_MaxFastBytes;
 
 bool IsWatched()
 {

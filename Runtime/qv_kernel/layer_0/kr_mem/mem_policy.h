@@ -118,6 +118,21 @@ enum EPolicy : u32
 
 QV_INTERNAL_HIDDEN extern TAtomic<u32> g_Policy;
 
+// The size of the largest block that takes the fast path, on which nobody needs the accounting arguments: kMaxSmallBytes once
+// the first block has been asked for, while the default allocator is installed and caches small blocks; else 0.
+QV_INTERNAL_HIDDEN extern TAtomic<ureg> g_MaxFastBytes;
+
+inline bool UsesFastPath()
+{
+    return g_MaxFastBytes.Load() != 0;
+}
+
+// Whether a block of that size takes it. Blocks of 0 bytes never do.
+inline bool TakesFastPath(u64 size, u32 alignment)
+{
+    return QV_INTERNAL_LIKELY(size - 1 < g_MaxFastBytes.Load() && alignment <= kSmallStep);
+}
+
 // Whether a tool looks at each block: the tracker, a sanitizer, or valgrind.
 QV_INTERNAL_HIDDEN bool IsWatched();
 

@@ -141,7 +141,8 @@ bool IsSmallBlockSlow(ureg offset)
         return false;
     const ureg known = process->m_Heap.MappedBytes();
     // The store of a thread that is late may take it back a little: then this is asked once more.
-    g_SmallRangeKnown.Store(known);
+    if (UsesFastPath())
+        g_SmallRangeKnown.Store(known);
     return offset < known;
 }
 

@@ -12,7 +12,7 @@ namespace Quorvane::Mem::Internal
 {
 
 // The first address of the range, and how many bytes from there on are known to hold small blocks; there may be more by
-// now. Before there is a range, an address from which it would hold no block.
+// now. Before there is a range, an address from which it would hold no block; while the fast path is not in use, none.
 QV_INTERNAL_HIDDEN extern TAtomic<ureg> g_SmallRange;
 QV_INTERNAL_HIDDEN extern TAtomic<ureg> g_SmallRangeKnown;
 
@@ -25,18 +25,26 @@ QV_INTERNAL_HIDDEN bool IsSmallBlockSlow(ureg offset);
 // Reports a pointer that is no block of the default allocator.
 QV_INTERNAL_HIDDEN void ReportForeign(const void *block);
 
-inline bool IsSmallBlock(const void *block)
+inline ureg OffsetInRange(const void *block)
 {
-    const ureg offset = reinterpret_cast<ureg>(block) - g_SmallRange.Load();
-    return QV_INTERNAL_LIKELY(offset < g_SmallRangeKnown.Load()) ||
-           (QV_INTERNAL_UNLIKELY(offset < kSmallRangeBytes) && IsSmallBlockSlow(offset));
+    return reinterpret_cast<ureg>(block) - g_SmallRange.Load();
 }
 
-// A block of the default allocator, aligned to 16 bytes; null when memory is refused.
+// Whether a small block may take the fast path. Null may not.
+inline bool IsKnownSmallBlock(const void *block)
+{
+    return QV_INTERNAL_LIKELY(OffsetInRange(block) < g_SmallRangeKnown.Load());
+}
+
+inline bool IsSmallBlock(const void *block)
+{
+    return IsKnownSmallBlock(block) ||
+           (QV_INTERNAL_UNLIKELY(OffsetInRange(block) < kSmallRangeBytes) && IsSmallBlockSlow(OffsetInRange(block)));
+}
+
+// A block of the default allocator, aligned to 16 bytes; null when memory is refused. Requires: a size of a small block.
 inline void *AllocFast(u64 size)
 {
-    if (QV_INTERNAL_UNLIKELY(size > kMaxSmallBytes))
-        return AllocSlow(size);
     const u32 sizeClass = SmallClass(size);
     SBin &bin = ThreadCache()->m_Bins[sizeClass];
     SFreeBlock *block = bin.m_Head;

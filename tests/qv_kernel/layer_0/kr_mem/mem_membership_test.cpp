@@ -50,15 +50,15 @@ TEST(MemMembership, AReplacementGetsEveryArgument)
 TEST(MemMembership, TheDefaultsFunctionsInstalledByHandAreTheDefault)
 {
     Free(Alloc(1), 1);
-    const bool before = g_UsesFastPath.Load();
+    const bool before = UsesFastPath();
     const Mem::SAllocator standard = Mem::SetAllocator(Mem::SAllocator());
     {
         const CTestAllocator allocator;
-        EXPECT_FALSE(g_UsesFastPath.Load());
+        EXPECT_FALSE(UsesFastPath());
     }
-    EXPECT_EQ(g_UsesFastPath.Load(), before);
+    EXPECT_EQ(UsesFastPath(), before);
     Mem::SetAllocator(standard);
-    EXPECT_EQ(g_UsesFastPath.Load(), before);
+    EXPECT_EQ(UsesFastPath(), before);
 }
 
 // A thread opens the fast path a moment before it has recorded the policy. Another one may free a block of another copy
