@@ -94,19 +94,16 @@ private:
         process->m_Heap.Begin(base);
         g_Process.store(process, std::memory_order_relaxed);
         g_Policy.Store(Policy_Slabs);
+        g_FreeLinks = process->m_Heap.Links();
         g_SmallRange.Store(base);
         {
             static const bool s_HasKey = (BeginCaches(CSharedGuard()), true);
             static_cast<void>(s_HasKey);
         }
         // So many slabs that threads map no more.
-        SFreeBlock *blocks = nullptr;
+        SFreeBlock *blocks = g_FreeLinks.End();
         for (u32 sizeClass = 1; sizeClass <= kSlabs; ++sizeClass)
-        {
-            SFreeBlock *const block = process->m_Heap.TakeOne(sizeClass);
-            block->m_Next = blocks;
-            blocks = block;
-        }
+            blocks = g_FreeLinks.MakeFree(process->m_Heap.TakeOne(sizeClass), blocks);
         process->m_Heap.GiveAll(blocks);
         g_SmallRangeKnown.Store(process->m_Heap.MappedBytes());
         g_MaxFastBytes.Store(kMaxSmallBytes);
@@ -118,9 +115,9 @@ private:
         if (cache == nullptr)
             return 0;
         u32 blocks = 1;
-        for (const SBin &bin : cache->m_Bins)
-            for (const SFreeBlock *block = bin.m_Head; block != nullptr; block = block->m_Next)
-                ++blocks;
+        for (SFreeBlock *block : cache->m_Bins.m_First)
+            for (; !g_FreeLinks.IsEnd(block); ++blocks)
+                Require(g_FreeLinks.ReadLink(block, block), "free blocks are linked");
         return blocks;
     }
 

@@ -46,7 +46,7 @@ public:
                 break;
             case HeapStep_Give:
                 if (void *const dropped = m_Held.Drop(thread))
-                    m_Heap.GiveOne(::new (dropped) SFreeBlock{nullptr});
+                    m_Heap.GiveOne(dropped);
                 break;
             case HeapStep_HandOn:
                 m_Held.HandOn(thread);
@@ -79,13 +79,9 @@ private:
     // A slab of each of so many classes, the blocks of which come back.
     void _MakeIdle(u32 slabs)
     {
-        SFreeBlock *blocks = nullptr;
+        SFreeBlock *blocks = m_Heap.Links().End();
         for (u32 sizeClass = 1; sizeClass <= slabs; ++sizeClass)
-        {
-            SFreeBlock *const block = m_Heap.TakeOne(sizeClass);
-            block->m_Next = blocks;
-            blocks = block;
-        }
+            blocks = m_Heap.Links().MakeFree(m_Heap.TakeOne(sizeClass), blocks);
         m_Heap.GiveAll(blocks);
     }
 

@@ -13,12 +13,7 @@ namespace QuorvaneTest
 class COwnHeap
 {
 public:
-    COwnHeap() : m_Base(_FreeRange())
-    {
-        if (!Quorvane::Mem::Internal::PortMapAt(m_Base, Quorvane::Mem::Internal::kSlabBytes))
-            std::abort();
-        m_Heap.Begin(m_Base);
-    }
+    COwnHeap() : m_Base(_MapFirstSlab()) { m_Heap.Begin(m_Base); }
     ~COwnHeap()
     {
         m_Heap.End();
@@ -31,6 +26,20 @@ public:
     Quorvane::Mem::Internal::CSlabHeap *operator->() { return &m_Heap; }
 
 private:
+    // Where the last one was, if that is free again, so that an emulator, which keeps books about each range that ever was
+    // in use, has one to keep them about.
+    static Quorvane::ureg _MapFirstSlab()
+    {
+        using namespace Quorvane::Mem::Internal;
+        static Quorvane::ureg s_Base = 0;
+        if (s_Base != 0 && PortMapAt(s_Base, kSlabBytes))
+            return s_Base;
+        s_Base = _FreeRange();
+        if (!PortMapAt(s_Base, kSlabBytes))
+            std::abort();
+        return s_Base;
+    }
+
     // Where a range of addresses begins of which nobody uses any.
     static Quorvane::ureg _FreeRange()
     {

@@ -67,6 +67,14 @@ private:
     std::vector<SOwned> m_Waiting;
 };
 
+// The first block of a list, taken out of it.
+SFreeBlock *PopFirst(const CSlabHeap &heap, SFreeBlock *&list)
+{
+    SFreeBlock *const first = list;
+    EXPECT_TRUE(heap.Links().ReadLink(first, list));
+    return first;
+}
+
 bool Holds(const SOwned &owned)
 {
     for (u64 i = 0; i < owned.m_Size; ++i)
@@ -79,7 +87,7 @@ void Give(CSlabHeap &heap, const SOwned &owned)
 {
     EXPECT_TRUE(Holds(owned));
     EXPECT_EQ(ClassBytes(ClassOfSmallBlock(owned.m_Block)), owned.m_Size);
-    heap.GiveAll(::new (owned.m_Block) SFreeBlock{nullptr});
+    heap.GiveOne(owned.m_Block);
 }
 
 // Takes a batch, keeps some of it, sends some away, and gives back what others sent.
@@ -92,10 +100,10 @@ void Work(CSlabHeap &heap, CMailbox &mailbox, u32 thread)
         const u32 sizeClass = 1 + static_cast<u32>(random() % (kSmallClassCount - 1));
         SFreeBlock *first = nullptr;
         heap.Take(sizeClass, 1 + static_cast<u32>(random() % 40), first);
-        while (first != nullptr)
+        while (!heap.Links().IsEnd(first))
         {
-            const SOwned owned = {reinterpret_cast<char *>(first), ClassBytes(sizeClass), static_cast<char>(random())};
-            first = first->m_Next;
+            const SOwned owned = {reinterpret_cast<char *>(PopFirst(heap, first)), ClassBytes(sizeClass),
+                                  static_cast<char>(random())};
             std::memset(owned.m_Block, owned.m_Pattern, static_cast<size_t>(owned.m_Size));
             if (random() % 2 == 0)
                 mailbox.Put(owned);
@@ -131,13 +139,12 @@ void WorkUntil(CSlabHeap &heap, const std::atomic<bool> &done)
 // Makes the heap map that many slabs at least, and leaves them idle.
 void MapSlabs(CSlabHeap &heap, u32 count)
 {
-    SFreeBlock *all = nullptr;
+    SFreeBlock *all = heap.Links().End();
     while (heap.MappedBytes() < count * kSlabBytes)
     {
         SFreeBlock *const block = heap.TakeOne(kSmallClassCount - 1);
         ASSERT_NE(block, nullptr);
-        block->m_Next = all;
-        all = block;
+        all = heap.Links().MakeFree(block, all);
     }
     heap.GiveAll(all);
 }
@@ -146,22 +153,20 @@ void MapSlabs(CSlabHeap &heap, u32 count)
 bool IsUsable(CSlabHeap &heap, const SOwned &before)
 {
     bool isUsable = Holds(before);
-    heap.GiveAll(::new (before.m_Block) SFreeBlock{nullptr});
+    heap.GiveOne(before.m_Block);
     const u64 live = heap.Figures().m_LiveBlocks;
     for (u32 sizeClass = 1; sizeClass < kSmallClassCount; ++sizeClass)
     {
         constexpr u32 kCount = 40;
         std::set<SFreeBlock *> blocks;
-        SFreeBlock *all = nullptr;
+        SFreeBlock *all = heap.Links().End();
         SFreeBlock *first = nullptr;
         while (blocks.size() < kCount && heap.Take(sizeClass, kCount - static_cast<u32>(blocks.size()), first) != 0)
-            while (first != nullptr)
+            while (!heap.Links().IsEnd(first))
             {
-                SFreeBlock *const block = first;
-                first = first->m_Next;
+                SFreeBlock *const block = PopFirst(heap, first);
                 isUsable = blocks.insert(block).second && isUsable;
-                block->m_Next = all;
-                all = block;
+                all = heap.Links().MakeFree(block, all);
             }
         isUsable = isUsable && blocks.size() == kCount;
         heap.GiveAll(all);

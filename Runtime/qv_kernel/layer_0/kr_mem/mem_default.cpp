@@ -38,15 +38,10 @@ u64 RoomOf(void *block)
     return IsSmallBlock(block) ? ClassBytes(ClassOfSmallBlock(block)) : RoomOfLarge(block);
 }
 
-// Whether this is a block that may be resized. Reports it when it is not.
+// Whether this is a block that may be resized. Reports it where it is not.
 bool IsResizable(void *block)
 {
-    if (!LargeBlocksHaveHeads())
-        return true;
-    const bool isBlock = IsSmallBlock(block) ? IsStartOfBlock(block, ClassOfSmallBlock(block)) : HasHead(block);
-    if (!isBlock)
-        ReportForeign(block);
-    return isBlock;
+    return IsSmallBlock(block) ? IsLiveSmallBlock(block) : IsLargeBlock(block);
 }
 
 bool IsAlignedTo(const void *block, u32 alignment)
@@ -89,7 +84,7 @@ void *GrowWithinSmall(void *block, u64 newSize)
         return nullptr;
     const u32 sizeClass = ClassOfSmallBlock(block);
     const u64 room = ClassBytes(sizeClass);
-    if (newSize <= room || newSize > kMaxSmallBytes || !IsStartOfBlock(block, sizeClass))
+    if (newSize <= room || newSize > kMaxSmallBytes || !IsBlock(block, sizeClass) || g_FreeLinks.MayBeFree(block))
         return nullptr;
     const u64 roomy = RoomyBytes(room, newSize);
     if (roomy > kMaxSmallBytes)

@@ -23,7 +23,7 @@ void DefaultFree(void *block, EAllocType type, EOrigin origin, const char *tag, 
 inline void FreeSmallByAddress(void *block)
 {
     const u32 sizeClass = ClassOfSmallBlock(block);
-    if (QV_ASSERTS && QV_INTERNAL_UNLIKELY(!IsStartOfBlock(block, sizeClass)))
+    if (QV_ASSERTS && QV_INTERNAL_UNLIKELY(!IsBlock(block, sizeClass)))
         return ReportForeign(block);
     FreeFast(block, sizeClass);
 }

@@ -31,6 +31,35 @@ inline SLargeHead &HeadOf(void *block)
     return static_cast<SLargeHead *>(block)[-1];
 }
 
+// Where assertions are on, the addresses of blocks that were freed lately and not handed out again, by a hash of theirs. The
+// platform may have given the memory back to the system: who frees such a block once more must not be made to read there.
+// Each copy of the library knows of what it freed itself, so that one of these may be another one's block by now.
+constexpr u32 kFreedLargeBits = 6;
+QV_INTERNAL_CONSTINIT QV_INTERNAL_HIDDEN inline TAtomic<ureg> g_FreedLarge[1u << kFreedLargeBits];
+
+inline TAtomic<ureg> &FreedLargeSlot(const void *block)
+{
+    const u64 hash = static_cast<u64>(reinterpret_cast<ureg>(block)) * 0x9E3779B97F4A7C15ull;
+    return g_FreedLarge[hash >> (64 - kFreedLargeBits)];
+}
+
+inline bool WasFreedLately(const void *block)
+{
+    return QV_ASSERTS && FreedLargeSlot(block).Load() == reinterpret_cast<ureg>(block);
+}
+
+inline void RememberFreed(const void *block)
+{
+    if (QV_ASSERTS)
+        FreedLargeSlot(block).StoreReleased(reinterpret_cast<ureg>(block));
+}
+
+inline void ForgetFreed(const void *block)
+{
+    if (WasFreedLately(block))
+        FreedLargeSlot(block).StoreReleased(0);
+}
+
 // Differs from block to block, so that the mark of one, copied with its neighbourhood, is none of another one's.
 inline u32 MarkOfLarge(const void *block)
 {
@@ -46,6 +75,7 @@ inline bool HasHead(void *block)
 inline void *PutHead(char *platformBlock, u32 offset, u64 bytes)
 {
     void *const block = platformBlock + offset;
+    ForgetFreed(block);
     HeadOf(block) = SLargeHead{bytes - offset, offset, MarkOfLarge(block)};
     return block;
 }
@@ -89,35 +119,28 @@ inline void *RemarkLarge(void *block)
     return block;
 }
 
-// Frees a block without its mark. Null is ignored.
+// Gives a block without its mark back. Null is ignored.
 inline void DropLarge(void *block)
 {
-    if (block != nullptr)
-        PortFree(PlatformBlockOf(block));
-}
-
-// Null is ignored. Returns: false, with nothing done, for what is no block.
-inline bool FreeLarge(void *block)
-{
     if (block == nullptr)
-        return true;
-    if (!LargeBlocksHaveHeads())
-    {
-        PortFree(block);
-        return true;
-    }
-    if (QV_INTERNAL_UNLIKELY(!HasHead(block)))
-        return false;
-    char *const platformBlock = PlatformBlockOf(block);
-    UnmarkLarge(block);
-    PortFree(platformBlock);
-    return true;
+        return;
+    RememberFreed(block);
+    PortFree(PlatformBlockOf(block));
 }
 
 // The bytes that may be used of a block; at least what was asked for.
 inline u64 RoomOfLarge(void *block)
 {
     return LargeBlocksHaveHeads() ? HeadOf(block).m_Room : PortUsableSize(block);
+}
+
+// Requires: a block, with its mark where it has one.
+inline void FreeLarge(void *block)
+{
+    if (!LargeBlocksHaveHeads())
+        return PortFree(block);
+    UnmarkLarge(block);
+    DropLarge(block);
 }
 
 // Whether the platform may resize the block, which spares the copy where it grows in place.
@@ -135,9 +158,16 @@ inline void *ReallocLarge(void *block, u64 room, u64 newSize)
     if (!LargeBlocksHaveHeads())
         return PortRealloc(block, newSize, 0);
     const u32 offset = HeadOf(block).m_Offset;
+    // Where the platform moves it, nothing stays behind that is known as a block.
+    RememberFreed(block);
+    UnmarkLarge(block);
     char *const platformBlock = static_cast<char *>(PortRealloc(PlatformBlockOf(block), newSize + kLargeAlignment, 0));
     if (platformBlock == nullptr)
+    {
+        ForgetFreed(block);
+        RemarkLarge(block);
         return nullptr;
+    }
     // Where the platform moved it, it may lie the other way.
     const u32 newOffset = LargeOffset(platformBlock, kLargeAlignment);
     if (newOffset != offset)

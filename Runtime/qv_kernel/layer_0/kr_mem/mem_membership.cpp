@@ -34,6 +34,8 @@ void AddCopy()
     // Several threads may come here at once, since none of them waits for another one.
     if (g_SmallRange.Load() == Process().m_Heap.Base())
         return;
+    // Before threads have caches, and know of the range.
+    g_FreeLinks = Process().m_Heap.Links();
     BeginCaches(guard);
     g_ThisCopy.m_Next = Process().m_Copies;
     Process().m_Copies = &g_ThisCopy;

@@ -60,6 +60,12 @@ inline void PortTouch(void *begin, ureg bytes)
     }
 }
 
+// The beginning of the page that an address lies in.
+inline ureg PageOf(const void *address)
+{
+    return reinterpret_cast<ureg>(address) & ~(PortPageBytes() - 1);
+}
+
 // True when the program was built with a sanitizer, even if the library was not.
 inline bool PortIsSanitized()
 {

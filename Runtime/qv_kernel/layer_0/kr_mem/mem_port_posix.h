@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include <fcntl.h>
 #include <pthread.h>
 #include <sched.h>
 #include <sys/mman.h>
@@ -51,6 +52,11 @@ inline void PortUnmap(ureg address, ureg bytes)
     munmap(reinterpret_cast<void *>(address), bytes);
 }
 
+inline ureg PortPageBytes()
+{
+    return static_cast<ureg>(sysconf(_SC_PAGESIZE));
+}
+
 // Lets the system take the memory behind usable addresses; they stay usable, and their contents are lost.
 inline void PortDiscard(void *begin, ureg bytes)
 {
@@ -64,7 +70,7 @@ inline bool PortLockInMemory(const void *begin, ureg bytes)
     return mlock(begin, bytes) == 0;
 }
 
-// Whether the page at an address can be read; false where the system cannot tell.
+// Whether the page that begins at an address can be read; false where the system cannot tell.
 inline bool PortIsReadable(ureg page)
 {
 #if defined(__linux__) && defined(SYS_rt_sigprocmask)
@@ -111,6 +117,31 @@ inline u64 PortProcessSeed()
 #endif
     // The C library guards stacks with those bytes; what can be seen of this product tells nothing about them.
     return ((words[0] ^ 0x9E3779B97F4A7C15ull) * (words[1] | 1)) >> 32;
+}
+
+// Two words by chance, which nobody else can tell. Neither waits nor allocates.
+inline void PortFillByChance(u64 (&outWords)[2])
+{
+    u64 given[2] = {0, 0};
+    const int before = errno;
+#if defined(__linux__) && defined(SYS_getrandom)
+    // While it starts, the system has none for a while, and then says so rather than wait.
+    constexpr unsigned kWithoutWaiting = 1;
+    static_cast<void>(syscall(SYS_getrandom, given, sizeof(given), kWithoutWaiting));
+#else
+    const int file = open("/dev/urandom", O_RDONLY | O_CLOEXEC);
+    if (file >= 0 && read(file, given, sizeof(given)) < 0)
+        given[0] = 0;
+    close(file);
+#endif
+    errno = before;
+    // And what differs from process to process anyway, should that be all.
+    timespec now = {0, 0};
+    static_cast<void>(clock_gettime(CLOCK_REALTIME, &now));
+    const u64 places = reinterpret_cast<ureg>(&given) ^ static_cast<u64>(reinterpret_cast<ureg>(&getpid)) << 16;
+    outWords[0] = given[0] ^ PortProcessSeed() << 32 ^ places;
+    outWords[1] =
+        given[1] ^ (static_cast<u64>(now.tv_sec) << 30 ^ static_cast<u64>(now.tv_nsec)) * 0x9E3779B97F4A7C15ull;
 }
 
 inline u32 PortProcessId()

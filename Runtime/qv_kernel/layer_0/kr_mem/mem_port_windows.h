@@ -38,6 +38,9 @@ extern "C" ULONG _tls_index;
 #define QV_INTERNAL_PLAIN_THREAD_LOCAL __thread
 #endif
 
+// Bytes by chance, of the system's. Its headers declare it by another name, or not at all.
+extern "C" BOOLEAN NTAPI SystemFunction036(PVOID bytes, ULONG count);
+
 namespace Quorvane::Mem::Internal
 {
 
@@ -63,6 +66,13 @@ inline void PortUnmap(ureg address, ureg bytes)
     }
 }
 
+inline ureg PortPageBytes()
+{
+    SYSTEM_INFO system = {};
+    GetSystemInfo(&system);
+    return system.dwPageSize;
+}
+
 // Lets the system take the memory behind usable addresses; they stay usable, and their contents are lost.
 inline void PortDiscard(void *begin, ureg bytes)
 {
@@ -76,7 +86,7 @@ inline bool PortLockInMemory(const void *begin, ureg bytes)
     return VirtualLock(const_cast<void *>(begin), bytes) != 0;
 }
 
-// Whether the page at an address can be read; false where the system cannot tell.
+// Whether the page that begins at an address can be read; false where the system cannot tell.
 inline bool PortIsReadable(ureg page)
 {
     constexpr DWORD kReadable = PAGE_READONLY | PAGE_READWRITE | PAGE_WRITECOPY | PAGE_EXECUTE_READ |
@@ -98,6 +108,18 @@ inline u64 PortProcessSeed()
     u64 seed = (time ^ place << 16 ^ static_cast<u64>(GetCurrentProcessId()) << 40) * 0x9E3779B97F4A7C15ull;
     seed = (seed ^ seed >> 32) * 0x9E3779B97F4A7C15ull;
     return seed >> 32;
+}
+
+// Two words by chance, which nobody else can tell. Neither waits nor allocates.
+inline void PortFillByChance(u64 (&outWords)[2])
+{
+    u64 given[2] = {0, 0};
+    static_cast<void>(SystemFunction036(given, sizeof(given)));
+    // And what differs from process to process anyway, should that be all.
+    LARGE_INTEGER ticks = {};
+    static_cast<void>(QueryPerformanceCounter(&ticks));
+    outWords[0] = given[0] ^ PortProcessSeed() << 32 ^ reinterpret_cast<ureg>(&given);
+    outWords[1] = given[1] ^ static_cast<u64>(ticks.QuadPart) * 0x9E3779B97F4A7C15ull;
 }
 
 inline u32 PortProcessId()

@@ -45,14 +45,14 @@ struct alignas(64) SSlab
     static constexpr u32 kAllOut = 1u << 26;
 
     TAtomic<u32> m_State;
-    // Belong to whoever has claimed the slab.
-    u32 m_Cut;           // blocks that were cut from the slab so far; the memory behind them is untouched
-    SFreeBlock *m_Ready; // blocks that came back, taken out of the state
+    // Belongs to whoever has claimed the slab: a list of blocks that came back, taken out of the state.
+    SFreeBlock *m_Ready;
 
     static bool HasNoneOut(u32 state) { return (state & kOutMask) == 0; }
 };
 
-static_assert(kSlabBytes / kSmallStep < SSlab::kFirstMask, "a slab's blocks can be counted, and each one told");
+constexpr u32 kMaxBlocksPerSlab = static_cast<u32>(kSlabBytes / kSmallStep);
+static_assert(kMaxBlocksPerSlab < SSlab::kFirstMask, "a slab's blocks can be counted, and each one told");
 
 // What a chunk begins with. The first slab's memory holds it, so that slab serves no blocks.
 struct SChunk
@@ -60,6 +60,9 @@ struct SChunk
     // Read by whoever holds a block: it was written before the slab's first block was taken, and stays until its last
     // one is back.
     u8 m_Classes[kSlabsPerChunk];
+    // The bytes of each slab that were cut into blocks so far; the memory behind them is untouched. Written by whoever has
+    // claimed the slab.
+    TAtomic<u32> m_CutBytes[kSlabsPerChunk];
     SSlab m_Slabs[kSlabsPerChunk];
     TAtomic<ureg> m_Sets[kSlabSetCount]; // which of its slabs are in each set
     // In the first chunk of a group: which chunks of the group may have slabs in each set.
@@ -100,18 +103,25 @@ struct SDivisors
     constexpr SDivisors() : m_Largest()
     {
         for (u32 sizeClass = 1; sizeClass < kSmallClassCount; ++sizeClass)
-            m_Largest[sizeClass] = 0xFFFFFFFFu / ClassSteps(sizeClass);
+            m_Largest[sizeClass] = 0xFFFFFFFFu / static_cast<u32>(ClassBytes(sizeClass));
     }
 };
 
 QV_INTERNAL_HIDDEN inline constexpr SDivisors kDivisors;
 
-// Whether an address within a slab of the class is where one of its blocks begins.
-inline bool IsStartOfBlock(const void *block, u32 sizeClass)
+// Whether a block of the class begins so many bytes behind the beginning of its slab. Requires: a class other than 0.
+inline bool IsStartOfBlock(u32 offset, u32 sizeClass)
+{
+    const u32 largest = kDivisors.m_Largest[sizeClass];
+    return offset * (largest + 1) <= largest;
+}
+
+// Whether an address of the range, in a slab of that class, is where one of the slab's blocks begins. Where there are none
+// yet, or no more, there is none.
+inline bool IsBlock(const void *block, u32 sizeClass)
 {
     const u32 offset = static_cast<u32>(reinterpret_cast<ureg>(block) % kSlabBytes);
-    const u32 largest = kDivisors.m_Largest[sizeClass];
-    return sizeClass != 0 && offset % kSmallStep == 0 && offset / kSmallStep * (largest + 1) <= largest;
+    return IsStartOfBlock(offset, sizeClass) && offset < ChunkOf(block)->m_CutBytes[SlabIndexOf(block)].Load();
 }
 
 } // namespace Quorvane::Mem::Internal

@@ -14,59 +14,26 @@ namespace
 // A batch comes from this many slabs at most: where each of them has but a few blocks, a smaller batch is had sooner.
 constexpr u32 kMaxSlabsPerBatch = 8;
 
-constexpr u32 BlocksPerSlab(u32 sizeClass)
+u32 IndexOfSlab(const SSlab &slab)
 {
-    return static_cast<u32>(kSlabBytes / ClassBytes(sizeClass));
+    return static_cast<u32>(&slab - ChunkOf(&slab)->m_Slabs);
 }
 
 char *MemoryOf(const SSlab &slab)
 {
     SChunk *const chunk = ChunkOf(&slab);
-    const ureg index = static_cast<ureg>(&slab - chunk->m_Slabs);
-    return reinterpret_cast<char *>(chunk) + index * kSlabBytes;
+    return reinterpret_cast<char *>(chunk) + IndexOfSlab(slab) * kSlabBytes;
 }
 
-// The first of the blocks that came back to a slab; null when there is none.
-SFreeBlock *FirstBack(const SSlab &slab, u32 state)
-{
-    const u32 first = state & SSlab::kFirstMask;
-    if (first == 0)
-        return nullptr;
-    return std::launder(reinterpret_cast<SFreeBlock *>(MemoryOf(slab) + ureg(first - 1) * kSmallStep));
-}
-
-u32 AsFirst(const SFreeBlock *block)
+// How a slab's state tells its first block.
+u32 AsFirst(const void *block)
 {
     return static_cast<u32>(reinterpret_cast<ureg>(block) % kSlabBytes / kSmallStep) + 1;
 }
 
-// Moves up to `count` blocks that came back to a claimed slab to the list that ends in `link`.
-u32 TakeReady(SSlab &slab, u32 count, SFreeBlock **&link)
+bool IsBlockOf(const SSlab &slab, const void *block, u32 sizeClass)
 {
-    u32 taken = 0;
-    for (; taken < count && slab.m_Ready != nullptr; ++taken)
-    {
-        *link = slab.m_Ready;
-        link = &slab.m_Ready->m_Next;
-        slab.m_Ready = slab.m_Ready->m_Next;
-    }
-    return taken;
-}
-
-// The same with blocks that nobody has had before.
-u32 CutFresh(SSlab &slab, u32 sizeClass, u32 count, SFreeBlock **&link)
-{
-    const ureg bytes = static_cast<ureg>(ClassBytes(sizeClass));
-    char *memory = MemoryOf(slab) + slab.m_Cut * bytes;
-    const u32 cut = QVMin(count, BlocksPerSlab(sizeClass) - slab.m_Cut);
-    for (u32 i = 0; i < cut; ++i, memory += bytes)
-    {
-        SFreeBlock *const block = ::new (memory) SFreeBlock{nullptr};
-        *link = block;
-        link = &block->m_Next;
-    }
-    slab.m_Cut += cut;
-    return cut;
+    return &SlabOf(block) == &slab && IsBlock(block, sizeClass);
 }
 
 } // namespace
@@ -81,11 +48,23 @@ u32 CSlabHeap::_NumberOf(const SSlab &slab) const
     return static_cast<u32>((reinterpret_cast<ureg>(MemoryOf(slab)) - m_Base) / kSlabBytes);
 }
 
+// The list of the blocks that came back to a slab, as its state tells it.
+SFreeBlock *CSlabHeap::_FirstBack(const SSlab &slab, u32 state) const
+{
+    const u32 first = state & SSlab::kFirstMask;
+    if (first == 0)
+        return m_Links.End();
+    return std::launder(reinterpret_cast<SFreeBlock *>(MemoryOf(slab) + ureg(first - 1) * kSmallStep));
+}
+
 void CSlabHeap::Begin(ureg base)
 {
     ::new (reinterpret_cast<void *>(base)) SChunk{};
     m_Sets.Begin(base);
     m_Base = base;
+    u64 secrets[2];
+    PortFillByChance(secrets);
+    m_Links = CFreeLinks(base, secrets[0], secrets[1]);
     m_End.Store(base + kSlabBytes);
 }
 
@@ -99,26 +78,26 @@ void CSlabHeap::End()
 
 u32 CSlabHeap::Take(u32 sizeClass, u32 count, SFreeBlock *&outFirst)
 {
-    SFreeBlock **link = &outFirst;
-    u32 taken = 0;
-    for (u32 slabs = 0; taken < count && slabs < kMaxSlabsPerBatch; ++slabs)
+    SBatch batch;
+    for (u32 slabs = 0; batch.m_Count < count && slabs < kMaxSlabsPerBatch; ++slabs)
     {
         SSlab *const slab = _ClaimFor(sizeClass);
         if (slab == nullptr)
             break;
-        taken += _TakeFrom(*slab, sizeClass, count - taken, link);
+        _TakeFrom(*slab, sizeClass, count, batch);
     }
-    *link = nullptr;
-    return taken;
+    outFirst = m_Links.End();
+    if (batch.m_Count == 0)
+        return 0;
+    m_Links.MakeFree(batch.m_Last, m_Links.End());
+    outFirst = batch.m_First;
+    return batch.m_Count;
 }
 
 SFreeBlock *CSlabHeap::TakeOne(u32 sizeClass)
 {
-    SFreeBlock *block = nullptr;
-    SFreeBlock **link = &block;
-    if (SSlab *const slab = _ClaimFor(sizeClass))
-        _TakeFrom(*slab, sizeClass, 1, link);
-    return block;
+    SFreeBlock *first = nullptr;
+    return Take(sizeClass, 1, first) != 0 ? first : nullptr;
 }
 
 // Claims a slab of the class that has blocks to take; null when memory is refused.
@@ -129,7 +108,7 @@ SSlab *CSlabHeap::_ClaimFor(u32 sizeClass)
         return &_Slab(number);
     SSlab *const slab = _ClaimUnused(true);
     if (slab != nullptr)
-        ChunkOf(slab)->m_Classes[slab - ChunkOf(slab)->m_Slabs] = static_cast<u8>(sizeClass);
+        ChunkOf(slab)->m_Classes[IndexOfSlab(*slab)] = static_cast<u8>(sizeClass);
     return slab;
 }
 
@@ -186,88 +165,158 @@ SSlab *CSlabHeap::_MapMore()
     return &_Slab(first);
 }
 
-// Appends up to `count` blocks of a claimed slab to the list that ends in `link`, and puts the slab back; first blocks
-// that came back, whose memory is likelier to be in the processor's cache, then fresh ones. Takes at least one.
-u32 CSlabHeap::_TakeFrom(SSlab &slab, u32 sizeClass, u32 count, SFreeBlock **&link)
+// Takes blocks of a claimed slab until the batch has `count`, and puts the slab back; first blocks that came back, whose
+// memory is likelier to be in the processor's cache, then fresh ones. Takes at least one where no link was overwritten.
+void CSlabHeap::_TakeFrom(SSlab &slab, u32 sizeClass, u32 count, SBatch &batch)
 {
-    u32 taken = TakeReady(slab, count, link);
-    if (taken < count && (slab.m_State.Load() & SSlab::kFirstMask) != 0)
+    const u32 before = batch.m_Count;
+    _TakeReady(slab, sizeClass, count, batch);
+    if (batch.m_Count < count && (slab.m_State.Load() & SSlab::kFirstMask) != 0)
     {
-        slab.m_Ready = FirstBack(slab, slab.m_State.FetchAnd(~SSlab::kFirstMask));
-        taken += TakeReady(slab, count - taken, link);
+        slab.m_Ready = _FirstBack(slab, slab.m_State.FetchAnd(~SSlab::kFirstMask));
+        _TakeReady(slab, sizeClass, count, batch);
     }
-    taken += CutFresh(slab, sizeClass, count - taken, link);
+    _CutFresh(slab, sizeClass, count, batch);
 
-    const u32 state = slab.m_State.Add(taken * SSlab::kOneOut);
-    const bool hasMore = slab.m_Ready != nullptr || slab.m_Cut < BlocksPerSlab(sizeClass);
+    const u32 state = slab.m_State.Add((batch.m_Count - before) * SSlab::kOneOut);
+    const bool hasMore = !m_Links.IsEnd(slab.m_Ready) || _FreshBlocks(slab, sizeClass) != 0;
     // The exchange fails only when a block came back meanwhile.
     if (hasMore || (state & SSlab::kFirstMask) != 0 || !slab.m_State.SetValueIfEqualTo(state | SSlab::kAllOut, state))
         _PutBack(slab, sizeClass);
-    return taken;
+}
+
+// Moves blocks that came back to a claimed slab, and are linked already, to a batch. What a link that was overwritten
+// would lead to is left alone, and so is its block: whoever wrote there may do so again.
+void CSlabHeap::_TakeReady(SSlab &slab, u32 sizeClass, u32 count, SBatch &batch)
+{
+    SBatch ready = {slab.m_Ready, nullptr, 0};
+    while (batch.m_Count + ready.m_Count < count && !m_Links.IsEnd(slab.m_Ready))
+    {
+        SFreeBlock *next = nullptr;
+        if (!m_Links.ReadLink(slab.m_Ready, next) || !(m_Links.IsEnd(next) || IsBlockOf(slab, next, sizeClass)))
+        {
+            NoteOverwritten(slab.m_Ready);
+            slab.m_Ready = nullptr;
+            break;
+        }
+        ready.m_Last = slab.m_Ready;
+        ++ready.m_Count;
+        slab.m_Ready = next;
+    }
+    _Append(batch, ready);
+}
+
+// The same with blocks that nobody has had before.
+void CSlabHeap::_CutFresh(SSlab &slab, u32 sizeClass, u32 count, SBatch &batch)
+{
+    TAtomic<u32> &cutBytes = ChunkOf(&slab)->m_CutBytes[IndexOfSlab(slab)];
+    const u32 bytes = static_cast<u32>(ClassBytes(sizeClass));
+    const u32 cut = QVMin(count - batch.m_Count, _FreshBlocks(slab, sizeClass));
+    char *memory = MemoryOf(slab) + cutBytes.Load();
+    SBatch fresh = {reinterpret_cast<SFreeBlock *>(memory), nullptr, cut};
+    for (u32 i = 0; i < cut; ++i, memory += bytes)
+        fresh.m_Last = m_Links.MakeFree(memory, reinterpret_cast<SFreeBlock *>(memory + bytes));
+    _Append(batch, fresh);
+    cutBytes.StoreReleased(cutBytes.Load() + cut * bytes);
+}
+
+// How many blocks can be cut from a claimed slab.
+u32 CSlabHeap::_FreshBlocks(const SSlab &slab, u32 sizeClass) const
+{
+    const u32 cutBytes = ChunkOf(&slab)->m_CutBytes[IndexOfSlab(slab)].Load();
+    return (static_cast<u32>(kSlabBytes) - cutBytes) / static_cast<u32>(ClassBytes(sizeClass));
+}
+
+// Puts more blocks behind those of a batch.
+void CSlabHeap::_Append(SBatch &batch, const SBatch &more) const
+{
+    if (more.m_Count == 0)
+        return;
+    if (batch.m_Count == 0)
+        batch.m_First = more.m_First;
+    else
+        m_Links.MakeFree(batch.m_Last, more.m_First);
+    batch.m_Last = more.m_Last;
+    batch.m_Count += more.m_Count;
 }
 
 // ---- Giving ------------------------------------------------------------------------------------------------------------
 
 u32 CSlabHeap::Give(SFreeBlock *&list, u32 count)
 {
-    SFreeBlock *kept = nullptr;
+    SBatch kept;
     u32 given = 0;
-    while (count != 0)
+    while (count != 0 && !m_Links.IsEnd(list))
     {
         // What lies in the same slab, one after the other, goes back at once.
-        SFreeBlock *const first = list;
-        SFreeBlock *last = first;
-        SSlab &slab = SlabOf(first);
-        u32 run = 1;
-        for (; run < count && &SlabOf(last->m_Next) == &slab; ++run)
-            last = last->m_Next;
-        list = last->m_Next;
-        count -= run;
-        if (_GiveTo(slab, first, last, run))
-        {
-            given += run;
-            continue;
-        }
-        last->m_Next = kept;
-        kept = first;
+        SBatch run;
+        _TakeRun(list, count, run);
+        count -= run.m_Count;
+        if (run.m_Count == 0 || _GiveTo(run))
+            given += run.m_Count;
+        else
+            _Append(kept, run);
     }
-    while (kept != nullptr)
+    if (kept.m_Count != 0)
     {
-        SFreeBlock *const block = kept;
-        kept = kept->m_Next;
-        block->m_Next = list;
-        list = block;
+        m_Links.MakeFree(kept.m_Last, list);
+        list = kept.m_First;
     }
     return given;
 }
 
-void CSlabHeap::GiveAll(SFreeBlock *list)
+// Takes the first blocks of a list that lie in one slab, up to `count`. Where a link was overwritten, the list ends in front
+// of its block.
+void CSlabHeap::_TakeRun(SFreeBlock *&list, u32 count, SBatch &run)
 {
-    while (list != nullptr)
+    run.m_First = list;
+    const SSlab *const slab = &SlabOf(list);
+    while (run.m_Count < count && !m_Links.IsEnd(list) && &SlabOf(list) == slab)
     {
         SFreeBlock *const block = list;
-        list = list->m_Next;
-        GiveOne(block);
+        if (!m_Links.ReadLink(block, list))
+        {
+            NoteOverwritten(block);
+            list = m_Links.End();
+            return;
+        }
+        run.m_Last = block;
+        ++run.m_Count;
     }
 }
 
-void CSlabHeap::GiveOne(SFreeBlock *block)
+void CSlabHeap::GiveAll(SFreeBlock *list)
 {
-    while (!_GiveTo(SlabOf(block), block, block, 1))
+    while (!m_Links.IsEnd(list))
+    {
+        SBatch one;
+        _TakeRun(list, 1, one);
+        if (one.m_Count != 0)
+            GiveOne(one.m_Last);
+    }
+}
+
+void CSlabHeap::GiveOne(void *block)
+{
+    SFreeBlock *const freed = m_Links.MakeFree(block, m_Links.End());
+    while (!_GiveTo(SBatch{freed, freed, 1}))
         ;
 }
 
-// Adds a list of blocks to those that are back in their slab. Returns: false when others were faster for too long.
-bool CSlabHeap::_GiveTo(SSlab &slab, SFreeBlock *first, SFreeBlock *last, u32 count)
+// Adds blocks of one slab that are linked among themselves to those that are back in it. Returns: false when others were
+// faster for too long.
+bool CSlabHeap::_GiveTo(const SBatch &blocks)
 {
     constexpr u32 kMaxTries = 16;
+    SSlab &slab = SlabOf(blocks.m_First);
     // While the blocks are out, the slab stays of this class.
-    const u32 sizeClass = ClassOfSmallBlock(first);
+    const u32 sizeClass = ClassOfSmallBlock(blocks.m_First);
     for (u32 tries = 0; tries < kMaxTries; ++tries)
     {
         const u32 before = slab.m_State.Load();
-        last->m_Next = FirstBack(slab, before);
-        const u32 after = ((before & ~(SSlab::kFirstMask | SSlab::kAllOut)) | AsFirst(first)) - count * SSlab::kOneOut;
+        m_Links.MakeFree(blocks.m_Last, _FirstBack(slab, before));
+        const u32 after = ((before & ~(SSlab::kFirstMask | SSlab::kAllOut)) | AsFirst(blocks.m_First)) -
+                          blocks.m_Count * SSlab::kOneOut;
         if (!slab.m_State.SetValueIfEqualTo(after, before))
             continue;
         // Claimed by this: nobody else has seen the word with the bit, and could find the slab.
@@ -297,8 +346,8 @@ void CSlabHeap::_PutBack(SSlab &slab, u32 sizeClass)
 void CSlabHeap::_Retire(SSlab &slab)
 {
     slab.m_State.Store(0);
-    slab.m_Cut = 0;
     slab.m_Ready = nullptr;
+    ChunkOf(&slab)->m_CutBytes[IndexOfSlab(slab)].StoreReleased(0);
     if (m_IdleSlabs.FetchInc() < m_KeptSlabs.Load())
         return m_Sets.Put(kIdleSet, _NumberOf(slab));
     m_IdleSlabs.FetchDec();
@@ -314,6 +363,12 @@ void CSlabHeap::_Discard(SSlab &slab)
 
 // ---- Looking after ---------------------------------------------------------------------------------------------------
 
+QV_INTERNAL_COLD void CSlabHeap::_ReportOverwrittenNow()
+{
+    const void *const overwritten = reinterpret_cast<void *>(m_Overwritten.Swap(0));
+    QV_ASSERT_MESSAGE(!overwritten, "block %p was written to while it was free", overwritten);
+}
+
 bool CSlabHeap::IsBack(const void *block)
 {
     SSlab &slab = SlabOf(block);
@@ -323,12 +378,8 @@ bool CSlabHeap::IsBack(const void *block)
     // Without a block of its own in the set, the slab has none that is back, or somebody takes from it.
     if (!m_Sets.Claim(sizeClass, _NumberOf(slab)))
         return false;
-    bool isBack = false;
-    for (const SFreeBlock *ready = slab.m_Ready; ready != nullptr && !isBack; ready = ready->m_Next)
-        isBack = ready == block;
-    const SFreeBlock *back = FirstBack(slab, slab.m_State.Load());
-    for (; back != nullptr && !isBack; back = back->m_Next)
-        isBack = back == block;
+    const bool isBack = m_Links.HoldsBlock(slab.m_Ready, kMaxBlocksPerSlab, block) ||
+                        m_Links.HoldsBlock(_FirstBack(slab, slab.m_State.Load()), kMaxBlocksPerSlab, block);
     _PutBack(slab, sizeClass);
     return isBack;
 }

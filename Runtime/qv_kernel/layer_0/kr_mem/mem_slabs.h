@@ -49,26 +49,39 @@ public:
     void End();
 
     ureg Base() const { return m_Base; }
+    // How its blocks are linked while they are free.
+    const CFreeLinks &Links() const { return m_Links; }
     // The bytes from the base on in which blocks may lie. Grows; any thread may ask.
     ureg MappedBytes() const { return m_End.Load() - m_Base; }
 
     // Takes up to `count` blocks of a class, linked in the order of their addresses where they are fresh: who fills them
     // one after the other walks through memory forwards.
     // Returns their number: fewer when they would come from more than a few slabs, 0 only when memory is refused, when
-    // others were faster for too long, or when a slab is missing and the next addresses are those that another thread is
-    // just mapping.
+    // others were faster for too long, when a slab is missing and the next addresses are those that another thread is
+    // just mapping, or when links were overwritten in all slabs that were looked at.
     u32 Take(u32 sizeClass, u32 count, SFreeBlock *&outFirst);
 
     // Takes one block. Returns: null in those cases.
     SFreeBlock *TakeOne(u32 sizeClass);
 
     // Gives back the first `count` blocks of a list, of any classes, which leave it. Where other threads give blocks to
-    // the same slab at the same moment, again and again, some blocks stay in the list.
+    // the same slab at the same moment, again and again, some blocks stay in the list. It ends in front of a block whose
+    // link was overwritten.
     // Returns: how many were given.
     u32 Give(SFreeBlock *&list, u32 count);
     // Gives back all blocks of a list, or one block.
     void GiveAll(SFreeBlock *list);
-    void GiveOne(SFreeBlock *block);
+    void GiveOne(void *block);
+
+    // A free block whose link was overwritten is left alone for as long as its slab serves its class, with those behind it.
+    // Whoever comes upon one notes it, and reports it as soon as nothing is held and all is whole.
+    void NoteOverwritten(const SFreeBlock *block) { m_Overwritten.Store(reinterpret_cast<ureg>(block)); }
+    // Reports the one that was noted last, if any was since.
+    void ReportOverwritten()
+    {
+        if (QV_INTERNAL_UNLIKELY(m_Overwritten.Load() != 0))
+            _ReportOverwrittenNow();
+    }
 
     // Whether a block is among those that are back in its slab. Answers false while another thread takes from the slab.
     // Cost: linear in the slab's blocks.
@@ -88,21 +101,38 @@ public:
     SSlabFigures Figures();
 
 private:
+    // Blocks that are linked among themselves; where the last one's link leads is left open.
+    struct SBatch
+    {
+        SFreeBlock *m_First = nullptr;
+        SFreeBlock *m_Last = nullptr;
+        u32 m_Count = 0;
+    };
+
     SSlab &_Slab(u32 number) const;
     u32 _NumberOf(const SSlab &slab) const;
     SSlab *_ClaimFor(u32 sizeClass);
     SSlab *_ClaimUnused(bool orIdle);
     SSlab *_MapMore();
-    u32 _TakeFrom(SSlab &slab, u32 sizeClass, u32 count, SFreeBlock **&link);
-    bool _GiveTo(SSlab &slab, SFreeBlock *first, SFreeBlock *last, u32 count);
+    void _TakeFrom(SSlab &slab, u32 sizeClass, u32 count, SBatch &batch);
+    void _TakeReady(SSlab &slab, u32 sizeClass, u32 count, SBatch &batch);
+    void _CutFresh(SSlab &slab, u32 sizeClass, u32 count, SBatch &batch);
+    u32 _FreshBlocks(const SSlab &slab, u32 sizeClass) const;
+    void _Append(SBatch &batch, const SBatch &more) const;
+    void _TakeRun(SFreeBlock *&list, u32 count, SBatch &run);
+    SFreeBlock *_FirstBack(const SSlab &slab, u32 state) const;
+    bool _GiveTo(const SBatch &blocks);
     void _PutBack(SSlab &slab, u32 sizeClass);
     void _Retire(SSlab &slab);
     void _Discard(SSlab &slab);
     bool _MakeResident(const SSlab &slab);
+    void _ReportOverwrittenNow();
 
     CSlabSets m_Sets;
     ureg m_Base = 0;
-    TAtomic<ureg> m_End; // of what is mapped
+    CFreeLinks m_Links;
+    TAtomic<ureg> m_Overwritten; // the block that was noted last; 0 for none
+    TAtomic<ureg> m_End;         // of what is mapped
     // Idle slabs, and how many of them keep their memory.
     TAtomic<u32> m_IdleSlabs;
     TAtomic<u32> m_KeptSlabs = TAtomic<u32>(kMaxIdleSlabs);

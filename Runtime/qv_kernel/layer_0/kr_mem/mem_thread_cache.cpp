@@ -16,20 +16,36 @@ bool IsReal(const SThreadCache *cache)
     return cache != &g_NoCacheYet && cache != &g_CacheEnded;
 }
 
-// Refills the empty bin from the heap, and hands out the first block of the batch; without a cache, takes that block
-// alone. Null when memory is refused.
-QV_INTERNAL_NOINLINE void *Refill(SThreadCache *cache, u32 sizeClass)
+// How many blocks an empty bin may keep.
+u32 RoomOfBin(const SBins &bins, u32 sizeClass)
 {
-    SFreeBlock *first = nullptr;
-    const u32 taken = Process().m_Heap.Take(sizeClass, cache != nullptr ? BatchBlocks(sizeClass) : 1, first);
-    if (cache != nullptr && taken != 0)
+    return KeptBlocks(sizeClass) * (bins.m_Raises[sizeClass] + 1u);
+}
+
+// Refills a bin from the heap, and hands out the first block of the batch. Null when memory is refused.
+QV_INTERNAL_NOINLINE void *Refill(SBins &bins, u32 sizeClass)
+{
+    CSlabHeap &heap = Process().m_Heap;
+    SFreeBlock *&first = bins.m_First[sizeClass];
+    // Not empty: the link in its first block was overwritten. All of its blocks are left alone.
+    if (QV_INTERNAL_UNLIKELY(!heap.Links().IsEnd(first)))
     {
-        SBin &bin = cache->m_Bins[sizeClass];
-        bin.m_Head = first->m_Next;
-        bin.m_Vacant -= taken - 1;
-        bin.m_HasTaken = true;
+        heap.NoteOverwritten(first);
+        bins.m_Vacant[sizeClass] = RoomOfBin(bins, sizeClass);
     }
-    return taken != 0 ? MakeLive(first, sizeClass) : nullptr;
+    bins.m_Vacant[sizeClass] -= heap.Take(sizeClass, BatchBlocks(sizeClass), first);
+    bins.m_HasTaken[sizeClass] = true;
+    void *const block = TakeFirst(bins, sizeClass);
+    heap.ReportOverwritten();
+    return block;
+}
+
+// A block of the heap's for a thread without a cache. Null when memory is refused.
+QV_INTERNAL_NOINLINE void *TakeOne(u32 sizeClass)
+{
+    SFreeBlock *const block = Process().m_Heap.TakeOne(sizeClass);
+    Process().m_Heap.ReportOverwritten();
+    return block != nullptr ? MakeLive(block) : nullptr;
 }
 
 // Makes room in a full bin. Where its thread has taken blocks since it was full the last time, the bin is too small for the
@@ -37,16 +53,21 @@ QV_INTERNAL_NOINLINE void *Refill(SThreadCache *cache, u32 sizeClass)
 // blocks come without end stays small. The bin stays full where the heap takes none of the batch.
 QV_INTERNAL_NOINLINE void MakeRoom(SThreadCache &cache, u32 sizeClass)
 {
-    SBin &bin = cache.m_Bins[sizeClass];
-    if (bin.m_HasTaken && bin.m_Raises < kMaxRaises && cache.m_Raises < kMaxRaisesOfThread)
+    SBins &bins = cache.m_Bins;
+    if (bins.m_HasTaken[sizeClass] && bins.m_Raises[sizeClass] < kMaxRaises && cache.m_Raises < kMaxRaisesOfThread)
     {
-        bin.m_Vacant = KeptBlocks(sizeClass);
-        ++bin.m_Raises;
+        bins.m_Vacant[sizeClass] = KeptBlocks(sizeClass);
+        ++bins.m_Raises[sizeClass];
         ++cache.m_Raises;
     }
     else
-        bin.m_Vacant = Process().m_Heap.Give(bin.m_Head, BatchBlocks(sizeClass));
-    bin.m_HasTaken = false;
+    {
+        const u32 given = Process().m_Heap.Give(bins.m_First[sizeClass], BatchBlocks(sizeClass));
+        // Empty, where a link was overwritten.
+        const bool isEmpty = Process().m_Heap.Links().IsEnd(bins.m_First[sizeClass]);
+        bins.m_Vacant[sizeClass] = QV_INTERNAL_UNLIKELY(isEmpty) ? RoomOfBin(bins, sizeClass) : given;
+    }
+    bins.m_HasTaken[sizeClass] = false;
 }
 
 // Puts a block into its bin, and gives the heap a batch first where that is full; without a cache, gives the block, and
@@ -54,17 +75,12 @@ QV_INTERNAL_NOINLINE void MakeRoom(SThreadCache &cache, u32 sizeClass)
 void PutBack(SThreadCache *cache, void *block)
 {
     const u32 sizeClass = ClassOfSmallBlock(block);
-    SFreeBlock *const freed = MakeFree(block, sizeClass, nullptr);
-    if (cache == nullptr)
-        return Process().m_Heap.GiveOne(freed);
-    SBin &bin = cache->m_Bins[sizeClass];
-    if (bin.m_Vacant == 0)
+    if (cache != nullptr && cache->m_Bins.m_Vacant[sizeClass] == 0)
         MakeRoom(*cache, sizeClass);
-    if (bin.m_Vacant == 0)
-        return Process().m_Heap.GiveOne(freed);
-    freed->m_Next = bin.m_Head;
-    bin.m_Head = freed;
-    --bin.m_Vacant;
+    if (cache != nullptr && cache->m_Bins.m_Vacant[sizeClass] != 0)
+        PutFirst(cache->m_Bins, sizeClass, block);
+    else
+        Process().m_Heap.GiveOne(block);
 }
 
 // A large block: the one of about that size that the thread keeps, or a new one. The platform takes longer for a block of
@@ -86,11 +102,11 @@ void *TakeLarge(u64 size)
 // Keeps a large block of a thread that takes and gives blocks of about that size by turns. One that gives two in a row gives
 // the platform both, and keeps none until it takes one again: what is kept may lie at the end of the platform's memory,
 // which then cannot give back what lies below.
-// Returns: false, with nothing done, for what is not kept, or is no large block.
+// Returns: false, with nothing done, for what is not kept.
 bool KeepLarge(void *block)
 {
     SThreadCache *const cache = ThreadCache();
-    if (block == nullptr || !IsReal(cache) || !HasHead(block))
+    if (!LargeBlocksHaveHeads() || !IsReal(cache))
         return false;
     const SLargeHead &head = HeadOf(block);
     if (head.m_Room <= kMaxSmallBytes || head.m_Room >= kMaxKeptLargeBytes || head.m_Offset > kLargeAlignment)
@@ -109,20 +125,19 @@ bool KeepLarge(void *block)
     return true;
 }
 
-// Whether a block that bears the mark of a free one is free: its user may have copied the mark back into it. Other
-// threads' caches are not looked through; they change without a lock.
+// Whether a block that looks like a free one is free: its user may have copied back into it what it held when it was.
 bool LiesAmongFree(const void *block)
 {
-    const SFreeBlock *free = ThreadCache()->m_Bins[ClassOfSmallBlock(block)].m_Head;
-    while (free != nullptr && free != block)
-        free = free->m_Next;
-    return free != nullptr || Process().m_Heap.IsBack(block);
+    CSlabHeap &heap = Process().m_Heap;
+    const u32 sizeClass = ClassOfSmallBlock(block);
+    return heap.Links().HoldsBlock(ThreadCache()->m_Bins.m_First[sizeClass], kMaxBlocksPerSlab, block) ||
+           heap.IsBack(block) || LiesInAnyCache(block, sizeClass);
 }
 
-QV_INTERNAL_COLD bool IsFreedTwice(const void *block)
+QV_INTERNAL_COLD bool IsFree(const void *block)
 {
     const bool freed = LiesAmongFree(block);
-    QV_ASSERT_MESSAGE(!freed, "block %p was freed twice", block);
+    QV_ASSERT_MESSAGE(!freed, "block %p was freed already", block);
     return freed;
 }
 
@@ -131,6 +146,7 @@ QV_INTERNAL_COLD bool IsFreedTwice(const void *block)
 // From here on the range would reach the end of all addresses, where no block lies.
 QV_INTERNAL_CONSTINIT TAtomic<ureg> g_SmallRange(ureg(0) - kSmallRangeBytes);
 QV_INTERNAL_CONSTINIT TAtomic<ureg> g_SmallRangeKnown;
+QV_INTERNAL_CONSTINIT CFreeLinks g_FreeLinks;
 
 bool IsSmallBlockSlow(ureg offset)
 {
@@ -153,7 +169,9 @@ void *AllocSlow(u64 size)
     // The class that serves it may have blocks left.
     if (size == 0)
         return AllocFast(1);
-    void *const block = Refill(CacheOfThread(), SmallClass(size));
+    SThreadCache *const cache = CacheOfThread();
+    const u32 sizeClass = SmallClass(size);
+    void *const block = cache != nullptr ? Refill(cache->m_Bins, sizeClass) : TakeOne(sizeClass);
     return block != nullptr ? block : AllocLarge(size, kSmallStep);
 }
 
@@ -161,12 +179,33 @@ void FreeSlow(void *block)
 {
     if (IsSmallBlock(block))
     {
-        if (!MayBeFree(block, ClassOfSmallBlock(block)) || !IsFreedTwice(block))
+        if (IsLiveSmallBlock(block))
             PutBack(CacheOfThread(), block);
-        return;
+        return Process().m_Heap.ReportOverwritten();
     }
-    if (!KeepLarge(block) && !FreeLarge(block))
-        ReportForeign(block);
+    if (block != nullptr && IsLargeBlock(block) && !KeepLarge(block))
+        FreeLarge(block);
+}
+
+bool IsLiveSmallBlock(const void *block)
+{
+    if (IsBlock(block, ClassOfSmallBlock(block)))
+        return !g_FreeLinks.MayBeFree(block) || !IsFree(block);
+    ReportForeign(block);
+    return false;
+}
+
+bool IsLargeBlock(void *block)
+{
+    if (!LargeBlocksHaveHeads())
+        return true;
+    // There may be no memory to look for a head in: in a part of the range that nobody has mapped, and where the platform
+    // took back what was freed.
+    const bool mayBeGone = OffsetInRange(block) < kSmallRangeBytes || WasFreedLately(block);
+    if ((!mayBeGone || PortIsReadable(PageOf(&HeadOf(block)))) && HasHead(block))
+        return true;
+    ReportForeign(block);
+    return false;
 }
 
 void ReportForeign(const void *block)

@@ -3,7 +3,6 @@
 
 #include <new>
 
-#include "mem_free_block.h"
 #include "mem_large.h"
 #include "mem_port.h"
 #include "mem_process.h"
@@ -56,9 +55,12 @@ void UnlinkCache(SThreadCache *cache)
         Process().m_Caches = cache->m_Next;
 }
 
-SBin EmptyBin(u32 sizeClass)
+void EmptyBin(SBins &bins, u32 sizeClass)
 {
-    return SBin{nullptr, KeptBlocks(sizeClass), 0, false};
+    bins.m_First[sizeClass] = Process().m_Heap.Links().End();
+    bins.m_Vacant[sizeClass] = KeptBlocks(sizeClass);
+    bins.m_Raises[sizeClass] = 0;
+    bins.m_HasTaken[sizeClass] = false;
 }
 
 // Gives all blocks of a cache back to the heap and to the platform.
@@ -66,8 +68,8 @@ void FlushCache(SThreadCache &cache)
 {
     for (u32 sizeClass = 1; sizeClass < kSmallClassCount; ++sizeClass)
     {
-        Process().m_Heap.GiveAll(cache.m_Bins[sizeClass].m_Head);
-        cache.m_Bins[sizeClass] = EmptyBin(sizeClass);
+        Process().m_Heap.GiveAll(cache.m_Bins.m_First[sizeClass]);
+        EmptyBin(cache.m_Bins, sizeClass);
     }
     for (SKeptLarge &kept : cache.m_Large)
     {
@@ -79,7 +81,7 @@ void FlushCache(SThreadCache &cache)
 // Gives the memory of an empty cache back.
 void DropCache(SThreadCache *cache)
 {
-    Process().m_Heap.GiveOne(::new (static_cast<void *>(cache)) SFreeBlock{nullptr});
+    Process().m_Heap.GiveOne(cache);
 }
 
 // The caches that a copy of the library left when it was unloaded, of threads that go on.
@@ -111,6 +113,7 @@ void EndCache(void *ended)
     FlushCache(*cache);
     DropCache(cache);
     Process().m_Heap.Trim();
+    Process().m_Heap.ReportOverwritten();
 }
 
 // Makes the end of the calling thread end this cache. Returns: false where it cannot be told, or is not waited for.
@@ -133,7 +136,7 @@ QV_INTERNAL_COLD SThreadCache *MakeCache(EWaiting waiting)
         return nullptr;
     SThreadCache *const cache = ::new (block) SThreadCache{};
     for (u32 sizeClass = 0; sizeClass < kSmallClassCount; ++sizeClass)
-        cache->m_Bins[sizeClass] = EmptyBin(sizeClass);
+        EmptyBin(cache->m_Bins, sizeClass);
     cache->m_Owner = ThisCopy();
     if (!EndWithThread(cache, waiting))
     {
@@ -182,6 +185,18 @@ void EndCaches(const CSharedGuard &)
     for (SThreadCache *cache = Process().m_Caches; cache != nullptr; cache = cache->m_Next)
         if (cache->m_Owner == ThisCopy())
             cache->m_Owner = nullptr;
+}
+
+bool LiesInAnyCache(const void *block, u32 sizeClass)
+{
+    const CSharedGuard guard(Waiting_NotAtAll);
+    if (!guard.IsHeld())
+        return false;
+    const CFreeLinks &links = Process().m_Heap.Links();
+    const SThreadCache *cache = Process().m_Caches;
+    while (cache != nullptr && !links.HoldsBlock(cache->m_Bins.m_First[sizeClass], kMaxBlocksPerSlab, block))
+        cache = cache->m_Next;
+    return cache != nullptr;
 }
 
 void EndCacheOfThread()

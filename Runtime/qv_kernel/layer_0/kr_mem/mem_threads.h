@@ -8,22 +8,22 @@
 // threads that go on, and the next one that joins reclaims them.
 #pragma once
 
+#include "mem_free_block.h"
 #include "mem_policy.h"
 #include "mem_port.h"
 
 namespace Quorvane::Mem::Internal
 {
 
-struct SFreeBlock;
 class CSharedGuard;
 
-// A thread's free blocks of one class.
-struct SBin
+// A thread's free blocks, a bin for each class. Arrays of what processors can index without multiplying first.
+struct SBins
 {
-    SFreeBlock *m_Head;
-    u32 m_Vacant;    // how many more it may keep
-    u16 m_Raises;    // how often it was let keep more
-    bool m_HasTaken; // from the heap, since it was full
+    SFreeBlock *m_First[kSmallClassCount];
+    u32 m_Vacant[kSmallClassCount];    // how many more it may keep
+    u16 m_Raises[kSmallClassCount];    // how often it was let keep more
+    bool m_HasTaken[kSmallClassCount]; // from the heap, since it was full
 };
 
 // A large block that a thread has freed and keeps.
@@ -37,7 +37,7 @@ struct SKeptLarge
 // layout.
 struct SThreadCache
 {
-    SBin m_Bins[kSmallClassCount];
+    SBins m_Bins;
     u32 m_Raises;                        // of all bins
     SKeptLarge m_Large[kKeptLargeCount]; // of so many steps, and part of one more
     // In the list of all caches of the process.
@@ -80,6 +80,11 @@ QV_INTERNAL_HIDDEN void BeginCaches(const CSharedGuard &);
 // From now on, no thread gets one, and none that ends calls this copy. The caches of threads that go on stay as they are:
 // at the end of a process they may be in use.
 QV_INTERNAL_HIDDEN void EndCaches(const CSharedGuard &);
+
+// Whether a block lies in some thread's bin of its class. Other threads may change theirs meanwhile: a block that belongs to
+// the caller is in none of them all the same. Answers false while the list of caches is being changed.
+// Cost: linear in the blocks of these bins.
+QV_INTERNAL_HIDDEN bool LiesInAnyCache(const void *block, u32 sizeClass);
 
 // Ends the calling thread's cache, if it has one. What the thread frees after that goes to the heap.
 QV_INTERNAL_HIDDEN void EndCacheOfThread();

@@ -2,12 +2,18 @@
 // nobody has joined yet are in tests/drivers; several copies in one process in tests/consumer.
 #include "kr_mem/mem_process.h"
 
+#include <cerrno>
+#include <cstring>
+#include <set>
+
 #include <gtest/gtest.h>
 
+#include "assert_recorder.h"
 #include "kr_mem/mem_lock.h"
 #include "kr_mem/mem_membership.h"
 #include "kr_mem/mem_port.h"
 #include "kr_mem/mem_thread_cache.h"
+#include "process_copy.h"
 #include "test_port.h"
 
 namespace QuorvaneTest
@@ -46,6 +52,76 @@ TEST(MemProcess, ItsPlacesAreWholeChunksOfARegionThatSystemsLeaveEmpty)
         EXPECT_GE(ProcessPlace(which), u64(1) << 36);
         EXPECT_LT(ProcessPlace(which), u64(1) << 46);
     }
+}
+
+TEST(MemProcess, AllOfItsCopiesLinkFreeBlocksAlike)
+{
+    if (!HasSmallBlocks())
+        GTEST_SKIP() << "nothing is shared here";
+    const CFreeLinks &links = FindOrMakeProcess()->m_Heap.Links();
+    EXPECT_EQ(std::memcmp(&links, &g_FreeLinks, sizeof(links)), 0);
+}
+
+// What was freed before is taken after it, by the same secret.
+TEST(MemProcess, ACopyOfTheProcessReadsTheLinksOfTheProcess)
+{
+#if QV_TEST_HAS_FORK
+    if (!HasSmallBlocks())
+        GTEST_SKIP() << "nothing is shared here";
+    const CFreeLinks before = g_FreeLinks;
+    const auto useBlocks = []
+    {
+        constexpr size_t kCount = 1000;
+        void *blocks[kCount];
+        for (void *&block : blocks)
+            block = Mem::_RawAlloc(64, 0, Mem::AllocType_Generic, Mem::Origin_Alloc, QV_INTERNAL_MEM_SITE);
+        for (void *const block : blocks)
+            Mem::Free(block, Mem::AllocType_Generic);
+    };
+    useBlocks();
+    EXPECT_EQ(RunInCopy(
+                  [&]
+                  {
+                      const CAssertRecorder recorder;
+                      useBlocks();
+                      const bool isSame = std::memcmp(&before, &g_FreeLinks, sizeof(before)) == 0;
+                      return isSame && recorder.Count() == 0 ? 0 : 1;
+                  }),
+              0);
+#else
+    GTEST_SKIP() << QV_TEST_NO_FORK;
+#endif
+}
+
+TEST(MemPort, WordsByChanceAreNeverTheSame)
+{
+    std::set<u64> words;
+    errno = 7;
+    for (int i = 0; i < 1000; ++i)
+    {
+        u64 pair[2] = {0, 0};
+        PortFillByChance(pair);
+        words.insert(pair[0]);
+        words.insert(pair[1]);
+    }
+    EXPECT_EQ(words.size(), 2000u);
+    EXPECT_EQ(errno, 7);
+    // Of 2,000 words, each bit is set in about a half: within ten deviations.
+    for (u32 bit = 0; bit < 64; ++bit)
+    {
+        u32 count = 0;
+        for (const u64 word : words)
+            count += static_cast<u32>(word >> bit & 1);
+        EXPECT_NEAR(count, 1000, 224) << bit;
+    }
+}
+
+TEST(MemPort, APageBeginsInFrontOfWhatLiesInIt)
+{
+    const ureg bytes = PortPageBytes();
+    EXPECT_EQ(bytes, SystemPageBytes());
+    for (const ureg offset : {ureg(0), ureg(1), bytes - 1})
+        EXPECT_EQ(PageOf(reinterpret_cast<void *>(5 * bytes + offset)), 5 * bytes);
 }
 
 TEST(MemPort, WhatCanBeReadIsToldFromWhatCannot)

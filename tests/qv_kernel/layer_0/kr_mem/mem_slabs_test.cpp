@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "assert_recorder.h"
 #include "own_heap.h"
 
 namespace QuorvaneTest
@@ -36,7 +37,7 @@ protected:
             SFreeBlock *first = nullptr;
             taken = m_Heap.Take(sizeClass, count - static_cast<u32>(blocks.size()), first);
             const size_t before = blocks.size();
-            for (; first != nullptr; first = first->m_Next)
+            for (; !m_Heap.Links().IsEnd(first); first = Next(first))
                 blocks.push_back(reinterpret_cast<char *>(first));
             EXPECT_EQ(blocks.size() - before, taken);
         }
@@ -45,12 +46,29 @@ protected:
 
     void Give(const std::vector<char *> &blocks)
     {
-        SFreeBlock *first = nullptr;
-        for (char *const block : blocks)
-            first = ::new (block) SFreeBlock{first};
+        SFreeBlock *first = MakeList(blocks);
         EXPECT_EQ(m_Heap.Give(first, static_cast<u32>(blocks.size())), blocks.size());
-        EXPECT_EQ(first, nullptr);
+        EXPECT_TRUE(m_Heap.Links().IsEnd(first));
     }
+
+    // A list of blocks, the last one first.
+    SFreeBlock *MakeList(const std::vector<char *> &blocks)
+    {
+        SFreeBlock *first = m_Heap.Links().End();
+        for (char *const block : blocks)
+            first = m_Heap.Links().MakeFree(block, first);
+        return first;
+    }
+
+    SFreeBlock *Next(const SFreeBlock *block)
+    {
+        SFreeBlock *next = nullptr;
+        EXPECT_TRUE(m_Heap.Links().ReadLink(block, next));
+        return next;
+    }
+
+    // Writes over the link of a free block, as a text that was freed too early does.
+    static void Overwrite(void *block) { std::memset(block, 'x', sizeof(SFreeBlock)); }
 
     COwnHeap m_OwnHeap;
     CSlabHeap &m_Heap = *m_OwnHeap;
@@ -105,10 +123,10 @@ TEST_F(MemSlabs, GivingTheFirstOfAListLeavesTheRest)
 {
     SFreeBlock *first = nullptr;
     ASSERT_EQ(m_Heap.Take(1, 3, first), 3u);
-    SFreeBlock *const third = first->m_Next->m_Next;
+    SFreeBlock *const third = Next(Next(first));
     EXPECT_EQ(m_Heap.Give(first, 2), 2u);
     EXPECT_EQ(first, third);
-    EXPECT_EQ(third->m_Next, nullptr);
+    EXPECT_TRUE(m_Heap.Links().IsEnd(Next(third)));
     EXPECT_EQ(m_Heap.Figures().m_LiveBlocks, 1u);
 }
 
@@ -236,6 +254,121 @@ TEST_F(MemSlabs, KnowsWhichBlocksCameBack)
     Give({blocks[3], blocks[7]});
     for (size_t i = 0; i < blocks.size(); ++i)
         EXPECT_EQ(m_Heap.IsBack(blocks[i]), i == 3 || i == 7) << i;
+}
+
+// ---- Links that were overwritten ---------------------------------------------------------------------------------------
+
+TEST_F(MemSlabs, WhatAnOverwrittenLinkLedToIsNotTakenAgain)
+{
+    const std::vector<char *> blocks = Take(4, 10);
+    // The last one is the first to be taken.
+    Give(std::vector<char *>(blocks.begin(), blocks.begin() + 9));
+    Overwrite(blocks[5]);
+    CAssertRecorder recorder;
+    const std::vector<char *> again = Take(4, 9);
+    EXPECT_EQ(std::vector<char *>(again.begin(), again.begin() + 3),
+              (std::vector<char *>{blocks[8], blocks[7], blocks[6]}));
+    for (size_t i = 3; i < again.size(); ++i)
+        EXPECT_GT(again[i], blocks[9]) << "not a fresh one";
+    EXPECT_EQ(recorder.Count(), 0u);
+    m_Heap.ReportOverwritten();
+    m_Heap.ReportOverwritten();
+    EXPECT_EQ(recorder.Expressions(), IfAsserting({"!overwritten"}));
+}
+
+// A word that was a link here once, at another time, and was written back.
+TEST(MemSlabsLinks, ALinkThatLeavesItsSlabOrLeadsBetweenBlocksIsNotFollowed)
+{
+    if (!kHasSmallRange)
+        GTEST_SKIP() << "small blocks are the platform's here";
+    const u32 count = BlocksPerSlab(4);
+    for (int which = 0; which < 3; ++which)
+    {
+        CAssertRecorder recorder;
+        COwnHeap heap;
+        std::vector<char *> blocks;
+        for (u32 i = 0; i < count + 20; ++i)
+            blocks.push_back(reinterpret_cast<char *>(heap->TakeOne(4)));
+        char *const fresh = blocks.back() + ClassBytes(4);
+        char *const wrong[] = {blocks.back(), blocks[2] + kSmallStep, blocks[0] + count * ClassBytes(4) - kSmallStep};
+        heap->GiveOne(blocks[0]);
+        heap->GiveOne(blocks[1]);
+        heap->Links().MakeFree(blocks[1], reinterpret_cast<SFreeBlock *>(wrong[which]));
+        EXPECT_EQ(reinterpret_cast<char *>(heap->TakeOne(4)), fresh) << which;
+        heap->ReportOverwritten();
+        EXPECT_EQ(recorder.Expressions(), IfAsserting({"!overwritten"})) << which;
+    }
+}
+
+TEST_F(MemSlabs, AListThatIsGivenEndsInFrontOfAnOverwrittenLink)
+{
+    CAssertRecorder recorder;
+    const std::vector<char *> blocks = Take(4, 10);
+    SFreeBlock *list = MakeList(blocks);
+    Overwrite(blocks[6]);
+    EXPECT_EQ(m_Heap.Give(list, 8), 3u);
+    EXPECT_TRUE(m_Heap.Links().IsEnd(list));
+    EXPECT_EQ(m_Heap.Figures().m_LiveBlocks, 7u);
+    m_Heap.ReportOverwritten();
+    EXPECT_EQ(recorder.Expressions(), IfAsserting({"!overwritten"}));
+    const std::vector<char *> again = Take(4, 3);
+    EXPECT_EQ(std::set<char *>(again.begin(), again.end()), std::set<char *>(blocks.begin() + 7, blocks.end()));
+}
+
+TEST_F(MemSlabs, AListWhoseFirstLinkWasOverwrittenIsLeftAlone)
+{
+    CAssertRecorder recorder;
+    const std::vector<char *> blocks = Take(4, 10);
+    SFreeBlock *list = MakeList(blocks);
+    Overwrite(list);
+    EXPECT_EQ(m_Heap.Give(list, 8), 0u);
+    EXPECT_TRUE(m_Heap.Links().IsEnd(list));
+    m_Heap.ReportOverwritten();
+    m_Heap.GiveAll(reinterpret_cast<SFreeBlock *>(blocks.back()));
+    EXPECT_EQ(m_Heap.Figures().m_LiveBlocks, 10u);
+    m_Heap.ReportOverwritten();
+    EXPECT_EQ(recorder.Expressions(), IfAsserting({"!overwritten", "!overwritten"}));
+}
+
+TEST_F(MemSlabs, GivingAllEndsInFrontOfAnOverwrittenLink)
+{
+    CAssertRecorder recorder;
+    const std::vector<char *> blocks = Take(4, 10);
+    SFreeBlock *const list = MakeList(blocks);
+    Overwrite(blocks[6]);
+    m_Heap.GiveAll(list);
+    EXPECT_EQ(m_Heap.Figures().m_LiveBlocks, 7u);
+    m_Heap.ReportOverwritten();
+    EXPECT_EQ(recorder.Expressions(), IfAsserting({"!overwritten"}));
+}
+
+TEST_F(MemSlabs, ASlabServesAllOfItsBlocksAgainWhenTheOthersAreBack)
+{
+    CAssertRecorder recorder;
+    const std::vector<char *> blocks = Take(4, 10);
+    Give(std::vector<char *>(blocks.begin(), blocks.begin() + 5));
+    Overwrite(blocks[4]);
+    Give(Take(4, 1));
+    Give(std::vector<char *>(blocks.begin() + 5, blocks.end()));
+    EXPECT_EQ(m_Heap.Figures().m_UsedSlabs, 0u);
+    EXPECT_EQ(Take(4, 10), blocks);
+}
+
+// ---- What is a block -----------------------------------------------------------------------------------------------------
+
+TEST_F(MemSlabs, OnlyWhatWasCutFromASlabInServiceIsABlock)
+{
+    const std::vector<char *> blocks = Take(4, 10);
+    const u64 size = ClassBytes(4);
+    EXPECT_TRUE(IsBlock(blocks[0], 4));
+    EXPECT_TRUE(IsBlock(blocks[9], 4));
+    EXPECT_FALSE(IsBlock(blocks[9] + size, 4)) << "untouched memory";
+    for (u64 offset = 1; offset < size; ++offset)
+        ASSERT_FALSE(IsBlock(blocks[3] + offset, 4)) << offset;
+    EXPECT_FALSE(IsBlock(reinterpret_cast<void *>(m_Heap.Base()), 0)) << "the records of the chunk";
+    EXPECT_FALSE(IsBlock(blocks[0] + kSlabBytes, 0)) << "a slab that was never used";
+    Give(blocks);
+    EXPECT_FALSE(IsBlock(blocks[0], 4)) << "a slab that serves no class";
 }
 
 TEST_F(MemSlabs, ABatchComesFromAFewSlabsAtMost)
