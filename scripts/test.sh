@@ -113,14 +113,15 @@ step_in_fixed_placement 'memory sanitizer (clang++)' msan 'driver'
 export LC_ALL=de_DE.UTF-8
 narrow=platform-short-i386
 [ -z "$(reason_against short-i386)" ] || narrow=tracking-portable
-step_units '32 bits, tracking, portable' $narrow
+step_units '32 bits, tracking, wiped, portable' $narrow
 unset LC_ALL
 step 'tracking: the example of what is copied' $narrow 'example_copy_figures' example_copy_figures
-# The build without assertions, with an unsigned char, and under the sanitizer that sees what blocks and must not where the
-# compiler has it; and what a machine with blocks of 32 bytes runs, where this one has those of 64.
+# The build without assertions, with an unsigned char, with guards between slabs and with what is freed overwritten, and
+# under the sanitizer that sees what blocks and must not where the compiler has it; and what a machine with blocks of 32
+# bytes runs, where this one has those of 64.
 export QV_TEST_NO_WIDEST=1
 if met clang-22 && met libclang-rt-22-dev; then
-    step_units 'real time, no assertions' realtime
+    step_units 'real time, no assertions, wiped' realtime
 else
     step_units 'no assertions, no cache (g++)' no-asserts
 fi

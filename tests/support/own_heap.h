@@ -13,7 +13,7 @@ namespace QuorvaneTest
 class COwnHeap
 {
 public:
-    COwnHeap() : m_Base(_MapFirstSlab()) { m_Heap.Begin(m_Base); }
+    explicit COwnHeap(bool guards = false) : m_Base(_MapFirstSlab()) { m_Heap.Begin(m_Base, guards); }
     ~COwnHeap()
     {
         m_Heap.End();

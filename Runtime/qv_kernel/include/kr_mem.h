@@ -23,9 +23,11 @@
 // when that has been unloaded. That holds for copies of one version on a 64-bit system. Each copy has its own handler of
 // assertions.
 //
-// Where assertions are on, the default allocator reports a small block of its own that is freed again before it was handed
-// out again, as long as it does not lie in another thread's cache; a pointer that is no block is reported, too. Both are
-// left alone.
+// Where assertions are on, the default allocator reports a block that is freed or resized again before it was handed out
+// again, and a pointer that is no block, and leaves both alone. A program that writes to a small block that it has freed is
+// reported when the block would be handed out again; that block and those that it linked to are left alone, also where
+// assertions are off. The CMake options QV_MEM_GUARD_PAGES and QV_MEM_WIPE stop a program that runs over the end of its
+// small blocks sooner, and overwrite what is freed.
 #pragma once
 
 #include "qv_defs.h"

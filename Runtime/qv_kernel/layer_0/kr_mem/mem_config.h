@@ -1,5 +1,5 @@
-// What the default allocator of this build does: whether it tracks, caches small blocks, and keeps room behind growing
-// ones. Tools that watch each allocation must see each of them, with its exact size.
+// What the default allocator of this build does: whether it tracks, caches small blocks, keeps room behind growing ones,
+// puts pages that nobody may touch between its slabs, and overwrites what is freed. Tools that watch each allocation must see each of them, with its exact size.
 //
 // QV_MEM_CACHE is 1 unless the build says otherwise; 0 turns the cache off, and 2 keeps it on even under a sanitizer,
 // which proves the cache itself.
@@ -25,6 +25,19 @@ namespace Quorvane::Mem::Internal
 constexpr bool kTracks = true;
 #else
 constexpr bool kTracks = false;
+#endif
+
+// Of copies of the library in one process, the one that makes the heap decides for all.
+#if defined(QV_MEM_GUARD_PAGES) && QV_MEM_GUARD_PAGES
+constexpr bool kGuardsSlabs = true;
+#else
+constexpr bool kGuardsSlabs = false;
+#endif
+
+#if defined(QV_MEM_WIPE) && QV_MEM_WIPE
+constexpr bool kWipes = true;
+#else
+constexpr bool kWipes = false;
 #endif
 
 constexpr bool kHonorsSanitizers = QV_MEM_CACHE != 2;

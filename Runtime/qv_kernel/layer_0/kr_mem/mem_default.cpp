@@ -7,6 +7,7 @@
 #include "mem_port.h"
 #include "mem_slabs.h"
 #include "mem_thread_cache.h"
+#include "mem_wipe.h"
 
 #if !defined(QV_MEM_TRACKING) || !QV_MEM_TRACKING
 
@@ -130,14 +131,17 @@ void *DefaultRealloc(void *block, u64 newSize, u32 alignment, EAllocType, const 
         return AllocOfAlignment(newSize, alignment);
     if (!PortSizeFits(newSize) || !IsResizable(block))
         return nullptr;
-    if (!MayKeepRoom())
-        return PortRealloc(block, newSize, alignment);
     const u64 room = RoomOf(block);
+    if (!MayKeepRoom())
+        return kWipes ? Move(block, room, newSize, alignment) : PortRealloc(block, newSize, alignment);
     if (newSize > room)
         return Grow(block, room, newSize, alignment);
     if (!IsAlignedTo(block, alignment))
         return Move(block, room, newSize, alignment);
-    return newSize >= room / 2 ? block : Shrink(block, room, newSize, alignment);
+    if (newSize < room / 2)
+        return Shrink(block, room, newSize, alignment);
+    Wipe(static_cast<char *>(block) + newSize, room - newSize);
+    return block;
 }
 
 void DefaultFree(void *block, EAllocType, EOrigin, const char *, const char *, u32, const char *)

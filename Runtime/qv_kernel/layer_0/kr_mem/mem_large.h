@@ -11,6 +11,7 @@
 
 #include "mem_policy.h"
 #include "mem_port.h"
+#include "mem_wipe.h"
 
 namespace Quorvane::Mem::Internal
 {
@@ -137,15 +138,19 @@ inline u64 RoomOfLarge(void *block)
 // Requires: a block, with its mark where it has one.
 inline void FreeLarge(void *block)
 {
+    if (kWipes)
+        Wipe(block, RoomOfLarge(block));
     if (!LargeBlocksHaveHeads())
         return PortFree(block);
     UnmarkLarge(block);
     DropLarge(block);
 }
 
-// Whether the platform may resize the block, which spares the copy where it grows in place.
+// Whether the platform may resize the block, which spares the copy where it grows in place. It wipes nothing.
 inline bool CanReallocLarge(void *block, u32 alignment)
 {
+    if (kWipes)
+        return false;
     return LargeBlocksHaveHeads() ? alignment <= kLargeAlignment && HeadOf(block).m_Offset <= kLargeAlignment
                                   : alignment <= kPlatformAlignment;
 }

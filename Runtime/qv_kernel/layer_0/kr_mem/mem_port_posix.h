@@ -52,6 +52,12 @@ inline void PortUnmap(ureg address, ureg bytes)
     munmap(reinterpret_cast<void *>(address), bytes);
 }
 
+// Makes pages that are mapped ones that nobody can read or write. Where the system refuses, they stay as they are.
+inline void PortForbid(ureg address, ureg bytes)
+{
+    static_cast<void>(mprotect(reinterpret_cast<void *>(address), bytes, PROT_NONE));
+}
+
 inline ureg PortPageBytes()
 {
     return static_cast<ureg>(sysconf(_SC_PAGESIZE));

@@ -66,6 +66,13 @@ inline void PortUnmap(ureg address, ureg bytes)
     }
 }
 
+// Makes pages that are mapped ones that nobody can read or write. Where the system refuses, they stay as they are.
+inline void PortForbid(ureg address, ureg bytes)
+{
+    DWORD before = 0;
+    static_cast<void>(VirtualProtect(reinterpret_cast<void *>(address), bytes, PAGE_NOACCESS, &before));
+}
+
 inline ureg PortPageBytes()
 {
     SYSTEM_INFO system = {};

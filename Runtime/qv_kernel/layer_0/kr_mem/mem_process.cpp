@@ -14,7 +14,7 @@ namespace
 // The first slab of the heap's range: the records of its chunk, and what is shared.
 constexpr ureg kSharedOffset = kChunkRecordBytes;
 
-static_assert(kSharedOffset + sizeof(SProcess) <= kSlabBytes, "the first slab holds all of it");
+static_assert(kSharedOffset + sizeof(SProcess) <= kSlabBytes - kMaxGuardBytes, "the first slab holds all of it");
 
 // What copies must agree about. To be counted up with every change of what they share, or of what it means.
 constexpr u64 kLayoutVersion = 6;
@@ -59,7 +59,7 @@ SProcess *MakeAt(ureg place)
     if (!PortMapAt(place, kSlabBytes))
         return IsShared(place) ? SharedAt(place) : nullptr;
     SProcess *const process = ::new (SharedAt(place)) SProcess{};
-    process->m_Heap.Begin(place);
+    process->m_Heap.Begin(place, kGuardsSlabs);
     process->m_Layout.Store(kProcessLayout);
     return process;
 }

@@ -51,6 +51,8 @@ struct alignas(64) SSlab
     static bool HasNoneOut(u32 state) { return (state & kOutMask) == 0; }
 };
 
+// A slab that ends in a guard keeps three quarters of its bytes at least.
+constexpr ureg kMaxGuardBytes = kSlabBytes / 4;
 constexpr u32 kMaxBlocksPerSlab = static_cast<u32>(kSlabBytes / kSmallStep);
 static_assert(kMaxBlocksPerSlab < SSlab::kFirstMask, "a slab's blocks can be counted, and each one told");
 

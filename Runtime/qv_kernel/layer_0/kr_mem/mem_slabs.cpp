@@ -57,7 +57,7 @@ SFreeBlock *CSlabHeap::_FirstBack(const SSlab &slab, u32 state) const
     return std::launder(reinterpret_cast<SFreeBlock *>(MemoryOf(slab) + ureg(first - 1) * kSmallStep));
 }
 
-void CSlabHeap::Begin(ureg base)
+void CSlabHeap::Begin(ureg base, bool guards)
 {
     ::new (reinterpret_cast<void *>(base)) SChunk{};
     m_Sets.Begin(base);
@@ -65,6 +65,9 @@ void CSlabHeap::Begin(ureg base)
     u64 secrets[2];
     PortFillByChance(secrets);
     m_Links = CFreeLinks(base, secrets[0], secrets[1]);
+    if (guards && PortPageBytes() <= kMaxGuardBytes)
+        m_SlabBytes = static_cast<u32>(kSlabBytes - PortPageBytes());
+    _Guard(base, base + kSlabBytes);
     m_End.Store(base + kSlabBytes);
 }
 
@@ -72,6 +75,13 @@ void CSlabHeap::End()
 {
     if (MappedBytes() > kSlabBytes)
         PortUnmap(m_Base + kSlabBytes, MappedBytes() - kSlabBytes);
+}
+
+// Makes the ends of slabs, where they have guards, pages that nobody can touch. One that the system refuses is but a gap.
+void CSlabHeap::_Guard(ureg begin, ureg end) const
+{
+    for (ureg slab = begin; slab < end && m_SlabBytes != kSlabBytes; slab += kSlabBytes)
+        PortForbid(slab + m_SlabBytes, kSlabBytes - m_SlabBytes);
 }
 
 // ---- Taking ------------------------------------------------------------------------------------------------------------
@@ -149,6 +159,7 @@ SSlab *CSlabHeap::_MapMore()
     const ureg bytes = QVMin(end - m_Base, kChunkBytes);
     if (end - m_Base >= kSmallRangeBytes || !PortMapAt(end, bytes))
         return nullptr;
+    _Guard(end, end + bytes);
     u32 first = static_cast<u32>((end - m_Base) / kSlabBytes);
     u32 count = static_cast<u32>(bytes / kSlabBytes);
     if (end % kChunkBytes == 0)
@@ -224,7 +235,7 @@ void CSlabHeap::_CutFresh(SSlab &slab, u32 sizeClass, u32 count, SBatch &batch)
 u32 CSlabHeap::_FreshBlocks(const SSlab &slab, u32 sizeClass) const
 {
     const u32 cutBytes = ChunkOf(&slab)->m_CutBytes[IndexOfSlab(slab)].Load();
-    return (static_cast<u32>(kSlabBytes) - cutBytes) / static_cast<u32>(ClassBytes(sizeClass));
+    return (m_SlabBytes - cutBytes) / static_cast<u32>(ClassBytes(sizeClass));
 }
 
 // Puts more blocks behind those of a batch.
@@ -357,7 +368,7 @@ void CSlabHeap::_Retire(SSlab &slab)
 // Gives the memory of a claimed slab that serves no class back to the system.
 void CSlabHeap::_Discard(SSlab &slab)
 {
-    PortDiscard(MemoryOf(slab), kSlabBytes);
+    PortDiscard(MemoryOf(slab), m_SlabBytes);
     m_Sets.Put(kReturnedSet, _NumberOf(slab));
 }
 
@@ -439,9 +450,9 @@ bool CSlabHeap::_MakeResident(const SSlab &slab)
         return true;
     SChunk *const chunk = ChunkOf(&slab);
     PortTouch(chunk, kChunkRecordBytes);
-    PortTouch(MemoryOf(slab), kSlabBytes);
+    PortTouch(MemoryOf(slab), m_SlabBytes);
     return !m_LocksSlabs.Load() ||
-           (PortLockInMemory(chunk, kChunkRecordBytes) && PortLockInMemory(MemoryOf(slab), kSlabBytes));
+           (PortLockInMemory(chunk, kChunkRecordBytes) && PortLockInMemory(MemoryOf(slab), m_SlabBytes));
 }
 
 SSlabFigures CSlabHeap::Figures()

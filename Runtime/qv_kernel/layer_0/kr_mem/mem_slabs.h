@@ -43,14 +43,18 @@ public:
     CSlabHeap &operator=(const CSlabHeap &) = delete;
 
     // Begins at a multiple of a chunk's size, where one slab of memory is mapped that reads as zero. The chunk's records
-    // take its first kChunkRecordBytes; the rest of it is the caller's.
-    void Begin(ureg base);
+    // take its first kChunkRecordBytes; the rest of it is the caller's, but for a guard at its end.
+    // With `guards`, slabs that are mapped from now on end in a page that cannot be touched, and this one does; where the
+    // system has pages so large that less than three quarters of a slab would be left, none does.
+    void Begin(ureg base, bool guards = false);
     // Unmaps all but that slab, whatever lives in it.
     void End();
 
     ureg Base() const { return m_Base; }
     // How its blocks are linked while they are free.
     const CFreeLinks &Links() const { return m_Links; }
+    // The bytes of each slab that blocks may lie in.
+    u32 BytesOfSlab() const { return m_SlabBytes; }
     // The bytes from the base on in which blocks may lie. Grows; any thread may ask.
     ureg MappedBytes() const { return m_End.Load() - m_Base; }
 
@@ -126,10 +130,12 @@ private:
     void _Retire(SSlab &slab);
     void _Discard(SSlab &slab);
     bool _MakeResident(const SSlab &slab);
+    void _Guard(ureg begin, ureg end) const;
     void _ReportOverwrittenNow();
 
     CSlabSets m_Sets;
     ureg m_Base = 0;
+    u32 m_SlabBytes = kSlabBytes; // in front of its guard
     CFreeLinks m_Links;
     TAtomic<ureg> m_Overwritten; // the block that was noted last; 0 for none
     TAtomic<ureg> m_End;         // of what is mapped

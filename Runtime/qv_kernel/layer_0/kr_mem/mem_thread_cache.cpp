@@ -75,6 +75,7 @@ QV_INTERNAL_NOINLINE void MakeRoom(SThreadCache &cache, u32 sizeClass)
 void PutBack(SThreadCache *cache, void *block)
 {
     const u32 sizeClass = ClassOfSmallBlock(block);
+    Wipe(block, ClassBytes(sizeClass));
     if (cache != nullptr && cache->m_Bins.m_Vacant[sizeClass] == 0)
         MakeRoom(*cache, sizeClass);
     if (cache != nullptr && cache->m_Bins.m_Vacant[sizeClass] != 0)
@@ -120,6 +121,7 @@ bool KeepLarge(void *block)
         kept = SKeptLarge{nullptr, false};
         return false;
     }
+    Wipe(block, head.m_Room);
     UnmarkLarge(block);
     kept.m_Block = block;
     return true;

@@ -7,6 +7,7 @@
 #include "mem_free_block.h"
 #include "mem_policy.h"
 #include "mem_threads.h"
+#include "mem_wipe.h"
 
 namespace Quorvane::Mem::Internal
 {
@@ -82,6 +83,7 @@ inline void FreeFast(void *block, u32 sizeClass)
     SBins &bins = ThreadCache()->m_Bins;
     if (QV_INTERNAL_UNLIKELY(bins.m_Vacant[sizeClass] == 0 || g_FreeLinks.MayBeFree(block)))
         return FreeSlow(block);
+    Wipe(block, ClassBytes(sizeClass));
     PutFirst(bins, sizeClass, block);
 }
 

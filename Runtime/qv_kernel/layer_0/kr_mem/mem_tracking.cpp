@@ -5,11 +5,13 @@
 
 #if defined(QV_MEM_TRACKING) && QV_MEM_TRACKING
 
+#include <cstddef>
 #include <cstring>
 
 #include "kr_assert.h"
 #include "mem_lock.h"
 #include "mem_port.h"
+#include "mem_wipe.h"
 
 namespace Quorvane::Mem
 {
@@ -69,6 +71,7 @@ void Unlink(SRecord *record)
 // Keeps the freed block, and gives the platform the one that has waited longest.
 void Quarantine(SRecord *record)
 {
+    Internal::Wipe(record->m_Block, record->m_Size);
     record->m_Freed = true;
     SRecord *const longest = g_Quarantine[g_QuarantineNext];
     g_Quarantine[g_QuarantineNext] = record;
@@ -130,13 +133,27 @@ SRecord *FindResizable(const void *block, SFault &outFault)
     return nullptr;
 }
 
+// The platform's reallocation leaves what it frees as it is. Null when memory is refused; then the block is as it was.
+void *Reallocate(void *block, u64 size, u64 newSize, u32 alignment)
+{
+    if (!Internal::kWipes)
+        return Internal::PortRealloc(block, newSize, alignment);
+    void *const moved = Internal::PortAlloc(newSize, alignment);
+    if (moved == nullptr)
+        return nullptr;
+    std::memcpy(moved, block, static_cast<std::size_t>(QVMin(size, newSize)));
+    Internal::Wipe(block, size);
+    Internal::PortFree(block);
+    return moved;
+}
+
 // Requires the lock. `resized` is the record of the new block but for its address.
 // Returns: null when memory is refused; the block and its record are then as they were.
 void *Resize(SRecord *record, u32 alignment, const SRecord &resized)
 {
     // Out of its bucket before its address changes.
     Unlink(record);
-    void *const moved = Internal::PortRealloc(record->m_Block, resized.m_Size, alignment);
+    void *const moved = Reallocate(record->m_Block, record->m_Size, resized.m_Size, alignment);
     if (moved != nullptr)
     {
         *record = resized;

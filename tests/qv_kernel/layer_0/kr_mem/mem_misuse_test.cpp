@@ -295,7 +295,8 @@ TEST_F(MemMisuseReported, APointerBehindTheLastBlockOfASlabIsReportedAndLeftAlon
 {
     const u64 size = 48;
     std::vector<u8 *> blocks;
-    const u64 last = (kSlabBytes / size - 1) * size;
+    const u64 slabBytes = Process().m_Heap.BytesOfSlab();
+    const u64 last = (slabBytes / size - 1) * size;
     do
         blocks.push_back(Alloc(size));
     while (reinterpret_cast<ureg>(blocks.back()) % kSlabBytes != last);

@@ -124,6 +124,18 @@ TEST(MemPort, APageBeginsInFrontOfWhatLiesInIt)
         EXPECT_EQ(PageOf(reinterpret_cast<void *>(5 * bytes + offset)), 5 * bytes);
 }
 
+TEST(MemPort, WhatIsForbiddenCannotBeRead)
+{
+    const ureg pageBytes = PortPageBytes();
+    void *const memory = MapPages(2 * pageBytes, PageAccess_ReadWrite);
+    ASSERT_NE(memory, nullptr);
+    const ureg address = reinterpret_cast<ureg>(memory);
+    PortForbid(address + pageBytes, pageBytes);
+    EXPECT_TRUE(PortIsReadable(address));
+    EXPECT_FALSE(PortIsReadable(address + pageBytes));
+    UnmapPages(memory, 2 * pageBytes);
+}
+
 TEST(MemPort, WhatCanBeReadIsToldFromWhatCannot)
 {
     constexpr ureg kBytes = 65536;

@@ -9,6 +9,7 @@
 
 #include "assert_recorder.h"
 #include "own_heap.h"
+#include "process_copy.h"
 
 namespace QuorvaneTest
 {
@@ -22,6 +23,8 @@ using namespace Quorvane::Mem::Internal;
 class MemSlabs : public ::testing::Test
 {
 protected:
+    explicit MemSlabs(bool guards = false) : m_OwnHeap(guards) {}
+
     void SetUp() override
     {
         if (!kHasSmallRange)
@@ -72,6 +75,36 @@ protected:
 
     COwnHeap m_OwnHeap;
     CSlabHeap &m_Heap = *m_OwnHeap;
+};
+
+// The same, with slabs that end in guards.
+class MemSlabsGuarded : public MemSlabs
+{
+protected:
+    MemSlabsGuarded() : MemSlabs(true) {}
+
+    void SetUp() override
+    {
+        MemSlabs::SetUp();
+        if (kHasSmallRange && m_Heap.BytesOfSlab() == kSlabBytes)
+            GTEST_SKIP() << "pages are so large here that a guard would leave too little of a slab";
+    }
+
+    // All blocks that the heap can cut from `slabs` slabs, of all classes by turns.
+    std::vector<SFreeBlock *> TakeSlabs(u32 slabs)
+    {
+        std::vector<SFreeBlock *> blocks;
+        for (u32 slab = 0; slab < slabs; ++slab)
+        {
+            const u32 sizeClass = 1 + slab % (kSmallClassCount - 1);
+            for (u64 room = m_Heap.BytesOfSlab(); room >= ClassBytes(sizeClass); room -= ClassBytes(sizeClass))
+                blocks.push_back(m_Heap.TakeOne(sizeClass));
+        }
+        return blocks;
+    }
+
+    // Whether the last page of a slab of the heap can be read.
+    bool CanReadEndOf(u32 slab) { return PortIsReadable(m_Heap.Base() + (slab + 1) * kSlabBytes - PortPageBytes()); }
 };
 
 constexpr u32 kLargestClass = kSmallClassCount - 1;
@@ -369,6 +402,79 @@ TEST_F(MemSlabs, OnlyWhatWasCutFromASlabInServiceIsABlock)
     EXPECT_FALSE(IsBlock(blocks[0] + kSlabBytes, 0)) << "a slab that was never used";
     Give(blocks);
     EXPECT_FALSE(IsBlock(blocks[0], 4)) << "a slab that serves no class";
+}
+
+// ---- Guards ---------------------------------------------------------------------------------------------------------------
+
+TEST_F(MemSlabs, WithoutGuardsAllOfItsMemoryCanBeUsed)
+{
+    Take(4, 3 * BlocksPerSlab(4));
+    EXPECT_EQ(m_Heap.BytesOfSlab(), kSlabBytes);
+    for (ureg page = m_Heap.Base(); page < m_Heap.Base() + m_Heap.MappedBytes(); page += PortPageBytes())
+        ASSERT_TRUE(PortIsReadable(page));
+}
+
+TEST_F(MemSlabsGuarded, EachSlabEndsInAPageThatCannotBeTouched)
+{
+    TakeSlabs(2 * kSlabsPerChunk);
+    const u32 slabs = static_cast<u32>(m_Heap.MappedBytes() / kSlabBytes);
+    EXPECT_GE(slabs, 3 * kSlabsPerChunk);
+    for (u32 slab = 0; slab < slabs; ++slab)
+    {
+        ASSERT_FALSE(CanReadEndOf(slab)) << slab;
+        ASSERT_TRUE(PortIsReadable(m_Heap.Base() + slab * kSlabBytes)) << slab;
+        ASSERT_TRUE(PortIsReadable(m_Heap.Base() + slab * kSlabBytes + m_Heap.BytesOfSlab() - PortPageBytes()));
+    }
+}
+
+TEST_F(MemSlabsGuarded, BlocksLieInFrontOfTheGuards)
+{
+    for (SFreeBlock *const block : TakeSlabs(kSmallClassCount - 1))
+    {
+        const u64 size = ClassBytes(ClassOfSmallBlock(block));
+        ASSERT_LE(reinterpret_cast<ureg>(block) % kSlabBytes + size, m_Heap.BytesOfSlab());
+        std::memset(static_cast<void *>(block), 0xCD, static_cast<size_t>(size));
+    }
+}
+
+TEST_F(MemSlabsGuarded, ATextThatRunsOverTheEndOfItsSlabEndsTheProgram)
+{
+#if QV_TEST_HAS_FORK
+    const u64 size = ClassBytes(kLargestClass);
+    SFreeBlock *last = nullptr;
+    for (u64 room = m_Heap.BytesOfSlab(); room >= size; room -= size)
+        last = m_Heap.TakeOne(kLargestClass);
+    const size_t room = m_Heap.BytesOfSlab() - reinterpret_cast<ureg>(last) % kSlabBytes;
+    const auto write = [last](size_t bytes)
+    {
+        std::memset(static_cast<void *>(last), 'x', bytes);
+        return 0;
+    };
+    EXPECT_EQ(RunInCopy([&] { return write(room); }), 0);
+    EXPECT_NE(RunInCopy([&] { return write(room + 1); }), 0);
+#else
+    GTEST_SKIP() << QV_TEST_NO_FORK;
+#endif
+}
+
+TEST_F(MemSlabsGuarded, SlabsThatGaveTheirMemoryBackAreGuardedAsBefore)
+{
+    for (int round = 0; round < 2; ++round)
+    {
+        for (SFreeBlock *const block : TakeSlabs(kMaxIdleSlabs + 3))
+            m_Heap.GiveOne(block);
+        m_Heap.Trim();
+        EXPECT_EQ(m_Heap.Figures().m_IdleSlabs, kMaxIdleSlabsAfterThread);
+    }
+    for (u32 slab = 0; slab < m_Heap.MappedBytes() / kSlabBytes; ++slab)
+        ASSERT_FALSE(CanReadEndOf(slab)) << slab;
+}
+
+TEST_F(MemSlabsGuarded, MemoryCanBeMadeReadyInFrontOfTheGuards)
+{
+    EXPECT_TRUE(m_Heap.Prewarm(kSlabBytes, false));
+    EXPECT_EQ(m_Heap.Figures().m_IdleSlabs, 1u);
+    EXPECT_TRUE(m_Heap.Prewarm(0, true));
 }
 
 TEST_F(MemSlabs, ABatchComesFromAFewSlabsAtMost)

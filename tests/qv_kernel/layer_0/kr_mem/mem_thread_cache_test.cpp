@@ -182,7 +182,7 @@ TEST_F(MemThreadCacheOwn, BlocksTakeNoMoreThanTheirSize)
     std::vector<u8 *> blocks(kCount);
     for (u8 *&block : blocks)
         block = Alloc(64);
-    EXPECT_LE(SmallFigures().m_UsedSlabs - before, kCount * 64 / kSlabBytes + 1);
+    EXPECT_LE(SmallFigures().m_UsedSlabs - before, kCount * 64 / FindOrMakeProcess()->m_Heap.BytesOfSlab() + 1);
     for (u8 *const block : blocks)
         Free(block, 64);
 }
