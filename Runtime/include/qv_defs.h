@@ -9,6 +9,7 @@
 #include <type_traits>
 
 #include "kr_assert.h"
+#include "qv_internal/qv_wrapping.h"
 
 namespace Quorvane
 {

@@ -10,6 +10,7 @@
 #include "kr_containers_array.h"
 #include "kr_containers_internals.h"
 #include "kr_string.h"
+#include "random_numbers.h"
 
 using namespace Quorvane;
 using namespace QuorvaneTest;
@@ -21,7 +22,7 @@ namespace
 u32 NextRandom()
 {
     static u32 state = 12345;
-    state = state * 1664525u + 1013904223u;
+    state = NextRandomState(state);
     return state >> 8;
 }
 

@@ -506,7 +506,7 @@ void MeasureOthers()
             [&]
             {
                 for (u32 i = 0; i < 5000; ++i)
-                    numbers[i] = i * 2654435761u;
+                    numbers[i] = Internal::WrappingProduct(i, 2654435761u);
                 QuickSort(numbers, numbers + 5000);
             });
 }

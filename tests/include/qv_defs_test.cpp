@@ -48,6 +48,31 @@ struct SSelfReferring
 
 } // namespace
 
+template <typename T>
+void ExpectWrapping()
+{
+    using namespace Internal;
+    constexpr T kMax = std::numeric_limits<T>::max();
+    static_assert(WrappingSum(kMax, T(1)) == 0, "compilers compute it, too");
+    EXPECT_EQ(WrappingSum(T(3), T(4)), 7u);
+    EXPECT_EQ(WrappingSum(kMax, kMax), static_cast<T>(kMax - 1));
+    EXPECT_EQ(WrappingDifference(T(7), T(4)), 3u);
+    EXPECT_EQ(WrappingDifference(T(0), T(1)), kMax);
+    EXPECT_EQ(WrappingDifference(T(1), kMax), 2u);
+    EXPECT_EQ(WrappingProduct(T(7), T(6)), 42u);
+    EXPECT_EQ(WrappingProduct(kMax, kMax), 1u);
+    EXPECT_EQ(WrappingProduct(kMax, T(2)), static_cast<T>(kMax - 1));
+}
+
+TEST(Defs, WrappingArithmeticIsModuloTwoToTheBitsOfTheType)
+{
+    ExpectWrapping<u8>();
+    ExpectWrapping<u16>();
+    ExpectWrapping<u32>();
+    ExpectWrapping<u64>();
+    ExpectWrapping<ureg>();
+}
+
 TEST(Defs, IntegersHaveTheWidthAndSignOfTheirNames)
 {
     EXPECT_EQ(sizeof(u8), 1u);

@@ -12,6 +12,7 @@
 # service without one.
 order='
 qv_internal/qv_namespace.h
+qv_internal/qv_wrapping.h
 kr_assert.h
 qv_defs.h
 qv_guid.h

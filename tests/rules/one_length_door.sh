@@ -9,6 +9,6 @@ assignment='m_Length[[:space:]]*([-+*/%|&^]|<<|>>)?=[^=]|m_Length[[:space:]]*(\+
 (cd "$root" && find Runtime/qv_kernel/include Runtime/qv_kernel/layer_0/kr_string -type f \
     \( -name '*.h' -o -name '*.inc' -o -name '*.cpp' \) -exec grep -n -E -e "$assignment" /dev/null {} + 2>/dev/null |
     sort) >"$scratch/found"
-door='^Runtime/qv_kernel/include/kr_string_container\.h:[0-9]+:[[:space:]]*void _ChangeLengthBy\(u32 difference\) noexcept QV_NONBLOCKING \{ m_Length \+= difference; \}$'
+door='^Runtime/qv_kernel/include/kr_string_container\.h:[0-9]+:[[:space:]]*m_Length = Internal::WrappingSum\(m_Length, difference\);$'
 grep -v -E -e "$door" "$scratch/found" >>"$breaches"
 verdict

@@ -7,6 +7,7 @@
 
 #include "kr_assert.h"
 #include "qv_defs.h"
+#include "random_numbers.h"
 
 // Counts what does not hold, and prints the first of it.
 #define QV_TEST_CHECK(...) QuorvaneTest::Check((__VA_ARGS__), __FILE__, __LINE__, #__VA_ARGS__)
@@ -67,7 +68,7 @@ public:
     // Below `bound`.
     Quorvane::u32 Next(Quorvane::u32 bound)
     {
-        m_State = m_State * 6364136223846793005ull + 1442695040888963407ull;
+        m_State = NextRandomState(m_State);
         return static_cast<Quorvane::u32>(m_State >> 33) % bound;
     }
 

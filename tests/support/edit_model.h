@@ -101,7 +101,8 @@ inline std::string ModelStripLeft(const std::string &text, const std::string &se
 
 inline std::string ModelStripRight(const std::string &text, const std::string &set)
 {
-    return text.substr(0, text.find_last_not_of(set) + 1);
+    const size_t last = text.find_last_not_of(set);
+    return last != std::string::npos ? text.substr(0, last + 1) : std::string();
 }
 
 inline std::string ModelStrip(const std::string &text, const std::string &set)

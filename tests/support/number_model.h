@@ -59,11 +59,17 @@ SModelNumber ModelParse(const std::string &text, unsigned base)
                       std::numeric_limits<Integer>::is_signed);
 }
 
+// The two's complement.
+inline Quorvane::u64 ModelNegative(Quorvane::u64 magnitude)
+{
+    return magnitude == 0 ? 0 : ~magnitude + 1;
+}
+
 // The value that a model's magnitude and sign mean.
 template <typename Integer>
 Integer ModelValue(const SModelNumber &number)
 {
-    return static_cast<Integer>(number.m_IsNegative ? 0 - number.m_Magnitude : number.m_Magnitude);
+    return static_cast<Integer>(number.m_IsNegative ? ModelNegative(number.m_Magnitude) : number.m_Magnitude);
 }
 
 inline std::string ModelNumberText(bool isNegative, Quorvane::u64 magnitude, unsigned base)
@@ -81,7 +87,7 @@ template <typename Integer>
 std::string ModelNumberText(Integer value, unsigned base)
 {
     const Quorvane::u64 bits = static_cast<Quorvane::u64>(value);
-    return ModelNumberText(value < 0, value < 0 ? 0 - bits : bits, base);
+    return ModelNumberText(value < 0, value < 0 ? ModelNegative(bits) : bits, base);
 }
 
 } // namespace QuorvaneTest

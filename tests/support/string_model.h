@@ -22,7 +22,11 @@ inline std::string ModelJoinPath(const std::string &left, const std::string &rig
 {
     const auto isSlashes = [](const std::string &text)
     { return !text.empty() && text.find_first_not_of('/') == std::string::npos; };
-    const auto withoutTrailing = [](const std::string &text) { return text.substr(0, text.find_last_not_of('/') + 1); };
+    const auto withoutTrailing = [](const std::string &text)
+    {
+        const size_t last = text.find_last_not_of('/');
+        return last == std::string::npos ? std::string() : text.substr(0, last + 1);
+    };
     const auto withoutLeading = [](const std::string &text)
     {
         const size_t first = text.find_first_not_of('/');

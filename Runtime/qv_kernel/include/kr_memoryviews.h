@@ -68,7 +68,7 @@ public:
         return m_Data[index];
     }
     T &First() const noexcept QV_NONBLOCKING { return (*this)[0]; }
-    T &Last() const noexcept QV_NONBLOCKING { return (*this)[m_Count - 1]; }
+    T &Last() const noexcept QV_NONBLOCKING { return (*this)[Internal::WrappingDifference(m_Count, 1u)]; }
 
     // `count` elements from `start`.
     // Requires: they lie in the view, else reports "start <= m_Count && count <= m_Count - start" and clamps.
@@ -141,7 +141,7 @@ public:
         return *_Element(index);
     }
     T &First() const noexcept QV_NONBLOCKING { return (*this)[0]; }
-    T &Last() const noexcept QV_NONBLOCKING { return (*this)[m_Storage.m_Count - 1]; }
+    T &Last() const noexcept QV_NONBLOCKING { return (*this)[Internal::WrappingDifference(m_Storage.m_Count, 1u)]; }
 
     // Private to the library: makes the reports of an element access.
     void _AssertAccessible(u32 index) const noexcept QV_NONBLOCKING

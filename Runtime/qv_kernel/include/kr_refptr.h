@@ -285,7 +285,7 @@ inline bool CRefCountedObjectBase::_DropIsLast() const noexcept QV_NONBLOCKING
 
 inline void CRefCountedObjectBase::RemoveWeakReference() const noexcept QV_NONBLOCKING
 {
-    const u32 nrc = _WeakCountOf(m_WeakCount.FetchDec()) - 1;
+    const u32 nrc = Internal::WrappingDifference(_WeakCountOf(m_WeakCount.FetchDec()), 1u);
     QV_ASSERT_MESSAGE(s32(nrc) >= 0, "/!\\ weak refcount underflow /!\\");
 }
 

@@ -149,7 +149,10 @@ private:
 
     // The one place where a length changes; `difference` is modulo 2^32, so that it may be negative. Lengths stay below
     // kLengthMask, so the flags above them stay what they are. Zeroing what is behind the text is up to the caller.
-    void _ChangeLengthBy(u32 difference) noexcept QV_NONBLOCKING { m_Length += difference; }
+    void _ChangeLengthBy(u32 difference) noexcept QV_NONBLOCKING
+    {
+        m_Length = Internal::WrappingSum(m_Length, difference);
+    }
 
     // Appends a character, not the terminator, where the holder of the only reference has room for it.
     // Returns: false, with nothing done, where it has not.

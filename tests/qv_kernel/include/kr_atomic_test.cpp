@@ -93,7 +93,7 @@ TYPED_TEST(Atomic, DecIsZeroTellsZeroAndNegativeOfTheValueAfter)
     for (const TypeParam before : {TypeParam(0), TypeParam(1), TypeParam(2), TypeParam(0x7F), kLast})
     {
         TAtomic<TypeParam> value(before);
-        const TypeParam after = static_cast<TypeParam>(before - 1);
+        const TypeParam after = static_cast<TypeParam>(Internal::WrappingDifference<u64>(static_cast<u64>(before), 1));
         bool negative = false;
         EXPECT_EQ(value.DecIsZero(negative), after == 0) << s64(before);
         EXPECT_EQ(negative, static_cast<std::make_signed_t<TypeParam>>(after) < 0) << s64(before);

@@ -152,7 +152,8 @@ private:
     // of short ones comes round to an element.
     u64 _AddressAt(s64 n) const noexcept QV_NONBLOCKING
     {
-        return reinterpret_cast<ureg>(RealType::m_Ptr) + static_cast<u64>(n) * sizeof(_Element);
+        return Internal::WrappingSum<u64>(reinterpret_cast<ureg>(RealType::m_Ptr),
+                                          Internal::WrappingProduct<u64>(static_cast<u64>(n), sizeof(_Element)));
     }
     bool _InStorage(u64 address) const noexcept QV_NONBLOCKING
     {

@@ -54,9 +54,9 @@ public:
     Iterator &operator+=(difference_type n) noexcept QV_NONBLOCKING
     {
         if (QV_INTERNAL_UNLIKELY(m_Stride == 0))
-            m_Repeats += static_cast<u32>(n);
+            m_Repeats = Internal::WrappingSum(m_Repeats, static_cast<u32>(n));
         else
-            m_Address += static_cast<u64>(n) * m_Stride;
+            m_Address = Internal::WrappingSum(m_Address, Internal::WrappingProduct<u64>(static_cast<u64>(n), m_Stride));
         return *this;
     }
     Iterator &operator-=(difference_type n) noexcept QV_NONBLOCKING { return *this += -n; }
@@ -67,7 +67,8 @@ public:
     {
         if (QV_INTERNAL_UNLIKELY(a.m_Stride == 0))
             return static_cast<difference_type>(a.m_Repeats) - static_cast<difference_type>(b.m_Repeats);
-        return static_cast<difference_type>(static_cast<s64>(a.m_Address - b.m_Address) / a.m_Stride);
+        return static_cast<difference_type>(static_cast<s64>(Internal::WrappingDifference(a.m_Address, b.m_Address)) /
+                                            a.m_Stride);
     }
     friend bool operator==(const Iterator &a, const Iterator &b) noexcept QV_NONBLOCKING
     {

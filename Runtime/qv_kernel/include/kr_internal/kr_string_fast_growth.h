@@ -43,7 +43,8 @@ struct SFastGrowth
     static bool OverlapsRoomFast(const CStringContainer &container, const char *other,
                                  u32 length) noexcept QV_NONBLOCKING
     {
-        const ureg fromRoom = reinterpret_cast<ureg>(other) - (reinterpret_cast<ureg>(container.m_Characters) - length);
+        const ureg fromRoom =
+            WrappingDifference(reinterpret_cast<ureg>(other), reinterpret_cast<ureg>(container.m_Characters) - length);
         return fromRoom < static_cast<ureg>(container.m_Capacity) + length;
     }
 
@@ -52,7 +53,7 @@ struct SFastGrowth
     QV_INTERNAL_ALWAYS_INLINE static bool TakesFast(const CStringContainer *container, const char *other,
                                                     u32 length) noexcept QV_NONBLOCKING
     {
-        return container != nullptr && length - 1 < kMaxInlineCopy && MayGrowFast(*container) &&
+        return container != nullptr && WrappingDifference(length, 1u) < kMaxInlineCopy && MayGrowFast(*container) &&
                HasRoomFor(*container, length) && !OverlapsRoomFast(*container, other, length);
     }
 
@@ -66,7 +67,7 @@ protected:
     // With any other flags than those of the resizable form it is no length that a text may have.
     static u32 _LengthOfResizable(const CStringContainer &container) noexcept QV_NONBLOCKING
     {
-        return container.m_Length - CStringContainer::kResizableFlag;
+        return WrappingDifference(container.m_Length, CStringContainer::kResizableFlag);
     }
 
     static char *_LengthenFrom(CStringContainer &container, u32 length, u32 added) noexcept QV_NONBLOCKING

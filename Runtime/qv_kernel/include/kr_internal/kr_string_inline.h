@@ -35,7 +35,7 @@ inline bool CStringContainer::_AppendFast(char character) noexcept QV_NONBLOCKIN
         return false;
     // One comparison for the form and for the longest length; with the reserved bit set it takes the slow path.
     const u32 word = m_Length;
-    const u32 length = word - kResizableFlag;
+    const u32 length = Internal::WrappingDifference(word, kResizableFlag);
     if (length >= kLengthMask - 1)
         return false;
     // The block of the old terminator is ours to its end, and zero behind it: only a new block needs a capacity check.

@@ -83,7 +83,7 @@ inline void FindRuns(const u64 *bitmap, u32 count, u64 &before, u64 *begins, u64
     for (u32 at = 0; at < count; at += kBitmapWordBits)
     {
         const u64 matches = bitmap[at / kBitmapWordBits];
-        const u64 behindMatches = matches << 1 | before;
+        const u64 behindMatches = WrappingSum(matches, matches) | before;
         begins[at / kBitmapWordBits] = behindMatches & ~matches;
         ends[at / kBitmapWordBits] = matches & ~behindMatches;
         before = matches >> (QVMin(count - at, kBitmapWordBits) - 1) & 1;

@@ -101,7 +101,7 @@ char *PutEscaped(char character, char *dst)
 {
     const u32 letter = EscapeLetterOf(character);
     const u32 hasLetter = letter != 0 ? 1 : 0;
-    const u32 keepsItself = hasLetter - 1; // all bits or none
+    const u32 keepsItself = Internal::WrappingDifference(hasLetter, 1u); // all bits or none
     *dst = '\\';
     dst += hasLetter;
     *dst = static_cast<char>(letter | (static_cast<u8>(character) & keepsItself));

@@ -96,7 +96,7 @@ bool PutIntegerArgument(SPrintf &printf, const SDirective &directive)
     const bool isSigned = directive.m_Kind == Directive_Signed;
     const u64 bits = TakeInteger(printf, directive.m_Size, isSigned);
     const bool isNegative = isSigned && bits >> 63 != 0;
-    PutInteger(printf.m_Output, directive, isNegative ? 0 - bits : bits, isNegative);
+    PutInteger(printf.m_Output, directive, isNegative ? WrappingDifference<u64>(0, bits) : bits, isNegative);
     return true;
 }
 

@@ -79,7 +79,7 @@ inline void BeginCarries(const SBoundary &boundary, Carry *carries, u32 textLeng
 // The weight of two texts of `total` characters at a distance: the same on every machine.
 inline float WeightAt(u32 total, u32 distance)
 {
-    const float likeness = RoundedToType(static_cast<float>(total - distance + 1));
+    const float likeness = RoundedToType(static_cast<float>(total + 1 - distance));
     return RoundedToType(likeness / RoundedToType(static_cast<float>(total)));
 }
 

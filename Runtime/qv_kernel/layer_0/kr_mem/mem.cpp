@@ -17,7 +17,7 @@ namespace
 
 bool IsPowerOfTwoOrZero(u32 alignment)
 {
-    return (alignment & (alignment - 1)) == 0;
+    return (alignment & Quorvane::Internal::WrappingDifference(alignment, 1u)) == 0;
 }
 
 // What leaves the fast path. Apart from it, and with the same arguments, so that it need not save them.

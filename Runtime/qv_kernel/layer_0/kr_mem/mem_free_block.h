@@ -114,7 +114,7 @@ private:
     u64 _KeyOf(const void *block) const
     {
         const u64 place = static_cast<u64>(reinterpret_cast<ureg>(block));
-        return (place ^ m_Secrets[0]) * m_Secrets[1];
+        return Quorvane::Internal::WrappingProduct(place ^ m_Secrets[0], m_Secrets[1]);
     }
 
     ureg m_Base = 0;

@@ -40,7 +40,7 @@ QV_INTERNAL_CONSTINIT QV_INTERNAL_HIDDEN inline TAtomic<ureg> g_FreedLarge[1u <<
 
 inline TAtomic<ureg> &FreedLargeSlot(const void *block)
 {
-    const u64 hash = static_cast<u64>(reinterpret_cast<ureg>(block)) * 0x9E3779B97F4A7C15ull;
+    const u64 hash = Quorvane::Internal::WrappingProduct<u64>(reinterpret_cast<ureg>(block), 0x9E3779B97F4A7C15ull);
     return g_FreedLarge[hash >> (64 - kFreedLargeBits)];
 }
 
@@ -64,7 +64,8 @@ inline void ForgetFreed(const void *block)
 // Differs from block to block, so that the mark of one, copied with its neighbourhood, is none of another one's.
 inline u32 MarkOfLarge(const void *block)
 {
-    return static_cast<u32>(static_cast<u64>(reinterpret_cast<ureg>(block)) * 0x9E3779B97F4A7C15ull >> 32);
+    return static_cast<u32>(
+        Quorvane::Internal::WrappingProduct<u64>(reinterpret_cast<ureg>(block), 0x9E3779B97F4A7C15ull) >> 32);
 }
 
 inline bool HasHead(void *block)

@@ -130,7 +130,8 @@ inline bool UsesFastPath()
 // Whether a block of that size takes it. Blocks of 0 bytes never do.
 inline bool TakesFastPath(u64 size, u32 alignment)
 {
-    return QV_INTERNAL_LIKELY(size - 1 < g_MaxFastBytes.Load() && alignment <= kSmallStep);
+    return QV_INTERNAL_LIKELY(Quorvane::Internal::WrappingDifference<u64>(size, 1) < g_MaxFastBytes.Load() &&
+                              alignment <= kSmallStep);
 }
 
 // Whether a tool looks at each block: the tracker, a sanitizer, or valgrind.

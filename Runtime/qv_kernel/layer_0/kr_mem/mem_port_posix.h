@@ -122,7 +122,7 @@ inline u64 PortProcessSeed()
         std::memcpy(words, bytes, sizeof(words));
 #endif
     // The C library guards stacks with those bytes; what can be seen of this product tells nothing about them.
-    return ((words[0] ^ 0x9E3779B97F4A7C15ull) * (words[1] | 1)) >> 32;
+    return Quorvane::Internal::WrappingProduct<u64>(words[0] ^ 0x9E3779B97F4A7C15ull, words[1] | 1) >> 32;
 }
 
 // Two words by chance, which nobody else can tell. Neither waits nor allocates.
@@ -145,9 +145,9 @@ inline void PortFillByChance(u64 (&outWords)[2])
     timespec now = {0, 0};
     static_cast<void>(clock_gettime(CLOCK_REALTIME, &now));
     const u64 places = reinterpret_cast<ureg>(&given) ^ static_cast<u64>(reinterpret_cast<ureg>(&getpid)) << 16;
+    const u64 time = static_cast<u64>(now.tv_sec) << 30 ^ static_cast<u64>(now.tv_nsec);
     outWords[0] = given[0] ^ PortProcessSeed() << 32 ^ places;
-    outWords[1] =
-        given[1] ^ (static_cast<u64>(now.tv_sec) << 30 ^ static_cast<u64>(now.tv_nsec)) * 0x9E3779B97F4A7C15ull;
+    outWords[1] = given[1] ^ Quorvane::Internal::WrappingProduct<u64>(time, 0x9E3779B97F4A7C15ull);
 }
 
 inline u32 PortProcessId()

@@ -112,9 +112,10 @@ inline u64 PortProcessSeed()
     static_cast<void>(GetProcessTimes(GetCurrentProcess(), &began, &others[0], &others[1], &others[2]));
     const u64 time = static_cast<u64>(began.dwHighDateTime) << 32 | began.dwLowDateTime;
     const u64 place = reinterpret_cast<ureg>(GetModuleHandleW(nullptr));
-    u64 seed = (time ^ place << 16 ^ static_cast<u64>(GetCurrentProcessId()) << 40) * 0x9E3779B97F4A7C15ull;
-    seed = (seed ^ seed >> 32) * 0x9E3779B97F4A7C15ull;
-    return seed >> 32;
+    constexpr u64 kMixes = 0x9E3779B97F4A7C15ull;
+    const u64 numbers = time ^ place << 16 ^ static_cast<u64>(GetCurrentProcessId()) << 40;
+    const u64 seed = Quorvane::Internal::WrappingProduct(numbers, kMixes);
+    return Quorvane::Internal::WrappingProduct(seed ^ seed >> 32, kMixes) >> 32;
 }
 
 // Two words by chance, which nobody else can tell. Neither waits nor allocates.
@@ -126,7 +127,8 @@ inline void PortFillByChance(u64 (&outWords)[2])
     LARGE_INTEGER ticks = {};
     static_cast<void>(QueryPerformanceCounter(&ticks));
     outWords[0] = given[0] ^ PortProcessSeed() << 32 ^ reinterpret_cast<ureg>(&given);
-    outWords[1] = given[1] ^ static_cast<u64>(ticks.QuadPart) * 0x9E3779B97F4A7C15ull;
+    outWords[1] =
+        given[1] ^ Quorvane::Internal::WrappingProduct<u64>(static_cast<u64>(ticks.QuadPart), 0x9E3779B97F4A7C15ull);
 }
 
 inline u32 PortProcessId()

@@ -115,7 +115,7 @@ QV_INTERNAL_HIDDEN inline constexpr SDivisors kDivisors;
 inline bool IsStartOfBlock(u32 offset, u32 sizeClass)
 {
     const u32 largest = kDivisors.m_Largest[sizeClass];
-    return offset * (largest + 1) <= largest;
+    return Quorvane::Internal::WrappingProduct(offset, Quorvane::Internal::WrappingSum(largest, 1u)) <= largest;
 }
 
 // Whether an address of the range, in a slab of that class, is where one of the slab's blocks begins. Where there are none

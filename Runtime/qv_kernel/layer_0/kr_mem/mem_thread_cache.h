@@ -36,7 +36,7 @@ QV_INTERNAL_HIDDEN bool IsLargeBlock(void *block);
 
 inline ureg OffsetInRange(const void *block)
 {
-    return reinterpret_cast<ureg>(block) - g_SmallRange.Load();
+    return Quorvane::Internal::WrappingDifference(reinterpret_cast<ureg>(block), g_SmallRange.Load());
 }
 
 // Whether a small block may take the fast path. Null may not.

@@ -49,7 +49,7 @@ QV_INTERNAL_CONSTINIT u32 g_QuarantineNext = 0;
 SRecord *&Find(const void *block)
 {
     // Fibonacci hashing (Knuth, The Art of Computer Programming, vol. 3, 6.4): the top bits of the product.
-    const u64 hash = static_cast<u64>(reinterpret_cast<ureg>(block)) * 0x9E3779B97F4A7C15ull;
+    const u64 hash = Quorvane::Internal::WrappingProduct<u64>(reinterpret_cast<ureg>(block), 0x9E3779B97F4A7C15ull);
     SRecord **link = &g_Buckets[hash >> (64 - kBucketBits)];
     while (*link != nullptr && (*link)->m_Block != block)
         link = &(*link)->m_Next;

@@ -105,7 +105,7 @@ struct QV_INTERNAL_HIDDEN SBlockPortable
         void Add(const SBlockPortable &mask)
         {
             for (const u64 word : mask.m_Words)
-                m_Count += static_cast<u32>(((word & kLowBits) * kLowBits) >> 56);
+                m_Count += static_cast<u32>(WrappingProduct(word & kLowBits, kLowBits) >> 56);
         }
         u32 Total() const { return m_Count; }
     };
@@ -209,7 +209,7 @@ private:
 #else
         constexpr u64 kGather = 0x0102040810204080u;
 #endif
-        return ((word & kLowBits) * kGather) >> 56;
+        return WrappingProduct(word & kLowBits, kGather) >> 56;
     }
 
     // The high bit of each byte spread over the byte.
@@ -239,7 +239,7 @@ private:
     {
         word = (word >> 8 & 0x00FF00FF00FF00FFu) | (word & 0x00FF00FF00FF00FFu) << 8;
         word = (word >> 16 & 0x0000FFFF0000FFFFu) | (word & 0x0000FFFF0000FFFFu) << 16;
-        return word >> 32 | word << 32;
+        return word >> 32 | (word & 0xFFFFFFFFu) << 32;
     }
 
     u32 _FirstNonZero() const

@@ -43,7 +43,7 @@ constexpr u64 FillWord(u8 byte)
 // that is, and of no byte below it (S. E. Anderson, Bit Twiddling Hacks: "Determine if a word has a byte less than n").
 constexpr u64 AnyLess(u64 word, u8 limit)
 {
-    return (word - FillWord(limit)) & ~word & kHighBits;
+    return WrappingDifference(word, FillWord(limit)) & ~word & kHighBits;
 }
 
 // Not 0 when any byte is `byte`.
@@ -104,7 +104,7 @@ inline u32 CountBits(u64 bits)
     bits -= (bits >> 1) & 0x5555555555555555u;
     bits = (bits & 0x3333333333333333u) + ((bits >> 2) & 0x3333333333333333u);
     bits = (bits + (bits >> 4)) & 0x0F0F0F0F0F0F0F0Fu;
-    return static_cast<u32>((bits * kLowBits) >> 56);
+    return static_cast<u32>(WrappingProduct<u64>(bits, kLowBits) >> 56);
 }
 
 } // namespace Quorvane::Internal::Simd

@@ -44,7 +44,7 @@ QV_INTERNAL_CONSTINIT CSite g_Sites[kMaxSites + 1] = {};
 CSite &FindSite(const SEdit &edit)
 {
     // Fibonacci hashing, as the tracking allocator does it.
-    const u64 hash = static_cast<u64>(reinterpret_cast<ureg>(edit.m_CalledFrom)) * 0x9E3779B97F4A7C15ull;
+    const u64 hash = Internal::WrappingProduct<u64>(reinterpret_cast<ureg>(edit.m_CalledFrom), 0x9E3779B97F4A7C15ull);
     const u32 first = static_cast<u32>(hash >> (64 - kSiteBits));
     for (u32 i = 0; i < kMaxSites; ++i)
     {

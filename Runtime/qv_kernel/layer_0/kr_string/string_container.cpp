@@ -194,7 +194,7 @@ void CStringContainer::_SetLength(u32 newLength) noexcept QV_NONBLOCKING
     }
     else
         String::ZeroTail(data, newLength);
-    _ChangeLengthBy(newLength - oldLength);
+    _ChangeLengthBy(Internal::WrappingDifference(newLength, oldLength));
 }
 
 void CStringContainer::Clear() noexcept QV_NONBLOCKING

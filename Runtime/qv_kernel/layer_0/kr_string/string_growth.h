@@ -103,7 +103,8 @@ private:
     {
         if (container == nullptr)
             return kNotInRoom;
-        const ureg offset = reinterpret_cast<ureg>(at) - reinterpret_cast<ureg>(container->m_Characters);
+        const ureg offset =
+            WrappingDifference(reinterpret_cast<ureg>(at), reinterpret_cast<ureg>(container->m_Characters));
         return offset < container->m_Capacity ? container->m_Capacity - static_cast<u32>(offset) : kNotInRoom;
     }
 

@@ -41,7 +41,7 @@ QV_INTERNAL_COLD void ReportRefused()
 
 bool IsFastJoin(CStringContainer &container, const char *b, u32 bLen)
 {
-    return bLen - 1 < SGrowth::kMaxInlineCopy && SGrowth::MayGrowFast(container) &&
+    return Internal::WrappingDifference(bLen, 1u) < SGrowth::kMaxInlineCopy && SGrowth::MayGrowFast(container) &&
            !SGrowth::OverlapsRoomFast(container, b, bLen) && NeedsNoTrimming(container.Data(), container.Length(), b) &&
            (!QV_ASSERTS || !Internal::Buffer::Holds(b, bLen, kBackslash)) &&
            (!QV_ASSERTS || SearchFurther(container) == container.Length());
@@ -112,8 +112,8 @@ PStringContainer JoinTwoFast(const CString &a, CStringView b)
 {
     const u32 aLen = a.Length();
     const u32 bLen = b.Length();
-    const bool isFast = bLen - 1 < SGrowth::kMaxInlineCopy && aLen <= Mem::Internal::kShortCopyBytes &&
-                        NeedsNoTrimming(a.Data(), aLen, b.Data()) &&
+    const bool isFast = Internal::WrappingDifference(bLen, 1u) < SGrowth::kMaxInlineCopy &&
+                        aLen <= Mem::Internal::kShortCopyBytes && NeedsNoTrimming(a.Data(), aLen, b.Data()) &&
                         (!QV_ASSERTS || !Internal::Buffer::Holds(b.Data(), bLen, kBackslash)) &&
                         (!QV_ASSERTS || !Internal::Buffer::HoldsInBlocks(a.Data(), aLen, kBackslash));
     if (!QV_INTERNAL_LIKELY(isFast))
@@ -165,7 +165,8 @@ u32 FastLength(const TMemoryView<const CStringView> &pieces)
     {
         const char *const data = piece.Data();
         const u32 pieceLength = piece.Length();
-        const bool isFast = data != nullptr && pieceLength - 1 < Mem::Internal::kShortCopyBytes &&
+        const bool isFast = data != nullptr &&
+                            Internal::WrappingDifference(pieceLength, 1u) < Mem::Internal::kShortCopyBytes &&
                             data[pieceLength - 1] != kSlash && (data[0] != kSlash || length == 0) &&
                             (!QV_ASSERTS || !Internal::Buffer::Holds(data, pieceLength, kBackslash));
         if (!isFast)

@@ -13,6 +13,7 @@
 #include "kr_buffer/buffer_find.h"
 #include "kr_buffer/buffer_kernels.h"
 #include "kr_simd/simd_machine.h"
+#include "random_numbers.h"
 
 namespace
 {
@@ -108,7 +109,7 @@ TEST(BufferFindLast, NeedlesAreFoundInLongTextsAsTheModelSays)
     u32 state = 1;
     const auto next = [&](size_t below)
     {
-        state = state * 1664525u + 1013904223u;
+        state = NextRandomState(state);
         return (state >> 8) % static_cast<u32>(below);
     };
     for (u32 round = 0; round < (kVerySlow ? 4000u : 20000u); ++round)

@@ -266,8 +266,8 @@ TEST(BufferHash, ProductsAreThoseOfTheirHalves)
     std::mt19937_64 random(5);
     for (u32 i = 0; i < 1000; ++i)
     {
-        const u64 a = i < 4 ? 0 - static_cast<u64>(i & 1) : random();
-        const u64 b = i < 4 ? 0 - static_cast<u64>(i >> 1) : random();
+        const u64 a = i < 4 ? ((i & 1) != 0 ? ~u64(0) : 0) : random();
+        const u64 b = i < 4 ? ((i >> 1) != 0 ? ~u64(0) : 0) : random();
         // Schoolbook multiplication, in digits of 32 bits.
         const u64 digits[2][2] = {{a & 0xFFFFFFFFu, a >> 32}, {b & 0xFFFFFFFFu, b >> 32}};
         u64 sums[4] = {};

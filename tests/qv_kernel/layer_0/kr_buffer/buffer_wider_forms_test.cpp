@@ -13,6 +13,7 @@
 #include "every_text.h"
 #include "guarded_page.h"
 #include "kr_string.h"
+#include "random_numbers.h"
 
 using namespace Quorvane;
 using namespace QuorvaneTest;
@@ -379,7 +380,7 @@ TEST_F(BufferWide, SearchesAnswerTheSameForManyTexts)
     u32 state = 1;
     const auto next = [&](u32 below)
     {
-        state = state * 1664525u + 1013904223u;
+        state = NextRandomState(state);
         return (state >> 16) % below;
     };
     for (u32 round = 0; round < 4000; ++round)

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "random_numbers.h"
 #include "test_port.h"
 
 namespace QuorvaneTest
@@ -136,7 +137,7 @@ TEST_F(MemSlabSets, NoSlabIsClaimedByTwoAndNoneGetsLost)
     {
         for (u32 round = 0; round < kRounds; ++round)
         {
-            seed = seed * 1664525u + 1013904223u;
+            seed = NextRandomState(seed);
             const u32 set = 1 + (seed >> 30) % 2;
             const u32 slab = (seed >> 29) % 2 == 0 ? m_Sets.ClaimAny(set) : number((seed >> 16) % kSlabs);
             if (slab == CSlabSets::kNone || ((seed >> 29) % 2 != 0 && !m_Sets.Claim(set, slab)))

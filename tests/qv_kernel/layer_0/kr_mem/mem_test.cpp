@@ -190,8 +190,9 @@ TEST_F(MemHook, AnAlignmentThatIsNoPowerOfTwoIsReportedAndRefused)
 TEST_F(MemHook, EveryPowerOfTwoIsAnAlignment)
 {
     const CAssertRecorder recorder;
-    for (u32 alignment = 1; alignment != 0; alignment *= 2)
+    for (u32 bit = 0; bit < 32; ++bit)
     {
+        const u32 alignment = 1u << bit;
         g_Calls.clear();
         EXPECT_NE(Mem::_RawAlloc(1, alignment, Mem::AllocType_Generic, Mem::Origin_Alloc, kTag, kFile, 1, kFunction),
                   nullptr);

@@ -296,8 +296,8 @@ TEST(SimdBlockNarrow, BitsAreCountedAndFoundWithoutInstructions)
     EXPECT_EQ(Narrow::LowestSetBit(0), 64u);
     for (u32 bit = 0; bit < 64; ++bit)
     {
-        EXPECT_EQ(Narrow::LowestSetBit(~u64(0) << bit), bit);
-        EXPECT_EQ(Narrow::CountBits(~u64(0) << bit), 64 - bit);
+        EXPECT_EQ(Narrow::LowestSetBit((~u64(0) >> bit) << bit), bit);
+        EXPECT_EQ(Narrow::CountBits((~u64(0) >> bit) << bit), 64 - bit);
     }
 }
 

@@ -87,7 +87,7 @@ TEST(SimdWords, TrailingZeroBitsCountsToTheLowestBit)
     for (u32 bit = 0; bit < 64; ++bit)
     {
         EXPECT_EQ(TrailingZeroBits(u64(1) << bit), bit);
-        EXPECT_EQ(TrailingZeroBits(~u64(0) << bit), bit);
+        EXPECT_EQ(TrailingZeroBits((~u64(0) >> bit) << bit), bit);
     }
 }
 

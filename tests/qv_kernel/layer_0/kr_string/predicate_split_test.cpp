@@ -9,6 +9,7 @@
 #include "edge_allocators.h"
 #include "every_text.h"
 #include "kr_string.h"
+#include "random_numbers.h"
 #include "refusal_sweep.h"
 #include "split_checks.h"
 #include "split_model.h"
@@ -82,7 +83,7 @@ TEST(StringSplitPredicate, ALongTextSplitsAsTheModelSaysWhereverNewCharactersBeg
     u32 state = 1;
     for (u32 i = 0; i < 20000; ++i)
     {
-        state = state * 1664525u + 1013904223u;
+        state = NextRandomState(state);
         const u32 kinds = 4 + i / 400;
         text +=
             static_cast<char>((state >> 16) % kinds < 2 ? ',' + (state >> 24) % 2 * 15 : 'a' + (state >> 16) % kinds);
@@ -236,7 +237,7 @@ TEST(StringSplitPredicate, StringsAndViewsAreTheSamePieces)
     u32 state = 7;
     for (u32 i = 0; i < 5000; ++i)
     {
-        state = state * 1664525u + 1013904223u;
+        state = NextRandomState(state);
         text += "a,b;c\0\xE9"[(state >> 16) % 7];
     }
     const auto isSeparator = [](char c) { return c == ',' || c == ';' || c == '\xE9'; };

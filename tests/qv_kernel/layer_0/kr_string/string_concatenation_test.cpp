@@ -171,7 +171,8 @@ SExpectation ExpectedOfPrepend(const SSubject &subject, const std::string &piece
 SExpectation ExpectedOfJoin(const SSubject &subject, const std::string &piece, size_t pieceOffset)
 {
     const std::string text = ModelJoinPath(subject.m_Text, piece);
-    const size_t kept = subject.m_Text.find_last_not_of('/') + 1;
+    const size_t last = subject.m_Text.find_last_not_of('/');
+    const size_t kept = last != std::string::npos ? last + 1 : 0;
     const size_t trimmed = std::min(piece.find_first_not_of('/'), piece.size());
     bool aliased = false;
     if (pieceOffset != SIZE_MAX && !piece.empty())

@@ -8,6 +8,7 @@
 #include "edge_allocators.h"
 #include "every_text.h"
 #include "kr_string.h"
+#include "random_numbers.h"
 #include "refusal_sweep.h"
 #include "split_checks.h"
 #include "split_model.h"
@@ -598,7 +599,7 @@ TEST(StringViewSplit, ViewsOfEveryLengthSplitAsTheModelSaysAndNothingBehindThemI
     u32 state = 1;
     for (u32 i = 0; i < 3000; ++i)
     {
-        state = state * 1664525u + 1013904223u;
+        state = NextRandomState(state);
         text += ",abc\0"[(state >> 16) % 5];
     }
     for (u32 length = 0; length <= text.size(); length += length < 130 || (length > 1000 && length < 1060) ? 1 : 7)
