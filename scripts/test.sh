@@ -95,7 +95,7 @@ fi
 ensure g++ cmake ninja-build libgtest-dev libcli11-dev clang libclang-rt-dev -- \
     llvm clang-format pkg-config shellcheck locales libbenchmark-dev libfmt-dev python3 gdb lldb lintian doxygen \
     qemu-user g++-aarch64-linux-gnu g++-arm-linux-gnueabihf $(needs_of_all short-i386 short-s390x short-windows) \
-    clang-22 libclang-rt-22-dev
+    clang-22 libclang-rt-22-dev python3-clang-22 libclang-22-dev
 ensure_locales
 expect_steps 13
 step_units 'release (g++): units' release

@@ -1,0 +1,120 @@
+#!/usr/bin/python3
+"""Counts what became of mutants, and says which of them should not have lived.
+
+    report.py <list of mutants> <list of survivors> <results...> [--all]
+
+The list of survivors names those that no test kills, each with its reason: "equivalent because ..." where none can, and
+"open ..." where nobody has judged it. Fails where too few are killed, where one survived that is not
+listed, where one that is listed was killed, and with --all where an entry names no mutant.
+"""
+
+import collections
+import pathlib
+import sys
+
+# What must not have a survivor without a reason.
+STRICT = {
+    "blocks": ("string_container.cpp", "string_block.h", "kr_string_container.h", "kr_containers_array_block.h"),
+    "counts": ("kr_refptr.h", "refcounted_object.cpp", "kr_atomic.h"),
+    "sizes": ("string_growth.h", "kr_string_fast_growth.h"),
+    "escapes": ("escaping.inc", "escape_tables.h", "buffer_escape.cpp", "string_escaping.cpp"),
+    "wildcards": ("buffer_wildcard.cpp", "buffer_wildcard.h", "string_matching.cpp"),
+    "allocator": ("mem.cpp", "kr_mem.h", "kr_mem_utils.h"),
+}
+KILLED = {"failed", "died", "late"}
+# Of all others, so many in a hundred at least must be killed.
+LEAST_KILLED = 98.0
+
+
+def group_of(name):
+    path = pathlib.PurePosixPath(name.split(" | ")[0])
+    if "/layer_0/kr_mem/" in str(path):
+        return "allocator"
+    for group, files in STRICT.items():
+        if path.name in files:
+            return group
+    return path.parent.name if "/layer_0/" in str(path) else "public headers"
+
+
+def read_mutants(path):
+    mutants = {}
+    for line in pathlib.Path(path).read_text().splitlines():
+        number, at, name = line.split("\t", 2)
+        mutants[int(number)] = (int(at), name)
+    return mutants
+
+
+def read_survivors(path):
+    """Names and reasons: a reason stands, indented, behind all the names that it is for."""
+    survivors = {}
+    waiting = []
+    for line in pathlib.Path(path).read_text().splitlines():
+        if not line.strip() or line.startswith("#"):
+            continue
+        if not line.startswith("    "):
+            waiting.append(line)
+            continue
+        if not line.strip().startswith(("equivalent because ", "open")):
+            raise ValueError(f"{path}: no reason of either kind: {line.strip()}")
+        for name in waiting:
+            survivors[name] = line.strip()
+        waiting = []
+    if waiting:
+        raise ValueError(f"{path}: no reason for {waiting[0]}")
+    return survivors
+
+
+def read_results(paths):
+    """Of each mutant the best that became of it in any run: killed, survived, unreached."""
+    results = {}
+    for path in paths:
+        for line in pathlib.Path(path).read_text().splitlines():
+            number, outcome, _, _ = line.split(" ", 3)
+            if results.get(int(number)) not in KILLED and (outcome != "unreached" or int(number) not in results):
+                results[int(number)] = outcome
+    return results
+
+
+def print_figures(mutants, survivors, results):
+    """The table, and whether all groups have killed enough."""
+    counts = collections.defaultdict(collections.Counter)
+    for number, outcome in results.items():
+        name = mutants[number][1]
+        is_equivalent = survivors.get(name, "open").startswith("equivalent")
+        what = "killed" if outcome in KILLED else "equivalent" if is_equivalent else "survived"
+        counts[group_of(name)][what] += 1
+        counts["all"][what] += 1
+    print(f"{'group':16}{'mutants':>9}{'killed':>9}{'equivalent':>12}{'survived':>10}{'killed of the others':>22}")
+    for group in sorted(counts, key=lambda group: (group == "all", group)):
+        count = counts[group]
+        others = count["killed"] + count["survived"]
+        share = 100.0 * count["killed"] / others if others else 100.0
+        line = f"{group:16}{sum(count.values()):9}{count['killed']:9}{count['equivalent']:12}{count['survived']:10}"
+        print(f"{line}{share:20.1f} %")
+    others = counts["all"]["killed"] + counts["all"]["survived"]
+    return not others or 100.0 * counts["all"]["killed"] / others >= LEAST_KILLED
+
+
+def main():
+    arguments = [argument for argument in sys.argv[1:] if argument != "--all"]
+    mutants = read_mutants(arguments[0])
+    survivors = read_survivors(arguments[1])
+    results = read_results(arguments[2:])
+    failed = not print_figures(mutants, survivors, results)
+    for number, outcome in sorted(results.items()):
+        at, name = mutants[number]
+        if outcome not in KILLED and name not in survivors:
+            print(f"{outcome}: mutant {number}, line {at}: {name}")
+            failed = True
+        elif outcome in KILLED and name in survivors:
+            print(f"killed, but listed among the survivors: {name}")
+            failed = True
+    if "--all" in sys.argv:
+        for name in survivors.keys() - {name for _, name in mutants.values()}:
+            print(f"listed among the survivors, but no mutant: {name}")
+            failed = True
+    return 1 if failed else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
