@@ -40,15 +40,19 @@ private:
         return s_Base;
     }
 
-    // Where a range of addresses begins of which nobody uses any.
+    // Where a range of addresses begins of which nobody uses any; a part of one, of which no test here uses more, where
+    // a tool has not as many addresses to give.
     static Quorvane::ureg _FreeRange()
     {
         using namespace Quorvane::Mem::Internal;
-        constexpr Quorvane::ureg kBytes = kSmallRangeBytes + kChunkBytes;
-        void *const mapped = MapPages(kBytes, PageAccess_None);
+        constexpr Quorvane::ureg kLeastBytes = 64 * kChunkBytes;
+        Quorvane::ureg bytes = kSmallRangeBytes + kChunkBytes;
+        void *mapped = MapPages(bytes, PageAccess_None);
+        for (; mapped == nullptr && bytes > kLeastBytes; mapped = MapPages(bytes, PageAccess_None))
+            bytes /= 2;
         if (mapped == nullptr)
             std::abort();
-        UnmapPages(mapped, kBytes);
+        UnmapPages(mapped, bytes);
         return (reinterpret_cast<Quorvane::ureg>(mapped) + kChunkBytes - 1) & ~(kChunkBytes - 1);
     }
 

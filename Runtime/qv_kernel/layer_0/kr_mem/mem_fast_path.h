@@ -47,7 +47,7 @@ inline bool HasRoomToGrow(void *block, u64 newSize)
         return false;
     if (IsSmallBlock(block))
         return newSize <= ClassBytes(ClassOfSmallBlock(block));
-    return HasHead(block) && newSize <= HeadOf(block).m_Room;
+    return LargeBlocksHaveHeads() && HasHead(block) && newSize <= HeadOf(block).m_Room;
 }
 
 } // namespace Quorvane::Mem::Internal

@@ -9,6 +9,7 @@
 
 #include "assert_recorder.h"
 #include "child_process.h"
+#include "kr_mem/mem_fast_path.h"
 #include "small_blocks.h"
 
 namespace QuorvaneTest
@@ -22,6 +23,30 @@ using namespace SmallBlocks;
 class MemPolicyOwn : public COwnTest
 {
 };
+
+#if QV_TEST_HAS_PRELOADING
+
+// Runs a probe in a process for which valgrind seems to be preloaded.
+void ExpectUnderValgrind(const char *probe)
+{
+    const SChildResult child = RunInChild(
+        [=]
+        {
+            // The loader warns that there is no such file, and goes on.
+            setenv("LD_PRELOAD", "/nowhere/vgpreload_core.so", 1);
+            return RunProbe(probe);
+        });
+    EXPECT_EQ(child.m_ExitCode, 0) << child.m_Stderr;
+}
+
+#else
+
+void ExpectUnderValgrind(const char *)
+{
+    GTEST_SKIP() << QV_TEST_NO_PRELOADING;
+}
+
+#endif
 
 } // namespace
 
@@ -76,21 +101,24 @@ TEST(MemPolicy, APlainBuildHasBlocksOfItsOwn)
 // A tool that is preloaded is known by its name.
 TEST_F(MemPolicyOwn, UnderValgrindThePlatformServes)
 {
-#if QV_TEST_HAS_PRELOADING
-    const SChildResult child = RunInChild(
-        []
-        {
-            // The loader warns that there is no such file, and goes on.
-            setenv("LD_PRELOAD", "/nowhere/vgpreload_core.so", 1);
-            return RunProbe("MemPolicyProbe.DISABLED_ThePlatformServes");
-        });
-    EXPECT_EQ(child.m_ExitCode, 0) << child.m_Stderr;
-#else
-    GTEST_SKIP() << QV_TEST_NO_PRELOADING;
-#endif
+    ExpectUnderValgrind("MemPolicyProbe.DISABLED_ThePlatformServes");
 }
 
-// Run by the test above, in a process that is watched.
+TEST_F(MemPolicyOwn, UnderValgrindNothingIsReadInFrontOfABlock)
+{
+    ExpectUnderValgrind("MemPolicyProbe.DISABLED_NothingIsReadInFrontOfABlock");
+}
+
+// Run by the tests above, in a process that is watched.
+
+TEST(MemPolicyProbe, DISABLED_NothingIsReadInFrontOfABlock)
+{
+    u8 *const first = Alloc(16);
+    alignas(kSmallStep) char memory[4 * kSmallStep] = {};
+    EXPECT_FALSE(HasRoomToGrow(PutHead(memory, kSmallStep, sizeof(memory)), 1));
+    Free(first, 16);
+}
+
 TEST(MemPolicyProbe, DISABLED_ThePlatformServes)
 {
     std::vector<u8 *> blocks;
