@@ -4,6 +4,7 @@
 . "$root/scripts/needs.inc"
 . "$root/scripts/build.inc"
 . "$root/scripts/steps.inc"
+. "$root/scripts/sanitizers.inc"
 
 # Of the programs, each so many are run.
 every=1
@@ -67,8 +68,8 @@ for kind in $($runs kinds); do
 done
 say '== Copies and releases'
 build/quick/tests/qv_driver_copies_driver $copies || failed=1
-step_in_fixed_placement 'thread sanitizer (clang++)' tsan 'threads' qv_kernel_thread_tests
-step_in_fixed_placement 'thread sanitizer (g++)' tsan-gcc 'threads' qv_kernel_thread_tests
+sanitize_thread
+sanitize_thread_gcc
 summary || failed=1
 [ $failed -eq 0 ] || complain 'concurrency: something is wrong: see above'
 exit $failed

@@ -4,6 +4,7 @@
 . "$root/scripts/needs.inc"
 . "$root/scripts/build.inc"
 . "$root/scripts/steps.inc"
+. "$root/scripts/sanitizers.inc"
 . "$root/scripts/platforms.inc"
 
 # Names of the tests of the quick build that match and are registered without their program: all but those of
@@ -105,10 +106,9 @@ step_but_units 'the same: everything else' release
 export QV_TEST_NO_WIDE=1 LC_ALL=tr_TR.UTF-8
 step_units 'release, no wide vectors, Turkish' release
 unset QV_TEST_NO_WIDE LC_ALL
-step_units 'address + undefined (clang++)' asan-ubsan
-step 'the same: all but the units' asan-ubsan 'threads|driver|compile_fail|header17|header23|canary'
-step_in_fixed_placement 'thread sanitizer (clang++)' tsan 'threads' qv_kernel_thread_tests
-step_in_fixed_placement 'memory sanitizer (clang++)' msan 'driver'
+sanitize_address
+sanitize_thread
+sanitize_memory
 # Three that have nothing to do with each other share a build, and a locale with letters beyond ASCII comes with it.
 export LC_ALL=de_DE.UTF-8
 narrow=platform-short-i386
@@ -116,12 +116,12 @@ narrow=platform-short-i386
 step_units '32 bits, tracking, wiped, portable' $narrow
 unset LC_ALL
 step 'tracking: the example of what is copied' $narrow 'example_copy_figures' example_copy_figures
-# The build without assertions, with an unsigned char, with guards between slabs and with what is freed overwritten, and
-# under the sanitizer that sees what blocks and must not where the compiler has it; and what a machine with blocks of 32
-# bytes runs, where this one has those of 64.
+# The build without assertions, with an unsigned char, with guards between slabs, with what is freed overwritten and
+# without zeros behind texts, and under the sanitizer that sees what blocks and must not where the compiler has it; and
+# what a machine with blocks of 32 bytes runs, where this one has those of 64.
 export QV_TEST_NO_WIDEST=1
 if met clang-22 && met libclang-rt-22-dev; then
-    step_units 'real time, no assertions, wiped' realtime
+    sanitize_realtime
 else
     step_units 'no assertions, no cache (g++)' no-asserts
 fi

@@ -39,6 +39,7 @@ kr_string_fwd.h
 kr_internal/kr_string_copies.h
 kr_internal/kr_string_last_copied.h
 kr_string_container.h
+kr_internal/kr_string_tail.h
 kr_internal/kr_string_fast_growth.h
 kr_string_view.h
 kr_internal/kr_string_compare.h

@@ -55,11 +55,11 @@ inline void ExpectCharacters(const Quorvane::CString &string, const std::string 
         ExpectWellFormed(*ContainerOf(string));
 }
 
-// All zero from `first` to before `last`.
+// All zero from `first`, where a text ends, to before `last`.
 inline void ExpectZero(const char *data, size_t first, size_t last)
 {
     for (size_t i = first; i < last; ++i)
-        EXPECT_EQ(data[i], '\0') << "at index " << i;
+        EXPECT_TRUE(IsAsLeft(data, first, i)) << "at index " << i;
 }
 
 // A string whose container has no characters, as no operation makes one.

@@ -9,6 +9,7 @@
 
 #include <cstring>
 
+#include "kr_internal/kr_string_tail.h"
 #include "kr_mem_utils.h"
 #include "kr_string_container.h"
 #include "qv_defs.h"
@@ -76,9 +77,11 @@ protected:
         char *const data = container.m_Characters;
         const u32 lastBlock = (length + added) / kBlockBytes * kBlockBytes;
         // The block of the old terminator is zero behind it already.
+        STail::Restore(data, length);
         if (lastBlock > length)
             std::memset(data + lastBlock, 0, kBlockBytes);
         container._ChangeLengthBy(added);
+        STail::Poison(data, length + added);
         return data + length;
     }
 };

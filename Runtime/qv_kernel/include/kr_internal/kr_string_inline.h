@@ -14,6 +14,7 @@
 #include "kr_internal/kr_string_compare.h"
 #include "kr_internal/kr_string_split.h"
 #include "kr_internal/kr_string_strip.h"
+#include "kr_internal/kr_string_tail.h"
 #include "qv_defs.h"
 #include "qv_guid.h"
 
@@ -41,8 +42,10 @@ inline bool CStringContainer::_AppendFast(char character) noexcept QV_NONBLOCKIN
     // The block of the old terminator is ours to its end, and zero behind it: only a new block needs a capacity check.
     if (QV_INTERNAL_UNLIKELY((word + 1) % kBlockBytes == 0) && !_BeginBlock(length + 1))
         return false;
+    Internal::String::STail::Restore(m_Characters, length);
     _ChangeLengthBy(1);
     m_Characters[length] = character;
+    Internal::String::STail::Poison(m_Characters, length + 1);
     return true;
 }
 

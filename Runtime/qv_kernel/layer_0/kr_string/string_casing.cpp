@@ -3,6 +3,7 @@
 
 #include "../kr_buffer/buffer_edit.h"
 #include "copy_figures.h"
+#include "kr_internal/kr_string_tail.h"
 #include "null_text.h"
 
 namespace Quorvane
@@ -129,6 +130,7 @@ CString CString::ConformedTo(ECasingType casing) const noexcept
         SNativeStringUtils::Lowercase_16(container->Data(), Data(), container->Length());
     else
         SNativeStringUtils::Uppercase_16(container->Data(), Data(), container->Length());
+    Internal::String::STail::Poison(container->Data(), container->Length());
     return CString(std::move(copy));
 }
 

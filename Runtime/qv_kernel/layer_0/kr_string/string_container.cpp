@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "../kr_mem/mem_fast_path.h"
+#include "kr_internal/kr_string_tail.h"
 #include "kr_mem_utils.h"
 #include "kr_simd.h"
 #include "string_block.h"
@@ -116,6 +117,7 @@ PStringContainer CStringContainer::New(const char *str, u32 len) noexcept
     ZeroNewLastBlock(target, len);
     if (str != nullptr)
         Mem::Internal::CopyDisjoint(target, str, len);
+    String::STail::Poison(target, len);
     container->_AddFirstReference();
     return PStringContainer(container, Internal::SAdoptReference());
 }
@@ -146,6 +148,7 @@ PStringContainer CStringContainer::NewResizable(const char *str, u32 len, u32 ca
     ZeroNewLastBlock(data, len);
     if (str != nullptr)
         Mem::Internal::CopyDisjoint(data, str, len);
+    String::STail::Poison(data, len);
     CStringContainer *container =
         new (block) CStringContainer(len | kResizableFlag, static_cast<u32>(bufferBytes), data);
     static_assert(kSearchedOffset >= sizeof(CStringContainer) &&
@@ -188,6 +191,7 @@ void CStringContainer::_SetLength(u32 newLength) noexcept QV_NONBLOCKING
     // longer one, which the caller has written, the rest of the last block is not known to be zero.
     if (newLength < oldLength)
     {
+        String::STail::Restore(data, oldLength);
         String::ZeroCharacters(data + newLength, oldLength - newLength);
         if (SupportsDynamicResize())
             _SetSearched(QVMin(_Searched(), newLength));
@@ -195,6 +199,7 @@ void CStringContainer::_SetLength(u32 newLength) noexcept QV_NONBLOCKING
     else
         String::ZeroTail(data, newLength);
     _ChangeLengthBy(Internal::WrappingDifference(newLength, oldLength));
+    String::STail::Poison(data, newLength);
 }
 
 void CStringContainer::Clear() noexcept QV_NONBLOCKING

@@ -7,6 +7,7 @@
 #include "../kr_buffer/buffer_edit.h"
 #include "character_set.h"
 #include "copy_figures.h"
+#include "kr_internal/kr_string_tail.h"
 #include "kr_mem_utils.h"
 #include "null_text.h"
 
@@ -65,7 +66,10 @@ CString CString::Replace(char searchFor, char replaceWith) const noexcept
     const u32 length = Length();
     PStringContainer copy = CStringContainer::New(null, length);
     if (copy != null)
+    {
         Internal::Buffer::ReplaceIntoCopy(copy->Data(), Data(), length, searchFor, replaceWith);
+        Internal::String::STail::Poison(copy->Data(), length);
+    }
     return CString(std::move(copy));
 }
 

@@ -1034,6 +1034,7 @@ TEST(StringAppend, OfATerminatorsPlaceIsCarriedOverWhenTheBlockMoves)
 
 TEST(StringPrepend, OfOwnCharactersAndWhatFollowsThemStaysWithinTheRoom)
 {
+    QV_TEST_NEEDS_ZEROS_BEHIND_TEXTS();
     CAssertRecorder recorder;
     CPageEndAllocator allocator;
     CString string = Resizable("abc", 63);

@@ -187,6 +187,7 @@ TEST(StringContainer, FixedCharactersStart32BytesIntoTheOneBlock)
 
 TEST(StringContainer, NewZeroesTheBlockOfTheTerminator)
 {
+    QV_TEST_NEEDS_ZEROS_BEHIND_TEXTS();
     CTestAllocator allocator;
     // 15 characters and the terminator fill one block; with 16 the terminator stands in a block of its own.
     const PStringContainer fifteen = CStringContainer::New(kText, 15);
@@ -197,6 +198,7 @@ TEST(StringContainer, NewZeroesTheBlockOfTheTerminator)
 
 TEST(StringContainer, NewOfNullLeavesTheCharactersToTheCallerAndZeroesTheLastBlock)
 {
+    QV_TEST_NEEDS_ZEROS_BEHIND_TEXTS();
     CTestAllocator allocator;
     const PStringContainer container = CStringContainer::New(nullptr, 20);
     ASSERT_NE(container, null);
@@ -295,6 +297,7 @@ TEST(StringContainer, NewResizableAllocatesTheBufferThenTheObject)
 
 TEST(StringContainer, NewResizableZeroesTheBlockOfTheTerminatorAndNoMore)
 {
+    QV_TEST_NEEDS_ZEROS_BEHIND_TEXTS();
     CTestAllocator allocator;
     const PStringContainer container = CStringContainer::NewResizable(kText, 5, 40);
     EXPECT_EQ(std::string(container->Data() + 5, 11), std::string(11, '\0'));
@@ -303,6 +306,7 @@ TEST(StringContainer, NewResizableZeroesTheBlockOfTheTerminatorAndNoMore)
 
 TEST(StringContainer, NewResizableOfNullLeavesTheCharactersToTheCallerAndZeroesTheLastBlock)
 {
+    QV_TEST_NEEDS_ZEROS_BEHIND_TEXTS();
     CTestAllocator allocator;
     const PStringContainer container = CStringContainer::NewResizable(nullptr, 20, 0);
     EXPECT_EQ(container->Length(), 20u);
@@ -487,6 +491,7 @@ TEST(StringContainer, EveryLengthUpdateKeepsTheReservedBitAndTheForm)
 
 TEST(StringContainer, NewReportsMisalignedMemory)
 {
+    QV_TEST_NEEDS_ZEROS_BEHIND_TEXTS();
     CAssertRecorder recorder;
     CMisalignedAllocator allocator;
     const PStringContainer container = CStringContainer::New(kText, 20);
@@ -498,6 +503,7 @@ TEST(StringContainer, NewReportsMisalignedMemory)
 
 TEST(StringContainer, NewResizableReportsAMisalignedBuffer)
 {
+    QV_TEST_NEEDS_ZEROS_BEHIND_TEXTS();
     CAssertRecorder recorder;
     CMisalignedAllocator allocator;
     const PStringContainer container = CStringContainer::NewResizable(kText, 20, 0);
@@ -735,6 +741,7 @@ TEST(StringContainer, DynamicResizeOfAFixedContainerReportsAndAnswersFalse)
 
 TEST(StringContainer, ShrinkingZeroesBetweenTheTerminators)
 {
+    QV_TEST_NEEDS_ZEROS_BEHIND_TEXTS();
     CTestAllocator allocator;
     for (const bool resizable : {false, true})
     {
@@ -753,6 +760,7 @@ TEST(StringContainer, ShrinkingZeroesBetweenTheTerminators)
 
 TEST(StringContainer, ShrinkingZeroesAllTheWayToTheOldTerminator)
 {
+    QV_TEST_NEEDS_ZEROS_BEHIND_TEXTS();
     const PStringContainer container = CStringContainer::New(kText, 60);
     container->Data()[5] = '\0';
     container->UnsafeSetLength(5);
@@ -761,6 +769,7 @@ TEST(StringContainer, ShrinkingZeroesAllTheWayToTheOldTerminator)
 
 TEST(StringContainer, ShrinkingByOneTouchesNothingBeyondTheTerminator)
 {
+    QV_TEST_NEEDS_ZEROS_BEHIND_TEXTS();
     const PStringContainer container = CStringContainer::NewResizable(kText, 20, 40);
     container->Data()[30] = 'x';
     container->Data()[19] = '\0';
@@ -772,6 +781,7 @@ TEST(StringContainer, ShrinkingByOneTouchesNothingBeyondTheTerminator)
 
 TEST(StringContainer, EveryShrinkLeavesAZeroTail)
 {
+    QV_TEST_NEEDS_ZEROS_BEHIND_TEXTS();
     CTestAllocator allocator;
     for (u32 oldLength = 1; oldLength <= 40; ++oldLength)
         for (u32 newLength = 0; newLength <= oldLength; ++newLength)
@@ -860,6 +870,7 @@ TEST(StringContainer, UnsafeSetLengthBeyondTheBlockReportsAndChangesNothing)
 
 TEST(StringContainer, UnsafeSetLengthUpToTheEndOfTheBlockIsAllowed)
 {
+    QV_TEST_NEEDS_ZEROS_BEHIND_TEXTS();
     CAssertRecorder recorder;
     CTestAllocator allocator;
     const PStringContainer fixed = CStringContainer::New("abc");
@@ -876,6 +887,7 @@ TEST(StringContainer, UnsafeSetLengthUpToTheEndOfTheBlockIsAllowed)
 
 TEST(StringContainer, ClearEmptiesAndKeepsTheRoom)
 {
+    QV_TEST_NEEDS_ZEROS_BEHIND_TEXTS();
     CTestAllocator allocator;
     for (const bool resizable : {false, true})
     {
@@ -901,6 +913,7 @@ TEST(StringContainer, ClearEmptiesAndKeepsTheRoom)
 
 TEST(StringContainer, RebuildFindsTheFirstTerminator)
 {
+    QV_TEST_NEEDS_ZEROS_BEHIND_TEXTS();
     CTestAllocator allocator;
     for (const bool resizable : {false, true})
         for (u32 position = 0; position <= 40; ++position)

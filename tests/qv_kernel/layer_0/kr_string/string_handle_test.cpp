@@ -817,6 +817,7 @@ TEST(String, ClearOfASharedStringLetsGoOfTheContainer)
 
 TEST(String, ClearOfAnOnlyHolderKeepsTheContainerForReuse)
 {
+    QV_TEST_NEEDS_ZEROS_BEHIND_TEXTS();
     CAssertRecorder recorder;
     CTestAllocator allocator;
     for (const bool resizable : {false, true})
