@@ -58,7 +58,7 @@ quietly 'building all mutants' cmake --build "$folder/build" --target qv_kernel_
 # shellcheck disable=SC2086
 quietly 'running each test without a mutant' $server --reach="$folder/reach"
 
-awk -F '\t' -v OFS='\t' '{ print $1, $3 }' "$folder/mutants.tsv" | grep -E -e "$pattern" | cut -f 1 >"$folder/chosen"
+awk -F '\t' -v OFS='\t' '{ print $1, $4 }' "$folder/mutants.tsv" | grep -E -e "$pattern" | cut -f 1 >"$folder/chosen"
 rm -f "$folder"/results_*
 while_waiting "trying $(wc -l <"$folder/chosen") mutants" try_shares
 all=

@@ -2,9 +2,10 @@
 //
 //     program [GoogleTest's arguments]
 //         runs the tests, with the mutant that QV_MUTANT names or with none
-//     program --reach=FILE [GoogleTest's arguments]
+//     program --reach=FILE [--longest=SECONDS] [--share=I/N] [GoogleTest's arguments]
 //         runs each test in a process of its own without a mutant, and writes which mutants it reaches and how long it
-//         takes; fails when one of them fails
+//         takes; fails when one of them fails. One that takes longer than the longest is ended and will not be asked;
+//         of N shares of the tests runs the one from 0 on
 //     program --reach=FILE --mutants=FILE --results=FILE [--budget=SECONDS]
 //         tries the mutants that a file lists by number, and writes what became of each
 //
@@ -13,7 +14,6 @@
 // that fails. One that crashes, or takes far longer than without a mutant, has failed, too.
 #include <algorithm>
 #include <cerrno>
-#include <clocale>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -34,6 +34,11 @@
 
 #include "mutants.h"
 
+// Of the library's tests; the runner's own test has none.
+#if __has_include("test_listeners.h")
+#include "test_listeners.h"
+#endif
+
 namespace qv_mutants
 {
 
@@ -41,6 +46,8 @@ namespace
 {
 
 constexpr std::size_t kPage = 4096;
+// What no test takes; and what one is said to take that nobody is to wait for.
+constexpr double kLongest = 600;
 
 // The test that a copy of the process runs, for the process that made it.
 int *s_Test;
@@ -77,13 +84,12 @@ enum class EOutcome
 
 std::vector<STest> s_Tests;
 
-// Puts the environment's locale back before each test, and says which one runs.
+// Says which test runs.
 class CListener : public ::testing::EmptyTestEventListener
 {
 public:
     void OnTestStart(const ::testing::TestInfo &test) override
     {
-        std::setlocale(LC_ALL, "");
         if (s_Test == nullptr || s_Tests.empty())
             return;
         const std::string name = std::string(test.test_suite_name()) + "." + test.name();
@@ -97,6 +103,16 @@ double Now()
     timespec time;
     clock_gettime(CLOCK_MONOTONIC, &time);
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+}
+
+// The processor's time that all copies took which have ended.
+double Spent()
+{
+    rusage usage;
+    getrusage(RUSAGE_CHILDREN, &usage);
+    const auto seconds = [](const timeval &time)
+    { return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6; };
+    return seconds(usage.ru_utime) + seconds(usage.ru_stime);
 }
 
 void Silence()
@@ -115,9 +131,10 @@ void Limit(double seconds)
     setitimer(ITIMER_PROF, &timer, nullptr);
     const rlimit none{0, 0};
     setrlimit(RLIMIT_CORE, &none);
-    // Enough for the largest texts of the tests, and an end to a mutant that never stops asking.
-    const rlimit memory{rlim_t{24} << 30, rlim_t{24} << 30};
-    setrlimit(RLIMIT_AS, &memory);
+    // Enough for the largest texts of the tests, and an end to a mutant that never stops asking. Addresses that are merely
+    // reserved do not count.
+    const rlimit memory{rlim_t{16} << 30, rlim_t{16} << 30};
+    setrlimit(RLIMIT_DATA, &memory);
 }
 
 // Waits for a copy, as long as it may take by the clock.
@@ -231,21 +248,23 @@ bool IsTaken(const std::string &filter, const std::string &name)
 
 // ---- What each test reaches ----------------------------------------------------------------------------------------
 
-int WriteReach(const std::string &path, const std::string &filter)
+int WriteReach(const std::string &path, const std::string &filter, double longest, unsigned share, unsigned shares)
 {
     std::ofstream output(path);
     int failed = 0;
     const std::vector<unsigned char> early(g_Reached, g_Reached + kMostMutants);
     mmap(g_Reached, kMostMutants, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS | MAP_FIXED, -1, 0);
-    for (STest &test : s_Tests)
+    for (std::size_t at = 0; at < s_Tests.size(); ++at)
     {
-        if (!IsTaken(filter, test.m_Name))
+        const STest &test = s_Tests[at];
+        if (at % shares != share || !IsTaken(filter, test.m_Name))
             continue;
         std::memcpy(g_Reached, early.data(), kMostMutants);
-        const double start = Now();
-        const EOutcome outcome = RunCopy(0, test.m_Name, 600, 600);
-        const double seconds = Now() - start;
-        if (outcome != EOutcome::Passed)
+        const double start = Spent();
+        const EOutcome outcome = RunCopy(0, test.m_Name, longest, 600);
+        const bool isLong = outcome == EOutcome::TimedOut && longest < kLongest;
+        const double seconds = isLong ? kLongest : Spent() - start;
+        if (outcome != EOutcome::Passed && !isLong)
         {
             std::printf("fails without a mutant: %s\n", test.m_Name.c_str());
             ++failed;
@@ -310,6 +329,8 @@ public:
         double share = 0.02;
         for (std::size_t at = 0; at < tests.size();)
         {
+            if (s_Tests[static_cast<std::size_t>(tests[at])].m_Seconds >= kLongest)
+                return "budget -";
             std::string filter;
             double seconds = 0;
             do
@@ -321,7 +342,7 @@ public:
             } while (at < tests.size() && seconds + s_Tests[static_cast<std::size_t>(tests[at])].m_Seconds <= share);
             share *= 4;
             *s_Test = -1;
-            const EOutcome outcome = RunCopy(mutant, filter, 20 * seconds + 1, 60 * seconds + 20);
+            const EOutcome outcome = RunCopy(mutant, filter, 10 * seconds + 0.3, 100 * seconds + 20);
             if (outcome != EOutcome::Passed)
                 return Killed(outcome);
             spent += seconds;
@@ -390,7 +411,11 @@ int Main(int argc, char **argv)
 {
     ::testing::InitGoogleTest(&argc, argv);
     // The listeners own it.
-    ::testing::UnitTest::GetInstance()->listeners().Append(new CListener);
+    ::testing::TestEventListeners &listeners = ::testing::UnitTest::GetInstance()->listeners();
+#if __has_include("test_listeners.h")
+    listeners.Append(new QuorvaneTest::CTestSetUp);
+#endif
+    listeners.Append(new CListener);
     const std::string reach = Argument(argc, argv, "--reach=");
     if (reach.empty())
         return RUN_ALL_TESTS();
@@ -403,7 +428,13 @@ int Main(int argc, char **argv)
     if (mutants.empty())
     {
         ListTests();
-        return WriteReach(reach, ::testing::GTEST_FLAG(filter));
+        const std::string longest = Argument(argc, argv, "--longest=");
+        const std::string share = Argument(argc, argv, "--share=");
+        unsigned which = 0;
+        unsigned shares = 1;
+        std::sscanf(share.c_str(), "%u/%u", &which, &shares);
+        return WriteReach(reach, ::testing::GTEST_FLAG(filter), longest.empty() ? kLongest : std::atof(longest.c_str()),
+                          which, shares);
     }
     ReadReach(reach);
     const std::string budget = Argument(argc, argv, "--budget=");

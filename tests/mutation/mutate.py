@@ -3,8 +3,8 @@
 
     mutate.py <project> <folder of the copy> <list>
 
-Each line of the list is a mutant: its number, its name, and the line where it stands. The name is what the file and the
-function are called, the kind, what stands there and what takes its place, and which of several such in the function it is:
+Each line of the list is a mutant: its number, the line where it stands, "constexpr" where the compiler may evaluate the
+function or else "-", and its name. The name is what the file and the function are called, the kind, what stands there and what takes its place, and which of several such in the function it is:
 it stays while other lines change.
 """
 
@@ -24,13 +24,25 @@ def compiler_folder():
     return sorted(pathlib.Path("/usr/lib").glob("llvm-22/lib/clang/*"))[-1]
 
 
+def use_libclang():
+    cindex.Config.set_library_file("/usr/lib/llvm-22/lib/libclang-22.so.1")
+
+
+def header_folders(root):
+    return [root / "Runtime/include", root / "Runtime/qv_kernel/include"]
+
+
+def arguments_for(root):
+    arguments = ["-std=c++17", "-xc++", "-resource-dir", str(compiler_folder())]
+    return arguments + [f"-I{folder}" for folder in header_folders(root)]
+
+
 def find(root, scratch):
     """The places of all sources: those of a service are read as one, then the headers that no source includes."""
-    cindex.Config.set_library_file("/usr/lib/llvm-22/lib/libclang-22.so.1")
+    use_libclang()
     kernel = root / "Runtime/qv_kernel"
-    include = [root / "Runtime/include", kernel / "include"]
-    arguments = ["-std=c++17", "-xc++", "-resource-dir", str(compiler_folder())]
-    finder = Finder(root, arguments + [f"-I{folder}" for folder in include])
+    include = header_folders(root)
+    finder = Finder(root, arguments_for(root))
     units = {folder.name: sorted(folder.glob("*.cpp")) for folder in sorted(kernel.glob("layer_0/*"))}
     headers = [header for folder in include for header in sorted(folder.glob("*.h"))]
     # One of another library's users, which need not be there.
@@ -91,7 +103,9 @@ def main():
     write_copy(root, folder, finder, mutants)
     with open(listed, "w", encoding="ascii") as output:
         for number, place, name in mutants:
-            output.write(f"{number}\t{finder.source(place.file).line(place.begin)}\t{name}\n")
+            line = finder.source(place.file).line(place.begin)
+            kind = "constexpr" if (place.file, place.function) in finder.constant_functions else "-"
+            output.write(f"{number}\t{line}\t{kind}\t{name}\n")
     print(f"{len(mutants)} mutants in {len({place.file for _, place, _ in mutants})} files")
 
 

@@ -119,6 +119,8 @@ class Finder:
         self.visited = set()
         # The extents of all functions in a file, for what is found without the compiler's tree.
         self.functions = {}
+        # Those that the compiler may evaluate: (file, name).
+        self.constant_functions = set()
         self.in_file = cindex.conf.lib.clang_getFileLocation
         self.in_file.argtypes = [cindex.SourceLocation] + [ctypes.c_void_p] * 4
         self.names = {}
@@ -205,7 +207,10 @@ class Finder:
                         self.visit(child, cursor, Around(function=cursor.spelling))
                 return
             around = Around(function=self.name_of(cursor))
-            if extent:
+            # A macro's functions stand where it is used, and are none of that place.
+            if extent and self.has_word(extent, cursor.spelling):
+                if self.has_word(extent, "constexpr", before=b"("):
+                    self.constant_functions.add((extent[0], around.function))
                 self.functions.setdefault(extent[0], []).append((extent[1], extent[2], around.function))
         elif kind == Kind.LAMBDA_EXPR:
             around = Around(function=around.function)
@@ -300,6 +305,13 @@ class Finder:
         self.visit(cursor, parent, around)
 
     # ---- What a cursor is ----
+
+    def has_word(self, extent, word, before=None):
+        """Whether a word stands in an extent, or there in front of what begins with `before`."""
+        file, begin, end = extent
+        code = self.source(file).code[begin:end]
+        code = code.split(before)[0] if before else code
+        return re.search(rb"(?<!\w)" + re.escape(word.encode()), code) is not None
 
     @staticmethod
     def name_of(cursor):
@@ -410,9 +422,12 @@ class Finder:
 
     def add_unary(self, cursor, extent, around):
         # What a template is given may step in one direction only.
-        if self.kind_of(next(cursor.get_children())) not in ("number", "pointer"):
+        operand = next(cursor.get_children())
+        if self.kind_of(operand) not in ("number", "pointer"):
             return
         file, begin, end = extent
+        if self.extent(operand) not in ((file, begin + 2, end), (file, begin, end - 2)):
+            return
         code = self.source(file).code[begin:end]
         for old, new in ((b"++", "--"), (b"--", "++")):
             if code.startswith(old):

@@ -1,5 +1,7 @@
 """Writes sources with all mutants in them, each switched by its number (mutants.h)."""
 
+import re
+
 CALLS = {
     "<": "Less",
     "<=": "LessOrEqual",
@@ -36,7 +38,7 @@ def end_of(place):
 
 
 # Of places with one extent: what is computed, then what becomes of it as a condition.
-ORDER = {"assertion": 0, "return": 1, "statement": 1, "condition": 2}
+ORDER = {"return": 0, "statement": 0, "condition": 1, "assertion": 2}
 
 
 def nested(numbered):
@@ -158,4 +160,8 @@ class Rewriter:
 def rewritten(source, numbered):
     """A file's text with its mutants: pairs of a number and a place."""
     root = nested(numbered)
-    return Rewriter(source).text(0, len(source.text), root.children)
+    text = Rewriter(source).text(0, len(source.text), root.children)
+    for number, place in numbered:
+        if not re.search(rf"\({number}\b", text):
+            raise ValueError(f"{place.file}: the mutant of {place.before} is lost")
+    return text

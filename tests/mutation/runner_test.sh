@@ -23,7 +23,7 @@ mkdir -p "$scratch" || exit 2
 failed=0
 # What became of each, beside its name without the file.
 awk -F '\t' 'NR == FNR { split($1, words, " "); outcome[words[1]] = words[2]; next }
-    { sub(/^[^|]*\| /, "", $3); print outcome[$1], $3 }' "$scratch/results" "$scratch/mutants.tsv" | sort >"$scratch/given"
+    { sub(/^[^|]*\| /, "", $4); print outcome[$1], $4 }' "$scratch/results" "$scratch/mutants.tsv" | sort >"$scratch/given"
 sort "$here/sample/expected.txt" | diff - "$scratch/given" || {
     echo 'FAILED: other mutants than expected, or another end'
     failed=1
@@ -44,13 +44,13 @@ number=$(awk -F '\t' '/least <= value && value/ { print $1 }' "$scratch/mutants.
     echo 'FAILED: a survivor passes'
     failed=1
 }
-awk -F '\t' '/value > most \| >=/ || /NobodyAsks/ { print $3 }' "$scratch/mutants.tsv" >"$scratch/survivors.txt"
+awk -F '\t' '/value > most \| >=/ || /NobodyAsks/ { print $4 }' "$scratch/mutants.tsv" >"$scratch/survivors.txt"
 echo '    equivalent because this test says so' >>"$scratch/survivors.txt"
 /usr/bin/python3 "$here/report.py" "$scratch/mutants.tsv" "$scratch/survivors.txt" "$scratch/results" --all || {
     echo 'FAILED: a listed survivor does not pass'
     failed=1
 }
-awk -F '\t' '{ print $3 }' "$scratch/mutants.tsv" >"$scratch/survivors.txt"
+awk -F '\t' '{ print $4 }' "$scratch/mutants.tsv" >"$scratch/survivors.txt"
 echo '    equivalent because this test says so' >>"$scratch/survivors.txt"
 ! /usr/bin/python3 "$here/report.py" "$scratch/mutants.tsv" "$scratch/survivors.txt" "$scratch/results" >/dev/null || {
     echo 'FAILED: a mutant that is listed as a survivor and was killed passes'

@@ -56,12 +56,6 @@ constexpr u64 GrownBytes(u32 length)
     return PaddedBytes(static_cast<u64>(length) + kGrowthHeadroom - 1);
 }
 
-// Zeroes the block that will hold the terminator, on whose zeros block-wise readers rely.
-inline void ZeroLastBlock(char *characters, u32 length)
-{
-    std::memset(characters + LastBlockStart(length), 0, kCharacterBlockBytes);
-}
-
 // Zeroes what stands behind the terminator's place, it included, to the end of its block.
 inline void ZeroTail(char *characters, u32 length)
 {

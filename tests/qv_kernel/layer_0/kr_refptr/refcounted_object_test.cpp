@@ -175,6 +175,26 @@ TEST_F(RefCountedObject, WeakReferencesKeepNothingAlive)
     EXPECT_EQ(CCounted::s_Destroyed, 1);
 }
 
+TEST_F(RefCountedObject, WeakReferencesMayBeDroppedInTheDestructor)
+{
+    struct CDropsBoth : CRefCountedObject
+    {
+        ~CDropsBoth() override
+        {
+            RemoveWeakReference();
+            RemoveWeakReference();
+        }
+    };
+    const CAssertRecorder recorder;
+    const CDropsBoth *const object = new CDropsBoth;
+    object->AddReference();
+    object->AddWeakReference();
+    object->AddWeakReference();
+    object->RemoveReference();
+    EXPECT_EQ(recorder.Count(), 0u);
+    EXPECT_EQ(m_Allocator.LiveBlocks(), 0u);
+}
+
 TEST_F(RefCountedObject, AnObjectIsDeletedThroughItsBase)
 {
     {
@@ -289,6 +309,11 @@ TEST_F(RefCountedObject, AConstructorThatThrowsGivesItsMemoryBack)
     };
     EXPECT_THROW(static_cast<void>(new CThrows), int);
     EXPECT_THROW(static_cast<void>(new (std::nothrow) CThrows), int);
+    struct alignas(64) COverAlignedThrows : CThrows
+    {
+    };
+    EXPECT_THROW(static_cast<void>(new COverAlignedThrows), int);
+    EXPECT_THROW(static_cast<void>(new (std::nothrow) COverAlignedThrows), int);
     EXPECT_EQ(m_Allocator.LiveBlocks(), 0u);
 }
 
