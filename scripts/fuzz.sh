@@ -42,6 +42,6 @@ for program in build/fuzz/tests/fuzz/${target:-*_fuzz}; do
     mkdir -p "build/fuzz/corpus/$name" "tests/fuzz/corpus/$name"
     say "== $name"
     "$program" -max_total_time="$seconds" -max_len=1024 -timeout=10 -print_final_stats=1 \
-        -artifact_prefix="build/fuzz/$name-" "build/fuzz/corpus/$name" "tests/fuzz/corpus/$name" || failed=1
+        -dict="tests/fuzz/dictionaries/$name.dict" -artifact_prefix="build/fuzz/$name-" "build/fuzz/corpus/$name" "tests/fuzz/corpus/$name" || failed=1
 done
 exit $failed

@@ -195,7 +195,7 @@ printf 'class CString\n{\npublic:\n    char At(u32 index) const;\n};\n' |
 printf 'class CString\n{\npublic:\n    [[nodiscard]] char At(u32 index) const;\n};\n' |
     bites operations $string 'no test is named after CString::At'
 printf 'class CString\n{\npublic:\n    u32 Length() const;\n};\n' |
-    bites operations $string 'no fuzz target uses CString::Length'
+    bites fuzzed $string 'no fuzz target uses CString::Length'
 printf 'class CString\n{\npublic:\n    u32 Length() const;\n};\n' |
     bites operations $string 'has no row for CString::Length'
 printf 'class CStringView\n{\npublic:\n    u32 Length() const;\n};\n' |
