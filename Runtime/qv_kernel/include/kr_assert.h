@@ -132,10 +132,13 @@ void Break();
 #define QV_INTERNAL_ASSERT_SITE(text, expandedText, report, ...)                                                       \
     do                                                                                                                 \
     {                                                                                                                  \
-        if (QV_ASSERTS && QV_INTERNAL_UNLIKELY(!(__VA_ARGS__)))                                                        \
+        if (QV_ASSERTS)                                                                                                \
         {                                                                                                              \
-            QV_INTERNAL_SITE_CLASS(text, expandedText);                                                                \
-            report;                                                                                                    \
+            if (QV_INTERNAL_UNLIKELY(!(__VA_ARGS__)))                                                                  \
+            {                                                                                                          \
+                QV_INTERNAL_SITE_CLASS(text, expandedText);                                                            \
+                report;                                                                                                \
+            }                                                                                                          \
         }                                                                                                              \
     } while (false)
 
@@ -165,13 +168,12 @@ void Break();
 //         return;
 #if QV_ASSERTS
 #define QV_INTERNAL_FAILS_SITE(text, expandedText, ...)                                                                \
-    (QV_INTERNAL_UNLIKELY(!(__VA_ARGS__)) &&                                                                           \
-     [](const char *function)                                                                                          \
+    (QV_INTERNAL_UNLIKELY(!(__VA_ARGS__)) ? [](const char *function)                                                   \
      {                                                                                                                 \
          QV_INTERNAL_SITE_CLASS(text, expandedText);                                                                   \
          QV_NAMESPACE::Assert::Internal::ReportSite(qv_SSite::Ignored(), qv_SSite::Site(), function);                  \
          return true;                                                                                                  \
-     }(__PRETTY_FUNCTION__))
+     }(__PRETTY_FUNCTION__) : false)
 #else
 #define QV_INTERNAL_FAILS_SITE(text, expandedText, ...) (QV_INTERNAL_UNLIKELY(!(__VA_ARGS__)))
 #endif
@@ -182,11 +184,12 @@ void Break();
 // All verify sites share one ignore flag.
 #if QV_ASSERTS
 #define QV_VERIFY(...)                                                                                                 \
-    (QV_INTERNAL_UNLIKELY(!(__VA_ARGS__)) &&                                                                           \
-     QV_NAMESPACE::Assert::Internal::ReportVerify(                                                                     \
-         QV_NAMESPACE::Assert::Internal::SSite{__FILE__, #__VA_ARGS__, QV_INTERNAL_EXPANDED_TEXT(__VA_ARGS__),         \
-                                               __LINE__},                                                              \
-         __PRETTY_FUNCTION__))
+    (QV_INTERNAL_UNLIKELY(!(__VA_ARGS__))                                                                              \
+         ? QV_NAMESPACE::Assert::Internal::ReportVerify(                                                               \
+               QV_NAMESPACE::Assert::Internal::SSite{__FILE__, #__VA_ARGS__, QV_INTERNAL_EXPANDED_TEXT(__VA_ARGS__),   \
+                                                     __LINE__},                                                        \
+               __PRETTY_FUNCTION__)                                                                                    \
+         : false)
 #else
 #define QV_VERIFY(...) (QV_INTERNAL_UNLIKELY(!(__VA_ARGS__)))
 #endif

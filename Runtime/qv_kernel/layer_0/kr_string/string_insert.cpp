@@ -170,7 +170,9 @@ CString &CString::Insert(u32 index, const char *piece) noexcept
 CString &CString::Erase(u32 first, u32 last) noexcept QV_NONALLOCATING
 {
     QV_INTERNAL_EDIT;
-    if (QV_INTERNAL_FAILS(first <= last && last <= Length()) || first == last)
+    if (QV_INTERNAL_FAILS(first <= last && last <= Length()))
+        return *this;
+    if (first == last)
         return *this;
     const char *data = Data();
     if (QV_INTERNAL_FAILS(data != null))
