@@ -223,14 +223,14 @@ private:
     template <typename Element>
     QV_INTERNAL_COLD Element &_Inaccessible(u32 index) const noexcept QV_NONBLOCKING
     {
-        QV_ASSERT(index < _Count());
+        QV_INTERNAL_ASSERT_TEXT("index < _Count()", false);
         static_cast<void>(index);
         return Internal::ScratchElement<Element>();
     }
     template <typename Element>
     QV_INTERNAL_COLD Element &_InaccessibleEnd() const noexcept QV_NONBLOCKING
     {
-        QV_ASSERT(!Empty());
+        QV_INTERNAL_ASSERT_TEXT("!Empty()", false);
         return Internal::ScratchElement<Element>();
     }
 };

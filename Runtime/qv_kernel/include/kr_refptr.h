@@ -201,11 +201,7 @@ public:
         QV_ASSERT(_P::m_Ptr != null);
         return _P::m_Ptr;
     }
-    T &operator*() const noexcept QV_NONBLOCKING
-    {
-        QV_ASSERT(_P::m_Ptr != null);
-        return *_P::m_Ptr;
-    }
+    T &operator*() const noexcept QV_NONBLOCKING { return *operator->(); }
 
     // Exchanges the objects; no count changes.
     void Swap(TBaseRefPtr &other) noexcept QV_NONBLOCKING { std::swap(_P::m_Ptr, other.m_Ptr); }

@@ -171,10 +171,7 @@ public:
     constexpr CString() = default;
 
     // A copy of `str`; null and empty text allocate nothing. Fails: an empty string.
-    CString(const char *str) noexcept
-        : m_Container(str != nullptr && *str != '\0' ? CStringContainer::New(str) : PStringContainer())
-    {
-    }
+    CString(const char *str) noexcept : m_Container(_IsText(str) ? CStringContainer::New(str) : PStringContainer()) {}
 
     // A copy of the first `sourceLen` characters of `source`, which are trusted to be there.
     // Requires: text, or a length of 0, else reports "sourceLen == 0" and stays empty. Fails: an empty string.
@@ -774,6 +771,11 @@ public:
 
 private:
     // What an edit asks before it decides between writing in place and building anew.
+    // A count of 0 is answered first: not even one character may be read then.
+    static constexpr bool _IsText(const char *text, u32 length = 1) noexcept QV_NONBLOCKING
+    {
+        return length != 0 && text != nullptr && *text != '\0';
+    }
     bool _IsUniqueAndResizable() const noexcept QV_NONBLOCKING;
 
     // A private copy of a container that is shared.

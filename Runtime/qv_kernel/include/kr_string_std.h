@@ -190,7 +190,9 @@ namespace Internal
 // strings.
 inline std::string_view ComparableText(std::string_view text) noexcept QV_NONBLOCKING
 {
-    return !text.empty() && text.front() == '\0' ? std::string_view() : text;
+    if (!text.empty() && text.front() == '\0')
+        return std::string_view();
+    return text;
 }
 inline std::string_view ComparableText(const CString &text) noexcept QV_NONBLOCKING
 {
@@ -206,10 +208,11 @@ inline std::string_view ComparableText(const char *text) noexcept QV_NONBLOCKING
 }
 
 // How many of the characters of a standard view the kernels take at once.
-inline u32 CountedPiece(std::size_t size) noexcept QV_NONBLOCKING
+constexpr u32 kMaxCountedPiece = 0xFFFFFFFFu;
+
+inline u32 CountedPiece(std::size_t size, u32 maxPiece = kMaxCountedPiece) noexcept QV_NONBLOCKING
 {
-    constexpr std::size_t kMaxLength = 0xFFFFFFFFu;
-    return static_cast<u32>(QVMin(size, kMaxLength));
+    return static_cast<u32>(QVMin<std::size_t>(size, maxPiece));
 }
 
 inline std::size_t HashIgnoringCase(std::string_view text) noexcept QV_NONBLOCKING
@@ -218,14 +221,15 @@ inline std::size_t HashIgnoringCase(std::string_view text) noexcept QV_NONBLOCKI
     return static_cast<std::size_t>(sizeof(std::size_t) < sizeof(u64) ? hash ^ hash >> 32 : hash);
 }
 
-inline bool EqualIgnoringCase(std::string_view a, std::string_view b) noexcept QV_NONBLOCKING
+inline bool EqualIgnoringCase(std::string_view a, std::string_view b,
+                              u32 maxPiece = kMaxCountedPiece) noexcept QV_NONBLOCKING
 {
     if (a.size() != b.size())
         return false;
     bool isEqual = true;
     do
     {
-        const u32 piece = CountedPiece(a.size());
+        const u32 piece = CountedPiece(a.size(), maxPiece);
         isEqual = SNativeStringUtils::EqualCase(a.data(), b.data(), piece);
         a.remove_prefix(piece);
         b.remove_prefix(piece);
@@ -233,12 +237,13 @@ inline bool EqualIgnoringCase(std::string_view a, std::string_view b) noexcept Q
     return isEqual;
 }
 
-inline bool IsLessIgnoringCase(std::string_view a, std::string_view b) noexcept QV_NONBLOCKING
+inline bool IsLessIgnoringCase(std::string_view a, std::string_view b,
+                               u32 maxPiece = kMaxCountedPiece) noexcept QV_NONBLOCKING
 {
     s32 order = 0;
     do
     {
-        const u32 piece = CountedPiece(QVMin(a.size(), b.size()));
+        const u32 piece = CountedPiece(QVMin(a.size(), b.size()), maxPiece);
         order = SNativeStringUtils::CompareCase(a.data(), b.data(), piece);
         a.remove_prefix(piece);
         b.remove_prefix(piece);

@@ -315,13 +315,11 @@ Iterator TQuickSort<Compare, Iterator>::_MoveApart(Iterator mid, Iterator &loEle
 template <typename Compare, typename Iterator>
 void TQuickSort<Compare, Iterator>::_SkipEqual(Iterator mid, Iterator &hiElem) const
 {
+    // The partition ends at the pivot or behind it, whatever the comparison says.
     ++hiElem;
-    if (mid < hiElem)
-    {
-        do
-            --hiElem;
-        while (hiElem > mid && Compare::Equal(*mid, *hiElem));
-    }
+    do
+        --hiElem;
+    while (hiElem > mid && Compare::Equal(*mid, *hiElem));
     if (mid >= hiElem)
     {
         do

@@ -50,11 +50,9 @@ inline bool CStringContainer::_AppendFast(char character) noexcept QV_NONBLOCKIN
 }
 
 inline CString::CString(const char *source, u32 sourceLen) noexcept
-    : m_Container(sourceLen != 0 && source != nullptr && *source != '\0' ? CStringContainer::New(source, sourceLen)
-                                                                         : PStringContainer())
+    : m_Container(_IsText(source, sourceLen) ? CStringContainer::New(source, sourceLen) : PStringContainer())
 {
-    // A count of 0 is answered first: not even one character may be read then.
-    QV_INTERNAL_ASSERT_TEXT("sourceLen == 0", sourceLen == 0 || (source != nullptr && *source != '\0'));
+    QV_INTERNAL_ASSERT_TEXT("sourceLen == 0", sourceLen == 0 || _IsText(source));
 }
 
 // The usual case of each comparison: two containers with characters. Everything else goes to the .cpp.

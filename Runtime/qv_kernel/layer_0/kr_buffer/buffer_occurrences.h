@@ -106,7 +106,7 @@ private:
     // Not inline, so that its bitmap and its indices are off the stack when the search goes on without them.
     QV_INTERNAL_NOINLINE void _WalkChunks(u32 from)
     {
-        const u32 places = m_Length < m_PatternLength ? 0 : m_Length - m_PatternLength + 1;
+        const u32 places = m_Length - m_PatternLength + 1;
         for (u32 at = from; at < places; at += kChunkCharacters)
         {
             const u32 count = QVMin(places - at, kChunkCharacters);

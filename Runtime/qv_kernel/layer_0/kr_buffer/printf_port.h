@@ -32,11 +32,9 @@ inline bool HasDecimalPoint()
 {
 #if defined(_WIN32)
     // Each thread has a result of its own there.
-    const char *const point = std::localeconv()->decimal_point;
-    return point[0] == '.' && point[1] == '\0';
+    return std::strcmp(std::localeconv()->decimal_point, ".") == 0;
 #elif defined(RADIXCHAR)
-    const char *const point = nl_langinfo(RADIXCHAR);
-    return point[0] == '.' && point[1] == '\0';
+    return std::strcmp(nl_langinfo(RADIXCHAR), ".") == 0;
 #else
     return false;
 #endif

@@ -48,7 +48,7 @@ void SplitListedBeyondTerminators(TArray<CString> &outPieces, const char *text, 
         while (stop < end && table[static_cast<u8>(*stop)] == 0)
             ++stop;
         sink.Add(cur, static_cast<u32>(stop - cur));
-        cur = stop < end && *stop != '\0' ? stop + 1 : stop;
+        cur = stop < end ? stop + 1 : stop;
     }
 }
 

@@ -109,11 +109,11 @@ public:
                 first = separator + 1;
             }
             m_Count = static_cast<u32>(to - m_Data);
-            // Only a piece that is stored may make the array grow.
+            // Only a piece that is stored may make the array grow: where separators are left, there is no room.
             for (; i < count && text + indices[i] == first; ++i)
                 ++first;
             begin = first;
-            if (i < count && m_Count == m_Room && !_MakeRoom())
+            if (i < count && !_MakeRoom())
                 return false;
         }
         return true;

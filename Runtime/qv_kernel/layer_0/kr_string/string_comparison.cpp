@@ -112,26 +112,26 @@ s32 OrderIgnoringCase(const u8 *a, const u8 *b, u64 count)
     return 0;
 }
 
-// Invalid containers: null data. Out of line, so that what is done for the others saves no register for a report.
+// Invalid containers: null data, of one side at least. Out of line, so that what is done for the others saves no register
+// for a report.
 
 QV_INTERNAL_COLD bool EqualWithoutCharacters(const CString &a, const CString &b)
 {
     const char *srcA = a.Data();
     const char *srcB = b.Data();
-    QV_ASSERT(srcA != null && srcB != null);
+    QV_INTERNAL_ASSERT_TEXT("srcA != null && srcB != null", false);
     return a.Length() == b.Length() && srcA == srcB;
 }
 
 QV_INTERNAL_COLD bool LessWithoutCharacters(const char *srcA, const char *srcB)
 {
-    QV_ASSERT(srcA != null && srcB != null);
+    QV_INTERNAL_ASSERT_TEXT("srcA != null && srcB != null", false);
     return srcA == nullptr && srcB != nullptr;
 }
 
 QV_INTERNAL_COLD s32 OrderWithoutCharacters(const char *data, const char *otherData)
 {
-    QV_INTERNAL_ASSERT_TEXT("m_Container->Data() != null && other.m_Container->Data() != null",
-                            data != nullptr && otherData != nullptr);
+    QV_INTERNAL_ASSERT_TEXT("m_Container->Data() != null && other.m_Container->Data() != null", false);
     return (data != nullptr) - (otherData != nullptr);
 }
 
@@ -258,7 +258,7 @@ bool CString::operator<(const char *other) const noexcept QV_NONBLOCKING
 bool CString::operator>(const char *other) const noexcept QV_NONBLOCKING
 {
     if (m_Container == null || other == nullptr)
-        return m_Container != null && other == nullptr;
+        return m_Container != null;
     return SNativeStringUtils::Compare(Data(), other) > 0;
 }
 
@@ -274,7 +274,7 @@ bool CString::_IsLess(const CString &other) const noexcept QV_NONBLOCKING
 bool CString::_IsGreater(const CString &other) const noexcept QV_NONBLOCKING
 {
     if (m_Container == null || other.m_Container == null)
-        return m_Container != null && other.m_Container == null;
+        return m_Container != null;
     return OrderWithoutCharacters(Data(), other.Data()) > 0;
 }
 
@@ -297,7 +297,7 @@ bool operator<(const CString &a, const CStringView &b) noexcept QV_NONBLOCKING
 bool operator>(const CString &a, const CStringView &b) noexcept QV_NONBLOCKING
 {
     if (a.Data() == nullptr || b.Data() == nullptr)
-        return a.Data() != nullptr && b.Data() == nullptr;
+        return a.Data() != nullptr;
     return OrderOfTexts(a.Data(), a.Length(), b.Data(), b.Length()) > 0;
 }
 

@@ -229,7 +229,9 @@ CString &CString::Append(const CString &other) noexcept
 CString &CString::_AppendView(const char *other, u32 length) noexcept
 {
     QV_INTERNAL_EDIT_NAMED("Append");
-    return length == 0 || other == nullptr ? *this : _AppendFast(other, length);
+    if (length == 0 || other == nullptr)
+        return *this;
+    return _AppendFast(other, length);
 }
 
 CString &CString::_AppendText(const char *other) noexcept

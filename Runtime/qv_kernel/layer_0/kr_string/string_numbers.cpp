@@ -69,14 +69,13 @@ void AppendZeros(CString &string, u32 count)
     }
 }
 
-// Where the exponent of a text stands; its end where it has none.
+// Where the exponent of a text stands, which all formats but one write; its end for that one.
 const char *ExponentOf(const char *text, const char *end, std::chars_format format)
 {
     if (format == std::chars_format::fixed)
         return end;
     const char mark = format == std::chars_format::hex ? 'p' : 'e';
-    const void *const found = __builtin_memchr(text, mark, static_cast<std::size_t>(end - text));
-    return found != nullptr ? static_cast<const char *>(found) : end;
+    return static_cast<const char *>(__builtin_memchr(text, mark, static_cast<std::size_t>(end - text)));
 }
 
 // Appends a text with zeros behind its last digit.

@@ -193,11 +193,10 @@ void WriteFast(const TMemoryView<const CStringView> &pieces, char *writeTo)
 // The same question as that about any other text, without a look at what was looked at before.
 bool CString::_ContainsBackslash() const noexcept QV_NONBLOCKING
 {
-    const char *data = Data();
-    if (data == nullptr || !_IsUniqueAndResizable())
-        return data != nullptr && ContainsBackslash(data, Length());
+    if (!_IsUniqueAndResizable())
+        return ContainsBackslash(Data(), Length());
     const u32 place = SearchFurther(*m_Container);
-    return place != Length() && data[place] == kBackslash;
+    return place != Length() && Data()[place] == kBackslash;
 }
 
 CString &CString::_JoinFast(const char *b, u32 bLen) noexcept
@@ -239,13 +238,17 @@ QV_INTERNAL_NOINLINE CString &CString::_JoinSlow(const char *b, u32 bLen, bool m
 CString &CString::AppendSlashAnd(const CString &other) noexcept
 {
     QV_INTERNAL_EDIT;
-    return other.Empty() || other.Length() == 0 ? _JoinFast("", 0) : _JoinFast(other.Data(), other.Length());
+    if (other.Empty() || other.Length() == 0)
+        return _JoinFast("", 0);
+    return _JoinFast(other.Data(), other.Length());
 }
 
 CString &CString::AppendSlashAnd(const CStringView &other) noexcept
 {
     QV_INTERNAL_EDIT;
-    return other.Empty() || other.Data() == nullptr ? _JoinFast("", 0) : _JoinFast(other.Data(), other.Length());
+    if (other.Empty() || other.Data() == nullptr)
+        return _JoinFast("", 0);
+    return _JoinFast(other.Data(), other.Length());
 }
 
 CString &CString::AppendSlashAnd(const char *other) noexcept
@@ -268,7 +271,9 @@ CString &CString::AppendSlashAnd(const char *other, u32 length) noexcept
 CString &CString::AppendSlash() noexcept
 {
     QV_INTERNAL_EDIT;
-    return Empty() || Last() == kSlash ? *this : _AppendFast("/", 1);
+    if (Empty() || Last() == kSlash)
+        return *this;
+    return _AppendFast("/", 1);
 }
 
 CString CString::SlashAppended() const noexcept

@@ -58,7 +58,9 @@ const char *TerminatorOf(const CStringView &replacement)
 // A terminator in the replacement ends the result.
 CString EndAtTerminator(CString &&result, const SReplacing &replacing, bool anyReplaced)
 {
-    return anyReplaced && TerminatorOf(replacing.m_Replacement) != nullptr ? CString(result.Data()) : std::move(result);
+    if (anyReplaced && TerminatorOf(replacing.m_Replacement) != nullptr)
+        return CString(result.Data());
+    return std::move(result);
 }
 
 u64 LengthReplaced(const SReplacing &replacing, u32 count)
