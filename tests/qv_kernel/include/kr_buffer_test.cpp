@@ -70,4 +70,27 @@ TEST(Buffer, CompareCaseReportsNullAndOrdersItBeforeEveryText)
     ExpectReports(recorder, {report, report, report});
 }
 
+TEST(Buffer, CompareReportsNullAndOrdersItBeforeEveryText)
+{
+    const CAssertRecorder recorder;
+    const std::string report = "data0 != null && data1 != null";
+    EXPECT_LT(SNativeStringUtils::Compare(nullptr, ""), 0);
+    EXPECT_GT(SNativeStringUtils::Compare("", nullptr), 0);
+    EXPECT_EQ(SNativeStringUtils::Compare(nullptr, nullptr), 0);
+    ExpectReports(recorder, {report, report, report});
+}
+
+TEST(Buffer, EqualAndEqualCaseReportNullWhichEqualsNullAlone)
+{
+    const CAssertRecorder recorder;
+    const std::string report = "data0 != null && data1 != null";
+    EXPECT_FALSE(SNativeStringUtils::Equal(nullptr, ""));
+    EXPECT_FALSE(SNativeStringUtils::Equal("", nullptr));
+    EXPECT_TRUE(SNativeStringUtils::Equal(nullptr, nullptr));
+    EXPECT_FALSE(SNativeStringUtils::EqualCase(nullptr, ""));
+    EXPECT_FALSE(SNativeStringUtils::EqualCase("", nullptr));
+    EXPECT_TRUE(SNativeStringUtils::EqualCase(nullptr, nullptr));
+    ExpectReports(recorder, {report, report, report, report, report, report});
+}
+
 } // namespace QuorvaneTest

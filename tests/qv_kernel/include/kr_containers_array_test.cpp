@@ -749,6 +749,21 @@ TEST(Array, NeighboursOfTheElementsAreNotTheArraysOwn)
     EXPECT_EQ(recorder.Count(), 0u);
 }
 
+// One element lies below the array's, one above them.
+TEST(Array, ObjectsOfNoArrayAreNotTheArraysOwn)
+{
+    const CAssertRecorder recorder;
+    static u32 s_Lower = 7;
+    u32 higher = 8;
+    TArray<u32> array = ArrayOf({1, 2});
+    EXPECT_EQ(array.PushBack(std::move(s_Lower)), 2u);
+    EXPECT_EQ(array.PushBack(std::move(higher)), 3u);
+    EXPECT_EQ(Content(array), (std::vector<u32>{1, 2, 7, 8}));
+    EXPECT_EQ(recorder.Count(), 0u);
+    EXPECT_EQ(array.PushBack(std::move(array[0])), 4u);
+    EXPECT_EQ(recorder.Count(), IfAsserting(1));
+}
+
 // One of the two arrays lies below the other, wherever that is.
 TEST(Array, ElementsOfAnotherArrayAreNotTheArraysOwn)
 {

@@ -86,6 +86,11 @@ TEST(StringStd, AStandardViewBeyond32BitsIsCut)
     EXPECT_EQ(FromStdStringView(viewOfLength(0xFFFFFFFFu)).Length(), 0xFFFFFFFFu);
     EXPECT_EQ(FromStdStringView(viewOfLength(0x100000000u)).Length(), 0xFFFFFFFFu);
     EXPECT_EQ(FromStdStringView(viewOfLength(0x100000003u)).Length(), 0xFFFFFFFFu);
+    // Nor is more than the first one where that tells the order.
+    EXPECT_FALSE(CString("y") < viewOfLength(0x100000003u));
+    EXPECT_TRUE(CString("w") < viewOfLength(0x100000003u));
+    EXPECT_FALSE(CStringView("y") < viewOfLength(0x100000003u));
+    EXPECT_TRUE(CStringView("w") < viewOfLength(0x100000003u));
 }
 
 TEST(StringStd, AStringOfAStandardViewIsACopyOfAllItsCharacters)
@@ -379,6 +384,26 @@ TEST(StringStd, TheThreeThatIgnoreCaseAgreeBetweenAnyTwoForms)
                               });
         }
     }
+}
+
+// As they take texts of 4 GiB and more, here with pieces of two characters.
+TEST(StringStd, TextsAreComparedIgnoringCasePieceByPiece)
+{
+    const auto isEqual = [](std::string_view a, std::string_view b) { return Internal::EqualIgnoringCase(a, b, 2); };
+    EXPECT_TRUE(isEqual("", ""));
+    EXPECT_TRUE(isEqual("abcde", "ABCDE"));
+    EXPECT_FALSE(isEqual("abcde", "abcdf"));
+    EXPECT_FALSE(isEqual("abcde", "abxde"));
+    EXPECT_FALSE(isEqual("abcde", "abcd"));
+    const auto isLess = [](std::string_view a, std::string_view b) { return Internal::IsLessIgnoringCase(a, b, 2); };
+    EXPECT_FALSE(isLess("abcde", "ABCDE"));
+    EXPECT_TRUE(isLess("ABCDE", "abcdf"));
+    EXPECT_FALSE(isLess("abcdf", "ABCDE"));
+    EXPECT_TRUE(isLess("abCD", "abcde"));
+    EXPECT_FALSE(isLess("abcde", "abCD"));
+    EXPECT_TRUE(isLess("abxde", "aby"));
+    EXPECT_TRUE(isLess("", "a"));
+    EXPECT_FALSE(isLess("", ""));
 }
 
 TEST(StringStd, TheThreeThatIgnoreCaseTakeNullForEmpty)

@@ -13,7 +13,33 @@
 #include "kr_mem.h"
 #include "kr_refptr.h"
 #include "kr_string.h"
+#include "system_limits.h"
 #include "test_port.h"
+
+// What the sanitizer for real time has a program call, here in programs without it.
+#if defined(__ELF__) && !defined(QV_INTERNAL_HAS_REALTIME_SANITIZER)
+
+namespace
+{
+
+thread_local int t_RealtimePauses = 0;
+
+} // namespace
+
+extern "C" void __rtsan_disable();
+extern "C" void __rtsan_enable();
+
+extern "C" void __rtsan_disable()
+{
+    ++t_RealtimePauses;
+}
+
+extern "C" void __rtsan_enable()
+{
+    --t_RealtimePauses;
+}
+
+#endif
 
 namespace QuorvaneTest
 {
@@ -467,6 +493,44 @@ TEST(AssertionHandler, TheDefaultHandlerDoesNotBreakWithoutADebugger)
     EXPECT_EQ(child.m_Signal, 0);
     EXPECT_EQ(child.m_ExitCode, 9);
 }
+
+#if defined(__ELF__) && !defined(QV_INTERNAL_HAS_REALTIME_SANITIZER)
+
+TEST(AssertionHandler, TheHandlerMayBlockUnderTheSanitizerForRealTime)
+{
+    static int s_PausesWithin = 0;
+    const auto handler = [](const char *, const char *, int, const char *, const char *, const char *)
+    {
+        s_PausesWithin = t_RealtimePauses;
+        return 2;
+    };
+    const Assert::FHandler before = Assert::SetHandler(handler);
+    s_PausesWithin = 0;
+    EXPECT_EQ(Report(), 2);
+    Assert::SetHandler(before);
+    EXPECT_EQ(s_PausesWithin, 1);
+    EXPECT_EQ(t_RealtimePauses, 0);
+}
+
+#endif
+
+#if QV_TEST_HAS_FORK
+
+// Whether there is a debugger is read from a file.
+TEST(AssertionHandler, TheDefaultHandlerAnswers2WhereNoFileCanBeOpened)
+{
+    const SChildResult child = RunInChild(
+        []
+        {
+            Assert::SetHandler(nullptr);
+            return LimitProcess(RLIMIT_NOFILE, 0) ? Report() : kNoLimit;
+        });
+    if (child.m_ExitCode == kNoLimit)
+        GTEST_SKIP() << "this machine limits no files";
+    EXPECT_EQ(child.m_ExitCode, 2);
+}
+
+#endif
 
 TEST(AssertionHandler, TheDefaultHandlerAnswers0UnderADebugger)
 {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <string>
 
 #include <sys/types.h>
@@ -11,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "assert_recorder.h"
+#include "edge_allocators.h"
 #include "kr_buffer.h"
 #include "kr_mem.h"
 #include "test_allocator.h"
@@ -109,6 +111,37 @@ TEST_F(BufferFormat, AResultOneCharacterTooLongGetsABlockOfExactlyItsSize)
     EXPECT_NE(call.m_Line, 0u);
     EXPECT_NE(call.m_Function, "");
     Mem::Free(result, Mem::AllocType_Generic);
+}
+
+TEST_F(BufferFormat, AFormatThatEndsWithinADirectiveIsThePlatforms)
+{
+    for (const std::string format : {"a%", "a%5", "%d%.", "%%%l"})
+    {
+        const std::unique_ptr<char[]> exact(new char[format.size() + 1]);
+        std::memcpy(exact.get(), format.c_str(), format.size() + 1);
+        char expected[64];
+        const int length = std::snprintf(expected, sizeof(expected), exact.get(), 1);
+        const char *const result = Format(m_Buffer.First(), m_Buffer.Last(), m_Length, exact.get(), 1);
+        ASSERT_EQ(result != nullptr, length >= 0) << format;
+        EXPECT_STREQ(result != nullptr ? result : "", length >= 0 ? expected : "") << format;
+    }
+}
+
+TEST_F(BufferFormat, AnArgumentThatChangesMeanwhileLeavesNoResult)
+{
+    std::string text = "a text that is longer than the buffer";
+    // As another thread may change it.
+    const CChoosyAllocator changing(
+        [&](u64, u64)
+        {
+            text[20] = '\0';
+            return false;
+        });
+    EXPECT_EQ(Format(m_Buffer.First(), m_Buffer.Last(), m_Length, "%s", text.data()), nullptr);
+    EXPECT_EQ(m_Length, 0u);
+    EXPECT_EQ(m_Allocator.RequestCount(), 1u);
+    EXPECT_EQ(m_Allocator.LiveBlocks(), 0u);
+    EXPECT_TRUE(m_Buffer.CanariesAreIntact());
 }
 
 TEST_F(BufferFormat, ALongResultIsComplete)

@@ -147,6 +147,21 @@ TEST_P(BufferOccurrences, WhatIsComparedInVainIsBounded)
     EXPECT_EQ(indices, CIndices({100000, 102003}));
 }
 
+TEST_P(BufferOccurrences, WalkEndsWhereItIsToldToBehindThePlaceWhereComparingIsGivenUp)
+{
+    const std::string pattern = std::string(1000, 'a') + "b" + std::string(1000, 'a');
+    const std::string text = std::string(100000, 'a') + pattern + "--" + pattern + "--" + pattern;
+    CIndices indices;
+    const auto onMatch = [&](u32 at)
+    {
+        indices.push_back(at);
+        return indices.size() != 2;
+    };
+    Internal::Buffer::WalkOccurrences(text.data(), static_cast<u32>(text.size()), pattern.data(),
+                                      static_cast<u32>(pattern.size()), 0, onMatch);
+    EXPECT_EQ(indices, CIndices({100000, 102003}));
+}
+
 TEST_P(BufferOccurrences, NothingIsComparedInVainInOrdinaryText)
 {
     CIndices indices;

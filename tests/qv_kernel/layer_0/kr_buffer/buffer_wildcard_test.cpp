@@ -522,6 +522,24 @@ TEST(BufferWildcard, LiteralsBetweenStarsStandInOrder)
     EXPECT_FALSE(SNativeStringUtils::MatchCase("*bc*cd", "abcd"));
 }
 
+// Bytes around the letters, and beyond ASCII, stand for themselves alone wherever they stand between stars.
+TEST(BufferWildcard, LiteralsBetweenStarsThatAreNoLettersHaveNoOtherCase)
+{
+    for (const std::string literal : {"@", "[", "`", "{", "\xC1", "\xE1", "1"})
+        for (const std::size_t distance : {0u, 15u, 16u, 64u, 200u})
+        {
+            const std::string gap(distance, '-');
+            const std::string other(1, static_cast<char>(literal[0] ^ 0x20));
+            const std::string pattern = "a*" + literal + literal + "*z";
+            EXPECT_TRUE(
+                SNativeStringUtils::MatchCase(pattern.c_str(), ("A" + gap + literal + literal + gap + "Z").c_str()))
+                << literal << " " << distance;
+            EXPECT_FALSE(
+                SNativeStringUtils::MatchCase(pattern.c_str(), ("A" + gap + other + other + gap + "Z").c_str()))
+                << literal << " " << distance;
+        }
+}
+
 // Both texts end at a protected page.
 TEST(BufferWildcard, NothingBehindTheTerminatorsIsRead)
 {

@@ -243,6 +243,7 @@ TEST(PrintfFormat, WhatIsNotKnownIsLeftToThePlatform)
     EXPECT_EQ(LengthMade("%05s", "a"), kLeftFlag);
     EXPECT_EQ(LengthMade("%+s", "a"), kLeftFlag);
     EXPECT_EQ(LengthMade("%.2c", 'a'), kLeftFlag);
+    EXPECT_EQ(LengthMade("%.*c", 2, 'a'), kLeftFlag);
     EXPECT_EQ(LengthMade("%5%"), kLeftFlag);
     EXPECT_EQ(LengthMade("%99999999999d", 1), kLeftFlag);
     EXPECT_EQ(LengthMade("%.99999999999d", 1), kLeftFlag);

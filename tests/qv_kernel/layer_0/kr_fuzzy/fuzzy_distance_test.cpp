@@ -74,6 +74,23 @@ TEST(FuzzyDistance, EveryPairOfShortTextsWeighsAsTheRecurrenceSays)
     }
 }
 
+TEST(FuzzyDistance, TextsOfEveryByteWeighAsTheRecurrenceSays)
+{
+    std::string all;
+    for (int byte = 0; byte < 256; ++byte)
+        all += static_cast<char>(byte);
+    std::string turned = all;
+    std::reverse(turned.begin(), turned.end());
+    const std::string texts[] = {all, turned, all + all, all.substr(128) + all, turned + all.substr(0, 100)};
+    for (const bool wide : {false, true})
+    {
+        const CWideChoice choice(wide);
+        for (const std::string &a : texts)
+            for (const std::string &b : texts)
+                ASSERT_EQ(Weight(a, b), FuzzyModelWeight(a, b)) << a.size() << " and " << b.size();
+    }
+}
+
 // Every length at which pairs change their walk: registers, words, pairs of words, groups of eight.
 TEST(FuzzyDistance, EveryPairOfLengthsWeighsAsTheRecurrenceSays)
 {

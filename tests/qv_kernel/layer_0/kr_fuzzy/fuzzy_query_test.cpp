@@ -208,6 +208,34 @@ TEST(FuzzyQuery, EveryByteIsFoundWhereverTheQueryHoldsIt)
         }
 }
 
+// Batches hold 256 texts, or 128 that are wanted.
+TEST(FuzzyQuery, ARefusalInAnEarlierBatchIsAnsweredThoughLaterOnesAreGranted)
+{
+    CTestAllocator allocator;
+    const std::string query(5, 'a');
+    std::vector<CString> texts(600, Fixed("aaaaaa"));
+    texts[3] = Fixed(std::string(300, 'a'));
+    texts[400] = Fixed(std::string(300, 'a'));
+    const CString asked = Fixed(query);
+    const auto textAt = [&](u32 i) { return SText::Of(texts[i]); };
+    for (const bool wanted : {false, true})
+        for (const u32 refused : {1u, 0u})
+        {
+            std::vector<float> weights(texts.size(), -1.0f);
+            const auto take = [&](u32 index, float weight) { weights[index] = weight; };
+            const auto needed = [](u32) { return 0u; };
+            allocator.RefuseNth(refused);
+            const bool granted = wanted ? WeighWanted(SText::Of(asked), 600, textAt, needed, take)
+                                        : WeighAll(SText::Of(asked), 600, textAt, take);
+            allocator.RefuseNth(0);
+            EXPECT_EQ(granted, refused == 0) << wanted;
+            const float ofLong = FuzzyModelWeight(query, std::string(300, 'a'));
+            EXPECT_EQ(weights[3], refused == 0 ? ofLong : 0.0f) << wanted;
+            EXPECT_EQ(weights[400], ofLong) << wanted;
+            EXPECT_EQ(weights[599], FuzzyModelWeight(query, "aaaaaa")) << wanted;
+        }
+}
+
 TEST(FuzzyQuery, RefusedMemoryIsAnsweredAndWeighsZero)
 {
     for (const size_t queryLength : {5u, 40u, 70u})

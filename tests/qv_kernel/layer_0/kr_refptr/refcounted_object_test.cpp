@@ -301,6 +301,27 @@ TEST_F(RefCountedObject, TheFormsOfNewThatDoNotThrowUseTheSameMemory)
 
 #if defined(__cpp_exceptions)
 
+TEST_F(RefCountedObject, AConstructorThatThrowsGivesItsMemoryBackWhereNewDoesNotThrow)
+{
+    struct SThrowing : CRefCountedObject
+    {
+        SThrowing() { throw 1; }
+    };
+    struct alignas(64) SAlignedThrowing : CRefCountedObject
+    {
+        SAlignedThrowing() { throw 1; }
+    };
+    EXPECT_THROW(static_cast<void>(new (std::nothrow) SThrowing), int);
+    EXPECT_THROW(static_cast<void>(new (std::nothrow) SAlignedThrowing), int);
+    EXPECT_EQ(m_Allocator.LiveBlocks(), 0u);
+    // The block of another is its owner's.
+    void *const block =
+        Mem::_RawAlloc(sizeof(SThrowing), 0, Mem::AllocType_Generic, Mem::Origin_New, QV_INTERNAL_MEM_SITE);
+    EXPECT_THROW(static_cast<void>(new (block) SThrowing), int);
+    EXPECT_EQ(m_Allocator.LiveBlocks(), 1u);
+    Mem::_RawFree(block, Mem::AllocType_Generic, Mem::Origin_New, QV_INTERNAL_MEM_SITE);
+}
+
 TEST_F(RefCountedObject, AConstructorThatThrowsGivesItsMemoryBack)
 {
     struct CThrows : CRefCountedObject

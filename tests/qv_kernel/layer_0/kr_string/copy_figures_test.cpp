@@ -18,6 +18,22 @@
 namespace QuorvaneTest
 {
 
+#if !QV_MEM_TRACKING
+
+// What headers and edits call in a build that counts.
+TEST(StringCopyFiguresNone, WithoutTrackingNothingIsCounted)
+{
+    Quorvane::CString::SCopyFigures figures = {1, 2, 3};
+    Quorvane::Internal::String::CountSharedCopy();
+    Quorvane::Internal::String::CountPrivateCopy(5, nullptr);
+    Quorvane::CString::CopyFigures(figures);
+    EXPECT_EQ(figures.m_SharedCopies, 0u);
+    EXPECT_EQ(figures.m_PrivateCopies, 0u);
+    EXPECT_EQ(figures.m_PrivateCharacters, 0u);
+}
+
+#endif
+
 namespace
 {
 

@@ -196,6 +196,29 @@ TEST(StringSplitPredicate, AnArrayThatCannotGrowKeepsWhatItHeldBefore)
 
 // Into views.
 
+TEST(StringSplitPredicate, RefusedMemoryIsAnsweredForViewsOfStringsAndOfViews)
+{
+    const CString string("a,b");
+    const CAssertRecorder recorder;
+    TArray<CStringView> ofString;
+    TArray<CStringView> ofView;
+    {
+        const CChoosyAllocator refusing([](u64, u64) { return true; });
+        EXPECT_FALSE(string.Split(&IsComma, ofString));
+        EXPECT_FALSE(CStringView(string).Split(&IsComma, ofView));
+    }
+    EXPECT_TRUE(ofString.Empty());
+    EXPECT_TRUE(ofView.Empty());
+    ExpectReports(recorder, {"false", "false"});
+    EXPECT_TRUE(string.Split(&IsComma, ofString));
+    EXPECT_TRUE(CStringView(string).Split(&IsComma, ofView));
+    const CString none;
+    EXPECT_TRUE(none.Split(&IsComma, ofString));
+    EXPECT_TRUE(CStringView().Split(&IsComma, ofView));
+    EXPECT_EQ(ofString.Count(), 2u);
+    EXPECT_EQ(ofView.Count(), 2u);
+}
+
 TEST(StringSplitPredicate, ViewsLieInTheBufferOfTheSourceAndAreAppended)
 {
     CTestAllocator allocator;

@@ -181,6 +181,22 @@ TEST(StringComparison, AStringWithoutAContainerEqualsAViewOfLengthZeroWhereverIt
     EXPECT_FALSE(CString() == CStringView(text, 1));
 }
 
+TEST(StringComparison, AViewOfNullWithALengthEqualsAnotherOneOfThatLength)
+{
+    const CStringView view(nullptr, 3);
+    for (const ECaseSensitivity sensitivity : kSensitivities)
+    {
+        EXPECT_TRUE(view.Compare(CStringView(nullptr, 3), sensitivity));
+        EXPECT_FALSE(view.Compare(CStringView(nullptr, 2), sensitivity));
+        EXPECT_FALSE(view.Compare(CStringView("abc", 3), sensitivity));
+        EXPECT_FALSE(CStringView("abc", 3).Compare(view, sensitivity));
+    }
+    EXPECT_TRUE(view == CStringView(nullptr, 3));
+    EXPECT_FALSE(view == CStringView(nullptr, 2));
+    EXPECT_FALSE(view == CStringView("abc", 3));
+    EXPECT_FALSE(CStringView("abc", 3) == view);
+}
+
 TEST(StringComparison, AViewOfNullWithALengthEqualsNoText)
 {
     const CStringView view(nullptr, 3);
@@ -625,6 +641,25 @@ TEST(StringComparison, ComparingAContainerWithoutCharactersReports)
     }
 }
 
+TEST(StringComparison, TwoContainersWithoutCharactersAreEqualAndNeitherIsLess)
+{
+    const CAssertRecorder recorder;
+    CBrokenString one;
+    CBrokenString other;
+    const std::string both = "srcA != null && srcB != null";
+    EXPECT_TRUE(one.Get().Compare(other.Get()));
+    EXPECT_FALSE(one.Get().LessThan(other.Get()));
+    ExpectReports(recorder, {both, both});
+}
+
+TEST(StringComparison, AContainerWithoutCharactersIsLessThanABuffer)
+{
+    const CAssertRecorder recorder;
+    CBrokenString broken;
+    EXPECT_TRUE(broken.Get().LessThan("abc"));
+    ExpectReports(recorder, {"srcA != null && srcB != null"});
+}
+
 TEST(StringComparison, OrderingAContainerWithoutCharactersReports)
 {
     CAssertRecorder recorder;
@@ -798,6 +833,22 @@ TEST(StringComparison, OrderReadsNothingBehindTheLastBlockOfEitherString)
             ASSERT_EQ(strings[i].LessThan(strings[j], CaseInsensitive), order < 0) << i << ", " << j;
             ASSERT_EQ(strings[i].Compare(strings[j]), texts[i] == texts[j]) << i << ", " << j;
             ASSERT_EQ(strings[i].Compare(strings[j], CaseInsensitive), texts[i] == texts[j]) << i << ", " << j;
+        }
+    }
+}
+
+TEST(StringComparison, ADifferenceIsFoundInEveryPlaceOfALongText)
+{
+    for (const u32 length : {1000u, 5000u, 20000u})
+    {
+        const std::string text(length, 'a');
+        EXPECT_TRUE(Fixed(text) == Fixed(text));
+        for (u32 at = 0; at < length; at += at % 512 == 0 || at + 512 >= length ? 1 : 511)
+        {
+            std::string other = text;
+            other[at] = 'b';
+            ASSERT_FALSE(Fixed(text) == Fixed(other)) << at;
+            ASSERT_FALSE(Fixed(text).Compare(Fixed(other))) << at;
         }
     }
 }

@@ -1537,6 +1537,22 @@ CString WithRoom(const std::string &text, u32 room)
     return string;
 }
 
+// The allocator has bytes of its own in front of each block, and a piece may begin there.
+TEST(StringAppend, AppendOfAPieceThatBeginsInFrontOfTheRoomAddsItAsItWas)
+{
+    CTestAllocator allocator;
+    for (const u32 length : {1u, 4u, 15u, 40u, 300u})
+        for (const bool prepends : {false, true})
+        {
+            const std::string text(length, 'x');
+            CString string = Resizable(text);
+            const CStringView piece(string.Data() - 2, 2 + length);
+            const std::string added(piece.Data(), piece.Length());
+            prepends ? string.Prepend(piece) : string.Append(piece);
+            ExpectCharacters(string, prepends ? added + text : text + added);
+        }
+}
+
 TEST(StringTryAppend, TryAppendAddsAPieceOfEveryKindAtTheEnd)
 {
     CString string;
@@ -1571,6 +1587,21 @@ TEST(StringTryAppend, TryAppendIsAppendWithoutMemoryOrNothing)
                 ExpectText(string, fits ? text + piece : text);
             }
     ExpectReports(recorder, {});
+}
+
+// There is room for one more than a string may have.
+TEST(StringTryAppend, TryAppendRefusesALengthThatNoStringCanHave)
+{
+    constexpr u32 kMaxLength = 0x3FFFFFFEu;
+    CString string = HugeString(kMaxLength - 3);
+    if (string.Data() == nullptr)
+        GTEST_SKIP() << "no memory for the longest text";
+    const u32 capacity = CapacityOf(*ContainerOf(string));
+    EXPECT_FALSE(string.TryAppend("four"));
+    EXPECT_EQ(string.Length(), kMaxLength - 3);
+    EXPECT_GT(capacity, kMaxLength + 1);
+    EXPECT_TRUE(string.TryAppend("abc"));
+    EXPECT_EQ(string.Length(), kMaxLength);
 }
 
 TEST(StringTryAppend, TryAppendOfACharacterEndsWithTheRoom)

@@ -608,6 +608,31 @@ TEST(String, RebuildAfterRawModificationTakesTheLengthFromTheText)
     ExpectText(string, "ab");
 }
 
+// Before the length is told, the first character alone says that there is a text.
+TEST(String, ATextWrittenRawIntoAnEmptyStringHasNoLastCharacterUntilItIsRebuilt)
+{
+    CString string = Resizable("ab", 20);
+    string.Clear();
+    ASSERT_EQ(string.Length(), 0u);
+    string.RawDataForWriting()[0] = 'x';
+    const CAssertRecorder recorder;
+    EXPECT_FALSE(string.Empty());
+    EXPECT_EQ(string.Last(), '\0');
+    EXPECT_EQ(TextOf(CString("a").AppendSlashAnd(string)), "a");
+    ExpectReports(recorder, {});
+    string.RebuildAfterRawModification();
+    EXPECT_EQ(string.Last(), 'x');
+}
+
+TEST(String, WritingToASharedContainerWithoutCharactersLeavesItShared)
+{
+    CBrokenString broken;
+    CString other = broken.Get();
+    const CAssertRecorder recorder;
+    EXPECT_EQ(other.RawDataForWriting(), nullptr);
+    EXPECT_EQ(ContainerOf(other), ContainerOf(broken.Get()));
+}
+
 TEST(String, RebuildAfterRawModificationDoesNotUnshare)
 {
     CTestAllocator allocator;

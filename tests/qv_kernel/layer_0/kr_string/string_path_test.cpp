@@ -158,6 +158,27 @@ TEST(StringPathJoin, BackslashesAreReportedAndKept)
     }
 }
 
+TEST(StringPathOperator, BackslashesAreReportedAndKept)
+{
+    CAssertRecorder recorder;
+    const std::string left = "aLen == 0 || !_ContainsBackSlash(a, length)";
+    const std::string right = "bLen == 0 || !_ContainsBackSlash(b, length)";
+    const CString plain("a");
+    const CString backslash("a\\b");
+    ExpectText(plain / "b\\", "a/b\\");
+    ExpectText(plain / backslash, "a/a\\b");
+    ExpectText(plain / CStringView("\\b"), "a/\\b");
+    ExpectReports(recorder, {right, right, right});
+    recorder.Clear();
+    ExpectText(backslash / "b", "a\\b/b");
+    ExpectText(backslash / plain, "a\\b/a");
+    ExpectText("a\\b" / plain, "a\\b/a");
+    ExpectReports(recorder, {left, left, left});
+    recorder.Clear();
+    ExpectText(backslash / "\\", "a\\b/\\");
+    ExpectReports(recorder, {left, right});
+}
+
 TEST(StringPathJoin, BackslashesBehindTheCountOrATerminatorAreNotSeen)
 {
     CAssertRecorder recorder;

@@ -193,6 +193,21 @@ TEST(StringSplit, ViewsLieInTheBufferOfTheSource)
     }
 }
 
+// A string that lies in the array is told from others by where it lies: below it, in it, above it.
+TEST(StringSplit, StringsBelowTheArrayAndAboveItAreNotItsElements)
+{
+    static CString s_Lower("a,b");
+    const CString higher("c,d");
+    // A block of this size is the system's, whose addresses are above those of the program.
+    TArray<CString> pieces;
+    ASSERT_TRUE(pieces.Reserve(1000000));
+    EXPECT_TRUE(s_Lower.Split(',', pieces));
+    EXPECT_EQ(TextsOf(pieces), (std::vector<std::string>{"a", "b"}));
+    EXPECT_TRUE(higher.Split(',', pieces));
+    EXPECT_EQ(TextsOf(pieces), (std::vector<std::string>{"c", "d"}));
+    s_Lower = CString();
+}
+
 TEST(StringSplit, SplitAndSplitThreadSafeIntoViewsCopyNoCharacter)
 {
     CTestAllocator allocator;

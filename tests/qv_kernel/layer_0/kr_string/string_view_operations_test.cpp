@@ -564,6 +564,25 @@ TEST(StringViewOperations, StripNarrowsAtBothEndsStripLeftAtTheStartAndStripRigh
     ExpectView(view.StripRight("x"), text, 5);
 }
 
+// A set that the compiler knows is stripped in line if it has up to 8 characters, all below 64: here with one that is not,
+// at each place.
+TEST(StringViewOperations, StripTakesAnyCharacterOfASetThatTheCompilerKnows)
+{
+    const auto strips = [](const CStringView &stripped, char high)
+    { EXPECT_EQ(std::string(stripped.Data(), stripped.Length()), "x") << high; };
+    const auto viewOf = [](const char *text) { return CStringView(text); };
+    strips(viewOf("0z7xz1").Strip("z0123457"), 'z');
+    strips(viewOf("0z7xz1").Strip("0z123457"), 'z');
+    strips(viewOf("0z7xz1").Strip("01z23457"), 'z');
+    strips(viewOf("0z7xz1").Strip("012z3457"), 'z');
+    strips(viewOf("0z7xz1").Strip("0123z457"), 'z');
+    strips(viewOf("0z7xz1").Strip("01234z57"), 'z');
+    strips(viewOf("0z7xz1").Strip("012345z7"), 'z');
+    strips(viewOf("0z7xz1").Strip("0123457z"), 'z');
+    strips(viewOf("0674x12").Strip("01234567"), '7');
+    strips(viewOf("08674x12").Strip("012345678"), '8');
+}
+
 TEST(StringViewOperations, StripTakesAnyCharacterOfTheSet)
 {
     const char text[] = " \tab c\t \xE9";
