@@ -1,37 +1,72 @@
 #!/bin/sh
-# ./run coverage: lines and branches of Runtime/ that the tests reach.
+# ./run coverage: lines, branches and conditions (MC/DC) of Runtime/ that the tests reach; fails unless all of them are
+# reached that tests/coverage/exclusions.txt does not name.
 . "$(dirname "$0")/common.inc"
 . "$root/scripts/needs.inc"
 . "$root/scripts/build.inc"
 
-ensure g++ cmake ninja-build libgtest-dev clang libclang-rt-dev llvm -- locales
+ensure g++ cmake ninja-build libgtest-dev clang-22 libclang-rt-22-dev llvm-22 python3 qemu-user -- locales libfmt-dev
 ensure_locales
-profiles=build/coverage/profiles
-rm -rf "$profiles"
+results=build/coverage-results
+rm -rf "$results"
+mkdir -p "$results"
 failed=0
-objects=
-# Both default allocators: the plain one and the tracking one.
-for preset in coverage coverage-tracking; do
-    build $preset || exit 1
-    mkdir -p "$profiles"
-    for program in "build/$preset/tests/qv_kernel_tests" "build/$preset/tests/qv_kernel_thread_tests" \
-        "build/$preset/tests"/qv_driver_*; do
-        is_program "$program" || continue
-        LLVM_PROFILE_FILE="$profiles/$preset-${program##*/}-%4m.profraw" "$program" >"$profiles/log" 2>&1 || {
-            failed=1
-            cat "$profiles/log"
-        }
-        objects="$objects -object $program"
+
+# Runs a program of a build with further settings of the environment, and keeps what it has covered. Counters are written
+# while it runs, those of copies of the process and of what signals end as well, and added to those of earlier runs.
+#   run_program <preset> <program> [NAME=value...] [emulator and its arguments]
+run_program()
+{
+    mkdir -p "$results/$1"
+    profile=$root/$results/$1/$2-%1m%c.profraw
+    folder=build/$1/tests
+    program=./$2
+    shift 2
+    show_progress "running $folder/${program#./} $*"
+    (cd "$folder" && env LLVM_PROFILE_FILE="$profile" "$@" "$program" ${arguments:+"$arguments"}) >"$results/log" 2>&1
+    code=$?
+    [ $code -eq 0 ] || [ $code -eq 77 ] || {
+        failed=1
+        cat "$results/log"
+    }
+}
+
+# Each program has its own: functions of one name may be others in another program.
+export_program()
+{
+    stem=$results/$1/$2
+    llvm-profdata-22 merge -sparse "$stem"-*.profraw -o "$stem.profdata" || exit 1
+    llvm-cov-22 export "build/$1/tests/$2" -instr-profile="$stem.profdata" >"$stem.json" || exit 1
+    llvm-cov-22 show "build/$1/tests/$2" -instr-profile="$stem.profdata" -show-branches=count -show-expansions \
+        -ignore-filename-regex='/(tests|examples|benchmarks)/|^/usr/' >"$stem.txt" || exit 1
+}
+
+# What narrower machines choose, and what a machine has found of its own: the first by leave of this one, the second in an
+# emulator of machines that lack one extension each.
+run_on_narrower_machines()
+{
+    run_program coverage qv_kernel_tests QV_TEST_NO_WIDE=1
+    run_program coverage qv_kernel_tests QV_TEST_NO_WIDEST=1
+    arguments='--gtest_filter=SimdMachine*'
+    for machine in Haswell Haswell,-avx2 Haswell,-bmi2 Haswell,-popcnt; do
+        run_program coverage qv_kernel_tests qemu-x86_64 -cpu "$machine"
+    done
+    arguments=
+}
+
+arguments=
+programs='qv_kernel_tests qv_kernel_thread_tests qv_kernel_cxx20_tests'
+for preset in coverage coverage-tracking coverage-portable; do
+    # shellcheck disable=SC2086
+    build $preset $programs drivers || exit 1
+    for program in $programs "build/$preset/tests"/qv_driver_*; do
+        program=${program##*/}
+        is_program "build/$preset/tests/$program" || continue
+        run_program $preset "$program"
+        [ "$preset $program" != 'coverage qv_kernel_tests' ] || run_on_narrower_machines
+        export_program $preset "$program"
     done
 done
-llvm-profdata merge -sparse "$profiles"/*.profraw -o "$profiles/all.profdata" || exit 1
-# shellcheck disable=SC2086
-set -- ${objects# -object} -instr-profile="$profiles/all.profdata" \
-    -ignore-filename-regex='/(tests|examples|benchmarks)/|^/usr/'
-# Line by line, for reading.
-llvm-cov show "$@" -show-branches=count >build/coverage/coverage.txt
-llvm-cov report "$@" -show-region-summary=false
-say ''
-say 'Line by line: build/coverage/coverage.txt'
-[ $failed -eq 0 ] || complain 'some tests failed'
+end_progress
+python3 scripts/coverage_report.py "$root" tests/coverage/exclusions.txt "$results/open.txt" "$results"/*/*.json || failed=1
 exit $failed

@@ -267,6 +267,21 @@ printf '| Class | Tests |\n| --- | --- |\n| one | `String.LengthCountsCharacters
     bites wounds $page 'does not name Wounds.Unnamed'
 rm -r "$good/tests/wounds"
 
+exclusions=tests/coverage/exclusions.txt
+printf '[clang]\ndefault:skip\nsource:*/Runtime/*=allow\n' | put "$good/scripts/coverage_sources.txt"
+printf 'Runtime/gone.h | true | a | because\n' | bites coverage $exclusions 'Runtime/gone.h is not there'
+printf '%s | true | gone == 1 | because\n' $string | bites coverage $exclusions 'has no such text: gone == 1'
+printf '%s | constant | Gone | because\n' $string | bites coverage $exclusions 'has no constexpr function Gone'
+printf '%s | never | once | because\n' $string | bites coverage $exclusions 'the kind is none'
+printf '%s | true | once\n' $string | bites coverage $exclusions 'is not: file'
+printf '%s | true | once |  \n' $string | bites coverage $exclusions 'has no reason'
+printf '%s | line | once | a\n%s | line | once | b\n' $string $string | bites coverage $exclusions 'stands there twice'
+mkdir -p "$good/tests/coverage"
+: >"$good/$exclusions"
+printf '[clang]\nsource:*/Runtime/include/*=allow\n' | bites coverage scripts/coverage_sources.txt 'counts something else'
+printf '__attribute__((no_profile_instrument_function)) int f();\n' | bites coverage $source
+rm -r "$good/tests/coverage" "$good/scripts"
+
 printf 'void g(char *);\nvoid f()\n{ char b[5000];\ng(b); }\n' | bites stack $source
 printf 'void g(char *);\nvoid f(int n)\n{ char b[10];\ng(b);\nif (n != 0) f(n - 1);\ng(b); }\n' | bites stack $source
 printf 'void g(char *);\nvoid f(int n)\n{ char b[n];\ng(b); }\n' | bites stack $source
