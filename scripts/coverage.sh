@@ -41,6 +41,14 @@ export_program()
         -ignore-filename-regex='/(tests|examples|benchmarks)/|^/usr/' >"$stem.txt" || exit 1
 }
 
+# As under valgrind, which is told by what the environment preloads: the platform serves all blocks. And with another
+# library that is preloaded.
+run_preloaded()
+{
+    run_program coverage "$1" LD_PRELOAD=vgpreload_none.so
+    run_program coverage "$1" LD_PRELOAD=libm.so.6
+}
+
 # What narrower machines choose, and what a machine has found of its own: the first by leave of this one, the second in an
 # emulator of machines that lack one extension each.
 run_on_narrower_machines()
@@ -63,7 +71,10 @@ for preset in coverage coverage-tracking coverage-portable; do
         program=${program##*/}
         is_program "build/$preset/tests/$program" || continue
         run_program $preset "$program"
-        [ "$preset $program" != 'coverage qv_kernel_tests' ] || run_on_narrower_machines
+        case "$preset $program" in
+            'coverage qv_kernel_tests') run_on_narrower_machines ;;
+            'coverage qv_driver_'*) run_preloaded "$program" ;;
+        esac
         export_program $preset "$program"
     done
 done

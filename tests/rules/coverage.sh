@@ -48,7 +48,7 @@ while IFS= read -r entry; do
     }
     case $kind in
         constant)
-            grep -q -E "constexpr .*[ *&]$text\\(" "$root/$file" || breach "$line: $file has no constexpr function $text"
+            grep -q -E "constexpr (.*[ *&])?$text\\(" "$root/$file" || breach "$line: $file has no constexpr function $text"
             ;;
         line | true | false | alone)
             grep -q -F -e "$text" "$root/$file" || breach "$line: $file has no such text: $text"

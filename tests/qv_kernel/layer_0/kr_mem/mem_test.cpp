@@ -55,6 +55,24 @@ void *HookRealloc(void *block, u64 newSize, u32 alignment, Mem::EAllocType type,
     return g_Answer;
 }
 
+// One that hands on to the default allocator.
+Mem::SAllocator g_Default = {};
+u32 g_HandedOn = 0;
+
+void *HandOnRealloc(void *block, u64 newSize, u32 alignment, Mem::EAllocType type, const char *tag, const char *file,
+                    u32 line, const char *function)
+{
+    ++g_HandedOn;
+    return g_Default.m_Realloc(block, newSize, alignment, type, tag, file, line, function);
+}
+
+void HandOnFree(void *block, Mem::EAllocType type, Mem::EOrigin origin, const char *tag, const char *file, u32 line,
+                const char *function)
+{
+    ++g_HandedOn;
+    g_Default.m_Free(block, type, origin, tag, file, line, function);
+}
+
 void HookFree(void *block, Mem::EAllocType type, Mem::EOrigin origin, const char *tag, const char *file, u32 line,
               const char *function)
 {
@@ -242,6 +260,29 @@ TEST_F(MemHook, AnAllocatorThatLacksAFunctionIsReportedAndNotInstalled)
         EXPECT_TRUE(Mem::SetAllocator(allocator) == m_Before);
     EXPECT_TRUE(Mem::SetAllocator(kHook) == m_Before);
     EXPECT_EQ(recorder.Count(), IfAsserting(6));
+}
+
+TEST(MemAllocator, AnAllocatorThatDiffersFromTheDefaultOneInOneFunctionIsAskedForIt)
+{
+    g_Default = Mem::SetAllocator(Mem::SAllocator{});
+    const auto use = [](const Mem::SAllocator &allocator)
+    {
+        g_HandedOn = 0;
+        Mem::SetAllocator(allocator);
+        void *const block = Mem::_RawAlloc(40, 0, Mem::AllocType_Generic, Mem::Origin_Alloc, QV_INTERNAL_MEM_SITE);
+        void *const moved = Mem::_RawRealloc(block, 4000, 0, Mem::AllocType_Generic, QV_INTERNAL_MEM_SITE);
+        Mem::_RawFree(moved, Mem::AllocType_Generic, Mem::Origin_Alloc, QV_INTERNAL_MEM_SITE);
+        Mem::SetAllocator(Mem::SAllocator{});
+        EXPECT_NE(moved, nullptr);
+        return g_HandedOn;
+    };
+    Mem::SAllocator resizing = g_Default;
+    resizing.m_Realloc = &HandOnRealloc;
+    EXPECT_EQ(use(resizing), 1u);
+    Mem::SAllocator freeing = g_Default;
+    freeing.m_Free = &HandOnFree;
+    EXPECT_EQ(use(freeing), 1u);
+    EXPECT_EQ(use(g_Default), 0u);
 }
 
 } // namespace QuorvaneTest

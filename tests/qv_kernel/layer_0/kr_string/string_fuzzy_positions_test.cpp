@@ -135,6 +135,23 @@ TEST(StringFuzzyPositions, TheSameTextMatchesInAllItsCharacters)
     }
 }
 
+TEST(StringFuzzyPositions, TextsOfEveryByteAreAlignedBest)
+{
+    std::string text;
+    Positions all;
+    for (unsigned i = 0; i < 1024; ++i)
+    {
+        text += static_cast<char>(i & 0xFF);
+        all.push_back(i);
+    }
+    for (const bool wide : {false, true})
+    {
+        const CWideChoice choice(wide);
+        EXPECT_EQ(Match(text, text + "a"), all) << wide;
+        EXPECT_EQ(Match(text + "a", text), all) << wide;
+    }
+}
+
 TEST(StringFuzzyPositions, AnEmptyStringMatchesNothingAndClearsTheOutput)
 {
     CString emptied = Resizable("abc");
