@@ -523,6 +523,23 @@ TEST(BufferWildcard, LiteralsBetweenStarsStandInOrder)
 }
 
 // Bytes around the letters, and beyond ASCII, stand for themselves alone wherever they stand between stars.
+TEST(BufferWildcard, EveryLetterBetweenStarsIsFoundInEitherCaseInALongText)
+{
+    // Longer than a block of places to either side, so that they are looked for by blocks.
+    const std::string around(40, '-');
+    for (char lower = 'a'; lower <= 'z'; ++lower)
+    {
+        const char upper = static_cast<char>(lower - ('a' - 'A'));
+        const std::string lowerPattern = std::string("*") + lower + "*";
+        const std::string upperPattern = std::string("*") + upper + "*";
+        const std::string lowerText = around + lower + around;
+        const std::string upperText = around + upper + around;
+        EXPECT_TRUE(SNativeStringUtils::MatchCase(lowerPattern.c_str(), upperText.c_str())) << lower;
+        EXPECT_TRUE(SNativeStringUtils::MatchCase(upperPattern.c_str(), lowerText.c_str())) << lower;
+        EXPECT_FALSE(SNativeStringUtils::MatchCase(lowerPattern.c_str(), around.c_str())) << lower;
+    }
+}
+
 TEST(BufferWildcard, LiteralsBetweenStarsThatAreNoLettersHaveNoOtherCase)
 {
     for (const std::string literal : {"@", "[", "`", "{", "\xC1", "\xE1", "1"})

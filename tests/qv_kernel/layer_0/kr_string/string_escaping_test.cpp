@@ -57,6 +57,14 @@ TEST(StringEscaping, EscapeKnowsTenCharactersAndLeavesEveryOtherByte)
     ExpectText(string, others);
 }
 
+TEST(StringEscaping, EscapeOfNothingButSpecialCharactersReportsNothing)
+{
+    const CAssertRecorder recorder;
+    CString text("\n\"\\");
+    EXPECT_STREQ(text.Escape().CStr(), "\\n\\\"\\\\");
+    EXPECT_EQ(recorder.Count(), 0u);
+}
+
 TEST(StringEscaping, EscapeAnswersTheStringItself)
 {
     CString string("\n");
