@@ -20,6 +20,9 @@ from rewriting import rewritten
 
 INCLUDE = re.compile(rb'^\s*#\s*(?:include|define QV_SIMD_KERNELS) "(?:[^"]*/)?([^"/]+)"', re.MULTILINE)
 
+# The number of what is written as a mutant and is none.
+NEVER_ACTIVE = 65535
+
 
 def own_headers(root, sources):
     """Of each source the private headers that no other file includes, nor do the tests."""
@@ -71,6 +74,10 @@ def main():
     shutil.copytree(root / "Runtime", folder / "Runtime")
     for name in {place.file for _, place, _ in mutants}:
         numbered = [(number, place) for number, place, _ in mutants if place.file == name]
+        # A check whose condition holds a mutant must report the condition as it was, which is done where it is one.
+        drawn = {place for _, place in numbered}
+        checks = [place for place in finder.places.values() if place.file == name and place.kind == "assertion"]
+        numbered += [(NEVER_ACTIVE, place) for place in checks if place not in drawn]
         (folder / name).write_text(rewritten(finder.source(name), numbered))
     with open(listed, "w", encoding="ascii") as output:
         for number, place, name in mutants:
