@@ -367,7 +367,10 @@ void MarkPairsInEachForm(CCountedText &placed, char first, u32 distance, char se
 void Step(CInput &input)
 {
     const u8 choice = input.Byte() % 9;
-    const std::string text = input.Text();
+    std::string text = input.Text();
+    // Some kernels have ways of their own for long texts, from 2 KiB on.
+    for (u32 i = input.Byte() % 3; i != 0; --i)
+        text += text;
     CCountedText placed(text, input.Below(CCountedText::kMaxMisplaced + 1));
     const char character = static_cast<char>(input.Byte());
     const char other = static_cast<char>(input.Byte());
