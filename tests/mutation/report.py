@@ -1,11 +1,12 @@
 #!/usr/bin/python3
 """Counts what became of mutants, and says which of them should not have lived.
 
-    report.py <list of mutants> <list of survivors> <results...> [--all]
+    report.py <list of mutants> <list of survivors> <results...> [--all | --draw]
 
 The list of survivors names those that no test kills, each with its reason: "equivalent because ..." where none can, and
 "open ..." where nobody has judged it, or a test that takes long may kill it. Fails where too few are killed, where one survived that is not
-listed, where one that is listed was killed, and with --all where an entry names no mutant.
+listed, where one that is listed was killed, and with --all where an entry names no mutant. With --draw, the mutants are some
+by chance: those that survived and are not listed are named, and fail when they are too many.
 """
 
 import collections
@@ -25,6 +26,8 @@ Mutant = collections.namedtuple("Mutant", "line may_be_constant name")
 KILLED = {"failed", "died", "late"}
 # Of all others, so many in a hundred at least must be killed.
 LEAST_KILLED = 98.0
+# The list follows when a source changes: one survivor of sixty is for whoever keeps it, four are for whoever made the change.
+LEAST_KILLED_OF_DRAWN = 95.0
 
 
 def group_of(name):
@@ -82,8 +85,8 @@ def read_results(paths):
     return results
 
 
-def print_figures(mutants, survivors, results):
-    """The table, and whether all groups have killed enough."""
+def print_figures(mutants, survivors, results, least):
+    """The table, and whether so many in a hundred were killed."""
     counts = collections.defaultdict(collections.Counter)
     for number, outcome in results.items():
         if is_constant(mutants[number], outcome):
@@ -104,22 +107,23 @@ def print_figures(mutants, survivors, results):
         print(f"{line}{share:20.1f} %")
     print(f"{compiled} more are in functions that only the compiler evaluates")
     others = counts["all"]["killed"] + counts["all"]["survived"]
-    return not others or 100.0 * counts["all"]["killed"] / others >= LEAST_KILLED
+    return not others or 100.0 * counts["all"]["killed"] / others >= least
 
 
 def main():
-    arguments = [argument for argument in sys.argv[1:] if argument != "--all"]
+    arguments = [argument for argument in sys.argv[1:] if argument not in ("--all", "--draw")]
+    is_draw = "--draw" in sys.argv
     mutants = read_mutants(arguments[0])
     survivors = read_survivors(arguments[1])
     results = read_results(arguments[2:])
-    failed = not print_figures(mutants, survivors, results)
+    failed = not print_figures(mutants, survivors, results, LEAST_KILLED_OF_DRAWN if is_draw else LEAST_KILLED)
     for number, outcome in sorted(results.items()):
         at, name = mutants[number].line, mutants[number].name
         if is_constant(mutants[number], outcome):
             continue
         if outcome not in KILLED and name not in survivors:
             print(f"{outcome}: mutant {number}, line {at}: {name}")
-            failed = True
+            failed = failed or not is_draw
         elif outcome in KILLED and name in survivors:
             print(f"killed, but listed among the survivors: {name}")
             failed = failed or survivors[name].startswith("equivalent")

@@ -15,7 +15,7 @@ rm -rf "$scratch"
 mkdir -p "$scratch" || exit 2
 /usr/bin/python3 "$here/mutate.py" "$here/sample" "$scratch/tree" "$scratch/mutants.tsv" || exit 1
 "$compiler" -std=c++17 -O1 -w -include "$here/mutants.h" -I"$scratch/tree/Runtime/qv_kernel/include" -I"$here" \
-    "$here/fork_server.cpp" "$here/sample/sample_test.cpp" "$scratch"/tree/Runtime/qv_kernel/layer_0/*/*.cpp \
+    "$here/fork_server.cpp" "$here/sample/sample_tests.cpp" "$scratch"/tree/Runtime/qv_kernel/layer_0/*/*.cpp \
     -lgtest -pthread -o "$scratch/sample" || exit 1
 "$scratch/sample" --reach="$scratch/reach" || exit 1
 "$scratch/sample" --reach="$scratch/reach" --mutants="$scratch/mutants.tsv" --results="$scratch/results" || exit 1

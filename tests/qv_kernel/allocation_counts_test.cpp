@@ -203,6 +203,9 @@ void ExpectNothingHalfDone(const std::vector<SRow> &rows, EStringState lastState
 {
     for (const SRow &row : rows)
     {
+        // What writes to bare characters leaves zeros behind them in every build.
+        if (QV_POISON_TAIL && std::string(row.m_Operation).find("SNativeStringUtils::") == 0)
+            continue;
         SCOPED_TRACE(::testing::Message() << row.m_Operation << ", " << row.m_Case);
         SweepOperation(row.m_Run, lastState, row.m_Otherwise == nullptr);
     }

@@ -1,6 +1,6 @@
 #!/bin/sh
-# Rule: no operation takes more than 4 KiB of its caller's stack; fuzzy lists may take 8, pairs of long texts 12. None
-# recurses.
+# Rule: no operation takes more than 4 KiB of its caller's stack; `Format` may take 256 bytes more, fuzzy lists 8 KiB, pairs of
+# long texts 12. None recurses.
 # Reason: fibers and job systems give a thread 16 to 64 KiB, the platform's formatting alone takes 3 to 4 of them, and who
 # runs out of it is told nothing.
 #

@@ -60,10 +60,10 @@ inline void PortTouch(void *begin, ureg bytes)
     }
 }
 
-// The beginning of the page that an address lies in.
-inline ureg PageOf(const void *address)
+// The beginning of the page of `pageBytes` that an address lies in.
+inline ureg PageOf(const void *address, ureg pageBytes)
 {
-    return reinterpret_cast<ureg>(address) & ~(PortPageBytes() - 1);
+    return reinterpret_cast<ureg>(address) & ~(pageBytes - 1);
 }
 
 // True when the program was built with a sanitizer, even if the library was not.

@@ -204,7 +204,7 @@ bool IsLargeBlock(void *block)
     // There may be no memory to look for a head in: in a part of the range that nobody has mapped, and where the platform
     // took back what was freed.
     const bool mayBeGone = OffsetInRange(block) < kSmallRangeBytes || WasFreedLately(block);
-    if ((!mayBeGone || PortIsReadable(PageOf(&HeadOf(block)))) && HasHead(block))
+    if ((!mayBeGone || PortIsReadable(PageOf(&HeadOf(block), PortPageBytes()))) && HasHead(block))
         return true;
     ReportForeign(block);
     return false;

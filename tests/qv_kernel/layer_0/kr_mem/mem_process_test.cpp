@@ -121,7 +121,7 @@ TEST(MemPort, APageBeginsInFrontOfWhatLiesInIt)
     const ureg bytes = PortPageBytes();
     EXPECT_EQ(bytes, SystemPageBytes());
     for (const ureg offset : {ureg(0), ureg(1), bytes - 1})
-        EXPECT_EQ(PageOf(reinterpret_cast<void *>(5 * bytes + offset)), 5 * bytes);
+        EXPECT_EQ(PageOf(reinterpret_cast<void *>(5 * bytes + offset), bytes), 5 * bytes);
 }
 
 TEST(MemPort, WhatIsForbiddenCannotBeRead)

@@ -611,6 +611,7 @@ TEST(String, RebuildAfterRawModificationTakesTheLengthFromTheText)
 // Before the length is told, the first character alone says that there is a text.
 TEST(String, ATextWrittenRawIntoAnEmptyStringHasNoLastCharacterUntilItIsRebuilt)
 {
+    QV_TEST_NEEDS_ZEROS_BEHIND_TEXTS();
     CString string = Resizable("ab", 20);
     string.Clear();
     ASSERT_EQ(string.Length(), 0u);

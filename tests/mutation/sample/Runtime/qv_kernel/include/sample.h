@@ -1,4 +1,4 @@
-// What the test of the mutants' runner mutates. Numbers are in sample_test.cpp's expectations by what stands here.
+// What the test of the mutants' runner mutates. Numbers are in sample_tests.cpp's expectations by what stands here.
 #pragma once
 
 namespace Sample
