@@ -201,7 +201,11 @@ public:
         QV_ASSERT(_P::m_Ptr != null);
         return _P::m_Ptr;
     }
-    T &operator*() const noexcept QV_NONBLOCKING { return *operator->(); }
+    T &operator*() const noexcept QV_NONBLOCKING
+    {
+        QV_ASSERT(_P::m_Ptr != null);
+        return *_P::m_Ptr;
+    }
 
     // Exchanges the objects; no count changes.
     void Swap(TBaseRefPtr &other) noexcept QV_NONBLOCKING { std::swap(_P::m_Ptr, other.m_Ptr); }

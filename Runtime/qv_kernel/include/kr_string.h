@@ -770,12 +770,12 @@ public:
     [[nodiscard]] bool FuzzyMatchPositions(const CString &other, TArray<u32> &outPositions) const noexcept;
 
 private:
-    // What an edit asks before it decides between writing in place and building anew.
-    // A count of 0 is answered first: not even one character may be read then.
+    // Whether there is text to copy. A count of 0 is answered first: not even one character may be read then.
     static constexpr bool _IsText(const char *text, u32 length = 1) noexcept QV_NONBLOCKING
     {
         return length != 0 && text != nullptr && *text != '\0';
     }
+    // What an edit asks before it decides between writing in place and building anew.
     bool _IsUniqueAndResizable() const noexcept QV_NONBLOCKING;
 
     // A private copy of a container that is shared.
