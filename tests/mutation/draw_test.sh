@@ -56,6 +56,7 @@ for source in $drawn; do
     fi
 done
 compile "$here/fork_server.cpp"
+compile "$here/switch.cpp"
 wait
 [ ! -f "$scratch/broken" ] || exit 1
 cp "$build/Runtime/qv_kernel/libqv_kernel.a" "$scratch/others.a" || exit 1

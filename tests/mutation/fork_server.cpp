@@ -7,11 +7,12 @@
 //         takes; fails when one of them fails. One that takes longer than the longest is ended and will not be asked;
 //         of N shares of the tests runs the one from 0 on
 //     program --reach=FILE --mutants=FILE --results=FILE [--budget=SECONDS]
-//         tries the mutants that a file lists by number, and writes what became of each
+//         tries the mutants of a list, or of a part of it (mutate.py), and writes what became of each
 //
 // A mutant is tried in copies of this process (fork), which has done nothing but read its files: each copy takes some of
-// the tests that reach the mutant, those first that killed others lately, then the cheapest ones, and ends with the first
-// that fails. One that crashes, or takes far longer than without a mutant, has failed, too.
+// the tests that reach the mutant where it makes a difference, and ends with the first that fails. Those come first that
+// killed others lately, then the cheapest ones, of which the tests of the mutant's file count as far cheaper, and those of
+// its folder as cheaper. A test that crashes, or takes far longer than without a mutant, has failed, too.
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
@@ -19,6 +20,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -52,26 +54,20 @@ constexpr double kLongest = 600;
 // The test that a copy of the process runs, for the process that made it.
 int *s_Test;
 
-} // namespace
-
-unsigned g_Active = 0;
-// Pages of its own, which all copies share while what tests reach is noted.
-alignas(kPage) unsigned char g_Reached[kMostMutants];
-
-namespace
-{
-
-__attribute__((constructor(101))) void ReadEnvironment()
-{
-    if (const char *const number = std::getenv("QV_MUTANT"))
-        g_Active = static_cast<unsigned>(std::strtoul(number, nullptr, 10));
-}
+// How much cheaper a test counts that mirrors the mutant's file, or lies in the folder that mirrors its folder; and what
+// each costs besides its own time.
+constexpr double kOfSameFile = 50;
+constexpr double kOfSameFolder = 8;
+constexpr double kOverhead = 0.0005;
 
 struct STest
 {
     std::string m_Name;
     double m_Seconds = 0;
     std::vector<unsigned> m_Reached;
+    // The file that it is a test of, without its extension, and that file's folder.
+    std::string m_File;
+    std::string m_Folder;
 };
 
 enum class EOutcome
@@ -84,7 +80,16 @@ enum class EOutcome
 
 std::vector<STest> s_Tests;
 
-// Says which test runs.
+void SetTimer(int kind, double seconds)
+{
+    itimerval timer{};
+    timer.it_value.tv_sec = static_cast<time_t>(seconds);
+    timer.it_value.tv_usec = static_cast<suseconds_t>((seconds - static_cast<double>(timer.it_value.tv_sec)) * 1e6);
+    setitimer(kind, &timer, nullptr);
+}
+
+// Says which test runs, and ends the copy when that takes too long: by the processor's time, and by the clock, which a
+// test that waits for what never comes needs.
 class CListener : public ::testing::EmptyTestEventListener
 {
 public:
@@ -94,9 +99,18 @@ public:
             return;
         const std::string name = std::string(test.test_suite_name()) + "." + test.name();
         const auto isNamed = [&](const STest &other) { return other.m_Name == name; };
-        *s_Test = static_cast<int>(std::find_if(s_Tests.begin(), s_Tests.end(), isNamed) - s_Tests.begin());
+        const auto found = std::find_if(s_Tests.begin(), s_Tests.end(), isNamed);
+        *s_Test = static_cast<int>(found - s_Tests.begin());
+        if (found == s_Tests.end() || !m_IsLimited)
+            return;
+        SetTimer(ITIMER_PROF, 10 * found->m_Seconds + 0.3);
+        SetTimer(ITIMER_REAL, 30 * found->m_Seconds + 5);
     }
+
+    bool m_IsLimited = false;
 };
+
+CListener *s_Listener;
 
 double Now()
 {
@@ -125,10 +139,7 @@ void Silence()
 // The processor's time that a copy may take; what waits for something is ended by its parent.
 void Limit(double seconds)
 {
-    itimerval timer{};
-    timer.it_value.tv_sec = static_cast<time_t>(seconds);
-    timer.it_value.tv_usec = static_cast<suseconds_t>((seconds - static_cast<double>(timer.it_value.tv_sec)) * 1e6);
-    setitimer(ITIMER_PROF, &timer, nullptr);
+    SetTimer(ITIMER_PROF, seconds);
     const rlimit none{0, 0};
     setrlimit(RLIMIT_CORE, &none);
     // Enough for the largest texts of the tests, and an end to a mutant that never stops asking. Addresses that are merely
@@ -167,7 +178,8 @@ EOutcome Wait(pid_t copy, double seconds)
     }
     if (WIFEXITED(status))
         return WEXITSTATUS(status) == 0 ? EOutcome::Passed : EOutcome::Failed;
-    return WTERMSIG(status) == SIGPROF ? EOutcome::TimedOut : EOutcome::Died;
+    const bool isTimer = WTERMSIG(status) == SIGPROF || WTERMSIG(status) == SIGALRM;
+    return isTimer ? EOutcome::TimedOut : EOutcome::Died;
 }
 
 // Runs tests in a copy of this process with a mutant, or with none.
@@ -193,6 +205,7 @@ EOutcome RunCopy(unsigned mutant, const std::string &filter, double cpuSeconds, 
             // For the programs that a test starts.
             setenv("QV_MUTANT", std::to_string(mutant).c_str(), 1);
             g_Active = mutant;
+            s_Listener->m_IsLimited = true;
         }
         ::testing::GTEST_FLAG(filter) = filter;
         ::testing::GTEST_FLAG(fail_fast) = true;
@@ -204,6 +217,22 @@ EOutcome RunCopy(unsigned mutant, const std::string &filter, double cpuSeconds, 
     return Wait(copy, seconds);
 }
 
+// "Runtime/a/b.cpp" and ".../tests/a/b_test.cpp" are "a/b".
+std::string MirroredFile(const std::string &file)
+{
+    const std::size_t tests = file.rfind("tests/");
+    const std::size_t begin = file.compare(0, 8, "Runtime/") == 0 ? 8 : tests == std::string::npos ? 0 : tests + 6;
+    std::string name = file.substr(begin, file.rfind('.') - begin);
+    if (name.size() > 5 && name.compare(name.size() - 5, 5, "_test") == 0)
+        name.resize(name.size() - 5);
+    return name;
+}
+
+std::string FolderOf(const std::string &file)
+{
+    return file.substr(0, file.rfind('/') + 1);
+}
+
 void ListTests()
 {
     const ::testing::UnitTest &all = *::testing::UnitTest::GetInstance();
@@ -213,8 +242,9 @@ void ListTests()
         for (int test = 0; test < tests.total_test_count(); ++test)
         {
             const std::string name = std::string(tests.name()) + "." + tests.GetTestInfo(test)->name();
+            const std::string file = MirroredFile(tests.GetTestInfo(test)->file());
             if (name.find("DISABLED_") == std::string::npos)
-                s_Tests.push_back({name, 0, {}});
+                s_Tests.push_back({name, 0, {}, file, FolderOf(file)});
         }
     }
 }
@@ -252,14 +282,14 @@ int WriteReach(const std::string &path, const std::string &filter, double longes
 {
     std::ofstream output(path);
     int failed = 0;
-    const std::vector<unsigned char> early(g_Reached, g_Reached + kMostMutants);
-    mmap(g_Reached, kMostMutants, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS | MAP_FIXED, -1, 0);
+    const std::vector<unsigned char> early(g_Reached, g_Reached + sizeof g_Reached);
+    mmap(g_Reached, sizeof g_Reached, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS | MAP_FIXED, -1, 0);
     for (std::size_t at = 0; at < s_Tests.size(); ++at)
     {
         const STest &test = s_Tests[at];
         if (at % shares != share || !IsTaken(filter, test.m_Name))
             continue;
-        std::memcpy(g_Reached, early.data(), kMostMutants);
+        std::memcpy(g_Reached, early.data(), sizeof g_Reached);
         const double start = Spent();
         const EOutcome outcome = RunCopy(0, test.m_Name, longest, 600);
         const bool isLong = outcome == EOutcome::TimedOut && longest < kLongest;
@@ -271,7 +301,7 @@ int WriteReach(const std::string &path, const std::string &filter, double longes
             continue;
         }
         output << test.m_Name << ' ' << seconds;
-        for (unsigned number = 0; number < kMostMutants; ++number)
+        for (unsigned number = 0; number < sizeof g_Reached; ++number)
         {
             if (g_Reached[number] != 0)
                 output << ' ' << number;
@@ -283,6 +313,9 @@ int WriteReach(const std::string &path, const std::string &filter, double longes
 
 void ReadReach(const std::string &path)
 {
+    std::map<std::string, std::string> files;
+    for (const STest &test : s_Tests)
+        files[test.m_Name] = test.m_File;
     s_Tests.clear();
     std::ifstream input(path);
     for (std::string line; std::getline(input, line);)
@@ -290,6 +323,8 @@ void ReadReach(const std::string &path)
         std::istringstream words(line);
         STest test;
         words >> test.m_Name >> test.m_Seconds;
+        test.m_File = files[test.m_Name];
+        test.m_Folder = FolderOf(test.m_File);
         for (unsigned number; words >> number;)
             test.m_Reached.push_back(number);
         s_Tests.push_back(std::move(test));
@@ -303,28 +338,21 @@ class CTrial
 public:
     CTrial()
     {
-        m_Reaching.resize(kMostMutants);
+        m_Reaching.resize(2 * kMostMutants);
         for (std::size_t test = 0; test < s_Tests.size(); ++test)
         {
             for (const unsigned number : s_Tests[test].m_Reached)
                 m_Reaching[number].push_back(static_cast<int>(test));
         }
-        for (std::vector<int> &tests : m_Reaching)
-        {
-            std::stable_sort(tests.begin(), tests.end(),
-                             [](int a, int b) {
-                                 return s_Tests[static_cast<std::size_t>(a)].m_Seconds <
-                                        s_Tests[static_cast<std::size_t>(b)].m_Seconds;
-                             });
-        }
     }
 
-    // Says in a line what became of a mutant: killed and by which test, survived, not reached, or out of budget.
-    std::string Try(unsigned mutant, double budget)
+    // Says in a line what became of a mutant of a file: killed and by which test, survived, reached but alike in all tests,
+    // not reached, or out of budget.
+    std::string Try(unsigned mutant, const std::string &file, double budget)
     {
-        std::vector<int> tests = Ordered(mutant);
+        std::vector<int> tests = Ordered(mutant, file);
         if (tests.empty())
-            return "unreached -";
+            return m_Reaching[kMostMutants + mutant].empty() ? "unreached -" : "alike -";
         double spent = 0;
         double share = 0.02;
         for (std::size_t at = 0; at < tests.size();)
@@ -342,7 +370,7 @@ public:
             } while (at < tests.size() && seconds + s_Tests[static_cast<std::size_t>(tests[at])].m_Seconds <= share);
             share *= 4;
             *s_Test = -1;
-            const EOutcome outcome = RunCopy(mutant, filter, 10 * seconds + 0.3, 100 * seconds + 20);
+            const EOutcome outcome = RunCopy(mutant, filter, 10 * seconds + 0.3, 30 * seconds + 20);
             if (outcome != EOutcome::Passed)
                 return Killed(outcome);
             spent += seconds;
@@ -353,9 +381,20 @@ public:
     }
 
 private:
-    std::vector<int> Ordered(unsigned mutant) const
+    std::vector<int> Ordered(unsigned mutant, const std::string &file) const
     {
-        std::vector<int> tests = m_Reaching[mutant];
+        const std::string folder = FolderOf(file);
+        std::vector<std::pair<double, int>> costs;
+        for (const int number : m_Reaching[mutant])
+        {
+            const STest &test = s_Tests[static_cast<std::size_t>(number)];
+            const double nearness = test.m_File == file ? kOfSameFile : test.m_Folder == folder ? kOfSameFolder : 1;
+            costs.emplace_back((test.m_Seconds + kOverhead) / nearness, number);
+        }
+        std::sort(costs.begin(), costs.end());
+        std::vector<int> tests;
+        for (const std::pair<double, int> &cost : costs)
+            tests.push_back(cost.second);
         std::stable_partition(tests.begin(), tests.end(),
                               [this](int test)
                               { return std::find(m_Lately.begin(), m_Lately.end(), test) != m_Lately.end(); });
@@ -390,8 +429,10 @@ int TryMutants(const std::string &list, const std::string &results, double budge
     for (std::string line; std::getline(input, line);)
     {
         const unsigned mutant = static_cast<unsigned>(std::strtoul(line.c_str(), nullptr, 10));
+        // The name is the last field, and begins with the file.
+        const std::string name = line.substr(line.rfind('\t') + 1);
         const double start = Now();
-        const std::string outcome = trial.Try(mutant, budget);
+        const std::string outcome = trial.Try(mutant, MirroredFile(name.substr(0, name.find(' '))), budget);
         output << mutant << ' ' << outcome << ' ' << Now() - start << std::endl;
     }
     return 0;
@@ -415,7 +456,8 @@ int Main(int argc, char **argv)
 #if __has_include("kr_assert.h")
     listeners.Append(new QuorvaneTest::CTestSetUp);
 #endif
-    listeners.Append(new CListener);
+    s_Listener = new CListener;
+    listeners.Append(s_Listener);
     const std::string reach = Argument(argc, argv, "--reach=");
     if (reach.empty())
         return RUN_ALL_TESTS();
@@ -425,9 +467,9 @@ int Main(int argc, char **argv)
     sigaddset(&childs, SIGCHLD);
     sigprocmask(SIG_BLOCK, &childs, nullptr);
     const std::string mutants = Argument(argc, argv, "--mutants=");
+    ListTests();
     if (mutants.empty())
     {
-        ListTests();
         const std::string longest = Argument(argc, argv, "--longest=");
         const std::string share = Argument(argc, argv, "--share=");
         unsigned which = 0;

@@ -11,12 +11,14 @@ namespace qv_mutants
 constexpr unsigned kMostMutants = 1 << 16;
 
 extern unsigned g_Active;
-extern unsigned char g_Reached[kMostMutants];
+// Of each mutant whether its place was reached where the mutant gives something else, and behind those of all mutants, at
+// kMostMutants and on, whether it was reached where it gives the same: a test that saw nothing else cannot notice it.
+extern unsigned char g_Reached[2 * kMostMutants];
 
 // Notes that the place was reached as well, each time: without a branch, of which the compilers would make far more code.
-__attribute__((always_inline)) inline bool Test(unsigned number) noexcept
+__attribute__((always_inline)) inline bool Test(unsigned number, bool differs = true) noexcept
 {
-    g_Reached[number] = 1;
+    g_Reached[differs ? number : kMostMutants + number] = 1;
     return g_Active == number;
 }
 
@@ -30,7 +32,12 @@ __attribute__((always_inline)) constexpr bool On(unsigned number) noexcept
     template <typename A, typename B>                                                                                  \
     __attribute__((always_inline)) constexpr auto name(unsigned number, A a, B b) noexcept                             \
     {                                                                                                                  \
-        return On(number) ? a mutated b : a original b;                                                                \
+        using TResult = decltype(true ? a mutated b : a original b);                                                   \
+        const TResult unchanged = a original b;                                                                        \
+        if (__builtin_is_constant_evaluated())                                                                         \
+            return unchanged;                                                                                          \
+        const TResult changed = a mutated b;                                                                           \
+        return Test(number, changed != unchanged) ? changed : unchanged;                                               \
     }
 
 QV_MUTATED_OPERATOR(Less, <, <=)

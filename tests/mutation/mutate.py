@@ -1,11 +1,14 @@
 #!/usr/bin/python3
 """Writes a copy of the project whose library has all mutants in it, and the list of them.
 
-    mutate.py <project> <folder of the copy> <list>
+    mutate.py <project> <folder of the copy> <list> [<another list> <definition...>]
 
 Each line of the list is a mutant: its number, the line where it stands, "constexpr" where the compiler may evaluate the
-function or else "-", and its name. The name is what the file and the function are called, the kind, what stands there and what takes its place, and which of several such in the function it is:
-it stays while other lines change.
+function or else "-", and its name. The name is what the file and the function are called, the kind, what stands there and
+what takes its place, and which of several such in the function it is: it stays while other lines change.
+
+With definitions, such as QV_MEM_TRACKING=1, the sources are read as a build that has them reads them. What the other list
+names keeps its number there.
 """
 
 import pathlib
@@ -14,10 +17,13 @@ import sys
 from clang import cindex
 
 from places import Finder
+from report import read_mutants
 from rewriting import rewritten
 
 COPIED = ["CMakeLists.txt", "cmake", "Runtime", "tests"]
 TEST_MAIN = "tests/support/test_main.cpp"
+# Of the library's services the lowest.
+SWITCH = "Runtime/qv_kernel/layer_0/kr_assert/mutant_switch.cpp"
 
 
 def compiler_folder():
@@ -32,17 +38,18 @@ def header_folders(root):
     return [root / "Runtime/include", root / "Runtime/qv_kernel/include"]
 
 
-def arguments_for(root):
+def arguments_for(root, definitions=()):
     arguments = ["-std=c++17", "-xc++", "-resource-dir", str(compiler_folder())]
+    arguments += [f"-D{definition}" for definition in definitions]
     return arguments + [f"-I{folder}" for folder in header_folders(root)]
 
 
-def find(root, scratch):
+def find(root, scratch, definitions):
     """The places of all sources: those of a service are read as one, then the headers that no source includes."""
     use_libclang()
     kernel = root / "Runtime/qv_kernel"
     include = header_folders(root)
-    finder = Finder(root, arguments_for(root))
+    finder = Finder(root, arguments_for(root, definitions))
     units = {folder.name: sorted(folder.glob("*.cpp")) for folder in sorted(kernel.glob("layer_0/*"))}
     headers = [header for folder in include for header in sorted(folder.glob("*.h"))]
     # One of another library's users, which need not be there.
@@ -66,6 +73,14 @@ def named(places):
     return mutants
 
 
+def renumbered(mutants, listed):
+    """The same with the numbers that a list has for them, and with numbers of their own behind those."""
+    numbers = {mutant.name: number for number, mutant in read_mutants(listed).items()}
+    for _, _, name in mutants:
+        numbers.setdefault(name, len(numbers) + 1)
+    return [(numbers[name], place, name) for _, place, name in mutants]
+
+
 def files_of(root):
     """What the copy needs of the project, by name."""
     for name in COPIED:
@@ -83,6 +98,7 @@ def write_copy(root, folder, finder, mutants):
     contents = {name: file.read_bytes() for name, file in files_of(root)}
     for name, numbered in by_file.items():
         contents[name] = rewritten(finder.source(name), numbered).encode()
+    contents[SWITCH] = (pathlib.Path(__file__).parent / "switch.cpp").read_bytes()
     # The tests' main function becomes the one that chooses mutants.
     if TEST_MAIN in contents:
         contents[TEST_MAIN] = b'#include "../mutation/fork_server.cpp"\n'
@@ -97,9 +113,11 @@ def write_copy(root, folder, finder, mutants):
 
 
 def main():
-    root, folder, listed = (pathlib.Path(argument).resolve() for argument in sys.argv[1:])
-    finder = find(root, folder.parent / "units")
+    root, folder, listed = (pathlib.Path(argument).resolve() for argument in sys.argv[1:4])
+    finder = find(root, folder.parent / "units", sys.argv[5:])
     mutants = named(finder.places.values())
+    if len(sys.argv) > 4:
+        mutants = renumbered(mutants, sys.argv[4])
     write_copy(root, folder, finder, mutants)
     with open(listed, "w", encoding="ascii") as output:
         for number, place, name in mutants:

@@ -1,12 +1,13 @@
 #!/usr/bin/python3
 """Counts what became of mutants, and says which of them should not have lived.
 
-    report.py <list of mutants> <list of survivors> <results...> [--all | --draw]
+    report.py <list of mutants> <list of survivors> <results...> [--all | --draw | --alive]
 
 The list of survivors names those that no test kills, each with its reason: "equivalent because ..." where none can, and
-"open ..." where nobody has judged it, or a test that takes long may kill it. Fails where too few are killed, where one survived that is not
-listed, where one that is listed was killed, and with --all where an entry names no mutant. With --draw, the mutants are some
-by chance: those that survived and are not listed are named, and fail when they are too many.
+"open ..." where nobody has judged it, or a test that takes long may kill it. Fails where too few are killed, where one
+survived that is not listed, where one that is listed was killed, and with --all where an entry names no mutant. With
+--draw, the mutants are some by chance: those that survived and are not listed are named, and fail when they are too many.
+With --alive, prints the lines of the list that nothing has killed and that are not listed as equivalent, and nothing else.
 """
 
 import collections
@@ -74,15 +75,32 @@ def read_survivors(path):
     return survivors
 
 
+# From the least that is known of a mutant to the most: not reached, reached without a difference, not asked of all.
+DEGREES = ["unreached", "alike", "survived", "budget"]
+
+
+def degree(outcome):
+    return DEGREES.index(outcome) if outcome in DEGREES else len(DEGREES)
+
+
 def read_results(paths):
-    """Of each mutant the best that became of it in any run: killed, survived, unreached."""
+    """Of each mutant the most that became of it in any run."""
     results = {}
     for path in paths:
         for line in pathlib.Path(path).read_text().splitlines():
             number, outcome, _, _ = line.split(" ", 3)
-            if results.get(int(number)) not in KILLED and (outcome != "unreached" or int(number) not in results):
-                results[int(number)] = outcome
+            number = int(number)
+            if number not in results or degree(outcome) > degree(results[number]):
+                results[number] = outcome
     return results
+
+
+def print_alive(path, mutants, survivors, results):
+    for line in pathlib.Path(path).read_text().splitlines():
+        number = int(line.split("\t", 1)[0])
+        is_equivalent = survivors.get(mutants[number].name, "open").startswith("equivalent")
+        if results.get(number) not in KILLED and not is_equivalent:
+            print(line)
 
 
 def print_figures(mutants, survivors, results, least):
@@ -111,11 +129,14 @@ def print_figures(mutants, survivors, results, least):
 
 
 def main():
-    arguments = [argument for argument in sys.argv[1:] if argument not in ("--all", "--draw")]
+    arguments = [argument for argument in sys.argv[1:] if argument not in ("--all", "--draw", "--alive")]
     is_draw = "--draw" in sys.argv
     mutants = read_mutants(arguments[0])
     survivors = read_survivors(arguments[1])
     results = read_results(arguments[2:])
+    if "--alive" in sys.argv:
+        print_alive(arguments[0], mutants, survivors, results)
+        return 0
     failed = not print_figures(mutants, survivors, results, LEAST_KILLED_OF_DRAWN if is_draw else LEAST_KILLED)
     for number, outcome in sorted(results.items()):
         at, name = mutants[number].line, mutants[number].name
