@@ -368,7 +368,7 @@ public:
                 seconds += test.m_Seconds;
                 ++at;
             } while (at < tests.size() && seconds + s_Tests[static_cast<std::size_t>(tests[at])].m_Seconds <= share);
-            share *= 4;
+            share = std::min(share * 4, std::max(budget - spent - seconds, share));
             *s_Test = -1;
             const EOutcome outcome = RunCopy(mutant, filter, 10 * seconds + 0.3, 30 * seconds + 20);
             if (outcome != EOutcome::Passed)

@@ -166,6 +166,16 @@ TEST(RefCountedObjectBase, AStrongOverflowIsReported)
     }
 }
 
+TEST(RefCountedObjectBase, AReferenceThatMakesUpForAnUnderflowIsNotReported)
+{
+    const CAssertRecorder recorder;
+    CExposedCounts counted;
+    counted.SetRefCount(0xFFFFFFFF);
+    counted.AddReference();
+    EXPECT_EQ(counted.RefCount(), 0u);
+    EXPECT_EQ(recorder.Count(), 0u);
+}
+
 TEST(RefCountedObjectBase, WeakReferencesAreCountedApart)
 {
     const CAssertRecorder recorder;

@@ -403,6 +403,25 @@ TEST(BufferWildcard, EveryShortPatternOfSpecialCharactersAgreesWithTheModel)
     ExpectAgreement(kMatchCase, patterns, EveryText("A*\\", 4));
 }
 
+// The one behind it among the characters.
+TEST(BufferWildcard, TheStarsNeighbourIsOrdinary)
+{
+    const std::vector<std::string> texts = EveryText("a+", 3);
+    for (const SMatcher &matcher : kMatchers)
+        ExpectAgreement(matcher, EveryText("*?+", 5), texts);
+}
+
+TEST(BufferWildcard, InhibitedBackslashInFrontOfAStarLeavesItAStar)
+{
+    for (const SMatcher &matcher : {kMatchWithInhibitors, kMatchCaseWithInhibitors})
+    {
+        EXPECT_TRUE(matcher.m_Match("*a\\\\*b", "xa\\yb")) << matcher.m_Name;
+        EXPECT_FALSE(matcher.m_Match("*a\\\\*b", "xa*yb")) << matcher.m_Name;
+        EXPECT_FALSE(matcher.m_Match("*a\\*b", "xa\\yb")) << matcher.m_Name;
+        EXPECT_TRUE(matcher.m_Match("*a\\*b", "xa*b")) << matcher.m_Name;
+    }
+}
+
 TEST(BufferWildcard, LongerPatternsAgreeWithTheModel)
 {
     std::mt19937 random(20);
@@ -577,6 +596,22 @@ TEST(BufferWildcard, NothingBehindTheTerminatorsIsRead)
             }
         }
     }
+}
+
+// The text begins behind a protected page.
+TEST(BufferWildcard, NothingInFrontOfATextIsRead)
+{
+    const char *const patterns[] = {"*a?*b?*c", "*a*?*b*c", "?*a*b?*c", "*a*b*c", "*a?*c"};
+    const CGuardedPage page;
+    for (const SMatcher &matcher : kMatchers)
+        for (const char *pattern : patterns)
+            for (const char *text : {"abc", "axbxc", "acbc", "bac", "aabbcc"})
+            {
+                std::strcpy(page.Begin(), text);
+                EXPECT_EQ(matcher.m_Match(pattern, page.Begin()),
+                          WildcardModelMatches(pattern, text, matcher.m_IgnoresCase, matcher.m_HasInhibitors))
+                    << matcher.m_Name << " " << pattern << " " << text;
+            }
 }
 
 // By length.

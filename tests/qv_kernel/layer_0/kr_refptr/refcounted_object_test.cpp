@@ -78,6 +78,7 @@ TEST_F(RefCountedObject, NewTakesABlockOfTheObjectsSizeAndOriginNew)
     const SAllocatorCall call = m_Allocator.Calls()[0];
     EXPECT_EQ(call.m_Kind, SAllocatorCall::Kind_Alloc);
     EXPECT_EQ(call.m_Size, sizeof(CCounted));
+    EXPECT_EQ(call.m_Alignment, 0u);
     EXPECT_EQ(call.m_Type, Mem::AllocType_Generic);
     EXPECT_EQ(call.m_Origin, Mem::Origin_New);
     EXPECT_EQ(call.m_Tag, "Kernel|Mem|Default");

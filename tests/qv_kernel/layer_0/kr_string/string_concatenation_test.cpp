@@ -1425,6 +1425,80 @@ TEST(StringOperators, WhatConvertsToAViewKeepsItsOwnOperators)
     ExpectText(CString("a") + SOwnSum(), "aview");
 }
 
+// ---- Arguments at the room's edges -------------------------------------------------------------------------------------
+
+// While one lives, blocks of 16-byte alignment come one behind the other from one piece of memory, so that what lies
+// around them may be read. Of one test, whose other blocks it takes as well.
+class CRowAllocator
+{
+public:
+    CRowAllocator() : m_Before(Mem::SetAllocator({&_Alloc, &_Realloc, &_Free}))
+    {
+        s_Used = 0;
+        for (char &character : s_Bytes)
+            character = static_cast<char>('a' + (&character - s_Bytes) % 26);
+    }
+    ~CRowAllocator() { Mem::SetAllocator(m_Before); }
+    CRowAllocator(const CRowAllocator &) = delete;
+    CRowAllocator &operator=(const CRowAllocator &) = delete;
+
+private:
+    static void *_Alloc(u64 size, u32, Mem::EAllocType, Mem::EOrigin, const char *, const char *, u32, const char *)
+    {
+        // Some bytes of nobody's lie in front of each.
+        s_Used += 64;
+        void *const block = s_Bytes + s_Used;
+        s_Used += static_cast<u32>((size + 15) / 16 * 16);
+        return s_Used <= sizeof(s_Bytes) ? block : nullptr;
+    }
+    static void *_Realloc(void *, u64, u32, Mem::EAllocType, const char *, const char *, u32, const char *)
+    {
+        return nullptr;
+    }
+    static void _Free(void *, Mem::EAllocType, Mem::EOrigin, const char *, const char *, u32, const char *) {}
+
+    alignas(16) static inline char s_Bytes[8192];
+    static inline u32 s_Used = 0;
+    Mem::SAllocator m_Before;
+};
+
+// Does to a string of some room what adds the `count` characters that begin `offset` bytes behind its room's beginning.
+void CheckBesideRoom(s32 offset, u32 count)
+{
+    SCOPED_TRACE(::testing::Message() << count << " from " << offset);
+    for (const EVerb verb : kVerbs)
+    {
+        CAssertRecorder recorder;
+        CRowAllocator allocator;
+        CString string(CStringContainer::NewResizable("text", 4, 79));
+        const char *const argument = string.Data() + offset;
+        const std::string added(argument, count);
+        if (verb == Verb_Append)
+            string.Append(CStringView(argument, count));
+        else if (verb == Verb_Prepend)
+            string.Prepend(CStringView(argument, count));
+        else
+            string /= CStringView(argument, count);
+        ExpectText(string, verb == Verb_Append    ? "text" + added
+                           : verb == Verb_Prepend ? added + "text"
+                                                  : "text/" + added);
+        ExpectReports(recorder, {});
+    }
+}
+
+TEST(StringConcatenation, AnArgumentThatBeginsRightBehindTheRoomIsNoneOfIt)
+{
+    for (const u32 count : {1u, 16u, 32u, 33u, 60u})
+        CheckBesideRoom(80, count);
+}
+
+TEST(StringConcatenation, AnArgumentThatBeginsInFrontOfTheRoomAndEndsInItIsTakenWhole)
+{
+    for (const u32 before : {1u, 16u, 40u})
+        for (const u32 within : {0u, 1u, 3u, 4u})
+            CheckBesideRoom(-static_cast<s32>(before), before + within);
+}
+
 // ---- The longest texts -------------------------------------------------------------------------------------------------
 
 TEST(StringHuge, AppendUpToTheLongestLengthIsGranted)
@@ -1483,6 +1557,26 @@ TEST(StringHuge, AppendAndPrependBeyondTheLongestLengthAreRefusedMemory)
             EXPECT_EQ(string.Data(), nullptr);
             EXPECT_EQ(other.Length(), shared ? 0x3FFFFFF0u : 0u);
             EXPECT_EQ(allocator.RequestCount(), requests);
+            ExpectReports(recorder, {});
+        }
+}
+
+// Around the last length that takes the fast path, with room for all of them and for one more.
+TEST(StringHuge, AppendOfAFewCharactersStopsAtTheLongestLength)
+{
+    if (!CHugeAllocator::Supported())
+        GTEST_SKIP() << "no address space to pretend with";
+    const std::string text(33, 'x');
+    for (u32 length = 0x3FFFFFFFu - 35; length < 0x3FFFFFFFu - 29; ++length)
+        for (u32 added = 30; added <= 33; ++added)
+        {
+            SCOPED_TRACE(::testing::Message() << length << " and " << added);
+            CAssertRecorder recorder;
+            CHugeAllocator allocator;
+            CString string(CStringContainer::NewResizable(null, length, 0x3FFFFFFF));
+            const bool fits = length + added < 0x3FFFFFFFu;
+            EXPECT_EQ(string.TryAppend(CStringView(text.data(), added)), fits);
+            EXPECT_EQ(string.Length(), fits ? length + added : length);
             ExpectReports(recorder, {});
         }
 }

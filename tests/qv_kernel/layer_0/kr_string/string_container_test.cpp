@@ -7,6 +7,7 @@
 #include <string>
 
 #include "kr_mem.h"
+#include "kr_mem/mem_policy.h"
 #include "kr_string.h"
 #include "kr_string/string_block.h"
 #include "odd_allocators.h"
@@ -146,6 +147,23 @@ TEST(StringContainer, NewHoldsExactlyOneStrongReference)
     const PStringContainer container = CStringContainer::New("abc");
     EXPECT_EQ(container->RefCount(), 1u);
     EXPECT_EQ(container->WeakCount(), 0u);
+}
+
+// A thread's cache hands out first what it got last.
+TEST(StringContainer, ABlockOfTheFixedFormThatIsDroppedServesTheNextOneOfItsSize)
+{
+    if (!Mem::Internal::TakesFastPath(64, 16))
+        GTEST_SKIP() << "the platform's blocks";
+    const std::string text(1100, 'x');
+    for (u32 length = 1; length < text.size(); ++length)
+    {
+        PStringContainer container = CStringContainer::New(text.c_str(), length);
+        const void *const block = container.Get();
+        container.Clear();
+        container = CStringContainer::New(text.c_str(), length);
+        if (Mem::Internal::TakesFastPath(Internal::String::PaddedBytes(length) + 32, 16))
+            ASSERT_EQ(container.Get(), block) << length;
+    }
 }
 
 TEST(StringContainer, NewOfLengthZeroIsNullAndAllocatesNothing)
