@@ -268,8 +268,7 @@ template <typename Session>
 void Run(CInput &input)
 {
     Session session(input);
-    for (u32 step = 0; step < kMaxSteps && !input.AtEnd(); ++step)
-        session.Step();
+    TakeSteps(input, kMaxSteps, [&] { session.Step(); });
 }
 
 } // namespace

@@ -246,8 +246,7 @@ template <typename T>
 void Run(CInput &input, CWatch &watch)
 {
     CArraySession<T> session(input, watch);
-    for (u32 step = 0; step < kMaxSteps && !input.AtEnd(); ++step)
-        session.Step();
+    TakeSteps(input, kMaxSteps, [&] { session.Step(); });
 }
 
 } // namespace

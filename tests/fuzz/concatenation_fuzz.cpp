@@ -483,8 +483,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     CWatch watch(input);
     input.ChooseLetters("ab/");
     CSession session(input, watch);
-    for (u32 i = 0; i < kMaxSteps && !input.AtEnd(); ++i)
-        session.Step();
+    TakeSteps(input, kMaxSteps, [&] { session.Step(); });
     session.AddInRoom(false);
     session.AddInRoom(true);
     return 0;

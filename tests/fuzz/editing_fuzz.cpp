@@ -362,7 +362,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         return 0;
     }
     CSession session(input, watch);
-    for (u32 i = 0; i < kMaxSteps && !input.AtEnd(); ++i)
-        session.Step();
+    TakeSteps(input, kMaxSteps, [&] { session.Step(); });
     return 0;
 }

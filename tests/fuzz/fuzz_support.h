@@ -12,6 +12,7 @@
 //     }
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -23,6 +24,7 @@
 #include "kr_assert.h"
 #include "kr_mem.h"
 #include "kr_string.h"
+#include "support/input_parts.h"
 
 // Ends the run when the condition is false: the fuzzer then keeps the input.
 #define QV_FUZZ_CHECK(...)                                                                                             \
@@ -47,7 +49,10 @@ using namespace Quorvane;
 class CInput
 {
 public:
-    CInput(const std::uint8_t *data, std::size_t size) : m_Next(data), m_Left(size) {}
+    CInput(const std::uint8_t *data, std::size_t size) : m_Begin(data), m_Next(data), m_Left(size) {}
+
+    // Where parts of inputs are noted from now on; null for nowhere.
+    static void NotePartsIn(SInputParts *parts) { s_Parts = parts; }
 
     bool AtEnd() const { return m_Left == 0; }
 
@@ -69,15 +74,30 @@ public:
     }
 
     // By one byte: texts are made of these letters only from now on, which makes coincidences likely; or of any bytes.
-    void ChooseLetters(const std::string &letters) { m_Letters = Flag() ? letters : std::string(); }
+    void ChooseLetters(const std::string &letters)
+    {
+        m_Special = letters;
+        m_Letters = Flag() ? letters : std::string();
+    }
+
+    // What is read from here on belongs together, up to the next step.
+    void BeginStep()
+    {
+        if (s_Parts != nullptr)
+            s_Parts->m_Steps.push_back(_Place());
+    }
 
     // Up to 63 characters, or these several times over: a length, then the characters. May hold terminators.
     std::string Text()
     {
         static constexpr u32 kTimes[] = {1, 1, 3, 11};
+        const std::size_t place = _Place();
+        const bool hasHead = !AtEnd();
         const u8 head = Byte();
+        if (s_Parts != nullptr && hasHead)
+            s_Parts->m_Texts.push_back({place, std::min(head & kMaxTextLength, m_Left), m_Letters, m_Special});
         std::string piece;
-        for (u32 i = head & 0x3F; i != 0 && m_Left != 0; --i)
+        for (std::size_t i = head & kMaxTextLength; i != 0 && m_Left != 0; --i)
             piece += _Character();
         std::string text;
         for (u32 i = 0; i < kTimes[head >> 6]; ++i)
@@ -101,10 +121,27 @@ private:
         return static_cast<char>(m_Letters.empty() ? byte : m_Letters[byte % m_Letters.size()]);
     }
 
+    std::size_t _Place() const { return static_cast<std::size_t>(m_Next - m_Begin); }
+
+    static inline SInputParts *s_Parts = nullptr;
+
+    const std::uint8_t *m_Begin;
     const std::uint8_t *m_Next;
     std::size_t m_Left;
     std::string m_Letters;
+    std::string m_Special;
 };
+
+// Takes steps as long as there is input, and so many at most.
+template <typename Step>
+void TakeSteps(CInput &input, u32 maxSteps, const Step &step)
+{
+    for (u32 i = 0; i < maxSteps && !input.AtEnd(); ++i)
+    {
+        input.BeginStep();
+        step();
+    }
+}
 
 // While one lives, it is the kernel's allocator and its handler of reports. Refuses by one byte of the input: nothing
 // below 128, else the n-th request (n in the lower 6 bits, from 0), once or with all that follow. Fresh blocks hold

@@ -281,8 +281,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         break;
     default:
         CHandleSession session(input, watch);
-        for (u32 i = 0; i < kMaxSteps && !input.AtEnd(); ++i)
-            session.Step();
+        TakeSteps(input, kMaxSteps, [&] { session.Step(); });
     }
     return 0;
 }

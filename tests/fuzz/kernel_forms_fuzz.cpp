@@ -412,7 +412,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
 {
     CInput input(data, size);
     input.ChooseLetters("abAB,.");
-    for (u32 step = 0; step < kMaxSteps && !input.AtEnd(); ++step)
-        Step(input);
+    TakeSteps(input, kMaxSteps, [&] { Step(input); });
     return 0;
 }

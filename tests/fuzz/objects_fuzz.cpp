@@ -238,15 +238,13 @@ template <typename Session>
 void UseKeys(CInput &input, CWatch &watch)
 {
     Session session;
-    for (u32 step = 0; step < kMaxSteps && !input.AtEnd(); ++step)
-        session.Step(input, watch);
+    TakeSteps(input, kMaxSteps, [&] { session.Step(input, watch); });
 }
 
 void UseObjects(CInput &input, CWatch &watch)
 {
     CObjectSession session(input, watch);
-    for (u32 step = 0; step < kMaxSteps && !input.AtEnd(); ++step)
-        session.Step();
+    TakeSteps(input, kMaxSteps, [&] { session.Step(); });
 }
 
 } // namespace

@@ -255,20 +255,22 @@ void AddLiteral(CInput &input, SFormat &format)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     CInput input(data, size);
+    SFormat format;
+    std::string texts[kMaxArguments];
+    // A directive is a step, and says itself whether it is the last of its format.
     while (!input.AtEnd())
     {
         static constexpr u32 kRooms[] = {1, 2, 16, 17, 40, 64, 100, 512, 512, 512, 512, 1024};
+        input.BeginStep();
         const u8 head = input.Byte();
-        SFormat format;
-        format.m_Room = kRooms[head % (sizeof(kRooms) / sizeof(*kRooms))];
-        std::string texts[kMaxArguments];
-        for (u32 i = 0; i <= head >> 6 && format.m_Count < kMaxArguments; ++i)
-        {
-            AddLiteral(input, format);
-            AddDirective(input, format, texts[i]);
-        }
         AddLiteral(input, format);
+        AddDirective(input, format, texts[format.m_Count]);
+        if ((head & 1) != 0 && format.m_Count < kMaxArguments && !input.AtEnd())
+            continue;
+        AddLiteral(input, format);
+        format.m_Room = kRooms[(head >> 1) % (sizeof(kRooms) / sizeof(*kRooms))];
         CompareWith(format);
+        format = SFormat();
     }
     return 0;
 }

@@ -28,6 +28,7 @@ public:
         std::size_t cells = 0;
         while (!input.AtEnd() && m_Texts.size() < kMaxEntries)
         {
+            input.BeginStep();
             const std::string text = _Entry(input);
             cells += text.size() * m_QueryText.size();
             if (cells > kMaxCells)

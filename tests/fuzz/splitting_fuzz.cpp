@@ -85,8 +85,8 @@ public:
 
     void Run()
     {
-        for (u32 i = 0; i < 8 && m_Usable && !m_Input.AtEnd(); ++i)
-            _Step();
+        if (m_Usable)
+            TakeSteps(m_Input, 8, [this] { _Step(); });
     }
 
 private:

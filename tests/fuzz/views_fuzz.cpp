@@ -359,7 +359,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
 {
     CInput input(data, size);
     CWatch watch(input);
-    for (u32 step = 0; step < kMaxSteps && !input.AtEnd(); ++step)
-        Step(input, watch);
+    TakeSteps(input, kMaxSteps, [&] { Step(input, watch); });
     return 0;
 }
