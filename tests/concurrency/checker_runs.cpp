@@ -206,7 +206,7 @@ const SKind kKinds[] = {
     {"heap_3x1", "the heap, 3 threads of 1 step, 1 take at most", Heaps(3, 1, "TGH", 1, 0, 1)},
     {"sets_2x4", "sets of slabs, 2 threads of 4 steps", Sets(2, 4)},
     {"sets_3x2", "sets of slabs, 3 threads of 2 steps", Sets(3, 2)},
-    {"caches_2x3", "caches, 2 threads of 3 steps", Caches(2, 3)},
+    {"caches_2x2", "caches, 2 threads of 2 steps", Caches(2, 2)},
     {"caches_3x1", "caches, 3 threads of 1 step", Caches(3, 1)},
     {"axioms_6", "against the axioms, 2,000 programs by chance of up to 6 steps", Axioms(2000, 6)},
     {"axioms_7", "against the axioms, 300 programs by chance of up to 7 steps", Axioms(300, 7)},
