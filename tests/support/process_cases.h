@@ -31,6 +31,8 @@ int RunCases(const SProcessCase (&cases)[kCount])
         const int answer = RunInCopy(one.m_Run);
         if (answer != 0)
             std::printf("%s: %s %d\n", one.m_Name, answer == kCaseSkipped ? "skipped," : "answer", answer);
+        // Copies of this process that end by themselves would print it again.
+        std::fflush(stdout);
         failed += answer != 0 && answer != kCaseSkipped ? 1 : 0;
     }
     return failed == 0 ? 0 : 1;

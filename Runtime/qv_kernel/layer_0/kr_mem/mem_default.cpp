@@ -66,15 +66,14 @@ void *MoveOrResize(void *block, u64 room, u64 newSize, u32 alignment)
 {
     if (IsSmallBlock(block) || !CanReallocLarge(block, alignment))
         return Move(block, room, newSize, alignment);
-    return ReallocLarge(block, room, newSize);
+    return kHasSmallRange ? ReallocLarge(block, room, newSize) : PortRealloc(block, newSize, 0);
 }
 
 // A block that grows by less than its size will grow again, and gets headroom. One that more than doubles was reserved
-// explicitly and gets none.
+// explicitly and gets none. What nobody can be asked for is refused as any other memory is. Requires: a size that fits.
 u64 RoomyBytes(u64 room, u64 newSize)
 {
-    const u64 roomy = newSize + newSize / 2;
-    return newSize < 2 * room && PortSizeFits(roomy) ? roomy : newSize;
+    return newSize < 2 * room ? newSize + newSize / 2 : newSize;
 }
 
 // A small block that grows into another small one, which is how texts begin to grow.

@@ -148,21 +148,18 @@ inline void FreeLarge(void *block)
 }
 
 // Whether the platform may resize the block, which spares the copy where it grows in place. It wipes nothing.
+// Requires: MayKeepRoom, so that blocks have heads unless addresses are short.
 inline bool CanReallocLarge(void *block, u32 alignment)
 {
     if (kWipes)
         return false;
-    return LargeBlocksHaveHeads() ? alignment <= kLargeAlignment && HeadOf(block).m_Offset <= kLargeAlignment
-                                  : alignment <= kPlatformAlignment;
+    return kHasSmallRange ? alignment <= kLargeAlignment && HeadOf(block).m_Offset <= kLargeAlignment
+                          : alignment <= kPlatformAlignment;
 }
 
-// Null when memory is refused; then the block is as it was. Requires: CanReallocLarge.
+// Null when memory is refused; then the block is as it was. Requires: CanReallocLarge, and a head.
 inline void *ReallocLarge(void *block, u64 room, u64 newSize)
 {
-    if (!PortSizeFits(newSize))
-        return nullptr;
-    if (!LargeBlocksHaveHeads())
-        return PortRealloc(block, newSize, 0);
     const u32 offset = HeadOf(block).m_Offset;
     // Where the platform moves it, nothing stays behind that is known as a block.
     RememberFreed(block);

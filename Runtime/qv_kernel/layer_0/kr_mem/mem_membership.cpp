@@ -27,6 +27,15 @@ void UseAllocator(const SAllocator *allocator)
 
 QV_INTERNAL_CONSTINIT SCopy g_ThisCopy = {&UseAllocator, nullptr};
 
+// The link of the list of copies that leads to this one; the list's end where it is in none. Requires the lock.
+SCopy *&LinkToThisCopy()
+{
+    SCopy **link = &Process().m_Copies;
+    while (*link != nullptr && *link != &g_ThisCopy)
+        link = &(*link)->m_Next;
+    return *link;
+}
+
 // Adds this copy of the library to those of its process, for which others may have installed an allocator.
 void AddCopy()
 {
@@ -37,8 +46,8 @@ void AddCopy()
     // Before threads have caches, and know of the range.
     g_FreeLinks = Process().m_Heap.Links();
     BeginCaches(guard);
-    g_ThisCopy.m_Next = Process().m_Copies;
-    Process().m_Copies = &g_ThisCopy;
+    // It is in the list already where another thread had come so far when the process was copied.
+    LinkToThisCopy() = &g_ThisCopy;
     // Before the fast path is open: whoever takes it knows which blocks are small.
     g_SmallRange.Store(Process().m_Heap.Base());
     UseAllocator(Process().m_IsReplaced ? &Process().m_Allocator : nullptr);
@@ -48,11 +57,7 @@ void RemoveCopy()
 {
     const CSharedGuard guard;
     EndCaches(guard);
-    SCopy **link = &Process().m_Copies;
-    while (*link != nullptr && *link != &g_ThisCopy)
-        link = &(*link)->m_Next;
-    if (*link != nullptr)
-        *link = g_ThisCopy.m_Next;
+    LinkToThisCopy() = g_ThisCopy.m_Next;
 }
 
 // The library is about to be unloaded, with a plugin, or the process ends.

@@ -65,11 +65,9 @@ inline u64 PortUsableSize(void *block)
     return malloc_usable_size(block);
 }
 
-// Grows in place where the platform can.
+// Grows in place where the platform can. Requires: a block, not null.
 inline void *PortRealloc(void *block, u64 newSize, u32 alignment)
 {
-    if (block == nullptr)
-        return PortAlloc(newSize, alignment);
     if (!PortSizeFits(newSize))
         return nullptr;
     if (alignment <= kPlatformAlignment)
@@ -125,11 +123,10 @@ inline u64 PortUsableSize(void *block)
     return PortHeadOf(block).m_Bytes;
 }
 
-// Grows in place where the platform can, which moves blocks of a larger alignment to just any place.
+// Grows in place where the platform can, which moves blocks of a larger alignment to just any place. Requires: a block,
+// not null.
 inline void *PortRealloc(void *block, u64 newSize, u32 alignment)
 {
-    if (block == nullptr)
-        return PortAlloc(newSize, alignment);
     if (!PortSizeFits(newSize))
         return nullptr;
     if (alignment > kPlatformAlignment || PortHeadOf(block).m_Offset != sizeof(SPortHead))

@@ -77,7 +77,7 @@ ureg ProcessPlace(u32 which)
 
 SProcess *FindOrMakeProcess()
 {
-    if (!kHasSmallRange)
+    if constexpr (!kHasSmallRange)
         return nullptr;
     // What exists wins, wherever it is: a place that was taken when it was made may be free by now.
     for (u32 which = 0; which < kProcessPlaces; ++which)

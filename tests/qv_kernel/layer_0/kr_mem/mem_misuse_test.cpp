@@ -111,6 +111,35 @@ TEST_F(MemMisuseReported, ABlockFreedAgainMuchLaterIsReportedAndLeftAlone)
         });
 }
 
+// Beside a block that keeps their slab in service.
+TEST_F(MemMisuseReported, ABlockThatIsBackInItsSlabFreedAgainIsReportedAndLeftAlone)
+{
+    std::vector<u8 *> blocks(8);
+    // A thread that has no cache gives blocks to their slabs.
+    OnAThread(
+        [&blocks]
+        {
+            for (u8 *&block : blocks)
+                block = Alloc(1500);
+            Free(blocks.back(), 1500);
+        });
+    u8 *const freed = blocks.back();
+    blocks.pop_back();
+    ASSERT_TRUE(Process().m_Heap.IsBack(freed));
+    ASSERT_TRUE(IsBlock(freed, SmallClass(1500))) << "the slab is not in service any more";
+    {
+        CAssertRecorder recorder;
+        Free(freed, 1500);
+        RawFree(freed);
+        EXPECT_EQ(recorder.Expressions(), std::vector<std::string>(2, "!freed"));
+    }
+    u8 *const again[] = {Alloc(1500), Alloc(1500)};
+    EXPECT_NE(again[0], again[1]);
+    Free(again[0], 1500);
+    Free(again[1], 1500);
+    FreeAll(blocks);
+}
+
 TEST_F(MemMisuseReported, ABlockInAnotherThreadsCacheFreedAgainIsReportedAndLeftAlone)
 {
     AllocAndFree(64, 20);
@@ -351,6 +380,34 @@ TEST_F(MemMisuse, APointerToSomethingElseIsReportedAndLeftAlone)
         RawFree(block);
     EXPECT_EQ(recorder.Expressions(), IfAsserting(std::vector<std::string>(3, "allocated")));
     std::free(platforms);
+}
+
+// Whoever serves the small blocks.
+TEST(MemMisuseLarge, WhatHasNoHeadIsReportedAndLeftAlone)
+{
+    if (!HasSmallBlocks())
+        GTEST_SKIP() << "blocks have no heads here";
+    CAssertRecorder recorder;
+    alignas(16) static u8 global[64];
+    RawFree(global + 32);
+    EXPECT_EQ(RawRealloc(global + 32, 5000), nullptr);
+    EXPECT_EQ(recorder.Expressions(), IfAsserting(std::vector<std::string>(2, "allocated")));
+}
+
+// This copy of the library freed one, and another copy got its memory from the platform.
+TEST(MemMisuseLarge, ABlockOfAnotherCopyIsOneWhereOneWasFreedBefore)
+{
+    if (!HasSmallBlocks())
+        GTEST_SKIP() << "blocks have no heads here";
+    constexpr u64 kBytes = 100000;
+    char *const platformBlock = static_cast<char *>(PortAlloc(kBytes, 0));
+    const u32 offset = LargeOffset(platformBlock, kLargeAlignment);
+    void *const block = platformBlock + offset;
+    RememberFreed(block);
+    HeadOf(block) = SLargeHead{kBytes - offset, offset, MarkOfLarge(block)};
+    CAssertRecorder recorder;
+    RawFree(block);
+    EXPECT_EQ(recorder.Count(), 0u);
 }
 
 TEST_F(MemMisuse, APointerIntoAPartOfTheRangeThatNobodyHasMappedIsReported)

@@ -62,6 +62,26 @@ TEST(MemProcess, AllOfItsCopiesLinkFreeBlocksAlike)
     EXPECT_EQ(std::memcmp(&links, &g_FreeLinks, sizeof(links)), 0);
 }
 
+// Also by a copy that was built without blocks of its own.
+TEST(MemProcess, ASmallBlockOfAnyCopyIsFreedByEveryCopy)
+{
+    if (!HasSmallBlocks())
+        GTEST_SKIP() << "nothing is shared here";
+    CSlabHeap &heap = FindOrMakeProcess()->m_Heap;
+    for (const u64 size : {1u, 64u, 2048u})
+    {
+        const u64 before = heap.Figures().m_LiveBlocks;
+        const CAssertRecorder recorder;
+        SFreeBlock *const block = heap.TakeOne(SmallClass(size));
+        ASSERT_NE(block, nullptr);
+        Mem::Free(MakeLive(block), Mem::AllocType_Generic);
+        EXPECT_EQ(recorder.Count(), 0u);
+        if (kCachesSmallBlocks)
+            continue; // the thread keeps it
+        EXPECT_EQ(heap.Figures().m_LiveBlocks, before);
+    }
+}
+
 // What was freed before is taken after it, by the same secret.
 TEST(MemProcess, ACopyOfTheProcessReadsTheLinksOfTheProcess)
 {
@@ -184,6 +204,35 @@ TEST(MemLock, AGuardHoldsItWithinItsScope)
     }
     const CProcessGuard guard(lock, Waiting_AsLongAsItTakes, 1);
     EXPECT_FALSE(guard.WasLeft());
+}
+
+TEST(MemLock, AGuardTellsWhetherAnotherProcessLeftIt)
+{
+    CProcessLock lock;
+    EXPECT_FALSE(lock.Lock(1));
+    {
+        const CProcessGuard guard(lock, Waiting_AsLongAsItTakes, 2);
+        EXPECT_TRUE(guard.IsHeld());
+        EXPECT_TRUE(guard.WasLeft());
+    }
+    EXPECT_FALSE(lock.Lock(1));
+    const CProcessGuard guard(lock, Waiting_NotAtAll, 2);
+    EXPECT_TRUE(guard.IsHeld());
+    EXPECT_TRUE(guard.WasLeft());
+}
+
+TEST(MemLock, AGuardThatDoesNotWaitHoldsNothingWhileAnotherOneDoes)
+{
+    CProcessLock lock;
+    const CProcessGuard holder(lock, Waiting_AsLongAsItTakes, 1);
+    {
+        const CProcessGuard guard(lock, Waiting_NotAtAll, 1);
+        EXPECT_FALSE(guard.IsHeld());
+        EXPECT_FALSE(guard.WasLeft());
+    }
+    // And has given nothing back.
+    bool wasLeft = false;
+    EXPECT_FALSE(lock.TryLock(1, wasLeft));
 }
 
 } // namespace QuorvaneTest

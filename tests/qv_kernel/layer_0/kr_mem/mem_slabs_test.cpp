@@ -163,6 +163,14 @@ TEST_F(MemSlabs, GivingTheFirstOfAListLeavesTheRest)
     EXPECT_EQ(m_Heap.Figures().m_LiveBlocks, 1u);
 }
 
+TEST_F(MemSlabs, GivingMoreThanAListHasGivesAllOfIt)
+{
+    SFreeBlock *list = MakeList(Take(4, 3));
+    EXPECT_EQ(m_Heap.Give(list, 8), 3u);
+    EXPECT_TRUE(m_Heap.Links().IsEnd(list));
+    EXPECT_EQ(m_Heap.Figures().m_LiveBlocks, 0u);
+}
+
 TEST_F(MemSlabs, AListOfSeveralClassesGoesBackToEach)
 {
     std::vector<char *> blocks = Take(1, 5);
@@ -287,6 +295,25 @@ TEST_F(MemSlabs, KnowsWhichBlocksCameBack)
     Give({blocks[3], blocks[7]});
     for (size_t i = 0; i < blocks.size(); ++i)
         EXPECT_EQ(m_Heap.IsBack(blocks[i]), i == 3 || i == 7) << i;
+    // One of them leaves the list that the other one stays in.
+    const std::vector<char *> again = Take(4, 1);
+    for (size_t i = 0; i < blocks.size(); ++i)
+        EXPECT_EQ(m_Heap.IsBack(blocks[i]), (i == 3 || i == 7) && blocks[i] != again[0]) << i;
+}
+
+TEST_F(MemSlabs, NoBlockOfASlabIsBackThatHasAllOfThemOut)
+{
+    const std::vector<char *> blocks = Take(kLargestClass, BlocksPerSlab(kLargestClass));
+    EXPECT_FALSE(m_Heap.IsBack(blocks.front()));
+    EXPECT_FALSE(m_Heap.IsBack(blocks.back()));
+}
+
+TEST_F(MemSlabs, AllBlocksOfASlabAreBackThatServesNoClass)
+{
+    const std::vector<char *> blocks = Take(4, 10);
+    Give(blocks);
+    for (char *const block : blocks)
+        EXPECT_TRUE(m_Heap.IsBack(block));
 }
 
 // ---- Links that were overwritten ---------------------------------------------------------------------------------------

@@ -336,6 +336,22 @@ TEST_F(MemThreadCacheOwn, AThreadThatEndsGivesItsLargeBlocksBack)
     EXPECT_LE(grownBy(keepAll), grownByThreads + (8u << 20));
 }
 
+TEST_F(MemThreadCacheOwn, ABlockHasRoomToGrowUpToItsOwnRoomAndNothingElseHas)
+{
+    u8 *const small = Alloc(300);
+    const u64 room = ClassBytes(ClassOfSmallBlock(small));
+    EXPECT_TRUE(HasRoomToGrow(small, room));
+    EXPECT_FALSE(HasRoomToGrow(small, room + 1));
+    Free(small, 300);
+    u8 *const large = Alloc(5000);
+    EXPECT_TRUE(HasRoomToGrow(large, RoomOfLarge(large)));
+    EXPECT_FALSE(HasRoomToGrow(large, RoomOfLarge(large) + 1));
+    Free(large, 5000);
+    EXPECT_FALSE(HasRoomToGrow(nullptr, 1));
+    alignas(16) u8 local[64] = {};
+    EXPECT_FALSE(HasRoomToGrow(local + 32, 1));
+}
+
 TEST_F(MemThreadCacheOwn, FreeingByAddressGivesTheBlockBack)
 {
     constexpr size_t kCount = 10000;

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "child_process.h"
+#include "kr_mem/mem_process.h"
 #include "small_blocks.h"
 
 namespace QuorvaneTest
@@ -179,6 +180,45 @@ TEST_F(MemThreadsOwn, AThreadThatUsesBlocksInAKeysDestructorAgainKeepsNothing)
             });
     EXPECT_EQ(LiveBlocks(), before);
     pthread_key_delete(key);
+}
+
+// The key was made after the library's own, so that its destructor finds the thread's cache ended.
+TEST_F(MemThreadsOwn, AThreadWhoseCacheHasEndedKeepsNoLargeBlockAndMakesNothingReady)
+{
+    static bool s_IsReady = true;
+    static bool s_HasEnded = false;
+    const auto use = [](void *)
+    {
+        s_HasEnded = ThreadCache() == &g_CacheEnded;
+        s_IsReady = Mem::Prewarm(0, false);
+        AllocAndFree(5000, 3);
+    };
+    pthread_key_t key;
+    ASSERT_EQ(pthread_key_create(&key, use), 0);
+    const u64 before = LiveBlocks();
+    OnAThread(
+        [key]
+        {
+            pthread_setspecific(key, &s_IsReady);
+            AllocAndFree(64, 1000);
+            AllocAndFree(5000, 3);
+        });
+    pthread_key_delete(key);
+    EXPECT_TRUE(s_HasEnded);
+    EXPECT_FALSE(s_IsReady);
+    EXPECT_EQ(g_CacheEnded.m_Large[5000 / kKeptLargeStep].m_Block, nullptr);
+    EXPECT_FALSE(g_CacheEnded.m_Large[5000 / kKeptLargeStep].m_HasTaken);
+    EXPECT_EQ(LiveBlocks(), before);
+}
+
+TEST_F(MemThreadsOwn, NobodyLooksThroughTheCachesWhileTheirListChanges)
+{
+    AllocAndFree(64, 20);
+    u8 *const block = Alloc(64);
+    Free(block, 64);
+    EXPECT_TRUE(LiesInAnyCache(block, SmallClass(64)));
+    const CSharedGuard guard;
+    EXPECT_FALSE(LiesInAnyCache(block, SmallClass(64)));
 }
 
 TEST_F(MemThreadsOwn, AThreadThatUsesAFewBlocksTakesNoMore)

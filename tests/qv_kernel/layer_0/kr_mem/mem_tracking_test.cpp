@@ -3,6 +3,7 @@
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
+#include <regex>
 #include <string>
 #include <thread>
 
@@ -292,6 +293,31 @@ TEST_F(MemTracking, BlocksStillLiveAtExitAreReportedAsLeaked)
     EXPECT_TRUE(Mentions(child.m_Stderr, "65432")) << child.m_Stderr;
     EXPECT_TRUE(Mentions(child.m_Stderr, kOtherTag)) << child.m_Stderr;
     EXPECT_TRUE(Mentions(child.m_Stderr, kAllocFile)) << child.m_Stderr;
+}
+
+TEST_F(MemTracking, OfManyLeaksTheFirstAreNamedAndAllAreCounted)
+{
+    const SChildResult child = RunInChild(
+        []
+        {
+            Assert::SetHandler(nullptr);
+            u32 count = 0;
+            for (int i = 0; i < 40; ++i)
+                count += AllocTracked(76543, kOtherTag) != nullptr ? 1 : 0;
+            return count == 40 ? 0 : 1;
+        });
+    EXPECT_EQ(child.m_ExitCode, 0);
+    u32 named = 0;
+    for (size_t at = child.m_Stderr.find("was leaked ("); at != std::string::npos;
+         at = child.m_Stderr.find("was leaked (", at + 1))
+        ++named;
+    EXPECT_EQ(named, 16u) << child.m_Stderr;
+    // The test program's own, if any, are among them.
+    std::smatch counts;
+    ASSERT_TRUE(std::regex_search(child.m_Stderr, counts, std::regex("([0-9]+) blocks of ([0-9]+) bytes were leaked")))
+        << child.m_Stderr;
+    EXPECT_GE(std::stoull(counts[1]), 40u);
+    EXPECT_GE(std::stoull(counts[2]), 40u * 76543u);
 }
 
 TEST_F(MemTracking, WhatIsFreedDuringExitIsNoLeak)
