@@ -82,16 +82,15 @@ s32 OrderOfBlocks(const char *a, const char *b, u32 length, ECaseSensitivity cas
     return index < length ? OrderOfBytes<Comparison>(ToBytes(a)[index], ToBytes(b)[index]) : 0;
 }
 
-// The order of two containers' characters, as far as the first `lengthA` + 1 bytes tell: the terminator takes part.
+// Whether a container's characters come first, as far as the first `lengthA` + 1 bytes tell: the terminator takes part.
 // A longer text may hold terminators where the shorter one ends; nothing is read behind the shorter one's last block.
+// Where no block of `b` differs, `a` goes on behind them, and is the greater one.
 template <typename Comparison>
-s32 Order(const char *a, u32 lengthA, const char *b, u32 lengthB, ECaseSensitivity caseSensitivity)
+bool IsLess(const char *a, u32 lengthA, const char *b, u32 lengthB, ECaseSensitivity caseSensitivity)
 {
     const u64 wanted = static_cast<u64>(lengthA) + 1;
     const u64 common = QVMin(wanted, Internal::String::PaddedBytes(lengthB));
-    const s32 order = OrderOfBlocks<Comparison>(a, b, static_cast<u32>(common), caseSensitivity);
-    // Where no block of `b` differs, `a` goes on behind them, and is the greater one.
-    return order == 0 && common < wanted ? 1 : order;
+    return OrderOfBlocks<Comparison>(a, b, static_cast<u32>(common), caseSensitivity) < 0;
 }
 
 // The order of two texts of known lengths by bytes, the shorter one first.
@@ -228,10 +227,9 @@ bool CString::LessThan(const CString &other, ECaseSensitivity caseSensitivity) c
     const char *srcB = other.Data();
     if (QV_INTERNAL_UNLIKELY(srcA == nullptr || srcB == nullptr))
         return LessWithoutCharacters(srcA, srcB);
-    const s32 order = caseSensitivity != CaseSensitive
-                          ? Order<SLowerCaseBytes>(srcA, Length(), srcB, other.Length(), CaseInsensitive)
-                          : Order<SExactBytes>(srcA, Length(), srcB, other.Length(), CaseSensitive);
-    return order < 0;
+    return caseSensitivity != CaseSensitive
+               ? IsLess<SLowerCaseBytes>(srcA, Length(), srcB, other.Length(), CaseInsensitive)
+               : IsLess<SExactBytes>(srcA, Length(), srcB, other.Length(), CaseSensitive);
 }
 
 bool CString::LessThan(const char *other, ECaseSensitivity caseSensitivity) const noexcept QV_NONBLOCKING

@@ -17,6 +17,7 @@
 #include "test_allocator.h"
 #include "test_port.h"
 #include "text_pieces.h"
+#include "wide_choice.h"
 
 namespace
 {
@@ -285,6 +286,31 @@ TEST(StringComparison, TheShorterOfTwoTextsWithACommonBeginningOrdersFirst)
     EXPECT_TRUE(longer > shorter);
     EXPECT_FALSE(longer < shorter);
     EXPECT_FALSE(shorter > longer);
+}
+
+TEST(StringComparison, LessThanHeedsCaseInLongTextsWhereItIsAskedTo)
+{
+    for (const char *const same : {"", "0123456789abcdef", "0123456789abcdef0123456789abcdef0123456789abcdef"})
+    {
+        const CString lower = CString(same) + "a";
+        const CString upper = CString(same) + "B";
+        EXPECT_TRUE(upper.LessThan(lower, CaseSensitive)) << same;
+        EXPECT_FALSE(lower.LessThan(upper, CaseSensitive)) << same;
+        EXPECT_TRUE(lower.LessThan(upper, CaseInsensitive)) << same;
+        EXPECT_FALSE(upper.LessThan(lower, CaseInsensitive)) << same;
+    }
+}
+
+TEST(StringComparison, LongTextsAreEqualOrNotWithoutWideInstructions)
+{
+    const std::string text(100, 'x');
+    for (const bool isWide : {false, true})
+    {
+        const CWideChoice choice(isWide);
+        EXPECT_TRUE(CString(text.c_str()).Compare(CString(text.c_str()))) << isWide;
+        EXPECT_FALSE(CString((text + "a").c_str()).Compare(CString((text + "b").c_str()))) << isWide;
+        EXPECT_FALSE(CString((text + "b").c_str()).Compare(CString((text + "a").c_str()))) << isWide;
+    }
 }
 
 TEST(StringComparison, LessThanIgnoringCaseOrdersByLowerCasedBytes)
@@ -658,6 +684,22 @@ TEST(StringComparison, AContainerWithoutCharactersIsLessThanABuffer)
     CBrokenString broken;
     EXPECT_TRUE(broken.Get().LessThan("abc"));
     ExpectReports(recorder, {"srcA != null && srcB != null"});
+}
+
+TEST(StringComparison, AContainerWithoutCharactersOrdersBeforeOnesThatHaveSome)
+{
+    CAssertRecorder recorder;
+    CBrokenString broken;
+    CBrokenString anotherBroken;
+    const CString &string = broken.Get();
+    const CString &another = anotherBroken.Get();
+    const CString whole("abc");
+    EXPECT_TRUE(string < whole);
+    EXPECT_FALSE(string > whole);
+    EXPECT_FALSE(whole < string);
+    EXPECT_TRUE(whole > string);
+    EXPECT_FALSE(string < another);
+    EXPECT_FALSE(string > another);
 }
 
 TEST(StringComparison, OrderingAContainerWithoutCharactersReports)
