@@ -50,6 +50,7 @@ FUNCTIONS = {
     Kind.CONVERSION_FUNCTION,
     Kind.FUNCTION_TEMPLATE,
 }
+DECLARATIONS = {Kind.VAR_DECL, Kind.FIELD_DECL, Kind.PARM_DECL}
 BRANCHES = {Kind.IF_STMT, Kind.WHILE_STMT, Kind.FOR_STMT, Kind.DO_STMT, Kind.CXX_FOR_RANGE_STMT}
 WRAPPERS = {Kind.PAREN_EXPR, Kind.UNEXPOSED_EXPR, Kind.CSTYLE_CAST_EXPR, Kind.CXX_STATIC_CAST_EXPR}
 INTEGERS = {
@@ -250,6 +251,8 @@ class Finder:
         elif kind not in WRAPPERS:
             around = self.changed(around, immediate=False)
         for child in children:
+            if kind in DECLARATIONS and self.is_bound(child):
+                continue
             if kind in (Kind.DEFAULT_STMT, Kind.LABEL_STMT):
                 self.visit_statement(child, cursor, around)
             else:
@@ -333,6 +336,15 @@ class Finder:
         if b"const" not in words or cursor.type.get_canonical().kind not in INTEGERS:
             return False
         return bool(self.evaluate(cursor))
+
+    def is_bound(self, cursor):
+        """Whether what a declaration holds is an array's bound, which the compiler evaluates."""
+        extent = self.extent(cursor)
+        if extent is None:
+            return False
+        source = self.source(extent[0])
+        front, back = source.before(extent[1]), source.behind(extent[2])
+        return source.code[front : front + 1] == b"[" and source.code[back : back + 1] == b"]"
 
     @staticmethod
     def kind_of(cursor):
