@@ -1,6 +1,8 @@
 #include "kr_assert.h"
 
+#include <algorithm>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
@@ -448,6 +450,60 @@ TEST(AssertionHandler, TheDefaultHandlerWritesOneReportToStderrAndAnswers2)
     EXPECT_EQ(CountOf(child.m_Stderr, "a < LIMIT"), 1u) << child.m_Stderr;
     EXPECT_EQ(CountOf(child.m_Stderr, "a is too large"), 1u) << child.m_Stderr;
 }
+
+TEST(AssertionHandler, TheDefaultHandlerSaysOnALineOfItsOwnWhatItHasToSay)
+{
+    const SChildResult child = RunInChild(
+        []
+        {
+            Assert::SetHandler(nullptr);
+            Report();
+            Assert::EvalAssert("file", "function", 1, "count < 64", "count < 64", "count < 64");
+            return 0;
+        });
+    std::string said = child.m_Stderr;
+    said.erase(std::remove(said.begin(), said.end(), '\r'), said.end());
+    EXPECT_EQ(said, "some_file.cpp(12): assertion failed: a < LIMIT\n"
+                    "    which is a < 3\n"
+                    "    in void Some::Function()\n"
+                    "    a is too large\n"
+                    "file(1): assertion failed: count < 64\n"
+                    "    in function\n");
+}
+
+TEST(AssertionHandler, TheDefaultHandlersReportIsOutBeforeItAnswers)
+{
+    const SChildResult child = RunInChild(
+        []
+        {
+            Assert::SetHandler(nullptr);
+            static char s_Buffer[4096];
+            std::setvbuf(stderr, s_Buffer, _IOFBF, sizeof(s_Buffer));
+            Report();
+            std::_Exit(0);
+            return 0;
+        });
+    EXPECT_EQ(CountOf(child.m_Stderr, "a is too large"), 1u) << child.m_Stderr;
+}
+
+#if !defined(_WIN32)
+
+// The lowest number that is free is what the system gives.
+TEST(AssertionHandler, TheDefaultHandlerLeavesNoFileOpen)
+{
+    const SChildResult child = RunInChild(
+        []
+        {
+            Assert::SetHandler(nullptr);
+            const int before = dup(STDERR_FILENO);
+            close(before);
+            Report();
+            return dup(STDERR_FILENO) == before ? 0 : 1;
+        });
+    EXPECT_EQ(child.m_ExitCode, 0);
+}
+
+#endif
 
 #if QV_ASSERTS
 

@@ -1581,6 +1581,23 @@ TEST(StringHuge, AppendOfAFewCharactersStopsAtTheLongestLength)
         }
 }
 
+TEST(StringHuge, ACharacterBehindTheLongestTextIsRefusedMemory)
+{
+    if (!CHugeAllocator::Supported())
+        GTEST_SKIP() << "no address space to pretend with";
+    CAssertRecorder recorder;
+    CHugeAllocator allocator;
+    PStringContainer container = CStringContainer::NewResizable(null, 0x3FFFFFFDu, 0x3FFFFFFF);
+    container->Data()[0] = 'a';
+    CString string(std::move(container));
+    string += 'x';
+    EXPECT_EQ(string.Length(), 0x3FFFFFFEu);
+    EXPECT_EQ(string.Last(), 'x');
+    string += 'y';
+    EXPECT_EQ(string.Length(), 0u);
+    ExpectReports(recorder, {});
+}
+
 TEST(StringHuge, AppendToItselfBeyondTheLongestLengthIsRefusedMemory)
 {
     if (!CHugeAllocator::Supported())

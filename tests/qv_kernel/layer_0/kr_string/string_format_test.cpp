@@ -285,6 +285,9 @@ TEST(StringFormat, FormatKeepsTheLocaleOfTheThread)
     uselocale(duplicate);
     ExpectText(CString::Format("%d", 2), "2");
     EXPECT_EQ(uselocale(static_cast<locale_t>(nullptr)), duplicate);
+    // What the "C" locale has no bytes for is left to the platform, in the locale of the process.
+    static_cast<void>(CString::Format("%ls", L"\u20AC"));
+    EXPECT_EQ(uselocale(static_cast<locale_t>(nullptr)), duplicate);
     uselocale(LC_GLOBAL_LOCALE);
     freelocale(duplicate);
 }

@@ -13,6 +13,7 @@
 #include "refusal_sweep.h"
 #include "string_checks.h"
 #include "string_model.h"
+#include "test_allocator.h"
 #include "test_port.h"
 #include "text_pieces.h"
 
@@ -242,6 +243,17 @@ TEST(StringPathJoin, RefusedReportsAndLeavesTheStringUnchanged)
     SweepRefusals(fixed, join, checkText("dir/file"));
     SweepRefusals(fixed, joinNothing, checkText("dir"));
     SweepRefusals(fixed, joinItself, checkText("dir/dir/"));
+}
+
+TEST(StringPathJoin, RefusedOfAnArgumentThatGoesFurtherThanTheOwnRoomReportsAndLeavesTheString)
+{
+    CAssertRecorder recorder;
+    CTestAllocator allocator;
+    CString path = Resizable("path", 15);
+    allocator.RefuseNth(1);
+    path.AppendSlashAnd(CStringView(path.Data(), 40));
+    ExpectText(path, "path");
+    ExpectReports(recorder, {"newContainer != null"});
 }
 
 TEST(StringPathJoin, RefusedOnAnEmptyStringReportsAndLeavesItEmpty)
