@@ -38,7 +38,7 @@
 
 // Of the library's tests; the runner's own test has no assertions.
 #if __has_include("kr_assert.h")
-#include "test_listeners.h"
+#include "../support/test_set_up.h"
 #endif
 
 namespace qv_mutants

@@ -496,6 +496,7 @@ TEST(Assertions, TheyReportAfterMain)
     const SChildResult child = RunInChild(
         []
         {
+            Assert::SetHandler(nullptr);
             std::atexit([] { QV_ASSERT_MESSAGE(1 > 2, "said at exit"); });
             return 0;
         });

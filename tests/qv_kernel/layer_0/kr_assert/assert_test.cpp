@@ -82,8 +82,6 @@ public:
     CHandlerScope(const CHandlerScope &) = delete;
     CHandlerScope &operator=(const CHandlerScope &) = delete;
 
-    Assert::FHandler Before() const { return m_Before; }
-
 private:
     Assert::FHandler m_Before;
 };
@@ -292,11 +290,11 @@ TEST(AssertionHandler, OnlyTheInstalledHandlerIsCalled)
 TEST(AssertionHandler, SetHandlerWithNullRestoresTheDefault)
 {
     const CHandlerScope scope(nullptr);
-    EXPECT_EQ(Assert::SetHandler(&HandlerA), scope.Before());
-    EXPECT_EQ(Assert::SetHandler(nullptr), &HandlerA);
     const Assert::FHandler standard = Assert::SetHandler(&HandlerA);
     EXPECT_NE(standard, nullptr);
     EXPECT_NE(standard, &HandlerA);
+    EXPECT_EQ(Assert::SetHandler(nullptr), &HandlerA);
+    EXPECT_EQ(Assert::SetHandler(&HandlerA), standard);
 }
 
 // A handler in front of another one passes on what it does not decide.
@@ -305,6 +303,7 @@ TEST(AssertionHandler, TheHandlerBeforeCanBeCalledAndPutBack)
     const SChildResult child = RunInChild(
         []
         {
+            Assert::SetHandler(nullptr);
             const Assert::FHandler standard = Assert::SetHandler(&HandlerA);
             const int direct = standard("direct.cpp", "f", 1, "e", "e", "called directly");
             Assert::SetHandler(standard);

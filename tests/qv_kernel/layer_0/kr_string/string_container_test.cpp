@@ -162,7 +162,9 @@ TEST(StringContainer, ABlockOfTheFixedFormThatIsDroppedServesTheNextOneOfItsSize
         container.Clear();
         container = CStringContainer::New(text.c_str(), length);
         if (Mem::Internal::TakesFastPath(Internal::String::PaddedBytes(length) + 32, 16))
+        {
             ASSERT_EQ(container.Get(), block) << length;
+        }
     }
 }
 

@@ -1,4 +1,4 @@
-// What the unit tests do around each of them while mutants are tried.
+// What the test programs do around each of their tests.
 #pragma once
 
 #include <clocale>
