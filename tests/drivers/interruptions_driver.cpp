@@ -190,7 +190,8 @@ int AllBlocksComeBackAtOnce()
     const auto isRight = [](SScene &scene)
     {
         const u32 all = static_cast<u32>(scene.m_Blocks.size());
-        return scene.m_Heap->Figures().m_UsedSlabs == 0 && scene.IsWhole(all) && scene.ServesAllAgain(all);
+        const SSlabFigures figures = scene.m_Heap->Figures();
+        return figures.m_UsedSlabs == 0 && figures.m_IdleSlabs == 1 && scene.IsWhole(all) && scene.ServesAllAgain(all);
     };
     for (const u32 blocks : {2u, WholeSlab()})
         if (const int answer = TryEachMoment({blocks, &GiveFirst, &GiveOthers, isRight}))
@@ -210,7 +211,12 @@ int ABlockIsLookedForWhileOthersComeAndGo()
     };
     const auto isRight = [](SScene &scene)
     { return !scene.m_WasFound && scene.m_TakenBySecond != nullptr && scene.IsWhole(2) && scene.ServesAllAgain(2); };
-    return TryEachMoment({WholeSlab() - 1, look, takeAndGive, isRight});
+    if (const int answer = TryEachMoment({WholeSlab() - 1, look, takeAndGive, isRight}))
+        return answer;
+    // And while another thread has the slab for itself.
+    const auto isStillRight = [](SScene &scene)
+    { return !scene.m_WasFound && scene.m_TakenByFirst != nullptr && scene.IsWhole(0) && scene.ServesAllAgain(0); };
+    return TryEachMoment({WholeSlab() - 1, &TakeByFirst, look, isStillRight});
 }
 
 int WhatTwoFindIsReportedOnce()
@@ -322,8 +328,7 @@ constexpr SProcessCase kCases[] = {
 
 int main()
 {
-    // Elsewhere all blocks are the platform's.
-    return kCachesSmallBlocks ? RunCases(kCases) : kCaseSkipped;
+    return HaveCaches() ? RunCases(kCases) : kCaseSkipped;
 }
 
 #endif

@@ -51,12 +51,17 @@ using namespace QuorvaneTest;
 // Whether the system refuses memory by its own allocator, and addresses that it is asked for.
 bool g_RefusesBlocks = false;
 bool g_RefusesAddresses = false;
+// Whether it takes addresses for hints, as Linux before 4.17 does, and how often it gave others than that.
+bool g_TakesHints = false;
+u32 g_GivenElsewhere = 0;
 // Which lock of memory it refuses, by the number of the first call, from 0 on; none of them all reaches the system itself.
 u32 g_RefusedLock = ~u32(0);
 u32 g_Locks = 0;
 const void *g_FirstLocked = nullptr;
 const void *g_NeverLocked = nullptr;
+std::size_t g_NeverLockedBytes = 0;
 bool g_RefusesThreadKeys = false;
+u32 g_ThreadKeys = 0;
 bool g_RefusesThreadValues = false;
 bool g_HasNoChance = false;
 long g_PageBytes = 0; // 0: the system's own
@@ -106,6 +111,12 @@ extern "C"
     {
         if (address != nullptr)
             RunOnce(g_BeforeMap);
+        if (address != nullptr && g_TakesHints)
+        {
+            ++g_GivenElsewhere;
+            address = nullptr;
+            flags = MAP_PRIVATE | MAP_ANONYMOUS;
+        }
         if (address == nullptr || !g_RefusesAddresses)
             return __real_mmap(address, bytes, protection, flags, file, offset);
         errno = ENOMEM;
@@ -118,13 +129,16 @@ extern "C"
         return __real_madvise(address, bytes, advice);
     }
 
-    int __wrap_mlock(const void *address, std::size_t)
+    int __wrap_mlock(const void *address, std::size_t bytes)
     {
         if (g_Locks == 0)
             g_FirstLocked = address;
         if (g_Locks++ == g_RefusedLock)
+        {
             g_NeverLocked = address;
-        if (address != g_NeverLocked)
+            g_NeverLockedBytes = bytes;
+        }
+        if (address != g_NeverLocked || bytes != g_NeverLockedBytes)
             return 0;
         errno = ENOMEM;
         return -1;
@@ -132,6 +146,7 @@ extern "C"
 
     int __wrap_pthread_key_create(pthread_key_t *key, void (*atEnd)(void *))
     {
+        ++g_ThreadKeys;
         return g_RefusesThreadKeys ? EAGAIN : __real_pthread_key_create(key, atEnd);
     }
 
@@ -277,12 +292,16 @@ int AThreadWhoseEndNobodyTellsOfHasNoCache()
     return FirstFalse({wasServed, !hadCache, !wasReady, leftOver == 0, UseStrings(), HasCache()});
 }
 
-// The process ends as any other one.
+// The keys that there are belong to others. The process ends as any other one.
 int NoThreadHasACacheWhereNoKeyIsLeft()
 {
+    pthread_key_t ofOthers = 0;
+    if (pthread_key_create(&ofOthers, nullptr) != 0)
+        return 1;
     g_RefusesThreadKeys = true;
     const bool wasServed = UseStrings();
-    std::exit(FirstFalse({wasServed, !HasCache(), !Mem::Prewarm(0, false), SmallFigures().m_LiveBlocks == 0}));
+    std::exit(FirstFalse({pthread_getspecific(ofOthers) == nullptr, wasServed, !HasCache(), !Mem::Prewarm(0, false),
+                          SmallFigures().m_LiveBlocks == 0}));
 }
 
 // Its cache ends with it, and the process with the last thread.
@@ -325,6 +344,16 @@ int AProcessToWhichTheSystemGivesNoChanceUsesStrings()
     return FirstFalse({UseStrings(), HasSmallBlocks()});
 }
 
+// What it gives elsewhere is given back.
+int WhereAddressesAreHintsThePlatformServes()
+{
+    const u64 before = AddressBytes();
+    g_TakesHints = true;
+    const bool hasBlocks = HasSmallBlocks();
+    const u64 after = AddressBytes();
+    return FirstFalse({!hasBlocks, g_GivenElsewhere == kProcessPlaces, before != 0 && before == after, UseStrings()});
+}
+
 int WherePagesAreLargeSlabsHaveNoGuards()
 {
     g_PageBytes = 4 * kMaxGuardBytes;
@@ -363,7 +392,7 @@ int WhoeverIsFasterMakesThisCopyJoin()
     const bool hasBlocks = HasSmallBlocks();
     const SCopy *const copy = Process().m_Copies;
     return FirstFalse({g_Made != nullptr, hasBlocks, &Process() == g_Made, copy != nullptr && copy->m_Next == nullptr,
-                       UseStrings(), UsesFastPath()});
+                       g_ThreadKeys == 1, UseStrings(), UsesFastPath()});
 }
 
 int NoAddressIsABlockBeforeTheFirstOne()
@@ -520,19 +549,26 @@ int NobodyWaitsForAThreadThatMakesItsCache()
     return FirstFalse({wasServed, !hadCache, other.End(), UseStrings(), HasCache()});
 }
 
-// In a copy of the process: the list of caches may be torn, and is given up, that of the first thread with it.
+// In a copy of the process: the list of caches may be torn, and is given up, that of the first thread with it. A further
+// thread has one that is in the list, and stays there when that of the first one ends.
 int GoOnWithoutTheThreadThatHeldTheLock()
 {
-    bool isListed = false;
-    std::thread thread(
-        [&isListed]
+    static std::atomic<const SThreadCache *> s_Cache(nullptr);
+    std::thread(
+        []
         {
-            const bool wasServed = UseStrings();
-            isListed =
-                wasServed && HasCache() && Process().m_Caches == ThreadCache() && ThreadCache()->m_Next == nullptr;
-        });
-    thread.join();
-    std::exit(FirstFalse({isListed, Process().m_Caches == nullptr, UseStrings(), HasCache()}));
+            static_cast<void>(UseStrings());
+            s_Cache = ThreadCache();
+            pause();
+        })
+        .detach();
+    while (s_Cache == nullptr)
+        std::this_thread::yield();
+    const SThreadCache *const before = Process().m_Caches;
+    const bool isWell = UseStrings() && HasCache();
+    EndCacheOfThread();
+    return FirstFalse(
+        {isWell, before == s_Cache, Process().m_Caches == before, before->m_Next == nullptr, UseStrings()});
 }
 
 int ACopyOfTheProcessGoesOnWithoutTheThreadThatHeldTheLock()
@@ -594,6 +630,7 @@ constexpr SProcessCase kCases[] = {
     {"TheFirstThreadMayEndBeforeTheProcess", &TheFirstThreadMayEndBeforeTheProcess},
     {"WhicheverLockIsRefusedMakingReadySaysSo", &WhicheverLockIsRefusedMakingReadySaysSo},
     {"AProcessToWhichTheSystemGivesNoChanceUsesStrings", &AProcessToWhichTheSystemGivesNoChanceUsesStrings},
+    {"WhereAddressesAreHintsThePlatformServes", &WhereAddressesAreHintsThePlatformServes},
     {"WherePagesAreLargeSlabsHaveNoGuards", &WherePagesAreLargeSlabsHaveNoGuards},
     {"WhatIsNeverFinishedIsNotWaitedForLong", &WhatIsNeverFinishedIsNotWaitedForLong},
     {"WhoeverIsFasterMakesWhatTheCopiesShare", &WhoeverIsFasterMakesWhatTheCopiesShare},
@@ -614,8 +651,7 @@ int main()
 {
     if (kTracks)
         return RunInCopy(&WhatTheTrackerCannotRecordIsNotAllocated);
-    // Elsewhere all blocks are the platform's.
-    return kCachesSmallBlocks ? RunCases(kCases) : kCaseSkipped;
+    return HaveCaches() ? RunCases(kCases) : kCaseSkipped;
 }
 
 #endif

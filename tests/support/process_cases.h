@@ -5,12 +5,20 @@
 #include <cstdio>
 
 #include "kr_mem/mem_membership.h"
+#include "kr_mem/mem_policy.h"
 #include "process_copy.h"
 
 namespace QuorvaneTest
 {
 
 constexpr int kCaseSkipped = 77;
+
+// Whether threads have caches of small blocks in such a process; elsewhere all blocks are the platform's.
+inline bool HaveCaches()
+{
+    using namespace Quorvane::Mem::Internal;
+    return RunInCopy([] { return HasSmallBlocks() && UsesFastPath() ? 0 : 1; }) == 0;
+}
 
 struct SProcessCase
 {

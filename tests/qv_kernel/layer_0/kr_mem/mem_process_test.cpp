@@ -76,7 +76,7 @@ TEST(MemProcess, ASmallBlockOfAnyCopyIsFreedByEveryCopy)
         ASSERT_NE(block, nullptr);
         Mem::Free(MakeLive(block), Mem::AllocType_Generic);
         EXPECT_EQ(recorder.Count(), 0u);
-        if (kCachesSmallBlocks)
+        if (UsesFastPath())
             continue; // the thread keeps it
         EXPECT_EQ(heap.Figures().m_LiveBlocks, before);
     }

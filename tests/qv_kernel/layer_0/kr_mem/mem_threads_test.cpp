@@ -191,7 +191,7 @@ TEST_F(MemThreadsOwn, AThreadWhoseCacheHasEndedKeepsNoLargeBlockAndMakesNothingR
     {
         s_HasEnded = ThreadCache() == &g_CacheEnded;
         s_IsReady = Mem::Prewarm(0, false);
-        AllocAndFree(5000, 3);
+        AllocAndFree(5000, 1);
     };
     pthread_key_t key;
     ASSERT_EQ(pthread_key_create(&key, use), 0);
