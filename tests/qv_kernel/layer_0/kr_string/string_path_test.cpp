@@ -245,6 +245,28 @@ TEST(StringPathJoin, RefusedReportsAndLeavesTheStringUnchanged)
     SweepRefusals(fixed, joinItself, checkText("dir/dir/"));
 }
 
+// The fast paths end at 32 and at 64 characters; each character is another than those around it.
+TEST(StringPathJoin, PiecesOfEveryLengthUpToSomeMoreThanTheFastPathsTake)
+{
+    std::string letters;
+    for (u32 i = 0; i < 70; ++i)
+        letters += static_cast<char>('0' + i);
+    letters[static_cast<size_t>('\\' - '0')] = '!';
+    for (u32 left = 1; left <= 70; ++left)
+        for (u32 right = 1; right <= 70; ++right)
+        {
+            const std::string a = letters.substr(0, left);
+            const std::string b = letters.substr(70 - right);
+            const CStringView view(b.data(), right);
+            CString path = Resizable(a, 200);
+            path /= view;
+            ASSERT_EQ(TextOf(path), a + "/" + b);
+            const CString string(a.c_str());
+            ASSERT_EQ(TextOf(string / view), a + "/" + b);
+            ASSERT_EQ(TextOf(JoinPath(string, view, "c")), a + "/" + b + "/c");
+        }
+}
+
 TEST(StringPathJoin, RefusedOfAnArgumentThatGoesFurtherThanTheOwnRoomReportsAndLeavesTheString)
 {
     CAssertRecorder recorder;
