@@ -24,7 +24,7 @@ class Program:
     """A program, how long it takes, and which mutants it reaches where they make a difference, or make none."""
 
     def __init__(self, path, scratch):
-        self.path = path
+        self.path = str(pathlib.Path(path).resolve())
         self.name = pathlib.Path(path).name
         reached = scratch / "reached"
         reached.write_bytes(bytes(2 * MOST_MUTANTS))
