@@ -37,7 +37,6 @@ int main()
 #include "kr_string.h"
 #include "own_heap.h"
 #include "process_cases.h"
-#include "system_limits.h"
 
 // ---- The system --------------------------------------------------------------------------------------------------------
 
@@ -51,9 +50,10 @@ using namespace QuorvaneTest;
 // Whether the system refuses memory by its own allocator, and addresses that it is asked for.
 bool g_RefusesBlocks = false;
 bool g_RefusesAddresses = false;
-// Whether it takes addresses for hints, as Linux before 4.17 does, and how often it gave others than that.
+// Whether it takes addresses for hints, as Linux before 4.17 does; how often it gave others than that, and which at last.
 bool g_TakesHints = false;
 u32 g_GivenElsewhere = 0;
+void *g_LastElsewhere = nullptr;
 // Which lock of memory it refuses, by the number of the first call, from 0 on; none of them all reaches the system itself.
 u32 g_RefusedLock = ~u32(0);
 u32 g_Locks = 0;
@@ -114,8 +114,8 @@ extern "C"
         if (address != nullptr && g_TakesHints)
         {
             ++g_GivenElsewhere;
-            address = nullptr;
-            flags = MAP_PRIVATE | MAP_ANONYMOUS;
+            g_LastElsewhere = __real_mmap(nullptr, bytes, protection, MAP_PRIVATE | MAP_ANONYMOUS, file, offset);
+            return g_LastElsewhere;
         }
         if (address == nullptr || !g_RefusesAddresses)
             return __real_mmap(address, bytes, protection, flags, file, offset);
@@ -347,11 +347,10 @@ int AProcessToWhichTheSystemGivesNoChanceUsesStrings()
 // What it gives elsewhere is given back.
 int WhereAddressesAreHintsThePlatformServes()
 {
-    const u64 before = AddressBytes();
     g_TakesHints = true;
     const bool hasBlocks = HasSmallBlocks();
-    const u64 after = AddressBytes();
-    return FirstFalse({!hasBlocks, g_GivenElsewhere == kProcessPlaces, before != 0 && before == after, UseStrings()});
+    const bool isLeft = PortIsReadable(reinterpret_cast<ureg>(g_LastElsewhere));
+    return FirstFalse({!hasBlocks, g_GivenElsewhere == kProcessPlaces, !isLeft, UseStrings()});
 }
 
 int WherePagesAreLargeSlabsHaveNoGuards()
