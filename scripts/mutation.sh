@@ -1,5 +1,5 @@
 #!/bin/sh
-# ./run mutation: changes the library in ten thousand ways, one at a time, and says which changes no unit test notices.
+# ./run mutation: changes the library in ten thousand ways, one at a time, and says which changes no test notices.
 . "$(dirname "$0")/common.inc"
 . "$root/scripts/needs.inc"
 . "$root/scripts/build.inc"
