@@ -107,6 +107,7 @@ check 'the version stands in one place' version_has_one_place
 check 'the reference is made without a warning' reference_is_clean
 check 'the shared library shows the names of the list' shows_its_names
 check 'the interface is that of the last release, or the version says otherwise' keeps_its_interface
+check 'the tests reach all that they should' sh scripts/coverage.sh
 check 'packages for vcpkg and Conan' sh tests/packaging/packages.sh "$root" "$root/build/release-check/packages" g++
 check 'packages for Debian' sh tests/packaging/debian.sh "$root" "$root/build/release-check/debian" g++
 check 'one header and one source' sh tests/consumer/amalgamated.sh "$root" "$root/build/release-check/amalgamated" g++
