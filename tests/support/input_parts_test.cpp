@@ -79,10 +79,10 @@ TEST(InputParts, ATextTakesLengthsThatMakeADifference)
     SInputParts parts;
     parts.m_Texts = {{0, 2, "", ""}};
     const std::set<std::string> changes = Changes("\x02xy", parts);
-    for (const std::size_t length : {0, 1, 15, 16, 17, 31, 32, 33, 63})
+    for (const unsigned length : {0u, 1u, 15u, 16u, 17u, 31u, 32u, 33u, 63u})
     {
         std::string expected(1, static_cast<char>(length));
-        for (std::size_t i = 0; i < length; ++i)
+        for (unsigned i = 0; i < length; ++i)
             expected += "xy"[i % 2];
         EXPECT_EQ(changes.count(expected), 1u) << length;
     }

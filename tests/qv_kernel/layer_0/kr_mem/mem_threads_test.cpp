@@ -185,6 +185,9 @@ TEST_F(MemThreadsOwn, AThreadThatUsesBlocksInAKeysDestructorAgainKeepsNothing)
 // The key was made after the library's own, so that its destructor finds the thread's cache ended.
 TEST_F(MemThreadsOwn, AThreadWhoseCacheHasEndedKeepsNoLargeBlockAndMakesNothingReady)
 {
+#ifdef _WIN32
+    GTEST_SKIP() << "the destructors of keys run before the caches of threads end here";
+#endif
     static bool s_IsReady = true;
     static bool s_HasEnded = false;
     const auto use = [](void *)
