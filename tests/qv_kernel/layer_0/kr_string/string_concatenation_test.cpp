@@ -357,41 +357,6 @@ void CheckNull(EVerb verb, const std::string &text, CTestAllocator &allocator)
                    });
 }
 
-// A view of a length that the compiler knows, and a literal: they are appended in line, where it optimises.
-template <u32 Length>
-void CheckKnownLength(const std::string &text, CTestAllocator &allocator)
-{
-    const std::string letters(64, 'z');
-    const auto check = [&](EStorage storage, bool shared, const std::string &piece, const auto &append)
-    {
-        SSubject subject(text, storage, shared);
-        const SExpectation expectation = Expected(Verb_Append, subject, piece, SIZE_MAX);
-        allocator.ForgetCalls();
-        EXPECT_EQ(&append(subject.m_String), &subject.m_String);
-        CheckResult(subject, shared, expectation, allocator);
-        ASSERT_FALSE(::testing::Test::HasFailure()) << Describe(Verb_Append, Form_View, storage, shared, text, piece);
-    };
-    ForEachHolding(text,
-                   [&](EStorage storage, bool shared)
-                   {
-                       check(storage, shared, letters.substr(0, Length),
-                             [&letters](CString &string) -> CString &
-                             { return string.Append(CStringView(letters.data(), Length)); });
-                       check(storage, shared, ", then ",
-                             [](CString &string) -> CString & { return string += ", then "; });
-                       check(storage, shared, "", [](CString &string) -> CString & { return string.Append(""); });
-                       check(storage, shared, "",
-                             [](CString &string) -> CString &
-                             { return string.Append(CStringView(static_cast<const char *>(nullptr), Length)); });
-                   });
-}
-
-template <u32... Lengths>
-void CheckKnownLengths(std::integer_sequence<u32, Lengths...>, const std::string &text, CTestAllocator &allocator)
-{
-    (CheckKnownLength<Lengths>(text, allocator), ...);
-}
-
 // The lengths around which a buffer of one block is full, behind the small ones.
 const size_t kLengths[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 12, 15, 16};
 const std::string kAppendedLetters = "abcdefghijklmnopqrstuvwxyz";
@@ -449,32 +414,6 @@ TEST_P(StringConcatenationExhaustive, NullAsIfEmpty)
             return;
     }
     ExpectReports(recorder, {});
-}
-
-TEST(StringAppendExhaustive, EveryShortLengthThatTheCompilerKnows)
-{
-    CAssertRecorder recorder;
-    for (const size_t length : {0u, 1u, 14u, 15u, 16u, 17u, 31u})
-    {
-        CTestAllocator allocator;
-        CheckKnownLengths(std::make_integer_sequence<u32, 36>(),
-                          (kAppendedLetters + kAppendedLetters).substr(0, length), allocator);
-        if (HasFatalFailure())
-            return;
-    }
-    ExpectReports(recorder, {});
-}
-
-TEST(StringAppend, OfAKnownLengthOfItselfIsRightWhileItGrows)
-{
-    CString string(CStringContainer::NewResizable("0123456789abcdef"));
-    std::string text = "0123456789abcdef";
-    for (int i = 0; i < 40; ++i)
-    {
-        string.Append(CStringView(string.Data() + 3, 5));
-        text += text.substr(3, 5);
-        ExpectText(string, text);
-    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Verbs, StringConcatenationExhaustive, ::testing::ValuesIn(kVerbs),

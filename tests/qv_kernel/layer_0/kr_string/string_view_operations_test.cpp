@@ -564,25 +564,6 @@ TEST(StringViewOperations, StripNarrowsAtBothEndsStripLeftAtTheStartAndStripRigh
     ExpectView(view.StripRight("x"), text, 5);
 }
 
-// A set that the compiler knows is stripped in line if it has up to 8 characters, all below 64: here with one that is not,
-// at each place.
-TEST(StringViewOperations, StripTakesAnyCharacterOfASetThatTheCompilerKnows)
-{
-    const auto strips = [](const CStringView &stripped, char high)
-    { EXPECT_EQ(std::string(stripped.Data(), stripped.Length()), "x") << high; };
-    const auto viewOf = [](const char *text) { return CStringView(text); };
-    strips(viewOf("0z7xz1").Strip("z0123457"), 'z');
-    strips(viewOf("0z7xz1").Strip("0z123457"), 'z');
-    strips(viewOf("0z7xz1").Strip("01z23457"), 'z');
-    strips(viewOf("0z7xz1").Strip("012z3457"), 'z');
-    strips(viewOf("0z7xz1").Strip("0123z457"), 'z');
-    strips(viewOf("0z7xz1").Strip("01234z57"), 'z');
-    strips(viewOf("0z7xz1").Strip("012345z7"), 'z');
-    strips(viewOf("0z7xz1").Strip("0123457z"), 'z');
-    strips(viewOf("0674x12").Strip("01234567"), '7');
-    strips(viewOf("08674x12").Strip("012345678"), '8');
-}
-
 TEST(StringViewOperations, StripTakesAnyCharacterOfTheSet)
 {
     const char text[] = " \tab c\t \xE9";
@@ -680,72 +661,6 @@ TEST(StringViewOperations, StripOfManyOfOneCharacterKnowsEveryOne)
         ASSERT_EQ(TextOf(ViewOf(text).Strip(c)), kept);
         ASSERT_EQ(TextOf(ViewOf(text).StripLeft(c)), kept + run);
         ASSERT_EQ(TextOf(ViewOf(text).StripRight(c)), run + kept);
-    }
-}
-
-// A set as text and as what the compiler knows, which answers alike but may strip in line.
-struct SKnownSet
-{
-    std::string m_Set;
-    CStringView (*m_Strip)(const CStringView &view);
-    CStringView (*m_StripLeft)(const CStringView &view);
-    CStringView (*m_StripRight)(const CStringView &view);
-};
-
-#define QV_KNOWN_SET(set)                                                                                              \
-    SKnownSet                                                                                                          \
-    {                                                                                                                  \
-        set, [](const CStringView &view) { return view.Strip(set); },                                                  \
-            [](const CStringView &view) { return view.StripLeft(set); },                                               \
-            [](const CStringView &view) { return view.StripRight(set); }                                               \
-    }
-
-// Few characters and more than are known, with the last one that fits a word of bits and the first one that does not.
-const std::vector<SKnownSet> kKnownSets = {
-    QV_KNOWN_SET(""),      QV_KNOWN_SET(" "),        QV_KNOWN_SET(" \t\n\v\f\r"),
-    QV_KNOWN_SET("\"'"),   QV_KNOWN_SET("?\x01"),    QV_KNOWN_SET("@ "),
-    QV_KNOWN_SET("\xA0 "), QV_KNOWN_SET("01234567"), QV_KNOWN_SET("012345678"),
-};
-
-TEST(StringViewOperations, StripOfASetThatTheCompilerKnowsStripsTheSame)
-{
-    // Each of these is the character of a set or differs from one by a bit that a word of 64 does not tell.
-    const std::string others = "w`\x60\xA0?\x7F@0p\x81\x01";
-    const CGuardedPage page;
-    for (const SKnownSet &known : kKnownSets)
-        for (const size_t front : {0u, 1u, 2u, 7u, 15u, 16u, 17u, 18u, 34u})
-            for (const size_t back : {0u, 1u, 2u, 15u, 16u, 17u, 31u, 33u})
-                for (const char other : others)
-                {
-                    std::string text;
-                    for (size_t i = 0; i < front + back && !known.m_Set.empty(); ++i)
-                        text += known.m_Set[i % known.m_Set.size()];
-                    if (known.m_Set.find(other) == std::string::npos)
-                        text.insert(QVMin(front, text.size()), 1, other);
-                    char *const data = page.Last(text.size());
-                    std::copy(text.begin(), text.end(), data);
-                    const CStringView view(data, static_cast<u32>(text.size()));
-                    const std::string left = ModelStripLeft(text, known.m_Set);
-                    const std::string right = ModelStripRight(text, known.m_Set);
-                    ASSERT_EQ(TextOf(known.m_StripLeft(view)), left) << ::testing::PrintToString(known.m_Set);
-                    ASSERT_EQ(TextOf(known.m_StripRight(view)), right) << ::testing::PrintToString(known.m_Set);
-                    ASSERT_EQ(TextOf(known.m_Strip(view)), ModelStrip(text, known.m_Set));
-                    ASSERT_EQ(static_cast<const void *>(known.m_StripLeft(view).Data()),
-                              static_cast<const void *>(data + text.size() - left.size()));
-                    ASSERT_EQ(static_cast<const void *>(known.m_StripRight(view).Data()),
-                              static_cast<const void *>(data));
-                }
-}
-
-TEST(StringViewOperations, StripOfNullByASetThatTheCompilerKnowsStaysNull)
-{
-    const CStringView null(nullptr, 5);
-    for (const SKnownSet &known : kKnownSets)
-    {
-        ExpectView(known.m_Strip(null), nullptr, 0);
-        ExpectView(known.m_StripLeft(null), nullptr, 5);
-        ExpectView(known.m_StripRight(null), nullptr, 0);
-        ExpectView(known.m_Strip(CStringView()), nullptr, 0);
     }
 }
 
