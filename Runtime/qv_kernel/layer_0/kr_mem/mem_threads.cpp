@@ -34,10 +34,10 @@ const void *ThisCopy()
 
 // ---- The list of caches. Its functions require the lock. --------------------------------------------------------------
 
+// Requires: a cache that is in no list yet.
 void LinkCache(SThreadCache *cache)
 {
     SThreadCache *&first = Process().m_Caches;
-    cache->m_Previous = nullptr;
     cache->m_Next = first;
     if (first != nullptr)
         first->m_Previous = cache;
@@ -55,33 +55,20 @@ void UnlinkCache(SThreadCache *cache)
         Process().m_Caches = cache->m_Next;
 }
 
-void EmptyBin(SBins &bins, u32 sizeClass)
-{
-    bins.m_First[sizeClass] = Process().m_Heap.Links().End();
-    bins.m_Vacant[sizeClass] = KeptBlocks(sizeClass);
-    bins.m_Raises[sizeClass] = 0;
-    bins.m_HasTaken[sizeClass] = false;
-}
-
-// Gives all blocks of a cache back to the heap and to the platform.
-void FlushCache(SThreadCache &cache)
-{
-    for (u32 sizeClass = 1; sizeClass < kSmallClassCount; ++sizeClass)
-    {
-        Process().m_Heap.GiveAll(cache.m_Bins.m_First[sizeClass]);
-        EmptyBin(cache.m_Bins, sizeClass);
-    }
-    for (SKeptLarge &kept : cache.m_Large)
-    {
-        DropLarge(kept.m_Block);
-        kept = SKeptLarge{nullptr, false};
-    }
-}
-
 // Gives the memory of an empty cache back.
 void DropCache(SThreadCache *cache)
 {
     Process().m_Heap.GiveOne(cache);
+}
+
+// Gives all blocks of a cache back to the heap and to the platform, and then its own memory.
+void FlushAndDropCache(SThreadCache *cache)
+{
+    for (u32 sizeClass = 1; sizeClass < kSmallClassCount; ++sizeClass)
+        Process().m_Heap.GiveAll(cache->m_Bins.m_First[sizeClass]);
+    for (const SKeptLarge &kept : cache->m_Large)
+        DropLarge(kept.m_Block);
+    DropCache(cache);
 }
 
 // The caches that a copy of the library left when it was unloaded, of threads that go on.
@@ -94,8 +81,7 @@ void ReclaimOrphans()
         if (cache->m_Owner != nullptr)
             continue;
         UnlinkCache(cache);
-        FlushCache(*cache);
-        DropCache(cache);
+        FlushAndDropCache(cache);
     }
 }
 
@@ -110,8 +96,7 @@ void EndCache(void *ended)
         const CSharedGuard guard;
         UnlinkCache(cache);
     }
-    FlushCache(*cache);
-    DropCache(cache);
+    FlushAndDropCache(cache);
     Process().m_Heap.Trim();
     Process().m_Heap.ReportOverwritten();
 }
@@ -135,8 +120,11 @@ QV_INTERNAL_COLD SThreadCache *MakeCache(EWaiting waiting)
     if (block == nullptr)
         return nullptr;
     SThreadCache *const cache = ::new (block) SThreadCache{};
-    for (u32 sizeClass = 0; sizeClass < kSmallClassCount; ++sizeClass)
-        EmptyBin(cache->m_Bins, sizeClass);
+    for (u32 sizeClass = 1; sizeClass < kSmallClassCount; ++sizeClass)
+    {
+        cache->m_Bins.m_First[sizeClass] = Process().m_Heap.Links().End();
+        cache->m_Bins.m_Vacant[sizeClass] = KeptBlocks(sizeClass);
+    }
     cache->m_Owner = ThisCopy();
     if (!EndWithThread(cache, waiting))
     {
