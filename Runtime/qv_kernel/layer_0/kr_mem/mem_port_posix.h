@@ -90,10 +90,9 @@ inline bool PortIsReadable(ureg page)
 #endif
     const int before = errno;
     const bool isMapped = msync(reinterpret_cast<void *>(page), 1, MS_ASYNC) == 0;
-    errno = 0;
     if (isMapped)
         static_cast<void>(syscall(SYS_rt_sigprocmask, kNothingKnown, page, nullptr, kSetBytes));
-    const bool isReadable = errno == EINVAL;
+    const bool isReadable = isMapped && errno == EINVAL;
     errno = before;
     return isReadable;
 #else
@@ -115,7 +114,7 @@ inline bool PortIsReadable(ureg page)
 // A number by chance, the same for everybody in this process until it ends.
 inline u64 PortProcessSeed()
 {
-    u64 words[2] = {0, 0};
+    u64 words[2] = {};
 #if defined(__linux__)
     // Sixteen bytes by chance, which the system gives each program.
     if (const void *const bytes = reinterpret_cast<const void *>(getauxval(AT_RANDOM)))
@@ -128,7 +127,7 @@ inline u64 PortProcessSeed()
 // Two words by chance, which nobody else can tell. Neither waits nor allocates.
 inline void PortFillByChance(u64 (&outWords)[2])
 {
-    u64 given[2] = {0, 0};
+    u64 given[2] = {};
     const int before = errno;
 #if defined(__linux__) && defined(SYS_getrandom)
     // While it starts, the system has none for a while, and then says so rather than wait.
@@ -142,12 +141,12 @@ inline void PortFillByChance(u64 (&outWords)[2])
 #endif
     errno = before;
     // And what differs from process to process anyway, should that be all.
-    timespec now = {0, 0};
+    timespec now = {};
     static_cast<void>(clock_gettime(CLOCK_REALTIME, &now));
-    const u64 places = reinterpret_cast<ureg>(&given) ^ static_cast<u64>(reinterpret_cast<ureg>(&getpid)) << 16;
     const u64 time = static_cast<u64>(now.tv_sec) << 30 ^ static_cast<u64>(now.tv_nsec);
-    outWords[0] = given[0] ^ PortProcessSeed() << 32 ^ places;
-    outWords[1] = given[1] ^ Quorvane::Internal::WrappingProduct<u64>(time, 0x9E3779B97F4A7C15ull);
+    outWords[0] = given[0] ^ PortProcessSeed() << 32 ^ reinterpret_cast<ureg>(&given);
+    outWords[1] = given[1] ^ Quorvane::Internal::WrappingProduct<u64>(time, 0x9E3779B97F4A7C15ull) ^
+                  reinterpret_cast<ureg>(&getpid);
 }
 
 inline u32 PortProcessId()
@@ -155,12 +154,14 @@ inline u32 PortProcessId()
     return static_cast<u32>(getpid());
 }
 
+// Who waits yields so often first, since most that is waited for is done soon, and pauses from then on.
+constexpr u32 kYieldsBeforePauses = 16;
+
 // Lets other threads run, those of lower priority too, after `rounds` times of asking for something in vain.
 inline void PortBackOff(u32 rounds)
 {
-    constexpr u32 kYields = 16;
     constexpr long kNanoseconds = 20000;
-    if (rounds < kYields)
+    if (rounds < kYieldsBeforePauses)
     {
         sched_yield();
         return;
