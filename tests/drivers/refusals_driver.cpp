@@ -14,8 +14,11 @@ int main()
 #else
 
 #include <pthread.h>
+#include <sched.h>
 #include <sys/auxv.h>
 #include <sys/mman.h>
+#include <sys/syscall.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -50,6 +53,13 @@ using namespace QuorvaneTest;
 // Whether the system refuses memory by its own allocator, and addresses that it is asked for.
 bool g_RefusesBlocks = false;
 bool g_RefusesAddresses = false;
+// How many blocks it gives before it refuses the others; what it was asked for, how often, and what is out.
+u32 g_BlocksLeft = ~u32(0);
+u32 g_BlocksAsked = 0;
+u32 g_AlignedBlocksAsked = 0;
+u64 g_LastBytesAsked = 0;
+u64 g_BlocksOut = 0;
+const void *g_LastFreed = nullptr;
 // Whether it takes addresses for hints, as Linux before 4.17 does; how often it gave others than that, and which at last.
 bool g_TakesHints = false;
 u32 g_GivenElsewhere = 0;
@@ -63,18 +73,38 @@ std::size_t g_NeverLockedBytes = 0;
 bool g_RefusesThreadKeys = false;
 u32 g_ThreadKeys = 0;
 bool g_RefusesThreadValues = false;
-bool g_HasNoChance = false;
+u32 g_ThreadValues = 0;
+bool g_HasNoChance = false; // for the process
+bool g_HasNoWords = false;  // for whoever asks
+timespec g_Now = {};        // where it is not zero
+u32 g_Yields = 0;
+u32 g_Pauses = 0;
 long g_PageBytes = 0; // 0: the system's own
-// What somebody else does just before the system is asked once for addresses, to take memory back, or to remember the
-// calling thread's value.
+// What somebody else does just before the system is asked once for addresses, to take memory back, to remember the calling
+// thread's value, or to let others run.
 void (*g_BeforeMap)() = nullptr;
 void (*g_BeforeDiscard)() = nullptr;
 void (*g_BeforeThreadValue)() = nullptr;
+void (*g_BeforeYield)() = nullptr;
+void (*g_BeforePause)() = nullptr;
 
 void RunOnce(void (*&what)())
 {
     if (void (*const once)() = std::exchange(what, nullptr))
         once();
+}
+
+// Whether the system gives a block of so many bytes.
+bool GivesBlock(std::size_t bytes)
+{
+    ++g_BlocksAsked;
+    g_LastBytesAsked = bytes;
+    return !g_RefusesBlocks && g_BlocksLeft-- != 0;
+}
+
+void CountBlock(const void *block)
+{
+    g_BlocksOut += block != nullptr ? 1 : 0;
 }
 
 } // namespace
@@ -84,6 +114,7 @@ extern "C"
 {
     void *__real_malloc(std::size_t bytes);
     void *__real_realloc(void *block, std::size_t bytes);
+    void __real_free(void *block);
     int __real_posix_memalign(void **block, std::size_t alignment, std::size_t bytes);
     void *__real_mmap(void *address, std::size_t bytes, int protection, int flags, int file, off_t offset);
     int __real_madvise(void *address, std::size_t bytes, int advice);
@@ -91,20 +122,37 @@ extern "C"
     int __real_pthread_setspecific(pthread_key_t key, const void *value);
     unsigned long __real_getauxval(unsigned long type);
     long __real_sysconf(int name);
+    int __real_msync(void *address, std::size_t bytes, int flags);
+    long __real_syscall(long number, long first, long second, long third, long fourth);
+    int __real_clock_gettime(clockid_t clock, timespec *now);
+    int __real_sched_yield();
+    int __real_nanosleep(const timespec *wanted, timespec *left);
 
     void *__wrap_malloc(std::size_t bytes)
     {
-        return g_RefusesBlocks ? nullptr : __real_malloc(bytes);
+        void *const block = GivesBlock(bytes) ? __real_malloc(bytes) : nullptr;
+        CountBlock(block);
+        return block;
     }
 
     void *__wrap_realloc(void *block, std::size_t bytes)
     {
-        return g_RefusesBlocks ? nullptr : __real_realloc(block, bytes);
+        return GivesBlock(bytes) ? __real_realloc(block, bytes) : nullptr;
     }
 
     int __wrap_posix_memalign(void **block, std::size_t alignment, std::size_t bytes)
     {
-        return g_RefusesBlocks ? ENOMEM : __real_posix_memalign(block, alignment, bytes);
+        ++g_AlignedBlocksAsked;
+        const int answer = GivesBlock(bytes) ? __real_posix_memalign(block, alignment, bytes) : ENOMEM;
+        CountBlock(answer == 0 ? *block : nullptr);
+        return answer;
+    }
+
+    void __wrap_free(void *block)
+    {
+        g_LastFreed = block;
+        g_BlocksOut -= block != nullptr ? 1 : 0;
+        __real_free(block);
     }
 
     void *__wrap_mmap(void *address, std::size_t bytes, int protection, int flags, int file, off_t offset)
@@ -153,6 +201,7 @@ extern "C"
     int __wrap_pthread_setspecific(pthread_key_t key, const void *value)
     {
         RunOnce(g_BeforeThreadValue);
+        ++g_ThreadValues;
         return g_RefusesThreadValues ? ENOMEM : __real_pthread_setspecific(key, value);
     }
 
@@ -164,6 +213,44 @@ extern "C"
     long __wrap_sysconf(int name)
     {
         return name == _SC_PAGESIZE && g_PageBytes != 0 ? g_PageBytes : __real_sysconf(name);
+    }
+
+    int __wrap_msync(void *address, std::size_t bytes, int flags)
+    {
+        if (g_PageBytes == 0 || reinterpret_cast<ureg>(address) % static_cast<ureg>(g_PageBytes) == 0)
+            return __real_msync(address, bytes, flags);
+        errno = EINVAL;
+        return -1;
+    }
+
+    long __wrap_syscall(long number, long first, long second, long third, long fourth)
+    {
+        if (number != SYS_getrandom || !g_HasNoWords)
+            return __real_syscall(number, first, second, third, fourth);
+        errno = ENOSYS;
+        return -1;
+    }
+
+    int __wrap_clock_gettime(clockid_t clock, timespec *now)
+    {
+        if (g_Now.tv_sec == 0)
+            return __real_clock_gettime(clock, now);
+        *now = g_Now;
+        return 0;
+    }
+
+    int __wrap_sched_yield()
+    {
+        ++g_Yields;
+        RunOnce(g_BeforeYield);
+        return __real_sched_yield();
+    }
+
+    int __wrap_nanosleep(const timespec *wanted, timespec *left)
+    {
+        ++g_Pauses;
+        RunOnce(g_BeforePause);
+        return __real_nanosleep(wanted, left);
     }
 
 } // extern "C"
@@ -279,6 +366,90 @@ int AThreadWithoutMemoryForItsCacheGoesOnWithoutOne()
     return FirstFalse({wasServed, !hadCache, !wasReady, UseStrings(), HasCache(), Mem::Prewarm(0, false)});
 }
 
+// Once more when it has asked the heap as often as it had before.
+int AThreadThatCanHaveNoCacheTriesAgainAfterAsLong()
+{
+    if (!HasSmallBlocks())
+        return 1;
+    g_RefusesThreadValues = true;
+    const auto askUntilItTries = []
+    {
+        constexpr u32 kMany = 1000;
+        const u32 before = g_ThreadValues;
+        u32 asked = 0;
+        while (g_ThreadValues == before && asked != kMany)
+            asked += AllocRaw(64) != nullptr ? 1 : 0;
+        return asked;
+    };
+    const u32 first = askUntilItTries();
+    return FirstFalse({first > 1, first < 100, askUntilItTries() == first, askUntilItTries() == first});
+}
+
+// ---- Blocks of the platform --------------------------------------------------------------------------------------------
+
+int WhatThePlatformCannotBeAskedForItIsNotAskedFor()
+{
+    constexpr u64 kMost = static_cast<u64>(PTRDIFF_MAX);
+    void *const block = PortAlloc(10, 0);
+    g_BlocksAsked = 0;
+    const bool isRefused = PortAlloc(kMost + 1, 0) == nullptr && PortAlloc(kMost + 1, 64) == nullptr &&
+                           PortRealloc(block, kMost + 1, 0) == nullptr && PortRealloc(block, ~u64(0), 64) == nullptr;
+    const bool wasAsked = g_BlocksAsked != 0;
+    PortFree(block);
+    return FirstFalse({isRefused, !wasAsked, PortSizeFits(kMost), !PortSizeFits(kMost + 1)});
+}
+
+// For a tool that watches over their ends.
+int ThePlatformIsAskedForExactSizes()
+{
+    for (const u64 size : {u64(0), u64(1), u64(2), u64(100)})
+    {
+        const u64 expected = size != 0 ? size : 1;
+        void *const block = PortAlloc(size, 0);
+        const u64 asked = g_LastBytesAsked;
+        void *const moved = PortRealloc(PortRealloc(block, 1000, 0), size, 0);
+        const u64 askedLater = g_LastBytesAsked;
+        PortFree(moved);
+        if (const int number = FirstFalse({asked == expected, moved != nullptr, askedLater == expected}))
+            return number;
+    }
+    return 0;
+}
+
+int WhatAllBlocksHaveOfAlignmentThePlatformIsNotAskedFor()
+{
+    void *const block = PortAlloc(10, kPlatformAlignment);
+    g_LastFreed = nullptr;
+    g_BlocksAsked = 0;
+    void *const grown = PortRealloc(block, 1000, kPlatformAlignment);
+    const bool wasResized = g_BlocksAsked == 1 && g_LastFreed == nullptr;
+    const bool isAligned = grown != nullptr && reinterpret_cast<ureg>(grown) % kPlatformAlignment == 0;
+    PortFree(grown);
+    return FirstFalse({wasResized, isAligned, g_AlignedBlocksAsked == 0});
+}
+
+int ABlockOfLargerAlignmentIsResizedAsAWholeOrNotAtAll()
+{
+    constexpr u32 kAlignment = 256;
+    u8 *const block = static_cast<u8 *>(PortAlloc(100, kAlignment));
+    std::memset(block, 7, 100);
+    g_RefusesBlocks = true;
+    g_LastFreed = nullptr;
+    const bool isRefused = PortRealloc(block, 5000, kAlignment) == nullptr;
+    const bool isLeft = g_LastFreed == nullptr && IsAll(block, 7, 100);
+    g_RefusesBlocks = false;
+    u8 *const grown = static_cast<u8 *>(PortRealloc(block, 5000, kAlignment));
+    const bool isMoved = grown != nullptr && g_LastFreed == block && IsAll(grown, 7, 100);
+    if (grown == nullptr)
+        return 1;
+    std::memset(grown, 8, 5000);
+    u8 *const shrunk = static_cast<u8 *>(PortRealloc(grown, 50, kAlignment));
+    const bool isShrunk = shrunk != nullptr && g_LastFreed == grown && IsAll(shrunk, 8, 50);
+    const bool areAligned = (reinterpret_cast<ureg>(grown) | reinterpret_cast<ureg>(shrunk)) % kAlignment == 0;
+    PortFree(shrunk);
+    return FirstFalse({isRefused, isLeft, isMoved, isShrunk, areAligned});
+}
+
 // ---- Threads of whose end nobody would tell ----------------------------------------------------------------------------
 
 int AThreadWhoseEndNobodyTellsOfHasNoCache()
@@ -336,6 +507,79 @@ int WhicheverLockIsRefusedMakingReadySaysSo()
     return 2;
 }
 
+int WhatIsNotToBeLockedIsNotLocked()
+{
+    return FirstFalse({Mem::Prewarm(3 * kSlabBytes), g_Locks == 0});
+}
+
+// ---- Chance -------------------------------------------------------------------------------------------------------------
+
+struct SWords
+{
+    u64 m_Words[2];
+};
+
+// Of the same place in memory each time.
+__attribute__((noinline)) SWords WordsByChance(timespec now, bool hasNoChance)
+{
+    SWords words = {};
+    g_Now = now;
+    g_HasNoChance = hasNoChance;
+    PortFillByChance(words.m_Words);
+    return words;
+}
+
+int WithoutWordsByChanceTheyDifferByTheProcessAndByTheTime()
+{
+    g_HasNoWords = true;
+    errno = 7;
+    const SWords words = WordsByChance({1000, 5}, false);
+    const bool isErrnoLeft = errno == 7;
+    const SWords again = WordsByChance({1000, 5}, false);
+    const SWords elsewhere = WordsByChance({1000, 5}, true);
+    const SWords aSecondLater = WordsByChance({1001, 5}, false);
+    const SWords aNanosecondLater = WordsByChance({1000, 6}, false);
+    return FirstFalse({isErrnoLeft, again.m_Words[0] == words.m_Words[0], again.m_Words[1] == words.m_Words[1],
+                       elsewhere.m_Words[0] != words.m_Words[0], aSecondLater.m_Words[1] != words.m_Words[1],
+                       aNanosecondLater.m_Words[1] != words.m_Words[1]});
+}
+
+// At one time and in one process, so that nothing else makes them differ. One that says nothing about the other.
+int EachWordIsByChance()
+{
+    const SWords first = WordsByChance({1000, 5}, false);
+    const SWords second = WordsByChance({1000, 5}, false);
+    const u64 both = first.m_Words[0] ^ first.m_Words[1];
+    return FirstFalse({first.m_Words[0] != second.m_Words[0], first.m_Words[1] != second.m_Words[1],
+                       both != (second.m_Words[0] ^ second.m_Words[1])});
+}
+
+// ---- Waiting ------------------------------------------------------------------------------------------------------------
+
+int WhoWaitsYieldsAtFirstAndPausesThen()
+{
+    for (u32 rounds = 0; rounds < kYieldsBeforePauses; ++rounds)
+        PortBackOff(rounds);
+    const bool hasYielded = g_Yields == kYieldsBeforePauses && g_Pauses == 0;
+    PortBackOff(kYieldsBeforePauses);
+    PortBackOff(1000);
+    return FirstFalse({hasYielded, g_Yields == kYieldsBeforePauses, g_Pauses == 2});
+}
+
+QV_INTERNAL_CONSTINIT CProcessLock g_Lock;
+
+int ALockIsAskedForUntilItIsFree()
+{
+    const auto unlock = [] { g_Lock.Unlock(); };
+    if (g_Lock.Lock(1))
+        return 1;
+    g_BeforeYield = unlock;
+    if (g_Lock.Lock(1) || g_Yields != 1 || g_Pauses != 0)
+        return 2;
+    g_BeforePause = unlock;
+    return FirstFalse({!g_Lock.Lock(1), g_Yields == 1 + kYieldsBeforePauses, g_Pauses == 1});
+}
+
 // ---- Other systems -------------------------------------------------------------------------------------------------------
 
 int AProcessToWhichTheSystemGivesNoChanceUsesStrings()
@@ -350,7 +594,8 @@ int WhereAddressesAreHintsThePlatformServes()
     g_TakesHints = true;
     const bool hasBlocks = HasSmallBlocks();
     const bool isLeft = PortIsReadable(reinterpret_cast<ureg>(g_LastElsewhere));
-    return FirstFalse({!hasBlocks, g_GivenElsewhere == kProcessPlaces, !isLeft, UseStrings()});
+    return FirstFalse(
+        {!hasBlocks, g_GivenElsewhere == kProcessPlaces, !isLeft, UseStrings(), !Mem::Prewarm(0), UsesFastPath()});
 }
 
 int WherePagesAreLargeSlabsHaveNoGuards()
@@ -364,6 +609,14 @@ int WherePagesAreLargeSlabsHaveNoGuards()
                        large->TakeOne(1) != nullptr});
 }
 
+// Two of them as one: what they share does not begin with a page.
+int WherePagesAreLargeTheCopiesFindWhatTheyShare()
+{
+    g_PageBytes = kSlabBytes;
+    SProcess *const made = FindOrMakeProcess();
+    return FirstFalse({made != nullptr, FindOrMakeProcess() == made, UseStrings(), &Process() == made});
+}
+
 // ---- Others in the process -----------------------------------------------------------------------------------------------
 
 // Somebody else's memory reads as what another copy has just begun.
@@ -372,10 +625,34 @@ int WhatIsNeverFinishedIsNotWaitedForLong()
     for (u32 which = 0; which < kProcessPlaces; ++which)
         if (!PortMapAt(ProcessPlace(which), kSlabBytes))
             return 1;
-    return FirstFalse({UseStrings(), !HasSmallBlocks()});
+    // It is looked for there, and once more when nothing can be made.
+    return FirstFalse(
+        {UseStrings(), !HasSmallBlocks(), g_Yields + g_Pauses == 2 * kProcessPlaces * kMaxRoundsForProcess});
 }
 
 SProcess *g_Made = nullptr;
+
+int WhatIsInTheMakingIsWaitedFor()
+{
+    static u64 s_Layout = 0;
+    g_Made = FindOrMakeProcess();
+    s_Layout = g_Made->m_Layout.Load();
+    g_Made->m_Layout.Store(0);
+    g_BeforePause = [] { g_Made->m_Layout.Store(s_Layout); };
+    return FirstFalse({FindOrMakeProcess() == g_Made, g_Yields == kYieldsBeforePauses, g_Pauses == 1});
+}
+
+int WhatExistsIsFoundWhereABetterPlaceIsFreeByNow()
+{
+    if (!PortMapAt(ProcessPlace(0), kSlabBytes))
+        return 1;
+    // Nothing of this library, and nothing in the making.
+    *reinterpret_cast<u64 *>(ProcessPlace(0) + kChunkRecordBytes) = 1;
+    SProcess *const made = FindOrMakeProcess();
+    const bool isThere = made != nullptr && made->m_Heap.Base() == ProcessPlace(1);
+    PortUnmap(ProcessPlace(0), kSlabBytes);
+    return FirstFalse({isThere, FindOrMakeProcess() == made});
+}
 
 int WhoeverIsFasterMakesWhatTheCopiesShare()
 {
@@ -424,14 +701,53 @@ void FreeAsAnotherCopyDoes(void *block, Mem::EAllocType, Mem::EOrigin, const cha
     std::free(block);
 }
 
+constexpr Mem::SAllocator kOfAnotherCopy = {&ServeAsAnotherCopyDoes, &ResizeAsAnotherCopyDoes, &FreeAsAnotherCopyDoes};
+
 int ACopyThatComesLaterUsesTheAllocatorThatIsInstalled()
 {
     SProcess *const process = FindOrMakeProcess();
-    process->m_Allocator = {&ServeAsAnotherCopyDoes, &ResizeAsAnotherCopyDoes, &FreeAsAnotherCopyDoes};
+    process->m_Allocator = kOfAnotherCopy;
     process->m_IsReplaced = true;
     return FirstFalse({UseStrings(), g_Served >= 400, !UsesFastPath(),
                        Mem::SetAllocator(Mem::SAllocator()).m_Alloc == &ServeAsAnotherCopyDoes, UseStrings(),
                        g_Served >= 400 && g_Served < 1200, UsesFastPath()});
+}
+
+int WhereThePlatformServesAnotherAllocatorMayBeInstalled()
+{
+    g_RefusesAddresses = true;
+    const bool hasBlocks = HasSmallBlocks();
+    Mem::SetAllocator(kOfAnotherCopy);
+    const bool wasServed = UseStrings() && g_Served >= 400 && !UsesFastPath();
+    Mem::SetAllocator(Mem::SAllocator());
+    g_Served = 0;
+    return FirstFalse({!hasBlocks, wasServed, UseStrings(), g_Served == 0, UsesFastPath()});
+}
+
+int TheFirstCallOfACopyMayInstallAnAllocator()
+{
+    SProcess *const process = FindOrMakeProcess();
+    process->m_Allocator = kOfAnotherCopy;
+    process->m_IsReplaced = true;
+    return FirstFalse({Mem::SetAllocator(Mem::SAllocator()).m_Alloc == kOfAnotherCopy.m_Alloc, !process->m_IsReplaced,
+                       UseStrings(), g_Served == 0});
+}
+
+int TheFirstCallOfACopyMayFreeABlockOfAnotherOne()
+{
+    CSlabHeap &heap = FindOrMakeProcess()->m_Heap;
+    void *const block = MakeLive(heap.TakeOne(SmallClass(64)));
+    FreeRaw(block);
+    return FirstFalse({heap.Figures().m_LiveBlocks == 0, HasSmallBlocks()});
+}
+
+int TheFirstCallOfACopyMayResizeABlockOfAnotherOne()
+{
+    CSlabHeap &heap = FindOrMakeProcess()->m_Heap;
+    void *const block = MakeLive(heap.TakeOne(SmallClass(64)));
+    std::memset(block, 7, 64);
+    u8 *const grown = ReallocRaw(block, 5000);
+    return FirstFalse({grown != nullptr && IsAll(grown, 7, 64), heap.Figures().m_LiveBlocks == 0});
 }
 
 void IgnoreAllocator(const Mem::SAllocator *) {}
@@ -469,25 +785,31 @@ int ACopyThatJoinsReclaimsTheCachesOfThoseThatAreGone()
 }
 
 SThreadCache *g_CacheOfOther = nullptr;
-bool g_IsAskedAtTheEnd = false;
+int (*g_AnswerAtTheEnd)() = nullptr;
+
+// Runs behind the library's own end: of equal priority, and of an object that is linked in front of it.
+__attribute__((destructor(101))) void AnswerAtTheEnd()
+{
+    if (g_AnswerAtTheEnd != nullptr)
+        _exit(g_AnswerAtTheEnd());
+}
+
+int WhatOfOthersIsLeft()
+{
+    const SProcess &process = Process();
+    return FirstFalse({process.m_Copies == &g_OtherCopy, g_OtherCopy.m_Next == nullptr,
+                       process.m_Caches == g_CacheOfOther, g_CacheOfOther->m_Next == nullptr,
+                       g_CacheOfOther->m_Owner == &g_OtherCopy});
+}
 
 int ACopyThatLeavesTakesNothingOfOthersWithIt()
 {
     SProcess &process = *FindOrMakeProcess();
     process.m_Copies = &g_OtherCopy;
     g_CacheOfOther = AddCacheOf(process, &g_OtherCopy);
-    g_IsAskedAtTheEnd = UseStrings() && HasCache() && g_OtherCopy.m_Next != nullptr;
+    if (UseStrings() && HasCache() && g_OtherCopy.m_Next != nullptr)
+        g_AnswerAtTheEnd = &WhatOfOthersIsLeft;
     std::exit(1);
-}
-
-// Runs behind the library's own end: of equal priority, and of an object that is linked in front of it.
-__attribute__((destructor(101))) void AnswerAtTheEnd()
-{
-    const SProcess &process = *FindOrMakeProcess();
-    if (g_IsAskedAtTheEnd)
-        _exit(FirstFalse({process.m_Copies == &g_OtherCopy, g_OtherCopy.m_Next == nullptr,
-                          process.m_Caches == g_CacheOfOther, g_CacheOfOther->m_Next == nullptr,
-                          g_CacheOfOther->m_Owner == &g_OtherCopy}));
 }
 
 // Another thread had put this copy into the list, and the copied process is without that thread.
@@ -500,8 +822,7 @@ int AProcessThatWasCopiedWhileItJoinedJoinsAllTheSame()
     const SCopy *const copy = Process().m_Copies;
     if (!HasSmallBlocks() || Process().m_Copies != copy || copy->m_Next != nullptr)
         return 2;
-    const Mem::SAllocator before =
-        Mem::SetAllocator({&ServeAsAnotherCopyDoes, &ResizeAsAnotherCopyDoes, &FreeAsAnotherCopyDoes});
+    const Mem::SAllocator before = Mem::SetAllocator(kOfAnotherCopy);
     return FirstFalse({UseStrings(), g_Served >= 400, Mem::SetAllocator(before).m_Alloc == &ServeAsAnotherCopyDoes});
 }
 
@@ -564,10 +885,11 @@ int GoOnWithoutTheThreadThatHeldTheLock()
     while (s_Cache == nullptr)
         std::this_thread::yield();
     const SThreadCache *const before = Process().m_Caches;
+    const bool isAlone = before->m_Next == nullptr;
     const bool isWell = UseStrings() && HasCache();
     EndCacheOfThread();
     return FirstFalse(
-        {isWell, before == s_Cache, Process().m_Caches == before, before->m_Next == nullptr, UseStrings()});
+        {isWell, before == s_Cache, isAlone, Process().m_Caches == before, before->m_Next == nullptr, UseStrings()});
 }
 
 int ACopyOfTheProcessGoesOnWithoutTheThreadThatHeldTheLock()
@@ -577,6 +899,45 @@ int ACopyOfTheProcessGoesOnWithoutTheThreadThatHeldTheLock()
     CThreadThatHoldsTheLock other;
     const int answer = RunInCopy(&GoOnWithoutTheThreadThatHeldTheLock);
     return other.End() ? answer : 2;
+}
+
+// A thread of a copy that has left: from then on it is told of no end.
+SThreadCache *g_CacheThatGoesOn = nullptr;
+std::thread *g_ThreadThatGoesOn = nullptr;
+
+int WhatGoesOnIsLeft()
+{
+    const SThreadCache *const caches = Process().m_Caches;
+    const bool isLeft = caches == g_CacheThatGoesOn && caches->m_Next == nullptr && caches->m_Owner == nullptr;
+    g_Held.unlock();
+    g_ThreadThatGoesOn->join();
+    const bool isLeftAfterItsEnd = Process().m_Caches == g_CacheThatGoesOn;
+    // Of the same number as that of the copy, perhaps.
+    pthread_key_t ofOthers = 0;
+    if (pthread_key_create(&ofOthers, nullptr) != 0)
+        return 1;
+    bool isWellLater = false;
+    std::thread([&] { isWellLater = UseStrings() && !HasCache() && pthread_getspecific(ofOthers) == nullptr; }).join();
+    return FirstFalse({isLeft, isLeftAfterItsEnd, isWellLater});
+}
+
+int TheCachesOfThreadsThatGoOnAreLeftByACopyThatLeaves()
+{
+    g_Held.lock();
+    // Lives longer than what is static.
+    g_ThreadThatGoesOn = new std::thread(
+        []
+        {
+            if (UseStrings() && HasCache() && ThreadCache()->m_Owner != nullptr)
+                g_CacheThatGoesOn = ThreadCache();
+            g_IsHeld = true;
+            const std::lock_guard<std::mutex> guard(g_Held);
+        });
+    while (!g_IsHeld)
+        std::this_thread::yield();
+    if (g_CacheThatGoesOn != nullptr)
+        g_AnswerAtTheEnd = &WhatGoesOnIsLeft;
+    std::exit(1);
 }
 
 constexpr u32 kIdle = 20;
@@ -619,37 +980,90 @@ int WhatTheTrackerCannotRecordIsNotAllocated()
     return FirstFalse({block == nullptr, isTracking, figures.m_LiveBlocks == 0});
 }
 
+int WhatTheTrackerCannotServeIsNotRecorded()
+{
+    const u64 before = g_BlocksOut;
+    g_BlocksLeft = 1;
+    const bool isRefused = AllocRaw(10) == nullptr;
+    g_BlocksLeft = ~u32(0);
+    return FirstFalse({isRefused, g_BlocksOut == before});
+}
+
+// From the moment on at which it keeps as many as it ever does.
+int OfWhatIsFreedTheTrackerKeepsNoMoreAndMore()
+{
+    const auto use = []
+    {
+        constexpr u32 kManyBlocks = 1000;
+        for (u32 i = 0; i < kManyBlocks; ++i)
+            FreeRaw(AllocRaw(10));
+        return g_BlocksOut;
+    };
+    const u64 before = use();
+    return FirstFalse({before > 0, use() == before});
+}
+
+constexpr int (*kTrackerCases[])() = {&WhatTheTrackerCannotRecordIsNotAllocated,
+                                      &WhatTheTrackerCannotServeIsNotRecorded,
+                                      &OfWhatIsFreedTheTrackerKeepsNoMoreAndMore};
+
 constexpr SProcessCase kCases[] = {
     {"AGrowthThatIsRefusedLeavesASmallBlockAsItIs", &AGrowthThatIsRefusedLeavesASmallBlockAsItIs},
     {"ABlockWhoseShrinkingIsRefusedStaysWhereItIs", &ABlockWhoseShrinkingIsRefusedStaysWhereItIs},
     {"AGrowthThatIsRefusedLeavesALargeBlockAsItIs", &AGrowthThatIsRefusedLeavesALargeBlockAsItIs},
     {"AThreadWithoutMemoryForItsCacheGoesOnWithoutOne", &AThreadWithoutMemoryForItsCacheGoesOnWithoutOne},
+    {"AThreadThatCanHaveNoCacheTriesAgainAfterAsLong", &AThreadThatCanHaveNoCacheTriesAgainAfterAsLong},
+    {"WhatThePlatformCannotBeAskedForItIsNotAskedFor", &WhatThePlatformCannotBeAskedForItIsNotAskedFor},
+    {"ThePlatformIsAskedForExactSizes", &ThePlatformIsAskedForExactSizes},
+    {"WhatAllBlocksHaveOfAlignmentThePlatformIsNotAskedFor", &WhatAllBlocksHaveOfAlignmentThePlatformIsNotAskedFor},
+    {"ABlockOfLargerAlignmentIsResizedAsAWholeOrNotAtAll", &ABlockOfLargerAlignmentIsResizedAsAWholeOrNotAtAll},
     {"AThreadWhoseEndNobodyTellsOfHasNoCache", &AThreadWhoseEndNobodyTellsOfHasNoCache},
     {"NoThreadHasACacheWhereNoKeyIsLeft", &NoThreadHasACacheWhereNoKeyIsLeft},
     {"TheFirstThreadMayEndBeforeTheProcess", &TheFirstThreadMayEndBeforeTheProcess},
     {"WhicheverLockIsRefusedMakingReadySaysSo", &WhicheverLockIsRefusedMakingReadySaysSo},
+    {"WhatIsNotToBeLockedIsNotLocked", &WhatIsNotToBeLockedIsNotLocked},
+    {"WithoutWordsByChanceTheyDifferByTheProcessAndByTheTime", &WithoutWordsByChanceTheyDifferByTheProcessAndByTheTime},
+    {"EachWordIsByChance", &EachWordIsByChance},
+    {"WhoWaitsYieldsAtFirstAndPausesThen", &WhoWaitsYieldsAtFirstAndPausesThen},
+    {"ALockIsAskedForUntilItIsFree", &ALockIsAskedForUntilItIsFree},
     {"AProcessToWhichTheSystemGivesNoChanceUsesStrings", &AProcessToWhichTheSystemGivesNoChanceUsesStrings},
     {"WhereAddressesAreHintsThePlatformServes", &WhereAddressesAreHintsThePlatformServes},
     {"WherePagesAreLargeSlabsHaveNoGuards", &WherePagesAreLargeSlabsHaveNoGuards},
+    {"WherePagesAreLargeTheCopiesFindWhatTheyShare", &WherePagesAreLargeTheCopiesFindWhatTheyShare},
     {"WhatIsNeverFinishedIsNotWaitedForLong", &WhatIsNeverFinishedIsNotWaitedForLong},
+    {"WhatIsInTheMakingIsWaitedFor", &WhatIsInTheMakingIsWaitedFor},
+    {"WhatExistsIsFoundWhereABetterPlaceIsFreeByNow", &WhatExistsIsFoundWhereABetterPlaceIsFreeByNow},
     {"WhoeverIsFasterMakesWhatTheCopiesShare", &WhoeverIsFasterMakesWhatTheCopiesShare},
     {"WhoeverIsFasterMakesThisCopyJoin", &WhoeverIsFasterMakesThisCopyJoin},
     {"NoAddressIsABlockBeforeTheFirstOne", &NoAddressIsABlockBeforeTheFirstOne},
     {"ACopyThatComesLaterUsesTheAllocatorThatIsInstalled", &ACopyThatComesLaterUsesTheAllocatorThatIsInstalled},
+    {"WhereThePlatformServesAnotherAllocatorMayBeInstalled", &WhereThePlatformServesAnotherAllocatorMayBeInstalled},
+    {"TheFirstCallOfACopyMayInstallAnAllocator", &TheFirstCallOfACopyMayInstallAnAllocator},
+    {"TheFirstCallOfACopyMayFreeABlockOfAnotherOne", &TheFirstCallOfACopyMayFreeABlockOfAnotherOne},
+    {"TheFirstCallOfACopyMayResizeABlockOfAnotherOne", &TheFirstCallOfACopyMayResizeABlockOfAnotherOne},
     {"ACopyThatJoinsReclaimsTheCachesOfThoseThatAreGone", &ACopyThatJoinsReclaimsTheCachesOfThoseThatAreGone},
     {"ACopyThatLeavesTakesNothingOfOthersWithIt", &ACopyThatLeavesTakesNothingOfOthersWithIt},
     {"AProcessThatWasCopiedWhileItJoinedJoinsAllTheSame", &AProcessThatWasCopiedWhileItJoinedJoinsAllTheSame},
     {"NobodyWaitsForAThreadThatMakesItsCache", &NobodyWaitsForAThreadThatMakesItsCache},
     {"ACopyOfTheProcessGoesOnWithoutTheThreadThatHeldTheLock", &ACopyOfTheProcessGoesOnWithoutTheThreadThatHeldTheLock},
+    {"TheCachesOfThreadsThatGoOnAreLeftByACopyThatLeaves", &TheCachesOfThreadsThatGoOnAreLeftByACopyThatLeaves},
     {"WhoTakesTheIdleSlabsMeanwhileLeavesNoneToTrim", &WhoTakesTheIdleSlabsMeanwhileLeavesNoneToTrim},
 };
+
+int RunTrackerCases()
+{
+    for (int (*const run)() : kTrackerCases)
+        if (const int answer = RunInCopy(run))
+            return answer;
+    return 0;
+}
 
 } // namespace
 
 int main()
 {
     if (kTracks)
-        return RunInCopy(&WhatTheTrackerCannotRecordIsNotAllocated);
+        return RunTrackerCases();
     return HaveCaches() ? RunCases(kCases) : kCaseSkipped;
 }
 

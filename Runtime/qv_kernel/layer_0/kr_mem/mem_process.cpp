@@ -35,6 +35,12 @@ constexpr SRegion kRegions[kProcessPlaces] = {
     {1ull << 36, 1ull << 37},
 };
 
+ureg PlaceIn(const SRegion &region)
+{
+    const u64 places = (region.m_End - region.m_Begin) / kChunkBytes;
+    return static_cast<ureg>(region.m_Begin + PortProcessSeed() % places * kChunkBytes);
+}
+
 SProcess *SharedAt(ureg place)
 {
     return reinterpret_cast<SProcess *>(place + kSharedOffset);
@@ -44,11 +50,10 @@ SProcess *SharedAt(ureg place)
 // else's memory that looks like it.
 bool IsShared(ureg place)
 {
-    constexpr u32 kMaxRounds = 1000;
-    if (!PortIsReadable(place) || !PortIsReadable(place + kSharedOffset))
-        return false;
     const SProcess &process = *SharedAt(place);
-    for (u32 rounds = 0; process.m_Layout.Load() == 0 && rounds < kMaxRounds; ++rounds)
+    if (!PortIsReadable(PageOf(&process, PortPageBytes())))
+        return false;
+    for (u32 rounds = 0; process.m_Layout.Load() == 0 && rounds < kMaxRoundsForProcess; ++rounds)
         PortBackOff(rounds);
     return process.m_Layout.Load() == kProcessLayout;
 }
@@ -70,9 +75,7 @@ QV_INTERNAL_CONSTINIT std::atomic<SProcess *> g_Process = {nullptr};
 
 ureg ProcessPlace(u32 which)
 {
-    const SRegion &region = kRegions[which];
-    const u64 places = (region.m_End - region.m_Begin) / kChunkBytes;
-    return static_cast<ureg>(region.m_Begin + PortProcessSeed() % places * kChunkBytes);
+    return PlaceIn(kRegions[which]);
 }
 
 SProcess *FindOrMakeProcess()
@@ -80,13 +83,13 @@ SProcess *FindOrMakeProcess()
     if constexpr (!kHasSmallRange)
         return nullptr;
     // What exists wins, wherever it is: a place that was taken when it was made may be free by now.
-    for (u32 which = 0; which < kProcessPlaces; ++which)
-        if (IsShared(ProcessPlace(which)))
-            return SharedAt(ProcessPlace(which));
-    SProcess *process = nullptr;
-    for (u32 which = 0; which < kProcessPlaces && process == nullptr; ++which)
-        process = MakeAt(ProcessPlace(which));
-    return process;
+    for (const SRegion &region : kRegions)
+        if (IsShared(PlaceIn(region)))
+            return SharedAt(PlaceIn(region));
+    for (const SRegion &region : kRegions)
+        if (SProcess *const process = MakeAt(PlaceIn(region)))
+            return process;
+    return nullptr;
 }
 
 } // namespace Quorvane::Mem::Internal

@@ -83,4 +83,7 @@ private:
 constexpr u32 kProcessPlaces = 3;
 ureg ProcessPlace(u32 which);
 
+// How often somebody who finds it in the making asks whether it is done: for tests.
+constexpr u32 kMaxRoundsForProcess = 1000;
+
 } // namespace Quorvane::Mem::Internal
