@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "assert_recorder.h"
+#include "kr_mem/mem_process.h"
 #include "small_blocks.h"
 #include "test_allocator.h"
 
@@ -18,8 +19,52 @@ namespace
 
 using namespace SmallBlocks;
 
+// What other copies of the library in the process were told to use at last, and how often.
+Mem::SAllocator g_Told = {};
+bool g_IsToldOfDefault = false;
+u32 g_TimesTold = 0;
+
+void TellOtherCopy(const Mem::SAllocator *allocator)
+{
+    g_IsToldOfDefault = allocator == nullptr;
+    g_Told = allocator != nullptr ? *allocator : Mem::SAllocator{};
+    ++g_TimesTold;
+}
+
 class MemMembershipOwn : public COwnTest
 {
+};
+
+// With two further copies in the process, one that came before this one and one that came after it.
+class MemMembershipOfCopies : public COwnTest
+{
+protected:
+    void SetUp() override
+    {
+        COwnTest::SetUp();
+        if (IsSkipped())
+            return;
+        g_TimesTold = 0;
+        const CSharedGuard guard;
+        m_Own = Process().m_Copies;
+        ASSERT_EQ(m_Own->m_Next, nullptr);
+        m_Own->m_Next = &m_Later;
+        m_Earlier.m_Next = m_Own;
+        Process().m_Copies = &m_Earlier;
+    }
+    void TearDown() override
+    {
+        if (m_Own == nullptr)
+            return;
+        const CSharedGuard guard;
+        m_Own->m_Next = nullptr;
+        Process().m_Copies = m_Own;
+    }
+
+private:
+    SCopy *m_Own = nullptr;
+    SCopy m_Earlier = {&TellOtherCopy, nullptr};
+    SCopy m_Later = {&TellOtherCopy, nullptr};
 };
 
 } // namespace
@@ -59,6 +104,27 @@ TEST(MemMembership, TheDefaultsFunctionsInstalledByHandAreTheDefault)
     EXPECT_EQ(UsesFastPath(), before);
     Mem::SetAllocator(standard);
     EXPECT_EQ(UsesFastPath(), before);
+}
+
+TEST_F(MemMembershipOfCopies, WhatIsInstalledIsUsedByAllOfThem)
+{
+    // Asked for nothing here.
+    Mem::SAllocator allocator = Mem::SetAllocator(Mem::SAllocator());
+    allocator.m_Alloc = [](u64, u32, Mem::EAllocType, Mem::EOrigin, const char *, const char *, u32,
+                           const char *) -> void * { return nullptr; };
+    g_TimesTold = 0;
+    Mem::SetAllocator(allocator);
+    EXPECT_EQ(g_TimesTold, 2u);
+    EXPECT_EQ(g_Told.m_Alloc, allocator.m_Alloc);
+    EXPECT_EQ(g_Told.m_Realloc, allocator.m_Realloc);
+    EXPECT_EQ(g_Told.m_Free, allocator.m_Free);
+    EXPECT_TRUE(Process().m_IsReplaced);
+    EXPECT_EQ(Process().m_Allocator.m_Alloc, allocator.m_Alloc);
+    EXPECT_EQ(Process().m_Allocator.m_Free, allocator.m_Free);
+    Mem::SetAllocator(Mem::SAllocator());
+    EXPECT_EQ(g_TimesTold, 4u);
+    EXPECT_TRUE(g_IsToldOfDefault);
+    EXPECT_FALSE(Process().m_IsReplaced);
 }
 
 // A thread opens the fast path a moment before it has recorded the policy. Another one may free a block of another copy

@@ -97,6 +97,7 @@ TEST(MemPolicy, APlainBuildHasBlocksOfItsOwn)
     if (QV_TEST_IS_SANITIZED || isTracking || sizeof(void *) < 8 || preloaded != nullptr)
         GTEST_SKIP() << "this is no plain build, or no plain run";
     EXPECT_EQ(AreOurOwn(), QV_TEST_MEM_CACHE != 0);
+    EXPECT_EQ(UsesFastPath(), QV_TEST_MEM_CACHE != 0);
 }
 
 // A tool that is preloaded is known by its name.

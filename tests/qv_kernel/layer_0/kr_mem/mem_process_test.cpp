@@ -14,6 +14,7 @@
 #include "kr_mem/mem_port.h"
 #include "kr_mem/mem_thread_cache.h"
 #include "process_copy.h"
+#include "system_limits.h"
 #include "test_port.h"
 
 namespace QuorvaneTest
@@ -162,11 +163,46 @@ TEST(MemPort, WhatCanBeReadIsToldFromWhatCannot)
     void *const memory = MapPages(kBytes, PageAccess_ReadWrite);
     ASSERT_NE(memory, nullptr);
     const ureg address = reinterpret_cast<ureg>(memory);
-    EXPECT_TRUE(PortIsReadable(address));
+    // Nobody sees that it was asked.
+    const auto isReadable = [address]
+    {
+        errno = 7;
+        const bool answer = PortIsReadable(address);
+        EXPECT_EQ(errno, 7);
+        return answer;
+    };
+    EXPECT_TRUE(isReadable());
     ASSERT_TRUE(ProtectPages(memory, kBytes, PageAccess_None));
-    EXPECT_FALSE(PortIsReadable(address));
+    EXPECT_FALSE(isReadable());
     UnmapPages(memory, kBytes);
-    EXPECT_FALSE(PortIsReadable(address));
+    EXPECT_FALSE(isReadable());
+}
+
+TEST(MemPort, WhatIsTouchedHasMemoryAndKeepsItsContents)
+{
+    constexpr ureg kBytes = 16u << 20;
+    char *const memory = static_cast<char *>(MapPages(kBytes, PageAccess_ReadWrite));
+    ASSERT_NE(memory, nullptr);
+    memory[kBytes / 2] = 'x';
+    const u64 before = ResidentBytes();
+    PortTouch(memory, kBytes);
+    const u64 after = ResidentBytes();
+    EXPECT_GE(after, before + kBytes / 4 * 3);
+    EXPECT_EQ(memory[kBytes / 2], 'x');
+    EXPECT_EQ(memory[kBytes - 1], '\0');
+    UnmapPages(memory, kBytes);
+}
+
+TEST(MemPort, NothingIsTouchedBesideWhatIsMeant)
+{
+    const ureg pageBytes = PortPageBytes();
+    char *const memory = static_cast<char *>(MapPages(2 * pageBytes, PageAccess_ReadWrite));
+    ASSERT_NE(memory, nullptr);
+    PortForbid(reinterpret_cast<ureg>(memory) + pageBytes, pageBytes);
+    PortTouch(memory, pageBytes);
+    PortTouch(memory + pageBytes - sizeof(u32), sizeof(u32));
+    EXPECT_EQ(memory[pageBytes - 1], '\0');
+    UnmapPages(memory, 2 * pageBytes);
 }
 
 TEST(MemPort, MemoryIsMappedAtAnAddressOnlyWhereThereIsNone)

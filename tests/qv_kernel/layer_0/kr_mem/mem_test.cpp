@@ -265,12 +265,12 @@ TEST_F(MemHook, AnAllocatorThatLacksAFunctionIsReportedAndNotInstalled)
 TEST(MemAllocator, AnAllocatorThatDiffersFromTheDefaultOneInOneFunctionIsAskedForIt)
 {
     g_Default = Mem::SetAllocator(Mem::SAllocator{});
-    const auto use = [](const Mem::SAllocator &allocator)
+    const auto use = [](const Mem::SAllocator &allocator, u64 size)
     {
         g_HandedOn = 0;
         Mem::SetAllocator(allocator);
         void *const block = Mem::_RawAlloc(40, 0, Mem::AllocType_Generic, Mem::Origin_Alloc, QV_INTERNAL_MEM_SITE);
-        void *const moved = Mem::_RawRealloc(block, 4000, 0, Mem::AllocType_Generic, QV_INTERNAL_MEM_SITE);
+        void *const moved = Mem::_RawRealloc(block, size, 0, Mem::AllocType_Generic, QV_INTERNAL_MEM_SITE);
         Mem::_RawFree(moved, Mem::AllocType_Generic, Mem::Origin_Alloc, QV_INTERNAL_MEM_SITE);
         Mem::SetAllocator(Mem::SAllocator{});
         EXPECT_NE(moved, nullptr);
@@ -278,11 +278,14 @@ TEST(MemAllocator, AnAllocatorThatDiffersFromTheDefaultOneInOneFunctionIsAskedFo
     };
     Mem::SAllocator resizing = g_Default;
     resizing.m_Realloc = &HandOnRealloc;
-    EXPECT_EQ(use(resizing), 1u);
     Mem::SAllocator freeing = g_Default;
     freeing.m_Free = &HandOnFree;
-    EXPECT_EQ(use(freeing), 1u);
-    EXPECT_EQ(use(g_Default), 0u);
+    for (const u64 size : {80u, 4000u})
+    {
+        EXPECT_EQ(use(resizing, size), 1u);
+        EXPECT_EQ(use(freeing, size), 1u);
+        EXPECT_EQ(use(g_Default, size), 0u);
+    }
 }
 
 } // namespace QuorvaneTest

@@ -3,8 +3,12 @@
 
 #include <pthread.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -41,6 +45,51 @@ int CLateUser::s_Destroyed = 0;
 class MemThreadsOwn : public COwnTest
 {
 };
+
+// A thread that has its cache, until it is told to end.
+class CThreadWithCache
+{
+public:
+    CThreadWithCache()
+    {
+        m_Lives.lock();
+        m_Thread = std::thread(
+            [this]
+            {
+                EXPECT_TRUE(Mem::Prewarm(0));
+                m_Cache = ThreadCache();
+                const std::lock_guard<std::mutex> guard(m_Lives);
+            });
+        while (m_Cache == nullptr)
+            std::this_thread::yield();
+    }
+    const SThreadCache *Cache() const { return m_Cache; }
+    void End()
+    {
+        m_Lives.unlock();
+        m_Thread.join();
+    }
+
+private:
+    std::mutex m_Lives;
+    std::atomic<const SThreadCache *> m_Cache{nullptr};
+    std::thread m_Thread;
+};
+
+// All caches of the process in their order, each of which knows the one before it.
+std::vector<const SThreadCache *> AllCaches()
+{
+    const CSharedGuard guard;
+    std::vector<const SThreadCache *> all;
+    const SThreadCache *previous = nullptr;
+    for (const SThreadCache *cache = Process().m_Caches; cache != nullptr; cache = cache->m_Next)
+    {
+        EXPECT_EQ(cache->m_Previous, previous);
+        all.push_back(cache);
+        previous = cache;
+    }
+    return all;
+}
 
 } // namespace
 
@@ -182,6 +231,37 @@ TEST_F(MemThreadsOwn, AThreadThatUsesBlocksInAKeysDestructorAgainKeepsNothing)
     pthread_key_delete(key);
 }
 
+// Whichever of them ends first, in the middle of the list or at an end of it.
+TEST_F(MemThreadsOwn, TheCachesOfAllThreadsAreInOneListUntilTheyEnd)
+{
+    using TCaches = std::vector<const SThreadCache *>;
+    const TCaches before = AllCaches();
+    CThreadWithCache threads[3];
+    TCaches expected = before;
+    for (const CThreadWithCache &thread : threads)
+        expected.insert(expected.begin(), thread.Cache());
+    EXPECT_EQ(AllCaches(), expected);
+    for (const size_t ended : {1u, 2u, 0u})
+    {
+        expected.erase(std::find(expected.begin(), expected.end(), threads[ended].Cache()));
+        threads[ended].End();
+        EXPECT_EQ(AllCaches(), expected);
+    }
+    EXPECT_EQ(AllCaches(), before);
+}
+
+TEST_F(MemThreadsOwn, AThreadWithoutACacheHasNoneToEnd)
+{
+    OnAThread(
+        []
+        {
+            const u64 before = LiveBlocks();
+            EndCacheOfThread();
+            EXPECT_EQ(ThreadCache(), &g_NoCacheYet);
+            EXPECT_EQ(LiveBlocks(), before);
+        });
+}
+
 // The key was made after the library's own, so that its destructor finds the thread's cache ended.
 TEST_F(MemThreadsOwn, AThreadWhoseCacheHasEndedKeepsNoLargeBlockAndMakesNothingReady)
 {
@@ -190,11 +270,14 @@ TEST_F(MemThreadsOwn, AThreadWhoseCacheHasEndedKeepsNoLargeBlockAndMakesNothingR
 #endif
     static bool s_IsReady = true;
     static bool s_HasEnded = false;
+    static bool s_HasNoOther = false;
     const auto use = [](void *)
     {
         s_HasEnded = ThreadCache() == &g_CacheEnded;
         s_IsReady = Mem::Prewarm(0, false);
         AllocAndFree(5000, 1);
+        AllocAndFree(64, 100);
+        s_HasNoOther = ThreadCache() == &g_CacheEnded;
     };
     pthread_key_t key;
     ASSERT_EQ(pthread_key_create(&key, use), 0);
@@ -208,6 +291,7 @@ TEST_F(MemThreadsOwn, AThreadWhoseCacheHasEndedKeepsNoLargeBlockAndMakesNothingR
         });
     pthread_key_delete(key);
     EXPECT_TRUE(s_HasEnded);
+    EXPECT_TRUE(s_HasNoOther);
     EXPECT_FALSE(s_IsReady);
     EXPECT_EQ(g_CacheEnded.m_Large[5000 / kKeptLargeStep].m_Block, nullptr);
     EXPECT_FALSE(g_CacheEnded.m_Large[5000 / kKeptLargeStep].m_HasTaken);
