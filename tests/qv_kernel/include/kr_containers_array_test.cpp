@@ -860,6 +860,10 @@ TEST(Array, AnotherControllerGrowsInItsWay)
     doubling.PushBack(2);
     doubling.PushBack(3);
     EXPECT_EQ(doubling.MaxCount(), 6u);
+    TArray<u32, TArrayStaticController<0, 8, 0, 0, 0>> exact;
+    EXPECT_EQ(exact.PushBack(1), 0u);
+    EXPECT_EQ(exact.PushBack(2), 1u);
+    EXPECT_EQ(exact.MaxCount(), 2u);
 }
 
 TEST(Array, ArraysOfArrays)
@@ -1141,6 +1145,10 @@ TEST(Array, CopyFromReplacesTheElements)
     EXPECT_TRUE(fresh.CopyFrom(source));
     EXPECT_EQ(fresh.MaxCount(), 5u);
     EXPECT_EQ(Values(fresh), Values(source));
+    // As many as there is room for.
+    const CSelfAware *const freshData = fresh.Data();
+    EXPECT_TRUE(fresh.CopyFrom(source));
+    EXPECT_EQ(fresh.Data(), freshData);
     EXPECT_TRUE(fresh.CopyFrom(TMemoryView<const CSelfAware>()));
     EXPECT_TRUE(fresh.Empty());
     EXPECT_EQ(fresh.MaxCount(), 5u);
@@ -1160,6 +1168,17 @@ TEST(Array, CopyFromOwnElements)
     EXPECT_EQ(recorder.Count(), 0u);
 }
 
+TEST(Array, CopyFromNoneOfItsOwnElementsKeepsTheBlock)
+{
+    TArray<CSelfAware> array = Counting<CSelfAware>(3);
+    const CSelfAware *const data = array.Data();
+    const u32 maxCount = array.MaxCount();
+    EXPECT_TRUE(array.CopyFrom(array.View().Slice(0, 0)));
+    EXPECT_TRUE(array.Empty());
+    EXPECT_EQ(array.Data(), data);
+    EXPECT_EQ(array.MaxCount(), maxCount);
+}
+
 // The elements' own blocks are gone with the elements that are replaced.
 TEST(Array, CopyFromOwnStrings)
 {
@@ -1167,14 +1186,20 @@ TEST(Array, CopyFromOwnStrings)
     TArray<CString> array;
     for (const char *text : {"zero", "one", "two", "three"})
         array.PushBack(CString(text));
-    EXPECT_TRUE(array.CopyFrom(array.View().Slice(1, 2)));
-    ASSERT_EQ(array.Count(), 2u);
+    EXPECT_TRUE(array.CopyFrom(array.View().Slice(1, 3)));
+    ASSERT_EQ(array.Count(), 3u);
     EXPECT_TRUE(array[0] == "one");
     EXPECT_TRUE(array[1] == "two");
+    EXPECT_TRUE(array[2] == "three");
     EXPECT_TRUE(array.CopyFrom(array));
-    ASSERT_EQ(array.Count(), 2u);
+    ASSERT_EQ(array.Count(), 3u);
     EXPECT_TRUE(array[0] == "one");
     EXPECT_TRUE(array[1] == "two");
+    EXPECT_TRUE(array[2] == "three");
+    // The last one.
+    EXPECT_TRUE(array.CopyFrom(array.View().Slice(2, 1)));
+    ASSERT_EQ(array.Count(), 1u);
+    EXPECT_TRUE(array[0] == "three");
 }
 
 TEST(Array, CopyFromNothingThatHasACountIsReportedAndFails)
@@ -1368,8 +1393,9 @@ TEST(Array, AccessOutsideIsReportedAndAnswersAScratch)
     TArray<u32> array = ArrayOf({1, 2, 3});
     const TArray<u32> &constant = array;
     EXPECT_EQ(array[3], 0u);
+    EXPECT_EQ(constant[3], 0u);
     EXPECT_EQ(constant[0xFFFFFFFFu], 0u);
-    EXPECT_EQ(recorder.Expressions(), IfAsserting({kIndexText, kIndexText}));
+    EXPECT_EQ(recorder.Expressions(), IfAsserting({kIndexText, kIndexText, kIndexText}));
     // Writing to it reaches nobody.
     array[3] = 77;
     EXPECT_EQ(array[3], 0u);
@@ -1642,6 +1668,21 @@ TEST(ArrayIterator, AMoveOfMoreThanThereAreAddressesIsReported)
     static_cast<void>(empty.Begin() + kRound);
     EXPECT_EQ(recorder.CountOf(kStorageText), 5u);
     EXPECT_EQ(recorder.Count(), 5u);
+}
+
+// Where addresses are short, all moves beyond them end at the last one.
+TEST(ArrayIterator, AMoveToTheLastOfAllAddressesEndsThere)
+{
+    if (!kSitesReport)
+        GTEST_SKIP() << "iterators check nothing in this build";
+    const CAssertRecorder recorder;
+    TArray<u8> array;
+    array.PushBack(1);
+    TArray<u8>::Iterator it(reinterpret_cast<u8 *>(~ureg(1)), &array);
+    ++it;
+    EXPECT_TRUE(it == TArray<u8>::Iterator(reinterpret_cast<u8 *>(~ureg(0)), &array));
+    // The move, and both sides of the comparison.
+    EXPECT_EQ(recorder.CountOf(kStorageText), 3u);
 }
 
 TEST(ArrayIterator, DereferencingTheEndIsReportedAndAnswersAScratch)

@@ -59,6 +59,19 @@ struct SStartsAt7
     int m_Value = 7;
 };
 
+// Counts those that live, whichever thread they are of.
+struct SCountedElement
+{
+    SCountedElement() { ++s_Alive; }
+    SCountedElement(const SCountedElement &) = delete;
+    SCountedElement &operator=(const SCountedElement &) = delete;
+    ~SCountedElement() { --s_Alive; }
+
+    static int s_Alive;
+};
+
+int SCountedElement::s_Alive = 0;
+
 template <typename View, typename From>
 constexpr bool Converts = std::is_convertible<From, View>::value;
 
@@ -197,6 +210,23 @@ TEST(MemoryView, AScratchElementWithoutDefaultConstructionIsZeroed)
     EXPECT_EQ(view[0].m_Other, 0);
     view[0].m_Value = 9;
     EXPECT_EQ(view[0].m_Value, 0);
+}
+
+TEST(MemoryView, AScratchElementIsDestroyedForTheNextOneAndWithItsThread)
+{
+    const CAssertRecorder recorder;
+    std::thread(
+        []
+        {
+            const TMemoryView<SCountedElement> view;
+            for (int i = 0; i < 3; ++i)
+            {
+                static_cast<void>(view[0]);
+                EXPECT_EQ(SCountedElement::s_Alive, 1);
+            }
+        })
+        .join();
+    EXPECT_EQ(SCountedElement::s_Alive, 0);
 }
 
 TEST(MemoryView, AScratchElementBelongsToItsThread)

@@ -143,6 +143,7 @@ TEST(StringSearch, FindLastOfTheFirstCharacterIsZero)
 TEST(StringSearch, FindFirstOfIsFindNextOfFromTheBeginning)
 {
     const CString string("xabab");
+    EXPECT_EQ(At(string.FindFirstOf('x')), 0);
     EXPECT_EQ(At(string.FindFirstOf('a')), 1);
     EXPECT_EQ(At(string.FindFirstOf('z')), -1);
     EXPECT_EQ(At(string.FindFirstOf("ab")), 1);

@@ -738,6 +738,7 @@ TEST(StringViewOperations, FindLastOfAnswersTheLastIndex)
 TEST(StringViewOperations, FindTextAnswersTheFirstPlaceOfTheWholeTextFromStartOn)
 {
     const CStringView view("abcabcx", 6);
+    EXPECT_EQ(view.FindText("ab"), 0u);
     EXPECT_EQ(view.FindText("bc"), 1u);
     EXPECT_EQ(view.FindText("bc", 2), 4u);
     EXPECT_EQ(view.FindText(CStringView("bcx", 2), 4), 4u);
