@@ -226,21 +226,21 @@ inline bool EqualIgnoringCase(std::string_view a, std::string_view b,
 {
     if (a.size() != b.size())
         return false;
-    bool isEqual = true;
     do
     {
         const u32 piece = CountedPiece(a.size(), maxPiece);
-        isEqual = SNativeStringUtils::EqualCase(a.data(), b.data(), piece);
+        if (!SNativeStringUtils::EqualCase(a.data(), b.data(), piece))
+            return false;
         a.remove_prefix(piece);
         b.remove_prefix(piece);
-    } while (isEqual && !a.empty());
-    return isEqual;
+    } while (!a.empty());
+    return true;
 }
 
 inline bool IsLessIgnoringCase(std::string_view a, std::string_view b,
                                u32 maxPiece = kMaxCountedPiece) noexcept QV_NONBLOCKING
 {
-    s32 order = 0;
+    s32 order;
     do
     {
         const u32 piece = CountedPiece(QVMin(a.size(), b.size()), maxPiece);

@@ -164,11 +164,9 @@ bool TArray<T, Controller>::CopyFrom(const TMemoryView<const T> &source)
 template <typename T, typename Controller>
 u32 TArray<T, Controller>::_IndexOfOwn(const T &element) const noexcept
 {
-    const ureg address = reinterpret_cast<ureg>(__builtin_addressof(element));
-    const ureg begin = reinterpret_cast<ureg>(m_Data);
-    if (address + sizeof(T) <= begin || address >= begin + u64(m_Count) * sizeof(T))
-        return kNotOwn;
-    return static_cast<u32>((address - begin) / sizeof(T));
+    const ureg offset = Internal::WrappingDifference(reinterpret_cast<ureg>(__builtin_addressof(element)),
+                                                     reinterpret_cast<ureg>(m_Data));
+    return offset < u64(m_Count) * sizeof(T) ? static_cast<u32>(offset / sizeof(T)) : kNotOwn;
 }
 
 // There is room for them.
