@@ -25,7 +25,7 @@ public:
     constexpr bool Contains(char character) const noexcept QV_NONBLOCKING
     {
         const u8 code = static_cast<u8>(character);
-        return code < 64 && (m_Bits >> code % 64 & 1) != 0;
+        return code < 64 && (m_Bits >> code & 1) != 0;
     }
 
 private:
@@ -64,10 +64,10 @@ inline u32 CountTrailingShort(const char *data, u32 length, const Set &set) noex
 // The set as bits if the compiler knows it, and it has a few characters, all below 64; else 0. Either is known when
 // this is in line, and costs nothing.
 
-// A bit for the character at `index`; none behind the end.
+// A bit for the character at `index`, which is below 64; none behind the end.
 constexpr u64 BitAt(const char *set, std::size_t length, std::size_t index) noexcept QV_NONBLOCKING
 {
-    return index < length ? 1ull << static_cast<u8>(set[index]) % 64 : 0;
+    return index < length ? 1ull << static_cast<u8>(set[index]) : 0;
 }
 
 constexpr bool IsLowAt(const char *set, std::size_t length, std::size_t index) noexcept QV_NONBLOCKING
