@@ -77,21 +77,21 @@ template <typename OnMatch>
 class TOccurrences
 {
 public:
-    TOccurrences(const char *text, u32 length, const char *pattern, u32 patternLength, const OnMatch &onMatch)
+    TOccurrences(const char *text, u32 length, const char *pattern, u32 patternLength, u32 from, const OnMatch &onMatch)
         : m_Text(text),
           m_Length(length),
           m_Pattern(pattern),
           m_PatternLength(patternLength),
           m_Comparison(pattern, patternLength),
-          m_OnMatch(onMatch)
+          m_OnMatch(onMatch),
+          m_From(from),
+          m_Next(from)
     {
     }
 
-    void WalkFrom(u32 from)
+    void Walk()
     {
-        m_From = from;
-        m_Next = from;
-        _WalkChunks(from);
+        _WalkChunks();
         if (m_IsTooCostly)
             _SearchOn();
     }
@@ -99,15 +99,15 @@ public:
     // Characters compared in vain, at most: for tests.
     u64 Wasted() const { return m_Wasted; }
 
-    // What may be wasted on the way to the character with this index.
+private:
+    // What may be wasted on so many characters.
     static constexpr u64 WasteAllowed(u32 walked) { return 4096 + 4 * static_cast<u64>(walked); }
 
-private:
     // Not inline, so that its bitmap and its indices are off the stack when the search goes on without them.
-    QV_INTERNAL_NOINLINE void _WalkChunks(u32 from)
+    QV_INTERNAL_NOINLINE void _WalkChunks()
     {
         const u32 places = m_Length - m_PatternLength + 1;
-        for (u32 at = from; at < places; at += kChunkCharacters)
+        for (u32 at = m_From; at < places; at += kChunkCharacters)
         {
             const u32 count = QVMin(places - at, kChunkCharacters);
             if (m_Next >= at + count)
@@ -168,8 +168,8 @@ private:
     u32 m_PatternLength;
     CPatternComparison m_Comparison;
     const OnMatch &m_OnMatch;
-    u32 m_From = 0;
-    u32 m_Next = 0; // where the next occurrence may begin
+    u32 m_From;
+    u32 m_Next; // where the next occurrence may begin
     u64 m_Wasted = 0;
     bool m_IsTooCostly = false;
 };
@@ -180,7 +180,7 @@ void WalkOccurrences(const char *text, u32 length, const char *pattern, u32 patt
 {
     // A pattern that cannot be found is not read either.
     if (patternLength <= length - from)
-        TOccurrences<OnMatch>(text, length, pattern, patternLength, onMatch).WalkFrom(from);
+        TOccurrences<OnMatch>(text, length, pattern, patternLength, from, onMatch).Walk();
 }
 
 } // namespace Quorvane::Internal::Buffer

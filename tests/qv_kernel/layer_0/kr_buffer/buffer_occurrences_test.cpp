@@ -45,8 +45,8 @@ CIndices Walked(const std::string &text, const std::string &pattern, u32 from)
     return indices;
 }
 
-// Walks all of a text. Returns: the characters compared in vain.
-u64 WastedOn(const std::string &text, const std::string &pattern, CIndices &outIndices)
+// Walks a text from `from` on. Returns: the characters compared in vain.
+u64 WastedOn(const std::string &text, const std::string &pattern, CIndices &outIndices, u32 from = 0)
 {
     const auto onMatch = [&](u32 at)
     {
@@ -54,9 +54,11 @@ u64 WastedOn(const std::string &text, const std::string &pattern, CIndices &outI
         return true;
     };
     using CWalk = Internal::Buffer::TOccurrences<decltype(onMatch)>;
-    CWalk walk(text.data(), static_cast<u32>(text.size()), pattern.data(), static_cast<u32>(pattern.size()), onMatch);
-    walk.WalkFrom(0);
-    EXPECT_LE(walk.Wasted(), CWalk::WasteAllowed(static_cast<u32>(text.size())) + pattern.size());
+    CWalk walk(text.data(), static_cast<u32>(text.size()), pattern.data(), static_cast<u32>(pattern.size()), from,
+               onMatch);
+    walk.Walk();
+    // What was walked over paid for all but the last comparison.
+    EXPECT_LE(walk.Wasted(), 4096 + 4 * (text.size() - from) + pattern.size());
     return walk.Wasted();
 }
 
@@ -145,6 +147,30 @@ TEST_P(BufferOccurrences, WhatIsComparedInVainIsBounded)
     indices.clear();
     WastedOn(text + pattern + "--" + pattern, pattern, indices);
     EXPECT_EQ(indices, CIndices({100000, 102003}));
+
+    // What lies in front of the place where a walk begins pays for nothing, what lies behind it for as much again.
+    indices.clear();
+    WastedOn(text + pattern, pattern, indices, 90000);
+    EXPECT_EQ(indices, CIndices({100000}));
+    indices.clear();
+    WastedOn(std::string(2000, '-') + text + pattern, pattern, indices);
+    EXPECT_EQ(indices, CIndices({102000}));
+}
+
+TEST_P(BufferOccurrences, WhereComparingIsGivenUpNothingBehindTheTextIsReadOrFound)
+{
+    const std::string text(100000, 'a');
+    const std::string pattern = std::string(1000, 'a') + "b" + std::string(1000, 'a');
+    EXPECT_EQ(Walked(text, pattern, 0), CIndices());
+    EXPECT_EQ(Walked(text + pattern, pattern, 0), CIndices({100000}));
+    EXPECT_EQ(Walked(text + pattern.substr(0, 2000), pattern, 0), CIndices());
+}
+
+TEST_P(BufferOccurrences, AnOccurrenceMayBeginRightBehindAPlaceThatOnlyLookedLikeOne)
+{
+    // At the first place the first word and the last character are the pattern's, and the one between is not.
+    EXPECT_EQ(Walked("aaaaaaaaacbb", "aaaaaaaacbb", 0), CIndices({1}));
+    EXPECT_EQ(Walked("aaaaaaaaacbb-aaaaaaaacbb", "aaaaaaaacbb", 0), CIndices({1, 13}));
 }
 
 TEST_P(BufferOccurrences, WalkEndsWhereItIsToldToBehindThePlaceWhereComparingIsGivenUp)
