@@ -1,11 +1,13 @@
 #include "kr_buffer/buffer_bitmap.h"
 
+#include <cstring>
 #include <random>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "guarded_page.h"
 #include "guarded_text.h"
 #include "kr_simd/simd_block.h"
 
@@ -149,6 +151,27 @@ TEST_P(BufferBitmap, EveryCharacterIsListedByItself)
         table[character] = 1;
         Internal::Buffer::FindTableMatches(m_Bitmap, all.data(), 256, table);
         EXPECT_EQ(Visited(m_Bitmap, 256), CIndices(1, character));
+    }
+}
+
+TEST_P(BufferBitmap, NeitherATableNorASetIsReadOutsideOfItsBytes)
+{
+    const CGuardedPage page;
+    const std::string text(2 * Internal::Buffer::kBitmapWordBits, 'a');
+    const u32 length = static_cast<u32>(text.size());
+    for (const bool atEnd : {false, true})
+    {
+        char *const table = atEnd ? page.Last(256) : page.Begin();
+        std::memset(table, 0, 256);
+        table[static_cast<u8>('a')] = 1;
+        Internal::Buffer::FindTableMatches(m_Bitmap, text.data(), length, reinterpret_cast<const u8 *>(table));
+        EXPECT_EQ(Visited(m_Bitmap, length).size(), length);
+
+        char *const set = atEnd ? page.Last(Internal::Buffer::kSetBytes) : page.Begin();
+        std::memset(set, 0xFF, Internal::Buffer::kSetBytes);
+        const u64 all =
+            Internal::Buffer::FirstSetMatches(text.data(), length, reinterpret_cast<const u8 *>(set)).m_Bits;
+        EXPECT_EQ(all, ~u64{0});
     }
 }
 
