@@ -14,6 +14,7 @@
 #include "kr_buffer.h"
 #include "kr_buffer/buffer_find.h"
 #include "kr_buffer/buffer_kernels.h"
+#include "kr_buffer/buffer_needle.h"
 #include "kr_simd/simd_machine.h"
 
 namespace
@@ -211,15 +212,22 @@ TEST(BufferFind, SearchingGivesUpWithinItsCredit)
 {
     namespace Kernels = Internal::Buffer::Narrow;
     using CSearch = Kernels::TNeedleSearch<Kernels::CBlock, Kernels::SExactBytes, Kernels::End_Counted>;
+    u32 givenUp = 0;
     for (const SHardCase &hard : HardCases(40000))
     {
-        const u32 length = LengthToFind(hard.m_Text);
+        // With some places walked over before the first try, which pay for more.
+        const std::string text = std::string(1000, '-') + hard.m_Text;
+        const u32 length = LengthToFind(text);
         const u32 needleLength = LengthToFind(hard.m_Needle);
-        CSearch search(reinterpret_cast<const u8 *>(hard.m_Text.data()), length,
+        CSearch search(reinterpret_cast<const u8 *>(text.data()), length,
                        {reinterpret_cast<const u8 *>(hard.m_Needle.data()), needleLength, 0, needleLength - 1, 0});
-        search.Find();
-        EXPECT_LE(search.Spent(), CSearch::MostSpent(length) + needleLength);
+        const Internal::Buffer::SNeedleFound found = search.Find();
+        // What it had walked over paid for all but the last try.
+        const bool gaveUp = found.m_Outcome == Internal::Buffer::NeedleFound_GaveUp;
+        EXPECT_LE(search.Spent(), 4096u + 16u * (gaveUp ? found.m_Place : length) + 8u + needleLength);
+        givenUp += gaveUp ? 1 : 0;
     }
+    EXPECT_GT(givenUp, 0u);
 }
 
 TEST(BufferFind, EveryPeriodicNeedleIsFoundAsTheModelSays)
@@ -353,6 +361,135 @@ TEST(BufferFind, ATerminatedTextHoldsTheEmptyNeedleAndNoLongerOne)
     EXPECT_EQ(FoundInTerminated(text.c_str(), text.size(), ""), 0u);
     EXPECT_EQ(FoundInTerminated(text.c_str(), text.size(), (text + 'a').c_str()), std::string::npos);
     EXPECT_EQ(FoundInTerminated(text.c_str(), text.size(), text.c_str()), 0u);
+}
+
+TEST(BufferFind, ATerminatedTextHoldsNoNeedleThatIsFarLonger)
+{
+    const CGuardedText text(std::string(1000, 'a'));
+    const std::string needle(2000, 'a');
+    EXPECT_EQ(FoundInTerminated(text.Get(), 1000, needle.c_str()), std::string::npos);
+}
+
+TEST(BufferFind, OfANeedleOfTwoCharactersATerminatedTextHoldsBoth)
+{
+    EXPECT_EQ(FoundInTerminated((std::string(999, 'a') + "b").c_str(), 1000, "ab"), 998u);
+    EXPECT_EQ(FoundInTerminated(std::string(1000, 'a').c_str(), 1000, "ab"), std::string::npos);
+}
+
+namespace
+{
+
+// All searches in a text that ends with a terminator, of which that from behind and those in counted text do not know.
+void ExpectOnlyAt(size_t place, const char *text, size_t length, const std::string &needle)
+{
+    const u32 count = static_cast<u32>(length);
+    const u32 needleCount = LengthToFind(needle);
+    const auto placeOf = [text](const char *found)
+    { return found != nullptr ? static_cast<size_t>(found - text) : kNoPlace; };
+    EXPECT_EQ(placeOf(SNativeStringUtils::Find(text, count, needle.data(), needleCount)), place);
+    EXPECT_EQ(placeOf(SNativeStringUtils::FindCase(text, count, needle.data(), needleCount)), place);
+    EXPECT_EQ(placeOf(Internal::Buffer::FindLastInCounted(text, count, needle.data(), needleCount)), place);
+    EXPECT_EQ(placeOf(Internal::Buffer::FindLastInCountedCase(text, count, needle.data(), needleCount)), place);
+    EXPECT_EQ(FoundInTerminated(text, length, needle.c_str()), place);
+}
+
+// Calls `check(text)` for a text of its own, and a terminator behind it, at both ends of memory.
+template <typename Check>
+void AtBothEndsOfMemory(const std::string &text, const Check &check)
+{
+    const CGuardedPage page(text.size() + 1);
+    for (char *const begin : {page.Begin(), page.Last(text.size() + 1)})
+    {
+        std::memcpy(begin, text.c_str(), text.size() + 1);
+        check(begin);
+    }
+}
+
+} // namespace
+
+// Fewer places than a block has, and the rarest character at the needle's front or far behind it.
+TEST(BufferFind, ANeedleNearlyAsLongAsItsTextIsFoundInEveryPlace)
+{
+    constexpr size_t kLength = 520;
+    for (size_t needleLength = kLength - 20; needleLength <= kLength; ++needleLength)
+    {
+        for (const size_t rarest : {size_t{0}, size_t{40}})
+        {
+            std::string needle(needleLength, 'a');
+            needle[rarest] = 'Q';
+            needle.back() = 'b';
+            std::string absent = needle;
+            absent[300] = 'c';
+            for (size_t place = 0; place + needleLength <= kLength; ++place)
+            {
+                std::string text(kLength, 'a');
+                text.replace(place, needleLength, needle);
+                const auto check = [&](char *begin)
+                {
+                    ExpectOnlyAt(place, begin, kLength, needle);
+                    ExpectOnlyAt(kNoPlace, begin, kLength, absent);
+                    if (place == 0)
+                        return;
+                    begin[place - 1] = '\0';
+                    EXPECT_EQ(FoundInTerminated(begin, kLength, needle.c_str()), kNoPlace);
+                };
+                AtBothEndsOfMemory(text, check);
+            }
+        }
+    }
+}
+
+namespace
+{
+
+// Of two letters by turns but for one place, so that a text of these letters by turns nearly holds it at every other
+// place, which is more than the search by blocks may try in vain.
+constexpr size_t kTurns = 1200;
+
+std::string NeedleOfTurns()
+{
+    std::string needle = Repeated("ab", 80);
+    needle[61] = 'a';
+    return needle;
+}
+
+void ExpectThatSearchesGiveUp(const std::string &text, const std::string &needle)
+{
+    namespace Kernels = Internal::Buffer::Narrow;
+    const u32 length = LengthToFind(text);
+    const u8 *const bytes = reinterpret_cast<const u8 *>(text.data());
+    const Internal::Buffer::SNeedle wanted = Internal::Buffer::NeedleFor(length, needle.data(), LengthToFind(needle));
+    EXPECT_EQ(Kernels::FindNeedle(bytes, length, wanted).m_Outcome, Internal::Buffer::NeedleFound_GaveUp);
+    EXPECT_EQ(Kernels::FindNeedleCase(bytes, length, wanted).m_Outcome, Internal::Buffer::NeedleFound_GaveUp);
+    EXPECT_EQ(Kernels::FindNeedleTerminated(bytes, length, wanted).m_Outcome, Internal::Buffer::NeedleFound_GaveUp);
+    EXPECT_EQ(Kernels::FindLastNeedle(bytes, length, wanted).m_Outcome, Internal::Buffer::NeedleFound_GaveUp);
+    EXPECT_EQ(Kernels::FindLastNeedleCase(bytes, length, wanted).m_Outcome, Internal::Buffer::NeedleFound_GaveUp);
+}
+
+} // namespace
+
+TEST(BufferFind, WhereTheSearchGivesUpANeedleIsFoundInEveryPlace)
+{
+    const std::string needle = NeedleOfTurns();
+    const std::string turns = Repeated("ab", kTurns);
+    ExpectThatSearchesGiveUp(turns, needle);
+    // The last place among them; at even ones it looks as the text does.
+    for (size_t place = 0; place + needle.size() <= kTurns; place += 7)
+    {
+        std::string text = turns;
+        text.replace(place, needle.size(), needle);
+        AtBothEndsOfMemory(text, [&](char *begin) { ExpectOnlyAt(place, begin, kTurns, needle); });
+    }
+}
+
+TEST(BufferFind, WhereTheSearchGivesUpNothingOutsideOfTheTextIsFound)
+{
+    const std::string needle = NeedleOfTurns();
+    const std::string turns = Repeated("ab", kTurns);
+    AtBothEndsOfMemory(turns, [&](char *begin) { ExpectOnlyAt(kNoPlace, begin, kTurns, needle); });
+    // In front of the text and behind it there are needles.
+    const std::string around = needle + needle + turns + '\0' + needle + needle;
+    ExpectOnlyAt(kNoPlace, around.data() + 2 * needle.size(), kTurns, needle);
 }
 
 TEST(BufferFind, ATerminatedTextIsSearchedInLinearTimeForANeedleThatRecursInPart)
