@@ -170,6 +170,18 @@ TEST(SearchSteps, LongNeedlesThatDifferInTheMiddle)
     }
 }
 
+// A text of no known length is searched a window at a time; of so long a needle each window holds a few.
+TEST(SearchSteps, NeedlesLongerThanAWindowInTextsOfNoLength)
+{
+    const std::string needle = std::string(100000, 'a') + "b";
+    const SInput input = {"a^n b", {std::string(300000, 'a'), needle}};
+    const char *const text = input.m_Case.m_Text.c_str();
+    ExpectLinear("Contains, no length", input,
+                 [&] { static_cast<void>(SNativeStringUtils::Contains(text, needle.c_str())); });
+    ExpectLinear("Contains, no length, no case", input,
+                 [&] { static_cast<void>(SNativeStringUtils::ContainsCase(text, needle.c_str())); });
+}
+
 TEST(SearchSteps, EveryShortTextAndNeedle)
 {
     for (const std::string &needle : EveryText("ab", 3))

@@ -156,18 +156,34 @@ TYPED_TEST(BufferWalkWider, LongWalksTakeWideBlocksFromABoundaryOn)
     }
 }
 
+TYPED_TEST(BufferWalkWider, WalksOfLessThan32BlocksTakeWideBlocksFromTheirBeginningOn)
+{
+    constexpr u32 kBytes = TypeParam::CKernels::kBlockBytes;
+    for (size_t offset = 16; offset < kBytes; offset += 16)
+    {
+        const u8 *const data = AddressOf(4096 + offset);
+        EXPECT_EQ(TypeParam::CKernels::WalkSteps(data, 32 * kBytes - 1, 10000).front().second, kBytes) << offset;
+        EXPECT_EQ(TypeParam::CKernels::WalkSteps(data, 32 * kBytes, 10000).front().second, 16u) << offset;
+    }
+}
+
 TYPED_TEST(BufferWalkWider, MisalignedTextsHaveNoBoundaryToReach)
 {
     constexpr u32 kBytes = TypeParam::CKernels::kBlockBytes;
     for (size_t offset = 1; offset < 16; ++offset)
     {
         size_t reached = 0;
+        size_t firstWide = 40 * kBytes;
         for (const auto &step : TypeParam::CKernels::WalkSteps(AddressOf(4096 + offset), 40 * kBytes + 5, 10000))
         {
             ASSERT_EQ(step.first, reached);
             reached += step.second;
+            if (step.second == kBytes)
+                firstWide = QVMin(firstWide, step.first);
         }
         ASSERT_EQ(reached, 40 * kBytes + 5);
+        // No more of the tail's blocks than an aligned text has before a boundary.
+        ASSERT_LE(firstWide, kBytes - 16) << offset;
     }
 }
 

@@ -152,6 +152,8 @@ TYPED_TEST(BufferWiderForms, TheLastByteIsFoundInEveryPlaceAtBothEndsOfMemory)
     {
         for (char *const text : {page.Begin(), page.Begin() + 1, page.Last(length)})
         {
+            // None stands around it.
+            page.Fill();
             std::memset(text, 'a', length);
             ASSERT_EQ(CKernels::LastOfByte(text, length, 'b'), Internal::Buffer::kNoIndex);
             for (u32 place = 0; place < length; ++place)

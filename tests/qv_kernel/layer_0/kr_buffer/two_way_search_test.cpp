@@ -1,6 +1,7 @@
 // The two-way search: what it finds, and the comparisons that it takes.
 #include "kr_buffer/two_way_search.h"
 
+#include <cstring>
 #include <random>
 #include <string>
 #include <vector>
@@ -8,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "every_text.h"
+#include "guarded_page.h"
 #include "hard_needles.h"
 #include "search_model.h"
 
@@ -214,6 +216,61 @@ TEST(TwoWaySearchBackwards, HardNeedlesStayWithinTheBoundWithAndWithoutCase)
             EXPECT_LE(comparisons, MostComparisons(hard.m_Text, hard.m_Needle));
         }
     }
+}
+
+// Both ends of text and needle, each beside protected memory.
+
+TEST(TwoWaySearch, NeitherTextNorNeedleIsReadOutsideOfItsCount)
+{
+    const CGuardedPage textPage;
+    const CGuardedPage needlePage;
+    for (const std::string &text : EveryText("ab", 6))
+    {
+        for (const std::string &needle : EveryText("ab", 4))
+        {
+            if (needle.empty())
+                continue;
+            for (const bool atEnd : {false, true})
+            {
+                char *const t = atEnd ? textPage.Last(text.size()) : textPage.Begin();
+                char *const n = atEnd ? needlePage.Last(needle.size()) : needlePage.Begin();
+                std::memcpy(t, text.data(), text.size());
+                std::memcpy(n, needle.data(), needle.size());
+                const char *const first = Buffer::FindTwoWay<Buffer::SCaseMatters>(t, text.size(), n, needle.size());
+                ASSERT_EQ(first != nullptr ? static_cast<size_t>(first - t) : std::string::npos, text.find(needle))
+                    << text << " " << needle;
+                const char *const last = Buffer::FindLastTwoWay<Buffer::SCaseMatters>(t, text.size(), n, needle.size());
+                ASSERT_EQ(last != nullptr ? static_cast<size_t>(last - t) : std::string::npos, text.rfind(needle))
+                    << text << " " << needle;
+            }
+        }
+    }
+}
+
+TEST(TwoWaySearch, WhatStandsBehindTheTextIsNotFound)
+{
+    const std::string needle = "abaab";
+    // All but the last characters of the needle belong to the text, more and more of them.
+    for (size_t length = 0; length < 2 * needle.size(); ++length)
+    {
+        const std::string front = std::string(length < needle.size() ? 0 : length - needle.size() + 1, 'x');
+        const std::string memory = front + needle + needle;
+        EXPECT_EQ(Buffer::FindTwoWay<Buffer::SCaseMatters>(memory.data(), length, needle.data(), needle.size()),
+                  nullptr)
+            << length;
+    }
+}
+
+// What the bounds above rest on. Preparing "ab" takes two comparisons in each of the two orders, b being another letter
+// and coming behind a or before it, and one that finds that "a" does not recur; finding it in itself takes one to come to
+// a candidate, and then each character once.
+TEST(TwoWaySearch, EveryComparisonIsCounted)
+{
+    SComparisonCounter counter;
+    const Buffer::TTwoWaySearch<Buffer::SCaseMatters, SComparisonCounter> search("ab", 2, counter);
+    EXPECT_EQ(counter.m_Comparisons, 5u);
+    EXPECT_EQ(search.FindIn("ab", 2), 0u);
+    EXPECT_EQ(counter.m_Comparisons, 8u);
 }
 
 TEST(TwoWaySearchBackwards, ItsCallersGetThePlaceInTheText)
