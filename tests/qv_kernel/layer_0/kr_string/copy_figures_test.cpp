@@ -116,6 +116,7 @@ QV_TEST_EDIT(EditSlashAndCounted, string.AppendSlashAnd("cd", 2))
 QV_TEST_EDIT(EditSlash, string /= "cd")
 QV_TEST_EDIT(EditSlashOfATemporary, string = std::move(string) / "cd")
 QV_TEST_EDIT(EditAppendSlash, string.AppendSlash())
+QV_TEST_EDIT(EditReserve, static_cast<void>(string.Reserve(100)))
 
 const char kText[] = " ab/**/ ";
 constexpr u32 kTextLength = sizeof(kText) - 1;
@@ -170,6 +171,7 @@ const SEdit kGrowing[] = {
     {"AppendSlashAnd", &EditSlash},
     {"operator/", &EditSlashOfATemporary},
     {"AppendSlash", &EditAppendSlash},
+    {"Reserve", &EditReserve},
 };
 
 // Whether the address lies in the edit's function.
@@ -285,6 +287,41 @@ TEST_F(StringCopyFigures, EditsOfStringsThatNobodySharesCountNothing)
         CString string = Resizable(kText);
         edit.m_Edit(string);
     }
+    EXPECT_EQ(since.Get().m_PrivateCopies, 0u);
+}
+
+TEST_F(StringCopyFigures, GrowingASharedStringOfOneCharacterCounts)
+{
+    CString string = Resizable("a");
+    const CString other = string;
+    const CSince since;
+    string.Append("b");
+    EXPECT_EQ(since.Get().m_PrivateCopies, 1u);
+    EXPECT_EQ(since.Get().m_PrivateCharacters, 1u);
+}
+
+TEST_F(StringCopyFigures, GrowingAStringWithoutCharactersCountsNothing)
+{
+    const CSince since;
+    CString none[3];
+    none[0].Insert(0, "a");
+    none[1].AppendSlashAnd("a");
+    EXPECT_TRUE(none[2].Reserve(100));
+    CString cleared = Resizable("");
+    const CString other = cleared;
+    cleared.Insert(0, "a");
+    EXPECT_EQ(since.Get().m_PrivateCopies, 0u);
+}
+
+// A new container for another reason than that somebody shares the old one.
+TEST_F(StringCopyFigures, JoiningAPathToAPieceOfItselfCountsNothing)
+{
+    CString path = Resizable("ab/cd", 100);
+    const CStringContainer *const before = ContainerOf(path);
+    const CSince since;
+    path.AppendSlashAnd(path.Data(), 2);
+    EXPECT_EQ(TextOf(path), "ab/cd/ab");
+    EXPECT_NE(ContainerOf(path), before);
     EXPECT_EQ(since.Get().m_PrivateCopies, 0u);
 }
 
@@ -468,6 +505,37 @@ TEST_F(StringCopyFigures, ThreadsCountForThemselvesAndNothingIsLost)
 }
 
 #if QV_MEM_TRACKING
+
+// Those of one place differ by their names alone. Leaves the table full, so it runs in a copy of the process.
+TEST_F(StringCopyFigures, CopySitesTellAsManyPlacesApartAsTheTableHolds)
+{
+    if (!QV_TEST_HAS_FORK)
+        GTEST_SKIP() << QV_TEST_NO_FORK;
+    const int fault = RunInCopy(
+        []
+        {
+            static const char names[512][2] = {};
+            const u64 before = AllSites().size();
+            if (before >= 512)
+                return 1;
+            for (u64 i = 0; i < 512 - before; ++i)
+            {
+                const Internal::String::CEditScope scope(names[i], kText);
+                Internal::String::CountPrivateCopy(1, nullptr);
+            }
+            const std::vector<CSite> sites = AllSites();
+            if (sites.size() != 512)
+                return 2;
+            for (u64 i = 0; i < 512 - before; ++i)
+            {
+                const auto isIt = [&](const CSite &site) { return site.m_Edit == names[i] && site.m_Copies == 1; };
+                if (std::count_if(sites.begin(), sites.end(), isIt) != 1)
+                    return 3;
+            }
+            return 0;
+        });
+    EXPECT_EQ(fault, 0);
+}
 
 // Leaves the table full, so it runs in a copy of the process.
 TEST_F(StringCopyFigures, CopySitesBeyondTheTableAreOnePlaceWithoutAName)
