@@ -307,6 +307,39 @@ TEST(StringReplace, GapsOfEveryLengthBetweenOccurrencesAreKept)
     }
 }
 
+TEST(StringReplace, LongStretchesAroundOccurrencesOfTheSameLengthAreKept)
+{
+    for (const size_t patternLength : {1u, 2u, 600u, 1025u})
+    {
+        const std::string pattern = std::string(patternLength - 1, 'p') + "q";
+        const std::string replacement(patternLength, 'r');
+        for (const size_t inFront : {0u, 1u, 1023u, 1024u, 1025u, 3000u})
+            for (const size_t behind : {0u, 1u, 1024u, 3000u})
+            {
+                const std::string text = std::string(inFront, '-') + pattern + std::string(inFront, '+') + pattern +
+                                         std::string(behind, '=');
+                EXPECT_TRUE(TextOf(Fixed(text).Replace(ViewOf(pattern), ViewOf(replacement))) ==
+                            ModelReplaced(text, pattern, replacement))
+                    << patternLength << " characters behind " << inFront << " and in front of " << behind;
+            }
+    }
+}
+
+// Behind a gap that is too long to be kept, occurrences are searched for again.
+TEST(StringReplace, OccurrencesBehindALongGapAreReplacedUpToTheRefusedOne)
+{
+    const std::string text = std::string(70000, '-') + "#a#b#c#";
+    const CString source = Fixed(text);
+    const std::vector<size_t> occurrences = ModelOccurrences(text, "#");
+    for (size_t made = 0; made < occurrences.size(); ++made)
+    {
+        const CChoosyAllocator choosy([=](u64 nth, u64) { return nth == 1 || nth == 3 + made; });
+        const std::vector<size_t> replaced(occurrences.begin(),
+                                           occurrences.begin() + static_cast<std::ptrdiff_t>(made));
+        EXPECT_TRUE(TextOf(source.Replace("#", "++")) == ModelReplacedAt(text, replaced, 1, "++")) << made;
+    }
+}
+
 TEST(StringReplace, OccurrencesThatAreCutOffByRefusedMemoryAreNotReplacedFromTheirGaps)
 {
     std::string text;
@@ -390,6 +423,39 @@ TEST(StringReplace, NothingOutsideTextPatternAndReplacementIsTouchedAtTheEndOfMe
             }
         }
     }
+}
+
+// Gaps are copied some characters at a time where there is room for that on both sides. Of what is replaced by nothing
+// the text has more than the result.
+TEST(StringReplace, NothingOutsideTextAndResultIsTouchedByGapsAtTheEndOfMemory)
+{
+    CPageEndAllocator allocator;
+    for (const size_t gap : {63u, 64u, 65u, 100u, 128u, 129u, 511u, 512u, 513u})
+        for (const size_t count : {1u, 2u})
+            for (const std::string &behind :
+                 {std::string(), std::string("z"), std::string(64, 'z'), std::string(65, 'z'), std::string(200, '#')})
+            {
+                std::string text;
+                for (size_t i = 0; i < count; ++i)
+                    text += std::string(gap, static_cast<char>('a' + i)) + "#";
+                text += behind;
+                const CString source = Fixed(text);
+                for (const size_t replacementLength : {0u, 2u, 16u, 200u})
+                {
+                    const std::string replacement(replacementLength, 'r');
+                    const CString result = source.Replace("#", ViewOf(replacement));
+                    ASSERT_EQ(TextOf(result), ModelReplaced(text, "#", replacement));
+                    ExpectWellFormed(result);
+                }
+            }
+}
+
+TEST(StringReplace, AReplacementOfNothingIsNotRead)
+{
+    const CGuardedPage page;
+    const CString source("abc");
+    for (const u32 length : {1u, 2u, 3u, 16u, 17u})
+        ExpectText(source.Replace("xy", CStringView(page.End(), length)), "abc");
 }
 
 // Refused memory.
@@ -509,6 +575,22 @@ TEST(StringReplace, GrowingKeepsTheReplacementsMadeBeforeABufferIsRefused)
             ExpectText(result, "");
         }
     }
+}
+
+// The text's own buffer of 8 bytes, then 10, 12 and 14: two at a time are held, and with the source's block the last two
+// are beyond the limit.
+TEST(StringReplace, GrowingMatchByMatchHoldsEachBufferUntilTheNextOneIsThere)
+{
+    CTestAllocator allocator;
+    const CString source("a-b-c-d");
+    const u64 limit = allocator.LiveBytes() + 12 + 14 - 1;
+    const auto refuses = [&](u64 nth, u64 size)
+    {
+        const bool isBuffer = size < ReplacedFixedBytes(0);
+        return nth == 1 || (isBuffer && allocator.LiveBytes() + size > limit);
+    };
+    const CChoosyAllocator choosy(refuses);
+    ExpectText(source.Replace("-", "+++"), "a+++b+++c-d");
 }
 
 TEST(StringReplace, GrowingRefusedItsWorkBufferGivesAnEmptyString)
