@@ -1042,6 +1042,78 @@ TEST(StringFuzzyTop, AnEntryWhoseLengthAloneRulesItOutIsNotLookedAt)
     }
 }
 
+// Whatever entries of other lengths came before it: what those need is not what a longer one needs.
+TEST(StringFuzzyTop, ALongEntryThatItsLengthRulesOutIsNotWeighedBehindOthersThatItDoesNot)
+{
+    const CString query = Fixed(std::string(60, 'q'));
+    for (const size_t length : {253u, 254u, 255u, 256u})
+    {
+        const std::vector<CString> one = {Fixed(std::string(length, 'q'))};
+        const std::vector<CString> two = {one[0], Fixed(std::string(500, 'q'))};
+        const auto requests = [&](const std::vector<CString> &strings)
+        {
+            CTestAllocator allocator;
+            TArray<SElement> out;
+            // The length of the first one allows 120 of 316 or more, that of the long one 120 of 560.
+            EXPECT_TRUE(query.FuzzyMatchList_Top(ListOf(strings), out, 0.3f, 1));
+            EXPECT_EQ(out.Count(), 1u);
+            return allocator.RequestCount();
+        };
+        EXPECT_EQ(requests(two), requests(one)) << length;
+    }
+}
+
+TEST(StringFuzzyTop, AnEntryOfOneCharacterOrForAQueryOfOneIsNotLookedAtWhereTheLengthRulesItOut)
+{
+    for (const size_t length : {1u, 60u})
+    {
+        const CString query = Fixed(std::string(61 - length, 'q'));
+        const std::vector<CString> unreadable = {Fixed(std::string(length, 'q'))};
+        CStringContainer &container = *ContainerOf(unreadable[0]);
+        char *const characters = FieldAt<char *>(container, kCharactersOffset);
+        SetFieldAt<char *>(container, kCharactersOffset, nullptr);
+        EXPECT_TRUE(Top(query, ListOf(unreadable), 0.5f, 1).empty());
+        SetFieldAt(container, kCharactersOffset, characters);
+    }
+}
+
+// A weight that fills the list counts for the entries behind it: not at once, but before a few hundred of them.
+TEST(StringFuzzyTop, AnEntryThatIsNoBetterThanWhatFillsTheListIsNotLookedAt)
+{
+    CBrokenString unreadable;
+    std::vector<CString> strings = {CString("abcdef")};
+    strings.resize(300, CString("abc"));
+    strings.push_back(unreadable.Get());
+    EXPECT_EQ(Top(CString("abcdef"), ListOf(strings), 0.0f, 1), (std::vector<FuzzyModelElement>{{0, 1.0f}}));
+}
+
+TEST(StringFuzzyTop, AnEntryWhoseLettersRuleItOutIsNotWeighed)
+{
+    const CString query = Fixed(std::string(60, 'q'));
+    const std::vector<CString> strings = {Fixed(std::string(500, 'z'))};
+    CTestAllocator allocator;
+    {
+        TArray<SElement> out;
+        // The length allows 120 of 560, which is more.
+        EXPECT_TRUE(query.FuzzyMatchList_Top(ListOf(strings), out, 0.2f, 1));
+        EXPECT_TRUE(out.Empty());
+        // The output's block, and no row.
+        EXPECT_EQ(allocator.Requests().size(), 1u);
+    }
+}
+
+// Of 300 characters in 300, 255 matches would do.
+TEST(StringFuzzyTop, AnEntryOfALongQueryIsKeptHoweverManyMatchesItNeeds)
+{
+    const std::string text(300, 'q');
+    const std::vector<CString> strings = {Fixed(text)};
+    for (const u32 matches : {1u, 253u, 254u, 255u, 256u, 299u})
+    {
+        const float tolerance = static_cast<float>(300 + matches) / 600.0f;
+        EXPECT_EQ(Top(Fixed(text), ListOf(strings), tolerance, 1), (std::vector<FuzzyModelElement>{{0, 1.0f}}));
+    }
+}
+
 // The bound by length must not rule out what would just do.
 TEST(StringFuzzyTop, AnEntryThatReachesTheToleranceByItsLengthIsKept)
 {
