@@ -12,6 +12,7 @@
 
 #include "edge_allocators.h"
 #include "every_text.h"
+#include "first_report.h"
 #include "guarded_text.h"
 #include "kr_string.h"
 #include "odd_allocators.h"
@@ -1853,6 +1854,23 @@ TEST(StringReserve, ReserveOfNoLengthAStringCanHaveAsksForNothing)
     EXPECT_EQ(none.Data(), nullptr);
     ExpectText(string, "abc");
     ExpectReports(recorder, {});
+}
+
+// One that could grow in place, of a piece that is not among the shortest.
+TEST(StringConcatenation, AContainerWithoutCharactersIsReportedBeforeItIsRead)
+{
+    if (!QV_TEST_HAS_FORK || !kSitesReport)
+        GTEST_SKIP() << "without copies of the process, or without assertions";
+    const std::string piece(40, 'x');
+    const auto broken = []
+    {
+        CString string = Resizable("abc");
+        SetFieldAt<char *>(*ContainerOf(string), kCharactersOffset, nullptr);
+        return string;
+    };
+    const char *const check = "CStringContainer::SafeData(m_Container.Get()) != null";
+    EXPECT_TRUE(ReportsFirst(check, [&] { broken().Append(piece.c_str()); }));
+    EXPECT_TRUE(ReportsFirst(check, [&] { broken().Prepend(piece.c_str()); }));
 }
 
 TEST(StringReserve, ReserveReportsAContainerWithoutCharacters)

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "every_text.h"
+#include "first_report.h"
 #include "kr_string.h"
 #include "odd_allocators.h"
 #include "refusal_sweep.h"
@@ -136,6 +137,47 @@ TEST(StringPathJoin, ARightSideFromTheRoomBehindTheTextMayOverlapItsNewPlace)
     ExpectReports(recorder, {});
 }
 
+TEST(StringPathJoin, ARightSideWithATerminatorIsJoinedInPlaceAsAnyOther)
+{
+    CTestAllocator allocator;
+    CString path = Resizable("a", 100);
+    const char *const data = path.Data();
+    path.AppendSlashAnd("b\0c", 3);
+    EXPECT_EQ(path.Data(), data);
+    EXPECT_EQ(TextOf(path), std::string("a/b\0c", 5));
+}
+
+// What shares no character with the kept left side is joined in place, be it next to that, all else in a new container.
+TEST(StringPathJoin, ARightSideThatSharesCharactersWithTheLeftOneIsJoinedInANewContainer)
+{
+    QV_TEST_NEEDS_ZEROS_BEHIND_TEXTS();
+    const struct
+    {
+        std::string m_Left;
+        u32 m_First; // where the right side begins in the room of the left one
+        u32 m_Count;
+        std::string m_Joined;
+        bool m_InPlace;
+    } rows[] = {
+        {"abc", 0, 1, "abc/a", false},
+        {"abc", 2, 1, "abc/c", false},
+        {"abc", 2, 2, std::string("abc/c\0", 6), false},
+        {"abc", 3, 2, std::string("abc/\0\0", 6), true},
+        {"", 0, 2, std::string("\0\0", 2), false},
+        {"", 1, 2, std::string("\0\0", 2), true},
+    };
+    for (const auto &row : rows)
+    {
+        SCOPED_TRACE(::testing::Message() << row.m_Count << " from " << row.m_First << " of " << row.m_Left);
+        CTestAllocator allocator;
+        CString path = Resizable(row.m_Left, 100);
+        const char *const data = path.Data();
+        path.AppendSlashAnd(data + row.m_First, row.m_Count);
+        EXPECT_EQ(TextOf(path), row.m_Joined);
+        EXPECT_EQ(path.Data() == data, row.m_InPlace);
+    }
+}
+
 TEST(StringPathJoin, BackslashesAreReportedAndKept)
 {
     {
@@ -180,6 +222,31 @@ TEST(StringPathOperator, BackslashesAreReportedAndKept)
     ExpectReports(recorder, {left, right});
 }
 
+TEST(StringPathJoin, BackslashesAnywhereInPiecesOfAnyLengthAreReported)
+{
+    for (const size_t length : {1u, 2u, 63u, 64u, 65u, 300u})
+        for (const size_t place : {size_t(0), length / 2, length - 1})
+        {
+            SCOPED_TRACE(::testing::Message() << "at " << place << " of " << length);
+            std::string piece(length, 'a');
+            piece[place] = '\\';
+            CAssertRecorder recorder;
+            const CString left = Fixed(piece);
+            ExpectText(left / "b", piece + "/b");
+            ExpectReports(recorder, {"aLen == 0 || !_ContainsBackSlash(a, length)"});
+            recorder.Clear();
+            const CString plain("b");
+            ExpectText(plain / ViewOf(piece), "b/" + piece);
+            ExpectReports(recorder, {"bLen == 0 || !_ContainsBackSlash(b, length)"});
+            recorder.Clear();
+            // Also in front of a terminator.
+            CString path(plain);
+            path.AppendSlashAnd((piece + std::string("\0c", 2)).data(), LengthOf(piece) + 2);
+            EXPECT_EQ(TextOf(path), "b/" + piece + std::string("\0c", 2));
+            ExpectReports(recorder, {"bLen == 0 || !_ContainsBackSlash(b, length)"});
+        }
+}
+
 TEST(StringPathJoin, BackslashesBehindTheCountOrATerminatorAreNotSeen)
 {
     CAssertRecorder recorder;
@@ -200,6 +267,26 @@ TEST(StringPathJoin, ReportsALostTerminator)
     path.AppendSlashAnd("b");
     ExpectReports(recorder, {"*writeTo == 0"});
     EXPECT_EQ(TextOf(path), "a/b");
+}
+
+TEST(StringPathJoin, AContainerWithoutCharactersIsReportedBeforeItIsRead)
+{
+    if (!QV_TEST_HAS_FORK || !kSitesReport)
+        GTEST_SKIP() << "without copies of the process, or without assertions";
+    const std::string longer(40, 'x');
+    EXPECT_TRUE(ReportsFirst("aLen == 0 || a != null",
+                             [&]
+                             {
+                                 CBrokenString broken;
+                                 broken.Get().AppendSlashAnd("x");
+                             }));
+    EXPECT_TRUE(ReportsFirst("aLen == 0 || a != null",
+                             [&]
+                             {
+                                 CBrokenString broken;
+                                 const CString &left = broken.Get();
+                                 static_cast<void>(left / longer.c_str());
+                             }));
 }
 
 TEST(StringPathJoin, RefusedReportsAndLeavesTheStringUnchanged)
@@ -433,11 +520,13 @@ TEST(JoinPath, EveryFourPiecesOfLettersAndSlashes)
 TEST(JoinPath, PiecesOfEveryLength)
 {
     CAssertRecorder recorder;
-    const std::string letters(130, 'x');
-    for (size_t length = 1; length <= letters.size(); ++length)
+    for (size_t length = 1; length <= 130; ++length)
     {
         SCOPED_TRACE(length);
-        const std::string piece = letters.substr(0, length);
+        // No two have a character in the same place: memory that is used again holds other ones.
+        std::string piece;
+        for (size_t i = 0; i < length; ++i)
+            piece += static_cast<char>('a' + (i + length) % 26);
         CheckJoinAll({piece, "b"});
         CheckJoinAll({"a", piece});
         CheckJoinAll({'/' + piece, piece, piece + '/'});
