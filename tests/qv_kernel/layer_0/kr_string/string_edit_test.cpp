@@ -204,6 +204,14 @@ TEST(StringEdit, ReversedOfAnEmptyStringIsEmptyAndAllocatesNothing)
     EXPECT_EQ(allocator.RequestCount(), requests);
 }
 
+TEST(StringEdit, ReversedOfAContainerWithoutCharactersIsEmpty)
+{
+    CAssertRecorder recorder;
+    CBrokenString broken;
+    EXPECT_EQ(broken.Get().Reversed().Data(), nullptr);
+    ExpectReports(recorder, {});
+}
+
 TEST(StringEdit, ReversedRefusedIsEmptyAndLeavesTheSource)
 {
     struct SState
@@ -401,6 +409,22 @@ TEST(StringEdit, StripRemovesCharactersOfTheSetFromBothEnds)
     CString string(" \tab c \t");
     EXPECT_EQ(&string.Strip("\t "), &string);
     ExpectText(string, "ab c");
+}
+
+TEST(StringEdit, StripMovesATextOfAnyLengthToTheFront)
+{
+    for (const size_t length : {1u, 2u, 31u, 32u, 33u, 62u, 63u, 64u, 65u, 66u, 100u, 1000u})
+    {
+        std::string text;
+        for (size_t i = 0; i < length; ++i)
+            text += static_cast<char>('a' + i % 23);
+        for (const size_t blanks : {1u, 3u, 40u, 200u})
+        {
+            const std::string padding(blanks, ' ');
+            ExpectText(Fixed(padding + text + padding).Strip(" "), text);
+            ExpectText(Fixed(padding + text + padding).StripLeft(" "), text + padding);
+        }
+    }
 }
 
 TEST(StringEdit, StripTellsCaseAndAllBytesApart)

@@ -403,6 +403,23 @@ TEST(StringSearch, FindTextAndFindLastTextDoNotSeeWhatLiesBehindTheLength)
     EXPECT_EQ(At(string.FindText(CStringView("\0c", 2))), -1);
 }
 
+// Where the string's last block ends there is no more memory.
+TEST(StringSearch, FindNextOfATextReadsNothingBehindTheStringWhateverTheStart)
+{
+    CPageEndAllocator allocator;
+    for (const size_t length : {607u, 1023u, 2047u})
+    {
+        std::string text(length, '.');
+        text.replace(length - 2, 2, "ab");
+        const CString string = Fixed(text);
+        for (const u32 start : {0u, 1u, 63u, 64u, 95u, 511u})
+        {
+            EXPECT_EQ(At(string.FindNextOf("ba", start)), -1) << length << " from " << start;
+            EXPECT_EQ(At(string.FindNextOf("ab", start)), AtOf(length - 2)) << length << " from " << start;
+        }
+    }
+}
+
 TEST(StringSearch, FindTextAndFindLastTextAgreeWithTheModelForEveryShortText)
 {
     const std::vector<std::string> texts = EveryText(std::string("aA\0", 3), kSlow ? 4 : 5);

@@ -371,6 +371,29 @@ TEST(StringSplit, AnArrayThatCannotGrowIsReportedAndTheSplitIsFalse)
     }
 }
 
+// What is reported of a piece finds the array as it is.
+TEST(StringSplit, WhatAPieceReportsFindsThePiecesBeforeIt)
+{
+    if (!kSitesReport)
+        GTEST_SKIP() << "the library was built without assertions";
+    static const TArray<CString> *pieces;
+    static std::vector<u32> counts;
+    TArray<CString> array;
+    ASSERT_TRUE(array.Reserve(8));
+    pieces = &array;
+    counts.clear();
+    const Assert::FHandler before = Assert::SetHandler(
+        [](const char *, const char *, int, const char *, const char *, const char *)
+        {
+            counts.push_back(pieces->Count());
+            return 2;
+        });
+    EXPECT_TRUE(Fixed(std::string("a\0b,cd,e\0f", 10)).Split(',', array));
+    Assert::SetHandler(before);
+    EXPECT_EQ(array.Count(), 3u);
+    EXPECT_EQ(counts, (std::vector<u32>{0, 2}));
+}
+
 TEST(StringSplit, APieceWhoseMemoryIsRefusedIsStoredEmpty)
 {
     TArray<CString> out;
