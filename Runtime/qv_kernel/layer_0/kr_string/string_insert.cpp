@@ -34,14 +34,13 @@ PStringContainer NewWithPiece(const char *text, u32 textLength, u32 index, const
     return container;
 }
 
-// Of a piece that lies within the text, what stands behind the place moves on with the text.
+// Of a piece that lies within the text: one that begins behind the place moves on with the text; of any other, what the
+// text leaves behind where it moves on is there still.
 void InsertOwnText(char *data, u32 oldLength, u32 index, const char *piece, u32 length)
 {
-    const u32 first = static_cast<u32>(piece - data);
-    const u32 inFront = first < index ? QVMin(length, index - first) : 0;
-    Mem::Copy_Overlapped(data + index + length, data + index, oldLength - index);
-    Mem::Internal::CopyDisjoint(data + index, data + first, inFront);
-    Mem::Internal::CopyDisjoint(data + index + inFront, data + first + inFront + length, length - inFront);
+    char *const place = data + index;
+    Mem::Copy_Overlapped(place + length, place, oldLength - index);
+    Mem::Copy_Overlapped(place, piece < place ? piece : piece + length, length);
 }
 
 // The same of what does not end within the text: put behind the text first, since that might be moved on top of it.
