@@ -40,15 +40,15 @@ void SplitListed(TArray<CString> &outPieces, const char *text, u32 length, const
 void SplitListedBeyondTerminators(TArray<CString> &outPieces, const char *text, u32 length, const u8 *table)
 {
     TStringSink<Piece_Any> sink(outPieces);
-    const char *cur = text;
     const char *const end = text + length;
-    while (cur < end && *cur != '\0')
+    for (const char *cur = text; cur < end && *cur != '\0';)
     {
         const char *stop = cur;
         while (stop < end && table[static_cast<u8>(*stop)] == 0)
             ++stop;
         sink.Add(cur, static_cast<u32>(stop - cur));
-        cur = stop < end ? stop + 1 : stop;
+        // Behind the last piece, this is behind the terminator.
+        cur = stop + 1;
     }
 }
 

@@ -113,7 +113,7 @@ bool TPredicateSplit<Piece>::_CutUpTo(u32 end)
 template <typename Piece>
 bool TPredicateSplit<Piece>::_Finish()
 {
-    const u32 length = m_InPiece && m_First < m_Length ? m_Length - m_First : 0;
+    const u32 length = m_InPiece ? m_Length - m_First : 0;
     if (length == 0)
         return true;
     return _UseSink([&](auto &&sink) { return sink.Add(m_Data + m_First, length); });
