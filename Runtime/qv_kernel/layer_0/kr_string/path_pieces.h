@@ -21,8 +21,7 @@ inline bool ContainsBackslash(const char *str, u32 length)
 {
     if (length <= Buffer::kMaxShortScan && !Buffer::HoldsTerminator(str, length))
         return Buffer::Holds(str, length, kBackslash);
-    const u32 textLength = Buffer::LengthWithin(str, length);
-    return textLength != 0 && __builtin_memchr(str, kBackslash, textLength) != nullptr;
+    return __builtin_memchr(str, kBackslash, Buffer::LengthWithin(str, length)) != nullptr;
 }
 
 // The place of the first backslash or terminator in a container's text, or its length. Requires: the resizable form, and

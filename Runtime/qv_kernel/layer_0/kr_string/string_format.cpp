@@ -17,12 +17,10 @@ CString CString::VAFormat(const char *format, va_list args) noexcept
     // a block.
     constexpr u32 kStackBytes = 512;
     char buffer[kStackBytes];
-    char *const bufferLast = buffer + kStackBytes - 1;
-    *bufferLast = '\0';
+    const char *const bufferLast = buffer + kStackBytes - 1;
     u32 length = 0;
+    // Null, of length 0, when there is no result.
     char *formatted = SNativeStringUtils::VAFormat(buffer, bufferLast, length, format, args);
-    if (formatted == nullptr)
-        return CString();
     CString result(CStringContainer::New(formatted, length));
     if (formatted != buffer)
         Mem::_RawFree(formatted, Mem::AllocType_Generic, Mem::Origin_Alloc, QV_INTERNAL_MEM_SITE);

@@ -20,7 +20,6 @@ namespace
 using Internal::String::CCharacterSet;
 using Internal::String::CountLeading;
 using Internal::String::IndexOf;
-using Internal::String::IsNullOrEmpty;
 
 } // namespace
 
@@ -114,8 +113,6 @@ bool CString::Empty(const char *blanks) const noexcept QV_NONBLOCKING
 {
     if (Empty())
         return true;
-    if (IsNullOrEmpty(blanks))
-        return false;
     // Characters behind a terminator, which is in no set, do not count.
     const char *data = Data();
     return data[CountLeading(data, Length(), CCharacterSet(blanks))] == '\0';
