@@ -27,6 +27,8 @@ struct SReplacing
     }
 
     bool Grows() const { return m_Replacement.Length() > m_Pattern.Length(); }
+    // How much by each occurrence. Requires: Grows.
+    u32 Growth() const { return m_Replacement.Length() - m_Pattern.Length(); }
 };
 
 // Appends bytes to what was written. Returns the new end.

@@ -31,8 +31,7 @@ using Internal::String::WriteSameLength;
 u32 CountOccurrences(const SReplacing &replacing, CMatchOffsets &offsets)
 {
     const u32 length = replacing.m_Text.Length();
-    const u32 growth = replacing.Grows() ? replacing.m_Replacement.Length() - replacing.m_Pattern.Length() : 0;
-    const u32 limit = growth != 0 ? (Internal::String::kRefusedLength - 1 - length) / growth : length;
+    const u32 limit = replacing.Grows() ? (Internal::String::kRefusedLength - 1 - length) / replacing.Growth() : length;
     u32 count = 0;
     u32 endOfLast = 0;
     const auto onMatch = [&](u32 at)
@@ -136,8 +135,7 @@ CString ReplaceByOtherLength(const SReplacing &replacing)
     CMatchOffsets offsets;
     const u32 count = CountOccurrences(replacing, offsets);
     const u64 newLength = LengthReplaced(replacing, count);
-    if (newLength == 0)
-        return CString();
+    // Null for no characters, too, which nothing grows to.
     PStringContainer written = CStringContainer::New(null, Internal::String::CheckedLength(newLength));
     if (written == null)
         return replacing.Grows() ? ReplaceMatchByMatch(replacing, count, offsets) : CString();
