@@ -12,7 +12,9 @@ if [ $# -gt 1 ] || [ "${pattern#-}" != "$pattern" ]; then
 fi
 folder=build/mutation
 left_out=$(grep -v '^#' tests/mutation/left_out_tests.txt | sed 's/ .*//' | paste -s -d :)
-drivers=$(for driver in tests/drivers/*.cpp; do basename "$driver" .cpp; done)
+# How long one mutant is put to the tests of a program, in the seconds that they take without it: those of its own file and
+# folder come first, and who lives on for so long is seldom caught by the rest.
+budget=5
 
 # Runs what is given in the background of a progress line, and shows what it said only when it failed.
 #   quietly <what is done> <command...>
@@ -59,7 +61,8 @@ try_shares()
     share=0
     while [ "$share" -lt "$jobs" ]; do
         awk "NR % $jobs == $share" "$chosen" >"${chosen}_$share"
-        nice "$1" --reach="$folder/reach" --mutants="${chosen}_$share" --results="$folder/results_$2_$share" &
+        nice "$1" --reach="$folder/reach" --mutants="${chosen}_$share" --results="$folder/results_$2_$share" \
+            --budget=$budget &
         share=$((share + 1))
     done
     wait
@@ -68,10 +71,7 @@ try_shares()
 # The same of drivers, one after the other.
 try_drivers()
 {
-    paths=$(for driver in $drivers; do echo "$folder/build/tests/qv_driver_$driver"; done)
-    # The paths are words.
-    # shellcheck disable=SC2086
-    nice /usr/bin/python3 tests/mutation/programs.py "$chosen" "$folder/results_drivers" $paths
+    nice /usr/bin/python3 tests/mutation/programs.py "$chosen" "$folder/results_drivers" "$folder"/build/tests/qv_driver_*
 }
 
 # Leaves in $chosen, of those of a list, the mutants that nothing has killed and that are not known to be equivalent.
@@ -95,14 +95,14 @@ quietly 'finding places of the tracking build' /usr/bin/python3 tests/mutation/m
     "$folder/tracking/tree" "$all_mutants" "$mutants" QV_MEM_TRACKING=1
 cat "$folder/log"
 
-# The drivers' targets are words.
-# shellcheck disable=SC2046,SC2086
-build "$folder" '' qv_kernel_tests qv_kernel_thread_tests $(printf 'qv_driver_%s ' $drivers)
+build "$folder" '' qv_kernel_tests qv_kernel_thread_tests drivers qv_kernel_exhaustive_tests
 grep -E -e "$pattern" "$mutants" >"$chosen"
 try_tests "$folder/build/tests/qv_kernel_tests" units
 choose_survivors "$chosen"
-try_tests "$folder/build/tests/qv_kernel_thread_tests" threads
-choose_survivors "$chosen"
+for program in thread exhaustive; do
+    try_tests "$folder/build/tests/qv_kernel_${program}_tests" $program
+    choose_survivors "$chosen"
+done
 while_waiting "asking the drivers about $(wc -l <"$chosen") mutants" try_drivers
 
 build "$folder/tracking" -DQV_MEM_TRACKING=ON qv_kernel_tests
