@@ -374,6 +374,30 @@ struct SMoveOnlyOrder
     static bool Equal(const std::unique_ptr<int> &a, const std::unique_ptr<int> &b) { return *a == *b; }
 };
 
+// Counts assignments to itself, behind which types of the standard library may have any value.
+class CNeverOntoItself
+{
+public:
+    explicit CNeverOntoItself(u32 key) : m_Key(key) {}
+    CNeverOntoItself(CNeverOntoItself &&other) noexcept = default;
+    CNeverOntoItself &operator=(CNeverOntoItself &&other) noexcept
+    {
+        s_OntoThemselves += this == &other ? 1 : 0;
+        m_Key = other.m_Key;
+        return *this;
+    }
+
+    static bool Less(const CNeverOntoItself &a, const CNeverOntoItself &b) { return a.m_Key < b.m_Key; }
+    static bool Equal(const CNeverOntoItself &a, const CNeverOntoItself &b) { return a.m_Key == b.m_Key; }
+
+    static u32 s_OntoThemselves;
+
+private:
+    u32 m_Key;
+};
+
+u32 CNeverOntoItself::s_OntoThemselves = 0;
+
 struct STextOrder
 {
     static bool Less(const CString &a, const CString &b) { return a < b; }
@@ -797,6 +821,21 @@ TEST(QuickSort, MovesElementsThatCannotBeCopied)
     QuickSort<SMoveOnlyOrder>(array.Begin(), array.End());
     for (u32 i = 0; i < 100; ++i)
         EXPECT_EQ(*array[i], static_cast<int>(i));
+}
+
+// The adversary's input brings the heap sort in.
+TEST(QuickSort, MovesNoElementOntoItself)
+{
+    for (const Keys &keys : {SAdversary::Make(500), SortedKeys(500), ReversedKeys(500), OrganPipeKeys(500),
+                             Keys(500, 5), RandomKeys(500, 1000, 1), RandomKeys(500, 4, 2), RandomKeys(12, 12, 3)})
+    {
+        std::vector<CNeverOntoItself> elements;
+        for (const u32 key : keys)
+            elements.emplace_back(key);
+        QuickSort<CNeverOntoItself>(elements.data(), elements.data() + elements.size());
+        EXPECT_TRUE(std::is_sorted(elements.begin(), elements.end(), &CNeverOntoItself::Less));
+    }
+    EXPECT_EQ(CNeverOntoItself::s_OntoThemselves, 0u);
 }
 
 TEST(QuickSort, AllocatesNothingAndCountsNoReference)
