@@ -64,8 +64,8 @@ void DropCache(SThreadCache *cache)
 // Gives all blocks of a cache back to the heap and to the platform, and then its own memory.
 void FlushAndDropCache(SThreadCache *cache)
 {
-    for (u32 sizeClass = 1; sizeClass < kSmallClassCount; ++sizeClass)
-        Process().m_Heap.GiveAll(cache->m_Bins.m_First[sizeClass]);
+    for (SFreeBlock *&first : cache->m_Bins.m_First)
+        Process().m_Heap.GiveAll(first);
     for (const SKeptLarge &kept : cache->m_Large)
         DropLarge(kept.m_Block);
     DropCache(cache);
