@@ -74,6 +74,14 @@ int LittleIsTakenAtFirst()
     return StatusBytes("VmSize:") - before <= (512u << 10) ? 0 : 2;
 }
 
+// Wherever nothing is kept short.
+int StringsTakeTheFastPathFromTheFirstOneOn()
+{
+    if (UsesFastPath() || !UseStrings(1))
+        return 1;
+    return UsesFastPath() && HasSmallBlocks() ? 0 : 2;
+}
+
 // What a real-time program does before it begins: all its memory is locked, as an ordinary user may do up to a limit.
 int MemoryCanBeLockedAfterTheFirstString()
 {
@@ -160,6 +168,7 @@ int GrowthEndsWhereSomebodyElsesMemoryBegins()
 }
 
 constexpr SProcessCase kCases[] = {
+    {"StringsTakeTheFastPathFromTheFirstOneOn", &StringsTakeTheFastPathFromTheFirstOneOn},
     {"LittleIsTakenAtFirst", &LittleIsTakenAtFirst},
     {"MemoryCanBeLockedAfterTheFirstString", &MemoryCanBeLockedAfterTheFirstString},
     {"StringsAreOwnBlocksWhereAddressesAreFew", &StringsAreOwnBlocksWhereAddressesAreFew},

@@ -74,9 +74,10 @@ bool g_RefusesThreadKeys = false;
 u32 g_ThreadKeys = 0;
 bool g_RefusesThreadValues = false;
 u32 g_ThreadValues = 0;
-bool g_HasNoChance = false; // for the process
-bool g_HasNoWords = false;  // for whoever asks
-timespec g_Now = {};        // where it is not zero
+const char *g_Preloaded = nullptr; // what the environment says, besides what it does
+bool g_HasNoChance = false;        // for the process
+bool g_HasNoWords = false;         // for whoever asks
+timespec g_Now = {};               // where it is not zero
 u32 g_Yields = 0;
 u32 g_Pauses = 0;
 long g_PageBytes = 0; // 0: the system's own
@@ -122,6 +123,7 @@ extern "C"
     int __real_pthread_setspecific(pthread_key_t key, const void *value);
     unsigned long __real_getauxval(unsigned long type);
     long __real_sysconf(int name);
+    char *__real_getenv(const char *name);
     int __real_msync(void *address, std::size_t bytes, int flags);
     long __real_syscall(long number, long first, long second, long third, long fourth);
     int __real_clock_gettime(clockid_t clock, timespec *now);
@@ -213,6 +215,12 @@ extern "C"
     long __wrap_sysconf(int name)
     {
         return name == _SC_PAGESIZE && g_PageBytes != 0 ? g_PageBytes : __real_sysconf(name);
+    }
+
+    char *__wrap_getenv(const char *name)
+    {
+        const bool isOurs = g_Preloaded != nullptr && std::strcmp(name, "LD_PRELOAD") == 0;
+        return isOurs ? const_cast<char *>(g_Preloaded) : __real_getenv(name);
     }
 
     int __wrap_msync(void *address, std::size_t bytes, int flags)
@@ -378,7 +386,7 @@ int AThreadThatCanHaveNoCacheTriesAgainAfterAsLong()
         const u32 before = g_ThreadValues;
         u32 asked = 0;
         while (g_ThreadValues == before && asked != kMany)
-            asked += AllocRaw(64) != nullptr ? 1 : 0;
+            asked += AllocRaw(64) != nullptr ? 1u : 0u;
         return asked;
     };
     const u32 first = askUntilItTries();
@@ -607,6 +615,18 @@ int WherePagesAreLargeSlabsHaveNoGuards()
     const bool areSmall = PortPageBytes() <= kMaxGuardBytes;
     return FirstFalse({large->BytesOfSlab() == kSlabBytes, !areSmall || small->BytesOfSlab() < kSlabBytes,
                        large->TakeOne(1) != nullptr});
+}
+
+int AProcessInWhichValgrindIsPreloadedIsWatched()
+{
+    g_Preloaded = "/usr/libexec/valgrind/vgpreload_core-amd64-linux.so";
+    return FirstFalse({IsWatched(), !HasSmallBlocks(), UseStrings()});
+}
+
+int AProcessInWhichSomethingElseIsPreloadedIsNotWatched()
+{
+    g_Preloaded = "/usr/lib/libsomething.so";
+    return FirstFalse({!IsWatched(), HasSmallBlocks(), UseStrings()});
 }
 
 // Two of them as one: what they share does not begin with a page.
@@ -1029,6 +1049,8 @@ constexpr SProcessCase kCases[] = {
     {"AProcessToWhichTheSystemGivesNoChanceUsesStrings", &AProcessToWhichTheSystemGivesNoChanceUsesStrings},
     {"WhereAddressesAreHintsThePlatformServes", &WhereAddressesAreHintsThePlatformServes},
     {"WherePagesAreLargeSlabsHaveNoGuards", &WherePagesAreLargeSlabsHaveNoGuards},
+    {"AProcessInWhichValgrindIsPreloadedIsWatched", &AProcessInWhichValgrindIsPreloadedIsWatched},
+    {"AProcessInWhichSomethingElseIsPreloadedIsNotWatched", &AProcessInWhichSomethingElseIsPreloadedIsNotWatched},
     {"WherePagesAreLargeTheCopiesFindWhatTheyShare", &WherePagesAreLargeTheCopiesFindWhatTheyShare},
     {"WhatIsNeverFinishedIsNotWaitedForLong", &WhatIsNeverFinishedIsNotWaitedForLong},
     {"WhatIsInTheMakingIsWaitedFor", &WhatIsInTheMakingIsWaitedFor},

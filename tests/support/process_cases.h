@@ -26,12 +26,12 @@ struct SProcessCase
     int (*m_Run)(); // answers 0 for success, or kCaseSkipped
 };
 
-// What a driver's main() answers. Skips all cases where small blocks are not our own: sanitizers need more addresses than
-// small limits leave, and their allocators do not go on in a copy of a busy process.
+// What a driver's main() answers. Skips all cases where small blocks are not to be our own: sanitizers need more addresses
+// than small limits leave, and their allocators do not go on in a copy of a busy process.
 template <std::size_t kCount>
 int RunCases(const SProcessCase (&cases)[kCount])
 {
-    if (RunInCopy([] { return Quorvane::Mem::Internal::HasSmallBlocks() ? 0 : kCaseSkipped; }) != 0)
+    if (!Quorvane::Mem::Internal::kHasSmallRange || Quorvane::Mem::Internal::IsWatched())
         return kCaseSkipped;
     int failed = 0;
     for (const SProcessCase &one : cases)

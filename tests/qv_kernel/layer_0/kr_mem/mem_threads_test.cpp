@@ -250,6 +250,25 @@ TEST_F(MemThreadsOwn, TheCachesOfAllThreadsAreInOneListUntilTheyEnd)
     EXPECT_EQ(AllCaches(), before);
 }
 
+TEST_F(MemThreadsOwn, ANewCacheIsEmptyAndHasRoomForBlocksOfAllClasses)
+{
+    OnAThread(
+        []
+        {
+            ASSERT_TRUE(Mem::Prewarm(0));
+            const SBins &bins = ThreadCache()->m_Bins;
+            for (u32 sizeClass = 1; sizeClass < kSmallClassCount; ++sizeClass)
+            {
+                EXPECT_TRUE(g_FreeLinks.IsEnd(bins.m_First[sizeClass])) << sizeClass;
+                EXPECT_EQ(bins.m_Vacant[sizeClass], kKeptBytesPerClass / ClassBytes(sizeClass)) << sizeClass;
+                EXPECT_EQ(bins.m_Raises[sizeClass], 0u) << sizeClass;
+                EXPECT_FALSE(bins.m_HasTaken[sizeClass]) << sizeClass;
+            }
+            // Nothing has the class of no size.
+            EXPECT_EQ(bins.m_Vacant[0], 0u);
+        });
+}
+
 TEST_F(MemThreadsOwn, AThreadWithoutACacheHasNoneToEnd)
 {
     OnAThread(
