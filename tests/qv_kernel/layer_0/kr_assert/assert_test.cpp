@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -130,6 +132,42 @@ int AllocatingHandler(const char *, const char *, int, const char *, const char 
     return 2;
 }
 
+// Handlers that run at the same time, each with a long message: every one is called within another one, on a thread of
+// its own.
+constexpr unsigned kLongMessage = 4000;
+
+struct SLongMessages
+{
+    unsigned m_Missing;
+    unsigned m_Whole;
+    unsigned m_OnStack;
+};
+
+SLongMessages g_LongMessages;
+
+bool IsOnThisStack(const void *address)
+{
+    const std::uintptr_t here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
+    const std::uintptr_t there = reinterpret_cast<std::uintptr_t>(address);
+    return (here > there ? here - there : there - here) < 64 * 1024;
+}
+
+void ReportLong()
+{
+    Assert::EvalAssertFormat("f", "g", 1, "e", "e", "%0*u", static_cast<int>(kLongMessage), g_LongMessages.m_Missing);
+}
+
+int LongMessageHandler(const char *, const char *, int, const char *, const char *, const char *message)
+{
+    const unsigned missing = g_LongMessages.m_Missing--;
+    if (g_LongMessages.m_Missing != 0)
+        std::thread(ReportLong).join();
+    const std::string expected = std::string(kLongMessage - 1, '0') + std::to_string(missing);
+    g_LongMessages.m_Whole += message == expected ? 1u : 0u;
+    g_LongMessages.m_OnStack += IsOnThisStack(message) ? 1u : 0u;
+    return 2;
+}
+
 size_t CountOf(const std::string &text, const std::string &part)
 {
     size_t count = 0;
@@ -200,11 +238,26 @@ TEST(AssertionHandler, FormattedMessagesAreCutAt4095Characters)
 TEST(AssertionHandler, FormattedMessagesOfEveryLengthReachTheHandlerWhole)
 {
     const CAssertRecorder recorder;
-    for (size_t length = 0; length <= 4095; length += length < 500 || (length > 520 && length < 4080) ? 37 : 1)
+    for (size_t length = 0; length <= 4095; ++length)
     {
+        // Each around the longest that is formatted on the stack, and around the longest of all.
+        if ((length < 500 || length > 520) && length < 4080 && length % 37 != 0)
+            continue;
         const std::string text(length, 'a');
         Assert::EvalAssertFormat("f", "g", 1, "e", "e", "%s", text.c_str());
         EXPECT_EQ(recorder.Last().m_Message, text);
+    }
+}
+
+TEST(AssertionHandler, LongMessagesOfFourHandlersAtATimeTakeNoneOfTheirStacks)
+{
+    const CHandlerScope scope(&LongMessageHandler);
+    for (const unsigned handlers : {1u, 4u, 5u, 4u})
+    {
+        g_LongMessages = {handlers, 0, 0};
+        ReportLong();
+        EXPECT_EQ(g_LongMessages.m_Whole, handlers);
+        EXPECT_LE(g_LongMessages.m_OnStack, handlers == 5 ? 1u : 0u);
     }
 }
 

@@ -137,6 +137,17 @@ TEST(BufferFind, CaseIsThatOfTheAsciiLettersInEveryLocale)
         });
 }
 
+TEST(BufferFind, EveryCharacterIsFoundInALongTextWithoutRegardToCase)
+{
+    for (int character = 0; character < 256; ++character)
+    {
+        std::string text(200, character != '.' ? '.' : ',');
+        text[150] = static_cast<char>(character);
+        ASSERT_EQ(FindCase(text, std::string(1, static_cast<char>(character))), 150u) << character;
+        ASSERT_EQ(FindCase(text, std::string(1, ModelLowerLetter(static_cast<char>(character)))), 150u) << character;
+    }
+}
+
 TEST(BufferFind, ANeedleIsFoundInEveryPlaceAndOnlyWhole)
 {
     for (const size_t needleLength : {1u, 2u, 3u, 15u, 16u, 17u, 31u})

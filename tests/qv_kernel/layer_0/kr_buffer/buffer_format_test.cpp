@@ -14,6 +14,7 @@
 #include "assert_recorder.h"
 #include "edge_allocators.h"
 #include "kr_buffer.h"
+#include "kr_buffer/printf_port.h"
 #include "kr_mem.h"
 #include "test_allocator.h"
 
@@ -104,6 +105,7 @@ TEST_F(BufferFormat, AResultOneCharacterTooLongGetsABlockOfExactlyItsSize)
     const SAllocatorCall call = m_Allocator.Calls()[0];
     EXPECT_EQ(call.m_Kind, SAllocatorCall::Kind_Alloc);
     EXPECT_EQ(call.m_Size, 17u);
+    EXPECT_EQ(call.m_Alignment, 0u);
     EXPECT_EQ(call.m_Type, Mem::AllocType_Generic);
     EXPECT_EQ(call.m_Origin, Mem::Origin_Alloc);
     EXPECT_EQ(call.m_Tag, "Kernel|Mem|Default");
@@ -125,6 +127,22 @@ TEST_F(BufferFormat, AFormatThatEndsWithinADirectiveIsThePlatforms)
         ASSERT_EQ(result != nullptr, length >= 0) << format;
         EXPECT_STREQ(result != nullptr ? result : "", length >= 0 ? expected : "") << format;
     }
+}
+
+TEST_F(BufferFormat, WhatFollowsALongDoubleIsNoPartOfItsDirective)
+{
+    char expected[64];
+    std::snprintf(expected, sizeof(expected), "%.1Lf n", 1.5L);
+    EXPECT_STREQ(Format(m_Buffer.First(), m_Buffer.Last(), m_Length, "%.1Lf n", 1.5L), expected);
+}
+
+TEST_F(BufferFormat, CountedOutputIsLookedForUpToTheTerminator)
+{
+    using Internal::Buffer::HasCountedOutput;
+    EXPECT_TRUE(HasCountedOutput("50%n"));
+    EXPECT_TRUE(HasCountedOutput("%\1%n"));
+    EXPECT_FALSE(HasCountedOutput("50%\0%n"));
+    EXPECT_FALSE(HasCountedOutput("50%-8\0%n"));
 }
 
 TEST_F(BufferFormat, AnArgumentThatChangesMeanwhileLeavesNoResult)

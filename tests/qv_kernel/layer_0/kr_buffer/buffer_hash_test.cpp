@@ -55,13 +55,19 @@ TEST(BufferHash, HashCaseIsTheSameOnEveryMachineAndInEveryBuild)
     // From a program of its own in another language.
     EXPECT_EQ(HashOf(""), 0x58DFE6D6AA3A4B8Eu);
     EXPECT_EQ(HashOf("a"), 0x40EA9B4045DF24D2u);
+    EXPECT_EQ(HashOf("Ab"), 0x5701190A8E78A7C5u);
     EXPECT_EQ(HashOf("Abc"), 0xAD9CA19854E2678Du);
     EXPECT_EQ(HashOf("texture"), 0x83F1361969BABC00u);
+    EXPECT_EQ(HashOf("Wood.png"), 0x95CF952D3A2418E2u);
     EXPECT_EQ(HashOf("Stone_Wall.PNG"), 0x1CA45F58C6018027u);
+    EXPECT_EQ(HashOf("Stone_Wall_2.PNG"), 0xAB97B7E38C9B5513u);
     EXPECT_EQ(HashOf(Letters(17)), 0x7400E69E152B1298u);
+    EXPECT_EQ(HashOf(Letters(32)), 0x793F602A4CA2851Du);
     EXPECT_EQ(HashOf(Letters(33)), 0x7EC605861C95CC67u);
     EXPECT_EQ(HashOf(Letters(64)), 0x1370F6032C6AE8A5u);
     EXPECT_EQ(HashOf(Letters(65)), 0x230C48BF62C35F48u);
+    EXPECT_EQ(HashOf(Letters(128)), 0x0FD5217BF4B493A5u);
+    EXPECT_EQ(HashOf(Letters(192)), 0xEE9FE5A6FFC378F2u);
     EXPECT_EQ(HashOf(Letters(200)), 0x8A9CBBA8228D2452u);
     EXPECT_EQ(HashOf(std::string("\0\xFF[@`{", 6)), 0x75431AEF48F97EF5u);
 }
@@ -149,6 +155,21 @@ TEST(BufferHash, HashCaseIsTheSameInEveryForm)
         const CWideChoice narrow(false);
         ASSERT_EQ(SNativeStringUtils::HashCase(exact.Get(), length), expected) << length;
     }
+}
+
+TEST(BufferHash, AStrideIsMixedIntoItsLanesAlone)
+{
+    struct SLanes
+    {
+        u64 m_Lanes[Internal::Buffer::kHashLanes];
+        u64 m_Canary;
+    };
+    const std::string stride = Letters(Internal::Buffer::kHashStride);
+    SLanes lanes = {{1, 2, 3, 4}, 5};
+    Narrow::Kernels::MixStrideCase<SBlockPortable>(lanes.m_Lanes, reinterpret_cast<const u8 *>(stride.data()));
+    EXPECT_EQ(lanes.m_Canary, 5u);
+    for (u32 i = 0; i < Internal::Buffer::kHashLanes; ++i)
+        EXPECT_NE(lanes.m_Lanes[i], i + 1);
 }
 
 TEST(BufferHash, HashCaseTellsLengthsApart)

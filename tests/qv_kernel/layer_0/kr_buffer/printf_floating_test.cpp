@@ -145,6 +145,16 @@ TEST_F(PrintfFloating, LongTextsAreWrittenWhereThereIsRoom)
     EXPECT_EQ(Made("f", DBL_MAX, 200), kLeft);
     EXPECT_EQ(Made("400f", DBL_MAX), kLeft);
     EXPECT_EQ(Made(".5000f", 1.0), kLeft);
+    // With as many places as are written at most, and with one more.
+    EXPECT_EQ(Made(".1100f", 1.5), OfPlatform(".1100f", 1.5));
+    EXPECT_EQ(Made(".1101f", 1.5), kLeft);
+}
+
+TEST_F(PrintfFloating, ALongTextIsLeftToThePlatformWhereItsWidthIsMore)
+{
+    EXPECT_EQ(Made("51.50f", 1.5), OfPlatform(".50f", 1.5));
+    EXPECT_EQ(Made("52.50f", 1.5), OfPlatform(".50f", 1.5));
+    EXPECT_EQ(Made("53.50f", 1.5), kLeft);
 }
 
 #endif

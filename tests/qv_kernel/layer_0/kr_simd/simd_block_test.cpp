@@ -186,6 +186,14 @@ TYPED_TEST(SimdBlock, EqualBytesMarksEveryPairOfEqualValues)
     }
 }
 
+TYPED_TEST(SimdBlock, EqualBytesComparesEachByteToTheOneInItsPlace)
+{
+    const TypeParam rising = BlockOf<TypeParam>(Ramp(0, 1));
+    EXPECT_EQ(BytesOf(TypeParam::EqualBytes(rising, rising)), MaskOf(0xFFFF));
+    EXPECT_EQ(BytesOf(TypeParam::EqualBytes(rising, BlockOf<TypeParam>(Ramp(8, 1)))), MaskOf(0));
+    EXPECT_EQ(BytesOf(TypeParam::EqualBytes(rising, BlockOf<TypeParam>(Ramp(0, 17)))), MaskOf(1));
+}
+
 TYPED_TEST(SimdBlock, LesserBytesTakesTheLesserOfEveryPairOfValues)
 {
     for (u32 a = 0; a < 256; ++a)

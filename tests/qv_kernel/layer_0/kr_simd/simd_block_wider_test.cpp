@@ -297,6 +297,7 @@ TEST(SimdBlockNarrow, BitsAreCountedAndFoundWithoutInstructions)
     for (u32 bit = 0; bit < 64; ++bit)
     {
         EXPECT_EQ(Narrow::LowestSetBit((~u64(0) >> bit) << bit), bit);
+        EXPECT_EQ(Narrow::LowestSetBit(u64(1) << bit), bit);
         EXPECT_EQ(Narrow::CountBits((~u64(0) >> bit) << bit), 64 - bit);
     }
 }
