@@ -298,11 +298,11 @@ public:
         return nullptr;
     }
 
-    Wrong WrongLines()
+    // Of lines so many columns apart.
+    Wrong WrongLines(u32 step)
     {
         SDifferences left[] = {{m_Boundary.m_Plus, 0}, {~0ull, 0}};
-        SDifferences lines[2] = {};
-        const u32 step = ColumnStepOf(m_Columns.Length());
+        SDifferences lines[2 * kMaxPlacedLength + 1] = {};
         const SGrid grid = {{0, 0, m_Rows.Length(), m_Columns.Length(), nullptr, left},
                             StripStepOf(2),
                             step,
@@ -310,24 +310,31 @@ public:
                             lines,
                             nullptr,
                             nullptr};
-        if (grid.m_LineCount < 2)
-            return nullptr;
+        std::memset(m_Carries, kCanary, sizeof(m_Carries));
         BeginCarries(m_Boundary, m_Carries, m_Columns.Length());
         Form::AdvanceRowsOfGrid(grid, SText::Of(m_Rows), SText::Of(m_Columns), m_Carries, m_Room);
-        for (u32 first = 0; first < m_Rows.Length(); first += kStripRows)
-        {
-            const u32 rows = QVMin(m_Rows.Length() - first, kStripRows);
-            QV_TEST_SAME(AreDifferences(lines[first / kStripRows], m_Matrix, first, rows, step), true);
-        }
+        const u32 strips = grid.m_Block.StripCount();
+        for (u32 line = 1; line < grid.m_LineCount; ++line)
+            for (u32 strip = 0; strip < strips; ++strip)
+            {
+                const u32 first = strip * kStripRows;
+                const u32 rows = QVMin(m_Rows.Length() - first, kStripRows);
+                QV_TEST_SAME(AreDifferences(grid.LineAt(line)[strip], m_Matrix, first, rows, line * step), true);
+            }
+        // Nothing is written behind either.
+        QV_TEST_SAME(lines[(grid.m_LineCount - 1) * strips].m_Plus, 0u);
+        QV_TEST_SAME(m_Carries[m_Columns.Length()], kCanary);
         return nullptr;
     }
 
 private:
+    static constexpr Carry kCanary = 0x77;
+
     CString m_Rows;
     CString m_Columns;
     CMatrix m_Matrix;
     SBoundary m_Boundary;
-    Carry m_Carries[kMaxPlacedLength];
+    Carry m_Carries[kMaxPlacedLength + 1];
     alignas(kBandAlignment) u8 m_Room[kBandRoom];
 };
 
@@ -346,7 +353,8 @@ TYPED_TEST(FuzzyKernelsExhaustive, EveryTwoLengthsHaveTheDistanceAndTheWaysOfThe
             {
                 ++cases;
                 CWalks<TypeParam> walks(TextOf(rows, hit, 'a'), TextOf(columns, hit, 'A'));
-                for (const Wrong wrong : {walks.WrongDistance(), walks.WrongWays(), walks.WrongLines()})
+                for (const Wrong wrong :
+                     {walks.WrongDistance(), walks.WrongWays(), walks.WrongLines(kGridColumns), walks.WrongLines(9)})
                     ASSERT_EQ(wrong, nullptr) << rows << " and " << columns << ", hit " << hit;
             }
         }

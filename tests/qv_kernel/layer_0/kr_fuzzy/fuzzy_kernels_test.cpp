@@ -78,6 +78,22 @@ protected:
 using Forms = testing::Types<SNarrow, SWide, SWidest>;
 TYPED_TEST_SUITE(FuzzyKernels, Forms, );
 
+// Fails the test when it is not that of the recurrence, or when more differences are written than there are columns.
+template <typename Form>
+void ExpectDistance(const std::string &rows, const std::string &columns)
+{
+    constexpr Carry kCanary = 0x77;
+    const CString rowString = Fixed(rows);
+    const CString columnString = Fixed(columns);
+    std::vector<Carry> carries(columns.size() + 1, kCanary);
+    const bool needsBlock = columns.size() >= kMinBlockLength;
+    // Of equal lengths, the rows are the other text.
+    ASSERT_EQ(Form::Distance(SText::Of(rowString), SText::Of(columnString), needsBlock ? carries.data() : nullptr),
+              FuzzyModelDistance(columns, rows))
+        << rows.size() << " and " << columns.size();
+    ASSERT_EQ(carries.back(), kCanary) << rows.size() << " and " << columns.size();
+}
+
 TYPED_TEST(FuzzyKernels, EveryPairOfLengthsHasTheDistanceOfTheRecurrence)
 {
     const size_t lengths[] = {1, 2, 15, 16, 17, 31, 32, 33, 63, 64, 65, 127, 128, 129, 200, 255, 256, 300, 520, 700};
@@ -89,16 +105,37 @@ TYPED_TEST(FuzzyKernels, EveryPairOfLengthsHasTheDistanceOfTheRecurrence)
                 continue;
             const std::string columns = source.Random("abc", columnCount);
             const std::string rows = source.Misspelt(columns, "abc", rowCount);
-            // Of equal lengths, the rows are the other text.
-            const unsigned expected = FuzzyModelDistance(columns, rows);
-            const CString rowString = Fixed(rows);
-            const CString columnString = Fixed(columns);
-            std::vector<Carry> carries(columnCount);
-            ASSERT_EQ(TypeParam::Distance(SText::Of(rowString), SText::Of(columnString),
-                                          columnCount < kMinBlockLength ? nullptr : carries.data()),
-                      expected)
-                << rowCount << " and " << columnCount;
+            ASSERT_NO_FATAL_FAILURE(ExpectDistance<TypeParam>(rows, columns));
         }
+}
+
+// Rows that are left out at the front, or behind some that match, cross the boundaries of strips and of bands.
+TYPED_TEST(FuzzyKernels, ADistanceMayLeaveOutManyRowsInARow)
+{
+    struct SPair
+    {
+        std::string m_Begin;
+        u32 m_LeftOut;
+        std::string m_Common;
+    };
+    CFuzzyTexts source(28);
+    // Of few different characters, and of more than the tables of several strips have room for.
+    const std::string few = source.Random("abc", 560);
+    const std::string many = source.Random("0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefgh", 200);
+    const SPair pairs[] = {{"", 65, few.substr(0, 63)},
+                           {"", 70, few.substr(0, 130)},
+                           {"", 130, few.substr(0, 200)},
+                           {"", 70, many},
+                           {"", 130, many},
+                           {"=+=+=+", 130, many},
+                           {"", 520, few},
+                           {"=+=+=+", 506, few}};
+    for (const SPair &pair : pairs)
+    {
+        const std::string rows = pair.m_Begin + std::string(pair.m_LeftOut, '-') + pair.m_Common;
+        const std::string columns = pair.m_Begin + pair.m_Common + std::string(pair.m_LeftOut, '*');
+        ASSERT_NO_FATAL_FAILURE(ExpectDistance<TypeParam>(rows, columns));
+    }
 }
 
 TYPED_TEST(FuzzyKernels, StripsSideBySideHaveTheDistanceOfTheRecurrence)
@@ -168,6 +205,33 @@ TYPED_TEST(FuzzyKernels, LanesHaveTheWeightsOfTheRecurrence)
             ExpectWeights<typename TypeParam::template TLanes<u16>>(queryLength, source);
         ExpectWeights<typename TypeParam::template TLanes<u32>>(queryLength, source);
     }
+}
+
+// The longest query there may be, and a text with its terminator in place of a character.
+template <typename Lanes>
+void ExpectNoMatchOfTheTerminator()
+{
+    const std::string query(Lanes::kMaxQuery, 'a');
+    std::string text = query;
+    for (size_t place = 0; place < text.size(); ++place)
+    {
+        text.assign(query).replace(place, 1, 1, '\0');
+        const CString string = Fixed(text);
+        SLaneTexts laneTexts = {};
+        laneTexts.m_Data[0] = string.Data();
+        laneTexts.m_Lengths[0] = static_cast<u16>(string.Length());
+        Lanes lanes;
+        lanes.SetQuery(query.c_str(), Lanes::kMaxQuery);
+        float weights[kLaneTexts];
+        lanes.Weigh(laneTexts, weights);
+        ASSERT_EQ(weights[0], FuzzyModelWeight(query, text)) << place;
+    }
+}
+
+TYPED_TEST(FuzzyKernels, TheTerminatorOfAQueryInLanesIsNoCharacterOfIt)
+{
+    ExpectNoMatchOfTheTerminator<typename TypeParam::template TLanes<u16>>();
+    ExpectNoMatchOfTheTerminator<typename TypeParam::template TLanes<u32>>();
 }
 
 } // namespace

@@ -200,6 +200,12 @@ TEST(StringFuzzyPositions, EveryPairOfShortTextsIsAlignedBest)
             }
 }
 
+struct SPair
+{
+    std::string m_Query;
+    std::string m_Other;
+};
+
 struct SLengths
 {
     size_t m_Query;
@@ -252,6 +258,46 @@ TEST(StringFuzzyPositions, PairsWhosePartsAreCutAreThoseOfTheWholeMatrix)
     EXPECT_EQ(Match(other, query), ModelPositions(other, query));
 }
 
+// Many characters in a row that are left out, of either text: the way back goes along the boundaries of the matrix, and of
+// parts.
+TEST(StringFuzzyPositions, AnAlignmentMayLeaveOutManyCharactersInARow)
+{
+    const std::string common = CFuzzyTexts(29).Random("abcd", 700);
+    const SPair pairs[] = {
+        // Along the first row, and down to the last one.
+        {"=" + std::string(600, '*') + common + std::string(600, '*'), "=" + common + "+"},
+        // Up the first column, from another band.
+        {"+=" + std::string(520, '-') + common, "=" + common + std::string(521, '*')},
+        // With and without a first row, as well, but for the boundary.
+        {std::string(70, '-') + std::string(130, 'c'), std::string(130, 'c') + std::string(70, '*')},
+        // Up the last column, which is a part of its own.
+        {common.substr(0, 399) + std::string(50, '-'), std::string(50, '*') + common.substr(0, 399)},
+    };
+    for (const SPair &pair : pairs)
+    {
+        EXPECT_EQ(Match(pair.m_Query, pair.m_Other), ModelPositions(pair.m_Query, pair.m_Other)) << pair.m_Query;
+        EXPECT_EQ(Match(pair.m_Other, pair.m_Query), ModelPositions(pair.m_Other, pair.m_Query)) << pair.m_Query;
+    }
+}
+
+// What is lost of a band is lost of the ways through it.
+TEST(StringFuzzyPositions, PartsOfEveryByteAreThoseOfTheWholeMatrix)
+{
+    std::string bytes;
+    for (unsigned i = 0; i < 1024; ++i)
+        bytes += static_cast<char>(i * 77 & 0xFF);
+    CFuzzyTexts source(30);
+    for (const size_t length : {1024u, 1100u})
+    {
+        const std::string other = source.Misspelt(bytes, "\x01\xFE#", length);
+        for (const bool wide : {true, false})
+        {
+            const CWideChoice choice(wide);
+            ASSERT_EQ(Match(bytes, other), ModelPositions(bytes, other)) << length << ", " << wide;
+        }
+    }
+}
+
 TEST(StringFuzzyPositions, MemoryIsLinearInTheLengths)
 {
     CTestAllocator allocator;
@@ -302,6 +348,29 @@ TEST(StringFuzzyPositions, NothingOutsideTheBlocksIsRead)
         EXPECT_TRUE(query.FuzzyMatchPositions(other, out));
         EXPECT_EQ(out.Count(), length < 41 - length ? length : 41 - length);
     }
+}
+
+// Lengths at which parts, bands or strips of rows begin with one row or column, and at which a block of memory ends with
+// the terminator.
+TEST(StringFuzzyPositions, NothingOutsideTheBlocksIsTouchedByPairsInParts)
+{
+    CPageEndAllocator allocator;
+    CFuzzyTexts source(31);
+    for (const SLengths lengths : {SLengths{79, 79}, SLengths{143, 1023}, SLengths{385, 385}, SLengths{449, 449},
+                                   SLengths{591, 623}, SLengths{1039, 1151}, SLengths{2111, 2111}})
+    {
+        const std::string query = source.Random("abcd", lengths.m_Query);
+        const std::string other = source.Misspelt(query, "abcd", lengths.m_Other);
+        const Positions expected = ModelPositions(query, other);
+        for (const bool wide : {true, false})
+        {
+            const CWideChoice choice(wide);
+            ASSERT_EQ(Match(query, other), expected) << lengths.m_Query << ", " << lengths.m_Other;
+        }
+    }
+    // A band more than eight, of texts whose alignment is plain.
+    const std::string text(4111, 'a');
+    EXPECT_EQ(Match(text, text).size(), text.size());
 }
 
 TEST(StringFuzzyPositions, RefusedMemoryAnswersFalseAndLeavesTheOutputEmpty)
