@@ -287,7 +287,7 @@ public:
         if (m_Rows.Length() > kStripRows)
             return nullptr;
         SWays ways[kMaxPlacedLength];
-        BeginCarries(m_Boundary, m_Carries, m_Columns.Length());
+        BeginCarries(m_Carries, m_Columns.Length());
         Form::KeepWays(SText::Of(m_Rows), SText::Of(m_Columns), {m_Boundary.m_Plus, 0}, m_Carries, ways);
         for (u32 j = 0; j < m_Columns.Length(); ++j)
             for (u32 i = 0; i < m_Rows.Length(); ++i)
@@ -311,7 +311,7 @@ public:
                             nullptr,
                             nullptr};
         std::memset(m_Carries, kCanary, sizeof(m_Carries));
-        BeginCarries(m_Boundary, m_Carries, m_Columns.Length());
+        BeginCarries(m_Carries, m_Columns.Length());
         Form::AdvanceRowsOfGrid(grid, SText::Of(m_Rows), SText::Of(m_Columns), m_Carries, m_Room);
         const u32 strips = grid.m_Block.StripCount();
         for (u32 line = 1; line < grid.m_LineCount; ++line)

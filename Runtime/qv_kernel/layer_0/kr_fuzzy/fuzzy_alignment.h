@@ -113,7 +113,7 @@ private:
         for (u32 strip = 0; strip < m_Whole.StripCount(); ++strip)
             m_Whole.m_Left[strip] = {strip == 0 ? boundary.m_Plus : ~0ull, 0};
         m_Whole.m_Above = _Take<Carry>(m_ColumnText.m_Length);
-        BeginCarries(boundary, m_Whole.m_Above, m_ColumnText.m_Length);
+        BeginCarries(m_Whole.m_Above, m_ColumnText.m_Length);
     }
 
     // Not inline, as below: what one of them needs is not to lie on the stack of another.

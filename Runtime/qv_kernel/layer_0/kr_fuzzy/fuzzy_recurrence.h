@@ -69,11 +69,10 @@ constexpr SBoundary BoundaryOf(EBits bits, u32 textLength)
 // The horizontal difference between two columns in one row: bit 0 for what is not +1, bit 1 for -1.
 using Carry = u8;
 
-// Fills the differences along the top row.
-inline void BeginCarries(const SBoundary &boundary, Carry *carries, u32 textLength)
+// Fills the differences along the top row, where the bits hold the rows: all are 1.
+inline void BeginCarries(Carry *carries, u32 textLength)
 {
     std::memset(carries, 0, textLength);
-    carries[0] = static_cast<Carry>(boundary.m_FirstNotPlus);
 }
 
 // The weight of two texts of `total` characters at a distance: the same on every machine.

@@ -149,7 +149,7 @@ TYPED_TEST(FuzzyKernels, StripsSideBySideHaveTheDistanceOfTheRecurrence)
         const CString columnString = Fixed(columns);
         const SBoundary boundary = BoundaryOf(Bits_Rows, columnString.Length());
         std::vector<Carry> carries(columns.size());
-        BeginCarries(boundary, carries.data(), columnString.Length());
+        BeginCarries(carries.data(), columnString.Length());
         u32 distance = boundary.m_Top;
         ASSERT_TRUE(TypeParam::AdvanceStrips(SText::Of(rowString), boundary.m_Plus, SText::Of(columnString),
                                              carries.data(), distance));
