@@ -153,8 +153,9 @@ struct QV_INTERNAL_HIDDEN SBlockPortable
         u8 bytesB[kBytes];
         a.StorePadded(bytesA);
         b.StorePadded(bytesB);
-        for (u32 i = 0; i < kBytes; ++i)
-            bytesA[i] = QVMin(bytesA[i], bytesB[i]);
+        const u8 *other = bytesB;
+        for (u8 &byte : bytesA)
+            byte = QVMin(byte, *other++);
         return Padded(bytesA);
     }
 

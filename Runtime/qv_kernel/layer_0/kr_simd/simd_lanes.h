@@ -120,17 +120,8 @@ struct STextBytes
             mixed[i] = _mm256_unpacklo_epi8(rows[i].m_Bytes, rows[i + 4].m_Bytes);
             mixed[i + 4] = _mm256_unpackhi_epi8(rows[i].m_Bytes, rows[i + 4].m_Bytes);
         }
-        for (u32 i = 0; i < 8; i += 4)
-        {
-            const __m256i evenLow = _mm256_unpacklo_epi8(mixed[i], mixed[i + 2]);
-            const __m256i evenHigh = _mm256_unpackhi_epi8(mixed[i], mixed[i + 2]);
-            const __m256i oddLow = _mm256_unpacklo_epi8(mixed[i + 1], mixed[i + 3]);
-            const __m256i oddHigh = _mm256_unpackhi_epi8(mixed[i + 1], mixed[i + 3]);
-            outPairs[i].m_Bytes = _mm256_unpacklo_epi8(evenLow, oddLow);
-            outPairs[i + 1].m_Bytes = _mm256_unpackhi_epi8(evenLow, oddLow);
-            outPairs[i + 2].m_Bytes = _mm256_unpacklo_epi8(evenHigh, oddHigh);
-            outPairs[i + 3].m_Bytes = _mm256_unpackhi_epi8(evenHigh, oddHigh);
-        }
+        _TransposeMixed(mixed, outPairs);
+        _TransposeMixed(mixed + 4, outPairs + 4);
     }
 
     // A look-up's indices: the lower half of each byte whose upper half is that of `upperHalf`; for others, one that
@@ -145,6 +136,19 @@ struct STextBytes
     static QV_SIMD_INLINE CBytes TableOf(const u8 *entries) { return CBytes::Repeat(SBlockSse2::Padded(entries)); }
 
 protected:
+    // Of four, which hold eight characters of all texts.
+    static QV_SIMD_INLINE void _TransposeMixed(const __m256i *mixed, CBytes *outPairs)
+    {
+        const __m256i evenLow = _mm256_unpacklo_epi8(mixed[0], mixed[2]);
+        const __m256i evenHigh = _mm256_unpackhi_epi8(mixed[0], mixed[2]);
+        const __m256i oddLow = _mm256_unpacklo_epi8(mixed[1], mixed[3]);
+        const __m256i oddHigh = _mm256_unpackhi_epi8(mixed[1], mixed[3]);
+        outPairs[0].m_Bytes = _mm256_unpacklo_epi8(evenLow, oddLow);
+        outPairs[1].m_Bytes = _mm256_unpackhi_epi8(evenLow, oddLow);
+        outPairs[2].m_Bytes = _mm256_unpacklo_epi8(evenHigh, oddHigh);
+        outPairs[3].m_Bytes = _mm256_unpackhi_epi8(evenHigh, oddHigh);
+    }
+
     // The bits set in each byte (Mula).
     static QV_SIMD_INLINE __m256i _CountBits(__m256i bytes)
     {

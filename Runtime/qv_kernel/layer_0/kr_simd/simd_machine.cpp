@@ -23,9 +23,10 @@ u8 DetectWideInstructions() noexcept QV_NONBLOCKING
 bool AllowWideInstructions(bool allowed)
 {
     if (allowed)
-        return DetectWideInstructions() >= WideInstructions_Present;
-    g_WideInstructions.store(WideInstructions_Missing, std::memory_order_relaxed);
-    return false;
+        DetectWideInstructions();
+    else
+        g_WideInstructions.store(WideInstructions_Missing, std::memory_order_relaxed);
+    return HasWideInstructions();
 }
 
 bool AllowWidestInstructions(bool allowed)
