@@ -75,16 +75,16 @@ struct SRounded
     u64 m_Places; // what stands behind the point, as a whole number
 };
 
-// Of `fraction / 2 ^ shift`, which is less than 1, added to `whole`. Requires: 53 bits, a shift of 1 to 117.
+// Of `fraction / 2 ^ shift`, which is less than 1, added to `whole`. Requires: 53 bits, a shift of at most 117.
 SRounded RoundToPlaces(u64 whole, u64 fraction, u32 shift, u32 places)
 {
     const u64 power = kPowersOfTen.m_Powers[places];
     const CWide product = static_cast<CWide>(fraction) * power;
-    const CWide rest = product & ((static_cast<CWide>(1) << shift) - 1);
-    const CWide half = static_cast<CWide>(1) << (shift - 1);
+    const CWide one = static_cast<CWide>(1) << shift;
+    const CWide twiceRest = (product & (one - 1)) * 2;
     u64 behind = static_cast<u64>(product >> shift);
     const bool isOdd = ((places == 0 ? whole : behind) & 1) != 0;
-    if (rest > half || (rest == half && isOdd))
+    if (twiceRest > one || (twiceRest == one && isOdd))
         ++behind;
     return behind == power ? SRounded{whole + 1, 0} : SRounded{whole, behind};
 }
@@ -95,11 +95,10 @@ constexpr u32 kMaxRoundedExponent = 1075 + 10;
 // Requires: less than 2^63.
 SRounded RoundMagnitude(double value, u32 places)
 {
-    // The least exponent stands for the second one, without the bit that is not stored.
-    const u32 stored = StoredExponentOf(value);
-    const u64 hidden = stored != 0 ? u64(1) << kStoredBits : 0;
-    const u64 bits = (BitsOf(value) & ((u64(1) << kStoredBits) - 1)) | hidden;
-    const s32 exponent = static_cast<s32>(QVMax(stored, 1u)) - 1075;
+    // The numbers of the least exponent lack the bit that is not stored: with it, too, they are rounded to 0.
+    constexpr u64 kHiddenBit = u64(1) << kStoredBits;
+    const u64 bits = (BitsOf(value) & (kHiddenBit - 1)) | kHiddenBit;
+    const s32 exponent = static_cast<s32>(StoredExponentOf(value)) - 1075;
     if (exponent >= 0)
         return {bits << exponent, 0};
     const u32 shift = static_cast<u32>(-exponent);
