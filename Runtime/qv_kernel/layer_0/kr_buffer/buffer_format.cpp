@@ -31,7 +31,7 @@ u32 FormatWithin(char *buffer, std::size_t room, const char *format, va_list arg
     va_copy(taken, args);
     int length = FormatAsPrintf(buffer, room + 1, format, taken, FormatLocale_InForce);
     va_end(taken);
-    if (QV_INTERNAL_UNLIKELY(length < 0))
+    if (QV_INTERNAL_UNLIKELY(length == kLeftToPlatform))
     {
         va_copy(taken, args);
         length = PortFormat(buffer, room + 1, format, taken);

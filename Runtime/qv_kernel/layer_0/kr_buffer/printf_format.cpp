@@ -37,22 +37,22 @@ const char *LiteralEnd(const char *format)
     return percent != nullptr ? percent : format + std::strlen(format);
 }
 
-// Takes width and precision from the arguments where a directive wants them.
-// Returns: false for a width that has no magnitude.
-bool TakeStars(SPrintf &printf, SDirective &directive)
+// Takes width and precision from the arguments where a directive wants them. The least width there is has a magnitude that
+// makes the result too long.
+void TakeStars(SPrintf &printf, SDirective &directive)
 {
     if (directive.m_TakesWidth)
     {
         const int width = va_arg(printf.m_Args, int);
-        if (width == INT_MIN)
-            return false;
-        directive.m_Width = static_cast<u32>(width < 0 ? -width : width);
+        directive.m_Width = static_cast<u32>(width);
         if (width < 0)
+        {
+            directive.m_Width = WrappingDifference(0u, directive.m_Width);
             directive.m_Flags |= PrintfFlag_Left;
+        }
     }
     if (directive.m_TakesPrecision)
         directive.m_Precision = va_arg(printf.m_Args, int);
-    return true;
 }
 
 // An argument as a directive means it, which may be less than what is passed: its bits, with those of its sign in front.
@@ -139,8 +139,7 @@ bool PutFloatingArgument(SPrintf &printf, const SDirective &directive)
 
 bool PutDirective(SPrintf &printf, SDirective &directive)
 {
-    if (!TakeStars(printf, directive))
-        return false;
+    TakeStars(printf, directive);
     switch (directive.m_Kind)
     {
     case Directive_Percent:
@@ -166,7 +165,6 @@ bool PutDirective(SPrintf &printf, SDirective &directive)
 
 int FormatAsPrintf(char *buffer, std::size_t size, const char *format, va_list &args, EFormatLocale locale)
 {
-    constexpr int kLeftToPlatform = -1;
     if (QV_OWN_PRINTF == 0)
         return kLeftToPlatform;
     SPrintf printf = {CPrintfOutput(buffer, size), args, locale};

@@ -25,9 +25,12 @@ enum EFormatLocale : u8
     FormatLocale_InForce,
 };
 
+// Instead of a length, for a format that is left to the platform.
+constexpr int kLeftToPlatform = -1;
+
 // Formats as vsnprintf does, as far as there is room. Requires: a size of 1 at least.
-// Returns: the length of the whole result, which may be more than there is room for; negative where it leaves the format
-// to the platform, and then what is in the buffer means nothing. Takes of `args` what it needs, by reference: a copy of a
+// Returns: the length of the whole result, which may be more than there is room for; kLeftToPlatform where it leaves the
+// format to the platform, and then what is in the buffer means nothing. Takes of `args` what it needs, by reference: a copy of a
 // list that has just been made costs as much as a directive. No result holds a terminator.
 // Cost: linear in format, texts and result. Allocates: nothing.
 int FormatAsPrintf(char *buffer, std::size_t size, const char *format, va_list &args, EFormatLocale locale)

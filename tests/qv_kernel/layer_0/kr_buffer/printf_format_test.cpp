@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cfenv>
+#include <charconv>
 #include <climits>
 #include <clocale>
 #include <cstdarg>
@@ -26,8 +27,6 @@ namespace
 using namespace Quorvane;
 using namespace Quorvane::Internal::Buffer;
 
-constexpr int kLeftFlag = -1; // to the platform
-
 // Into a block of just `size` bytes, of which the first that no text takes are looked at. Not checked as a format, so that
 // anything may be given.
 int Made(std::string &out, std::size_t size, EFormatLocale locale, const char *format, ...)
@@ -38,8 +37,8 @@ int Made(std::string &out, std::size_t size, EFormatLocale locale, const char *f
     va_start(args, format);
     const int length = FormatAsPrintf(buffer.get(), size, format, args, locale);
     va_end(args);
-    if (length < 0)
-        return kLeftFlag;
+    if (length == kLeftToPlatform)
+        return length;
     const std::size_t written = std::min(size - 1, static_cast<std::size_t>(length));
     EXPECT_EQ(buffer[written], '\0');
     EXPECT_TRUE(written + 1 == size || buffer[written + 1] == '#');
@@ -68,7 +67,7 @@ void ExpectAsPlatform(const char *format, Arguments... arguments)
         const int made = Made(text, size, FormatLocale_C, format, arguments...);
         if (QV_OWN_PRINTF == 0)
         {
-            ASSERT_EQ(made, kLeftFlag);
+            ASSERT_EQ(made, kLeftToPlatform);
             return;
         }
         ASSERT_EQ(made, length) << format;
@@ -151,7 +150,7 @@ void ExpectIntegers(const std::string &size, Integer value)
                 else if (isDefined)
                     ExpectAsPlatform(whole.c_str(), value);
                 else
-                    ASSERT_EQ(LengthMade(whole.c_str(), value), kLeftFlag) << whole;
+                    ASSERT_EQ(LengthMade(whole.c_str(), value), kLeftToPlatform) << whole;
             }
     }
 }
@@ -194,7 +193,7 @@ TEST(PrintfFormat, WidthAndPrecisionComeFromTheArguments)
         ExpectAsPlatform("%.*d|%5.*x", number, 42, number, 42u);
         ExpectAsPlatform("%*.*o", number, -number, 42u);
     }
-    EXPECT_EQ(LengthMade("%*d", INT_MIN, 1), kLeftFlag);
+    EXPECT_EQ(LengthMade("%*d", INT_MIN, 1), kLeftToPlatform);
 }
 
 #if defined(__GLIBC__)
@@ -204,9 +203,10 @@ TEST(PrintfFormat, AddressesAreWrittenAsThePlatformWritesThem)
     const void *const pointer = &object;
     ExpectAsPlatform("%p|%30p|%-30p|%*p", pointer, pointer, pointer, -25, pointer);
     ExpectAsPlatform("%p", reinterpret_cast<const void *>(~std::uintptr_t(0)));
-    EXPECT_EQ(LengthMade("%p", static_cast<const void *>(nullptr)), kLeftFlag);
-    EXPECT_EQ(LengthMade("%+p", pointer), kLeftFlag);
-    EXPECT_EQ(LengthMade("%.3p", pointer), kLeftFlag);
+    EXPECT_EQ(LengthMade("%p", static_cast<const void *>(nullptr)), kLeftToPlatform);
+    EXPECT_EQ(LengthMade("%+p", pointer), kLeftToPlatform);
+    EXPECT_EQ(LengthMade("%.3p", pointer), kLeftToPlatform);
+    EXPECT_EQ(LengthMade("%.0p", pointer), kLeftToPlatform);
 }
 #endif
 
@@ -219,37 +219,60 @@ TEST(PrintfFormat, AWidthBeyondTheRoomIsCounted)
     EXPECT_EQ(text, "       ");
     EXPECT_EQ(Made(text, 8, FormatLocale_C, "%.107374182d|%*d", 1, INT_MAX - 107374183, 1), INT_MAX);
     EXPECT_EQ(text, "0000000");
+    // The largest number that is read, and the next one.
+    EXPECT_EQ(Made(text, 8, FormatLocale_C, "%1073741819d", 1), 1073741819);
+    EXPECT_EQ(Made(text, 8, FormatLocale_C, "%1073741820d", 1), kLeftToPlatform);
+    EXPECT_EQ(Made(text, 8, FormatLocale_C, "%.1073741819d", 1), 1073741819);
+    EXPECT_EQ(Made(text, 8, FormatLocale_C, "%.1073741820d", 1), kLeftToPlatform);
     // No platform has a length for more.
-    EXPECT_EQ(Made(text, 8, FormatLocale_C, "%*d ", INT_MAX, 1), kLeftFlag);
+    EXPECT_EQ(Made(text, 8, FormatLocale_C, "%*d ", INT_MAX, 1), kLeftToPlatform);
 }
 
 TEST(PrintfFormat, WhatIsNotKnownIsLeftToThePlatform)
 {
     const char *const null = nullptr;
-    EXPECT_EQ(LengthMade("%s", null), kLeftFlag);
-    EXPECT_EQ(LengthMade("%d %ls", 1, L"wide"), kLeftFlag);
-    EXPECT_EQ(LengthMade("%lc", L'w'), kLeftFlag);
-    EXPECT_EQ(LengthMade("a%c", '\0'), kLeftFlag);
-    EXPECT_EQ(LengthMade("a%c", 0x100), kLeftFlag);
-    EXPECT_EQ(LengthMade("%Lf", 1.5L), kLeftFlag);
-    EXPECT_EQ(LengthMade("%a", 1.5), kLeftFlag);
-    EXPECT_EQ(LengthMade("%hf", 1.5), kLeftFlag);
-    EXPECT_EQ(LengthMade("%#g", 1.5), kLeftFlag);
-    EXPECT_EQ(LengthMade("%1$d", 1), kLeftFlag);
-    EXPECT_EQ(LengthMade("%'d", 1000), kLeftFlag);
-    EXPECT_EQ(LengthMade("%Id", 1000), kLeftFlag);
-    EXPECT_EQ(LengthMade("%qd", 1LL), kLeftFlag);
-    EXPECT_EQ(LengthMade("%m"), kLeftFlag);
-    EXPECT_EQ(LengthMade("%05s", "a"), kLeftFlag);
-    EXPECT_EQ(LengthMade("%+s", "a"), kLeftFlag);
-    EXPECT_EQ(LengthMade("%.2c", 'a'), kLeftFlag);
-    EXPECT_EQ(LengthMade("%.*c", 2, 'a'), kLeftFlag);
-    EXPECT_EQ(LengthMade("%5%"), kLeftFlag);
-    EXPECT_EQ(LengthMade("%99999999999d", 1), kLeftFlag);
-    EXPECT_EQ(LengthMade("%.99999999999d", 1), kLeftFlag);
-    EXPECT_EQ(LengthMade("%.-3d", 1), kLeftFlag);
-    EXPECT_EQ(LengthMade("%y", 1), kLeftFlag);
+    EXPECT_EQ(LengthMade("%s", null), kLeftToPlatform);
+    EXPECT_EQ(LengthMade("%d %ls", 1, L"wide"), kLeftToPlatform);
+    EXPECT_EQ(LengthMade("%lc", L'w'), kLeftToPlatform);
+    EXPECT_EQ(LengthMade("a%c", '\0'), kLeftToPlatform);
+    EXPECT_EQ(LengthMade("a%c", 0x100), kLeftToPlatform);
+    EXPECT_EQ(LengthMade("%Lf", 1.5L), kLeftToPlatform);
+    EXPECT_EQ(LengthMade("%a", 1.5), kLeftToPlatform);
+    EXPECT_EQ(LengthMade("%hf", 1.5), kLeftToPlatform);
+    EXPECT_EQ(LengthMade("%#g", 1.5), kLeftToPlatform);
+    EXPECT_EQ(LengthMade("%1$d", 1), kLeftToPlatform);
+    EXPECT_EQ(LengthMade("%'d", 1000), kLeftToPlatform);
+    EXPECT_EQ(LengthMade("%Id", 1000), kLeftToPlatform);
+    EXPECT_EQ(LengthMade("%qd", 1LL), kLeftToPlatform);
+    EXPECT_EQ(LengthMade("%m"), kLeftToPlatform);
+    EXPECT_EQ(LengthMade("%05s", "a"), kLeftToPlatform);
+    EXPECT_EQ(LengthMade("%+s", "a"), kLeftToPlatform);
+    EXPECT_EQ(LengthMade("%.2c", 'a'), kLeftToPlatform);
+    EXPECT_EQ(LengthMade("%.0c", 'a'), kLeftToPlatform);
+    EXPECT_EQ(LengthMade("%.*c", 2, 'a'), kLeftToPlatform);
+    EXPECT_EQ(LengthMade("%5%"), kLeftToPlatform);
+    EXPECT_EQ(LengthMade("%99999999999d", 1), kLeftToPlatform);
+    EXPECT_EQ(LengthMade("%.99999999999d", 1), kLeftToPlatform);
+    EXPECT_EQ(LengthMade("%.-3d", 1), kLeftToPlatform);
+    EXPECT_EQ(LengthMade("%y", 1), kLeftToPlatform);
+    EXPECT_EQ(LengthMade("%1:d", 1), kLeftToPlatform);
 }
+
+#if defined(__cpp_lib_to_chars)
+TEST(PrintfFormat, FloatingPointNumbersWithAPointAreFormattedHere)
+{
+    if (QV_OWN_PRINTF == 0)
+        GTEST_SKIP() << "the platform's printf formats here";
+    for (const EFormatLocale locale : {FormatLocale_C, FormatLocale_InForce})
+    {
+        std::string text;
+        EXPECT_EQ(Made(text, 64, locale, "%f|%.2F|%e|%.3E|%g|%.1G", 1.5, 2.0, 3.25, 4.5, 1e9, 25.0), 48);
+        EXPECT_EQ(text, "1.500000|2.00|3.250000e+00|4.500E+00|1e+09|2E+01");
+        EXPECT_EQ(Made(text, 64, locale, "%lf %5.1lf", 0.25, 1.5), 14);
+        EXPECT_EQ(text, "0.250000   1.5");
+    }
+}
+#endif
 
 TEST(PrintfFormat, AFormatThatEndsWithinADirectiveIsNotReadFurther)
 {
@@ -257,7 +280,7 @@ TEST(PrintfFormat, AFormatThatEndsWithinADirectiveIsNotReadFurther)
     {
         const std::unique_ptr<char[]> exact(new char[format.size() + 1]);
         std::memcpy(exact.get(), format.c_str(), format.size() + 1);
-        EXPECT_EQ(LengthMade(exact.get(), 1), kLeftFlag) << format;
+        EXPECT_EQ(LengthMade(exact.get(), 1), kLeftToPlatform) << format;
     }
 }
 
@@ -268,8 +291,8 @@ TEST(PrintfFormat, OnlyFloatingPointNumbersDependOnRounding)
     const int ofInteger = LengthMade("%d", 1);
     const int ofFloating = LengthMade("%.0f", 0.5);
     std::fesetround(FE_TONEAREST);
-    EXPECT_EQ(ofInteger, QV_OWN_PRINTF != 0 ? 1 : kLeftFlag);
-    EXPECT_EQ(ofFloating, kLeftFlag);
+    EXPECT_EQ(ofInteger, QV_OWN_PRINTF != 0 ? 1 : kLeftToPlatform);
+    EXPECT_EQ(ofFloating, kLeftToPlatform);
 }
 
 TEST(PrintfFormat, OnlyFloatingPointNumbersDependOnTheLocale)
@@ -285,8 +308,8 @@ TEST(PrintfFormat, OnlyFloatingPointNumbersDependOnTheLocale)
     std::setlocale(LC_ALL, kept.c_str());
     if (!hasComma)
         GTEST_SKIP() << "no locale with a decimal comma is installed";
-    EXPECT_EQ(ofInteger, QV_OWN_PRINTF != 0 ? 9 : kLeftFlag);
-    EXPECT_EQ(ofFloating, kLeftFlag);
+    EXPECT_EQ(ofInteger, QV_OWN_PRINTF != 0 ? 9 : kLeftToPlatform);
+    EXPECT_EQ(ofFloating, kLeftToPlatform);
 }
 
 } // namespace
