@@ -72,6 +72,7 @@ inline void PortBreak()
 inline bool PortDebuggerAttached()
 {
     constexpr char kTracerField[] = "TracerPid:";
+    constexpr std::size_t kFieldLength = sizeof(kTracerField) - 1;
     std::FILE *status = std::fopen("/proc/self/status", "r");
     if (status == nullptr)
         return false;
@@ -79,8 +80,8 @@ inline bool PortDebuggerAttached()
     char line[256];
     while (std::fgets(line, sizeof(line), status) != nullptr)
     {
-        if (std::strncmp(line, kTracerField, sizeof(kTracerField) - 1) == 0)
-            attached = std::strtol(line + sizeof(kTracerField) - 1, nullptr, 10) != 0;
+        if (std::strncmp(line, kTracerField, kFieldLength) == 0)
+            attached = std::strtol(line + kFieldLength, nullptr, 10) != 0;
     }
     std::fclose(status);
     return attached;
