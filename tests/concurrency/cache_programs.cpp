@@ -91,7 +91,7 @@ private:
     {
         const ureg base = MapFirst(kSlabBytes);
         SProcess *const process = ::new (reinterpret_cast<void *>(base + kChunkRecordBytes)) SProcess{};
-        process->m_Heap.Begin(base);
+        process->m_Heap.Begin(base, kSmallRangeBytes, false);
         g_Process.store(process, std::memory_order_relaxed);
         g_Policy.Store(Policy_Slabs);
         g_FreeLinks = process->m_Heap.Links();

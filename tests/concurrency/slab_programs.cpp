@@ -27,7 +27,7 @@ class CHeapUse
 public:
     CHeapUse()
     {
-        m_Heap.Begin(MapFirst(kSlabBytes));
+        m_Heap.Begin(MapFirst(kSlabBytes), kSmallRangeBytes, false);
         _MakeIdle(g_HeapUse->m_IdleSlabs);
         for (u32 i = 0; i < g_HeapUse->m_Others; ++i)
             m_Heap.TakeOne(g_HeapUse->m_SizeClass);

@@ -13,7 +13,11 @@ namespace QuorvaneTest
 class COwnHeap
 {
 public:
-    explicit COwnHeap(bool guards = false) : m_Base(_MapFirstSlab()) { m_Heap.Begin(m_Base, guards); }
+    explicit COwnHeap(bool guards = false, Quorvane::ureg rangeBytes = Quorvane::Mem::Internal::kSmallRangeBytes)
+        : m_Base(_MapFirstSlab())
+    {
+        m_Heap.Begin(m_Base, rangeBytes, guards);
+    }
     ~COwnHeap()
     {
         m_Heap.End();

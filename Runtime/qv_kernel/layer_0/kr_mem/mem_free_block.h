@@ -37,7 +37,7 @@ class CFreeLinks
 public:
     constexpr CFreeLinks() = default;
     // The range begins at `base`.
-    constexpr CFreeLinks(ureg base, u64 secret, u64 otherSecret) : m_Base(base), m_Secrets{secret, otherSecret | 1} {}
+    constexpr CFreeLinks(ureg base, const u64 (&secrets)[2]) : m_Base(base), m_Secrets{secrets[0], secrets[1] | 1} {}
 
     // The end of a list, for MakeFree; and whether a list has none but that.
     SFreeBlock *End() const { return reinterpret_cast<SFreeBlock *>(m_Base); }
@@ -63,9 +63,8 @@ public:
     // another thread takes blocks from the list meanwhile. Cost: linear in the list.
     bool HoldsBlock(SFreeBlock *list, u32 count, const void *block) const
     {
-        for (; !IsEnd(list) && list != block && count != 0; --count)
-            if (!ReadLink(list, list))
-                return false;
+        for (; count != 0 && !IsEnd(list) && list != block && ReadLink(list, list); --count)
+            ;
         return list == block;
     }
 

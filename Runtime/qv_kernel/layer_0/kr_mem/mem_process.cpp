@@ -17,7 +17,7 @@ constexpr ureg kSharedOffset = kChunkRecordBytes;
 static_assert(kSharedOffset + sizeof(SProcess) <= kSlabBytes - kMaxGuardBytes, "the first slab holds all of it");
 
 // What copies must agree about. To be counted up with every change of what they share, or of what it means.
-constexpr u64 kLayoutVersion = 6;
+constexpr u64 kLayoutVersion = 7;
 constexpr u64 kProcessLayout = 0x5176486561700000ull ^ (kLayoutVersion << 40) ^ (sizeof(SProcess) << 20) ^
                                (sizeof(SChunk) << 8) ^ kSmallClassCount;
 
@@ -64,7 +64,7 @@ SProcess *MakeAt(ureg place)
     if (!PortMapAt(place, kSlabBytes))
         return IsShared(place) ? SharedAt(place) : nullptr;
     SProcess *const process = ::new (SharedAt(place)) SProcess{};
-    process->m_Heap.Begin(place, kGuardsSlabs);
+    process->m_Heap.Begin(place, kSmallRangeBytes, kGuardsSlabs);
     process->m_Layout.Store(kProcessLayout);
     return process;
 }

@@ -57,14 +57,15 @@ SFreeBlock *CSlabHeap::_FirstBack(const SSlab &slab, u32 state) const
     return std::launder(reinterpret_cast<SFreeBlock *>(MemoryOf(slab) + ureg(first - 1) * kSmallStep));
 }
 
-void CSlabHeap::Begin(ureg base, bool guards)
+void CSlabHeap::Begin(ureg base, ureg rangeBytes, bool guards)
 {
     ::new (reinterpret_cast<void *>(base)) SChunk{};
     m_Sets.Begin(base);
     m_Base = base;
+    m_RangeBytes = rangeBytes;
     u64 secrets[2];
     PortFillByChance(secrets);
-    m_Links = CFreeLinks(base, secrets[0], secrets[1]);
+    m_Links = CFreeLinks(base, secrets);
     if (guards && PortPageBytes() <= kMaxGuardBytes)
         m_SlabBytes = static_cast<u32>(kSlabBytes - PortPageBytes());
     _Guard(base, base + kSlabBytes);
@@ -73,8 +74,7 @@ void CSlabHeap::Begin(ureg base, bool guards)
 
 void CSlabHeap::End()
 {
-    if (MappedBytes() > kSlabBytes)
-        PortUnmap(m_Base + kSlabBytes, MappedBytes() - kSlabBytes);
+    PortUnmap(m_Base + kSlabBytes, MappedBytes() - kSlabBytes);
 }
 
 // Makes the ends of slabs, where they have guards, pages that nobody can touch. One that the system refuses is but a gap.
@@ -157,7 +157,7 @@ SSlab *CSlabHeap::_MapMore()
 {
     const ureg end = m_End.Load();
     const ureg bytes = QVMin(end - m_Base, kChunkBytes);
-    if (end - m_Base >= kSmallRangeBytes || !PortMapAt(end, bytes))
+    if (end - m_Base >= m_RangeBytes || !PortMapAt(end, bytes))
         return nullptr;
     _Guard(end, end + bytes);
     u32 first = static_cast<u32>((end - m_Base) / kSlabBytes);
@@ -398,7 +398,7 @@ bool CSlabHeap::IsBack(const void *block)
 bool CSlabHeap::Prewarm(u64 bytes, bool locks)
 {
     // Would take all the memory that there is before it is refused.
-    if (bytes > kSmallRangeBytes)
+    if (bytes > m_RangeBytes)
         return false;
     m_TouchesSlabs.Store(true);
     if (locks)
@@ -411,7 +411,7 @@ bool CSlabHeap::Prewarm(u64 bytes, bool locks)
         const bool isUsed = !m_Sets.Has(kFreshSet, number) && !m_Sets.Has(kReturnedSet, number);
         isAsWanted = (!isUsed || _MakeResident(_Slab(number))) && isAsWanted;
     }
-    for (u64 done = 0; done < bytes; done += QVMin<u64>(kSlabBytes, bytes - done))
+    for (u64 done = 0; done < bytes; done += kSlabBytes)
     {
         SSlab *const slab = _ClaimUnused(false);
         if (slab == nullptr)
@@ -442,17 +442,15 @@ void CSlabHeap::Trim()
     }
 }
 
-// Where that is asked for, gives a slab all of its memory, and the records of its chunk theirs. Returns: false where it
-// may not be locked.
+// Where that is asked for, gives a slab all of its memory. The records of its chunk have theirs, in which they were written
+// when the chunk was mapped. Returns: false where one of the two may not be locked.
 bool CSlabHeap::_MakeResident(const SSlab &slab)
 {
     if (!m_TouchesSlabs.Load())
         return true;
-    SChunk *const chunk = ChunkOf(&slab);
-    PortTouch(chunk, kChunkRecordBytes);
     PortTouch(MemoryOf(slab), m_SlabBytes);
     return !m_LocksSlabs.Load() ||
-           (PortLockInMemory(chunk, kChunkRecordBytes) && PortLockInMemory(MemoryOf(slab), m_SlabBytes));
+           (PortLockInMemory(ChunkOf(&slab), kChunkRecordBytes) && PortLockInMemory(MemoryOf(slab), m_SlabBytes));
 }
 
 SSlabFigures CSlabHeap::Figures()

@@ -44,9 +44,10 @@ public:
 
     // Begins at a multiple of a chunk's size, where one slab of memory is mapped that reads as zero. The chunk's records
     // take its first kChunkRecordBytes; the rest of it is the caller's, but for a guard at its end.
+    // `rangeBytes`: a multiple of a chunk's size, kSmallRangeBytes at most.
     // With `guards`, slabs that are mapped from now on end in a page that cannot be touched, and this one does; where the
     // system has pages so large that less than three quarters of a slab would be left, none does.
-    void Begin(ureg base, bool guards = false);
+    void Begin(ureg base, ureg rangeBytes, bool guards);
     // Unmaps all but that slab, whatever lives in it.
     void End();
 
@@ -135,6 +136,7 @@ private:
 
     CSlabSets m_Sets;
     ureg m_Base = 0;
+    ureg m_RangeBytes = kSmallRangeBytes;
     u32 m_SlabBytes = kSlabBytes; // in front of its guard
     CFreeLinks m_Links;
     TAtomic<ureg> m_Overwritten; // the block that was noted last; 0 for none

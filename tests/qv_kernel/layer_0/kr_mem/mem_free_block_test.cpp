@@ -51,7 +51,7 @@ protected:
     }
 
     alignas(64) u8 m_Memory[64 * (kCount + 1)] = {};
-    const CFreeLinks m_Links = CFreeLinks(reinterpret_cast<ureg>(m_Memory), 0x243F6A8885A308D3u, 0x13198A2E03707344u);
+    const CFreeLinks m_Links = CFreeLinks(reinterpret_cast<ureg>(m_Memory), {0x243F6A8885A308D3u, 0x13198A2E03707344u});
 };
 
 } // namespace
@@ -111,13 +111,28 @@ TEST_F(MemFreeBlock, AnotherSecretMakesOtherLinks)
     const ureg base = reinterpret_cast<ureg>(m_Memory);
     std::set<u64> words;
     for (u64 bit = 0; bit < 64; ++bit)
-        for (const CFreeLinks &links : {CFreeLinks(base, u64(1) << bit, 3), CFreeLinks(base, 1, 3 ^ u64(4) << bit)})
+        for (const CFreeLinks &links : {CFreeLinks(base, {u64(1) << bit, 3}), CFreeLinks(base, {1, 3 ^ u64(4) << bit})})
         {
             links.MakeFree(Block(1), links.End());
             words.insert(WordAt(Block(1)));
         }
     // The last two bits are shifted out of the word, which makes three of the pairs alike.
     EXPECT_EQ(words.size(), 2u * 64 - 2);
+}
+
+// Also where the second one has no bits at its end, or none at all.
+TEST_F(MemFreeBlock, EachBitOfTheFirstSecretMakesAnotherLink)
+{
+    const ureg base = reinterpret_cast<ureg>(m_Memory);
+    const auto wordOf = [&](u64 secret, u64 otherSecret)
+    {
+        const CFreeLinks links(base, {secret, otherSecret});
+        links.MakeFree(Block(1), links.End());
+        return WordAt(Block(1));
+    };
+    for (const u64 other : {u64(0), u64(2), u64(3), u64(1) << 63})
+        for (u64 bit = 0; bit < 64; ++bit)
+            ASSERT_NE(wordOf(0, other), wordOf(u64(1) << bit, other)) << other << ", " << bit;
 }
 
 // What runs over from the block before meets the half that is checked first.

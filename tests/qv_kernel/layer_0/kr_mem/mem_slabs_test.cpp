@@ -10,6 +10,7 @@
 #include "assert_recorder.h"
 #include "own_heap.h"
 #include "process_copy.h"
+#include "system_limits.h"
 
 namespace QuorvaneTest
 {
@@ -73,6 +74,9 @@ protected:
     // Writes over the link of a free block, as a text that was freed too early does.
     static void Overwrite(void *block) { std::memset(block, 'x', sizeof(SFreeBlock)); }
 
+    // What lies so many bytes behind the beginning of a slab of the heap.
+    char *InSlab(u32 slab, ureg offset) { return reinterpret_cast<char *>(m_Heap.Base() + slab * kSlabBytes + offset); }
+
     COwnHeap m_OwnHeap;
     CSlabHeap &m_Heap = *m_OwnHeap;
 };
@@ -86,7 +90,7 @@ protected:
     void SetUp() override
     {
         MemSlabs::SetUp();
-        if (kHasSmallRange && m_Heap.BytesOfSlab() == kSlabBytes)
+        if (kHasSmallRange && PortPageBytes() > kMaxGuardBytes)
             GTEST_SKIP() << "pages are so large here that a guard would leave too little of a slab";
     }
 
@@ -179,6 +183,27 @@ TEST_F(MemSlabs, AListOfSeveralClassesGoesBackToEach)
     Give(blocks);
     EXPECT_EQ(m_Heap.Figures().m_LiveBlocks, 0u);
     EXPECT_EQ(m_Heap.Figures().m_UsedSlabs, 0u);
+}
+
+TEST_F(MemSlabs, NoBlockIsLostThatComesBackWhileOthersAreStillToBeTaken)
+{
+    const std::vector<char *> blocks = Take(4, 10);
+    Give({blocks[0], blocks[1], blocks[2]});
+    std::vector<char *> again = Take(4, 1);
+    Give({blocks[3]});
+    for (const u32 count : {1u, 2u})
+        for (char *const block : Take(4, count))
+            again.push_back(block);
+    EXPECT_EQ(std::set<char *>(again.begin(), again.end()), std::set<char *>(blocks.begin(), blocks.begin() + 4));
+}
+
+TEST_F(MemSlabs, ASlabForgetsTheBlocksThatWereStillToBeTakenWhenAllAreBack)
+{
+    const std::vector<char *> blocks = Take(4, 10);
+    Give({blocks[3], blocks[4]});
+    Give(Take(4, 1));
+    Give({blocks[0], blocks[1], blocks[2], blocks[5], blocks[6], blocks[7], blocks[8], blocks[9]});
+    EXPECT_EQ(Take(kLargestClass, 1), std::vector<char *>{blocks[0]});
 }
 
 TEST_F(MemSlabs, ASlabWhoseBlocksAreAllBackServesAnyClass)
@@ -275,12 +300,83 @@ TEST_F(MemSlabs, GrowsByAsMuchAgainAndThenByChunks)
                                         12288 * kKilobyte, 16384 * kKilobyte}));
 }
 
+TEST_F(MemSlabs, MoreIsMappedWhenAllSlabsAreInUse)
+{
+    u32 used = 0;
+    while (m_Heap.MappedBytes() <= 2 * kChunkBytes)
+    {
+        const ureg before = m_Heap.MappedBytes();
+        ASSERT_EQ(Take(kLargestClass, BlocksPerSlab(kLargestClass)).size(), BlocksPerSlab(kLargestClass));
+        // Of each chunk, the first slab holds the records.
+        const ureg recordSlabs = (before + kChunkBytes - 1) / kChunkBytes;
+        EXPECT_TRUE(m_Heap.MappedBytes() == before || used == before / kSlabBytes - recordSlabs) << used;
+        used = m_Heap.Figures().m_UsedSlabs;
+    }
+}
+
+TEST(MemSlabsRange, TheEndOfTheRangeEndsItsGrowth)
+{
+    if (!kHasSmallRange)
+        GTEST_SKIP() << "small blocks are the platform's here";
+    COwnHeap heap(false, 2 * kChunkBytes);
+    const u32 slabs = 2 * (kSlabsPerChunk - 1);
+    for (u32 i = 0; i < slabs * BlocksPerSlab(kLargestClass); ++i)
+        ASSERT_NE(heap->TakeOne(kLargestClass), nullptr) << i;
+    EXPECT_EQ(heap->TakeOne(kLargestClass), nullptr);
+    EXPECT_EQ(heap->MappedBytes(), 2 * kChunkBytes);
+}
+
+TEST(MemSlabsRange, AsMuchAsTheRangeHasIsMadeReadyUntilItIsRefused)
+{
+    if (!kHasSmallRange)
+        GTEST_SKIP() << "small blocks are the platform's here";
+    COwnHeap heap(false, kChunkBytes);
+    EXPECT_FALSE(heap->Prewarm(kChunkBytes + 1, false));
+    EXPECT_EQ(heap->MappedBytes(), kSlabBytes);
+    EXPECT_FALSE(heap->Prewarm(kChunkBytes, false));
+    EXPECT_EQ(heap->Figures().m_IdleSlabs, kSlabsPerChunk - 1);
+}
+
+TEST(MemSlabsEnd, WhatWasMappedIsUnmappedAndNothingBehindIt)
+{
+    if (!kHasSmallRange)
+        GTEST_SKIP() << "small blocks are the platform's here";
+    ureg mapped = 0;
+    {
+        COwnHeap heap;
+        ASSERT_NE(heap->TakeOne(4), nullptr);
+        mapped = heap->Base() + kSlabBytes;
+        EXPECT_EQ(heap->MappedBytes(), 2 * kSlabBytes);
+        ASSERT_TRUE(PortMapAt(mapped + kSlabBytes, kSlabBytes));
+    }
+    EXPECT_TRUE(PortIsReadable(mapped + kSlabBytes));
+    PortUnmap(mapped + kSlabBytes, kSlabBytes);
+    EXPECT_TRUE(PortMapAt(mapped, kSlabBytes));
+    PortUnmap(mapped, kSlabBytes);
+}
+
+// By secrets of its own, also where it lies at the same addresses.
+TEST(MemSlabsLinks, EachHeapLinksItsBlocksInItsOwnWay)
+{
+    if (!kHasSmallRange)
+        GTEST_SKIP() << "small blocks are the platform's here";
+    std::set<u64> words;
+    for (int i = 0; i < 4; ++i)
+    {
+        COwnHeap heap;
+        words.insert(heap->Links().MakeFree(heap->TakeOne(4), heap->Links().End())->m_Link);
+    }
+    EXPECT_EQ(words.size(), 4u);
+}
+
 TEST_F(MemSlabs, WhatSomebodyElseHasMappedBehindItEndsItsGrowth)
 {
     ASSERT_TRUE(PortMapAt(m_Heap.Base() + kSlabBytes, kSlabBytes));
     char *const theirs = reinterpret_cast<char *>(m_Heap.Base() + kSlabBytes);
     std::memset(theirs, 1, kSlabBytes);
-    EXPECT_TRUE(Take(4, 10).empty());
+    SFreeBlock *first = reinterpret_cast<SFreeBlock *>(theirs);
+    EXPECT_EQ(m_Heap.Take(4, 10, first), 0u);
+    EXPECT_TRUE(m_Heap.Links().IsEnd(first));
     EXPECT_EQ(m_Heap.MappedBytes(), kSlabBytes);
     EXPECT_EQ(std::count(theirs, theirs + kSlabBytes, 1), static_cast<std::ptrdiff_t>(kSlabBytes));
     PortUnmap(m_Heap.Base() + kSlabBytes, kSlabBytes);
@@ -292,13 +388,13 @@ TEST_F(MemSlabs, KnowsWhichBlocksCameBack)
     const std::vector<char *> blocks = Take(4, 10);
     for (char *const block : blocks)
         EXPECT_FALSE(m_Heap.IsBack(block));
-    Give({blocks[3], blocks[7]});
+    Give({blocks[3], blocks[6]});
     for (size_t i = 0; i < blocks.size(); ++i)
-        EXPECT_EQ(m_Heap.IsBack(blocks[i]), i == 3 || i == 7) << i;
+        EXPECT_EQ(m_Heap.IsBack(blocks[i]), i == 3 || i == 6) << i;
     // One of them leaves the list that the other one stays in.
     const std::vector<char *> again = Take(4, 1);
     for (size_t i = 0; i < blocks.size(); ++i)
-        EXPECT_EQ(m_Heap.IsBack(blocks[i]), (i == 3 || i == 7) && blocks[i] != again[0]) << i;
+        EXPECT_EQ(m_Heap.IsBack(blocks[i]), (i == 3 || i == 6) && blocks[i] != again[0]) << i;
 }
 
 TEST_F(MemSlabs, NoBlockOfASlabIsBackThatHasAllOfThemOut)
@@ -306,6 +402,15 @@ TEST_F(MemSlabs, NoBlockOfASlabIsBackThatHasAllOfThemOut)
     const std::vector<char *> blocks = Take(kLargestClass, BlocksPerSlab(kLargestClass));
     EXPECT_FALSE(m_Heap.IsBack(blocks.front()));
     EXPECT_FALSE(m_Heap.IsBack(blocks.back()));
+}
+
+// As many as a batch comes from at most: it would end with them, were they looked at again.
+TEST_F(MemSlabs, ASlabThatHasAllBlocksOutStaysOutOfServiceWhenOneIsLookedFor)
+{
+    const std::vector<char *> blocks = Take(kLargestClass, 8 * BlocksPerSlab(kLargestClass));
+    for (size_t i = 0; i < blocks.size(); i += BlocksPerSlab(kLargestClass))
+        EXPECT_FALSE(m_Heap.IsBack(blocks[i]));
+    EXPECT_NE(m_Heap.TakeOne(kLargestClass), nullptr);
 }
 
 TEST_F(MemSlabs, AllBlocksOfASlabAreBackThatServesNoClass)
@@ -497,6 +602,16 @@ TEST_F(MemSlabsGuarded, SlabsThatGaveTheirMemoryBackAreGuardedAsBefore)
         ASSERT_FALSE(CanReadEndOf(slab)) << slab;
 }
 
+TEST_F(MemSlabsGuarded, NothingBehindWhatItHasMappedIsForbidden)
+{
+    const ureg theirs = m_Heap.Base() + 2 * kSlabBytes;
+    ASSERT_TRUE(PortMapAt(theirs, kSlabBytes));
+    ASSERT_NE(m_Heap.TakeOne(4), nullptr);
+    EXPECT_EQ(m_Heap.MappedBytes(), 2 * kSlabBytes);
+    EXPECT_TRUE(PortIsReadable(theirs + kSlabBytes - PortPageBytes()));
+    PortUnmap(theirs, kSlabBytes);
+}
+
 TEST_F(MemSlabsGuarded, MemoryCanBeMadeReadyInFrontOfTheGuards)
 {
     EXPECT_TRUE(m_Heap.Prewarm(kSlabBytes, false));
@@ -548,6 +663,102 @@ TEST_F(MemSlabs, WhatIsMadeReadyIsIdleAndHasMemory)
     // As many more stay idle as were made ready.
     EXPECT_EQ(m_Heap.Figures().m_IdleSlabs, 300u);
     EXPECT_EQ(m_Heap.Figures().m_ReturnedSlabs, 0u);
+}
+
+TEST_F(MemSlabs, APartOfASlabIsMadeReadyAsAWholeOne)
+{
+    EXPECT_TRUE(m_Heap.Prewarm(1, false));
+    EXPECT_EQ(m_Heap.Figures().m_IdleSlabs, 1u);
+    EXPECT_TRUE(m_Heap.Prewarm(kSlabBytes + 1, false));
+    EXPECT_EQ(m_Heap.Figures().m_IdleSlabs, 1u + 2);
+}
+
+TEST_F(MemSlabs, SlabsThatGaveTheirMemoryBackAreMadeReadyFirst)
+{
+    Give(Take(4, (kMaxIdleSlabsAfterThread + 5) * BlocksPerSlab(4)));
+    m_Heap.Trim();
+    ASSERT_EQ(m_Heap.Figures().m_ReturnedSlabs, 5u);
+    const ureg mapped = m_Heap.MappedBytes();
+    EXPECT_TRUE(m_Heap.Prewarm(5 * kSlabBytes, false));
+    EXPECT_EQ(m_Heap.Figures().m_ReturnedSlabs, 0u);
+    EXPECT_EQ(m_Heap.MappedBytes(), mapped);
+}
+
+namespace
+{
+
+// Whether the system tells what lies in memory, and gives no more of it than the pages that are written to.
+bool PagesComeOneByOne()
+{
+    char *const pages = static_cast<char *>(MapPages(2 * kSlabBytes, PageAccess_ReadWrite));
+    if (pages == nullptr)
+        return false;
+    pages[0] = 1;
+    const bool isSo = IsInMemory(pages) && !IsInMemory(pages + kSlabBytes - 1);
+    UnmapPages(pages, 2 * kSlabBytes);
+    return isSo;
+}
+
+} // namespace
+
+TEST_F(MemSlabs, WithoutBeingMadeReadyASlabHasTheMemoryThatIsUsed)
+{
+    if (!PagesComeOneByOne())
+        GTEST_SKIP() << "which pages lie in memory cannot be told here";
+    Take(4, 1);
+    EXPECT_TRUE(IsInMemory(InSlab(1, 0)));
+    EXPECT_FALSE(IsInMemory(InSlab(1, kSlabBytes - 1)));
+}
+
+TEST_F(MemSlabs, SlabsInUseAreMadeReadyAndThoseThatComeIntoUseLater)
+{
+    if (!PagesComeOneByOne())
+        GTEST_SKIP() << "which pages lie in memory cannot be told here";
+    Take(1, 1);
+    Take(2, 1);
+    ASSERT_EQ(m_Heap.MappedBytes(), 4 * kSlabBytes);
+    EXPECT_TRUE(m_Heap.Prewarm(0, false));
+    for (const u32 slab : {1u, 2u})
+        for (ureg offset = 0; offset < kSlabBytes; offset += PortPageBytes())
+            ASSERT_TRUE(IsInMemory(InSlab(slab, offset))) << slab << ", " << offset;
+    // That one was never used. Then more is mapped.
+    EXPECT_FALSE(IsInMemory(InSlab(3, 0)));
+    Take(3, 1);
+    EXPECT_TRUE(IsInMemory(InSlab(3, kSlabBytes - 1)));
+    EXPECT_FALSE(PortIsReadable(m_Heap.Base() + 4 * kSlabBytes));
+    Take(4, 1);
+    EXPECT_TRUE(IsInMemory(InSlab(4, kSlabBytes - 1)));
+    EXPECT_FALSE(IsInMemory(InSlab(5, 0)));
+}
+
+// Its pages are those of the process until somebody writes to them.
+TEST_F(MemSlabs, ACopyOfTheProcessThatMakesReadyHasPagesOfItsOwn)
+{
+#if QV_TEST_HAS_FORK
+    alignas(4096) static char control[2 * 4096];
+    std::memset(control, 1, sizeof(control));
+    Take(4, 1);
+    const auto faultsOfWriting = [](char *page)
+    { return PageFaultsOf([page] { *static_cast<volatile char *>(page) = *page; }); };
+    const int answer = RunInCopy(
+        [&]
+        {
+            if (faultsOfWriting(control) == 0)
+                return kNoLimit;
+            m_Heap.Prewarm(0, false);
+            u64 faults = 0;
+            for (ureg offset = 0; offset < kChunkRecordBytes; offset += PortPageBytes())
+                faults += faultsOfWriting(InSlab(0, offset));
+            for (ureg offset = 0; offset < kSlabBytes; offset += PortPageBytes())
+                faults += faultsOfWriting(InSlab(1, offset));
+            return faults == 0 ? 0 : 1;
+        });
+    if (answer == kNoLimit)
+        GTEST_SKIP() << "the system counts no page faults";
+    EXPECT_EQ(answer, 0);
+#else
+    GTEST_SKIP() << QV_TEST_NO_FORK;
+#endif
 }
 
 TEST_F(MemSlabs, MakingReadyMoreThanThereAreAddressesForTakesNothing)
