@@ -87,7 +87,7 @@ inline char *PlatformBlockOf(void *block)
     return static_cast<char *>(block) - HeadOf(block).m_Offset;
 }
 
-// Where the block begins within the platform's, which was allocated for that alignment, and of `alignment` bytes more.
+// Where the block begins within the platform's, which has `alignment` bytes more than it.
 inline u32 LargeOffset(const void *platformBlock, u32 alignment)
 {
     return alignment - static_cast<u32>(reinterpret_cast<ureg>(platformBlock) & (alignment - 1));
@@ -100,9 +100,8 @@ inline void *AllocLarge(u64 size, u32 alignment)
         return nullptr;
     if (!LargeBlocksHaveHeads())
         return PortAlloc(size, alignment);
-    const bool common = alignment <= kLargeAlignment;
-    const u32 atLeast = common ? kLargeAlignment : alignment;
-    char *const platformBlock = static_cast<char *>(PortAlloc(size + atLeast, common ? 0 : alignment));
+    const u32 atLeast = QVMax(alignment, kLargeAlignment);
+    char *const platformBlock = static_cast<char *>(PortAlloc(size + atLeast, 0));
     if (platformBlock == nullptr)
         return nullptr;
     return PutHead(platformBlock, LargeOffset(platformBlock, atLeast), size + atLeast);

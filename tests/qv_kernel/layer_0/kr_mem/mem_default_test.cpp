@@ -383,6 +383,32 @@ TEST(MemDefault, LargeBlocksLieWithinLinesOfTheCacheHoweverTheyCameAbout)
     }
 }
 
+// Wherever they begin in the platform's, and also where the alignment that they have anyway is asked for.
+TEST(MemDefault, LargeBlocksShrinkWhereTheyAre)
+{
+#if defined(__GLIBC__) && !QV_TEST_IS_SANITIZED
+    if (!Mem::Internal::HasSmallBlocks() || Mem::Internal::kWipes)
+        GTEST_SKIP() << "the platform's own blocks, or what shrinks moves, so that it can be overwritten";
+    std::vector<u8 *> blocks;
+    u32 offsets = 0;
+    for (u64 size = 20000; size < 20400; size += 16)
+        for (const u32 alignment : {0u, 16u, 32u})
+        {
+            u8 *const block = AllocDefault(size, alignment);
+            offsets |= Mem::Internal::HeadOf(block).m_Offset;
+            Fill(block, size);
+            EXPECT_EQ(ReallocDefault(block, 5000, alignment), block) << size << ", " << alignment;
+            EXPECT_TRUE(HoldsPattern(block, 5000));
+            blocks.push_back(block);
+        }
+    EXPECT_EQ(offsets, 16u | 32u);
+    for (u8 *const block : blocks)
+        FreeDefault(block);
+#else
+    GTEST_SKIP() << "what the platform does with what shrinks is not known here";
+#endif
+}
+
 TEST(MemDefault, ABlockMayComeToAnotherAlignmentWhenItIsResized)
 {
     for (const u32 from : {0u, 16u, 32u, 64u, 4096u})
