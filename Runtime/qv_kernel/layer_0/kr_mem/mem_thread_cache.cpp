@@ -107,7 +107,7 @@ void *TakeLarge(u64 size)
 bool KeepLarge(void *block)
 {
     SThreadCache *const cache = ThreadCache();
-    if (!LargeBlocksHaveHeads() || !IsReal(cache))
+    if (!LargeBlocksHaveHeads())
         return false;
     const SLargeHead &head = HeadOf(block);
     if (head.m_Room <= kMaxSmallBytes || head.m_Room >= kMaxKeptLargeBytes || head.m_Offset > kLargeAlignment)
@@ -201,9 +201,9 @@ bool IsLargeBlock(void *block)
 {
     if (!LargeBlocksHaveHeads())
         return true;
-    // There may be no memory to look for a head in: in a part of the range that nobody has mapped, and where the platform
-    // took back what was freed.
-    const bool mayBeGone = OffsetInRange(block) < kSmallRangeBytes || WasFreedLately(block);
+    // There may be no memory to look for a head in: in a part of the range that nobody has mapped, which is where the head
+    // of a pointer to the range's end would lie, too, and where the platform took back what was freed.
+    const bool mayBeGone = OffsetInRange(block) <= kSmallRangeBytes || WasFreedLately(block);
     if ((!mayBeGone || PortIsReadable(PageOf(&HeadOf(block), PortPageBytes()))) && HasHead(block))
         return true;
     ReportForeign(block);

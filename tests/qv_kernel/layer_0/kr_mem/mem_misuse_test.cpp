@@ -231,6 +231,32 @@ TEST_F(MemMisuseReported, ABlockThatMovedWhenItWasResizedFreedAgainIsReportedAnd
     }
 }
 
+// Wherever it began in the platform's, which may write over what stood in front of it, or not.
+TEST_F(MemMisuseReported, ALargeBlockThatThePlatformMovedFreedAgainIsReportedAndLeftAlone)
+{
+    u32 offsets = 0;
+    for (u64 size = 20000; size < 20200; size += 16)
+    {
+        u8 *const before = Alloc(20000);
+        u8 *const block = Alloc(size);
+        // In the way of growing in place.
+        u8 *const behind = Alloc(20000);
+        const u32 offset = HeadOf(block).m_Offset;
+        RawFree(before);
+        u8 *const moved = RawRealloc(block, 100000);
+        if (moved != block)
+        {
+            CAssertRecorder recorder;
+            RawFree(block);
+            EXPECT_EQ(recorder.Expressions(), std::vector<std::string>{"allocated"}) << size;
+            offsets |= offset;
+        }
+        RawFree(moved);
+        RawFree(behind);
+    }
+    EXPECT_NE(offsets, 0u);
+}
+
 TEST_F(MemMisuseReported, ABlockOfALargerAlignmentFreedTwiceIsReportedAndLeftAlone)
 {
     for (const u32 alignment : {32u, 64u, 4096u})
@@ -418,6 +444,14 @@ TEST_F(MemMisuse, APointerIntoAPartOfTheRangeThatNobodyHasMappedIsReported)
     for (const ureg offset : {kSlabBytes, kChunkBytes, kSmallRangeBytes / 2})
         RawFree(behind + offset);
     EXPECT_EQ(recorder.Expressions(), IfAsserting(std::vector<std::string>(3, "allocated")));
+}
+
+// In front of which nobody has mapped any, so that there is no head to be read.
+TEST_F(MemMisuse, APointerToTheEndOfTheRangeIsReported)
+{
+    CAssertRecorder recorder;
+    RawFree(reinterpret_cast<u8 *>(Process().m_Heap.Base() + kSmallRangeBytes));
+    EXPECT_EQ(recorder.Expressions(), IfAsserting({"allocated"}));
 }
 
 } // namespace QuorvaneTest

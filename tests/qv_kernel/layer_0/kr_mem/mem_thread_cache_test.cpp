@@ -10,6 +10,10 @@
 #include <string>
 #include <vector>
 
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
+
 #include <gtest/gtest.h>
 
 #include "assert_recorder.h"
@@ -30,6 +34,36 @@ using namespace SmallBlocks;
 void *KeptLarge(u64 size)
 {
     return ThreadCache()->m_Large[size / kKeptLargeStep].m_Block;
+}
+
+// How many blocks the calling thread has in its bin of a class, and how many more it may have there.
+u32 RoomOfOwnBin(u32 sizeClass)
+{
+    const SBins &bins = ThreadCache()->m_Bins;
+    u32 room = bins.m_Vacant[sizeClass];
+    for (SFreeBlock *block = bins.m_First[sizeClass]; !g_FreeLinks.IsEnd(block); ++room)
+        if (!g_FreeLinks.ReadLink(block, block))
+            return 0;
+    return room;
+}
+
+// A large block with so much room, of an alignment that small blocks do not have. It begins 16 bytes into the platform's
+// block or 32, by chance.
+u8 *AllocWithRoom(u64 room)
+{
+    u8 *block = nullptr;
+    std::vector<u8 *> others;
+    for (u32 tries = 0; tries < 64 && block == nullptr; ++tries)
+    {
+        u8 *const tried = Alloc(room - 16 * (tries % 2), 32);
+        if (RoomOfLarge(tried) == room)
+            block = tried;
+        else
+            others.push_back(tried);
+    }
+    for (u8 *const other : others)
+        RawFree(other);
+    return block;
 }
 
 class MemThreadCacheOwn : public COwnTest
@@ -226,6 +260,52 @@ TEST_F(MemThreadCacheOwn, AThreadThatTakesAndGivesByTurnsMayKeepMore)
         });
 }
 
+// As many blocks again each time: seven times of a class, and a hundred and twenty times of all of them.
+TEST_F(MemThreadCacheOwn, AThreadMayKeepMoreABoundedNumberOfTimes)
+{
+    OnAThread(
+        []
+        {
+            AllocAndFree(64, 20);
+            constexpr u32 kFirstClass = 23; // of 18 classes
+            for (u32 round = 0; round < 9; ++round)
+                for (u32 sizeClass = kFirstClass; sizeClass < kSmallClassCount; ++sizeClass)
+                    AllocAndFree(ClassBytes(sizeClass), 9 * KeptBlocks(sizeClass));
+            const SThreadCache &cache = *ThreadCache();
+            u32 all = 0;
+            for (u32 sizeClass = 1; sizeClass < kSmallClassCount; ++sizeClass)
+            {
+                EXPECT_LE(cache.m_Bins.m_Raises[sizeClass], 7u) << sizeClass;
+                EXPECT_EQ(RoomOfOwnBin(sizeClass), (cache.m_Bins.m_Raises[sizeClass] + 1u) * KeptBlocks(sizeClass))
+                    << sizeClass;
+                all += cache.m_Bins.m_Raises[sizeClass];
+            }
+            EXPECT_EQ(cache.m_Bins.m_Raises[kFirstClass], 7u);
+            EXPECT_EQ(all, 120u);
+            EXPECT_EQ(cache.m_Raises, 120u);
+        });
+}
+
+TEST_F(MemThreadCacheOwn, AThreadWithoutACacheWritesToNoneOfItsOwn)
+{
+    const auto expectUntouched = [](const SThreadCache &cache)
+    {
+        for (const SKeptLarge &kept : cache.m_Large)
+            EXPECT_TRUE(kept.m_Block == nullptr && !kept.m_HasTaken);
+    };
+    OnAThread(
+        [&]
+        {
+            ASSERT_EQ(ThreadCache(), &g_NoCacheYet);
+            Free(Alloc(5000), 5000);
+            expectUntouched(g_NoCacheYet);
+            // As when its cache has ended.
+            ThreadCache() = &g_CacheEnded;
+            Free(Alloc(5000), 5000);
+            expectUntouched(g_CacheEnded);
+        });
+}
+
 TEST_F(MemThreadCacheOwn, AThreadThatFreesTheBlocksOfOthersKeepsFew)
 {
     std::vector<u8 *> blocks(20000);
@@ -303,11 +383,74 @@ TEST_F(MemThreadCacheOwn, OfLargeBlocksFreedInARowNoneIsKept)
             u8 *blocks[10] = {};
             for (u8 *&block : blocks)
                 block = Alloc(5000);
-            for (u8 *const block : blocks)
+            for (u8 *const &block : blocks)
+            {
                 Free(block, 5000);
-            EXPECT_EQ(KeptLarge(5000), nullptr);
+                EXPECT_EQ(KeptLarge(5000), &block == blocks ? block : nullptr) << &block - blocks;
+            }
             Free(Alloc(5000), 5000);
             EXPECT_NE(KeptLarge(5000), nullptr);
+        });
+}
+
+TEST_F(MemThreadCacheOwn, OfLargeBlocksFreedInARowThePlatformHasAllBack)
+{
+#if defined(__GLIBC__) && !QV_TEST_IS_SANITIZED
+    OnAThread(
+        []
+        {
+            AllocAndFree(64, 20);
+            for (const size_t count : {2u, 3u})
+            {
+                const size_t before = mallinfo2().uordblks;
+                u8 *blocks[3] = {};
+                for (size_t i = 0; i < count; ++i)
+                    blocks[i] = Alloc(5000);
+                EXPECT_GT(mallinfo2().uordblks, before);
+                for (size_t i = 0; i < count; ++i)
+                    Free(blocks[i], 5000);
+                EXPECT_EQ(mallinfo2().uordblks, before) << count;
+            }
+        });
+#else
+    GTEST_SKIP() << "what the platform has back is not told here";
+#endif
+}
+
+TEST_F(MemThreadCacheOwn, ALargeBlockWithNoMoreRoomThanASmallOneIsNotKept)
+{
+    OnAThread(
+        []
+        {
+            AllocAndFree(64, 20);
+            u8 *const block = AllocWithRoom(kMaxSmallBytes);
+            ASSERT_NE(block, nullptr);
+            u8 *const taken = Alloc(kMaxSmallBytes + 1);
+            Free(block, kMaxSmallBytes);
+            EXPECT_EQ(KeptLarge(kMaxSmallBytes), nullptr);
+            Free(taken, kMaxSmallBytes + 1);
+            EXPECT_EQ(KeptLarge(kMaxSmallBytes), taken);
+        });
+}
+
+// What stands behind those that a thread keeps is not read as if it were one.
+TEST_F(MemThreadCacheOwn, ALargeBlockWithTheRoomOfTheLimitIsNotKept)
+{
+    OnAThread(
+        []
+        {
+            u8 *const block = AllocWithRoom(kMaxKeptLargeBytes);
+            ASSERT_NE(block, nullptr);
+            SThreadCache own = {};
+            own.m_Previous = reinterpret_cast<SThreadCache *>(ureg(1));
+            SThreadCache *const before = ThreadCache();
+            ThreadCache() = &own;
+            RawFree(block);
+            ThreadCache() = before;
+            EXPECT_EQ(own.m_Next, nullptr);
+            EXPECT_EQ(own.m_Previous, reinterpret_cast<SThreadCache *>(ureg(1)));
+            for (const SKeptLarge &kept : own.m_Large)
+                EXPECT_EQ(kept.m_Block, nullptr);
         });
 }
 
@@ -348,8 +491,50 @@ TEST_F(MemThreadCacheOwn, ABlockHasRoomToGrowUpToItsOwnRoomAndNothingElseHas)
     EXPECT_FALSE(HasRoomToGrow(large, RoomOfLarge(large) + 1));
     Free(large, 5000);
     EXPECT_FALSE(HasRoomToGrow(nullptr, 1));
-    alignas(16) u8 local[64] = {};
+    alignas(16) u8 local[64];
+    std::memset(local, 1, sizeof(local));
     EXPECT_FALSE(HasRoomToGrow(local + 32, 1));
+}
+
+TEST_F(MemThreadCacheOwn, ABlockThatWasFoundToBeSmallIsKnownFromThenOn)
+{
+    u8 *const block = Alloc(64);
+    // As if it lay in memory that was mapped since.
+    g_SmallRangeKnown.Store(0);
+    EXPECT_FALSE(IsKnownSmallBlock(block));
+    EXPECT_TRUE(IsSmallBlock(block));
+    EXPECT_TRUE(IsKnownSmallBlock(block));
+    Free(block, 64);
+}
+
+TEST_F(MemThreadCacheOwn, NothingBehindWhatIsMappedIsASmallBlock)
+{
+    const CSlabHeap &heap = FindOrMakeProcess()->m_Heap;
+    u8 *const end = reinterpret_cast<u8 *>(heap.Base() + heap.MappedBytes());
+    EXPECT_TRUE(IsSmallBlock(end - kSmallStep));
+    EXPECT_EQ(g_SmallRangeKnown.Load(), heap.MappedBytes());
+    EXPECT_FALSE(IsKnownSmallBlock(end));
+    EXPECT_FALSE(IsSmallBlock(end));
+}
+
+TEST_F(MemThreadCacheOwn, NoBlockTakesTheFastPathWhileAnotherAllocatorIsInstalled)
+{
+    u8 *const block = Alloc(64);
+    const Mem::SAllocator refusing = {
+        [](u64, u32, Mem::EAllocType, Mem::EOrigin, const char *, const char *, u32, const char *) -> void *
+        { return nullptr; },
+        [](void *, u64, u32, Mem::EAllocType, const char *, const char *, u32, const char *) -> void *
+        { return nullptr; },
+        [](void *, Mem::EAllocType, Mem::EOrigin, const char *, const char *, u32, const char *) {},
+    };
+    const Mem::SAllocator before = Mem::SetAllocator(refusing);
+    const bool isSmall = IsSmallBlock(block);
+    const bool isKnown = IsKnownSmallBlock(block);
+    Mem::SetAllocator(before);
+    EXPECT_TRUE(isSmall);
+    EXPECT_FALSE(isKnown);
+    EXPECT_TRUE(IsSmallBlock(block));
+    Free(block, 64);
 }
 
 TEST_F(MemThreadCacheOwn, FreeingByAddressGivesTheBlockBack)
@@ -440,6 +625,28 @@ TEST_F(MemThreadCacheOwn, ABinWhoseLinkWasOverwrittenGoesOn)
             AllocAndFree(64, kCachedBytesPerClass / 64 / 2);
             EXPECT_EQ(LiveBlocks(), live);
         });
+}
+
+// Also where it had been let keep more.
+TEST_F(MemThreadCacheOwn, ABinWhoseLinkWasOverwrittenMayKeepAsManyAsBefore)
+{
+    for (const u32 raises : {0u, 1u, 3u})
+        OnAThread(
+            [raises]
+            {
+                const u32 sizeClass = SmallClass(64);
+                AllocAndFree(64, 20);
+                CAssertRecorder recorder;
+                for (u32 i = 0; i < raises; ++i)
+                    AllocAndFree(64, 2 * kMostCachedBytesPerClass / 64);
+                const u32 room = RoomOfOwnBin(sizeClass);
+                EXPECT_EQ(room, (raises + 1) * kCachedBytesPerClass / 64);
+                WriteTo(FillCache(10).back());
+                u8 *const block = Alloc(64);
+                EXPECT_EQ(RoomOfOwnBin(sizeClass), room) << raises;
+                Free(block, 64);
+                EXPECT_EQ(recorder.Expressions(), IfAsserting({"!overwritten"}));
+            });
 }
 
 TEST_F(MemThreadCacheOwn, AnOverwrittenLinkInAFullBinIsReportedAndNotFollowed)
