@@ -17,6 +17,7 @@ int main()
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <functional>
 #include <utility>
 #include <vector>
@@ -173,6 +174,26 @@ int ABlockIsTakenWhileAnotherComesBack()
     return TryEachMoment({WholeSlab() - 1, &TakeByFirst, &GiveFirst, isRight});
 }
 
+// The only one of all, in a heap that cannot grow: whoever has looked for one in vain just before may not hide it.
+int ABlockThatComesBackIsFoundByWhoeverLooksNext()
+{
+    const auto takeWithoutGrowth = [](SScene &scene)
+    {
+        if (!PortMapAt(scene.m_Heap->Base() + scene.m_Heap->MappedBytes(), kSlabBytes))
+            std::abort();
+        TakeByFirst(scene);
+    };
+    const auto isRight = [](SScene &scene)
+    {
+        if (scene.m_TakenByFirst == nullptr)
+            TakeBySecond(scene);
+        PortUnmap(scene.m_Heap->Base() + scene.m_Heap->MappedBytes(), kSlabBytes);
+        return (scene.m_TakenByFirst == scene.m_Blocks[0] || scene.m_TakenBySecond == scene.m_Blocks[0]) &&
+               scene.IsWhole(1);
+    };
+    return TryEachMoment({WholeSlab(), takeWithoutGrowth, &GiveFirst, isRight});
+}
+
 // The second gets none where the first is just mapping more memory.
 int TwoTakeBlocks()
 {
@@ -252,6 +273,8 @@ void RunSlower(CSlabHeap &heap, const std::vector<SFreeBlock *> &faster, const W
 }
 
 constexpr u32 kFaster = 20;
+// How often a thread tries before it keeps its blocks.
+constexpr u32 kTries = 16;
 
 int ABlockComesBackHoweverOftenOthersAreFaster()
 {
@@ -277,7 +300,10 @@ int AListKeepsWhatOthersLeaveItNoTimeToGive()
     u32 given = 0;
     const auto faster = scene.m_Blocks.begin() + WholeSlab() - kFaster;
     RunSlower(heap, std::vector<SFreeBlock *>(faster, faster + kFaster), [&] { given = heap.Give(list, 5); });
-    const u64 left = scene.m_Blocks.size() - (kFaster - g_Faster.size());
+    // And one before those of the other slab go back.
+    if (g_Faster.size() != kFaster - (kTries + 1))
+        return 3;
+    const u64 left = scene.m_Blocks.size() - (kTries + 1);
     if (given != 2 || list != scene.m_Blocks[0] || heap.Figures().m_LiveBlocks != left - 2)
         return 1;
     return heap.Give(list, 5) == 3 && links.IsEnd(list) && heap.Figures().m_LiveBlocks == left - 5 ? 0 : 2;
@@ -315,6 +341,7 @@ int ABinStaysFullWhereOthersAreFaster()
 
 constexpr SProcessCase kCases[] = {
     {"ABlockIsTakenWhileAnotherComesBack", &ABlockIsTakenWhileAnotherComesBack},
+    {"ABlockThatComesBackIsFoundByWhoeverLooksNext", &ABlockThatComesBackIsFoundByWhoeverLooksNext},
     {"TwoTakeBlocks", &TwoTakeBlocks},
     {"AllBlocksComeBackAtOnce", &AllBlocksComeBackAtOnce},
     {"ABlockIsLookedForWhileOthersComeAndGo", &ABlockIsLookedForWhileOthersComeAndGo},

@@ -50,9 +50,10 @@ using namespace Quorvane;
 using namespace Quorvane::Mem::Internal;
 using namespace QuorvaneTest;
 
-// Whether the system refuses memory by its own allocator, and addresses that it is asked for.
+// Whether the system refuses memory by its own allocator, and addresses that it is asked for; how often it did that.
 bool g_RefusesBlocks = false;
 bool g_RefusesAddresses = false;
+u32 g_RefusedAddresses = 0;
 // How many blocks it gives before it refuses the others; what it was asked for, how often, and what is out.
 u32 g_BlocksLeft = ~u32(0);
 u32 g_BlocksAsked = 0;
@@ -169,6 +170,7 @@ extern "C"
         }
         if (address == nullptr || !g_RefusesAddresses)
             return __real_mmap(address, bytes, protection, flags, file, offset);
+        ++g_RefusedAddresses;
         errno = ENOMEM;
         return MAP_FAILED;
     }
@@ -458,6 +460,16 @@ int ABlockOfLargerAlignmentIsResizedAsAWholeOrNotAtAll()
     return FirstFalse({isRefused, isLeft, isMoved, isShrunk, areAligned});
 }
 
+// Another thread may just have got them, and be about to tell.
+int AddressesThatAreRefusedAreAskedForFourTimesWhileOthersRun()
+{
+    COwnHeap heap;
+    g_RefusesAddresses = true;
+    const bool isRefused = heap->TakeOne(1) == nullptr;
+    g_RefusesAddresses = false;
+    return FirstFalse({isRefused, g_RefusedAddresses == 4, g_Yields == 4, heap->TakeOne(1) != nullptr});
+}
+
 // ---- Threads of whose end nobody would tell ----------------------------------------------------------------------------
 
 int AThreadWhoseEndNobodyTellsOfHasNoCache()
@@ -588,6 +600,29 @@ int ALockIsAskedForUntilItIsFree()
     return FirstFalse({!g_Lock.Lock(1), g_Yields == 1 + kYieldsBeforePauses, g_Pauses == 1});
 }
 
+// Of a heap with two slabs in use, one that was never used, and that of the records: both parts of each of the three.
+int WhatIsInUseIsLockedAndWhatComesIntoUseLater()
+{
+    COwnHeap heap;
+    if (heap->TakeOne(1) == nullptr || heap->TakeOne(2) == nullptr || heap->MappedBytes() != 4 * kSlabBytes)
+        return 1;
+    const bool isReady = heap->Prewarm(0, false);
+    const u32 without = g_Locks;
+    const bool isLocked = heap->Prewarm(0, true);
+    const u32 with = g_Locks;
+    return FirstFalse({isReady, without == 0, isLocked, with == 2 * 3, heap->TakeOne(3) != nullptr, g_Locks == 2 * 4,
+                       heap->TakeOne(4) != nullptr, g_Locks == 2 * 5});
+}
+
+int WhatMayNotBeLockedOnceIsNotTriedAgainLater()
+{
+    COwnHeap heap;
+    g_RefusedLock = 0;
+    const bool isLocked = heap->Prewarm(0, true);
+    const u32 locks = g_Locks;
+    return FirstFalse({!isLocked, locks == 1, heap->TakeOne(1) != nullptr, g_Locks == locks});
+}
+
 // ---- Other systems -------------------------------------------------------------------------------------------------------
 
 int AProcessToWhichTheSystemGivesNoChanceUsesStrings()
@@ -610,11 +645,13 @@ int WherePagesAreLargeSlabsHaveNoGuards()
 {
     g_PageBytes = 4 * kMaxGuardBytes;
     COwnHeap large(true);
+    g_PageBytes = kMaxGuardBytes;
+    COwnHeap largest(true);
     g_PageBytes = 0;
     COwnHeap small(true);
     const bool areSmall = PortPageBytes() <= kMaxGuardBytes;
-    return FirstFalse({large->BytesOfSlab() == kSlabBytes, !areSmall || small->BytesOfSlab() < kSlabBytes,
-                       large->TakeOne(1) != nullptr});
+    return FirstFalse({large->BytesOfSlab() == kSlabBytes, largest->BytesOfSlab() == kSlabBytes - kMaxGuardBytes,
+                       !areSmall || small->BytesOfSlab() < kSlabBytes, large->TakeOne(1) != nullptr});
 }
 
 int AProcessInWhichValgrindIsPreloadedIsWatched()
@@ -1037,6 +1074,8 @@ constexpr SProcessCase kCases[] = {
     {"ThePlatformIsAskedForExactSizes", &ThePlatformIsAskedForExactSizes},
     {"WhatAllBlocksHaveOfAlignmentThePlatformIsNotAskedFor", &WhatAllBlocksHaveOfAlignmentThePlatformIsNotAskedFor},
     {"ABlockOfLargerAlignmentIsResizedAsAWholeOrNotAtAll", &ABlockOfLargerAlignmentIsResizedAsAWholeOrNotAtAll},
+    {"AddressesThatAreRefusedAreAskedForFourTimesWhileOthersRun",
+     &AddressesThatAreRefusedAreAskedForFourTimesWhileOthersRun},
     {"AThreadWhoseEndNobodyTellsOfHasNoCache", &AThreadWhoseEndNobodyTellsOfHasNoCache},
     {"NoThreadHasACacheWhereNoKeyIsLeft", &NoThreadHasACacheWhereNoKeyIsLeft},
     {"TheFirstThreadMayEndBeforeTheProcess", &TheFirstThreadMayEndBeforeTheProcess},
@@ -1046,6 +1085,8 @@ constexpr SProcessCase kCases[] = {
     {"EachWordIsByChance", &EachWordIsByChance},
     {"WhoWaitsYieldsAtFirstAndPausesThen", &WhoWaitsYieldsAtFirstAndPausesThen},
     {"ALockIsAskedForUntilItIsFree", &ALockIsAskedForUntilItIsFree},
+    {"WhatIsInUseIsLockedAndWhatComesIntoUseLater", &WhatIsInUseIsLockedAndWhatComesIntoUseLater},
+    {"WhatMayNotBeLockedOnceIsNotTriedAgainLater", &WhatMayNotBeLockedOnceIsNotTriedAgainLater},
     {"AProcessToWhichTheSystemGivesNoChanceUsesStrings", &AProcessToWhichTheSystemGivesNoChanceUsesStrings},
     {"WhereAddressesAreHintsThePlatformServes", &WhereAddressesAreHintsThePlatformServes},
     {"WherePagesAreLargeSlabsHaveNoGuards", &WherePagesAreLargeSlabsHaveNoGuards},

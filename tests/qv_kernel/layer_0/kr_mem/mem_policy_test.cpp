@@ -100,6 +100,16 @@ TEST(MemPolicy, APlainBuildHasBlocksOfItsOwn)
     EXPECT_EQ(UsesFastPath(), QV_TEST_MEM_CACHE != 0);
 }
 
+TEST(MemPolicy, WhereTheTrackerLooksAtEachBlockThePlatformServes)
+{
+    Mem::SFigures figures;
+    if (!Mem::LiveFigures(nullptr, figures))
+        GTEST_SKIP() << "the library was built without tracking";
+    EXPECT_TRUE(IsWatched());
+    EXPECT_FALSE(HasSmallBlocks());
+    EXPECT_FALSE(LargeBlocksHaveHeads());
+}
+
 // A tool that is preloaded is known by its name.
 TEST_F(MemPolicyOwn, UnderValgrindThePlatformServes)
 {

@@ -27,7 +27,7 @@ TEST(MemSlabRecords, ABlockTellsItsChunkAndItsSlab)
 {
     const ureg chunk = 5 * kChunkBytes;
     for (u32 slab = 0; slab < kSlabsPerChunk; ++slab)
-        for (const ureg offset : {ureg(0), ureg(16), kSlabBytes - 16})
+        for (const ureg offset : {ureg(0), ureg(1), ureg(16), kSlabBytes - 16, kSlabBytes - 1})
         {
             const void *const block = reinterpret_cast<void *>(chunk + slab * kSlabBytes + offset);
             ASSERT_EQ(reinterpret_cast<ureg>(ChunkOf(block)), chunk);

@@ -120,6 +120,49 @@ TEST_F(MemSlabSets, ASearchEndsAfterAFixedNumberOfSteps)
     EXPECT_LT(searches, 4u);
 }
 
+// Slabs of that many chunks of the second group are put into a set, and all but the last are claimed by number.
+TEST_F(MemSlabSets, ASearchPassesSixtyThreeHintsThatAreOutOfDateAndNoMore)
+{
+    constexpr u32 kGroup = kBitsPerWord * kSlabsPerChunk;
+    const auto putBehind = [this](u32 outOfDate)
+    {
+        for (u32 chunk = 0; chunk <= outOfDate; ++chunk)
+            m_Sets.Put(9, kGroup + chunk * kSlabsPerChunk);
+        for (u32 chunk = 0; chunk < outOfDate; ++chunk)
+            EXPECT_TRUE(m_Sets.Claim(9, kGroup + chunk * kSlabsPerChunk));
+        return kGroup + outOfDate * kSlabsPerChunk;
+    };
+    const u32 last = putBehind(63);
+    EXPECT_EQ(m_Sets.ClaimAny(9), last);
+    // And one in the first group, whose chunk and whose group have a hint each.
+    m_Sets.Put(9, 5);
+    EXPECT_TRUE(m_Sets.Claim(9, 5));
+    EXPECT_EQ(putBehind(62), last - kSlabsPerChunk);
+    EXPECT_EQ(m_Sets.ClaimAny(9), CSlabSets::kNone);
+    EXPECT_EQ(m_Sets.ClaimAny(9), last - kSlabsPerChunk);
+}
+
+// Where the range is so full that the upper level has another word for them.
+TEST_F(MemSlabSets, WhatLiesSixteenGigabytesOnIsFound)
+{
+    constexpr u32 kFarSlab = kBitsPerWord * kBitsPerWord * kSlabsPerChunk;
+    constexpr ureg kFarBytes = kFarSlab * kSlabBytes;
+    // Addresses alone, of which two chunks get memory.
+    void *const addresses = MapPages(kFarBytes + 2 * kChunkBytes, PageAccess_None);
+    if (addresses == nullptr)
+        GTEST_SKIP() << "so many addresses are not to be had here";
+    char *const base =
+        reinterpret_cast<char *>((reinterpret_cast<ureg>(addresses) + kChunkBytes - 1) & ~(kChunkBytes - 1));
+    ASSERT_TRUE(ProtectPages(base, kChunkRecordBytes, PageAccess_ReadWrite));
+    ASSERT_TRUE(ProtectPages(base + kFarBytes, kChunkRecordBytes, PageAccess_ReadWrite));
+    CSlabSets sets;
+    sets.Begin(reinterpret_cast<ureg>(base));
+    sets.Put(9, kFarSlab + 3);
+    EXPECT_EQ(sets.ClaimAny(9), kFarSlab + 3);
+    EXPECT_EQ(sets.ClaimAny(9), CSlabSets::kNone);
+    UnmapPages(addresses, kFarBytes + 2 * kChunkBytes);
+}
+
 // Threads claim and put the slabs of two sets, of several chunks and of both groups. Nobody may get what another one has,
 // and in the end all are there.
 TEST_F(MemSlabSets, NoSlabIsClaimedByTwoAndNoneGetsLost)
