@@ -198,6 +198,20 @@ TEST(StringFormat, FormatLeavesTheProcessInTheCLocale)
     EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "C");
 }
 
+// The platform may keep the names of locales that are entered again in the same place.
+TEST(StringFormat, FormatLeavesTheProcessInTheCLocaleHoweverOftenItIsInAnother)
+{
+    const CLocaleGuard guard;
+    for (const int category : {LC_ALL, LC_CTYPE})
+        for (u32 i = 0; i < 10; ++i)
+        {
+            if (std::setlocale(category, "C.UTF-8") == nullptr)
+                GTEST_SKIP() << "no other locale is installed";
+            ExpectText(CString::Format("%d", 1), "1");
+            EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "C");
+        }
+}
+
 TEST(StringFormat, FormatLeavesTheProcessInTheCLocaleWhenOneCategoryDiffers)
 {
     const CLocaleGuard guard;
