@@ -356,6 +356,16 @@ TEST_F(StringCopyFigures, FunctionsThatGiveANewStringCountNothing)
     EXPECT_EQ(since.Get().m_PrivateCopies, 1u);
 }
 
+// No handle of the program's is copied, and none for a while.
+TEST_F(StringCopyFigures, UppercaseAndLowercaseShareNothing)
+{
+    const CString string = Fixed(kText);
+    const CSince since;
+    EXPECT_EQ(string.Uppercase().Length(), kTextLength);
+    EXPECT_EQ(string.Lowercase().Length(), kTextLength);
+    EXPECT_EQ(since.Get().m_SharedCopies, 0u);
+}
+
 TEST_F(StringCopyFigures, WhatIsRefusedIsNotCounted)
 {
     CTestAllocator allocator;

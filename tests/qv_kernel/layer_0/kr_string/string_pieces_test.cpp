@@ -402,6 +402,19 @@ TEST_P(StringPiecesForms, PiecesBetweenTextsThatResembleTheirSurroundings)
 }
 
 // Trying each place would take the product of the lengths: hours.
+// Compared at each place up to its middle, this one would take 10^12 comparisons.
+TEST(StringPieces, ALongSeparatorThatIsLikeTheTextUpToItsMiddleTakesLinearTime)
+{
+    const size_t length = kVerySlow ? 200000 : 4000000;
+    const std::string text(length, 'a');
+    std::string separator(length / 4, 'a');
+    separator[length / 8] = 'b';
+    u64 count = 0;
+    for (const CStringView &piece : Pieces(ViewOf(text), ViewOf(separator)))
+        count += piece.Length();
+    EXPECT_EQ(count, length);
+}
+
 TEST(StringPieces, HardSeparatorsTakeLinearTime)
 {
     for (const SHardCase &hard : HardCases(kSlow ? 200000 : 1000000))
