@@ -233,6 +233,11 @@ TEST(StringPieces, AtMostEndsWithAllThatIsLeft)
     EXPECT_EQ(TextsIn(Pieces("a,b,c", ',').FromEnd().AtMost(2)), (PieceTexts{"c", "a,b"}));
     EXPECT_EQ(TextsIn(Pieces(",a,,b,", ',').AtMost(2).FromEnd()), (PieceTexts{"b", ",a"}));
     EXPECT_EQ(TextsIn(Pieces("a,b,c", ',').AtMost(2).AtMost(3)), (PieceTexts{"a", "b", "c"}));
+    // Behind the last piece nothing is looked for, with separators that are searched for one at a time neither.
+    EXPECT_EQ(TextsIn(Pieces("a<----------------->b<----------------->c", "<----------------->").AtMost(2)),
+              (PieceTexts{"a", "b<----------------->c"}));
+    EXPECT_EQ(TextsIn(Pieces("a<----------------->b<----------------->c", "<----------------->").AtMost(1)),
+              (PieceTexts{"a<----------------->b<----------------->c"}));
 }
 
 TEST(StringPieces, AnEmptySeparatorCutsNowhere)
