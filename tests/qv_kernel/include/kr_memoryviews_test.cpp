@@ -679,6 +679,8 @@ TEST(StridedMemoryView, ItsIteratorMovesInTheMannerOfAPointer)
     EXPECT_TRUE(view.Begin() >= view.Begin());
     EXPECT_TRUE(view.Begin() != view.End());
     EXPECT_TRUE(IteratorOfView() == IteratorOfView());
+    EXPECT_TRUE(IteratorOfView() == TStridedMemoryView<SRecord>().Begin());
+    EXPECT_TRUE(IteratorOfView() == TStridedMemoryView<SRecord>().End());
 }
 
 TEST(StridedMemoryView, TheStandardAlgorithmsWork)

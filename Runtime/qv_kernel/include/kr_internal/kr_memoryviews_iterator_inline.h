@@ -26,7 +26,8 @@ public:
     using pointer = T *;
     using reference = T &;
 
-    Iterator() noexcept QV_NONBLOCKING : m_Address(0), m_Stride(0), m_Repeats(0) {}
+    // Of a default view.
+    Iterator() noexcept QV_NONBLOCKING : Iterator(nullptr, static_cast<u32>(sizeof(T))) {}
     Iterator(const u8 *address, u32 stride) noexcept QV_NONBLOCKING : m_Address(reinterpret_cast<ureg>(address)),
                                                                       m_Stride(stride),
                                                                       m_Repeats(0)
