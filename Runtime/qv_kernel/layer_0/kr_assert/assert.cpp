@@ -108,19 +108,31 @@ int ReportFromStack(const SFailure &failure, const char *format, std::va_list ar
     return Report(failure, message);
 }
 
+// Gives a buffer that was taken back, also when an exception leaves the handler.
+class CTakenMessage
+{
+public:
+    explicit CTakenMessage(unsigned &isTaken) : m_IsTaken(isTaken) {}
+    ~CTakenMessage() { __atomic_store_n(&m_IsTaken, 0u, __ATOMIC_RELEASE); }
+    CTakenMessage(const CTakenMessage &) = delete;
+    CTakenMessage &operator=(const CTakenMessage &) = delete;
+
+private:
+    unsigned &m_IsTaken;
+};
+
 QV_INTERNAL_PRINTF(2, 0)
 QV_INTERNAL_COLD
 int ReportLong(const SFailure &failure, const char *format, std::va_list args)
 {
     for (unsigned i = 0; i < kLongMessages; ++i)
     {
-        // Acquire, and release below: whoever takes the buffer next writes to it after its last reader is done.
+        // Acquire, and release at the end: whoever takes the buffer next writes to it after its last reader is done.
         if (__atomic_exchange_n(&g_LongMessageIsTaken[i], 1u, __ATOMIC_ACQUIRE) != 0)
             continue;
+        const CTakenMessage taken(g_LongMessageIsTaken[i]);
         std::vsnprintf(g_LongMessages[i], kMaxMessageBytes, format, args);
-        const int answer = Report(failure, g_LongMessages[i]);
-        __atomic_store_n(&g_LongMessageIsTaken[i], 0u, __ATOMIC_RELEASE);
-        return answer;
+        return Report(failure, g_LongMessages[i]);
     }
     return ReportFromStack(failure, format, args);
 }

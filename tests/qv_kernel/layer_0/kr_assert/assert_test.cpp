@@ -444,6 +444,20 @@ TEST(AssertionHandler, TheNextReportArrivesAfterAHandlerThatThrew)
     ExpectReportsAfterAThrow([&] { Assert::VerifyAssertFalse_Breaks(ignored, "f", "g", 1, "e", "e", "m"); });
 }
 
+TEST(AssertionHandler, LongMessagesTakeNoStackAfterHandlersThatThrew)
+{
+    g_LongMessages = {4, 0, 0};
+    for (int i = 0; i < 4; ++i)
+    {
+        const CHandlerScope scope(&ThrowingHandler);
+        EXPECT_THROW(ReportLong(), std::runtime_error);
+    }
+    const CHandlerScope scope(&LongMessageHandler);
+    ReportLong();
+    EXPECT_EQ(g_LongMessages.m_Whole, 4u);
+    EXPECT_EQ(g_LongMessages.m_OnStack, 0u);
+}
+
 TEST(AssertionHandler, TheNextReportArrivesAfterAHandlerThatThrewAtASiteOfTheLibrary)
 {
     if (!kSitesReport)
