@@ -209,6 +209,14 @@ TYPED_TEST(SimdBlock, LesserBytesTakesTheLesserOfEveryPairOfValues)
     }
 }
 
+TYPED_TEST(SimdBlock, LesserBytesComparesEachByteToTheOneInItsPlace)
+{
+    const TypeParam rising = BlockOf<TypeParam>(Ramp(0, 1));
+    const TypeParam falling = BlockOf<TypeParam>(Ramp(15, 255));
+    const SBytes expected = {0, 1, 2, 3, 4, 5, 6, 7, 7, 6, 5, 4, 3, 2, 1, 0};
+    EXPECT_EQ(BytesOf(TypeParam::LesserBytes(rising, falling)), expected);
+}
+
 TYPED_TEST(SimdBlock, EqualBytesMarksOneByteWithoutItsNeighbours)
 {
     // Every value against 0 between every pair of neighbours, in every place.
