@@ -77,8 +77,10 @@ bool g_RefusesThreadValues = false;
 u32 g_ThreadValues = 0;
 const char *g_Preloaded = nullptr; // what the environment says, besides what it does
 bool g_HasNoChance = false;        // for the process
-bool g_HasNoWords = false;         // for whoever asks
-timespec g_Now = {};               // where it is not zero
+// The words by chance that it has; null: those of the system.
+const u64 *g_WordsOfProcess = nullptr;
+bool g_HasNoWords = false; // for whoever asks
+timespec g_Now = {};       // where it is not zero
 u32 g_Yields = 0;
 u32 g_Pauses = 0;
 long g_PageBytes = 0; // 0: the system's own
@@ -211,6 +213,8 @@ extern "C"
 
     unsigned long __wrap_getauxval(unsigned long type)
     {
+        if (type == AT_RANDOM && g_WordsOfProcess != nullptr)
+            return reinterpret_cast<unsigned long>(g_WordsOfProcess);
         return type == AT_RANDOM && g_HasNoChance ? 0 : __real_getauxval(type);
     }
 
@@ -538,6 +542,27 @@ struct SWords
 {
     u64 m_Words[2];
 };
+
+// Copies of the library that were built at different times find each other by them: the upper half of the product of one
+// word, XORed with a constant, and the other, made odd.
+int ThePlacesFollowFromWhatTheSystemGivesTheProcess()
+{
+    constexpr u64 kMixed = 0x9E3779B97F4A7C15ull;
+    // More than the regions have places: 2^23 and fewer, powers of two.
+    constexpr u64 kNumber = (1u << 23) + 5;
+    constexpr u64 kWords[][2] = {{kMixed ^ 1, kNumber << 32}, {kMixed ^ (kNumber << 32), 0}};
+    constexpr u64 kBegins[kProcessPlaces] = {u64(1) << 45, u64(1) << 39, u64(1) << 36};
+    for (const u64(&words)[2] : kWords)
+    {
+        g_WordsOfProcess = words;
+        if (PortProcessSeed() != kNumber)
+            return 1;
+        for (u32 which = 0; which < kProcessPlaces; ++which)
+            if (ProcessPlace(which) != kBegins[which] + 5 * kChunkBytes)
+                return 2;
+    }
+    return 0;
+}
 
 // Of the same place in memory each time.
 __attribute__((noinline)) SWords WordsByChance(timespec now, bool hasNoChance)
@@ -1081,6 +1106,7 @@ constexpr SProcessCase kCases[] = {
     {"TheFirstThreadMayEndBeforeTheProcess", &TheFirstThreadMayEndBeforeTheProcess},
     {"WhicheverLockIsRefusedMakingReadySaysSo", &WhicheverLockIsRefusedMakingReadySaysSo},
     {"WhatIsNotToBeLockedIsNotLocked", &WhatIsNotToBeLockedIsNotLocked},
+    {"ThePlacesFollowFromWhatTheSystemGivesTheProcess", &ThePlacesFollowFromWhatTheSystemGivesTheProcess},
     {"WithoutWordsByChanceTheyDifferByTheProcessAndByTheTime", &WithoutWordsByChanceTheyDifferByTheProcessAndByTheTime},
     {"EachWordIsByChance", &EachWordIsByChance},
     {"WhoWaitsYieldsAtFirstAndPausesThen", &WhoWaitsYieldsAtFirstAndPausesThen},

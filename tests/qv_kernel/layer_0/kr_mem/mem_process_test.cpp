@@ -218,6 +218,7 @@ TEST(MemPort, MemoryIsMappedAtAnAddressOnlyWhereThereIsNone)
     ASSERT_TRUE(PortMapAt(address, kBytes));
     EXPECT_EQ(static_cast<char *>(memory)[5], '\0');
     PortUnmap(address, kBytes);
+    EXPECT_FALSE(PortIsReadable(address));
 }
 
 TEST(MemLock, TellsWhetherAnotherProcessLeftItLocked)

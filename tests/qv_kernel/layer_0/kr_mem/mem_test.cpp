@@ -268,6 +268,9 @@ TEST(MemAllocator, AnAllocatorThatDiffersFromTheDefaultOneInOneFunctionIsAskedFo
     const auto use = [](const Mem::SAllocator &allocator, u64 size)
     {
         g_HandedOn = 0;
+        // From then on the default one knows its blocks.
+        Mem::Free(Mem::_RawAlloc(40, 0, Mem::AllocType_Generic, Mem::Origin_Alloc, QV_INTERNAL_MEM_SITE),
+                  Mem::AllocType_Generic);
         Mem::SetAllocator(allocator);
         void *const block = Mem::_RawAlloc(40, 0, Mem::AllocType_Generic, Mem::Origin_Alloc, QV_INTERNAL_MEM_SITE);
         void *const moved = Mem::_RawRealloc(block, size, 0, Mem::AllocType_Generic, QV_INTERNAL_MEM_SITE);
