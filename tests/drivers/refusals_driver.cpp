@@ -61,6 +61,9 @@ u32 g_AlignedBlocksAsked = 0;
 u64 g_LastBytesAsked = 0;
 u64 g_BlocksOut = 0;
 const void *g_LastFreed = nullptr;
+// A block that it gives next, once; it is the test's own, and stays there when it is freed.
+void *g_NextBlock = nullptr;
+const void *g_OwnBlock = nullptr;
 // Whether it takes addresses for hints, as Linux before 4.17 does; how often it gave others than that, and which at last.
 bool g_TakesHints = false;
 u32 g_GivenElsewhere = 0;
@@ -135,6 +138,8 @@ extern "C"
 
     void *__wrap_malloc(std::size_t bytes)
     {
+        if (g_NextBlock != nullptr)
+            return std::exchange(g_NextBlock, nullptr);
         void *const block = GivesBlock(bytes) ? __real_malloc(bytes) : nullptr;
         CountBlock(block);
         return block;
@@ -157,7 +162,8 @@ extern "C"
     {
         g_LastFreed = block;
         g_BlocksOut -= block != nullptr ? 1 : 0;
-        __real_free(block);
+        if (block == nullptr || block != g_OwnBlock)
+            __real_free(block);
     }
 
     void *__wrap_mmap(void *address, std::size_t bytes, int protection, int flags, int file, off_t offset)
@@ -685,6 +691,24 @@ int AProcessInWhichValgrindIsPreloadedIsWatched()
     return FirstFalse({IsWatched(), !HasSmallBlocks(), UseStrings()});
 }
 
+// What a block begins with is all that a tool lets be read: here there is nothing in front of it.
+int WhereAToolWatchesNothingInFrontOfABlockIsRead()
+{
+    if (kWipes)
+        return kCaseSkipped; // the platform itself looks there, for how much is to be overwritten
+    g_Preloaded = "/usr/libexec/valgrind/vgpreload_core-amd64-linux.so";
+    const std::size_t page = SystemPageBytes();
+    u8 *const pages = static_cast<u8 *>(MapPages(2 * page, PageAccess_ReadWrite));
+    if (pages == nullptr || !ProtectPages(pages, page, PageAccess_None) || HasSmallBlocks())
+        return 1;
+    g_OwnBlock = pages + page;
+    g_NextBlock = pages + page;
+    u8 *const block = AllocRaw(4000);
+    const bool mayGrow = HasRoomToGrow(block, 1);
+    FreeRaw(block);
+    return FirstFalse({block == g_OwnBlock, !mayGrow, g_LastFreed == block});
+}
+
 int AProcessInWhichSomethingElseIsPreloadedIsNotWatched()
 {
     g_Preloaded = "/usr/lib/libsomething.so";
@@ -1117,6 +1141,7 @@ constexpr SProcessCase kCases[] = {
     {"WhereAddressesAreHintsThePlatformServes", &WhereAddressesAreHintsThePlatformServes},
     {"WherePagesAreLargeSlabsHaveNoGuards", &WherePagesAreLargeSlabsHaveNoGuards},
     {"AProcessInWhichValgrindIsPreloadedIsWatched", &AProcessInWhichValgrindIsPreloadedIsWatched},
+    {"WhereAToolWatchesNothingInFrontOfABlockIsRead", &WhereAToolWatchesNothingInFrontOfABlockIsRead},
     {"AProcessInWhichSomethingElseIsPreloadedIsNotWatched", &AProcessInWhichSomethingElseIsPreloadedIsNotWatched},
     {"WherePagesAreLargeTheCopiesFindWhatTheyShare", &WherePagesAreLargeTheCopiesFindWhatTheyShare},
     {"WhatIsNeverFinishedIsNotWaitedForLong", &WhatIsNeverFinishedIsNotWaitedForLong},
