@@ -346,12 +346,10 @@ bool TQuickSort<Compare, Iterator>::_GoOnWithSmaller(Iterator hiElem, Iterator l
     return m_Lo < m_Hi;
 }
 
-// Defers a range; not one of a single element.
+// Defers a range of one element or more.
 template <typename Compare, typename Iterator>
 void TQuickSort<Compare, Iterator>::_Push(Iterator lo, Iterator hi)
 {
-    if (!(lo < hi))
-        return;
     m_LoStack[m_Pending] = lo;
     m_HiStack[m_Pending] = hi;
     ++m_Pending;
