@@ -95,7 +95,8 @@ class CListener : public ::testing::EmptyTestEventListener
 public:
     void OnTestStart(const ::testing::TestInfo &test) override
     {
-        if (s_Test == nullptr || s_Tests.empty())
+        // Behind the first that fails, the others are skipped, of which GoogleTest tells as well.
+        if (s_Test == nullptr || s_Tests.empty() || ::testing::UnitTest::GetInstance()->Failed())
             return;
         const std::string name = std::string(test.test_suite_name()) + "." + test.name();
         const auto isNamed = [&](const STest &other) { return other.m_Name == name; };

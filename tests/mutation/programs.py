@@ -3,9 +3,10 @@
 
     programs.py <list of mutants> <results> <program...>
 
-A program that answers other than without a mutant, crashes, or takes far longer has killed it. The quickest are asked
-first, and what takes longer than LONGEST without a mutant is not asked at all. Programs are linked with the library that
-has all mutants in it, which obeys the environment (switch.cpp).
+A program that answers other than without a mutant, crashes, or takes far longer has killed it; one that says that it
+cannot run has not. The quickest are asked first, and what takes longer than LONGEST without a mutant, or cannot run then,
+is not asked at all. Programs are linked with the library that has all mutants in it, which obeys the environment
+(switch.cpp).
 """
 
 import os
@@ -18,6 +19,8 @@ import time
 MOST_MUTANTS = 1 << 16
 # In seconds.
 LONGEST = 20
+# What a program answers that cannot run: it has noticed nothing.
+SKIPPED = 77
 
 
 class Program:
@@ -58,7 +61,7 @@ class Program:
     def outcome(self, number, scratch):
         """What becomes of a mutant; None when the program does not notice it."""
         answer = self.run({"QV_MUTANT": str(number)}, scratch, 10 * self.seconds + 1)
-        if answer == self.answer:
+        if answer in (self.answer, SKIPPED):
             return None
         return "late" if answer is None else "died" if answer < 0 else "failed"
 
@@ -91,7 +94,8 @@ def main():
     numbers = [int(line.split("\t")[0]) for line in pathlib.Path(listed).read_text().splitlines()]
     with tempfile.TemporaryDirectory() as folder, open(results, "w", encoding="ascii") as output:
         scratch = pathlib.Path(folder)
-        programs = [program for program in (Program(path, scratch) for path in paths) if program.answer is not None]
+        programs = [Program(path, scratch) for path in paths]
+        programs = [program for program in programs if program.answer not in (None, SKIPPED)]
         programs.sort(key=lambda program: program.seconds)
         for number in numbers:
             start = time.monotonic()

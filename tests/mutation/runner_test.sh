@@ -38,6 +38,30 @@ number=$(awk -F '\t' '/least <= value && value/ { print $1 }' "$scratch/mutants.
     echo 'FAILED: without a mutant'
     failed=1
 }
+# Of the tests that were run together, the one is named that failed.
+awk '$2 == "failed" { print $1, $3 }' "$scratch/results" >"$scratch/failed"
+while read -r number test; do
+    ! QV_MUTANT=$number "$scratch/sample" --gtest_filter="$test" >/dev/null 2>&1 || {
+        echo "FAILED: $test is said to have failed with mutant $number"
+        failed=1
+    }
+done <"$scratch/failed"
+# Whole programs, which reach every mutant: one that answers otherwise has noticed it, and one that cannot run has not.
+for answer in 1 77; do
+    cat >"$scratch/answers_$answer" <<END
+#!/bin/sh
+[ -z "\$QV_MUTANT" ] || exit $answer
+head -c 131072 /dev/zero | tr '\\0' '\\1' >"\$QV_MUTANT_REACHED"
+END
+    chmod +x "$scratch/answers_$answer"
+    printf '1\t1\t-\tany\n' >"$scratch/one"
+    /usr/bin/python3 "$here/programs.py" "$scratch/one" "$scratch/answer" "$scratch/answers_$answer"
+    cut -d ' ' -f 2 "$scratch/answer"
+done >"$scratch/answers"
+[ "$(paste -s -d ' ' "$scratch/answers")" = 'failed survived' ] || {
+    echo 'FAILED: what becomes of a mutant that a program notices, and of one with which it cannot run'
+    failed=1
+}
 # A survivor that is not listed fails the report, and one that is listed and killed.
 : >"$scratch/survivors.txt"
 ! /usr/bin/python3 "$here/report.py" "$scratch/mutants.tsv" "$scratch/survivors.txt" "$scratch/results" >/dev/null || {
