@@ -17,7 +17,9 @@ CString CString::VAFormat(const char *format, va_list args) noexcept
     // a block.
     constexpr u32 kStackBytes = 512;
     char buffer[kStackBytes];
-    const char *const bufferLast = buffer + kStackBytes - 1;
+    char *const bufferLast = buffer + kStackBytes - 1;
+    // Formatting writes its own; g++ warns of a constant pointer to what nobody has written.
+    *bufferLast = '\0';
     u32 length = 0;
     // Null, of length 0, when there is no result.
     char *formatted = SNativeStringUtils::VAFormat(buffer, bufferLast, length, format, args);
