@@ -248,8 +248,12 @@ private:
         u8 bytes[kBytes];
         std::memcpy(bytes, m_Words, kBytes);
         u32 index = 0;
-        while (index < kBytes && bytes[index] == 0)
+        for (const u8 byte : bytes)
+        {
+            if (byte != 0)
+                break;
             ++index;
+        }
         return index;
     }
 };

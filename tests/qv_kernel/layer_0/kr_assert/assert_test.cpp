@@ -280,6 +280,16 @@ TEST(AssertionHandler, NullTextsReachTheHandlerAsEmptyOnes)
     }
 }
 
+TEST(AssertionHandler, ANullFormatIsAnEmptyMessageWhateverTheStackHolds)
+{
+    const CAssertRecorder recorder;
+    // Leaves its message where the next one is made.
+    Assert::EvalAssertFormat("f", "g", 1, "e", "e", "%s", "the message before");
+    Assert::EvalAssertFormat("f", "g", 1, "e", "e", NullText(), 0);
+    ASSERT_EQ(recorder.Count(), 2u);
+    EXPECT_EQ(recorder.Reports()[1].m_Message, "");
+}
+
 TEST(AssertionHandler, VerifyAssertFalseReportsAndBreaksForAnswer0Only)
 {
     CAssertRecorder recorder;

@@ -1,6 +1,8 @@
 #include "kr_buffer/buffer_bitmap.h"
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <random>
 #include <string>
 #include <vector>
@@ -172,6 +174,22 @@ TEST_P(BufferBitmap, NeitherATableNorASetIsReadOutsideOfItsBytes)
         const u64 all =
             Internal::Buffer::FirstSetMatches(text.data(), length, reinterpret_cast<const u8 *>(set)).m_Bits;
         EXPECT_EQ(all, ~u64{0});
+    }
+}
+
+TEST_P(BufferBitmap, OfWholeWordsNothingIsWrittenBehindTheLast)
+{
+    constexpr u32 kWords = 4;
+    u64 bitmap[kWords + 1];
+    const std::string text(kWords * Internal::Buffer::kBitmapWordBits, 'a');
+    u8 table[256] = {};
+    table[static_cast<u8>('a')] = 1;
+    for (u32 words = 1; words <= kWords; ++words)
+    {
+        std::fill(std::begin(bitmap), std::end(bitmap), 0x5555555555555555u);
+        Internal::Buffer::FindTableMatches(bitmap, text.data(), words * Internal::Buffer::kBitmapWordBits, table);
+        EXPECT_EQ(bitmap[words - 1], ~u64{0});
+        EXPECT_EQ(bitmap[words], 0x5555555555555555u);
     }
 }
 

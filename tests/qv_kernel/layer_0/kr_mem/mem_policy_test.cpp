@@ -74,6 +74,7 @@ TEST(MemPolicyClasses, LessThanAnEighthOfABlockIsUnusedButByRoundingToTheAlignme
 TEST(MemPolicyClasses, AThreadKeepsABoundedPartOfMemoryAndMovesAFewBlocksAtATime)
 {
     EXPECT_EQ(BatchBlocks(0), 0u);
+    EXPECT_EQ(KeptBlocks(0), 0u);
     u64 bytes = 0;
     for (u32 sizeClass = 1; sizeClass < kSmallClassCount; ++sizeClass)
     {
