@@ -149,7 +149,7 @@ inline bool WriteSameLength(char *writeTo, const SReplacing &replacing)
         if (at + patternLength > copied)
         {
             // A chunk further than the match, so that matches close to each other share one copy.
-            const u32 count = QVMin(length - copied, at - copied + patternLength + Buffer::kChunkCharacters);
+            const u32 count = QVMin(length - copied, at + patternLength - copied + Buffer::kChunkCharacters);
             Write(writeTo + copied, text + copied, count);
             copied += count;
         }

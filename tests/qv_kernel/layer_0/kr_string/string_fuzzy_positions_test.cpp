@@ -200,7 +200,7 @@ TEST(StringFuzzyPositions, EveryPairOfShortTextsIsAlignedBest)
             }
 }
 
-struct SPair
+struct SQueryAndText
 {
     std::string m_Query;
     std::string m_Other;
@@ -263,7 +263,7 @@ TEST(StringFuzzyPositions, PairsWhosePartsAreCutAreThoseOfTheWholeMatrix)
 TEST(StringFuzzyPositions, AnAlignmentMayLeaveOutManyCharactersInARow)
 {
     const std::string common = CFuzzyTexts(29).Random("abcd", 700);
-    const SPair pairs[] = {
+    const SQueryAndText pairs[] = {
         // Along the first row, and down to the last one.
         {"=" + std::string(600, '*') + common + std::string(600, '*'), "=" + common + "+"},
         // Up the first column, from another band.
@@ -273,7 +273,7 @@ TEST(StringFuzzyPositions, AnAlignmentMayLeaveOutManyCharactersInARow)
         // Up the last column, which is a part of its own.
         {common.substr(0, 399) + std::string(50, '-'), std::string(50, '*') + common.substr(0, 399)},
     };
-    for (const SPair &pair : pairs)
+    for (const SQueryAndText &pair : pairs)
     {
         EXPECT_EQ(Match(pair.m_Query, pair.m_Other), ModelPositions(pair.m_Query, pair.m_Other)) << pair.m_Query;
         EXPECT_EQ(Match(pair.m_Other, pair.m_Query), ModelPositions(pair.m_Other, pair.m_Query)) << pair.m_Query;
