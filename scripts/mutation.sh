@@ -69,9 +69,10 @@ try_shares()
 }
 
 # The same of drivers, one after the other.
+#   try_drivers <copy's folder> <name of the results>
 try_drivers()
 {
-    nice /usr/bin/python3 tests/mutation/programs.py "$chosen" "$folder/results_drivers" "$folder"/build/tests/qv_driver_*
+    nice /usr/bin/python3 tests/mutation/programs.py "$chosen" "$folder/results_$2" "$1"/build/tests/qv_driver_*
 }
 
 # Leaves in $chosen, of those of a list, the mutants that nothing has killed and that are not known to be equivalent.
@@ -103,12 +104,14 @@ for program in thread exhaustive; do
     try_tests "$folder/build/tests/qv_kernel_${program}_tests" $program
     choose_survivors "$chosen"
 done
-while_waiting "asking the drivers about $(wc -l <"$chosen") mutants" try_drivers
+while_waiting "asking the drivers about $(wc -l <"$chosen") mutants" try_drivers "$folder" drivers
 
-build "$folder/tracking" -DQV_MEM_TRACKING=ON qv_kernel_tests
+build "$folder/tracking" -DQV_MEM_TRACKING=ON qv_kernel_tests drivers
 grep -E -e "$pattern" "$all_mutants" >"$chosen"
 choose_survivors "$chosen"
 try_tests "$folder/tracking/build/tests/qv_kernel_tests" tracking
+choose_survivors "$chosen"
+while_waiting "asking the drivers about $(wc -l <"$chosen") mutants" try_drivers "$folder/tracking" tracking_drivers
 
 all=
 [ "$pattern" != . ] || all=--all
