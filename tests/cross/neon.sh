@@ -43,7 +43,8 @@ kernels=$root/Runtime/qv_kernel/layer_0
 tests=$root/tests/qv_kernel/layer_0
 include_all "$scratch/library.cpp" "$kernels"/kr_assert/*.cpp "$kernels"/kr_simd/simd_machine.cpp \
     "$kernels"/kr_buffer/buffer_table.cpp "$kernels"/kr_buffer/buffer_compare.cpp "$kernels"/kr_buffer/buffer_edit.cpp \
-    "$kernels"/kr_buffer/buffer_find.cpp "$kernels"/kr_buffer/buffer_hash.cpp "$kernels"/kr_buffer/buffer_bitmap.cpp
+    "$kernels"/kr_buffer/buffer_find.cpp "$kernels"/kr_buffer/buffer_find_last.cpp "$kernels"/kr_buffer/buffer_hash.cpp \
+    "$kernels"/kr_buffer/buffer_bitmap.cpp
 include_all "$scratch/first_tests.cpp" "$tests"/kr_buffer/buffer_table_test.cpp \
     "$tests"/kr_buffer/buffer_kernels_test.cpp "$tests"/kr_buffer/buffer_edit_test.cpp \
     "$tests"/kr_buffer/buffer_hash_test.cpp
