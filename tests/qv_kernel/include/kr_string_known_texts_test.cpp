@@ -25,6 +25,9 @@ const std::string kKnownLetters = "abcdefghijklmnopqrstuvwxyz0123456789";
 // Or no test here reaches what it is about.
 TEST(StringKnownTexts, TheCompilerKnowsThemHere)
 {
+#if defined(QV_INTERNAL_HAS_REALTIME_SANITIZER)
+    GTEST_SKIP() << "the sanitizer's calls in each function keep the compiler from knowing";
+#endif
     u32 length = CStringView(kKnownLetters.data(), 7).Length();
     EXPECT_TRUE(__builtin_constant_p(length));
 }

@@ -263,8 +263,11 @@ TEST(PrintfFormat, FloatingPointNumbersWithAPointAreFormattedHere)
 {
     if (QV_OWN_PRINTF == 0)
         GTEST_SKIP() << "the platform's printf formats here";
+    const bool hasPoint = std::strcmp(std::localeconv()->decimal_point, ".") == 0;
     for (const EFormatLocale locale : {FormatLocale_C, FormatLocale_InForce})
     {
+        if (locale == FormatLocale_InForce && !hasPoint)
+            continue;
         std::string text;
         EXPECT_EQ(Made(text, 64, locale, "%f|%.2F|%e|%.3E|%g|%.1G", 1.5, 2.0, 3.25, 4.5, 1e9, 25.0), 48);
         EXPECT_EQ(text, "1.500000|2.00|3.250000e+00|4.500E+00|1e+09|2E+01");
