@@ -52,25 +52,27 @@ inline char WildcardFold(char character, bool ignoreCase)
     return static_cast<char>(character - 'A' + 'a');
 }
 
-// matches[e][t] tells whether the first e elements match the first t characters.
+// matches[t] tells whether the elements so far match the first t characters; each element makes the next row of this table
+// in place. A star's row goes by what stands left of it, the others' by what stood there before.
 inline bool WildcardModelMatches(const std::string &pattern, const std::string &text, bool ignoreCase, bool inhibitors)
 {
-    const std::vector<SWildcardElement> elements = WildcardElements(pattern, inhibitors);
-    std::vector<std::vector<bool>> matches(elements.size() + 1, std::vector<bool>(text.size() + 1, false));
-    matches[0][0] = true;
-    for (size_t e = 1; e <= elements.size(); ++e)
+    std::vector<char> matches(text.size() + 1, 0);
+    matches[0] = 1;
+    for (const SWildcardElement &element : WildcardElements(pattern, inhibitors))
     {
-        const SWildcardElement &element = elements[e - 1];
-        for (size_t t = 0; t <= text.size(); ++t)
+        if (element.m_Kind == SWildcardElement::Kind_AnyRun)
         {
-            if (element.m_Kind == SWildcardElement::Kind_AnyRun)
-                matches[e][t] = matches[e - 1][t] || (t > 0 && matches[e][t - 1]);
-            else if (t > 0 && matches[e - 1][t - 1])
-                matches[e][t] = element.m_Kind == SWildcardElement::Kind_AnyOne ||
-                                WildcardFold(element.m_Character, ignoreCase) == WildcardFold(text[t - 1], ignoreCase);
+            for (size_t t = 1; t <= text.size(); ++t)
+                matches[t] = matches[t] != 0 || matches[t - 1] != 0;
+            continue;
         }
+        const bool any = element.m_Kind == SWildcardElement::Kind_AnyOne;
+        const char wanted = WildcardFold(element.m_Character, ignoreCase);
+        for (size_t t = text.size(); t != 0; --t)
+            matches[t] = matches[t - 1] != 0 && (any || wanted == WildcardFold(text[t - 1], ignoreCase));
+        matches[0] = 0;
     }
-    return matches[elements.size()][text.size()];
+    return matches[text.size()] != 0;
 }
 
 } // namespace QuorvaneTest
