@@ -13,9 +13,6 @@ namespace
 
 using namespace QuorvaneFuzz;
 
-// In registers all integers of 64 bits are alike.
-static_assert(sizeof(long) == sizeof(long long) && sizeof(std::size_t) == sizeof(long long), "one kind serves for all");
-
 enum EKind : u8
 {
     Kind_Int,
@@ -23,6 +20,13 @@ enum EKind : u8
     Kind_Floating,
     Kind_Text,
 };
+
+// Integers of a size are handed on alike, and so are pointers.
+template <typename T>
+constexpr EKind KindOf()
+{
+    return sizeof(T) == sizeof(long long) ? Kind_Long : Kind_Int;
+}
 
 struct SArgument
 {
@@ -203,8 +207,15 @@ void AddInteger(CInput &input, SFormat &format, char letter)
     {
         const char *m_Text;
         EKind m_Kind;
-    } kSizes[] = {{"", Kind_Int},    {"", Kind_Int},   {"hh", Kind_Int}, {"h", Kind_Int}, {"l", Kind_Long},
-                  {"ll", Kind_Long}, {"z", Kind_Long}, {"j", Kind_Long}, {"t", Kind_Long}};
+    } kSizes[] = {{"", Kind_Int},
+                  {"", Kind_Int},
+                  {"hh", Kind_Int},
+                  {"h", Kind_Int},
+                  {"l", KindOf<long>()},
+                  {"ll", KindOf<long long>()},
+                  {"z", KindOf<std::size_t>()},
+                  {"j", KindOf<std::intmax_t>()},
+                  {"t", KindOf<std::ptrdiff_t>()}};
     const auto &size = kSizes[input.Byte() % (sizeof(kSizes) / sizeof(*kSizes))];
     format.m_Text += size.m_Text;
     format.m_Text += letter;
@@ -238,7 +249,7 @@ void AddDirective(CInput &input, SFormat &format, std::string &text)
     if (letter == 's')
         format.Add({Kind_Text, 0, 0, isNull ? nullptr : text.c_str()});
     else if (letter == 'c' || letter == 'p')
-        format.Add({letter == 'c' ? Kind_Int : Kind_Long, AnyInteger(input), 0, nullptr});
+        format.Add({letter == 'c' ? Kind_Int : KindOf<void *>(), AnyInteger(input), 0, nullptr});
     else
         format.Add({Kind_Floating, 0, AnyFloating(input), nullptr});
 }

@@ -50,7 +50,7 @@ public:
     u32 *At(u32 index) { return reinterpret_cast<u32 *>(m_Memory.data() + u64(index) * m_Stride); }
 
 private:
-    std::size_t Bytes() const { return u64(m_Count) * m_Stride + sizeof(u32); }
+    std::size_t Bytes() const { return std::size_t(m_Count) * m_Stride + sizeof(u32); }
 
     u32 m_Stride;
     u32 m_Count;
