@@ -110,7 +110,7 @@ narrow=platform-short-i386
 [ -z "$(reason_against short-i386)" ] || narrow=tracking-portable
 step_units '32 bits, tracking, wiped, portable' $narrow
 unset LC_ALL
-step 'tracking: the example of what is copied' $narrow 'example_copy_figures' example_copy_figures
+step 'the same: fuzz targets, an example' $narrow 'fuzz|example_copy_figures' fuzzers example_copy_figures
 # The build without assertions, with an unsigned char, with guards between slabs, with what is freed overwritten and
 # without zeros behind texts, and under the sanitizer that sees what blocks and must not where the compiler has it. In it,
 # the same results without wide vectors, and in the Turkish locale, which has another upper case of i, and a decimal comma.

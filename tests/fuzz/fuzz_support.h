@@ -143,26 +143,24 @@ void TakeSteps(CInput &input, u32 maxSteps, const Step &step)
     }
 }
 
-// While one lives, it is the kernel's allocator and its handler of reports. Refuses by one byte of the input: nothing
-// below 128, else the n-th request (n in the lower 6 bits, from 0), once or with all that follow. Fresh blocks hold
+// While one lives, the kernel's allocator and its handler of reports do what it says. Refuses by one byte of the input:
+// nothing below 128, else the n-th request (n in the lower 6 bits, from 0), once or with all that follow. Fresh blocks hold
 // garbage. Ends the run for every block that is still live at its end.
 class CWatch
 {
 public:
     explicit CWatch(CInput &input)
     {
+        // Once, for good: to put an allocator in place takes as long as the library's part of many an input.
+        static const SHooks s_Hooks;
         const u8 plan = input.Byte();
         m_Refuses = plan >= 0x80;
         m_RefusesOn = (plan & 0x40) != 0;
         m_RefuseAt = plan & 0x3F;
         s_Current = this;
-        m_AllocatorBefore = Mem::SetAllocator(Mem::SAllocator{&_Alloc, &_Realloc, &_Free});
-        m_HandlerBefore = Assert::SetHandler(&_Handle);
     }
     ~CWatch()
     {
-        Assert::SetHandler(m_HandlerBefore);
-        Mem::SetAllocator(m_AllocatorBefore);
         s_Current = nullptr;
         QV_FUZZ_CHECK(m_LiveBlocks == 0);
     }
@@ -181,6 +179,15 @@ public:
     bool HasAllocated() const { return m_StepRequests != 0; }
 
 private:
+    struct SHooks
+    {
+        SHooks()
+        {
+            s_AllocatorBefore = Mem::SetAllocator(Mem::SAllocator{&_Alloc, &_Realloc, &_Free});
+            s_HandlerBefore = Assert::SetHandler(&_Handle);
+        }
+    };
+
     bool _RefusesNow()
     {
         const u64 request = m_Requests++;
@@ -191,50 +198,56 @@ private:
         return refuses;
     }
 
+    static bool _IsRefused() { return s_Current != nullptr && s_Current->_RefusesNow(); }
+    static void _CountBlocks(u64 more, u64 fewer)
+    {
+        if (s_Current != nullptr)
+            s_Current->m_LiveBlocks = s_Current->m_LiveBlocks + more - fewer;
+    }
+
     static void *_Alloc(u64 size, u32 alignment, Mem::EAllocType type, Mem::EOrigin origin, const char *tag,
                         const char *file, u32 line, const char *function)
     {
-        CWatch &self = *s_Current;
-        if (self._RefusesNow())
+        if (_IsRefused())
             return nullptr;
-        void *const block = self.m_AllocatorBefore.m_Alloc(size, alignment, type, origin, tag, file, line, function);
+        void *const block = s_AllocatorBefore.m_Alloc(size, alignment, type, origin, tag, file, line, function);
         QV_FUZZ_CHECK(block != nullptr);
         std::memset(block, 0xCD, static_cast<std::size_t>(size));
-        ++self.m_LiveBlocks;
+        _CountBlocks(1, 0);
         return block;
     }
 
     static void *_Realloc(void *block, u64 newSize, u32 alignment, Mem::EAllocType type, const char *tag,
                           const char *file, u32 line, const char *function)
     {
-        CWatch &self = *s_Current;
-        if (self._RefusesNow())
+        if (_IsRefused())
             return nullptr;
-        void *const moved =
-            self.m_AllocatorBefore.m_Realloc(block, newSize, alignment, type, tag, file, line, function);
+        void *const moved = s_AllocatorBefore.m_Realloc(block, newSize, alignment, type, tag, file, line, function);
         QV_FUZZ_CHECK(moved != nullptr);
-        self.m_LiveBlocks += block == nullptr ? 1 : 0;
+        _CountBlocks(block == nullptr ? 1 : 0, 0);
         return moved;
     }
 
     static void _Free(void *block, Mem::EAllocType type, Mem::EOrigin origin, const char *tag, const char *file,
                       u32 line, const char *function)
     {
-        CWatch &self = *s_Current;
-        --self.m_LiveBlocks;
-        self.m_AllocatorBefore.m_Free(block, type, origin, tag, file, line, function);
+        _CountBlocks(0, block != nullptr ? 1 : 0);
+        s_AllocatorBefore.m_Free(block, type, origin, tag, file, line, function);
     }
 
-    static int _Handle(const char *, const char *, int, const char *, const char *, const char *)
+    static int _Handle(const char *file, const char *function, int line, const char *expression, const char *message,
+                       const char *title)
     {
+        if (s_Current == nullptr)
+            return s_HandlerBefore(file, function, line, expression, message, title);
         ++s_Current->m_StepReports;
         return Assert::Internal::Answer_Continue;
     }
 
     static inline CWatch *s_Current = nullptr;
+    static inline Mem::SAllocator s_AllocatorBefore = {};
+    static inline Assert::FHandler s_HandlerBefore = nullptr;
 
-    Mem::SAllocator m_AllocatorBefore = {};
-    Assert::FHandler m_HandlerBefore = nullptr;
     u64 m_LiveBlocks = 0;
     u64 m_Requests = 0;
     u64 m_StepRequests = 0;

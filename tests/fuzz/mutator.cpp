@@ -28,7 +28,7 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t *data, std::size_t s
                                                unsigned int seed)
 {
     CInputRandom random(seed);
-    if (random() % 3 == 0)
+    if (random.Below(3) == 0)
         return LLVMFuzzerMutate(data, size, maxSize);
     const CInputBytes changed = ChangeParts(CInputBytes(data, data + size), PartsOf(data, size), random);
     if (changed.empty() || changed.size() > maxSize)

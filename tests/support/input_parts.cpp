@@ -13,7 +13,7 @@ using FDifference = CInputBytes::difference_type;
 // Below `bound`, which is not 0.
 std::size_t Below(CInputRandom &random, std::size_t bound)
 {
-    return random() % bound;
+    return static_cast<std::size_t>(random() % bound);
 }
 
 template <typename T>

@@ -2,10 +2,12 @@
 // bytes mostly shifts what follows, so that all later choices of the input become others; these leave them as they are.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <random>
 #include <string>
 #include <vector>
+
+#include "random_numbers.h"
 
 namespace QuorvaneFuzz
 {
@@ -29,7 +31,7 @@ struct SInputParts
 };
 
 using CInputBytes = std::vector<std::uint8_t>;
-using CInputRandom = std::minstd_rand;
+using CInputRandom = QuorvaneTest::CRandomStream;
 
 // A step is left out, repeated, exchanged with the next one or moved to another place; into a text go one to three special
 // characters or a piece of another text; characters are left out; or a text becomes as long as texts are whose length
