@@ -28,7 +28,7 @@ constexpr SRules kAllRules[] = {{false, false}, {false, true}, {true, false}, {t
 
 char Folded(char character, const SRules &rules)
 {
-    return rules.m_IgnoresCase ? ModelLowerLetter(character) : character;
+    return ModelFolded(character, rules.m_IgnoresCase);
 }
 
 // Whether the pattern from `p` on stands for the text from `t` on.

@@ -239,7 +239,8 @@ SNeedle NeedleOf(const std::string &text)
 std::string FlippedCase(std::string text)
 {
     for (char &character : text)
-        character = ModelLower(character) != character ? ModelLower(character) : ModelUpper(character);
+        character =
+            ModelLowerLetter(character) != character ? ModelLowerLetter(character) : ModelUpperLetter(character);
     return text;
 }
 
@@ -249,7 +250,7 @@ class CNeedleSearches
 {
 public:
     explicit CNeedleSearches(const std::string &needle)
-        : m_Needle(needle), m_Lower(ModelLower(needle)), m_Flipped(FlippedCase(needle))
+        : m_Needle(needle), m_Lower(ModelLowercase(needle)), m_Flipped(FlippedCase(needle))
     {
     }
 
@@ -285,7 +286,7 @@ private:
         QV_TEST_SAME(IsFound(Form::FindNeedle(m_Text, m_Length, needle), text.find(m_Needle)), true);
         QV_TEST_SAME(IsFound(Form::FindLastNeedle(m_Text, m_Length, needle), text.rfind(m_Needle)), true);
         const SNeedle flipped = NeedleOf(m_Flipped);
-        const std::string lower = ModelLower(text);
+        const std::string lower = ModelLowercase(text);
         QV_TEST_SAME(IsFound(Form::FindNeedleCase(m_Text, m_Length, flipped), lower.find(m_Lower)), true);
         QV_TEST_SAME(IsFound(Form::FindLastNeedleCase(m_Text, m_Length, flipped), lower.rfind(m_Lower)), true);
         return nullptr;

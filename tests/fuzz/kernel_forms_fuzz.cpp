@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "case_model.h"
 #include "escape_model.h"
 #include "exhaustive/every_form.h"
 #include "fuzz_support.h"
@@ -76,20 +77,6 @@ int SignOf(s32 order)
     return (order > 0) - (order < 0);
 }
 
-std::string Lower(std::string text)
-{
-    for (char &character : text)
-        character = character >= 'A' && character <= 'Z' ? static_cast<char>(character + 32) : character;
-    return text;
-}
-
-std::string Upper(std::string text)
-{
-    for (char &character : text)
-        character = character >= 'a' && character <= 'z' ? static_cast<char>(character - 32) : character;
-    return text;
-}
-
 u32 FirstDifferenceOf(const std::string &a, const std::string &b, u32 length)
 {
     return static_cast<u32>(std::mismatch(a.begin(), a.begin() + length, b.begin()).first - a.begin());
@@ -103,9 +90,9 @@ void CompareContainers(const std::string &a, const std::string &b, u32 length)
     CBlockText first(a);
     CBlockText second(b);
     const u32 exact = FirstDifferenceOf(a, b, length);
-    const u32 ignoringCase = FirstDifferenceOf(Lower(a), Lower(b), length);
+    const u32 ignoringCase = FirstDifferenceOf(ModelLowercase(a), ModelLowercase(b), length);
     const int order = SignOf(std::memcmp(a.data(), b.data(), length));
-    const int orderIgnoringCase = SignOf(std::memcmp(Lower(a).data(), Lower(b).data(), length));
+    const int orderIgnoringCase = SignOf(std::memcmp(ModelLowercase(a).data(), ModelLowercase(b).data(), length));
     ForEachForm(
         [&](auto form)
         {
@@ -119,9 +106,9 @@ void CompareContainers(const std::string &a, const std::string &b, u32 length)
 
 void CompareCounted(CCountedText &a, CCountedText &b, u32 length)
 {
-    const u32 ignoringCase = FirstDifferenceOf(Lower(a.Text()), Lower(b.Text()), length);
+    const u32 ignoringCase = FirstDifferenceOf(ModelLowercase(a.Text()), ModelLowercase(b.Text()), length);
     const bool equal = FirstDifferenceOf(a.Text(), b.Text(), length) == length;
-    CBlockText lowered(Lower(a.Text()));
+    CBlockText lowered(ModelLowercase(a.Text()));
     ForEachForm(
         [&](auto form)
         {
@@ -158,8 +145,8 @@ void EditInEachForm(const std::string &text, char from, char to)
         [&](auto form)
         {
             using Form = decltype(form);
-            Edit(text, Upper(text), Form::Uppercase, Form::UppercaseIntoCopy);
-            Edit(text, Lower(text), Form::Lowercase, Form::LowercaseIntoCopy);
+            Edit(text, ModelUppercase(text), Form::Uppercase, Form::UppercaseIntoCopy);
+            Edit(text, ModelLowercase(text), Form::Lowercase, Form::LowercaseIntoCopy);
             Edit(
                 text, replaced,
                 [&](char *data, u32 length) { QV_FUZZ_CHECK(Form::ReplaceInPlace(data, length, from, to) == count); },
@@ -215,8 +202,8 @@ void FindInEachForm(CCountedText &placed, const std::string &needleText, u32 exp
     if (needleText.empty() || needleText.size() > text.size())
         return;
     const SNeedle needle = Internal::Buffer::NeedleFor(expectedLength, needleText.data(), LengthOf(needleText));
-    const std::string lower = Lower(text);
-    const std::string lowerNeedle = Lower(needleText);
+    const std::string lower = ModelLowercase(text);
+    const std::string lowerNeedle = ModelLowercase(needleText);
     const std::string terminated = text.substr(0, text.find('\0'));
     ForEachForm(
         [&](auto form)

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "case_model.h"
 #include "fuzz_support.h"
 #include "kr_refptr.h"
 #include "kr_string_std.h"
@@ -216,12 +217,9 @@ public:
     }
 
 private:
-    static std::string _KeyOf(std::string text)
+    static std::string _KeyOf(const std::string &text)
     {
-        for (char &character : text)
-            if (Model::kIgnoresCase && character >= 'A' && character <= 'Z')
-                character = static_cast<char>(character + 32);
-        return text;
+        return Model::kIgnoresCase ? QuorvaneTest::ModelLowercase(text) : text;
     }
 
     Container m_Container;

@@ -6,6 +6,8 @@
 #include <cstring>
 #include <string>
 
+#include "case_model.h"
+
 namespace QuorvaneTest
 {
 
@@ -15,30 +17,6 @@ inline size_t BlockBytes(size_t count)
     while (count % 16 != 0)
         ++count;
     return count;
-}
-
-inline char ModelLower(char character)
-{
-    return character >= 'A' && character <= 'Z' ? static_cast<char>(character + 32) : character;
-}
-
-inline char ModelUpper(char character)
-{
-    return character >= 'a' && character <= 'z' ? static_cast<char>(character - 32) : character;
-}
-
-inline std::string ModelLower(std::string text)
-{
-    for (char &character : text)
-        character = ModelLower(character);
-    return text;
-}
-
-inline std::string ModelUpper(std::string text)
-{
-    for (char &character : text)
-        character = ModelUpper(character);
-    return text;
 }
 
 // -1, 0 or 1.

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "case_model.h"
+
 namespace QuorvaneTest
 {
 
@@ -16,36 +18,6 @@ inline std::string ModelToTerminator(const std::string &text)
 }
 
 // Casing.
-
-inline char ModelUpperLetter(char c)
-{
-    static const std::string lower = "abcdefghijklmnopqrstuvwxyz";
-    static const std::string upper = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
-    const size_t index = lower.find(c);
-    return index != std::string::npos ? upper[index] : c;
-}
-
-inline char ModelLowerLetter(char c)
-{
-    static const std::string lower = "abcdefghijklmnopqrstuvwxyz";
-    static const std::string upper = "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
-    const size_t index = upper.find(c);
-    return index != std::string::npos ? lower[index] : c;
-}
-
-inline std::string ModelUppercase(std::string text)
-{
-    for (char &c : text)
-        c = ModelUpperLetter(c);
-    return text;
-}
-
-inline std::string ModelLowercase(std::string text)
-{
-    for (char &c : text)
-        c = ModelLowerLetter(c);
-    return text;
-}
 
 // 0 without a letter, 1 for lower case, 2 for upper case, 3 for both.
 inline unsigned ModelCasing(const std::string &text)
@@ -67,8 +39,8 @@ inline bool ModelLess(const std::string &a, const std::string &b, bool ignoreCas
 {
     const auto lessCharacter = [&](char x, char y)
     {
-        return static_cast<unsigned char>(ignoreCase ? ModelLowerLetter(x) : x) <
-               static_cast<unsigned char>(ignoreCase ? ModelLowerLetter(y) : y);
+        return static_cast<unsigned char>(ModelFolded(x, ignoreCase)) <
+               static_cast<unsigned char>(ModelFolded(y, ignoreCase));
     };
     return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(), lessCharacter);
 }

@@ -3,20 +3,17 @@
 
 #include <string>
 
+#include "case_model.h"
+
 namespace QuorvaneTest
 {
-
-inline char SearchFold(char character, bool ignoreCase)
-{
-    return ignoreCase && character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
-}
 
 inline bool SearchModelIsAt(const std::string &text, size_t at, const std::string &part, bool ignoreCase)
 {
     if (at + part.size() > text.size())
         return false;
     for (size_t i = 0; i < part.size(); ++i)
-        if (SearchFold(text[at + i], ignoreCase) != SearchFold(part[i], ignoreCase))
+        if (ModelFolded(text[at + i], ignoreCase) != ModelFolded(part[i], ignoreCase))
             return false;
     return true;
 }

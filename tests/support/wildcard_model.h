@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "case_model.h"
+
 namespace QuorvaneTest
 {
 
@@ -45,13 +47,6 @@ inline std::vector<SWildcardElement> WildcardElements(const std::string &pattern
     return elements;
 }
 
-inline char WildcardFold(char character, bool ignoreCase)
-{
-    if (!ignoreCase || character < 'A' || character > 'Z')
-        return character;
-    return static_cast<char>(character - 'A' + 'a');
-}
-
 // matches[t] tells whether the elements so far match the first t characters; each element makes the next row of this table
 // in place. A star's row goes by what stands left of it, the others' by what stood there before.
 inline bool WildcardModelMatches(const std::string &pattern, const std::string &text, bool ignoreCase, bool inhibitors)
@@ -67,9 +62,9 @@ inline bool WildcardModelMatches(const std::string &pattern, const std::string &
             continue;
         }
         const bool any = element.m_Kind == SWildcardElement::Kind_AnyOne;
-        const char wanted = WildcardFold(element.m_Character, ignoreCase);
+        const char wanted = ModelFolded(element.m_Character, ignoreCase);
         for (size_t t = text.size(); t != 0; --t)
-            matches[t] = matches[t - 1] != 0 && (any || wanted == WildcardFold(text[t - 1], ignoreCase));
+            matches[t] = matches[t - 1] != 0 && (any || wanted == ModelFolded(text[t - 1], ignoreCase));
         matches[0] = 0;
     }
     return matches[text.size()] != 0;

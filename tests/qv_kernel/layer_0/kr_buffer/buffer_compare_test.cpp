@@ -45,7 +45,7 @@ void ExpectOrderAsModel(const char *a, const char *b, const std::string &textA, 
 {
     const u32 length = LengthOf(textA);
     const int order = ModelCompare(textA, textB);
-    const int orderCase = ModelCompare(ModelLower(textA), ModelLower(textB));
+    const int orderCase = ModelCompare(ModelLowercase(textA), ModelLowercase(textB));
     ASSERT_EQ(SignOf(Form::Compare(a, b, length)), order);
     ASSERT_EQ(SignOf(Form::CompareCase(a, b, length)), orderCase);
     // The forms agree in more than the sign.
@@ -59,7 +59,7 @@ void ExpectAsModel(const char *a, const char *b, const std::string &textA, const
 {
     const u32 length = LengthOf(textA);
     ASSERT_EQ(Form::Equal(a, b, length), textA == textB);
-    ASSERT_EQ(Form::EqualCase(a, b, length), ModelLower(textA) == ModelLower(textB));
+    ASSERT_EQ(Form::EqualCase(a, b, length), ModelLowercase(textA) == ModelLowercase(textB));
     ASSERT_NO_FATAL_FAILURE(ExpectOrderAsModel<Form>(a, b, textA, textB));
 }
 
@@ -216,7 +216,7 @@ TYPED_TEST(BufferCompare, TextsThatDifferInCaseEverywhere)
     for (u32 length = 0; length <= kMaxLength; ++length)
     {
         const std::string text = MixedText(length, 3);
-        ASSERT_NO_FATAL_FAILURE(ExpectAsModel<TypeParam>(ModelUpper(text), ModelLower(text))) << length;
+        ASSERT_NO_FATAL_FAILURE(ExpectAsModel<TypeParam>(ModelUppercase(text), ModelLowercase(text))) << length;
     }
 }
 
@@ -303,7 +303,7 @@ TEST(BufferEqualCase, CaseIsThatOfTheAsciiLettersInEveryLocale)
                     const char first = static_cast<char>(a);
                     const char second = static_cast<char>(b);
                     ASSERT_EQ(SNativeStringUtils::EqualCase(&first, &second, 1),
-                              ModelLower(first) == ModelLower(second))
+                              ModelLowerLetter(first) == ModelLowerLetter(second))
                         << a << " and " << b;
                 }
             }
@@ -364,7 +364,7 @@ TEST(BufferCompareCase, IsDecidedByTheFirstDifferenceInEveryPlaceWithNothingBehi
         for (size_t length = 1; length <= 150; ++length)
         {
             const std::string text = MixedText(static_cast<u32>(length));
-            const std::string otherCase = ModelUpper(text);
+            const std::string otherCase = ModelUppercase(text);
             const CGuardedText a(text.data(), length);
             const CGuardedText b(otherCase.data(), length);
             const u32 count = static_cast<u32>(length);
@@ -372,8 +372,8 @@ TEST(BufferCompareCase, IsDecidedByTheFirstDifferenceInEveryPlaceWithNothingBehi
             for (size_t place = 0; place < length; ++place)
             {
                 b.Get()[place] = static_cast<char>(otherCase[place] ^ 0x85);
-                const int expected =
-                    ModelCompare(ModelLower(std::string(a.Get(), length)), ModelLower(std::string(b.Get(), length)));
+                const int expected = ModelCompare(ModelLowercase(std::string(a.Get(), length)),
+                                                  ModelLowercase(std::string(b.Get(), length)));
                 ASSERT_EQ(SignOf(SNativeStringUtils::CompareCase(a.Get(), b.Get(), count)), expected);
                 ASSERT_EQ(SignOf(SNativeStringUtils::CompareCase(b.Get(), a.Get(), count)), -expected);
                 ASSERT_EQ(SNativeStringUtils::CompareCase(a.Get(), b.Get(), static_cast<u32>(place)), 0);

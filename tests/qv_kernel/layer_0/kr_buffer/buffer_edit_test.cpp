@@ -147,25 +147,27 @@ TYPED_TEST(BufferEdit, CasingOfEveryCharacterInEveryPlace)
         std::memset(data, 0, sizeof(data));
         std::memcpy(data, text.data(), 256);
         TypeParam::Uppercase(data, 256);
-        EXPECT_EQ(std::string(data, 256), ModelUpper(text));
+        EXPECT_EQ(std::string(data, 256), ModelUppercase(text));
         std::memcpy(data, text.data(), 256);
         TypeParam::Lowercase(data, 256);
-        EXPECT_EQ(std::string(data, 256), ModelLower(text));
+        EXPECT_EQ(std::string(data, 256), ModelLowercase(text));
     }
 }
 
 TYPED_TEST(BufferEdit, CasingAtEveryLengthLeavesWhatStandsAround)
 {
-    ExpectEditedAtEveryLength(InPlaceUppercase<TypeParam>, [](const std::string &text) { return ModelUpper(text); });
-    ExpectEditedAtEveryLength(InPlaceLowercase<TypeParam>, [](const std::string &text) { return ModelLower(text); });
+    ExpectEditedAtEveryLength(InPlaceUppercase<TypeParam>,
+                              [](const std::string &text) { return ModelUppercase(text); });
+    ExpectEditedAtEveryLength(InPlaceLowercase<TypeParam>,
+                              [](const std::string &text) { return ModelLowercase(text); });
 }
 
 TYPED_TEST(BufferEdit, CasingStaysBetweenProtectedPages)
 {
     ExpectEditedBetweenProtectedPages(InPlaceUppercase<TypeParam>,
-                                      [](const std::string &text) { return ModelUpper(text); });
+                                      [](const std::string &text) { return ModelUppercase(text); });
     ExpectEditedBetweenProtectedPages(InPlaceLowercase<TypeParam>,
-                                      [](const std::string &text) { return ModelLower(text); });
+                                      [](const std::string &text) { return ModelLowercase(text); });
 }
 
 // Casing while copying.
@@ -196,8 +198,8 @@ TYPED_TEST(BufferEdit, CasingIntoCopyAtEveryLengthZeroesTheTailAlone)
         const std::string text = MixedText(length, length);
         for (const char behind : {'\0', 'a', 'A', '\xE1'})
         {
-            ASSERT_NO_FATAL_FAILURE(ExpectCasedCopy(text, behind, ModelUpper(text), upper));
-            ASSERT_NO_FATAL_FAILURE(ExpectCasedCopy(text, behind, ModelLower(text), lower));
+            ASSERT_NO_FATAL_FAILURE(ExpectCasedCopy(text, behind, ModelUppercase(text), upper));
+            ASSERT_NO_FATAL_FAILURE(ExpectCasedCopy(text, behind, ModelLowercase(text), lower));
         }
     }
 }
@@ -218,7 +220,7 @@ TYPED_TEST(BufferEdit, CasingIntoCopyStaysBetweenProtectedPages)
             std::memcpy(source, text.data(), length);
             targetPage.Fill();
             TypeParam::Uppercase(target, source, EditLengthOf(text));
-            ASSERT_EQ(std::string(target, bytes), ModelUpper(text) + std::string(bytes - length, '\0'));
+            ASSERT_EQ(std::string(target, bytes), ModelUppercase(text) + std::string(bytes - length, '\0'));
         }
     }
 }
@@ -487,9 +489,9 @@ TYPED_TEST(BufferEdit, LongTextsFromEitherBoundary)
         const std::string replaced = ModelReplace(text, 'M', '\xFF', &count);
         for (const size_t offset : {0u, 16u})
         {
-            ASSERT_NO_FATAL_FAILURE(ExpectLongEdited(text, offset, ModelUpper(text),
+            ASSERT_NO_FATAL_FAILURE(ExpectLongEdited(text, offset, ModelUppercase(text),
                                                      [&](char *data) { TypeParam::Uppercase(data, length); }));
-            ASSERT_NO_FATAL_FAILURE(ExpectLongEdited(text, offset, ModelLower(text),
+            ASSERT_NO_FATAL_FAILURE(ExpectLongEdited(text, offset, ModelLowercase(text),
                                                      [&](char *data) { TypeParam::Lowercase(data, length); }));
             ASSERT_NO_FATAL_FAILURE(ExpectLongEdited(text, offset, ReversedModel(text),
                                                      [&](char *data) { TypeParam::Reverse(data, length); }));
@@ -500,10 +502,10 @@ TYPED_TEST(BufferEdit, LongTextsFromEitherBoundary)
             {
                 CLongText source(text, sourceOffset);
                 const std::string garbage(length, '\xCD');
-                ASSERT_NO_FATAL_FAILURE(ExpectLongEdited(garbage, offset, ModelUpper(text),
+                ASSERT_NO_FATAL_FAILURE(ExpectLongEdited(garbage, offset, ModelUppercase(text),
                                                          [&](char *data)
                                                          { TypeParam::Uppercase(data, source.Data(), length); }));
-                ASSERT_NO_FATAL_FAILURE(ExpectLongEdited(garbage, offset, ModelLower(text),
+                ASSERT_NO_FATAL_FAILURE(ExpectLongEdited(garbage, offset, ModelLowercase(text),
                                                          [&](char *data)
                                                          { TypeParam::Lowercase(data, source.Data(), length); }));
                 ASSERT_NO_FATAL_FAILURE(ExpectLongEdited(

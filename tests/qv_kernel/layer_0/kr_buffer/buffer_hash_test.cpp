@@ -92,8 +92,8 @@ TEST(BufferHash, HashCaseIsEqualForTextsThatAreEqualButForCaseAndForNoOthers)
             {
                 text[place] = static_cast<char>(byte);
                 hashes.insert(HashOf(text));
-                ASSERT_EQ(HashOf(text), HashOf(ModelLower(text))) << length << ", " << place << ", " << byte;
-                ASSERT_EQ(HashOf(text), HashOf(ModelUpper(ModelLower(text)))) << length << ", " << place;
+                ASSERT_EQ(HashOf(text), HashOf(ModelLowercase(text))) << length << ", " << place << ", " << byte;
+                ASSERT_EQ(HashOf(text), HashOf(ModelUppercase(ModelLowercase(text)))) << length << ", " << place;
             }
             ASSERT_EQ(hashes.size(), 256u - 26) << length << ", " << place;
         }
@@ -265,10 +265,10 @@ TEST(BufferHash, HashCaseChangesHalfOfItsBitsWithEachBitOfTheText)
             u32 flips = 0;
             for (u32 i = 0; i < kTexts; ++i)
             {
-                std::string text = ModelLower(RandomText(random, length));
+                std::string text = ModelLowercase(RandomText(random, length));
                 std::string other = text;
                 other[place] = static_cast<char>(other[place] ^ (1 << random() % 8));
-                if (ModelLower(other) == text)
+                if (ModelLowercase(other) == text)
                     continue;
                 ++flips;
                 const u64 difference = HashOf(text) ^ HashOf(other);

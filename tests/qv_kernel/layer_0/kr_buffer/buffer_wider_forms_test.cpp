@@ -93,7 +93,7 @@ TYPED_TEST(BufferWiderForms, FirstDifferenceIsFoundInEveryPlaceAtTheEndOfMemory)
         char *const a = pageA.Last(length);
         char *const b = pageB.Last(length);
         std::memcpy(a, text.data(), length);
-        std::memcpy(b, ModelUpper(text).data(), length);
+        std::memcpy(b, ModelUppercase(text).data(), length);
         ASSERT_EQ(CKernels::FirstDifferenceCase(a, b, length), length);
         for (u32 place = 0; place < length; ++place)
         {
@@ -115,7 +115,7 @@ TYPED_TEST(BufferWiderForms, FirstDifferenceOfEveryPairOfBytes)
         {
             std::string b(64, static_cast<char>(i));
             b[45] = static_cast<char>(j);
-            const bool same = ModelLower(a[45]) == ModelLower(b[45]);
+            const bool same = ModelLowerLetter(a[45]) == ModelLowerLetter(b[45]);
             ASSERT_EQ(CKernels::FirstDifferenceCase(a.data(), b.data(), 64), same ? 64u : 45u);
         }
     }
@@ -184,8 +184,8 @@ TYPED_TEST(BufferWiderForms, EditsAreTheSameAtEveryAlignmentOfAContainer)
                 EXPECT_EQ(text[length], '|') << length;
                 return std::string(text, length);
             };
-            ASSERT_EQ(edited([&] { CKernels::Uppercase(text, length); }), ModelUpper(before)) << length;
-            ASSERT_EQ(edited([&] { CKernels::Lowercase(text, length); }), ModelLower(before)) << length;
+            ASSERT_EQ(edited([&] { CKernels::Uppercase(text, length); }), ModelUppercase(before)) << length;
+            ASSERT_EQ(edited([&] { CKernels::Lowercase(text, length); }), ModelLowercase(before)) << length;
             size_t count = 0;
             const std::string replaced = ModelReplace(before, 'Z', '.', &count);
             ASSERT_EQ(edited([&] { EXPECT_EQ(CKernels::Replace(text, length, 'Z', '.'), count); }), replaced);
@@ -399,7 +399,7 @@ TEST_F(BufferWide, SearchesAnswerTheSameForManyTexts)
         ASSERT_EQ(found, place != std::string::npos ? text.data() + place : nullptr) << text << ", " << needle;
         const char *const foundCase = AnswerOfBoth(
             [&] { return SNativeStringUtils::FindCase(text.data(), length, needle.data(), LengthOf(needle)); });
-        const size_t placeCase = ModelLower(text).find(ModelLower(needle));
+        const size_t placeCase = ModelLowercase(text).find(ModelLowercase(needle));
         ASSERT_EQ(foundCase, placeCase != std::string::npos ? text.data() + placeCase : nullptr)
             << text << ", " << needle;
     }
@@ -443,23 +443,23 @@ TEST_F(BufferWide, StringsAnswerTheSame)
         other[length - 1] = static_cast<char>(other[length - 1] ^ 0x11);
         const CString a(CStringContainer::New(text.data(), length));
         const CString b(CStringContainer::New(other.data(), length));
-        const CString upper(CStringContainer::New(ModelUpper(text).data(), length));
+        const CString upper(CStringContainer::New(ModelUppercase(text).data(), length));
         for (const ECaseSensitivity sensitivity : {CaseSensitive, CaseInsensitive})
         {
             EXPECT_FALSE(AnswerOfBoth([&] { return a.Compare(b, sensitivity); }));
             EXPECT_EQ(AnswerOfBoth([&] { return a.Compare(upper, sensitivity); }),
-                      sensitivity == CaseInsensitive || text == ModelUpper(text));
+                      sensitivity == CaseInsensitive || text == ModelUppercase(text));
             const bool less = AnswerOfBoth([&] { return a.LessThan(b, sensitivity); });
             EXPECT_NE(less, AnswerOfBoth([&] { return b.LessThan(a, sensitivity); })) << length;
         }
-        EXPECT_EQ(AnswerOfBoth([&] { return TextOf(a.Uppercase()); }), ModelUpper(text));
-        EXPECT_EQ(AnswerOfBoth([&] { return TextOf(a.Lowercase()); }), ModelLower(text));
+        EXPECT_EQ(AnswerOfBoth([&] { return TextOf(a.Uppercase()); }), ModelUppercase(text));
+        EXPECT_EQ(AnswerOfBoth([&] { return TextOf(a.Lowercase()); }), ModelLowercase(text));
         EXPECT_EQ(AnswerOfBoth([&] { return TextOf(a.Reversed()); }), std::string(text.rbegin(), text.rend()));
         size_t count = 0;
         EXPECT_EQ(AnswerOfBoth([&] { return TextOf(a.Replace('Z', '.')); }), ModelReplace(text, 'Z', '.', &count));
         EXPECT_EQ(AnswerOfBoth([&] { return a.AnalyzeCasing(); }),
                   AnswerOfBoth([&] { return CStringView(a).AnalyzeCasing(); }));
-        EXPECT_EQ(AnswerOfBoth([&] { return a.IsUpper(); }), text == ModelUpper(text));
-        EXPECT_EQ(AnswerOfBoth([&] { return a.IsLower(); }), text == ModelLower(text));
+        EXPECT_EQ(AnswerOfBoth([&] { return a.IsUpper(); }), text == ModelUppercase(text));
+        EXPECT_EQ(AnswerOfBoth([&] { return a.IsLower(); }), text == ModelLowercase(text));
     }
 }
