@@ -45,14 +45,28 @@ using namespace Quorvane;
     std::abort();
 }
 
+// An input that a target has read, and the parts that it found in it.
+struct SNotedInput
+{
+    CInputBytes m_Bytes;
+    SInputParts m_Parts;
+};
+
 // The bytes of an input, from front to back. Behind the end everything is 0, false or empty.
 class CInput
 {
 public:
-    CInput(const std::uint8_t *data, std::size_t size) : m_Begin(data), m_Next(data), m_Left(size) {}
+    CInput(const std::uint8_t *data, std::size_t size) : m_Begin(data), m_Next(data), m_Left(size)
+    {
+        if (s_Noted == nullptr)
+            return;
+        s_Noted->m_Bytes.assign(data, data + size);
+        s_Noted->m_Parts.m_Steps.clear();
+        s_Noted->m_Parts.m_Texts.clear();
+    }
 
-    // Where parts of inputs are noted from now on; null for nowhere.
-    static void NotePartsIn(SInputParts *parts) { s_Parts = parts; }
+    // Where each input is noted from now on, instead of the one before; null for nowhere.
+    static void NoteIn(SNotedInput *noted) { s_Noted = noted; }
 
     bool AtEnd() const { return m_Left == 0; }
 
@@ -83,8 +97,8 @@ public:
     // What is read from here on belongs together, up to the next step.
     void BeginStep()
     {
-        if (s_Parts != nullptr)
-            s_Parts->m_Steps.push_back(_Place());
+        if (s_Noted != nullptr)
+            s_Noted->m_Parts.m_Steps.push_back(_Place());
     }
 
     // Up to 63 characters, or these several times over: a length, then the characters. May hold terminators.
@@ -94,8 +108,8 @@ public:
         const std::size_t place = _Place();
         const bool hasHead = !AtEnd();
         const u8 head = Byte();
-        if (s_Parts != nullptr && hasHead)
-            s_Parts->m_Texts.push_back({place, std::min(head & kMaxTextLength, m_Left), m_Letters, m_Special});
+        if (s_Noted != nullptr && hasHead)
+            s_Noted->m_Parts.m_Texts.push_back({place, std::min(head & kMaxTextLength, m_Left), m_Letters, m_Special});
         std::string piece;
         for (std::size_t i = head & kMaxTextLength; i != 0 && m_Left != 0; --i)
             piece += _Character();
@@ -123,7 +137,7 @@ private:
 
     std::size_t _Place() const { return static_cast<std::size_t>(m_Next - m_Begin); }
 
-    static inline SInputParts *s_Parts = nullptr;
+    static inline SNotedInput *s_Noted = nullptr;
 
     const std::uint8_t *m_Begin;
     const std::uint8_t *m_Next;

@@ -12,14 +12,15 @@ extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t *data, std::size_t size, st
 namespace
 {
 
-// Inputs are changed that were run without a fault, so that they are run once more without one.
-SInputParts PartsOf(const std::uint8_t *data, std::size_t size)
+// A search changes an input several times, one change after the other, and runs it after each: its parts are known then.
+// Any other that it changes has run without a fault, so that it is run once more without one.
+const SInputParts &PartsOf(const std::uint8_t *data, std::size_t size)
 {
-    SInputParts parts;
-    CInput::NotePartsIn(&parts);
-    LLVMFuzzerTestOneInput(data, size);
-    CInput::NotePartsIn(nullptr);
-    return parts;
+    static SNotedInput s_Last;
+    CInput::NoteIn(&s_Last);
+    if (!std::equal(s_Last.m_Bytes.begin(), s_Last.m_Bytes.end(), data, data + size))
+        LLVMFuzzerTestOneInput(data, size);
+    return s_Last.m_Parts;
 }
 
 } // namespace

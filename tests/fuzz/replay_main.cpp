@@ -86,11 +86,11 @@ std::vector<fs::path> FilesOf(const fs::path &path)
 
 SInputParts Run(const CInputBytes &bytes)
 {
-    SInputParts parts;
-    CInput::NotePartsIn(&parts);
+    SNotedInput noted;
+    CInput::NoteIn(&noted);
     LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
-    CInput::NotePartsIn(nullptr);
-    return parts;
+    CInput::NoteIn(nullptr);
+    return noted.m_Parts;
 }
 
 bool Replay(const fs::path &path, CBlindInputs &inputs)
