@@ -81,7 +81,7 @@ public:
         m_Edited = choice & 1;
         if (m_Strings[m_Edited].Length() > kMaxLength)
             m_Strings[m_Edited] = CString(), m_Texts[m_Edited].clear();
-        switch ((choice >> 1) % 15)
+        switch ((choice >> 1) % 16)
         {
         case 0:
         case 1:
@@ -110,8 +110,10 @@ public:
             return _Insert();
         case 13:
             return _Erase();
-        default:
+        case 14:
             return _JoinPieces();
+        default:
+            return _AddInARow();
         }
     }
 
@@ -160,6 +162,16 @@ private:
         const EForm form = _Form();
         const CExactText argument(m_Input.Text());
         _Add(verb, form, argument.Data(), m_Input.Below(argument.Length() + 1), argument.Length());
+    }
+
+    // To the same string: what one edit remembers for the next one must still be so.
+    void _AddInARow()
+    {
+        for (u32 i = 0; i < 3; ++i)
+        {
+            m_Watch.BeginStep();
+            _AddText();
+        }
     }
 
     // A piece of either string: of the edited one itself, or of one that may share its characters.
@@ -422,9 +434,13 @@ private:
         _Check();
     }
 
-    // Texts with terminators have rules of their own, and joins report backslashes.
+    // Texts with terminators have rules of their own.
     static bool _IsPlain(const std::string &text) { return !HoldsTerminator(text); }
-    static bool _MayReport(const std::string &text) { return text.find('\\') != std::string::npos; }
+    // Joins report backslashes, on either side.
+    static bool _Reports(EVerb verb, const std::string &text)
+    {
+        return verb == Verb_Join && text.find('\\') != std::string::npos;
+    }
 
     void _ExpectSum(EVerb verb, const std::string &argument)
     {
@@ -435,7 +451,7 @@ private:
             _ExpectOneOf(Expected(verb, before, argument));
         else
         {
-            QV_FUZZ_CHECK(!m_Watch.HasReported() || _MayReport(before + argument));
+            QV_FUZZ_CHECK(m_Watch.HasReported() == _Reports(verb, before + argument));
             m_Texts[m_Edited] = Expected(verb, before, argument);
         }
         _Check();
@@ -481,7 +497,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
 {
     CInput input(data, size);
     CWatch watch(input);
-    input.ChooseLetters("ab/");
+    input.ChooseLetters("ab/\\");
     CSession session(input, watch);
     TakeSteps(input, kMaxSteps, [&] { session.Step(); });
     session.AddInRoom(false);
