@@ -43,8 +43,13 @@ run_blind()
     wait
     share=0
     while [ $share -lt "$jobs" ]; do
-        [ "$(cat "build/fuzz-blind/$1.$share.code")" -eq 0 ] || failed=1
-        say "$1: $(tail -n 1 "build/fuzz-blind/$1.$share")"
+        if [ "$(cat "build/fuzz-blind/$1.$share.code")" -eq 0 ]; then
+            say "$1: $(tail -n 1 "build/fuzz-blind/$1.$share")"
+        else
+            failed=1
+            say "$1:"
+            cat "build/fuzz-blind/$1.$share"
+        fi
         share=$((share + 1))
     done
 }
