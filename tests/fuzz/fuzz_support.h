@@ -249,11 +249,11 @@ private:
         s_AllocatorBefore.m_Free(block, type, origin, tag, file, line, function);
     }
 
-    static int _Handle(const char *file, const char *function, int line, const char *expression, const char *message,
-                       const char *title)
+    static int _Handle(const char *file, const char *function, int line, const char *expression,
+                       const char *expandedExpression, const char *message)
     {
         if (s_Current == nullptr)
-            return s_HandlerBefore(file, function, line, expression, message, title);
+            return s_HandlerBefore(file, function, line, expression, expandedExpression, message);
         ++s_Current->m_StepReports;
         return Assert::Internal::Answer_Continue;
     }
