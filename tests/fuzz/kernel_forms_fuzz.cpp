@@ -204,18 +204,22 @@ void FindInEachForm(CCountedText &placed, const std::string &needleText, u32 exp
     const SNeedle needle = Internal::Buffer::NeedleFor(expectedLength, needleText.data(), LengthOf(needleText));
     const std::string lower = ModelLowercase(text);
     const std::string lowerNeedle = ModelLowercase(needleText);
-    const std::string terminated = text.substr(0, text.find('\0'));
+    const std::size_t first = text.find(needleText);
+    const std::size_t last = text.rfind(needleText);
+    const std::size_t firstCase = lower.find(lowerNeedle);
+    const std::size_t lastCase = lower.rfind(lowerNeedle);
+    const std::size_t beforeTerminator = text.substr(0, text.find('\0')).find(needleText);
     ForEachForm(
         [&](auto form)
         {
             const char *const data = placed.Data();
             const u32 length = placed.Length();
-            QV_FUZZ_CHECK(IsPlace(form.FindNeedle(data, length, needle), text.find(needleText)));
-            QV_FUZZ_CHECK(IsPlace(form.FindLastNeedle(data, length, needle), text.rfind(needleText)));
-            QV_FUZZ_CHECK(IsPlace(form.FindNeedleCase(data, length, needle), lower.find(lowerNeedle)));
-            QV_FUZZ_CHECK(IsPlace(form.FindLastNeedleCase(data, length, needle), lower.rfind(lowerNeedle)));
+            QV_FUZZ_CHECK(IsPlace(form.FindNeedle(data, length, needle), first));
+            QV_FUZZ_CHECK(IsPlace(form.FindLastNeedle(data, length, needle), last));
+            QV_FUZZ_CHECK(IsPlace(form.FindNeedleCase(data, length, needle), firstCase));
+            QV_FUZZ_CHECK(IsPlace(form.FindLastNeedleCase(data, length, needle), lastCase));
             if (!HoldsTerminator(needleText))
-                QV_FUZZ_CHECK(IsPlace(form.FindNeedleTerminated(data, length, needle), terminated.find(needleText)));
+                QV_FUZZ_CHECK(IsPlace(form.FindNeedleTerminated(data, length, needle), beforeTerminator));
         });
 }
 

@@ -8,12 +8,12 @@ namespace QuorvaneTest
 
 inline char ModelUpperLetter(char character)
 {
-    return character >= 'a' && character <= 'z' ? "ABCDEFGHIJKLMNOPQRSTUVWXYZ"[character - 'a'] : character;
+    return static_cast<char>(character >= 'a' && character <= 'z' ? character - 'a' + 'A' : character);
 }
 
 inline char ModelLowerLetter(char character)
 {
-    return character >= 'A' && character <= 'Z' ? "abcdefghijklmnopqrstuvwxyz"[character - 'A'] : character;
+    return static_cast<char>(character >= 'A' && character <= 'Z' ? character - 'A' + 'a' : character);
 }
 
 inline std::string ModelUppercase(std::string text)

@@ -2,26 +2,25 @@
 #pragma once
 
 #include <string>
-#include <utility>
-#include <vector>
 
 namespace QuorvaneTest
 {
 
-// The ten sequences: what is meant, and how it is written.
-inline const std::vector<std::pair<char, std::string>> &EscapeModelSequences()
+// The ten sequences: what is meant, and what is written for it behind a backslash.
+struct SEscapeSequence
 {
-    static const std::vector<std::pair<char, std::string>> sequences = {
-        {'\x07', "\\a"}, {'\x08', "\\b"}, {'\x09', "\\t"},  {'\x0A', "\\n"}, {'\x0B', "\\v"},
-        {'\x0C', "\\f"}, {'\x0D', "\\r"}, {'\x22', "\\\""}, {'\x27', "\\'"}, {'\x5C', "\\\\"}};
-    return sequences;
-}
+    char m_Meant;
+    char m_Written;
+};
+constexpr SEscapeSequence kEscapeSequences[] = {{'\x07', 'a'},  {'\x08', 'b'}, {'\x09', 't'}, {'\x0A', 'n'},
+                                                {'\x0B', 'v'},  {'\x0C', 'f'}, {'\x0D', 'r'}, {'\x22', '"'},
+                                                {'\x27', '\''}, {'\x5C', '\\'}};
 
 inline std::string EscapeModelOf(char character)
 {
-    for (const auto &sequence : EscapeModelSequences())
-        if (sequence.first == character)
-            return sequence.second;
+    for (const SEscapeSequence &sequence : kEscapeSequences)
+        if (sequence.m_Meant == character)
+            return {'\\', sequence.m_Written};
     return std::string(1, character);
 }
 
@@ -36,21 +35,20 @@ inline std::string EscapeModelEscaped(const std::string &text)
 inline std::string EscapeModelUnescaped(const std::string &text)
 {
     std::string result;
-    size_t at = 0;
-    while (at < text.size())
+    for (size_t at = 0; at < text.size(); ++at)
     {
-        std::string taken = text.substr(at, 1);
         char meant = text[at];
-        for (const auto &sequence : EscapeModelSequences())
+        const bool isLast = at + 1 == text.size();
+        for (const SEscapeSequence &sequence : kEscapeSequences)
         {
-            if (text.compare(at, 2, sequence.second) == 0)
+            if (text[at] == '\\' && !isLast && text[at + 1] == sequence.m_Written)
             {
-                taken = sequence.second;
-                meant = sequence.first;
+                meant = sequence.m_Meant;
+                ++at;
+                break;
             }
         }
         result += meant;
-        at += taken.size();
     }
     return result;
 }

@@ -39,7 +39,7 @@ inline unsigned FuzzyModelDistance(const std::string &query, const std::string &
         {
             const unsigned above = cell[j + 1];
             const unsigned equal = columns[j] == rows[i] ? 1 : 0;
-            left = std::min(std::min(diagonal - equal, left), above) + 1;
+            left = std::min(std::min(diagonal - equal, above), left) + 1;
             cell[j + 1] = left;
             diagonal = above;
         }

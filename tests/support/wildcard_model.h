@@ -51,6 +51,7 @@ inline std::vector<SWildcardElement> WildcardElements(const std::string &pattern
 // in place. A star's row goes by what stands left of it, the others' by what stood there before.
 inline bool WildcardModelMatches(const std::string &pattern, const std::string &text, bool ignoreCase, bool inhibitors)
 {
+    const std::string folded = ignoreCase ? ModelLowercase(text) : text;
     std::vector<char> matches(text.size() + 1, 0);
     matches[0] = 1;
     for (const SWildcardElement &element : WildcardElements(pattern, inhibitors))
@@ -64,7 +65,7 @@ inline bool WildcardModelMatches(const std::string &pattern, const std::string &
         const bool any = element.m_Kind == SWildcardElement::Kind_AnyOne;
         const char wanted = ModelFolded(element.m_Character, ignoreCase);
         for (size_t t = text.size(); t != 0; --t)
-            matches[t] = matches[t - 1] != 0 && (any || wanted == ModelFolded(text[t - 1], ignoreCase));
+            matches[t] = matches[t - 1] & static_cast<char>(any | (wanted == folded[t - 1]));
         matches[0] = 0;
     }
     return matches[text.size()] != 0;
