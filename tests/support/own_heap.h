@@ -10,29 +10,21 @@
 namespace QuorvaneTest
 {
 
-class COwnHeap
+// A slab of memory that reads as zero, with nothing behind it for as long as a heap's range. Unmapped with the object.
+class CFirstSlab
 {
 public:
-    explicit COwnHeap(bool guards = false, Quorvane::ureg rangeBytes = Quorvane::Mem::Internal::kSmallRangeBytes)
-        : m_Base(_MapFirstSlab())
-    {
-        m_Heap.Begin(m_Base, rangeBytes, guards);
-    }
-    ~COwnHeap()
-    {
-        m_Heap.End();
-        Quorvane::Mem::Internal::PortUnmap(m_Base, Quorvane::Mem::Internal::kSlabBytes);
-    }
-    COwnHeap(const COwnHeap &) = delete;
-    COwnHeap &operator=(const COwnHeap &) = delete;
+    CFirstSlab() : m_Base(_Map()) {}
+    ~CFirstSlab() { Quorvane::Mem::Internal::PortUnmap(m_Base, Quorvane::Mem::Internal::kSlabBytes); }
+    CFirstSlab(const CFirstSlab &) = delete;
+    CFirstSlab &operator=(const CFirstSlab &) = delete;
 
-    Quorvane::Mem::Internal::CSlabHeap &operator*() { return m_Heap; }
-    Quorvane::Mem::Internal::CSlabHeap *operator->() { return &m_Heap; }
+    Quorvane::ureg Base() const { return m_Base; }
 
 private:
     // Where the last one was, if that is free again, so that an emulator, which keeps books about each range that ever was
     // in use, has one to keep them about.
-    static Quorvane::ureg _MapFirstSlab()
+    static Quorvane::ureg _Map()
     {
         using namespace Quorvane::Mem::Internal;
         static Quorvane::ureg s_Base = 0;
@@ -61,6 +53,24 @@ private:
     }
 
     Quorvane::ureg m_Base;
+};
+
+class COwnHeap
+{
+public:
+    explicit COwnHeap(bool guards = false, Quorvane::ureg rangeBytes = Quorvane::Mem::Internal::kSmallRangeBytes)
+    {
+        m_Heap.Begin(m_FirstSlab.Base(), rangeBytes, guards);
+    }
+    ~COwnHeap() { m_Heap.End(); }
+    COwnHeap(const COwnHeap &) = delete;
+    COwnHeap &operator=(const COwnHeap &) = delete;
+
+    Quorvane::Mem::Internal::CSlabHeap &operator*() { return m_Heap; }
+    Quorvane::Mem::Internal::CSlabHeap *operator->() { return &m_Heap; }
+
+private:
+    CFirstSlab m_FirstSlab;
     Quorvane::Mem::Internal::CSlabHeap m_Heap;
 };
 
