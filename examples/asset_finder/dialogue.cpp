@@ -63,8 +63,8 @@ bool CDialogue::_Obey(const CString &command)
     if (command != ":history")
         return _AskAgain(command);
     CString text;
-    for (std::size_t i = 0; i < m_Asked.size(); ++i)
-        text += Text("%5zu  ", i + 1) + Printable(m_Asked[i]) + "\n";
+    for (u32 i = 0; i < m_Asked.size(); ++i)
+        text += Text("%5u  ", i + 1) + Printable(m_Asked[i]) + "\n";
     return Print(text);
 }
 
