@@ -12,7 +12,8 @@
 //
 // As much is mapped as is used: 64 KiB at first, then as much again each time up to a chunk, and a chunk at a time from
 // there on. Nothing is reserved: where the system refuses the next addresses, or somebody else has mapped them, the heap
-// stays as large as it is, and Take returns fewer blocks.
+// stays as large as it is, and Take returns fewer blocks. So it does in a copy of the process that was made between the
+// two steps of another thread which mapped the next addresses and was about to say so: whose they are cannot be told.
 #pragma once
 
 #include "mem_slab_sets.h"
